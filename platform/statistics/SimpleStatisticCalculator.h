@@ -1,0 +1,46 @@
+#pragma once
+
+#include <statistics/elementTypes.h>
+#include <statistics/export.h>
+
+#include <QtCore/QList>
+
+/// Statistics over a list of values of type \a N, by the same rules as StatisticCalculator.
+///
+/// Available for the ten element types of STATISTICS_ELEMENT_TYPES. A float or double that is not
+/// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
+/// values and 0 for a list without a measurement. The cost is linear in the length of the list.
+///
+/// There is no state: all operations are thread-safe.
+template <typename N>
+class SimpleStatisticCalculator
+{
+    static_assert(isStatisticElementType<N>,
+                  "SimpleStatisticCalculator<N>: N must be one of the ten element types (signed "
+                  "char, short, int, long long, their unsigned counterparts, float, double)");
+
+public:
+    /// The arithmetic mean.
+    static double getAverage(QList<N> values);
+
+    /// The population deviation: the root of the mean squared distance from the mean (divisor n).
+    static double getDeviation(QList<N> values);
+
+    /// The greatest value.
+    static N calcMaximum(const QList<N>& values);
+
+    /// The smallest value.
+    static N calcMinimum(const QList<N>& values);
+
+    /// The median: the middle value in order, for an even count the mean of the two middle ones.
+    static double calcMedian(QList<N> values);
+
+    /// All five quantities at once.
+    static void calcStatistics(QList<N> values, N& maximum, N& minimum, double& median,
+                               double& average, double& deviation);
+};
+
+#define STATISTICS_DECLARE_SIMPLE_CALCULATOR(N)                                                    \
+    extern template class STATISTICS_TEMPLATE_DECLARATION SimpleStatisticCalculator<N>;
+STATISTICS_ELEMENT_TYPES(STATISTICS_DECLARE_SIMPLE_CALCULATOR)
+#undef STATISTICS_DECLARE_SIMPLE_CALCULATOR

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <type_traits>
+
+// The ten element types: the one list that declarations, instantiations and tests of the
+// statistics library expand.
+#define STATISTICS_ELEMENT_TYPES(EXPAND)                                                           \
+    EXPAND(double)                                                                                 \
+    EXPAND(unsigned char)                                                                          \
+    EXPAND(unsigned short)                                                                         \
+    EXPAND(unsigned int)                                                                           \
+    EXPAND(unsigned long long)                                                                     \
+    EXPAND(signed char)                                                                            \
+    EXPAND(short)                                                                                  \
+    EXPAND(int)                                                                                    \
+    EXPAND(long long)                                                                              \
+    EXPAND(float)
+
+#define STATISTICS_OR_IS_SAME(type) || std::is_same_v<N, type>
+/// Whether \a N is one of the ten element types.
+template <typename N>
+inline constexpr bool
+    isStatisticElementType = false STATISTICS_ELEMENT_TYPES(STATISTICS_OR_IS_SAME);
+#undef STATISTICS_OR_IS_SAME

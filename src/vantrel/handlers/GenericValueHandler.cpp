@@ -1,0 +1,154 @@
+#include <vantrel/handlers/GenericValueHandler.h>
+
+#include "readElement.h"
+
+#include <statistics/SimpleStatisticCalculator.h>
+
+#include <QtCore/QList>
+#include <QtCore/QtMath>
+
+#include <cmath>
+
+namespace
+{
+
+constexpr double quarterFraction = 0.25;
+constexpr double marginTolerance = 1e-12;
+constexpr int fullRating = 100;
+
+template <typename N>
+N readRaw(const GenericValue& value)
+{
+    if constexpr (std::is_same_v<N, float>)
+        return value.valueToFloat(false);
+    else
+        return readElement<N>(value.rawValue);
+}
+
+template <typename N>
+N readScaled(const GenericValue& value)
+{
+    if constexpr (std::is_same_v<N, float>)
+        return value.valueToFloat(true);
+    else
+        return readElement<N>(value.scaledValue);
+}
+
+/// \a x in the range of N: rounded for the floating-point types; for the integer types truncated
+/// toward zero and reduced modulo 2^bits, 0 if x is not finite.
+template <typename N>
+N narrowed(double x)
+{
+    if constexpr (std::is_floating_point_v<N>) {
+        return static_cast<N>(x);
+    } else {
+        constexpr double twoToThe63 = 9223372036854775808.0;
+        if (std::fabs(x) < twoToThe63)
+            return static_cast<N>(static_cast<qint64>(x));
+        if (!std::isfinite(x))
+            return 0;
+        const auto magnitude = static_cast<quint64>(std::fmod(std::fabs(x), 2 * twoToThe63));
+        return static_cast<N>(x < 0 ? 0 - magnitude : magnitude);
+    }
+}
+
+/// The position of a value in a margin, from 0 at the limit to 100 at the inner band.
+int rateInMargin(double distanceFromLimit, double margin)
+{
+    if (std::fabs(margin) <= marginTolerance)
+        return fullRating;
+    const double rating = distanceFromLimit / margin * fullRating;
+    if (std::isnan(rating))
+        return fullRating;
+    return qRound(qBound(0.0, rating, double(fullRating)));
+}
+
+template <typename N, typename T>
+QList<N> scaledValues(const QVector<T>& values)
+{
+    QList<N> elements;
+    for (const T& value : values) {
+        if (!value.isInvalid)
+            elements.append(readScaled<N>(value));
+    }
+    return elements;
+}
+
+} // namespace
+
+template <typename N, typename T>
+void GenericValueHandler<N, T>::setTypeBasedScaledValue(GenericValue& value, double factor,
+                                                        double offset)
+{
+    if (value.isInvalid)
+        return;
+    // Brought into N twice, before and after the offset: an integer signal drops the fraction of
+    // the product first. Meant so.
+    const N product = narrowed<N>(static_cast<double>(readRaw<N>(value)) * factor);
+    const N sum = narrowed<N>(static_cast<double>(product) + offset);
+    // The 8- and 16-bit types are promoted: they are stored as int.
+    value.scaledValue = QVariant(sum);
+}
+
+template <typename N, typename T>
+int GenericValueHandler<N, T>::getRating(GenericValue& value, double lowerLimit, double upperLimit,
+                                         double /*average*/)
+{
+    const auto x = static_cast<double>(readScaled<N>(value));
+    if (std::isnan(x) || std::isnan(lowerLimit) || std::isnan(upperLimit))
+        return fullRating;
+    if (lowerLimit > x || x > upperLimit)
+        return 0;
+    const double quarter = (upperLimit - lowerLimit) * quarterFraction;
+    const double low = lowerLimit + quarter;
+    const double high = upperLimit - quarter;
+    if (x >= low && high >= x)
+        return fullRating;
+    // The margins are taken from the rounded inner limits, not from the quarter: results at the
+    // rounding boundary depend on it. Above the inner band the upper margin counts even if x lies
+    // below its lower end too.
+    return x > high ? rateInMargin(upperLimit - x, upperLimit - high)
+                    : rateInMargin(x - lowerLimit, low - lowerLimit);
+}
+
+template <typename N, typename T>
+double GenericValueHandler<N, T>::calcTypeBasedAverage(const QVector<T>& values)
+{
+    return SimpleStatisticCalculator<N>::getAverage(scaledValues<N>(values));
+}
+
+template <typename N, typename T>
+double GenericValueHandler<N, T>::calcTypeBasedDeviation(const QVector<T>& values)
+{
+    return SimpleStatisticCalculator<N>::getDeviation(scaledValues<N>(values));
+}
+
+template <typename N, typename T>
+double GenericValueHandler<N, T>::getMax(const QVector<T>& values)
+{
+    return static_cast<double>(SimpleStatisticCalculator<N>::calcMaximum(scaledValues<N>(values)));
+}
+
+template <typename N, typename T>
+double GenericValueHandler<N, T>::getMin(const QVector<T>& values)
+{
+    return static_cast<double>(SimpleStatisticCalculator<N>::calcMinimum(scaledValues<N>(values)));
+}
+
+template <typename N, typename T>
+void GenericValueHandler<N, T>::calcTypeBasedStats(double& averageValue, QVariant& maxValue,
+                                                   QVariant& minValue, double& medianValue,
+                                                   double& deviationValue, const QVector<T>& values)
+{
+    N maximum{};
+    N minimum{};
+    SimpleStatisticCalculator<N>::calcStatistics(scaledValues<N>(values), maximum, minimum,
+                                                 medianValue, averageValue, deviationValue);
+    maxValue = QVariant(maximum);
+    minValue = QVariant(minimum);
+}
+
+#define VANTREL_DEFINE_HANDLERS(N)                                                                 \
+    template class VANTREL_TEMPLATE_DEFINITION GenericValueHandler<N, CANopenObjectValue>;         \
+    template class VANTREL_TEMPLATE_DEFINITION GenericValueHandler<N, J1939Value>;
+VANTREL_ELEMENT_TYPES(VANTREL_DEFINE_HANDLERS)

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <type_traits>
+
+// The ten element types in the order of the calculator slot of a signal: the one list that
+// declarations, instantiations and tests of the library expand.
+#define VANTREL_ELEMENT_TYPES(EXPAND)                                                              \
+    EXPAND(double)                                                                                 \
+    EXPAND(unsigned char)                                                                          \
+    EXPAND(unsigned short)                                                                         \
+    EXPAND(unsigned int)                                                                           \
+    EXPAND(unsigned long long)                                                                     \
+    EXPAND(signed char)                                                                            \
+    EXPAND(short)                                                                                  \
+    EXPAND(int)                                                                                    \
+    EXPAND(long long)                                                                              \
+    EXPAND(float)
+
+#define VANTREL_OR_IS_SAME(type) || std::is_same_v<N, type>
+/// Whether \a N is one of the ten element types.
+template <typename N>
+inline constexpr bool isElementType = false VANTREL_ELEMENT_TYPES(VANTREL_OR_IS_SAME);
+#undef VANTREL_OR_IS_SAME
+
+template <template <typename...> class List, typename /*none*/, typename... N>
+struct ListOfElementTypes {
+    using type = List<N...>;
+};
+
+#define VANTREL_ONE_MORE(type) , type
+/// The ten element types as the arguments of \a List, in order.
+template <template <typename...> class List>
+using ElementTypesIn =
+    typename ListOfElementTypes<List, void VANTREL_ELEMENT_TYPES(VANTREL_ONE_MORE)>::type;
+#undef VANTREL_ONE_MORE

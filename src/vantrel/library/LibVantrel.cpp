@@ -1,0 +1,5 @@
+#include <vantrel/library/LibVantrel.h>
+
+#include "canVocabulary.h"
+
+LibVantrel::LibVantrel() {}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QtCore/QList>
+#include <QtCore/QMap>
+#include <QtCore/QString>
+
+// Vocabulary of the CAN bus, built when the library is loaded and never changed. Both tables have
+// internal linkage: they are the library's own and no symbol of theirs is exported.
+
+/// The display names of the kinds of CAN error, by their codes.
+static const QMap<unsigned char, QString> canErrorNames{
+    {1, QStringLiteral("Stuff error")},          {2, QStringLiteral("Form error")},
+    {3, QStringLiteral("Acknowledgment error")}, {4, QStringLiteral("Bit error")},
+    {5, QStringLiteral("Fast data bit error")},  {6, QStringLiteral("CRC error")},
+    {7, QStringLiteral("Data length error")},    {8, QStringLiteral("unspecified error")}};
+
+/// The payload lengths of CAN FD beyond the classic 8 bytes.
+static const QList<unsigned char> fdDataLengths = [] {
+    QList<unsigned char> lengths;
+    lengths.reserve(7);
+    lengths << 12 << 16 << 20 << 24 << 32 << 48 << 64;
+    return lengths;
+}();

@@ -1,0 +1,437 @@
+#include <vantrel/signal/GenericSignalImpl.h>
+
+#include "../handlers/readElement.h"
+#include <vantrel/handlers/GenericValueHandler.h>
+
+#include <QtCore/QDeadlineTimer>
+#include <QtCore/QList>
+
+#include <optional>
+
+using CAN::CANopenDataType;
+using GenericSignal::NewValueHandlingType;
+
+namespace
+{
+
+constexpr unsigned long refreshPeriodMs = 100;
+
+template <typename N>
+struct ElementType {
+    using type = N;
+};
+
+/// Calls \a call with the ElementType of \a datatype and returns true; false for a data type that
+/// has none. 18 is read as signed char, and 19, 20 and 26 have no element type. Meant so.
+template <typename Callable>
+bool withElementType(CANopenDataType datatype, Callable call)
+{
+    switch (datatype) {
+    case CANopenDataType::None:
+    case CANopenDataType::REAL64:
+        return call(ElementType<double>()), true;
+    case CANopenDataType::INTEGER8:
+    case CANopenDataType::INTEGER40:
+        return call(ElementType<signed char>()), true;
+    case CANopenDataType::INTEGER16:
+        return call(ElementType<short>()), true;
+    case CANopenDataType::INTEGER32:
+    case CANopenDataType::INTEGER24:
+        return call(ElementType<int>()), true;
+    case CANopenDataType::UNSIGNED8:
+        return call(ElementType<unsigned char>()), true;
+    case CANopenDataType::UNSIGNED16:
+        return call(ElementType<unsigned short>()), true;
+    case CANopenDataType::UNSIGNED32:
+    case CANopenDataType::UNSIGNED24:
+        return call(ElementType<unsigned int>()), true;
+    case CANopenDataType::REAL32:
+        return call(ElementType<float>()), true;
+    case CANopenDataType::INTEGER64:
+        return call(ElementType<long long>()), true;
+    case CANopenDataType::UNSIGNED40:
+    case CANopenDataType::UNSIGNED48:
+    case CANopenDataType::UNSIGNED64:
+        return call(ElementType<unsigned long long>()), true;
+    case CANopenDataType::BOOLEAN:
+    case CANopenDataType::VISIBLE_STRING:
+    case CANopenDataType::OCTET_STRING:
+    case CANopenDataType::UNICODE_STRING:
+    case CANopenDataType::TIME_OF_DAY:
+    case CANopenDataType::TIME_DIFFERENCE:
+    case CANopenDataType::DOMAIN:
+    case CANopenDataType::INTEGER48:
+    case CANopenDataType::INTEGER56:
+    case CANopenDataType::UNSIGNED56:
+        return false;
+    }
+    return false; // a bare code of the host, without an enumerator
+}
+
+/// Holds the read lock while no snapshot shares the storage of \a values, so that its records may
+/// be written in place. The storage is only ever replaced under the write lock, since a reader that
+/// holds the read lock may be copying it; a snapshot taken in between makes it begin again.
+template <typename T>
+class UnsharedReadLocker
+{
+public:
+    UnsharedReadLocker(QVector<T>& series, QReadWriteLock& lock) : locker(&lock), values(series)
+    {
+        while (!series.isEmpty() && !series.isDetached()) {
+            locker.unlock();
+            {
+                const QWriteLocker writeLocker(&lock);
+                series.detach();
+            }
+            locker.relock();
+        }
+    }
+
+    /// The stored records, without QVector's own unsharing: a snapshot may be taken meanwhile.
+    T* records() const { return const_cast<T*>(values.constData()); }
+
+private:
+    QReadLocker locker;
+    const QVector<T>& values;
+};
+
+template <typename N>
+void addScaledValue(StatisticCalculator<N>& calculator, const QVariant& scaledValue)
+{
+    calculator.addValue(scaledValue.value<N>());
+}
+
+template <typename N, typename T>
+double medianOf(const StatisticCalculator<N>& calculator, const QVector<T>& values)
+{
+    QList<N> elements;
+    elements.reserve(values.size());
+    for (const T& value : values)
+        elements.append(readElement<N>(value.scaledValue));
+    return calculator.getMedian(std::move(elements));
+}
+
+/// Waits for the worker to end, if there is one, and destroys its thread object.
+void finishAndDestroy(const QPointer<QThread>& thread)
+{
+    if (thread.isNull())
+        return;
+    thread->wait(QDeadlineTimer(QDeadlineTimer::Forever));
+    delete thread.data();
+}
+
+} // namespace
+
+// Built as a calculator of double and at once replaced by one of int: the element type agrees
+// with the data type only after the first setDatatype(). Meant so.
+template <typename T>
+GenericSignalImpl<T>::GenericSignalImpl()
+    : statisticCalculator(std::in_place_type<StatisticCalculator<double>>, std::optional<int>())
+{
+    statisticCalculator.template emplace<StatisticCalculator<int>>(std::optional<int>());
+}
+
+// Not by setUpdatingEnabled(): that also speaks to the calculator, which may be missing.
+template <typename T>
+GenericSignalImpl<T>::~GenericSignalImpl()
+{
+    updatingEnabled.store(false, std::memory_order_relaxed);
+    finishAndDestroy(updateThread);
+}
+
+template <typename T>
+void GenericSignalImpl<T>::setDatatype(CANopenDataType newDatatype)
+{
+    datatype.store(newDatatype, std::memory_order_relaxed);
+    withElementType(newDatatype, [this](auto element) {
+        using N = typename decltype(element)::type;
+        statisticCalculator.template emplace<StatisticCalculator<N>>(std::optional<int>());
+    });
+}
+
+template <typename T>
+CANopenDataType GenericSignalImpl<T>::getDatatype() const
+{
+    return datatype.load(std::memory_order_relaxed);
+}
+
+template <typename T>
+void GenericSignalImpl<T>::setValueHandling(NewValueHandlingType handling)
+{
+    valueHandling.store(handling, std::memory_order_relaxed);
+    setUpdatingEnabled(handling == NewValueHandlingType::Append);
+}
+
+template <typename T>
+NewValueHandlingType GenericSignalImpl<T>::getValueHandling() const
+{
+    return valueHandling.load(std::memory_order_relaxed);
+}
+
+template <typename T>
+int GenericSignalImpl<T>::getValueCount() const
+{
+    const QReadLocker locker(&valuesLock);
+    return values.size();
+}
+
+template <typename T>
+QVector<T> GenericSignalImpl<T>::getValues() const
+{
+    const QReadLocker locker(&valuesLock);
+    return values;
+}
+
+template <typename T>
+bool GenericSignalImpl<T>::getValue(int index, T& value) const
+{
+    const QReadLocker locker(&valuesLock);
+    if (index >= values.size())
+        return false;
+    value = values.at(index);
+    return true;
+}
+
+template <typename T>
+void GenericSignalImpl<T>::clearValues()
+{
+    const QWriteLocker locker(&valuesLock);
+    values = QVector<T>(); // unlike clear() and squeeze(), copies nothing that a snapshot shares
+    storedCount.store(0, std::memory_order_relaxed);
+    std::visit([](auto& calculator) { calculator.clear(); }, statisticCalculator);
+}
+
+template <typename T>
+bool GenericSignalImpl<T>::setNewValue(T record)
+{
+    {
+        const QWriteLocker locker(&valuesLock);
+        const NewValueHandlingType handling = getValueHandling();
+        if (handling != NewValueHandlingType::ReplaceNewest &&
+            handling != NewValueHandlingType::Append)
+            return false;
+        if (handling == NewValueHandlingType::ReplaceNewest && !values.isEmpty())
+            values.removeLast();
+        values.append(std::move(record));
+        storedCount.store(values.size(), std::memory_order_relaxed);
+    }
+    averageChanged.store(true, std::memory_order_relaxed);
+    deviationChanged.store(true, std::memory_order_relaxed);
+    valuesChanged.store(true, std::memory_order_relaxed);
+    return true;
+}
+
+template <typename T>
+bool GenericSignalImpl<T>::setNewValue(T record, double factor, double offset)
+{
+    if (!setNewValue(std::move(record)))
+        return false;
+    T& stored = UnsharedReadLocker<T>(values, valuesLock).records()[values.size() - 1];
+    scaleAndAppendValue(stored, factor, offset); // the lock is free again, meant so
+    averageChanged.store(true, std::memory_order_relaxed);
+    deviationChanged.store(true, std::memory_order_relaxed);
+    valuesChanged.store(true, std::memory_order_relaxed);
+    const QVariant scaledValue = stored.scaledValue;
+    std::visit([&](auto& calculator) { addScaledValue(calculator, scaledValue); },
+               statisticCalculator);
+    // Asked for at every value though nothing is done with the answers here. Meant so.
+    calcAverage();
+    calcDeviation();
+    return true;
+}
+
+template <typename T>
+void GenericSignalImpl<T>::appendValues(const QVector<T>& batch, double factor, double offset)
+{
+    {
+        const QWriteLocker locker(&valuesLock);
+        values.append(batch);
+        storedCount.store(values.size(), std::memory_order_relaxed);
+    }
+    updateScaledValues(factor, offset);
+    averageChanged.store(true, std::memory_order_relaxed);
+    deviationChanged.store(true, std::memory_order_relaxed);
+}
+
+// Writes the records under the read lock, meant so: other readers need not wait for a long series.
+template <typename T>
+void GenericSignalImpl<T>::updateScaledValues(double factor, double offset)
+{
+    const UnsharedReadLocker<T> locker(values, valuesLock);
+    T* const records = locker.records();
+    for (int i = 0; i < values.size(); ++i)
+        scaleAndAppendValue(records[i], factor, offset);
+}
+
+template <typename T>
+void GenericSignalImpl<T>::scaleAndAppendValue(T& record, double factor, double offset)
+{
+    const bool scaled = withElementType(getDatatype(), [&](auto element) {
+        using N = typename decltype(element)::type;
+        GenericValueHandler<N, T>::setTypeBasedScaledValue(record, factor, offset);
+    });
+    if (!scaled)
+        record.scaledValue = record.rawValue;
+}
+
+template <typename T>
+double GenericSignalImpl<T>::getAverage() const
+{
+    return average.load(std::memory_order_relaxed);
+}
+
+template <typename T>
+double GenericSignalImpl<T>::getDeviation() const
+{
+    return deviation.load(std::memory_order_relaxed);
+}
+
+template <typename T>
+double GenericSignalImpl<T>::getMax() const
+{
+    return std::visit([](auto& calculator) { return static_cast<double>(calculator.getMaximum()); },
+                      statisticCalculator);
+}
+
+template <typename T>
+double GenericSignalImpl<T>::getMin() const
+{
+    return std::visit([](auto& calculator) { return static_cast<double>(calculator.getMinimum()); },
+                      statisticCalculator);
+}
+
+template <typename T>
+double GenericSignalImpl<T>::calcAverage() const
+{
+    return std::visit([](auto& calculator) { return calculator.getAverage(); },
+                      statisticCalculator);
+}
+
+template <typename T>
+double GenericSignalImpl<T>::calcDeviation() const
+{
+    return std::visit([](auto& calculator) { return calculator.getDeviation(); },
+                      statisticCalculator);
+}
+
+template <typename T>
+double GenericSignalImpl<T>::calcMedian() const
+{
+    if (getValueHandling() != NewValueHandlingType::Append)
+        return 0.0;
+    // The series is walked without the lock, meant so; the header says what that asks of a host.
+    return std::visit([this](auto& calculator) { return medianOf(calculator, values); },
+                      statisticCalculator);
+}
+
+template <typename T>
+void GenericSignalImpl<T>::updateAverageAndDeviation()
+{
+    averageChanged.store(true, std::memory_order_relaxed);
+    calcAverage();
+    deviationChanged.store(true, std::memory_order_relaxed);
+    calcDeviation();
+}
+
+template <typename T>
+void GenericSignalImpl<T>::updateCalculations()
+{
+    while (updatingEnabled.load(std::memory_order_relaxed)) {
+        average.store(calcAverage(), std::memory_order_relaxed);
+        deviation.store(calcDeviation(), std::memory_order_relaxed);
+        QThread::msleep(refreshPeriodMs);
+    }
+}
+
+template <typename T>
+void GenericSignalImpl<T>::getValueStatistics(double& averageValue, QVariant& maxValue,
+                                              QVariant& minValue, double& medianValue,
+                                              double& deviationValue,
+                                              unsigned int& valueCount) const
+{
+    valueCount = static_cast<unsigned int>(storedCount.load(std::memory_order_relaxed));
+    averageValue = calcAverage();
+    deviationValue = calcDeviation();
+    maxValue = getMax();
+    minValue = getMin();
+    medianValue = calcMedian();
+}
+
+template <typename T>
+int GenericSignalImpl<T>::getRating(double factor, bool useGivenLimits, double lowerLimit,
+                                    double upperLimit)
+{
+    if (storedCount.load(std::memory_order_relaxed) < 2)
+        return 100;
+    const double currentDeviation = getDeviation();
+    const double currentAverage = getAverage();
+    if (!useGivenLimits) {
+        lowerLimit = currentAverage - currentDeviation * factor;
+        upperLimit = currentDeviation * factor + currentAverage;
+    }
+    T newest;
+    {
+        const QReadLocker locker(&valuesLock);
+        if (values.isEmpty()) // cleared since it was counted
+            return 100;
+        newest = values.constLast();
+    }
+    int rating = 100;
+    withElementType(getDatatype(), [&](auto element) {
+        using N = typename decltype(element)::type;
+        rating =
+            GenericValueHandler<N, T>::getRating(newest, lowerLimit, upperLimit, currentAverage);
+    });
+    return rating;
+}
+
+template <typename T>
+double GenericSignalImpl<T>::getLowerThreshold(double factor)
+{
+    const double currentDeviation = getDeviation();
+    const double currentAverage = getAverage();
+    return currentAverage - currentDeviation * factor;
+}
+
+template <typename T>
+double GenericSignalImpl<T>::getUpperThreshold(double factor)
+{
+    const double currentDeviation = getDeviation();
+    const double currentAverage = getAverage();
+    return currentDeviation * factor + currentAverage;
+}
+
+template <typename T>
+QVector<T> GenericSignalImpl<T>::getDeviators(double factor)
+{
+    QVector<T> deviators;
+    const double currentAverage = getAverage();
+    const double currentDeviation = getDeviation();
+    const double lower = currentAverage - currentDeviation * factor;
+    const double upper = currentAverage + currentDeviation * factor;
+    const QReadLocker locker(&valuesLock);
+    for (const T& record : qAsConst(values)) {
+        const double value = record.rawValue.toDouble();
+        if (value > upper || lower > value)
+            deviators.append(record);
+    }
+    return deviators;
+}
+
+template <typename T>
+void GenericSignalImpl<T>::setUpdatingEnabled(bool enabled)
+{
+    // First of all, so that a running worker sees it at the end of its cycle.
+    updatingEnabled.store(enabled, std::memory_order_relaxed);
+    std::visit([enabled](auto& calculator) { calculator.setLogValues(enabled); },
+               statisticCalculator);
+    if (!enabled) {
+        finishAndDestroy(updateThread);
+    } else if (updateThread.isNull()) {
+        updateThread = QThread::create([this] { updateCalculations(); });
+        updateThread->start();
+    }
+}
+
+template class VANTREL_TEMPLATE_DEFINITION GenericSignalImpl<CANopenObjectValue>;
+template class VANTREL_TEMPLATE_DEFINITION GenericSignalImpl<J1939Value>;
