@@ -1,0 +1,147 @@
+#include <feed.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+template <typename T>
+class SignalThreads : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        signal.setDatatype(dataType(4));
+        signal.setValueHandling(append);
+    }
+
+    /// Runs \a reader in two threads, over and over, while \a writer runs in this one.
+    template <typename Writer, typename Reader>
+    void whileReading(Writer writer, Reader reader)
+    {
+        std::atomic<bool> done{false};
+        std::atomic<int> reading{0};
+        std::vector<std::thread> readers;
+        for (int i = 0; i < 2; ++i) {
+            readers.emplace_back([&] {
+                ++reading;
+                while (!done)
+                    reader();
+            });
+        }
+        while (reading < 2)
+            std::this_thread::yield();
+        writer();
+        done = true;
+        for (std::thread& thread : readers)
+            thread.join();
+    }
+
+    GenericSignalImpl<T> signal;
+};
+TYPED_TEST_SUITE(SignalThreads, RecordTypes);
+
+constexpr int rounds = 3000;
+
+} // namespace
+
+// QVector's own assertions and the address sanitizer watch these in debug builds: storage that a
+// reader is copying must not be replaced under it.
+
+TYPED_TEST(SignalThreads, SnapshotsTakenWhileValuesArriveAreWhole)
+{
+    std::atomic<int> broken{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds; ++i)
+                feed(this->signal, {i});
+        },
+        [&] {
+            const QVector<TypeParam> snapshot = this->signal.getValues();
+            for (int i = 0; i < snapshot.size(); ++i)
+                broken += snapshot.at(i).rawValue.toInt() != i;
+        });
+    EXPECT_EQ(broken, 0);
+    EXPECT_EQ(this->signal.getValueCount(), rounds);
+    EXPECT_EQ(this->signal.calcAverage(), (rounds - 1) / 2.0);
+}
+
+TYPED_TEST(SignalThreads, SnapshotsHeldWhileTheSeriesIsRescaledAndExtendedAreWhole)
+{
+    std::atomic<int> broken{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds / 10; ++i) {
+                this->signal.appendValues(rawRecords<TypeParam>({2 * i, 2 * i + 1}), 1, i);
+                this->signal.updateScaledValues(2, i);
+            }
+        },
+        [&] {
+            const QVector<TypeParam> snapshot = this->signal.getValues();
+            broken += snapshot.size() % 2 != 0;
+            for (int i = 0; i < snapshot.size(); ++i)
+                broken += snapshot.at(i).rawValue.toInt() != i;
+        });
+    EXPECT_EQ(broken, 0);
+}
+
+TYPED_TEST(SignalThreads, ReadersSurviveClearingAndRefilling)
+{
+    std::atomic<int> broken{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds; ++i) {
+                if (i % 7 == 6)
+                    this->signal.clearValues();
+                feed(this->signal, {5});
+            }
+        },
+        [&] {
+            const QVector<TypeParam> snapshot = this->signal.getValues();
+            for (const TypeParam& record : snapshot)
+                broken += record.rawValue.toInt() != 5;
+            const int count = this->signal.getValueCount();
+            broken += count < 0 || count > 7;
+            const double average = this->signal.calcAverage();
+            broken += average != 0.0 && average != 5.0;
+            broken += this->signal.calcDeviation() != 0.0;
+        });
+    EXPECT_EQ(broken, 0);
+}
+
+TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo)
+{
+    std::atomic<int> broken{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds; ++i) {
+                if (i % 5 == 4)
+                    this->signal.clearValues();
+                this->signal.setNewValue(scaledRecord<TypeParam>(50));
+            }
+        },
+        [&] {
+            const int rating = this->signal.getRating(1, true, 0, 100);
+            broken += rating != 100;
+            broken += this->signal.getDeviators(3).size() > 5;
+            TypeParam record;
+            if (this->signal.getValue(0, record))
+                broken += record.scaledValue.toInt() != 50;
+            broken += this->signal.getLowerThreshold(1) > this->signal.getUpperThreshold(1);
+        });
+    EXPECT_EQ(broken, 0);
+}
+
+TYPED_TEST(SignalThreads, FlagsMayBeReadAndResetFromAnyThread)
+{
+    std::atomic<int> seen{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds || seen == 0; ++i)
+                this->signal.setNewValue(rawRecord<TypeParam>(i));
+        },
+        [&] { seen += this->signal.valuesChanged.exchange(false); });
+    EXPECT_GT(seen, 0);
+}

@@ -1,0 +1,159 @@
+#include <feed.h>
+
+#include <QtCore/QDir>
+
+#include <chrono>
+#include <memory>
+#include <vector>
+
+namespace
+{
+
+/// How many threads this process has.
+int threadCount()
+{
+    return static_cast<int>(QDir(QStringLiteral("/proc/self/task"))
+                                .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+                                .size());
+}
+
+/// Waits until this process has \a count threads: one that has been waited for may still be
+/// leaving.
+bool settlesAt(int count)
+{
+    return waitUntil([count] { return threadCount() == count; });
+}
+
+template <typename T>
+class SignalUpdating : public testing::Test
+{
+protected:
+    void SetUp() override { signal.setDatatype(dataType(4)); }
+
+    const int threadsBefore = threadCount();
+    GenericSignalImpl<T> signal;
+};
+TYPED_TEST_SUITE(SignalUpdating, RecordTypes);
+
+} // namespace
+
+TYPED_TEST(SignalUpdating, SwitchingOnTwiceMakesOneWorker)
+{
+    this->signal.setUpdatingEnabled(true);
+    this->signal.setUpdatingEnabled(true);
+    EXPECT_EQ(threadCount(), this->threadsBefore + 1);
+    this->signal.setUpdatingEnabled(false);
+    EXPECT_TRUE(settlesAt(this->threadsBefore));
+}
+
+TYPED_TEST(SignalUpdating, SwitchingOffWhatWasNeverOnReturnsAtOnce)
+{
+    this->signal.setUpdatingEnabled(false);
+    EXPECT_TRUE(settlesAt(this->threadsBefore));
+}
+
+TYPED_TEST(SignalUpdating, AfterSwitchingOffAFreshWorkerCanBeStarted)
+{
+    for (int round = 0; round < 3; ++round) {
+        this->signal.setUpdatingEnabled(true);
+        EXPECT_TRUE(settlesAt(this->threadsBefore + 1));
+        feed(this->signal, {round});
+        EXPECT_TRUE(waitForCaches(this->signal));
+        this->signal.setUpdatingEnabled(false);
+        EXPECT_TRUE(settlesAt(this->threadsBefore));
+    }
+}
+
+TYPED_TEST(SignalUpdating, HandlingTwoStartsTheWorkerAndEveryOtherStopsIt)
+{
+    for (const int number : {0, 1, 3, 255}) {
+        this->signal.setValueHandling(append);
+        EXPECT_TRUE(settlesAt(this->threadsBefore + 1));
+        this->signal.setValueHandling(append);
+        EXPECT_TRUE(settlesAt(this->threadsBefore + 1));
+        this->signal.setValueHandling(handlingType(static_cast<quint8>(number)));
+        EXPECT_TRUE(settlesAt(this->threadsBefore)) << number;
+    }
+}
+
+TYPED_TEST(SignalUpdating, CachesFollowTheCalculatorWhileUpdating)
+{
+    this->signal.setValueHandling(append);
+    feed(this->signal, {8, 12});
+    EXPECT_TRUE(waitUntil(
+        [&] { return this->signal.getAverage() == 10.0 && this->signal.getDeviation() == 2.0; }));
+    feed(this->signal, {40});
+    EXPECT_TRUE(waitUntil([&] { return this->signal.getAverage() == 20.0; }));
+}
+
+TYPED_TEST(SignalUpdating, CachesKeepTheirValuesWhenUpdatingStops)
+{
+    this->signal.setValueHandling(append);
+    feed(this->signal, {8, 12});
+    ASSERT_TRUE(waitForCaches(this->signal));
+    this->signal.setValueHandling(replaceNewest);
+    feed(this->signal, {100});
+    EXPECT_EQ(this->signal.getAverage(), 10.0);
+    EXPECT_EQ(this->signal.getDeviation(), 2.0);
+    EXPECT_EQ(this->signal.calcAverage(), 40.0);
+}
+
+TYPED_TEST(SignalUpdating, TheWorkersPassSetsNoFlags)
+{
+    this->signal.setValueHandling(append);
+    feed(this->signal, {8, 12});
+    resetFlags(this->signal);
+    ASSERT_TRUE(waitForCaches(this->signal));
+    EXPECT_FALSE(this->signal.averageChanged);
+    EXPECT_FALSE(this->signal.deviationChanged);
+    EXPECT_FALSE(this->signal.valuesChanged);
+}
+
+TYPED_TEST(SignalUpdating, UpdateCalculationsReturnsAtOnceWhileUpdatingIsOff)
+{
+    feed(this->signal, {8, 12});
+    this->signal.updateCalculations();
+    EXPECT_EQ(this->signal.getAverage(), 0.0);
+    EXPECT_EQ(this->signal.getDeviation(), 0.0);
+}
+
+TYPED_TEST(SignalUpdating, PassesAreAHundredMillisecondsApart)
+{
+    using Clock = std::chrono::steady_clock;
+    this->signal.setValueHandling(append);
+    const auto start = Clock::now();
+    for (int pass = 1; pass <= 11; ++pass) {
+        const double before = this->signal.getAverage();
+        feed(this->signal, {1000 * pass * pass});
+        ASSERT_TRUE(waitUntil([&] { return this->signal.getAverage() != before; }));
+    }
+    // Eleven passes have been seen, so ten pauses lie between them; a loaded machine may stretch
+    // these, nothing shortens them.
+    const auto elapsed = Clock::now() - start;
+    EXPECT_GE(elapsed, std::chrono::milliseconds(1000));
+    EXPECT_LE(elapsed, std::chrono::seconds(15));
+}
+
+TYPED_TEST(SignalUpdating, ADestroyedSignalStopsItsWorker)
+{
+    {
+        GenericSignalImpl<TypeParam> forgotten;
+        forgotten.setValueHandling(append);
+        feed(forgotten, {1});
+        EXPECT_TRUE(settlesAt(this->threadsBefore + 1));
+    }
+    EXPECT_TRUE(settlesAt(this->threadsBefore));
+}
+
+TYPED_TEST(SignalUpdating, ManySignalsAreDestroyedAtEveryMomentOfTheirPass)
+{
+    std::vector<std::unique_ptr<GenericSignalImpl<TypeParam>>> fleet;
+    for (int i = 0; i < 50; ++i) {
+        fleet.push_back(std::make_unique<GenericSignalImpl<TypeParam>>());
+        fleet.back()->setValueHandling(append);
+    }
+    EXPECT_TRUE(settlesAt(this->threadsBefore + 50));
+    while (!fleet.empty())
+        fleet.pop_back();
+    EXPECT_TRUE(settlesAt(this->threadsBefore));
+}

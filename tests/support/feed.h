@@ -1,0 +1,70 @@
+#pragma once
+
+#include <records.h>
+#include <waitUntil.h>
+
+#include <vantrel/signal/GenericSignalImpl.h>
+
+#include <initializer_list>
+
+constexpr auto reject = GenericSignal::NewValueHandlingType::Reject;
+constexpr auto replaceNewest = GenericSignal::NewValueHandlingType::ReplaceNewest;
+constexpr auto append = GenericSignal::NewValueHandlingType::Append;
+
+/// The data type with the numeric code \a code.
+constexpr CAN::CANopenDataType dataType(quint32 code)
+{
+    return static_cast<CAN::CANopenDataType>(code);
+}
+
+/// The value handling with the number \a number.
+constexpr GenericSignal::NewValueHandlingType handlingType(quint8 number)
+{
+    return static_cast<GenericSignal::NewValueHandlingType>(number);
+}
+
+/// Feeds \a raws to \a signal one by one, unscaled.
+template <typename T>
+void feed(GenericSignalImpl<T>& signal, std::initializer_list<QVariant> raws)
+{
+    for (const QVariant& raw : raws)
+        signal.setNewValue(rawRecord<T>(raw), 1, 0);
+}
+
+/// Waits until the worker has brought the cached figures in line with the calculator's.
+template <typename T>
+bool waitForCaches(const GenericSignalImpl<T>& signal)
+{
+    return waitUntil([&] {
+        return signal.getAverage() == signal.calcAverage() &&
+               signal.getDeviation() == signal.calcDeviation();
+    });
+}
+
+/// Clears the three change flags of \a signal.
+template <typename T>
+void resetFlags(GenericSignalImpl<T>& signal)
+{
+    signal.averageChanged = false;
+    signal.deviationChanged = false;
+    signal.valuesChanged = false;
+}
+
+/// All five figures and the count of a signal at once.
+struct Statistics {
+    double average = -1;
+    QVariant maximum = QStringLiteral("old");
+    QVariant minimum = QStringLiteral("old");
+    double median = -1;
+    double deviation = -1;
+    unsigned int count = 99;
+};
+
+template <typename T>
+Statistics statisticsOf(const GenericSignalImpl<T>& signal)
+{
+    Statistics result;
+    signal.getValueStatistics(result.average, result.maximum, result.minimum, result.median,
+                              result.deviation, result.count);
+    return result;
+}

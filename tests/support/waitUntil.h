@@ -1,0 +1,17 @@
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+/// Waits until \a condition holds and returns true; false if it does not within half a minute.
+template <typename Condition>
+bool waitUntil(Condition condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
