@@ -126,9 +126,9 @@ void finishAndDestroy(const QPointer<QThread>& thread)
 // with the data type only after the first setDatatype(). Meant so.
 template <typename T>
 GenericSignalImpl<T>::GenericSignalImpl()
-    : statisticCalculator(std::in_place_type<StatisticCalculator<double>>, std::optional<int>())
+    : statisticCalculator(std::in_place_type<Calculator<double>>, std::optional<int>())
 {
-    statisticCalculator.template emplace<StatisticCalculator<int>>(std::optional<int>());
+    statisticCalculator.template emplace<Calculator<int>>(std::optional<int>());
 }
 
 // Not by setUpdatingEnabled(): that also speaks to the calculator, which may be missing.
@@ -145,7 +145,7 @@ void GenericSignalImpl<T>::setDatatype(CANopenDataType newDatatype)
     datatype.store(newDatatype, std::memory_order_relaxed);
     withElementType(newDatatype, [this](auto element) {
         using N = typename decltype(element)::type;
-        statisticCalculator.template emplace<StatisticCalculator<N>>(std::optional<int>());
+        statisticCalculator.template emplace<Calculator<N>>(std::optional<int>());
     });
 }
 

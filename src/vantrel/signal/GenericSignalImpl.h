@@ -210,8 +210,17 @@ public:
     void setUpdatingEnabled(bool enabled);
 
 private:
+    /// A calculator that cannot be moved, whatever the statistics library allows: so the slot
+    /// destroys the old one before it constructs the next, and is empty if that fails.
+    template <typename N>
+    struct Calculator : StatisticCalculator<N> {
+        using StatisticCalculator<N>::StatisticCalculator;
+        Calculator(const Calculator&) = delete;
+        Calculator& operator=(const Calculator&) = delete;
+    };
+
     template <typename... N>
-    using CalculatorSlot = std::variant<StatisticCalculator<N>...>;
+    using CalculatorSlot = std::variant<Calculator<N>...>;
 
     QVector<T> values;
     // Set by the host's configuring thread, read by its readers: single words without further data

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <thread>
+#include <vector>
+
+/// One call of the library under test into a stand-in.
+struct Call {
+    std::string what;       ///< such as "int addValue 7"
+    std::thread::id thread; ///< that made it
+};
+
+/// Remembers that \a what has been called; thread-safe.
+__attribute__((visibility("default"))) void record(const std::string& what);
+
+/// What has been recorded since the last call of this function, by the calling thread only.
+__attribute__((visibility("default"))) std::vector<std::string> takeOwnCalls();
+
+/// What other threads than this one have recorded, without forgetting it.
+__attribute__((visibility("default"))) std::vector<Call> callsOfOthers();
+
+/// Whether the next construction of a calculator throws a StandinFailure; it then resets itself.
+__attribute__((visibility("default"))) bool& failNextConstruction();
+
+/// Whether the operations of the calculators throw a StandinFailure.
+__attribute__((visibility("default"))) bool& failOperations();
+
+struct __attribute__((visibility("default"))) StandinFailure {
+};

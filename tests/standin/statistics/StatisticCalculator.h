@@ -1,0 +1,47 @@
+#pragma once
+
+#include <recording/calls.h>
+#include <recording/typeName.h>
+
+#include <QtCore/QList>
+
+#include <optional>
+
+/// Records its calls and answers 10, 2, 3, 1 and 5.
+template <typename N>
+class StatisticCalculator
+{
+public:
+    explicit StatisticCalculator(std::optional<int> capacity)
+    {
+        note(capacity.has_value() ? "construct with a log" : "construct");
+        if (failNextConstruction()) {
+            failNextConstruction() = false;
+            throw StandinFailure();
+        }
+    }
+
+    ~StatisticCalculator() { note("destroy"); }
+
+    StatisticCalculator(const StatisticCalculator&) = delete;
+    StatisticCalculator& operator=(const StatisticCalculator&) = delete;
+
+    void addValue(N value) { call("addValue " + textOf(value)); }
+    void clear() { call("clear"); }
+    void setLogValues(bool enabled) { call(enabled ? "log on" : "log off"); }
+    double getAverage() const { return call("getAverage"), 10; }
+    double getDeviation() const { return call("getDeviation"), 2; }
+    N getMaximum() const { return call("getMaximum"), N(3); }
+    N getMinimum() const { return call("getMinimum"), N(1); }
+    double getMedian(QList<N> values) const { return call("getMedian " + textOf(values)), 5; }
+
+private:
+    static void note(const std::string& what) { record(typeName<N>() + " " + what); }
+
+    static void call(const std::string& what)
+    {
+        note(what);
+        if (failOperations())
+            throw StandinFailure();
+    }
+};
