@@ -68,6 +68,24 @@ TYPED_TEST(SignalThreads, SnapshotsTakenWhileValuesArriveAreWhole)
     EXPECT_EQ(this->signal.calcAverage(), (rounds - 1) / 2.0);
 }
 
+TYPED_TEST(SignalThreads, StorageIsNeverReplacedUnderAReaderThatIsCopyingIt)
+{
+    // A short series: its storage is unshared and replaced as often as can be.
+    this->signal.setValueHandling(replaceNewest);
+    feed(this->signal, {1});
+    std::atomic<int> broken{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < 200000; ++i) {
+                this->signal.updateScaledValues(1, 0);
+                this->signal.appendValues({}, 1, 0);
+                feed(this->signal, {1});
+            }
+        },
+        [&] { broken += this->signal.getValues().size() != 1; });
+    EXPECT_EQ(broken, 0);
+}
+
 TYPED_TEST(SignalThreads, SnapshotsHeldWhileTheSeriesIsRescaledAndExtendedAreWhole)
 {
     std::atomic<int> broken{0};
