@@ -16,7 +16,8 @@ struct CommandLine {
     QString error; ///< what is wrong with the arguments, else empty
 };
 
-/// Reads \a arguments, the name of the program first. One of the three parts is filled.
+/// Reads \a arguments, the name of the program first. One of the three parts is filled. There must
+/// be a QCoreApplication for the help, which names the program.
 CommandLine readCommandLine(const QStringList& arguments);
 
 } // namespace monitor

@@ -13,7 +13,7 @@ constexpr int extendedDigits = 8;
 constexpr quint32 lastStandardId = 0x7FF;
 constexpr quint32 lastExtendedId = 0x1FFFFFFF;
 constexpr qint64 microsecondsPerSecond = 1000000;
-constexpr qint64 latestSecond = 9999999999999; // far from what overflows in microseconds
+constexpr qint64 latestSecond = 999999999999; // far from what overflows in microseconds
 
 bool isBlank(char c)
 {
@@ -91,10 +91,11 @@ bool readTime(Cursor& cursor, Frame& frame)
 {
     qint64 seconds = 0;
     qint64 fraction = 0;
-    const bool understood = cursor.take('(') && readSeconds(cursor, seconds) && cursor.take('.') &&
-                            readFraction(cursor, fraction) && cursor.take(')');
+    if (!cursor.take('(') || !readSeconds(cursor, seconds) || !cursor.take('.') ||
+        !readFraction(cursor, fraction) || !cursor.take(')'))
+        return false;
     frame.microseconds = seconds * microsecondsPerSecond + fraction;
-    return understood;
+    return true;
 }
 
 bool readId(Cursor& cursor, Frame& frame)

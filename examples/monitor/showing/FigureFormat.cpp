@@ -81,8 +81,10 @@ QString formatMedian(double value, double factor, double offset)
 QString formatComputed(double value)
 {
     const QString special = formatWholeOrHuge(value);
+    if (!special.isEmpty())
+        return special;
     const int digits = std::max(computedDigits, wholeDigitsOf(value) + computedDecimals);
-    return special.isEmpty() ? QString::number(value, 'g', std::min(digits, allDigits)) : special;
+    return QString::number(value, 'g', std::min(digits, allDigits));
 }
 
 } // namespace monitor
