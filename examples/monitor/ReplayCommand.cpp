@@ -41,6 +41,19 @@ QString readRecording(const QString& fileName, QTextStream& messages, Decoder& d
     return lines.error();
 }
 
+ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTable& table,
+              QTextStream& output, QTextStream& messages)
+{
+    if (counts.decoded > 0)
+        output << formatReports(table.report(options.k)) << '\n';
+    output << formatSummary(counts, options.k);
+    if (counts.decoded > 0)
+        return ExitCode::Success;
+    messages << options.recording << ": no frame could be decoded with " << options.description
+             << '\n';
+    return ExitCode::NothingDecoded;
+}
+
 } // namespace
 
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages)
@@ -53,18 +66,10 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
     if (error.isEmpty())
         error = readRecording(options.recording, messages, decoder, table, counts);
     table.stopUpdating();
-    if (!error.isEmpty()) {
-        messages << error << '\n';
-        return ExitCode::WrongUse;
-    }
-    if (counts.decoded > 0)
-        output << formatReports(table.report(options.k)) << '\n';
-    output << formatSummary(counts, options.k);
-    if (counts.decoded > 0)
-        return ExitCode::Success;
-    messages << options.recording << ": no frame could be decoded with " << options.description
-             << '\n';
-    return ExitCode::NothingDecoded;
+    if (error.isEmpty())
+        return show(options, counts, table, output, messages);
+    messages << error << '\n';
+    return ExitCode::WrongUse;
 }
 
 } // namespace monitor

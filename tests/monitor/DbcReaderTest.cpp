@@ -169,8 +169,8 @@ TEST(DbcReader, EverythingElseIsSkipped)
 
 TEST(DbcReader, CommentOverSeveralLinesHidesWhatLooksLikeAMessage)
 {
-    const Dbc dbc = read(
-        "CM_ \"A 3.5 \\\" disk:\nBO_ 1 Hidden: 8 X\n SG_ broken\n\";\n" + messageLine);
+    const Dbc dbc =
+        read("CM_ \"A 3.5 \\\" disk:\nBO_ 1 Hidden: 8 X\n SG_ broken\n\";\n" + messageLine);
     EXPECT_EQ(dbc.warnings, QString());
     ASSERT_EQ(dbc.messages.size(), 1);
     EXPECT_EQ(dbc.messages.at(0).name, QString("EEC1"));

@@ -62,7 +62,7 @@ QString formatWholeOrHuge(double value)
 
 QString formatWithDecimals(double value, int decimals)
 {
-    const QString special = formatWholeOrHuge(value);
+    QString special = formatWholeOrHuge(value);
     return special.isEmpty() ? rounded(value, decimals) : special;
 }
 
@@ -80,7 +80,7 @@ QString formatMedian(double value, double factor, double offset)
 
 QString formatComputed(double value)
 {
-    const QString special = formatWholeOrHuge(value);
+    QString special = formatWholeOrHuge(value);
     if (!special.isEmpty())
         return special;
     const int digits = std::max(computedDigits, wholeDigitsOf(value) + computedDecimals);
