@@ -1,0 +1,76 @@
+#include "CommandLine.h"
+
+#include <QtCore/QCommandLineParser>
+
+#include <cmath>
+
+namespace monitor
+{
+
+namespace
+{
+
+const QString dbcOption = QStringLiteral("dbc");
+const QString helpOption = QStringLiteral("help");
+const QString kOption = QStringLiteral("k");
+
+void describe(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription(
+        QStringLiteral("Shows the signals of CAN traffic with their statistics.\n\n"
+                       "Exit status: 0 done, 1 nothing could be decoded, 2 wrong use or a file "
+                       "that cannot be read."));
+    // Not addHelpOption(), which would offer help on options of Qt that there are none of.
+    parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
+    parser.addPositionalArgument(QStringLiteral("replay"),
+                                 QStringLiteral("Replay a recording and print a table."));
+    parser.addPositionalArgument(QStringLiteral("FILE"),
+                                 QStringLiteral("The recording, in candump's compact form."));
+    parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
+                      QStringLiteral("FILE.dbc")});
+    parser.addOption({kOption,
+                      QStringLiteral("The band reaches K deviations to either side of the "
+                                     "average (default: 3)."),
+                      QStringLiteral("K"), QStringLiteral("3")});
+}
+
+/// The complaint about the arguments, empty if there is none.
+QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.isEmpty() || arguments.first() != QLatin1String("replay"))
+        return QStringLiteral("the command is missing: monitor replay FILE --dbc FILE.dbc");
+    if (arguments.size() != 2)
+        return QStringLiteral("replay needs exactly one recording");
+    if (parser.values(dbcOption).size() != 1)
+        return QStringLiteral("replay needs exactly one --dbc FILE.dbc");
+    bool understood = false;
+    options.k = parser.value(kOption).toDouble(&understood);
+    if (!understood || !std::isfinite(options.k) || options.k < 0)
+        return QStringLiteral("--k needs a number that is not negative");
+    options.recording = arguments.at(1);
+    options.description = parser.value(dbcOption);
+    return QString();
+}
+
+} // namespace
+
+CommandLine readCommandLine(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    describe(parser);
+    CommandLine commandLine;
+    if (!parser.parse(arguments)) {
+        commandLine.error = parser.errorText();
+    } else if (parser.isSet(helpOption)) {
+        commandLine.help = parser.helpText();
+    } else {
+        ReplayOptions options;
+        commandLine.error = readReplay(parser, options);
+        if (commandLine.error.isEmpty())
+            commandLine.replay = options;
+    }
+    return commandLine;
+}
+
+} // namespace monitor

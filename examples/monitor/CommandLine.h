@@ -1,0 +1,23 @@
+#pragma once
+
+#include "ReplayCommand.h"
+
+#include <QtCore/QStringList>
+
+#include <optional>
+
+namespace monitor
+{
+
+/// What the arguments of the program ask for.
+struct CommandLine {
+    std::optional<ReplayOptions> replay;
+    QString help;  ///< to be printed if that is asked for, else empty
+    QString error; ///< what is wrong with the arguments, else empty
+};
+
+/// Reads \a arguments, the name of the program first. One of the three parts is filled. There must
+/// be a QCoreApplication for the help, which names the program.
+CommandLine readCommandLine(const QStringList& arguments);
+
+} // namespace monitor

@@ -1,0 +1,75 @@
+#include "ReplayCommand.h"
+
+#include "decoding/Decoder.h"
+#include "descriptions/DbcReader.h"
+#include "reading/CandumpLine.h"
+#include "reading/LineReader.h"
+#include "showing/ReportTable.h"
+#include "signals/SignalTable.h"
+
+namespace monitor
+{
+
+namespace
+{
+
+void takeFrame(const Frame& frame, Decoder& decoder, SignalTable& table, FrameCounts& counts)
+{
+    ++counts.total;
+    const QVector<DecodedSignal>& found = decoder.decode(frame);
+    counts.decoded += found.isEmpty() ? 0 : 1;
+    for (const DecodedSignal& decoded : found)
+        table.feed(decoded);
+}
+
+/// Feeds the frames of the recording to \a table. Returns what made that impossible, if anything.
+QString readRecording(const QString& fileName, QTextStream& messages, Decoder& decoder,
+                      SignalTable& table, FrameCounts& counts)
+{
+    LineReader lines(fileName);
+    LineWarnings warnings(messages, fileName);
+    Frame frame;
+    for (QByteArray line; lines.readLine(line);) {
+        const LineKind kind = readCandumpLine(line, frame);
+        if (kind == LineKind::Frame)
+            takeFrame(frame, decoder, table, counts);
+        else if (kind == LineKind::NoFrame)
+            warnings.add(lines.lineNumber(), QStringLiteral("not a frame"));
+    }
+    counts.noFrame = warnings.count();
+    warnings.printTotal(QStringLiteral("line(s) in all that are no frame"));
+    return lines.error();
+}
+
+ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTable& table,
+              QTextStream& output, QTextStream& messages)
+{
+    if (counts.decoded > 0)
+        output << formatReports(table.report(options.k)) << '\n';
+    output << formatSummary(counts, options.k);
+    if (counts.decoded > 0)
+        return ExitCode::Success;
+    messages << options.recording << ": no frame could be decoded with " << options.description
+             << '\n';
+    return ExitCode::NothingDecoded;
+}
+
+} // namespace
+
+ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages)
+{
+    QVector<MessageDescription> descriptions;
+    QString error = readDbcFile(options.description, messages, descriptions);
+    Decoder decoder(std::move(descriptions));
+    SignalTable table(decoder.messages());
+    FrameCounts counts;
+    if (error.isEmpty())
+        error = readRecording(options.recording, messages, decoder, table, counts);
+    table.stopUpdating();
+    if (error.isEmpty())
+        return show(options, counts, table, output, messages);
+    messages << error << '\n';
+    return ExitCode::WrongUse;
+}
+
+} // namespace monitor

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QTextStream>
+
+namespace monitor
+{
+
+/// The exit codes of the program.
+enum class ExitCode {
+    Success = 0,
+    NothingDecoded = 1,
+    WrongUse = 2 ///< or a file that cannot be read
+};
+
+/// What to replay, and how.
+struct ReplayOptions {
+    QString recording;   ///< file name of a log in candump's compact form
+    QString description; ///< file name of a DBC
+    double k = 3;        ///< half the width of the band, in deviations
+};
+
+/// Replays a recording as fast as it can be read and prints a report of every signal to \a output.
+/// Messages for the user go to \a messages.
+ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages);
+
+} // namespace monitor

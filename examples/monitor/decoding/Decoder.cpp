@@ -1,0 +1,80 @@
+#include "Decoder.h"
+
+#include "J1939Id.h"
+#include "RawBits.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace monitor
+{
+
+namespace
+{
+
+/// The value of the multiplexor of \a message in \a frame, none if it has none there.
+std::optional<quint64> multiplexorValue(const Frame& frame, const MessageDescription& message)
+{
+    for (const SignalDescription& signal : message.signalDescriptions) {
+        if (signal.multiplexing == Multiplexing::Multiplexor && fitsInto(signal, frame.length))
+            return extractBits(frame, signal);
+    }
+    return std::nullopt;
+}
+
+bool isPresent(const SignalDescription& signal, const Frame& frame,
+               std::optional<quint64> multiplexor)
+{
+    const bool depends = signal.multiplexing == Multiplexing::Multiplexed ||
+                         signal.multiplexing == Multiplexing::Nested;
+    return fitsInto(signal, frame.length) && (!depends || multiplexor == signal.multiplexorValue);
+}
+
+} // namespace
+
+Decoder::Decoder(QVector<MessageDescription> messageDescriptions)
+    : descriptions(std::move(messageDescriptions))
+{
+    // The hash gives the entry inserted last first, so the order of the description is kept by
+    // going through it backwards.
+    for (int i = descriptions.size() - 1; i >= 0; --i) {
+        const MessageDescription& message = descriptions.at(i);
+        if (message.extended)
+            byPgn.insert(pgnOf(message.id), i);
+        else
+            byId.insert(message.id, i);
+    }
+}
+
+const QVector<DecodedSignal>& Decoder::decode(const Frame& frame)
+{
+    decoded.resize(0); // unlike clear(), keeps the storage for the next frame
+    if (frame.remote)
+        return decoded;
+    const auto& messagesByKey = frame.extended ? byPgn : byId;
+    const quint32 key = frame.extended ? pgnOf(frame.id) : frame.id;
+    for (auto it = messagesByKey.constFind(key); it != messagesByKey.cend() && it.key() == key;
+         ++it)
+        decodeMessage(frame, it.value());
+    return decoded;
+}
+
+void Decoder::decodeMessage(const Frame& frame, int message)
+{
+    const MessageDescription& description = descriptions.at(message);
+    const std::optional<quint64> multiplexor = multiplexorValue(frame, description);
+    for (int i = 0; i < description.signalDescriptions.size(); ++i) {
+        const SignalDescription& signal = description.signalDescriptions.at(i);
+        if (!isPresent(signal, frame, multiplexor))
+            continue;
+        DecodedSignal found{message, i, std::nullopt, Availability::Measured, 0};
+        found.bits = extractBits(frame, signal);
+        if (frame.extended) {
+            found.source = sourceAddressOf(frame.id);
+            found.availability = availabilityOf(found.bits, signal.length);
+        }
+        decoded.append(found);
+    }
+}
+
+} // namespace monitor

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "../descriptions/Description.h"
+#include "../reading/Frame.h"
+#include "Availability.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QVector>
+
+#include <optional>
+
+namespace monitor
+{
+
+/// One signal found in a frame.
+struct DecodedSignal {
+    int message = 0;              ///< index of the message in the description
+    int signal = 0;               ///< index of the signal in the message
+    std::optional<quint8> source; ///< J1939 source address; none for an 11-bit frame
+    Availability availability = Availability::Measured;
+    quint64 bits = 0; ///< the raw value without its sign
+};
+
+/// Finds the signals of a description in frames. 29-bit messages are matched by PGN, whatever
+/// their priority, source and, for PDU1, destination; 11-bit ones by their id. This class is
+/// reentrant.
+class Decoder
+{
+public:
+    explicit Decoder(QVector<MessageDescription> messageDescriptions);
+
+    const QVector<MessageDescription>& messages() const { return descriptions; }
+
+    /// The signals in \a frame, in the order of the description; none in a remote frame. Left out
+    /// are signals that the data is too short for, and multiplexed ones of another multiplexor
+    /// value. The answer is good until the next call.
+    const QVector<DecodedSignal>& decode(const Frame& frame);
+
+private:
+    void decodeMessage(const Frame& frame, int message);
+
+    QVector<MessageDescription> descriptions;
+    QMultiHash<quint32, int> byPgn; // indices of messages
+    QMultiHash<quint32, int> byId;
+    QVector<DecodedSignal> decoded;
+};
+
+} // namespace monitor

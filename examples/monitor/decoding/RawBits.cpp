@@ -1,0 +1,42 @@
+#include "RawBits.h"
+
+namespace monitor
+{
+
+namespace
+{
+
+quint64 bitAt(const Frame& frame, int position)
+{
+    return frame.data.at(static_cast<size_t>(position / 8)) >> (position % 8) & 1U;
+}
+
+/// The position that is one bit less significant: in Intel order simply the one below, in
+/// Motorola order from the lowest bit of a byte on to the highest of the byte after it.
+int nextLower(int position, ByteOrder order)
+{
+    const bool crosses = order == ByteOrder::Motorola && position % 8 == 0;
+    return crosses ? position + 15 : position - 1;
+}
+
+} // namespace
+
+quint64 extractBits(const Frame& frame, const SignalDescription& signal)
+{
+    const bool intel = signal.byteOrder == ByteOrder::Intel;
+    int position = intel ? signal.startBit + signal.length - 1 : signal.startBit;
+    quint64 bits = 0;
+    for (int i = 0; i < signal.length; ++i) {
+        bits = bits << 1 | bitAt(frame, position);
+        position = nextLower(position, signal.byteOrder);
+    }
+    return bits;
+}
+
+qint64 signExtended(quint64 bits, int length)
+{
+    const quint64 sign = quint64{1} << (length - 1);
+    return static_cast<qint64>((bits ^ sign) - sign);
+}
+
+} // namespace monitor

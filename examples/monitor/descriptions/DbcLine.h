@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Description.h"
+
+namespace monitor
+{
+
+/// What is wrong with a line of a DBC file; empty: nothing.
+using DbcComplaint = QString;
+
+/// Reads a BO_ line, as "BO_ 2364540158 EEC1: 8 Engine", into \a message. Bit 31 of the id marks
+/// a 29-bit one. After a complaint \a message may be partly written.
+DbcComplaint readDbcMessage(const QString& line, MessageDescription& message);
+
+/// Reads an SG_ line, as "SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm" Engine", into
+/// \a signal. What it describes lies within \a messageSize bytes, and none of its values leaves
+/// the range of double. After a complaint \a signal may be partly written.
+DbcComplaint readDbcSignal(const QString& line, int messageSize, SignalDescription& signal);
+
+} // namespace monitor

@@ -1,0 +1,164 @@
+#include "DbcReader.h"
+
+#include "../reading/LineReader.h"
+#include "DbcLine.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTextCodec>
+
+#include <algorithm>
+
+namespace monitor
+{
+
+namespace
+{
+
+/// A message of this name holds the signals that belong to none.
+const QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
+
+/// Older tools write units such as the degree sign in Latin-1, newer ones in UTF-8.
+QString decoded(const QByteArray& line)
+{
+    QTextCodec::ConverterState state;
+    const QString text =
+        QTextCodec::codecForName("UTF-8")->toUnicode(line.constData(), line.size(), &state);
+    return state.invalidChars + state.remainingChars == 0 ? text : QString::fromLatin1(line);
+}
+
+QString keywordOf(const QString& line)
+{
+    static const QRegularExpression pattern(QStringLiteral(R"(^\s*(\w+))"));
+    return pattern.match(line).captured(1);
+}
+
+/// Whether a text begins in \a line, or ends in it, without doing the other too.
+bool changesText(const QString& line)
+{
+    QString unescaped = line;
+    unescaped.remove(QLatin1String("\\\""));
+    return unescaped.count('"') % 2 != 0;
+}
+
+bool has(const MessageDescription& message, Multiplexing multiplexing)
+{
+    const auto& descriptions = message.signalDescriptions;
+    return std::any_of(
+        descriptions.begin(), descriptions.end(),
+        [multiplexing](const auto& signal) { return signal.multiplexing == multiplexing; });
+}
+
+/// Removes the signals for which \a unwanted says so, and returns whether there were any.
+template <typename Predicate>
+bool removeSignals(MessageDescription& message, Predicate unwanted)
+{
+    auto& descriptions = message.signalDescriptions;
+    const auto first = std::remove_if(descriptions.begin(), descriptions.end(), unwanted);
+    const bool found = first != descriptions.end();
+    descriptions.erase(first, descriptions.end());
+    return found;
+}
+
+} // namespace
+
+void DbcReader::readLine(qint64 number, const QByteArray& bytes)
+{
+    const QString line = decoded(bytes);
+    const QString keyword = textBegunInLine == 0 ? keywordOf(line) : QString();
+    if (keyword == QLatin1String("BO_"))
+        readMessage(number, line);
+    else if (keyword == QLatin1String("SG_"))
+        readSignal(number, line);
+    else if (keyword == QLatin1String("SIG_VALTYPE_"))
+        readValueType(number, line);
+    else
+        skip(number, line);
+}
+
+QVector<MessageDescription> DbcReader::finish()
+{
+    if (textBegunInLine != 0)
+        warnings.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
+    for (MessageDescription& message : messages)
+        dropUnclearSignals(message);
+    return std::move(messages);
+}
+
+void DbcReader::readMessage(qint64 number, const QString& line)
+{
+    MessageDescription message;
+    inMessage = false;
+    if (line.contains(independentSignals))
+        return;
+    const DbcComplaint complaint = readDbcMessage(line, message);
+    if (!complaint.isEmpty())
+        return warnings.add(number, complaint);
+    message.line = number;
+    messages.append(message);
+    inMessage = true;
+}
+
+void DbcReader::readSignal(qint64 number, const QString& line)
+{
+    if (!inMessage)
+        return warnings.add(number, QStringLiteral("signal (SG_) without a message"));
+    SignalDescription signal;
+    const DbcComplaint complaint = readDbcSignal(line, messages.last().size, signal);
+    if (!complaint.isEmpty())
+        return warnings.add(number, complaint);
+    messages.last().signalDescriptions.append(signal);
+}
+
+// A signal of IEEE numbers comes late in the file as such, and would give wrong figures if its
+// bits were taken for a whole number.
+void DbcReader::readValueType(qint64 number, const QString& line)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(^\s*SIG_VALTYPE_\s+(\d+)\s+(\w+)\s*:?\s*[12]\s*;)"));
+    const QRegularExpressionMatch match = pattern.match(line);
+    if (!match.hasMatch())
+        return;
+    const quint32 id = match.captured(1).toUInt();
+    for (MessageDescription& message : messages) {
+        if (message.id != (id & 0x7FFFFFFF) || message.extended != (id >> 31 != 0))
+            continue;
+        const auto isNamed = [&](const auto& signal) { return signal.name == match.captured(2); };
+        if (removeSignals(message, isNamed))
+            warnings.add(number, QStringLiteral("floating-point signal is not supported"));
+    }
+}
+
+// With multiplexors below others, the marker of a signal does not tell which of them it depends on.
+void DbcReader::dropUnclearSignals(MessageDescription& message)
+{
+    if (has(message, Multiplexing::Multiplexor) && !has(message, Multiplexing::Nested))
+        return;
+    const auto dependsOnAnother = [](const SignalDescription& signal) {
+        return signal.multiplexing == Multiplexing::Multiplexed ||
+               signal.multiplexing == Multiplexing::Nested;
+    };
+    if (removeSignals(message, dependsOnAnother))
+        warnings.add(message.line, QStringLiteral("multiplexed signals of this message are not "
+                                                  "decoded: which multiplexor is not clear"));
+}
+
+void DbcReader::skip(qint64 number, const QString& line)
+{
+    if (changesText(line))
+        textBegunInLine = textBegunInLine == 0 ? number : 0;
+}
+
+QString readDbcFile(const QString& fileName, QTextStream& warningStream,
+                    QVector<MessageDescription>& messages)
+{
+    LineReader lines(fileName);
+    LineWarnings warnings(warningStream, fileName);
+    DbcReader reader(warnings);
+    for (QByteArray line; lines.readLine(line);)
+        reader.readLine(lines.lineNumber(), line);
+    messages = reader.finish();
+    warnings.printTotal(QStringLiteral("place(s) in all that are not used"));
+    return lines.error();
+}
+
+} // namespace monitor

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "../reading/LineWarnings.h"
+#include "Description.h"
+
+namespace monitor
+{
+
+/// Reads a DBC description line by line: messages (BO_) and their signals (SG_). Everything else
+/// is skipped, texts over several lines included. A BO_ or SG_ line that cannot be understood is
+/// a warning, and the rest is used. This class is reentrant.
+class DbcReader
+{
+public:
+    explicit DbcReader(LineWarnings& lineWarnings) : warnings(lineWarnings) {}
+
+    /// Takes in the line of that \a number, counted from 1.
+    void readLine(qint64 number, const QByteArray& line);
+
+    /// Says that there are no more lines, and returns the messages in the order of the file.
+    QVector<MessageDescription> finish();
+
+private:
+    void readMessage(qint64 number, const QString& line);
+    void readSignal(qint64 number, const QString& line);
+    void readValueType(qint64 number, const QString& line);
+    void dropUnclearSignals(MessageDescription& message);
+    void skip(qint64 number, const QString& line);
+
+    LineWarnings& warnings;
+    QVector<MessageDescription> messages;
+    bool inMessage = false;     // signals belong to the last of messages
+    qint64 textBegunInLine = 0; // 0: not within a text
+};
+
+/// Reads the DBC file of that name into \a messages. Returns what made that impossible, naming
+/// the file; empty if nothing did.
+QString readDbcFile(const QString& fileName, QTextStream& warningStream,
+                    QVector<MessageDescription>& messages);
+
+} // namespace monitor

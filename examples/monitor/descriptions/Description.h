@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+namespace monitor
+{
+
+enum class ByteOrder { Intel, Motorola };
+
+/// Whether a signal is always in its message, or only while another one of the message says so.
+enum class Multiplexing {
+    Plain,
+    Multiplexor, ///< its value chooses the multiplexed signals
+    Multiplexed, ///< there only while the multiplexor has the value of the signal
+    Nested       ///< multiplexed, and a multiplexor itself
+};
+
+/// One signal of a message: where its bits are and what they mean.
+struct SignalDescription {
+    QString name;
+    /// The number of its lowest bit (Intel) or of its highest (Motorola): 8 x byte + bit, bit 0
+    /// being the lowest of its byte.
+    int startBit = 0;
+    int length = 0; ///< in bits, 1 to 64
+    ByteOrder byteOrder = ByteOrder::Intel;
+    bool isSigned = false; ///< two's complement
+    double factor = 1;     ///< value = raw x factor + offset, in \a unit
+    double offset = 0;
+    double lowerLimit = 0; ///< limits of the value; 0 and 0 if there are none
+    double upperLimit = 0;
+    QString unit;
+    Multiplexing multiplexing = Multiplexing::Plain;
+    quint64 multiplexorValue = 0; ///< of a multiplexed or nested signal
+};
+
+/// One message: which frames carry it and what signals are in it.
+struct MessageDescription {
+    QString name;
+    quint32 id = 0;
+    bool extended = false; ///< true: 29 bits, known by its PGN; false: 11 bits, known by its id
+    int size = 0;          ///< in bytes
+    QVector<SignalDescription> signalDescriptions;
+    qint64 line = 0; ///< where the description of the message begins, for warnings
+};
+
+/// Whether the bits of \a signal lie within the first \a size bytes of the data.
+bool fitsInto(const SignalDescription& signal, int size);
+
+/// The scaled values that the lowest and the highest raw value lead to, the smaller one first.
+struct ValueRange {
+    double lowest;
+    double highest;
+};
+ValueRange scaledRange(const SignalDescription& signal);
+
+} // namespace monitor

@@ -1,0 +1,119 @@
+#!/usr/bin/env python3
+"""Writes engine.expected: the figures that the monitor must show for the sample recording.
+
+They are computed here a second time, in exact fractions and by other means than the monitor's, so
+that a test can compare the two. One line for each signal and source:
+
+    name;source;count;newest;average;deviation;minimum;maximum;median;rating;lower;upper;deviators;
+    not available;error
+
+Written for the sample, so it reads no more of a recording or a description than that needs.
+"""
+
+import math
+import re
+import statistics
+import sys
+from collections import defaultdict
+from fractions import Fraction
+from pathlib import Path
+
+HERE = Path(__file__).parent
+K = 3
+SIGNAL = re.compile(r' SG_ (\w+) (?:(M|m\d+) )?: (\d+)\|(\d+)@([01])([+-]) '
+                    r'\(([^,]+),([^)]+)\) \[.*\] "(.*)" ')
+
+
+def messages():
+    """Maps the PGN or the 11-bit id, as text, to the signals."""
+    found = {}
+    for line in (HERE / "engine.dbc").read_text(encoding="utf-8").splitlines():
+        if line.startswith("BO_ "):
+            number = int(line.split()[1])
+            key = f"{number & 0x3FFFF00:08X}"[:6] if number >> 31 else f"{number:03X}"
+            found[key] = signals = []
+        elif line.startswith(" SG_ "):
+            signals.append(SIGNAL.match(line).groups())
+    return found
+
+
+def raw_bits(data, start, length, order):
+    """Cuts the field out of the data written as a string of binary digits."""
+    digits = "".join(f"{byte:08b}" for byte in (data if order == "0" else data[::-1]))
+    if order == "0":
+        first = start // 8 * 8 + 7 - start % 8
+    else:
+        first = len(digits) - start - length
+    return digits[first:first + length]
+
+
+def kind_of(bits, is_j1939):
+    reserving = len(bits) >= 8 or len(bits) in (2, 4)
+    top = bits[:8]
+    if not is_j1939 or not reserving or "0" in top[:-1]:
+        return "value"
+    return "not available" if top[-1] == "1" else "error"
+
+
+def collect(recording):
+    """Maps (name, source) to the scaled values and to the counts of what was none."""
+    series = defaultdict(lambda: ([], {"not available": 0, "error": 0}))
+    known = messages()
+    for line in recording.splitlines():
+        match = re.fullmatch(r"\(.+\) \w+ (\w+)#([0-9A-F]*)", line)
+        if not match:
+            continue  # a comment or a remote frame
+        identifier, data = match[1], bytes.fromhex(match[2])
+        is_j1939 = len(identifier) == 8
+        key = f"{int(identifier, 16) & 0x3FFFF00:08X}"[:6] if is_j1939 else identifier
+        source = str(int(identifier[6:], 16)) if is_j1939 else "-"
+        for name, multiplex, start, length, order, sign, factor, offset, _ in known.get(key, []):
+            if multiplex and multiplex != "M" and int(multiplex[1:]) != data[0]:
+                continue
+            bits = raw_bits(data, int(start), int(length), order)
+            values, counts = series[name, source]
+            kind = kind_of(bits, is_j1939)
+            if kind != "value":
+                counts[kind] += 1
+                continue
+            raw = int(bits, 2) - (2 ** len(bits) if sign == "-" and bits[0] == "1" else 0)
+            values.append(raw * Fraction(factor) + Fraction(offset))
+    return series
+
+
+def rating(newest, lower, upper):
+    """100 in the inner half of the band, from there falling to 0 at its ends, 0 outside."""
+    if not lower <= newest <= upper:
+        return 0
+    if lower == upper:
+        return 100
+    distance = min(newest - lower, upper - newest)
+    return min(100, math.floor(100 * distance / ((upper - lower) / 4) + Fraction(1, 2)))
+
+
+def root(square):
+    """The square root, to more digits than anybody prints."""
+    scale = 10 ** 30
+    return Fraction(math.isqrt(square.numerator * scale ** 2 // square.denominator), scale)
+
+
+def figures(values):
+    average = statistics.mean(values)
+    deviation = root(statistics.pvariance(values))
+    lower, upper = average - K * deviation, average + K * deviation
+    outside = sum(not lower <= value <= upper for value in values)
+    return [values[-1], average, deviation, min(values), max(values), statistics.median(values),
+            rating(values[-1], lower, upper), lower, upper, outside]
+
+
+def main():
+    directory = Path(sys.argv[1]) if len(sys.argv) > 1 else HERE
+    recording = (HERE / "engine.log").read_text(encoding="ascii")
+    with open(directory / "engine.expected", "w", encoding="ascii", newline="\n") as output:
+        for (name, source), (values, counts) in sorted(collect(recording).items()):
+            cells = [name, source, len(values), *(f"{float(x):.15g}" for x in figures(values)),
+                     counts["not available"], counts["error"]]
+            print(*cells, sep=";", file=output)
+
+
+main()

@@ -1,0 +1,89 @@
+#include "ReportTable.h"
+
+#include "FigureFormat.h"
+#include "Table.h"
+
+namespace monitor
+{
+
+namespace
+{
+
+QVector<Column> columns()
+{
+    return {
+        {QStringLiteral("signal"), Alignment::Left},
+        {QStringLiteral("source"), Alignment::Right},
+        {QStringLiteral("count"), Alignment::Right},
+        {QStringLiteral("newest"), Alignment::Right},
+        {QStringLiteral("average"), Alignment::Right},
+        {QStringLiteral("deviation"), Alignment::Right},
+        {QStringLiteral("minimum"), Alignment::Right},
+        {QStringLiteral("maximum"), Alignment::Right},
+        {QStringLiteral("median"), Alignment::Right},
+        {QStringLiteral("rating"), Alignment::Right},
+        {QStringLiteral("band"), Alignment::Right},
+        {QStringLiteral("deviators"), Alignment::Right},
+        {QStringLiteral("unit"), Alignment::Left},
+        {QStringLiteral("n/a"), Alignment::Right},
+        {QStringLiteral("error"), Alignment::Right},
+    };
+}
+
+/// The cells from the newest value to the deviators.
+QStringList figuresOf(const SignalReport& report)
+{
+    const double factor = report.factor;
+    const double offset = report.offset;
+    return {
+        formatMeasured(report.newest, factor, offset),
+        formatComputed(report.average),
+        formatComputed(report.deviation),
+        formatMeasured(report.minimum, factor, offset),
+        formatMeasured(report.maximum, factor, offset),
+        formatMedian(report.median, factor, offset),
+        QString::number(report.rating),
+        formatComputed(report.lowerThreshold) + " .. " + formatComputed(report.upperThreshold),
+        QString::number(report.deviators),
+    };
+}
+
+QStringList rowOf(const SignalReport& report)
+{
+    constexpr int figures = 9;
+    QStringList row;
+    row << report.name << (report.source ? QString::number(*report.source) : QString())
+        << QString::number(report.count);
+    if (report.count > 0)
+        row << figuresOf(report);
+    else
+        row << QVector<QString>(figures).toList();
+    row << report.unit << QString::number(report.notAvailable) << QString::number(report.errors);
+    return row;
+}
+
+} // namespace
+
+QString formatReports(const QVector<SignalReport>& reports)
+{
+    QVector<QStringList> rows;
+    for (const SignalReport& report : reports)
+        rows.append(rowOf(report));
+    return formatTable(columns(), rows);
+}
+
+QString formatSummary(const FrameCounts& counts, double k)
+{
+    return QStringLiteral("band        average -/+ %1 deviations\n"
+                          "frames      %2\n"
+                          "decoded     %3\n"
+                          "undecoded   %4\n"
+                          "no frame    %5\n")
+        .arg(QString::number(k, 'g', 15))
+        .arg(counts.total)
+        .arg(counts.decoded)
+        .arg(counts.total - counts.decoded)
+        .arg(counts.noFrame);
+}
+
+} // namespace monitor

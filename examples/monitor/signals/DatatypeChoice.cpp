@@ -1,0 +1,73 @@
+#include "DatatypeChoice.h"
+
+#include <cmath>
+
+using CAN::CANopenDataType;
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr int exactBits = 53; // up to here double holds every whole number
+
+struct IntegerType {
+    int bits;
+    CANopenDataType unsignedType;
+    CANopenDataType signedType;
+};
+
+// Not all of the integer types: a signal has no element type for INTEGER48, INTEGER56 and
+// UNSIGNED56, and takes INTEGER40 for a single byte. What they would hold goes into 64 bits.
+constexpr IntegerType integerTypes[] = {
+    {8, CANopenDataType::UNSIGNED8, CANopenDataType::INTEGER8},
+    {16, CANopenDataType::UNSIGNED16, CANopenDataType::INTEGER16},
+    {24, CANopenDataType::UNSIGNED24, CANopenDataType::INTEGER24},
+    {32, CANopenDataType::UNSIGNED32, CANopenDataType::INTEGER32},
+    {40, CANopenDataType::UNSIGNED40, CANopenDataType::INTEGER64},
+    {48, CANopenDataType::UNSIGNED48, CANopenDataType::INTEGER64},
+    {exactBits, CANopenDataType::UNSIGNED64, CANopenDataType::INTEGER64},
+};
+
+bool isWhole(double number)
+{
+    return std::trunc(number) == number;
+}
+
+/// Whether all that \a signal leads to stays in a type of \a bits, the products without the offset
+/// included: the library brings both into the type, and either wraps where it does not fit.
+bool staysIn(const SignalDescription& signal, int bits)
+{
+    const double lowest = signal.isSigned ? -std::ldexp(1.0, bits - 1) : 0;
+    const double highest = std::ldexp(1.0, signal.isSigned ? bits - 1 : bits) - 1;
+    SignalDescription product = signal;
+    product.offset = 0;
+    for (const ValueRange& range : {scaledRange(product), scaledRange(signal)}) {
+        if (range.lowest < lowest || range.highest > highest)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+// An integer type drops the fraction of every product and wraps where it is left, so a speed of
+// 0.125 rpm per bit or a temperature from -40 degrees would come out wrong: they need REAL64.
+// So does what is longer than 53 bits: the library scales in double, so an integer type would
+// show a rounded value as if it were exact, and the greatest one, rounded up, even as 0.
+CANopenDataType datatypeOf(const SignalDescription& signal)
+{
+    if (!isWhole(signal.factor) || !isWhole(signal.offset))
+        return CANopenDataType::REAL64;
+    for (const IntegerType& type : integerTypes) {
+        if (signal.length > type.bits)
+            continue;
+        if (!staysIn(signal, type.bits))
+            return CANopenDataType::REAL64;
+        return signal.isSigned ? type.signedType : type.unsignedType;
+    }
+    return CANopenDataType::REAL64;
+}
+
+} // namespace monitor

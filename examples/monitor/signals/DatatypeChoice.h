@@ -1,0 +1,15 @@
+#pragma once
+
+#include "../descriptions/Description.h"
+
+#include <cansupport/CANopenDataType.h>
+
+namespace monitor
+{
+
+/// The data type in which the values of \a signal are scaled and summed without loss: the
+/// smallest integer type that holds its raw values if every value is whole and stays in the range
+/// of that type, otherwise REAL64.
+CAN::CANopenDataType datatypeOf(const SignalDescription& signal);
+
+} // namespace monitor

@@ -1,0 +1,88 @@
+#include "SignalTable.h"
+
+#include <QtCore/QThreadPool>
+
+#include <algorithm>
+#include <tuple>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr quint64 sources = 257; // 256 source addresses and none
+
+quint64 keyOf(const DecodedSignal& decoded)
+{
+    constexpr quint64 signalsOfMessage = 1U << 20U; // more than any message has bits
+    const auto message = static_cast<quint64>(decoded.message);
+    const auto signal = static_cast<quint64>(decoded.signal);
+    const quint64 source = decoded.source ? *decoded.source : sources - 1;
+    return (message * signalsOfMessage + signal) * sources + source;
+}
+
+bool isBefore(const SignalReport& left, const SignalReport& right)
+{
+    return std::tie(left.name, left.source) < std::tie(right.name, right.source);
+}
+
+} // namespace
+
+SignalTable::SignalTable(const QVector<MessageDescription>& messageDescriptions)
+    : descriptions(messageDescriptions)
+{
+    for (const MessageDescription& message : descriptions) {
+        for (const SignalDescription& signal : message.signalDescriptions)
+            ++messagesWithName[signal.name];
+    }
+}
+
+void SignalTable::feed(const DecodedSignal& decoded)
+{
+    signalOf(decoded).feed(decoded);
+}
+
+// Each signal may need up to 100 ms to stop, mostly waiting, so they are stopped side by side: two
+// by two even if there are hundreds.
+void SignalTable::stopUpdating()
+{
+    constexpr int waitingAtOnce = 256;
+    QThreadPool pool;
+    pool.setMaxThreadCount(waitingAtOnce);
+    for (const auto& signal : monitored)
+        pool.start([&signal] { signal->stopUpdating(); });
+    pool.waitForDone();
+}
+
+QVector<SignalReport> SignalTable::report(double k)
+{
+    QVector<SignalReport> reports;
+    for (const auto& signal : monitored)
+        reports.append(signal->report(k));
+    std::stable_sort(reports.begin(), reports.end(), isBefore);
+    return reports;
+}
+
+MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
+{
+    const quint64 key = keyOf(decoded);
+    const auto known = positions.constFind(key);
+    if (known != positions.cend())
+        return *monitored.at(known.value());
+    const MessageDescription& message = descriptions.at(decoded.message);
+    positions.insert(key, monitored.size());
+    monitored.push_back(std::make_unique<MonitoredSignal>(
+        message.signalDescriptions.at(decoded.signal), nameOf(decoded), decoded.source));
+    return *monitored.back();
+}
+
+/// The name of the signal, with that of its message where it would not be clear which is meant.
+QString SignalTable::nameOf(const DecodedSignal& decoded) const
+{
+    const MessageDescription& message = descriptions.at(decoded.message);
+    const QString& name = message.signalDescriptions.at(decoded.signal).name;
+    return messagesWithName.value(name) > 1 ? message.name + '.' + name : name;
+}
+
+} // namespace monitor

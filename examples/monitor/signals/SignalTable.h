@@ -1,0 +1,39 @@
+#pragma once
+
+#include "MonitoredSignal.h"
+
+#include <QtCore/QHash>
+
+#include <memory>
+#include <vector>
+
+namespace monitor
+{
+
+/// The signals that have been seen, one for each signal of the description and source address.
+class SignalTable
+{
+public:
+    /// \a messageDescriptions must outlive this object.
+    explicit SignalTable(const QVector<MessageDescription>& messageDescriptions);
+
+    /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
+    void feed(const DecodedSignal& decoded);
+
+    /// Ends the background updating of all signals.
+    void stopUpdating();
+
+    /// The reports of all signals, sorted by name and source address.
+    QVector<SignalReport> report(double k);
+
+private:
+    MonitoredSignal& signalOf(const DecodedSignal& decoded);
+    QString nameOf(const DecodedSignal& decoded) const;
+
+    const QVector<MessageDescription>& descriptions;
+    QHash<QString, int> messagesWithName; // how many messages have a signal of that name
+    std::vector<std::unique_ptr<MonitoredSignal>> monitored;
+    QHash<quint64, size_t> positions; // in monitored
+};
+
+} // namespace monitor

@@ -1,0 +1,69 @@
+#include <CommandLine.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QCoreApplication>
+
+using monitor::CommandLine;
+
+namespace
+{
+
+CommandLine read(const QStringList& arguments)
+{
+    return monitor::readCommandLine(QStringList("monitor") + arguments);
+}
+
+} // namespace
+
+TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
+{
+    const CommandLine line = read({"replay", "bus.log", "--dbc", "bus.dbc", "--k", "1.5"});
+    ASSERT_TRUE(line.replay.has_value());
+    EXPECT_EQ(line.replay->recording, QString("bus.log"));
+    EXPECT_EQ(line.replay->description, QString("bus.dbc"));
+    EXPECT_EQ(line.replay->k, 1.5);
+}
+
+TEST(CommandLine, FactorIsThreeIfNotGiven)
+{
+    const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log"});
+    ASSERT_TRUE(line.replay.has_value());
+    EXPECT_EQ(line.replay->k, 3);
+}
+
+TEST(CommandLine, HelpIsNoError)
+{
+    char name[] = "monitor";
+    char* argv[] = {name, nullptr};
+    int argc = 1;
+    const QCoreApplication application(argc, argv); // the help names the program
+    for (const char* option : {"--help", "-h"}) {
+        const CommandLine line = read({option});
+        EXPECT_FALSE(line.help.isEmpty());
+        EXPECT_TRUE(line.error.isEmpty());
+        EXPECT_FALSE(line.replay.has_value());
+    }
+}
+
+TEST(CommandLine, WrongUseIsAComplaint)
+{
+    for (const QStringList& arguments : {
+             QStringList{},
+             QStringList{"bus.log"},
+             QStringList{"play", "bus.log", "--dbc", "bus.dbc"},
+             QStringList{"replay", "--dbc", "bus.dbc"},
+             QStringList{"replay", "bus.log"},
+             QStringList{"replay", "bus.log", "--dbc"},
+             QStringList{"replay", "a.log", "b.log", "--dbc", "bus.dbc"},
+             QStringList{"replay", "bus.log", "--dbc", "a.dbc", "--dbc", "b.dbc"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "many"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "-1"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "nan"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--colour"},
+         }) {
+        const CommandLine line = read(arguments);
+        EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();
+        EXPECT_FALSE(line.replay.has_value()) << arguments.join(' ').toStdString();
+    }
+}

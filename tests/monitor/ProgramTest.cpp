@@ -1,0 +1,153 @@
+#include "MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+namespace
+{
+
+const QByteArray speedDbc = "BO_ 2364540158 EEC1: 8 Engine\n"
+                            " SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] \"rpm\" X\n";
+
+class Program : public testing::Test
+{
+protected:
+    QString path(const QString& name) const { return directory.filePath(name); }
+
+    QString write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return file.fileName();
+    }
+
+    MonitorRun replay(const QByteArray& log, const QByteArray& dbc,
+                      const QStringList& options = {}) const
+    {
+        return runMonitor(
+            QStringList{"replay", write("bus.log", log), "--dbc", write("bus.dbc", dbc)} + options);
+    }
+
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+// 800, 1600 and 2400 bits are 100, 200 and 300 rpm: mean 200, deviation 100 x root of 2/3.
+TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
+{
+    const MonitorRun run = replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
+                                  "(1.1) can0 0CF00400#FFFFFF4006FFFFFF\n"
+                                  "(1.2) can0 0CF00400#FFFFFFFFFFFFFFFF\n"
+                                  "(1.3) can0 0CF00400#FFFFFF00FEFFFFFF\n"
+                                  "(1.4) can0 0CF00400#FFFFFF6009FFFFFF\n"
+                                  "(1.5) can0 18FEEE00#FFFFFFFFFFFFFFFF\n",
+                                  speedDbc, {"--k", "1"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.output.section('\n', 1, 1).simplified(),
+              QString("EngineSpeed 0 3 300 200 81.6496581 100 300 200 0 "
+                      "118.350342 .. 281.649658 2 rpm 1 1"));
+    EXPECT_EQ(run.output.section('\n', 2).simplified(),
+              QString("band average -/+ 1 deviations frames 6 decoded 5 undecoded 1 no frame 0"));
+}
+
+TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
+{
+    const MonitorRun run = replay("# comment\n\nnonsense\n"
+                                  "(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
+                                  "(1.1) can0 0CF00400#FFFFFF200",
+                                  speedDbc);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString("%1:3: not a frame\n%1:5: not a frame\n"
+                                    "%1: 2 line(s) in all that are no frame\n")
+                                .arg(path("bus.log")));
+    EXPECT_TRUE(run.output.contains("no frame    2\n"));
+    EXPECT_TRUE(run.output.contains("frames      1\n"));
+}
+
+TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
+{
+    const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_LT(run.messages.count('\n'), 20);
+    EXPECT_TRUE(run.messages.contains("5000 line(s)"));
+}
+
+TEST_F(Program, DescriptionLinesThatAreNotUnderstoodAreReportedWithFileAndLine)
+{
+    const MonitorRun run =
+        replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n", speedDbc + " SG_ Broken : 0|8@1+\n");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.messages.startsWith(path("bus.dbc") + ":3: ")) << run.messages.toStdString();
+}
+
+TEST_F(Program, NothingDecodedIsExitCode1AndAMessageWithBothFiles)
+{
+    for (const QByteArray& log :
+         {QByteArray(), QByteArray("(1.0) can0 18FEEE00#FFFFFFFFFFFFFFFF\n"),
+          QByteArray("(1.0) can0 0CF00400#R8\n")}) {
+        const MonitorRun run = replay(log, speedDbc);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.messages.contains(path("bus.log"))) << run.messages.toStdString();
+        EXPECT_TRUE(run.messages.contains(path("bus.dbc")));
+        EXPECT_TRUE(run.output.contains("decoded     0\n"));
+    }
+}
+
+TEST_F(Program, FileThatCannotBeReadIsExitCode2AndAMessageWithItsName)
+{
+    const QString log = write("bus.log", "");
+    const QString dbc = write("bus.dbc", speedDbc);
+    const QString missing = path("missing");
+    for (const auto& run : {runMonitor({"replay", missing, "--dbc", dbc}),
+                            runMonitor({"replay", log, "--dbc", missing})}) {
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith(missing + ": cannot be read: "));
+        EXPECT_EQ(run.output, QString());
+    }
+    const MonitorRun run = runMonitor({"replay", directory.path(), "--dbc", dbc});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith(directory.path() + ": cannot be read: "));
+}
+
+TEST_F(Program, WrongUseIsExitCode2AndAMessage)
+{
+    for (const QStringList& arguments :
+         {QStringList{}, QStringList{"replay"}, QStringList{"--colour"}}) {
+        const MonitorRun run = runMonitor(arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith("monitor: ")) << run.messages.toStdString();
+        EXPECT_EQ(run.output, QString());
+    }
+}
+
+TEST_F(Program, HelpIsExitCode0)
+{
+    const MonitorRun run = runMonitor({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.output.contains("--dbc"));
+    EXPECT_EQ(run.messages, QString());
+}
+
+// Stopped one after the other, 512 signals would need up to 51 s.
+TEST_F(Program, HundredsOfSignalsEndSideBySide)
+{
+    QByteArray log;
+    for (int source = 0; source < 256; ++source)
+        log += QByteArray("(1.0) can0 18FF00") +
+               QByteArray::number(source, 16).rightJustified(2, '0') + "#0102030405060708\n";
+    QElapsedTimer timer;
+    timer.start();
+    const MonitorRun run = replay(log, "BO_ 2566848766 B: 8 X\n"
+                                       " SG_ First : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                       " SG_ Second : 8|8@1+ (1,0) [0|0] \"\" X\n");
+    EXPECT_LT(timer.elapsed(), 10000);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.count("First"), 256);
+    EXPECT_EQ(run.output.count("Second"), 256);
+}

@@ -1,0 +1,115 @@
+#include "MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
+
+#include <cmath>
+
+namespace
+{
+
+QString sample(const QString& name)
+{
+    return QStringLiteral(SAMPLE_DIRECTORY "/") + name;
+}
+
+QByteArray contentOf(const QString& fileName)
+{
+    QFile file(fileName);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << fileName.toStdString();
+    return file.readAll();
+}
+
+/// Runs a script of the sample that writes \a files, and compares them with those kept.
+void expectReproduced(const QString& script, const QStringList& files)
+{
+    const QTemporaryDir directory;
+    ASSERT_EQ(QProcess::execute(PYTHON_PROGRAM, {sample(script), directory.path()}), 0);
+    for (const QString& file : files)
+        EXPECT_TRUE(contentOf(directory.filePath(file)) == contentOf(sample(file)))
+            << file.toStdString() << " differs from what " << script.toStdString() << " writes";
+}
+
+/// The cells of the table's rows, the band as two cells and without the unit.
+QList<QStringList> shownRows(const QString& output)
+{
+    QList<QStringList> rows;
+    for (const QString& line : output.section("\n\n", 0, 0).split('\n').mid(1)) {
+        QStringList cells = line.split(QRegularExpression(QStringLiteral("  +| \\.\\. ")));
+        EXPECT_EQ(cells.size(), 16) << line.toStdString();
+        if (cells.size() == 16)
+            cells.removeAt(13);
+        rows += cells;
+    }
+    return rows;
+}
+
+QList<QStringList> expectedRows()
+{
+    QList<QStringList> rows;
+    for (const QByteArray& line : contentOf(sample("engine.expected")).trimmed().split('\n'))
+        rows += QString::fromLatin1(line).split(';');
+    return rows;
+}
+
+/// Texts are equal; numbers agree in nine significant digits, rounded.
+void expectSame(const QString& shown, const QString& expected, const QString& where)
+{
+    bool isNumber = false;
+    const double number = expected.toDouble(&isNumber);
+    if (isNumber)
+        EXPECT_NEAR(shown.toDouble(), number, 6e-9 * std::fabs(number)) << where.toStdString();
+    else
+        EXPECT_EQ(shown, expected) << where.toStdString();
+}
+
+MonitorRun replaySample()
+{
+    return runMonitor({"replay", sample("engine.log"), "--dbc", sample("engine.dbc")});
+}
+
+} // namespace
+
+TEST(Sample, GeneratorReproducesRecordingAndDescription)
+{
+    expectReproduced("generateSample.py", {"engine.log", "engine.dbc"});
+}
+
+TEST(Sample, ExpectedFiguresAreThoseOfTheRecording)
+{
+    expectReproduced("expectedFigures.py", {"engine.expected"});
+}
+
+TEST(Sample, TableShowsTheFiguresComputedIndependently)
+{
+    const MonitorRun run = replaySample();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    const QList<QStringList> shown = shownRows(run.output);
+    const QList<QStringList> expected = expectedRows();
+    ASSERT_EQ(shown.size(), expected.size());
+    for (int row = 0; row < expected.size(); ++row) {
+        ASSERT_EQ(shown.at(row).size(), expected.at(row).size());
+        for (int cell = 0; cell < expected.at(row).size(); ++cell)
+            expectSame(shown.at(row).at(cell), expected.at(row).at(cell),
+                       QString("%1, cell %2").arg(expected.at(row).at(0)).arg(cell));
+    }
+}
+
+TEST(Sample, HasWhatItIsMadeToShow)
+{
+    const MonitorRun run = replaySample();
+    const auto rowOf = [&run](const QString& name) {
+        const int begin = run.output.indexOf('\n' + name + ' ') + 1;
+        return run.output.mid(begin, run.output.indexOf('\n', begin) - begin);
+    };
+    EXPECT_TRUE(rowOf("EngineSpeed").simplified().endsWith(" 6 rpm 0 0"));
+    EXPECT_TRUE(rowOf("EngineCoolantTemperature").contains(QString::fromUtf8("°C")));
+    EXPECT_TRUE(rowOf("EngineOilTemperature1").simplified().endsWith(QString::fromUtf8("°C 5 0")));
+    EXPECT_TRUE(rowOf("EngineOilPressure").simplified().endsWith(" kPa 0 6"));
+    EXPECT_EQ(run.output.count("BatteryPotential"), 2);
+    EXPECT_TRUE(run.output.contains("undecoded   31\n"));
+}

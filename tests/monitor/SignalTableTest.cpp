@@ -1,0 +1,186 @@
+#include "Descriptions.h"
+
+#include <signals/SignalTable.h>
+
+#include <gtest/gtest.h>
+
+using monitor::Availability;
+using monitor::DecodedSignal;
+using monitor::MessageDescription;
+using monitor::SignalDescription;
+using monitor::SignalReport;
+using monitor::SignalTable;
+
+namespace
+{
+
+DecodedSignal measured(quint64 bits, int signal = 0, quint8 source = 0)
+{
+    DecodedSignal decoded;
+    decoded.signal = signal;
+    decoded.source = source;
+    decoded.bits = bits;
+    return decoded;
+}
+
+DecodedSignal without(Availability availability)
+{
+    DecodedSignal decoded = measured(0xFFFF);
+    decoded.availability = availability;
+    return decoded;
+}
+
+QVector<MessageDescription> oneSignal(int length, double factor, double offset)
+{
+    SignalDescription signal = describedSignal(0, length);
+    signal.factor = factor;
+    signal.offset = offset;
+    signal.unit = "rpm";
+    return {describedMessage(0, {signal})};
+}
+
+SignalReport reportOf(const QVector<MessageDescription>& messages, const QVector<quint64>& raw,
+                      double k)
+{
+    SignalTable table(messages);
+    for (const quint64 bits : raw)
+        table.feed(measured(bits));
+    table.stopUpdating();
+    return table.report(k).at(0);
+}
+
+} // namespace
+
+// Raw 4, 4, 8, 8 and 36 at 0.5 per bit from 10: 12, 12, 14, 14, 28. Their mean is 16, their squared
+// distances 16 + 16 + 4 + 4 + 144 = 184, so the deviation is the root of 184 / 5.
+TEST(SignalTable, FiguresAreThoseOfTheScaledValues)
+{
+    const SignalReport report = reportOf(oneSignal(16, 0.5, 10), {4, 36, 4, 8, 8}, 1);
+    const double deviation = 6.06630035524124;
+    EXPECT_EQ(report.name, QString("Signal"));
+    EXPECT_EQ(report.source, quint8{0});
+    EXPECT_EQ(report.unit, QString("rpm"));
+    EXPECT_EQ(report.count, 5);
+    EXPECT_EQ(report.newest, 14);
+    EXPECT_DOUBLE_EQ(report.average, 16);
+    EXPECT_NEAR(report.deviation, deviation, 1e-13);
+    EXPECT_EQ(report.minimum, 12);
+    EXPECT_EQ(report.maximum, 28);
+    EXPECT_EQ(report.median, 14);
+    EXPECT_NEAR(report.lowerThreshold, 16 - deviation, 1e-13);
+    EXPECT_NEAR(report.upperThreshold, 16 + deviation, 1e-13);
+    EXPECT_EQ(report.rating, 100); // 2 from the middle, within half of the deviation
+    EXPECT_EQ(report.deviators, 1);
+}
+
+TEST(SignalTable, DeviatorsAreCountedByScaledValuesAndNotByRawOnes)
+{
+    const auto temperatures = oneSignal(8, 1, -40);
+    EXPECT_EQ(reportOf(temperatures, {120, 121, 122}, 3).deviators, 0);
+    EXPECT_EQ(reportOf(temperatures, {120, 121, 122}, 1).deviators, 2);
+    EXPECT_EQ(reportOf(temperatures, {120, 120, 120, 120, 120, 120, 120, 120, 0}, 2).deviators, 1);
+}
+
+TEST(SignalTable, ValueOnTheEdgeOfTheBandIsNoDeviator)
+{
+    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {8, 12}, 1).deviators, 0);
+    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {8, 12}, 0.5).deviators, 2);
+}
+
+TEST(SignalTable, RatingIsThatOfTheNewestValueInTheBand)
+{
+    // Mean 10, deviation 2, band 4 to 16, margins of 3: 8 lies 4 from the end, 12 as well.
+    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {12, 8}, 3).rating, 100);
+    // Band 8 to 12: the newest value lies on its end.
+    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {12, 8}, 1).rating, 0);
+    // Band 7 to 13, margins of 1.5: 8 lies 1 from the end.
+    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {12, 8}, 1.5).rating, 67);
+}
+
+TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
+{
+    SignalDescription signal = describedSignal(0, 8);
+    signal.isSigned = true;
+    EXPECT_EQ(reportOf({describedMessage(0, {signal})}, {0x80}, 3).newest, -128);
+    signal.length = 40;
+    EXPECT_EQ(reportOf({describedMessage(0, {signal})}, {0xFFFFFFFFFE}, 3).newest, -2);
+    EXPECT_EQ(reportOf(oneSignal(48, 1, 0), {0xABCDEF012345}, 3).newest, 0xABCDEF012345);
+}
+
+TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
+{
+    const SignalReport report = reportOf(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);
+    EXPECT_EQ(report.newest, 18446744073709551616.0);
+    EXPECT_EQ(report.maximum, 18446744073709551616.0);
+    EXPECT_EQ(report.minimum, 1);
+    EXPECT_EQ(report.deviators, 0);
+}
+
+TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverFed)
+{
+    const auto messages = oneSignal(16, 0.125, 0);
+    SignalTable table(messages);
+    table.feed(without(Availability::NotAvailable));
+    table.feed(measured(8));
+    table.feed(without(Availability::Error));
+    table.feed(without(Availability::NotAvailable));
+    table.stopUpdating();
+    const SignalReport report = table.report(3).at(0);
+    EXPECT_EQ(report.count, 1);
+    EXPECT_EQ(report.maximum, 1);
+    EXPECT_EQ(report.notAvailable, 2);
+    EXPECT_EQ(report.errors, 1);
+}
+
+TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
+{
+    const auto messages = oneSignal(16, 0.125, 0);
+    SignalTable table(messages);
+    table.feed(without(Availability::Error));
+    table.stopUpdating();
+    const auto reports = table.report(3);
+    ASSERT_EQ(reports.size(), 1);
+    EXPECT_EQ(reports.at(0).count, 0);
+    EXPECT_EQ(reports.at(0).errors, 1);
+}
+
+TEST(SignalTable, SourcesAreKeptApartAndSorted)
+{
+    SignalDescription speed = describedSignal(0, 8);
+    SignalDescription load = describedSignal(8, 8);
+    load.name = "Load";
+    const QVector<MessageDescription> messages{describedMessage(0, {speed, load})};
+    SignalTable table(messages);
+    table.feed(measured(1, 0, 49));
+    table.feed(measured(2, 0, 7));
+    table.feed(measured(3, 1, 49));
+    DecodedSignal noSource = measured(4);
+    noSource.source.reset();
+    table.feed(noSource);
+    table.feed(measured(5, 0, 49));
+    table.stopUpdating();
+    QStringList rows;
+    for (const SignalReport& report : table.report(3))
+        rows += QString("%1 %2 %3 %4")
+                    .arg(report.name)
+                    .arg(report.source ? int(*report.source) : -1)
+                    .arg(report.count)
+                    .arg(report.newest);
+    EXPECT_EQ(rows, (QStringList{"Load 49 1 3", "Signal -1 1 4", "Signal 7 1 2", "Signal 49 2 5"}));
+}
+
+TEST(SignalTable, NameThatTwoMessagesUseIsShownWithItsMessage)
+{
+    MessageDescription first = describedMessage(0, {describedSignal(0, 8)});
+    MessageDescription second = first;
+    second.name = "Other";
+    const QVector<MessageDescription> messages{first, second};
+    SignalTable table(messages);
+    table.feed(measured(1));
+    DecodedSignal inSecond = measured(2);
+    inSecond.message = 1;
+    table.feed(inSecond);
+    table.stopUpdating();
+    EXPECT_EQ(table.report(3).at(0).name, QString("Message.Signal"));
+    EXPECT_EQ(table.report(3).at(1).name, QString("Other.Signal"));
+}
