@@ -33,8 +33,10 @@ public:
     ///
     /// Integer types: the product is truncated toward zero to N before the offset is added, and
     /// the sum is truncated again. Either step wraps modulo 2^bits of N where it leaves the range
-    /// of N, and gives 0 where it is not finite; nothing is clamped. float: product and sum are
-    /// computed in double and each rounded to float. double: product and sum are each rounded.
+    /// of N, and gives 0 where it is not finite; nothing is clamped. Both steps are computed in
+    /// double, so whole numbers beyond 2^53 are rounded: 2^64 - 1 becomes 2^64 and wraps to 0.
+    /// float: product and sum are computed in double and each rounded to float. double: product and
+    /// sum are each rounded.
     ///
     /// The result is stored as int for N of 8 and 16 bits and for int, else as uint, qlonglong,
     /// qulonglong, float or double.

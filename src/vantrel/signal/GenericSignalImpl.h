@@ -37,6 +37,8 @@
 ///     24, 25, 27    unsigned long long    8       float
 ///
 /// Every other code has none: raw values are then copied instead of scaled, and the rating is 100.
+/// So INTEGER40 (18) holds a single byte, and INTEGER48, INTEGER56 and UNSIGNED56 (19, 20, 26) are
+/// not scaled at all: use INTEGER64 or UNSIGNED64 for such values.
 ///
 /// **Threads.** One thread at a time may change a signal ("the writer") while any number of
 /// threads read it and the worker runs. What this class is made to give up for that stands at the
@@ -202,7 +204,8 @@ public:
 
     /// Switches background updating and the calculator's log of values. On: starts a worker
     /// unless there is one, without waiting for it to begin. Off: waits until the worker has
-    /// finished its cycle, up to 100 ms plus one computation, and destroys its thread.
+    /// finished its cycle, up to 100 ms plus one computation, and destroys its thread. The value
+    /// handling stays as it is, so a host may keep appending, and the median, without a worker.
     /// If the system cannot start a thread, or the worker has ended by itself, switching on again
     /// takes effect after switching off.
     /// The host serialises: not to be called from two threads at once, nor from the worker.
