@@ -134,12 +134,19 @@ TYPED_TEST(Rating, AgreesWithAnIndependentModelOnRandomCases)
 {
     using N = typename TypeParam::N;
     std::mt19937_64 random(7);
-    std::uniform_int_distribution<int> small(0, 120);
     std::uniform_real_distribution<double> limit(-20, 140);
+    std::uniform_int_distribution<int> magnitude(0, 8 * sizeof(N) - 1);
     for (int i = 0; i < 100000; ++i) {
-        const N x = std::is_floating_point_v<N> ? N(limit(random)) : N(small(random));
-        double lower = limit(random);
-        double upper = limit(random);
+        // Small numbers, and for the integers also any bits with limits of their magnitude.
+        const double size =
+            i % 3 == 0 && std::is_integral_v<N> ? std::ldexp(1, magnitude(random)) : 1;
+        N x{};
+        if constexpr (std::is_floating_point_v<N>)
+            x = static_cast<N>(limit(random));
+        else
+            x = size > 1 ? static_cast<N>(random()) : static_cast<N>(random() % 128);
+        double lower = limit(random) * size;
+        double upper = limit(random) * size;
         if (i % 4 == 0)
             lower = std::floor(lower);
         if (i % 4 < 2)
@@ -152,12 +159,31 @@ TYPED_TEST(Rating, AgreesWithAnIndependentModelOnRandomCases)
     }
 }
 
+TEST(RatingEdges, ATenthBetweenZeroAndTwoLiesInTheLowerMargin)
+{
+    EXPECT_EQ(rating<double>(0.1, 0, 2), 20);
+}
+
+TEST(RatingEdges, BetweenZeroAndAHundred)
+{
+    for (const auto& [x, expected] :
+         {std::pair(25.0, 100), std::pair(75.0, 100), std::pair(10.0, 40), std::pair(90.0, 40),
+          std::pair(12.5, 50), std::pair(0.0, 0), std::pair(100.0, 0), std::pair(100.5, 0)})
+        EXPECT_EQ(rating<double>(x, 0, 100), expected) << x;
+}
+
+TEST(RatingEdges, OneInfiniteLimitRatesZeroAndTwoFull)
+{
+    EXPECT_EQ(rating<double>(50, 0, infinity), 0);
+    EXPECT_EQ(rating<double>(50, -infinity, 100), 0);
+    EXPECT_EQ(rating<double>(50, -infinity, infinity), 100);
+}
+
 TEST(RatingEdges, ValuesBetweenWholeNumbers)
 {
     EXPECT_EQ(rating<double>(12.5, 0, 100), 50);
     EXPECT_EQ(rating<double>(100.5, 0, 100), 0);
     EXPECT_EQ(rating<double>(-0.5, 0, 100), 0);
-    EXPECT_EQ(rating<double>(0.1, 0, 2), 20);
     EXPECT_EQ(rating<float>(12.5F, 0, 100), 50);
 }
 

@@ -171,7 +171,6 @@ TEST(SignalStatisticsEdges, TheMedianReadsFloatsByQtsConversion)
     signal.setValueHandling(append);
     signal.setNewValue(scaledRecord<J1939Value>(0.1));
     EXPECT_EQ(signal.calcMedian(), double(0.1F));
-    // A number beyond the range of float does not convert for valueToFloat() but does here.
     signal.clearValues();
     signal.setNewValue(scaledRecord<J1939Value>(QStringLiteral("0.25")));
     EXPECT_EQ(signal.calcMedian(), 0.25);

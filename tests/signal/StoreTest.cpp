@@ -172,7 +172,8 @@ TYPED_TEST(SignalStore, CachedFiguresFollowAClearWithTheNextPass)
     feed(this->signal, {10, 20});
     ASSERT_TRUE(waitUntil([&] { return this->signal.getAverage() == 15.0; }));
     this->signal.clearValues();
-    EXPECT_TRUE(waitUntil([&] { return this->signal.getAverage() == 0.0; }));
+    EXPECT_TRUE(waitUntil(
+        [&] { return this->signal.getAverage() == 0.0 && this->signal.getDeviation() == 0.0; }));
 }
 
 TYPED_TEST(SignalStore, AMillionRecordsAreStoredCountedRescaledAndCleared)

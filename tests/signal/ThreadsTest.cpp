@@ -1,8 +1,22 @@
 #include <feed.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
+
+/// A raw value that counts how often it is copied, small enough to lie within its variant.
+struct Counted {
+    Counted() = default;
+    Counted(const Counted&) { ++copies; }
+    Counted(Counted&&) noexcept = default;
+    Counted& operator=(const Counted&) = default;
+    Counted& operator=(Counted&&) = default;
+
+    static inline std::atomic<int> copies{0};
+};
+Q_DECLARE_TYPEINFO(Counted, Q_MOVABLE_TYPE);
+Q_DECLARE_METATYPE(Counted)
 
 namespace
 {
@@ -25,7 +39,7 @@ protected:
         std::atomic<int> reading{0};
         std::vector<std::thread> readers;
         for (int i = 0; i < 2; ++i) {
-            readers.emplace_back([&] {
+            readers.emplace_back([&, reader]() mutable {
                 ++reading;
                 while (!done)
                     reader();
@@ -84,6 +98,28 @@ TYPED_TEST(SignalThreads, StorageIsNeverReplacedUnderAReaderThatIsCopyingIt)
         },
         [&] { broken += this->signal.getValues().size() != 1; });
     EXPECT_EQ(broken, 0);
+}
+
+TYPED_TEST(SignalThreads, HeldSnapshotsMakeARescaleCopyEveryRecordOnceAndNotOnceMoreEach)
+{
+    constexpr int length = 4000;
+    const auto record = rawRecord<TypeParam>(QVariant::fromValue(Counted()));
+    this->signal.appendValues(QVector<TypeParam>(length, record), 1, 0);
+    const auto copiesOfARescale = [this] {
+        const int before = Counted::copies;
+        this->signal.updateScaledValues(1, 0);
+        return Counted::copies - before;
+    };
+    const int alone = copiesOfARescale(); // reading a raw value takes copies too
+    int most = 0;
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < 300 || most == alone; ++i)
+                most = std::max(most, copiesOfARescale());
+        },
+        [held = QVector<TypeParam>(), this]() mutable { held = this->signal.getValues(); });
+    EXPECT_GE(most, alone + length); // the snapshots were held indeed
+    EXPECT_LE(most, alone + length);
 }
 
 TYPED_TEST(SignalThreads, SnapshotsHeldWhileTheSeriesIsRescaledAndExtendedAreWhole)

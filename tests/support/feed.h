@@ -7,10 +7,6 @@
 
 #include <initializer_list>
 
-constexpr auto reject = GenericSignal::NewValueHandlingType::Reject;
-constexpr auto replaceNewest = GenericSignal::NewValueHandlingType::ReplaceNewest;
-constexpr auto append = GenericSignal::NewValueHandlingType::Append;
-
 /// The data type with the numeric code \a code.
 constexpr CAN::CANopenDataType dataType(quint32 code)
 {
@@ -22,6 +18,10 @@ constexpr GenericSignal::NewValueHandlingType handlingType(quint8 number)
 {
     return static_cast<GenericSignal::NewValueHandlingType>(number);
 }
+
+constexpr auto reject = handlingType(0);
+constexpr auto replaceNewest = handlingType(1);
+constexpr auto append = handlingType(2);
 
 /// Feeds \a raws to \a signal one by one, unscaled.
 template <typename T>

@@ -7,7 +7,11 @@
 #include <QtCore/QList>
 #include <QtCore/QtMath>
 
+#include <cfloat>
 #include <cmath>
+
+static_assert(FLT_EVAL_METHOD == 0,
+              "Products and sums must be rounded to double each: build with SSE2 arithmetic");
 
 namespace
 {

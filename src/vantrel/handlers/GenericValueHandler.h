@@ -48,8 +48,9 @@ public:
     /// value. isInvalid is not looked at.
     ///
     /// Limits in the wrong order rate 0. A margin of no more than 1e-12 rates 100 inside the
-    /// limits. What cannot be rated, because the value or a limit is not a number or the margins
-    /// of infinite limits are none, rates 100. \a average is accepted and not used.
+    /// limits, and an infinite one 0, as with one infinite limit. What cannot be rated, because the
+    /// value or a limit is not a number or both limits are infinite, rates 100. \a average is
+    /// accepted and not used.
     static int getRating(GenericValue& value, double lowerLimit, double upperLimit, double average);
 
     /// The arithmetic mean of the scaled values, in their unit; 0 for an empty series.

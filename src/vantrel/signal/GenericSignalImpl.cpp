@@ -16,75 +16,75 @@ namespace
 
 constexpr unsigned long refreshPeriodMs = 100;
 
+// By number: what a host's own enumeration calls them is its affair.
+constexpr auto replaceNewest = static_cast<NewValueHandlingType>(1);
+constexpr auto appendAll = static_cast<NewValueHandlingType>(2);
+
 template <typename N>
 struct ElementType {
     using type = N;
 };
 
 /// Calls \a call with the ElementType of \a datatype and returns true; false for a data type that
-/// has none. 18 is read as signed char, and 19, 20 and 26 have no element type. Meant so.
+/// has none. The codes are the indices of CiA 301; 18 (INTEGER40) is read as signed char, and 19,
+/// 20 and 26 have no element type. Meant so. Codes may be any number, so an unlisted one is no
+/// mistake.
 template <typename Callable>
 bool withElementType(CANopenDataType datatype, Callable call)
 {
-    switch (datatype) {
-    case CANopenDataType::None:
-    case CANopenDataType::REAL64:
+    switch (static_cast<quint32>(datatype)) {
+    case 0:
+    case 17:
         return call(ElementType<double>()), true;
-    case CANopenDataType::INTEGER8:
-    case CANopenDataType::INTEGER40:
+    case 2:
+    case 18:
         return call(ElementType<signed char>()), true;
-    case CANopenDataType::INTEGER16:
+    case 3:
         return call(ElementType<short>()), true;
-    case CANopenDataType::INTEGER32:
-    case CANopenDataType::INTEGER24:
+    case 4:
+    case 16:
         return call(ElementType<int>()), true;
-    case CANopenDataType::UNSIGNED8:
+    case 5:
         return call(ElementType<unsigned char>()), true;
-    case CANopenDataType::UNSIGNED16:
+    case 6:
         return call(ElementType<unsigned short>()), true;
-    case CANopenDataType::UNSIGNED32:
-    case CANopenDataType::UNSIGNED24:
+    case 7:
+    case 22:
         return call(ElementType<unsigned int>()), true;
-    case CANopenDataType::REAL32:
+    case 8:
         return call(ElementType<float>()), true;
-    case CANopenDataType::INTEGER64:
+    case 21:
         return call(ElementType<long long>()), true;
-    case CANopenDataType::UNSIGNED40:
-    case CANopenDataType::UNSIGNED48:
-    case CANopenDataType::UNSIGNED64:
+    case 24:
+    case 25:
+    case 27:
         return call(ElementType<unsigned long long>()), true;
-    case CANopenDataType::BOOLEAN:
-    case CANopenDataType::VISIBLE_STRING:
-    case CANopenDataType::OCTET_STRING:
-    case CANopenDataType::UNICODE_STRING:
-    case CANopenDataType::TIME_OF_DAY:
-    case CANopenDataType::TIME_DIFFERENCE:
-    case CANopenDataType::DOMAIN:
-    case CANopenDataType::INTEGER48:
-    case CANopenDataType::INTEGER56:
-    case CANopenDataType::UNSIGNED56:
+    default:
         return false;
     }
-    return false; // a bare code of the host, without an enumerator
 }
 
-/// Holds the read lock while no snapshot shares the storage of \a values, so that its records may
+/// Holds the read lock with storage of \a series that no snapshot shares, so that its records may
 /// be written in place. The storage is only ever replaced under the write lock, since a reader that
-/// holds the read lock may be copying it; a snapshot taken in between makes it begin again.
+/// holds the read lock may be copying it. \a unsharing keeps new snapshots away from letting go of
+/// the write lock until the read lock is held: each would make all records be copied once more.
 template <typename T>
 class UnsharedReadLocker
 {
 public:
-    UnsharedReadLocker(QVector<T>& series, QReadWriteLock& lock) : locker(&lock), values(series)
+    UnsharedReadLocker(QVector<T>& series, QReadWriteLock& lock, std::atomic<bool>& unsharing)
+        : locker(&lock), values(series)
     {
-        while (!series.isEmpty() && !series.isDetached()) {
-            locker.unlock();
-            {
-                const QWriteLocker writeLocker(&lock);
-                series.detach();
-            }
-            locker.relock();
+        if (series.isEmpty() || series.isDetached())
+            return;
+        locker.unlock();
+        {
+            const QWriteLocker writeLocker(&lock);
+            series.detach();
+            unsharing.store(true, std::memory_order_relaxed);
         }
+        locker.relock();
+        unsharing.store(false, std::memory_order_relaxed);
     }
 
     /// The stored records, without QVector's own unsharing: a snapshot may be taken meanwhile.
@@ -159,7 +159,7 @@ template <typename T>
 void GenericSignalImpl<T>::setValueHandling(NewValueHandlingType handling)
 {
     valueHandling.store(handling, std::memory_order_relaxed);
-    setUpdatingEnabled(handling == NewValueHandlingType::Append);
+    setUpdatingEnabled(handling == appendAll);
 }
 
 template <typename T>
@@ -178,7 +178,12 @@ int GenericSignalImpl<T>::getValueCount() const
 template <typename T>
 QVector<T> GenericSignalImpl<T>::getValues() const
 {
-    const QReadLocker locker(&valuesLock);
+    QReadLocker locker(&valuesLock);
+    while (unsharing.load(std::memory_order_relaxed)) { // lets the writer get to its read lock
+        locker.unlock();
+        QThread::usleep(1);
+        locker.relock();
+    }
     return values;
 }
 
@@ -198,7 +203,7 @@ void GenericSignalImpl<T>::clearValues()
     const QWriteLocker locker(&valuesLock);
     values = QVector<T>(); // unlike clear() and squeeze(), copies nothing that a snapshot shares
     storedCount.store(0, std::memory_order_relaxed);
-    std::visit([](auto& calculator) { calculator.clear(); }, statisticCalculator);
+    std::visit([](auto& slot) { slot.calculator.clear(); }, statisticCalculator);
 }
 
 template <typename T>
@@ -207,10 +212,9 @@ bool GenericSignalImpl<T>::setNewValue(T record)
     {
         const QWriteLocker locker(&valuesLock);
         const NewValueHandlingType handling = getValueHandling();
-        if (handling != NewValueHandlingType::ReplaceNewest &&
-            handling != NewValueHandlingType::Append)
+        if (handling != replaceNewest && handling != appendAll)
             return false;
-        if (handling == NewValueHandlingType::ReplaceNewest && !values.isEmpty())
+        if (handling == replaceNewest && !values.isEmpty())
             values.removeLast();
         values.append(std::move(record));
         storedCount.store(values.size(), std::memory_order_relaxed);
@@ -226,13 +230,13 @@ bool GenericSignalImpl<T>::setNewValue(T record, double factor, double offset)
 {
     if (!setNewValue(std::move(record)))
         return false;
-    T& stored = UnsharedReadLocker<T>(values, valuesLock).records()[values.size() - 1];
+    T& stored = UnsharedReadLocker<T>(values, valuesLock, unsharing).records()[values.size() - 1];
     scaleAndAppendValue(stored, factor, offset); // the lock is free again, meant so
     averageChanged.store(true, std::memory_order_relaxed);
     deviationChanged.store(true, std::memory_order_relaxed);
     valuesChanged.store(true, std::memory_order_relaxed);
     const QVariant scaledValue = stored.scaledValue;
-    std::visit([&](auto& calculator) { addScaledValue(calculator, scaledValue); },
+    std::visit([&](auto& slot) { addScaledValue(slot.calculator, scaledValue); },
                statisticCalculator);
     // Asked for at every value though nothing is done with the answers here. Meant so.
     calcAverage();
@@ -257,7 +261,7 @@ void GenericSignalImpl<T>::appendValues(const QVector<T>& batch, double factor, 
 template <typename T>
 void GenericSignalImpl<T>::updateScaledValues(double factor, double offset)
 {
-    const UnsharedReadLocker<T> locker(values, valuesLock);
+    const UnsharedReadLocker<T> locker(values, valuesLock, unsharing);
     T* const records = locker.records();
     for (int i = 0; i < values.size(); ++i)
         scaleAndAppendValue(records[i], factor, offset);
@@ -289,38 +293,37 @@ double GenericSignalImpl<T>::getDeviation() const
 template <typename T>
 double GenericSignalImpl<T>::getMax() const
 {
-    return std::visit([](auto& calculator) { return static_cast<double>(calculator.getMaximum()); },
+    return std::visit([](auto& slot) { return static_cast<double>(slot.calculator.getMaximum()); },
                       statisticCalculator);
 }
 
 template <typename T>
 double GenericSignalImpl<T>::getMin() const
 {
-    return std::visit([](auto& calculator) { return static_cast<double>(calculator.getMinimum()); },
+    return std::visit([](auto& slot) { return static_cast<double>(slot.calculator.getMinimum()); },
                       statisticCalculator);
 }
 
 template <typename T>
 double GenericSignalImpl<T>::calcAverage() const
 {
-    return std::visit([](auto& calculator) { return calculator.getAverage(); },
-                      statisticCalculator);
+    return std::visit([](auto& slot) { return slot.calculator.getAverage(); }, statisticCalculator);
 }
 
 template <typename T>
 double GenericSignalImpl<T>::calcDeviation() const
 {
-    return std::visit([](auto& calculator) { return calculator.getDeviation(); },
+    return std::visit([](auto& slot) { return slot.calculator.getDeviation(); },
                       statisticCalculator);
 }
 
 template <typename T>
 double GenericSignalImpl<T>::calcMedian() const
 {
-    if (getValueHandling() != NewValueHandlingType::Append)
+    if (getValueHandling() != appendAll)
         return 0.0;
     // The series is walked without the lock, meant so; the header says what that asks of a host.
-    return std::visit([this](auto& calculator) { return medianOf(calculator, values); },
+    return std::visit([this](auto& slot) { return medianOf(slot.calculator, values); },
                       statisticCalculator);
 }
 
@@ -423,7 +426,7 @@ void GenericSignalImpl<T>::setUpdatingEnabled(bool enabled)
 {
     // First of all, so that a running worker sees it at the end of its cycle.
     updatingEnabled.store(enabled, std::memory_order_relaxed);
-    std::visit([enabled](auto& calculator) { calculator.setLogValues(enabled); },
+    std::visit([enabled](auto& slot) { slot.calculator.setLogValues(enabled); },
                statisticCalculator);
     if (!enabled) {
         finishAndDestroy(updateThread);

@@ -17,6 +17,7 @@
 #include <QtCore/QVector>
 
 #include <atomic>
+#include <optional>
 #include <type_traits>
 #include <variant>
 
@@ -40,16 +41,19 @@
 /// So INTEGER40 (18) holds a single byte, and INTEGER48, INTEGER56 and UNSIGNED56 (19, 20, 26) are
 /// not scaled at all: use INTEGER64 or UNSIGNED64 for such values.
 ///
-/// **Threads.** One thread at a time may change a signal ("the writer") while any number of
-/// threads read it and the worker runs. What this class is made to give up for that stands at the
-/// operations: what they say is the host's to serialise may be torn or, for calcMedian(), walk
-/// freed memory if it is not. Operations without such a remark are thread-safe against one writer
-/// and the worker. Different signals are independent: this class is reentrant.
+/// **Threads.** One thread at a time may change a signal ("the writer": value handling, data type,
+/// ingestion, rescaling, clearing) while any number of threads read it and the worker runs. A
+/// reading operation without a remark is thread-safe against the writer. Where the class is built
+/// to go without a lock, the operation says what the host serialises. A scaled value that is read
+/// while it is written is one such case: of plain numbers the reader may get a wrong one, with
+/// texts and other types that own storage the behaviour is undefined and may be a crash. Different
+/// signals are independent: this class is reentrant.
 ///
 /// **Exceptions.** The library throws nothing of its own. If the constructor of a calculator of the
 /// statistics library throws in setDatatype(), the signal is left without one: until a later
 /// setDatatype() succeeds, every operation that needs the calculator throws
-/// std::bad_variant_access. The destructor never does.
+/// std::bad_variant_access. The destructor never does. On the worker such an exception, or one of
+/// the statistics library, ends the process: switch updating off before setDatatype().
 template <typename T>
 class GenericSignalImpl
 {
@@ -84,7 +88,7 @@ public:
     ///     2                the value is appended
     ///     anything else    the value is rejected
     ///
-    /// The host serialises: not to be called from two threads at once or while values are added.
+    /// The host serialises: a change, so not beside another one.
     void setValueHandling(GenericSignal::NewValueHandlingType handling);
 
     /// The handling last set. Takes no lock.
@@ -95,41 +99,48 @@ public:
 
     /// A snapshot of the stored records, oldest first; later changes of the series leave it alone.
     /// Taking it costs constant time, but the next change of the series then copies all records
-    /// once, on the writer's side; getValue() costs the writer nothing.
-    /// The host serialises: reading the records of a snapshot while the writer scales
-    /// (setNewValue() with factor and offset, the newest record only; appendValues() and
-    /// updateScaledValues(), all) may see a scaled value half written.
+    /// once, on the writer's side, and a snapshot taken meanwhile waits for that; getValue() costs
+    /// the writer nothing.
+    /// The host serialises: a snapshot taken while the writer scales shares the records that are
+    /// being written (by setNewValue() with factor and offset the newest one, by appendValues() and
+    /// updateScaledValues() all): their scaled values are not to be read until it has finished.
     QVector<T> getValues() const;
 
     /// Copies the record at \a index, counted from 0 for the oldest, into \a value and returns
     /// true. An index past the end returns false and leaves \a value as it is. A negative index
     /// is not detected: undefined.
-    /// The host serialises: a record being scaled meanwhile may be copied half written.
+    /// The host serialises: the record is not to be one that is being scaled meanwhile.
     bool getValue(int index, T& value) const;
 
     /// Removes all records, releases their storage and empties the running statistics. Data type,
     /// handling, flags, cached average and deviation stay.
+    /// The host serialises: a change, so not beside another one.
     void clearValues();
 
     /// Stores \a record as it is, by the value handling, and sets the change flags. Returns false
     /// if the handling rejects it: then nothing has changed. Amortised constant time.
+    /// The host serialises: a change, so not beside another one.
     bool setNewValue(T record);
 
     /// Stores \a record like the overload above, then scales the stored copy by \a factor and
     /// \a offset (see scaleAndAppendValue()) and adds its scaled value to the running statistics,
     /// read by QVariant::value() as the calculator's element type, 0 if it does not convert. The
-    /// cached average and deviation follow with the worker's next pass. The newest record is
-    /// scaled without a lock.
+    /// cached average and deviation follow with the worker's next pass.
+    /// The host serialises: a change, so not beside another one. The stored copy is scaled without
+    /// a lock.
     bool setNewValue(T record, double factor, double offset);
 
     /// Appends the records of \a batch in their order, whatever the value handling, and rescales
     /// all stored records by \a factor and \a offset. The running statistics are not fed, and
     /// valuesChanged is not set; an empty batch still rescales. Linear in the number of all stored
     /// records.
+    /// The host serialises like for updateScaledValues().
     void appendValues(const QVector<T>& batch, double factor, double offset);
 
     /// Rescales all stored records by \a factor and \a offset. The running statistics keep what
-    /// they were fed. The records are written under the read lock.
+    /// they were fed.
+    /// The host serialises: a change, so not beside another one. The records are written under the
+    /// read lock, so other readers are not held up, and see it happen.
     void updateScaledValues(double factor, double offset);
 
     /// Scales \a record in place: rawValue x factor + offset in the element type of the data type
@@ -184,7 +195,7 @@ public:
     /// GenericValueHandler::getRating()): against \a lowerLimit and \a upperLimit if
     /// \a useGivenLimits is true, else against the band of \a factor. 100 for fewer than two
     /// records and for a data type without an element type.
-    /// The host serialises: a record being scaled meanwhile may be copied half written.
+    /// The host serialises: the newest record is not to be scaled meanwhile.
     int getRating(double factor, bool useGivenLimits, double lowerLimit, double upperLimit);
 
     /// The lower end of the band: cached average - cached deviation x \a factor. Thread-safe; the
@@ -199,7 +210,7 @@ public:
     /// first, those with isInvalid included; a raw value that is no number counts as 0. It is the
     /// raw value that is compared, though the band is one of scaled values: meant for signals with
     /// factor 1 and offset 0. Linear in the number of records.
-    /// The host serialises: a record being scaled meanwhile may be copied half written.
+    /// The host serialises: no record that is listed is to be scaled meanwhile.
     QVector<T> getDeviators(double factor);
 
     /// Switches background updating and the calculator's log of values. On: starts a worker
@@ -208,7 +219,7 @@ public:
     /// handling stays as it is, so a host may keep appending, and the median, without a worker.
     /// If the system cannot start a thread, or the worker has ended by itself, switching on again
     /// takes effect after switching off.
-    /// The host serialises: not to be called from two threads at once, nor from the worker.
+    /// The host serialises: a change, so not beside another one, and not from the worker.
     /// To stop many signals quickly, switch them off side by side from several threads.
     void setUpdatingEnabled(bool enabled);
 
@@ -216,10 +227,12 @@ private:
     /// A calculator that cannot be moved, whatever the statistics library allows: so the slot
     /// destroys the old one before it constructs the next, and is empty if that fails.
     template <typename N>
-    struct Calculator : StatisticCalculator<N> {
-        using StatisticCalculator<N>::StatisticCalculator;
+    struct Calculator {
+        explicit Calculator(std::optional<int> logCapacity) : calculator(logCapacity) {}
         Calculator(const Calculator&) = delete;
         Calculator& operator=(const Calculator&) = delete;
+
+        StatisticCalculator<N> calculator;
     };
 
     template <typename... N>
@@ -228,7 +241,7 @@ private:
     QVector<T> values;
     // Set by the host's configuring thread, read by its readers: single words without further data
     // behind them, so relaxed order is enough for these as for the other atomics below.
-    std::atomic<CAN::CANopenDataType> datatype{CAN::CANopenDataType::None};
+    std::atomic<CAN::CANopenDataType> datatype{static_cast<CAN::CANopenDataType>(0)};
     QPointer<QThread> updateThread;
     std::atomic<bool> updatingEnabled{false};
     ElementTypesIn<CalculatorSlot> statisticCalculator;
@@ -248,10 +261,13 @@ private:
     std::atomic<double> average{0.0};
     std::atomic<double> deviation{0.0};
     std::atomic<GenericSignal::NewValueHandlingType> valueHandling{
-        GenericSignal::NewValueHandlingType::ReplaceNewest};
+        static_cast<GenericSignal::NewValueHandlingType>(1)};
     // The length of values for those who read it without the lock: the vector itself may be
     // moving to other storage at that moment.
     std::atomic<int> storedCount{0};
+    // Set under the write lock while values has been unshared and is about to be written under the
+    // read lock: no snapshot is to share it in between. The lock orders it.
+    std::atomic<bool> unsharing{false};
 };
 
 extern template class VANTREL_TEMPLATE_DECLARATION GenericSignalImpl<CANopenObjectValue>;

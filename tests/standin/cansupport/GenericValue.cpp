@@ -1,4 +1,4 @@
-#include "GenericValue.h"
+#include <cansupport/GenericValue.h>
 
 #include <recording/calls.h>
 

@@ -1,4 +1,4 @@
-#include "calls.h"
+#include <recording/calls.h>
 
 #include <algorithm>
 #include <mutex>

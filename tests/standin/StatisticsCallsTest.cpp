@@ -4,6 +4,8 @@
 
 #include <vantrel/handlers/GenericValueHandler.h>
 
+#include <algorithm>
+#include <chrono>
 #include <set>
 
 using Calls = std::vector<std::string>;
@@ -12,27 +14,27 @@ namespace
 {
 
 template <typename T>
-class CallsOfSignal : public testing::Test
+class StatisticsCalls : public testing::Test
 {
 protected:
-    CallsOfSignal() { takeOwnCalls(); }
-    ~CallsOfSignal() override
+    StatisticsCalls() { takeOwnCalls(); }
+    ~StatisticsCalls() override
     {
         failOperations() = false;
         failNextConstruction() = false;
     }
 };
-TYPED_TEST_SUITE(CallsOfSignal, RecordTypes);
+TYPED_TEST_SUITE(StatisticsCalls, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(CallsOfSignal, TheConstructorBuildsADoubleCalculatorThenAnIntOneBothWithoutALog)
+TYPED_TEST(StatisticsCalls, TheConstructorBuildsADoubleCalculatorThenAnIntOneBothWithoutALog)
 {
     const GenericSignalImpl<TypeParam> signal;
     EXPECT_EQ(takeOwnCalls(), (Calls{"double construct", "double destroy", "int construct"}));
 }
 
-TYPED_TEST(CallsOfSignal, DestroyingASignalDestroysItsCalculator)
+TYPED_TEST(StatisticsCalls, DestroyingASignalDestroysItsCalculator)
 {
     {
         const GenericSignalImpl<TypeParam> signal;
@@ -41,7 +43,7 @@ TYPED_TEST(CallsOfSignal, DestroyingASignalDestroysItsCalculator)
     EXPECT_EQ(takeOwnCalls(), Calls{"int destroy"});
 }
 
-TYPED_TEST(CallsOfSignal, EveryMappedDataTypeMakesAFreshCalculator)
+TYPED_TEST(StatisticsCalls, EveryMappedDataTypeMakesAFreshCalculator)
 {
     const std::pair<quint32, std::string> mapped[] = {{0, "double"},
                                                       {2, "signed char"},
@@ -71,7 +73,7 @@ TYPED_TEST(CallsOfSignal, EveryMappedDataTypeMakesAFreshCalculator)
     }
 }
 
-TYPED_TEST(CallsOfSignal, UnmappedDataTypesLeaveTheCalculatorAlone)
+TYPED_TEST(StatisticsCalls, UnmappedDataTypesLeaveTheCalculatorAlone)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -80,7 +82,7 @@ TYPED_TEST(CallsOfSignal, UnmappedDataTypesLeaveTheCalculatorAlone)
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(CallsOfSignal, AScaledValueIsAddedThenAverageAndDeviationAreAskedFor)
+TYPED_TEST(StatisticsCalls, AScaledValueIsAddedThenAverageAndDeviationAreAskedFor)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -89,7 +91,7 @@ TYPED_TEST(CallsOfSignal, AScaledValueIsAddedThenAverageAndDeviationAreAskedFor)
     EXPECT_EQ(takeOwnCalls(), (Calls{"int addValue 7", "int getAverage", "int getDeviation"}));
 }
 
-TYPED_TEST(CallsOfSignal, RejectedAndUnscaledValuesAndBatchesReachNoCalculator)
+TYPED_TEST(StatisticsCalls, RejectedAndUnscaledValuesAndBatchesReachNoCalculator)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -102,7 +104,7 @@ TYPED_TEST(CallsOfSignal, RejectedAndUnscaledValuesAndBatchesReachNoCalculator)
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(CallsOfSignal, TheLogIsSwitchedWithEverySwitchOfUpdating)
+TYPED_TEST(StatisticsCalls, TheLogIsSwitchedWithEverySwitchOfUpdating)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -123,7 +125,7 @@ TYPED_TEST(CallsOfSignal, TheLogIsSwitchedWithEverySwitchOfUpdating)
               (Calls{"int log on", "int log on", "int log off", "int log off", "int log off"}));
 }
 
-TYPED_TEST(CallsOfSignal, ClearingClearsTheCalculator)
+TYPED_TEST(StatisticsCalls, ClearingClearsTheCalculator)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -131,7 +133,7 @@ TYPED_TEST(CallsOfSignal, ClearingClearsTheCalculator)
     EXPECT_EQ(takeOwnCalls(), Calls{"int clear"});
 }
 
-TYPED_TEST(CallsOfSignal, EachFigureIsOneCallAndAllTogetherComeInTheirOrder)
+TYPED_TEST(StatisticsCalls, EachFigureIsOneCallAndAllTogetherComeInTheirOrder)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -150,7 +152,7 @@ TYPED_TEST(CallsOfSignal, EachFigureIsOneCallAndAllTogetherComeInTheirOrder)
     EXPECT_EQ(statistics.minimum, QVariant(1.0));
 }
 
-TYPED_TEST(CallsOfSignal, CachedFiguresRatingsAndDeviatorsCallNothing)
+TYPED_TEST(StatisticsCalls, CachedFiguresRatingsAndDeviatorsCallNothing)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -165,7 +167,7 @@ TYPED_TEST(CallsOfSignal, CachedFiguresRatingsAndDeviatorsCallNothing)
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(CallsOfSignal, TheMedianIsAskedOfTheWholeSeriesFlaggedRecordsIncluded)
+TYPED_TEST(StatisticsCalls, TheMedianIsAskedOfTheWholeSeriesFlaggedRecordsIncluded)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -187,7 +189,7 @@ TYPED_TEST(CallsOfSignal, TheMedianIsAskedOfTheWholeSeriesFlaggedRecordsIncluded
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(CallsOfSignal, OneWorkerAsksForAverageThenDeviationUntilItIsSwitchedOff)
+TYPED_TEST(StatisticsCalls, OneWorkerAsksForAverageThenDeviationUntilItIsSwitchedOff)
 {
     GenericSignalImpl<TypeParam> signal;
     const std::size_t before = callsOfOthers().size();
@@ -207,7 +209,7 @@ TYPED_TEST(CallsOfSignal, OneWorkerAsksForAverageThenDeviationUntilItIsSwitchedO
     EXPECT_EQ(signal.getDeviation(), 2.0);
 }
 
-TYPED_TEST(CallsOfSignal, TheBandComesFromTheCachedFigures)
+TYPED_TEST(StatisticsCalls, TheBandComesFromTheCachedFigures)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setUpdatingEnabled(true);
@@ -217,7 +219,7 @@ TYPED_TEST(CallsOfSignal, TheBandComesFromTheCachedFigures)
     EXPECT_EQ(signal.getUpperThreshold(1.5), 13.0);
 }
 
-TYPED_TEST(CallsOfSignal, SeriesStatisticsHandOverTheValidElementsOnce)
+TYPED_TEST(StatisticsCalls, SeriesStatisticsHandOverTheValidElementsOnce)
 {
     using Handler = GenericValueHandler<short, TypeParam>;
     auto values = scaledRecords<TypeParam>({3, QStringLiteral("x"), 8, 4});
@@ -231,7 +233,7 @@ TYPED_TEST(CallsOfSignal, SeriesStatisticsHandOverTheValidElementsOnce)
                                      "short calcMaximum [3 0 4]", "short calcMinimum [3 0 4]"}));
 }
 
-TYPED_TEST(CallsOfSignal, AllSeriesStatisticsAreOneCallWhoseSlotsReachTheirNames)
+TYPED_TEST(StatisticsCalls, AllSeriesStatisticsAreOneCallWhoseSlotsReachTheirNames)
 {
     double average = 0;
     double median = 0;
@@ -249,14 +251,14 @@ TYPED_TEST(CallsOfSignal, AllSeriesStatisticsAreOneCallWhoseSlotsReachTheirNames
     EXPECT_EQ(deviation, 75.0);
 }
 
-TYPED_TEST(CallsOfSignal, AnEmptySeriesIsHandedOverUnchanged)
+TYPED_TEST(StatisticsCalls, AnEmptySeriesIsHandedOverUnchanged)
 {
     takeOwnCalls();
     EXPECT_EQ((GenericValueHandler<double, TypeParam>::calcTypeBasedAverage({})), 61.0);
     EXPECT_EQ(takeOwnCalls(), Calls{"double getAverage []"});
 }
 
-TYPED_TEST(CallsOfSignal, ExceptionsOfTheSeriesStatisticsPassThrough)
+TYPED_TEST(StatisticsCalls, ExceptionsOfTheSeriesStatisticsPassThrough)
 {
     using Handler = GenericValueHandler<int, TypeParam>;
     const auto values = scaledRecords<TypeParam>({1});
@@ -271,23 +273,7 @@ TYPED_TEST(CallsOfSignal, ExceptionsOfTheSeriesStatisticsPassThrough)
                  StandinFailure);
 }
 
-TYPED_TEST(CallsOfSignal, FloatReadsRawAndScaledValuesThroughTheRecordItself)
-{
-    using Handler = GenericValueHandler<float, TypeParam>;
-    auto record = rawRecord<TypeParam>(1.0F);
-    takeOwnCalls();
-    Handler::setTypeBasedScaledValue(record, 2, 1);
-    EXPECT_EQ(record.scaledValue, QVariant(201.0F));
-    EXPECT_EQ(takeOwnCalls(), Calls{"raw to float"});
-    EXPECT_EQ(Handler::getRating(record, 100, 300, 0), 100);
-    EXPECT_EQ(Handler::getRating(record, 0, 199, 0), 0);
-    EXPECT_EQ(takeOwnCalls(), (Calls{"scaled to float", "scaled to float"}));
-    Handler::calcTypeBasedAverage({record, record});
-    EXPECT_EQ(takeOwnCalls(),
-              (Calls{"scaled to float", "scaled to float", "float getAverage [200 200]"}));
-}
-
-TYPED_TEST(CallsOfSignal, TheMedianOfFloatsIsReadByConversionInstead)
+TYPED_TEST(StatisticsCalls, TheMedianOfFloatsIsReadByConversionInstead)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(8));
@@ -296,4 +282,22 @@ TYPED_TEST(CallsOfSignal, TheMedianOfFloatsIsReadByConversionInstead)
     takeOwnCalls();
     signal.calcMedian();
     EXPECT_EQ(takeOwnCalls(), Calls{"float getMedian [1.5]"});
+}
+
+TYPED_TEST(StatisticsCalls, SwitchingOffReturnsOnlyWhenTheWorkerHasFinishedItsPause)
+{
+    using Clock = std::chrono::steady_clock;
+    auto longest = Clock::duration::zero();
+    for (int round = 0; round < 5; ++round) {
+        GenericSignalImpl<TypeParam> signal;
+        const std::size_t before = callsOfOthers().size();
+        signal.setValueHandling(append);
+        ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 2; }));
+        // The worker has just begun its pause of 100 ms.
+        const auto start = Clock::now();
+        signal.setValueHandling(replaceNewest);
+        longest = std::max(longest, Clock::now() - start);
+    }
+    EXPECT_GE(longest, std::chrono::milliseconds(50));
+    EXPECT_LE(longest, std::chrono::seconds(10));
 }

@@ -1,0 +1,60 @@
+#include <recording/calls.h>
+
+#include <records.h>
+
+#include <vantrel/handlers/GenericValueHandler.h>
+
+using Calls = std::vector<std::string>;
+
+namespace
+{
+
+template <typename T>
+class CanSupportCalls : public testing::Test
+{
+};
+TYPED_TEST_SUITE(CanSupportCalls, RecordTypes);
+
+/// The calls into the record itself, without those into the statistics.
+Calls takeFloatReadings()
+{
+    Calls readings;
+    for (const std::string& call : takeOwnCalls()) {
+        if (call == "raw to float" || call == "scaled to float")
+            readings.push_back(call);
+    }
+    return readings;
+}
+
+} // namespace
+
+TYPED_TEST(CanSupportCalls, RecordsBeginAsTheHostsBaseMakesThem)
+{
+    EXPECT_EQ(TypeParam().valueTag, -1);
+}
+
+TYPED_TEST(CanSupportCalls, FloatReadsRawAndScaledValuesThroughTheRecordItself)
+{
+    using Handler = GenericValueHandler<float, TypeParam>;
+    auto record = rawRecord<TypeParam>(1.0F);
+    takeOwnCalls();
+    Handler::setTypeBasedScaledValue(record, 2, 1);
+    EXPECT_EQ(record.scaledValue, QVariant(201.0F));
+    EXPECT_EQ(takeFloatReadings(), Calls{"raw to float"});
+    EXPECT_EQ(Handler::getRating(record, 100, 300, 0), 100);
+    EXPECT_EQ(Handler::getRating(record, 0, 199, 0), 0);
+    EXPECT_EQ(takeFloatReadings(), (Calls{"scaled to float", "scaled to float"}));
+    Handler::calcTypeBasedAverage({record, record});
+    EXPECT_EQ(takeFloatReadings(), (Calls{"scaled to float", "scaled to float"}));
+}
+
+TYPED_TEST(CanSupportCalls, OtherElementTypesReadTheFieldsThemselves)
+{
+    using Handler = GenericValueHandler<double, TypeParam>;
+    auto record = rawRecord<TypeParam>(1.0F);
+    takeOwnCalls();
+    Handler::setTypeBasedScaledValue(record, 2, 1);
+    Handler::getRating(record, 0, 1, 0);
+    EXPECT_EQ(record.scaledValue, QVariant(3.0));
+    EXPECT_EQ(takeFloatReadings(), Calls{});
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QtCore/qglobal.h>
+
+namespace CAN
+{
+
+/// A host's own enumeration: other names, and indices that no data type has.
+enum class CANopenDataType : quint32 { Int = 4, PdoCommunicationParameter = 0x20, Identity = 0x23 };
+
+} // namespace CAN
