@@ -93,6 +93,16 @@ TYPED_TEST(ReadElement, AnswersAsQtForEveryStoredTypeOnEdgeValues)
     }
 }
 
+TYPED_TEST(ReadElement, ElementValueAnswersAsQVariantValueOnEdgeValues)
+{
+    for (const QVariant& field : edgeFields()) {
+        EXPECT_TRUE(sameBits(elementValue<TypeParam>(field), field.value<TypeParam>()))
+            << (field.typeName() != nullptr ? field.typeName() : "invalid") << " "
+            << field.toString().toStdString() << ": " << +elementValue<TypeParam>(field) << ", not "
+            << +field.value<TypeParam>();
+    }
+}
+
 TYPED_TEST(ReadElement, AnswersAsQtForRandomIntegers)
 {
     std::mt19937_64 random(5);

@@ -10,14 +10,6 @@ Stored storedIn(const QVariant& field)
     return *static_cast<const Stored*>(field.constData());
 }
 
-/// The number in \a field as an N, as QVariant::convert makes it of a copy; 0 if Qt cannot.
-template <typename N>
-N convertElement(const QVariant& field)
-{
-    QVariant converted(field);
-    return converted.convert(QMetaTypeId2<N>::MetaType) ? storedIn<N>(converted) : N(0);
-}
-
 /// An integer as Qt converts it: to the floating-point types through double, to the integer types
 /// modulo 2^bits.
 template <typename N, typename Stored>
@@ -29,17 +21,17 @@ N castElement(Stored number)
         return static_cast<N>(number);
 }
 
-/// The number in \a field as an N: what it holds if that is an N, else what Qt converts a copy of
-/// it to, 0 if Qt cannot. The integers that raw and scaled values are usually stored as, int above
-/// all for the 8- and 16-bit types, are read without that copy; the answer is the same.
-template <typename N>
-N readElement(const QVariant& field)
+/// The number in \a field as an N, where Qt's answer is known without asking: if it is an N, and,
+/// unless \a field is null and \a nullIsNothing, if it is one of the integers that raw and scaled
+/// values are usually stored as, int above all for the 8- and 16-bit types. \a byQt answers else.
+template <typename N, bool nullIsNothing, typename ByQt>
+N readDirectly(const QVariant& field, ByQt byQt)
 {
     const int storedType = field.userType();
     if (storedType == QMetaTypeId2<N>::MetaType)
         return storedIn<N>(field);
-    if (field.isNull())
-        return 0;
+    if (nullIsNothing && field.isNull())
+        return byQt();
     switch (storedType) {
     case QMetaType::Int:
         return castElement<N>(storedIn<int>(field));
@@ -50,6 +42,25 @@ N readElement(const QVariant& field)
     case QMetaType::ULongLong:
         return castElement<N>(storedIn<qulonglong>(field));
     default:
-        return convertElement<N>(field);
+        return byQt();
     }
+}
+
+/// The number in \a field as an N: what it holds if that is an N, else what QVariant::convert makes
+/// of a copy, 0 if it cannot.
+template <typename N>
+N readElement(const QVariant& field)
+{
+    return readDirectly<N, true>(field, [&field] {
+        QVariant converted(field);
+        return converted.convert(QMetaTypeId2<N>::MetaType) ? storedIn<N>(converted) : N(0);
+    });
+}
+
+/// The number in \a field as QVariant::value() reads it, which differs for a null variant that
+/// holds a number all the same.
+template <typename N>
+N elementValue(const QVariant& field)
+{
+    return readDirectly<N, false>(field, [&field] { return field.value<N>(); });
 }

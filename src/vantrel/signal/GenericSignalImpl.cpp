@@ -98,7 +98,7 @@ private:
 template <typename N>
 void addScaledValue(StatisticCalculator<N>& calculator, const QVariant& scaledValue)
 {
-    calculator.addValue(scaledValue.value<N>());
+    calculator.addValue(elementValue<N>(scaledValue));
 }
 
 template <typename N, typename T>
@@ -235,8 +235,7 @@ bool GenericSignalImpl<T>::setNewValue(T record, double factor, double offset)
     averageChanged.store(true, std::memory_order_relaxed);
     deviationChanged.store(true, std::memory_order_relaxed);
     valuesChanged.store(true, std::memory_order_relaxed);
-    const QVariant scaledValue = stored.scaledValue;
-    std::visit([&](auto& slot) { addScaledValue(slot.calculator, scaledValue); },
+    std::visit([&](auto& slot) { addScaledValue(slot.calculator, stored.scaledValue); },
                statisticCalculator);
     // Asked for at every value though nothing is done with the answers here. Meant so.
     calcAverage();
