@@ -1,0 +1,107 @@
+#pragma once
+
+#include <statistics/wideIntegers.h>
+
+#include <algorithm>
+
+// Mean and deviation of whole numbers from their exact sums. The count is at least 1.
+
+/// Up to this magnitude every whole number is a double.
+constexpr qint64 exactInDouble = qint64(1) << 53;
+
+/// How far \a sum / \a count is above \a mantissa * 2^\a exponent, in units of
+/// 2^min(\a exponent, 0) / \a count. Only the last word of the sum is needed: the caller knows the
+/// distance to be small, so it is right modulo 2^64.
+inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int exponent)
+{
+    return exponent >= 0 ? static_cast<qint64>(sum - (mantissa << exponent) * count)
+                         : static_cast<qint64>((sum << -exponent) - mantissa * count);
+}
+
+/// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
+/// operands may be off by two units in the last place; the residual tells which double is nearest.
+inline double roundedQuotient(const Words<2>& sum, quint64 count)
+{
+    constexpr quint64 leadingBit = quint64(1) << 52;
+    const DoubleDouble dividend = toDoubles(sum);
+    const double estimate = (dividend.high + dividend.low) / static_cast<double>(count);
+    quint64 bits = 0;
+    std::memcpy(&bits, &estimate, sizeof bits);
+    int exponent = static_cast<int>(bits >> 52) - exponentBias - 52;
+    quint64 mantissa = (bits & (leadingBit - 1)) | leadingBit;
+    // Just below a power of two the doubles lie twice as close.
+    if (mantissa <= leadingBit + 2 && quotientResidual(sum[0], count, leadingBit, exponent) < 0) {
+        mantissa = 2 * leadingBit;
+        --exponent;
+    }
+    qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
+    const qint64 unit = static_cast<qint64>(exponent >= 0 ? count << exponent : count);
+    for (; 2 * residual > unit || (2 * residual == unit && mantissa % 2 == 1); residual -= unit)
+        ++mantissa;
+    for (; 2 * residual < -unit || (2 * residual == -unit && mantissa % 2 == 1); residual += unit)
+        --mantissa;
+    return static_cast<double>(mantissa) * powerOfTwo(exponent);
+}
+
+/// \a sum / \a count, correctly rounded.
+inline double meanOf(const Words<2>& sum, quint64 count)
+{
+    const bool negative = isNegative(sum);
+    const Words<2> magnitude = negative ? negated(sum) : sum;
+    const double mean = magnitude[1] == 0 && magnitude[0] <= quint64(exactInDouble)
+                            ? static_cast<double>(magnitude[0]) / static_cast<double>(count)
+                            : roundedQuotient(magnitude, count);
+    return negative ? -mean : mean;
+}
+
+/// \a sum / \a count, correctly rounded.
+inline double meanOf(qint64 sum, quint64 count)
+{
+    if (sum >= -exactInDouble && sum <= exactInDouble)
+        return static_cast<double>(sum) / static_cast<double>(count);
+    return meanOf(Words<2>{static_cast<quint64>(sum), sum < 0 ? ~quint64(0) : 0}, count);
+}
+
+/// The root of \a scaledVariance / \a count^2. Up to this count its square is a double and the root
+/// of the rounded quotient is near enough to the root of the exact one.
+constexpr quint64 exactSquareInDouble = 94906265;
+
+template <std::size_t size>
+inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
+{
+    const DoubleDouble variance = toDoubles(scaledVariance);
+    const double n = static_cast<double>(count);
+    if (count <= exactSquareInDouble)
+        return std::sqrt((variance.high + variance.low) / (n * n));
+    const DoubleDouble divisor = twoProduct(n, n);
+    const double estimate = variance.high / divisor.high;
+    const DoubleDouble back = twoProduct(estimate, divisor.high);
+    const double rest =
+        ((variance.high - back.high) - back.low) + (variance.low - estimate * divisor.low);
+    return std::sqrt(estimate + rest / divisor.high);
+}
+
+/// The root of (\a squares / \a count - (\a sum / \a count)^2), within one ulp.
+inline double deviationOf(const Words<2>& sum, const Words<3>& squares, quint64 count)
+{
+    Words<4> scaledVariance = multiplied(squares, count);
+    add(scaledVariance, negated(squared(isNegative(sum) ? negated(sum) : sum)));
+    return deviationFrom(scaledVariance, count);
+}
+
+/// The same for numbers that leave \a count * \a squares room in two words.
+inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
+{
+    Words<2> scaledVariance = product(squares[0], count);
+    scaledVariance[1] += squares[1] * count;
+    const quint64 magnitude = sum < 0 ? 0 - static_cast<quint64>(sum) : static_cast<quint64>(sum);
+    const Words<2> subtrahend = square(magnitude);
+    const quint64 borrow = scaledVariance[0] < subtrahend[0] ? 1 : 0;
+    scaledVariance = {scaledVariance[0] - subtrahend[0],
+                      scaledVariance[1] - subtrahend[1] - borrow};
+    if (scaledVariance[1] == 0) {
+        const double n = static_cast<double>(count);
+        return std::sqrt(static_cast<double>(scaledVariance[0]) / (n * n));
+    }
+    return deviationFrom(scaledVariance, count);
+}

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <QtCore/QtGlobal>
+
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+#if !defined(FLT_EVAL_METHOD) || FLT_EVAL_METHOD != 0
+#error "The statistics library needs every operation on doubles rounded to a double at once. \
+Build it for such a unit; on 32-bit x86 with -msse2 -mfpmath=sse."
+#endif
+#if defined(__FAST_MATH__)
+#error "The statistics library needs strict IEEE arithmetic. Build it without -ffast-math."
+#endif
+
+// Error-free transformations of doubles (Knuth, Dekker and Veltkamp): the rounded result and what
+// the rounding left out, together the exact result. They use neither a fused multiply-add nor a
+// comparison, so they give the same bits on every machine and cost the same for all values.
+
+/// The unevaluated sum of two doubles.
+struct DoubleDouble {
+    double high;
+    double low;
+};
+
+inline DoubleDouble twoSum(double a, double b)
+{
+    const double sum = a + b;
+    const double part = sum - a;
+    return {sum, (a - (sum - part)) + (b - part)};
+}
+
+inline DoubleDouble twoDifference(double a, double b)
+{
+    return twoSum(a, -b);
+}
+
+/// \a a as the sum of two doubles of 26 bits, so that their products are exact. Overflows from
+/// 2^996 on.
+inline DoubleDouble halves(double a)
+{
+    const double scaled = 134217729.0 * a; // 2^27 + 1
+    const double high = scaled - (scaled - a);
+    return {high, a - high};
+}
+
+/// Exact as long as the product stays between 2^-960 and 2^1020, or is 0.
+inline DoubleDouble twoProduct(double a, double b)
+{
+    const double product = a * b;
+    const DoubleDouble x = halves(a), y = halves(b);
+    return {product,
+            ((x.high * y.high - product) + x.high * y.low + x.low * y.high) + x.low * y.low};
+}
+
+inline DoubleDouble twoSquare(double a)
+{
+    const double square = a * a;
+    const DoubleDouble x = halves(a);
+    return {square, ((x.high * x.high - square) + 2 * x.high * x.low) + x.low * x.low};
+}
+
+/// The product of \a a and a whole number: nearly all counts are short enough for half the work.
+inline DoubleDouble timesCount(double a, double count)
+{
+    constexpr double shortCount = 1 << 26;
+    if (count > shortCount)
+        return twoProduct(a, count);
+    const double product = a * count;
+    const DoubleDouble x = halves(a);
+    return {product, (x.high * count - product) + x.low * count};
+}
+
+/// (\a a.high + \a a.low) / \a count, rounded to a double. \a a.low is at most about an ulp of
+/// \a a.high.
+inline double quotient(DoubleDouble a, double count)
+{
+    const double estimate = a.high / count;
+    const DoubleDouble back = timesCount(estimate, count);
+    return estimate + (((a.high - back.high) - back.low) + a.low) * (1 / count);
+}
+
+/// 2^\a exponent, for -1022 to 1023.
+constexpr int exponentBias = 1023;
+inline double powerOfTwo(int exponent)
+{
+    const quint64 bits = quint64(exponentBias + exponent) << 52;
+    double result;
+    std::memcpy(&result, &bits, sizeof result);
+    return result;
+}
