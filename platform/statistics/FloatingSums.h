@@ -2,8 +2,10 @@
 
 #include <statistics/floatingPoint.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
+#include <numeric>
 #include <tuple>
 
 /// Count, sum and sum of squares of finite doubles.
@@ -14,68 +16,118 @@
 /// them, the square of its distance from the mean is at most the count times the variance: however
 /// far out it lies, taking that square off again costs no more digits than the count has, and two
 /// doubles have them to spare.
-class FloatingSums
+///
+/// This is the part that ordinary series need: two links of the chain, and magnitudes whose squares
+/// are doubles. Its operations are branch-free where they can be and fit into registers.
+class OrdinaryFloatingSums
 {
 public:
     using Value = double;
 
-    void add(double value)
+    /// Whether mean() and deviation() are right; if not, those of FloatingSums are.
+    bool isOrdinary() const { return form == ordinaryForm; }
+
+    /// Adds \a value; false, and nothing is changed, if that takes FloatingSums.
+    bool add(double value)
     {
-        if (!(std::fabs(value) < levels[level].limit))
-            raiseLevel(value);
-        if (count == 0)
-            anchor = value;
+        const DoubleDouble total = twoSum(sum, value);
+        const DoubleDouble rest = twoSum(sumRest, total.low);
+        const double first = count == 0 ? value : anchor;
+        const DoubleDouble distance = twoDifference(value, first);
+        if (form != ordinaryForm || !(std::fabs(value) < ordinaryLimit) || rest.low != 0)
+            return false;
+        if (squares == 0 && distance.high != 0 && std::fabs(distance.high) < tinyDistance)
+            return false;
+        anchor = first;
         ++count;
-        const Level& scale = levels[level];
-        addSquare(twoDifference(value * scale.ofSquares, anchor * scale.ofSquares));
-        addTerm(value * scale.ofSum);
+        sum = total.high;
+        sumRest = rest.high;
+        addSquare(distance);
+        return true;
     }
 
     double mean() const
     {
-        if (count == 0)
-            return 0;
-        const double scaled = quotient(shortSum(), static_cast<double>(count));
-        return level == ordinaryLevel ? scaled : scaled / levels[level].ofSum;
+        return count == 0 ? 0 : quotient(twoSum(sum, sumRest), static_cast<double>(qint64(count)));
     }
 
     double deviation() const
     {
+        const double n = static_cast<double>(qint64(count));
         // Also the answer for an empty series; a square is 0 only where the distance is.
-        if (squares == 0)
-            return 0;
-        const double n = static_cast<double>(count);
-        const DoubleDouble distances = sumOfDistances(n);
-        DoubleDouble minuend = timesCount(squares, n), subtrahend = twoSquare(distances.high);
-        minuend.low += n * squaresRest;
-        subtrahend.low += 2 * distances.high * distances.low;
-        const DoubleDouble difference = twoDifference(minuend.high, subtrahend.high);
-        const double variance = difference.high + (difference.low + (minuend.low - subtrahend.low));
-        const double scaled = variance > 0 ? std::sqrt(variance / (n * n)) : 0;
-        if (level == ordinaryLevel)
-            return scaled;
-        return std::fmin(scaled / levels[level].ofSquares, std::numeric_limits<double>::max());
+        return squares == 0 ? 0 : deviationFrom({sum, sumRest}, 0, timesCount(anchor, n), n);
     }
 
     quint64 count = 0;
-    quint64 level = 0;
-    quint64 tailLength = 0;
+    /// The level (see FloatingSums) and how many links follow the first two.
+    quint64 form = ordinaryForm;
     double sum = 0;
     double sumRest = 0;
     double anchor = 0;
     double squares = 0;
     double squaresRest = 0;
 
-    static constexpr std::size_t meanWords = 5;
-    static constexpr std::size_t wordCount = 8;
-    auto words()
+    static constexpr std::size_t meanWords = 4;
+    static constexpr std::size_t wordCount = 7;
+    auto words() { return std::tie(count, form, sum, sumRest, anchor, squares, squaresRest); }
+
+protected:
+    /// All zero bits, so that words not yet written are an empty series.
+    static constexpr quint64 ordinaryForm = 0;
+    static constexpr double ordinaryLimit = 0x1p450;
+    /// Distances below this may square to nothing. Values from tinyLimit on have none, and where
+    /// there is a greater one, what is lost does not count.
+    static constexpr double tinyDistance = 0x1p-360;
+    static constexpr double tinyLimit = 0x1p-300;
+
+    void addSquare(DoubleDouble distance)
     {
-        return std::tie(count, level, tailLength, sum, sumRest, anchor, squares, squaresRest);
+        const DoubleDouble square = twoSquare(distance.high);
+        const DoubleDouble total = twoSum(squares, square.high);
+        squares = total.high;
+        squaresRest += total.low + (square.low + 2 * distance.high * distance.low);
     }
 
+    /// The deviation from the sum, in three doubles, and \a n times the anchor.
+    double deviationFrom(DoubleDouble total, double rest, DoubleDouble anchors, double n) const
+    {
+        const DoubleDouble leading = twoDifference(total.high, anchors.high);
+        const DoubleDouble following = twoDifference(total.low, anchors.low);
+        const DoubleDouble middle = twoSum(leading.low, following.high);
+        const DoubleDouble distances = twoSum(leading.high, middle.high);
+        const double distancesRest = distances.low + (middle.low + following.low + rest);
+        const DoubleDouble minuend = timesCount(squares, n);
+        const DoubleDouble subtrahend = twoSquare(distances.high);
+        const DoubleDouble difference = twoDifference(minuend.high, subtrahend.high);
+        const double lows =
+            (minuend.low + n * squaresRest) - (subtrahend.low + 2 * distances.high * distancesRest);
+        const double variance = difference.high + (difference.low + lows);
+        return variance > 0 ? std::sqrt(variance / (n * n)) : 0;
+    }
+};
+
+/// The same for any finite doubles, however far apart, great or small.
+class FloatingSums : public OrdinaryFloatingSums
+{
+public:
+    void add(double value)
+    {
+        if (!OrdinaryFloatingSums::add(value))
+            addAny(value);
+    }
+
+    double mean() const { return isOrdinary() ? OrdinaryFloatingSums::mean() : anyMean(); }
+
+    double deviation() const
+    {
+        return isOrdinary() ? OrdinaryFloatingSums::deviation() : anyDeviation();
+    }
+
+    quint64 tailLength() const { return form >> 8; }
+
     static constexpr std::size_t tailCapacity = 16;
-    /// What sum and sumRest cannot hold. Only the first tailLength of them are set.
-    std::array<double, tailCapacity> tail{};
+    /// What sum and sumRest cannot hold. Only the first tailLength() of them are set.
+    std::array<double, tailCapacity> tail;
 
 private:
     /// What values are multiplied by while their magnitude is below a limit, so that neither a sum
@@ -86,79 +138,99 @@ private:
         double ofSum;
     };
     static constexpr double reduction = 0x1p-600;
-    static constexpr Level levels[] = {
-        {0x1p-300, 0x1p600, 1},
-        {0x1p450, 1, 1},
-        {0x1p900, reduction, 1},
-        {std::numeric_limits<double>::infinity(), reduction, 0x1p-128}};
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+    /// A series is raised from each to the next, from the last to the first.
+    static constexpr Level levels[] = {{ordinaryLimit, 1, 1},
+                                       {0x1p900, reduction, 1},
+                                       {infinity, reduction, 0x1p-128},
+                                       {tinyLimit, 1 / reduction, 1}};
+    static constexpr quint64 tinyLevel = 3, levelMask = 3;
+    static constexpr quint64 tailUnit = 1 << 8;
 
-    void addSquare(DoubleDouble distance)
+    const Level& level() const { return levels[form & levelMask]; }
+
+    Q_NEVER_INLINE void addAny(double value)
     {
-        const DoubleDouble square = twoSquare(distance.high);
-        const DoubleDouble total = twoSum(squares, square.high);
-        squares = total.high;
-        squaresRest += total.low + (square.low + 2 * distance.high * distance.low);
+        if (form == ordinaryForm && squares == 0 && std::fabs(value) < tinyLimit &&
+            std::fabs(anchor) < tinyLimit && sum != 0)
+            form = tinyLevel;
+        while (!(std::fabs(value) < level().limit))
+            raiseLevel();
+        if (count == 0)
+            anchor = value;
+        ++count;
+        const Level scale = level();
+        addSquare(twoDifference(value * scale.ofSquares, anchor * scale.ofSquares));
+        addTerm(value * scale.ofSum);
     }
 
-    void addTerm(double term)
+    void addTerm(double value)
     {
-        const DoubleDouble total = twoSum(sum, term);
+        const DoubleDouble total = twoSum(sum, value);
         const DoubleDouble rest = twoSum(sumRest, total.low);
         sum = total.high;
         sumRest = rest.high;
-        if (rest.low != 0)
-            addToTail(rest.low);
-    }
-
-    void addToTail(double term)
-    {
-        for (quint64 i = 0; i < tailLength && term != 0; ++i) {
-            const DoubleDouble total = twoSum(tail[i], term);
-            tail[i] = total.high;
-            term = total.low;
+        double term = rest.low;
+        for (quint64 i = 0; i < tailLength() && term != 0; ++i) {
+            const DoubleDouble link = twoSum(tail[i], term);
+            tail[i] = link.high;
+            term = link.low;
         }
-        if (term != 0 && tailLength < tailCapacity)
-            tail[tailLength++] = term;
+        if (term != 0 && tailLength() < tailCapacity) {
+            tail[tailLength()] = term;
+            form += tailUnit;
+        }
     }
 
-    void raiseLevel(double value)
+    void raiseLevel()
     {
-        const Level before = levels[level];
-        while (!(std::fabs(value) < levels[level].limit))
-            ++level;
-        const double ofSum = levels[level].ofSum / before.ofSum;
+        const Level before = level();
+        form = (form & ~levelMask) | ((form + 1) & levelMask);
+        const double ofSum = level().ofSum / before.ofSum;
         sum *= ofSum;
         sumRest *= ofSum;
-        for (quint64 i = 0; i < tailLength; ++i)
+        for (quint64 i = 0; i < tailLength(); ++i)
             tail[i] *= ofSum;
-        // In two steps, because the square of a scale's change may be no double.
-        for (double scale = before.ofSquares; scale != levels[level].ofSquares;
-             scale *= reduction) {
-            squares = squares * reduction * reduction;
-            squaresRest = squaresRest * reduction * reduction;
-        }
+        // In two steps, because the square of the change is no double.
+        const double ofSquares = level().ofSquares / before.ofSquares;
+        squares = squares * ofSquares * ofSquares;
+        squaresRest = squaresRest * ofSquares * ofSquares;
     }
 
-    /// The sum in two doubles.
-    DoubleDouble shortSum() const
+    Q_NEVER_INLINE double anyMean() const
     {
-        if (tailLength == 0)
-            return twoSum(sum, sumRest);
-        double rest = 0;
-        const DoubleDouble leading = distilled(rest);
-        return {leading.high, leading.low + rest};
+        const Distilled total = distilled();
+        const double scaled =
+            quotient({total.leading.high, total.leading.low + total.rest}, double(qint64(count)));
+        return scaled / level().ofSum;
     }
 
-    /// The sum in three doubles, of which \a rest is the last: one pass of twoSum after the other
-    /// moves what the parts have in common to the front.
-    DoubleDouble distilled(double& rest) const
+    Q_NEVER_INLINE double anyDeviation() const
     {
-        std::array<double, tailCapacity + 2> parts;
-        parts[0] = sum;
-        parts[1] = sumRest;
-        std::size_t length = 2;
-        for (; length < tailLength + 2; ++length)
-            parts[length] = tail[length - 2];
+        if (squares == 0)
+            return 0;
+        const double n = static_cast<double>(qint64(count));
+        const Level scale = level();
+        const double change = scale.ofSquares / scale.ofSum;
+        const Distilled total = distilled();
+        const double scaled =
+            deviationFrom({total.leading.high * change, total.leading.low * change},
+                          total.rest * change, timesCount(anchor * scale.ofSquares, n), n);
+        return std::fmin(scaled / scale.ofSquares, std::numeric_limits<double>::max());
+    }
+
+    /// The sum in three doubles.
+    struct Distilled {
+        DoubleDouble leading;
+        double rest;
+    };
+
+    /// One pass of twoSum after the other moves what the links have in common to the front.
+    Distilled distilled() const
+    {
+        std::array<double, tailCapacity + 2> parts = {sum, sumRest};
+        const std::size_t length = 2 + tailLength();
+        std::copy_n(tail.begin(), tailLength(), parts.begin() + 2);
         for (std::size_t pass = 1; pass < length; ++pass) {
             for (std::size_t i = length - 1; i > 0; --i) {
                 const DoubleDouble pair = twoSum(parts[i - 1], parts[i]);
@@ -166,30 +238,7 @@ private:
                 parts[i] = pair.low;
             }
         }
-        rest = 0;
-        for (std::size_t i = length; i > 2; --i)
-            rest += parts[i - 1];
-        return {parts[0], parts[1]};
+        return {{parts[0], parts[1]},
+                std::accumulate(parts.rbegin() + (parts.size() - length), parts.rend() - 2, 0.0)};
     }
-
-    /// The sum of the distances from the anchor, in the scale of the squares.
-    DoubleDouble sumOfDistances(double n) const
-    {
-        const Level& scale = levels[level];
-        double rest = 0;
-        DoubleDouble total = tailLength == 0 ? DoubleDouble{sum, sumRest} : distilled(rest);
-        if (level != ordinaryLevel) {
-            const double change = scale.ofSquares / scale.ofSum;
-            total = {total.high * change, total.low * change};
-            rest *= change;
-        }
-        const DoubleDouble anchors = timesCount(anchor * scale.ofSquares, n);
-        const DoubleDouble leading = twoDifference(total.high, anchors.high);
-        const DoubleDouble following = twoDifference(total.low, anchors.low);
-        const DoubleDouble middle = twoSum(leading.low, following.high);
-        const DoubleDouble distances = twoSum(leading.high, middle.high);
-        return {distances.high, distances.low + (middle.low + following.low + rest)};
-    }
-
-    static constexpr quint64 ordinaryLevel = 1;
 };

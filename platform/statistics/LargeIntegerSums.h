@@ -16,7 +16,8 @@ class LargeIntegerSums
 public:
     using Value = N;
 
-    void add(N value)
+    /// Adds \a value; true, for sums of this kind have room for every value.
+    bool add(N value)
     {
         if (count == 0)
             anchor = static_cast<quint64>(value);
@@ -32,6 +33,7 @@ public:
         const quint64 upper = squared[1] + carry;
         squaresMiddle += upper;
         squaresHigh += squaresMiddle < upper ? 1 : 0;
+        return true;
     }
 
     double mean() const
@@ -41,20 +43,21 @@ public:
         Words<2> sum = product(anchor, count);
         if (static_cast<N>(anchor) < N(0))
             sum[1] -= count;
-        ::add(sum, Words<2>{sumLow, sumHigh});
-        return meanOf(sum, count);
+        sum = {sum[0] + sumLow, sum[1] + sumHigh + (sum[0] + sumLow < sumLow ? 1 : 0)};
+        return isOneWord(sum[0], sum[1]) ? meanOf(static_cast<qint64>(sum[0]), count)
+                                         : meanOf(sum, count);
     }
 
     double deviation() const
     {
         if (count == 0)
             return 0;
-        const Words<2> sum = {sumLow, sumHigh};
-        const bool oneWord = sumHigh == (sumLow >> 63 != 0 ? ~quint64(0) : 0);
         constexpr quint64 manyValues = quint64(1) << 26, largeSquares = quint64(1) << 37;
-        if (oneWord && squaresHigh == 0 && count <= manyValues && squaresMiddle < largeSquares)
+        if (isOneWord(sumLow, sumHigh) && squaresHigh == 0 && count <= manyValues &&
+            squaresMiddle < largeSquares)
             return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresMiddle}, count);
-        return deviationOf(sum, Words<3>{squaresLow, squaresMiddle, squaresHigh}, count);
+        return deviationOf(Words<2>{sumLow, sumHigh},
+                           Words<3>{squaresLow, squaresMiddle, squaresHigh}, count);
     }
 
     quint64 count = 0;
@@ -71,4 +74,8 @@ public:
     {
         return std::tie(count, anchor, sumLow, sumHigh, squaresLow, squaresMiddle, squaresHigh);
     }
+
+private:
+    /// Whether the upper word only repeats the sign of the lower one.
+    static bool isOneWord(quint64 low, quint64 high) { return high == 0 - (low >> 63); }
 };

@@ -11,7 +11,8 @@ class SmallIntegerSums
 public:
     using Value = qint64;
 
-    void add(qint64 value)
+    /// Adds \a value; true, for sums of this kind have room for every value.
+    bool add(qint64 value)
     {
         const quint64 term = static_cast<quint64>(value);
         const quint64 termSquared = term * term;
@@ -20,6 +21,7 @@ public:
         sumHigh += (sumLow < term ? 1 : 0) - (value < 0 ? 1 : 0);
         squaresLow += termSquared;
         squaresHigh += squaresLow < termSquared ? 1 : 0;
+        return true;
     }
 
     double mean() const

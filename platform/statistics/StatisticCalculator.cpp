@@ -39,28 +39,53 @@ void storeFields(Fields fields, std::atomic<quint64>* words, std::index_sequence
     (SequenceWriter::store(words[i], toWord(std::get<i>(fields))), ...);
 }
 
-template <typename Sums>
-constexpr bool hasTail = std::is_same_v<Sums, FloatingSums>;
-
-/// The first \a count words of \a sums, and the tail where there is one.
 template <std::size_t count, std::memory_order order, typename Sums, typename Array>
 void load(Sums& sums, const Array& words)
 {
     loadFields<order>(sums.words(), words.data(), std::make_index_sequence<count>());
-    if constexpr (hasTail<Sums>) {
-        for (quint64 i = 0; i < sums.tailLength; ++i)
-            fromWord(sums.tail[i], words[Sums::wordCount + i].load(order));
-    }
 }
 
 template <typename Sums, typename Array>
 void store(Sums& sums, Array& words)
 {
     storeFields(sums.words(), words.data(), std::make_index_sequence<Sums::wordCount>());
-    if constexpr (hasTail<Sums>) {
-        for (quint64 i = 0; i < sums.tailLength; ++i)
-            SequenceWriter::store(words[Sums::wordCount + i], toWord(sums.tail[i]));
-    }
+}
+
+// The tail of floating-point sums follows their other words. Few series have one, so it is left to
+// functions of their own, where it does not burden the others.
+
+template <std::memory_order order, typename Array>
+void loadWithTail(FloatingSums& sums, const Array& words)
+{
+    load<FloatingSums::wordCount, order>(sums, words);
+    for (quint64 i = 0; i < sums.tailLength(); ++i)
+        fromWord(sums.tail[i], words[FloatingSums::wordCount + i].load(order));
+}
+
+template <typename Array>
+void storeWithTail(FloatingSums& sums, Array& words)
+{
+    store(sums, words);
+    for (quint64 i = 0; i < sums.tailLength(); ++i)
+        SequenceWriter::store(words[FloatingSums::wordCount + i], toWord(sums.tail[i]));
+}
+
+template <typename Array>
+Q_NEVER_INLINE void addWithTail(double value, Array& words)
+{
+    FloatingSums updated;
+    loadWithTail<own>(updated, words);
+    updated.add(value);
+    storeWithTail(updated, words);
+}
+
+template <typename Array>
+Q_NEVER_INLINE double readWithTail(double (FloatingSums::*answer)() const,
+                                   const std::atomic<quint64>& sequence, const Array& words)
+{
+    FloatingSums read;
+    readBetweenChanges(sequence, [&] { loadWithTail<foreign>(read, words); });
+    return (read.*answer)();
 }
 
 /// Twice the capacity: while a reader copies the newest half, the writer fills the other one.
@@ -87,28 +112,37 @@ void StatisticCalculator<N>::addValue(N value)
 {
     if (!isMeasurement(value))
         return;
-    using Sums = SumsOf<N>;
-    Sums updated;
-    load<Sums::wordCount, own>(updated, sums);
+    OrdinarySumsOf<N> updated;
+    load<updated.wordCount, own>(updated, sums);
     const bool first = updated.count == 0;
-    updated.add(static_cast<typename Sums::Value>(value));
-    const quint64 end = logEnd.load(own);
+    const bool ordinary = updated.add(static_cast<typename SumsOf<N>::Value>(value));
     const SequenceWriter writer(sequence);
     if (first || value > maximum.load(own))
         SequenceWriter::store(maximum, value);
     if (first || value < minimum.load(own))
         SequenceWriter::store(minimum, value);
-    store(updated, sums);
-    if (ring && logging.load(own)) {
-        SequenceWriter::store(ring[end % ringSize(logCapacity)], value);
-        SequenceWriter::store(logEnd, end + 1);
-    }
+    if (Q_LIKELY(ordinary))
+        store(updated, sums);
+    else
+        addWithTail(static_cast<double>(value), sums);
+    if (Q_UNLIKELY(logging.load(own)))
+        appendToLog(value);
+}
+
+template <typename N>
+void StatisticCalculator<N>::appendToLog(N value)
+{
+    if (!ring)
+        return;
+    const quint64 end = logEnd.load(own);
+    SequenceWriter::store(ring[end % ringSize(logCapacity)], value);
+    SequenceWriter::store(logEnd, end + 1);
 }
 
 template <typename N>
 void StatisticCalculator<N>::clear()
 {
-    SumsOf<N> empty;
+    OrdinarySumsOf<N> empty;
     const SequenceWriter writer(sequence);
     SequenceWriter::store(maximum, N(0));
     SequenceWriter::store(minimum, N(0));
@@ -146,18 +180,24 @@ QList<N> StatisticCalculator<N>::getLoggedValues() const
 template <typename N>
 double StatisticCalculator<N>::getAverage() const
 {
-    using Sums = SumsOf<N>;
-    Sums read;
-    readBetweenChanges(sequence, [&] { load<Sums::meanWords, foreign>(read, sums); });
+    OrdinarySumsOf<N> read;
+    readBetweenChanges(sequence, [&] { load<read.meanWords, foreign>(read, sums); });
+    if constexpr (std::is_floating_point_v<N>) {
+        if (Q_UNLIKELY(!read.isOrdinary()))
+            return readWithTail(&FloatingSums::mean, sequence, sums);
+    }
     return read.mean();
 }
 
 template <typename N>
 double StatisticCalculator<N>::getDeviation() const
 {
-    using Sums = SumsOf<N>;
-    Sums read;
-    readBetweenChanges(sequence, [&] { load<Sums::wordCount, foreign>(read, sums); });
+    OrdinarySumsOf<N> read;
+    readBetweenChanges(sequence, [&] { load<read.wordCount, foreign>(read, sums); });
+    if constexpr (std::is_floating_point_v<N>) {
+        if (Q_UNLIKELY(!read.isOrdinary()))
+            return readWithTail(&FloatingSums::deviation, sequence, sums);
+    }
     return read.deviation();
 }
 

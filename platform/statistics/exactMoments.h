@@ -20,7 +20,7 @@ inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int
 
 /// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
 /// operands may be off by two units in the last place; the residual tells which double is nearest.
-inline double roundedQuotient(const Words<2>& sum, quint64 count)
+Q_NEVER_INLINE inline double roundedQuotient(const Words<2>& sum, quint64 count)
 {
     constexpr quint64 leadingBit = quint64(1) << 52;
     const DoubleDouble dividend = toDoubles(sum);
@@ -44,13 +44,14 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
 }
 
 /// \a sum / \a count, correctly rounded.
-inline double meanOf(const Words<2>& sum, quint64 count)
+Q_NEVER_INLINE inline double meanOf(const Words<2>& sum, quint64 count)
 {
     const bool negative = isNegative(sum);
     const Words<2> magnitude = negative ? negated(sum) : sum;
-    const double mean = magnitude[1] == 0 && magnitude[0] <= quint64(exactInDouble)
-                            ? static_cast<double>(magnitude[0]) / static_cast<double>(count)
-                            : roundedQuotient(magnitude, count);
+    const double mean =
+        magnitude[1] == 0 && magnitude[0] <= quint64(exactInDouble)
+            ? static_cast<double>(qint64(magnitude[0])) / static_cast<double>(qint64(count))
+            : roundedQuotient(magnitude, count);
     return negative ? -mean : mean;
 }
 
@@ -58,7 +59,7 @@ inline double meanOf(const Words<2>& sum, quint64 count)
 inline double meanOf(qint64 sum, quint64 count)
 {
     if (sum >= -exactInDouble && sum <= exactInDouble)
-        return static_cast<double>(sum) / static_cast<double>(count);
+        return static_cast<double>(sum) / static_cast<double>(qint64(count));
     return meanOf(Words<2>{static_cast<quint64>(sum), sum < 0 ? ~quint64(0) : 0}, count);
 }
 
@@ -67,7 +68,7 @@ inline double meanOf(qint64 sum, quint64 count)
 constexpr quint64 exactSquareInDouble = 94906265;
 
 template <std::size_t size>
-inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
+Q_NEVER_INLINE inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
 {
     const DoubleDouble variance = toDoubles(scaledVariance);
     const double n = static_cast<double>(count);
@@ -82,26 +83,31 @@ inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
 }
 
 /// The root of (\a squares / \a count - (\a sum / \a count)^2), within one ulp.
-inline double deviationOf(const Words<2>& sum, const Words<3>& squares, quint64 count)
+Q_NEVER_INLINE inline double deviationOf(const Words<2>& sum, const Words<3>& squares,
+                                         quint64 count)
 {
     Words<4> scaledVariance = multiplied(squares, count);
     add(scaledVariance, negated(squared(isNegative(sum) ? negated(sum) : sum)));
     return deviationFrom(scaledVariance, count);
 }
 
-/// The same for numbers that leave \a count * \a squares room in two words.
+/// The same for at most 2^26 numbers that leave \a count * \a squares room in two words.
 inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
 {
+    const double n = static_cast<double>(qint64(count));
+    const quint64 magnitude =
+        static_cast<quint64>(sum < 0 ? 0 - static_cast<quint64>(sum) : static_cast<quint64>(sum));
+    // Most series are short and close enough for one word.
+    constexpr int shortCount = 22, shortSquares = 63 - shortCount;
+    if ((squares[0] >> shortSquares | squares[1] | count >> shortCount) == 0) {
+        const quint64 scaledVariance = squares[0] * count - magnitude * magnitude;
+        return std::sqrt(static_cast<double>(qint64(scaledVariance)) / (n * n));
+    }
     Words<2> scaledVariance = product(squares[0], count);
     scaledVariance[1] += squares[1] * count;
-    const quint64 magnitude = sum < 0 ? 0 - static_cast<quint64>(sum) : static_cast<quint64>(sum);
     const Words<2> subtrahend = square(magnitude);
     const quint64 borrow = scaledVariance[0] < subtrahend[0] ? 1 : 0;
-    scaledVariance = {scaledVariance[0] - subtrahend[0],
-                      scaledVariance[1] - subtrahend[1] - borrow};
-    if (scaledVariance[1] == 0) {
-        const double n = static_cast<double>(count);
-        return std::sqrt(static_cast<double>(scaledVariance[0]) / (n * n));
-    }
-    return deviationFrom(scaledVariance, count);
+    const DoubleDouble variance = toDoubles(
+        Words<2>{scaledVariance[0] - subtrahend[0], scaledVariance[1] - subtrahend[1] - borrow});
+    return std::sqrt((variance.high + variance.low) / (n * n));
 }

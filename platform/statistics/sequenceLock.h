@@ -41,19 +41,24 @@ private:
 /// The reader's side: runs \a load until no change fell into it. It loads words, with acquire
 /// order, into variables of its own.
 template <typename Load>
+bool readUnlessChanged(const std::atomic<quint64>& sequence, Load load)
+{
+    const quint64 before = sequence.load(std::memory_order_acquire);
+    load();
+    // Relaxed is enough: this load cannot move before the acquire loads of the words.
+    return before % 2 == 0 && sequence.load(std::memory_order_relaxed) == before;
+}
+
+Q_NEVER_INLINE inline void pauseBeforeTry(int tries)
+{
+    // A writer of lower priority on the same processor must get the time to finish.
+    if (tries % 1000 == 0)
+        QThread::usleep(1);
+}
+
+template <typename Load>
 void readBetweenChanges(const std::atomic<quint64>& sequence, Load load)
 {
-    constexpr int triesBeforeSleep = 1000;
-    for (int tries = 1;; ++tries) {
-        const quint64 before = sequence.load(std::memory_order_acquire);
-        if (before % 2 == 0) {
-            load();
-            // Relaxed is enough: this load cannot move before the acquire loads of the words.
-            if (sequence.load(std::memory_order_relaxed) == before)
-                return;
-        }
-        // A writer of lower priority on the same processor must get the time to finish.
-        if (tries % triesBeforeSleep == 0)
-            QThread::usleep(1);
-    }
+    for (int tries = 1; !readUnlessChanged(sequence, load); ++tries)
+        pauseBeforeTry(tries);
 }

@@ -124,11 +124,14 @@ TYPED_TEST(Exactness, TheOrderOfTheValuesMovesNoAnswerByMoreThanTwoUlp)
             EXPECT_LE(ulpsBetween(answers.deviation, first.deviation), 2u);
             this->check(reference, answers);
         };
+        const bool isLong = values.size() > 100000;
         Random random(99);
-        for (int i = values.size() > 100000 ? 1 : 10; i > 0; --i) {
+        for (int i = isLong ? 1 : 10; i > 0; --i) {
             random.shuffle(values);
             expectNearFirst();
         }
+        if (isLong)
+            continue;
         std::sort(values.begin(), values.end());
         expectNearFirst();
         std::reverse(values.begin(), values.end());
