@@ -5,17 +5,16 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <numeric>
 #include <tuple>
 
 /// Count, sum and sum of squares of finite doubles.
 ///
-/// The sum is a chain of doubles, each holding what rounding left out of the one before it; it is
-/// exact as long as the chain is long enough, which two doubles nearly always are. The squares are
-/// of the distances from the first value and kept in two doubles. The first value being one of
-/// them, the square of its distance from the mean is at most the count times the variance: however
-/// far out it lies, taking that square off again costs no more digits than the count has, and two
-/// doubles have them to spare.
+/// Both are of the distances from the first value. The sum is a chain of doubles, each holding what
+/// rounding left out of the one before it; it is exact as long as the chain is long enough, which
+/// two doubles nearly always are. The squares are kept in two doubles. The first value being one
+/// of the values, the square of its distance from the mean is at most the count times the variance:
+/// however far out it lies, taking that square off again costs no more digits than the count has,
+/// and two doubles have them to spare.
 ///
 /// This is the part that ordinary series need: two links of the chain, and magnitudes whose squares
 /// are doubles. Its operations are branch-free where they can be and fit into registers.
@@ -24,17 +23,20 @@ class OrdinaryFloatingSums
 public:
     using Value = double;
 
-    /// Whether mean() and deviation() are right; if not, those of FloatingSums are.
+    /// Whether the answers are right; if not, those of FloatingSums are.
     bool isOrdinary() const { return form == ordinaryForm; }
 
     /// Adds \a value; false, and nothing is changed, if that takes FloatingSums.
     bool add(double value)
     {
-        const DoubleDouble total = twoSum(sum, value);
-        const DoubleDouble rest = twoSum(sumRest, total.low);
         const double first = count == 0 ? value : anchor;
         const DoubleDouble distance = twoDifference(value, first);
-        if (form != ordinaryForm || !(std::fabs(value) < ordinaryLimit) || rest.low != 0)
+        const DoubleDouble total = twoSum(sum, distance.high);
+        const DoubleDouble lows = twoSum(total.low, distance.low);
+        const DoubleDouble rest = twoSum(sumRest, lows.high);
+        if (form != ordinaryForm || !(std::fabs(value) < ordinaryLimit))
+            return false;
+        if (rest.low != 0 || lows.low != 0)
             return false;
         if (squares == 0 && distance.high != 0 && std::fabs(distance.high) < tinyDistance)
             return false;
@@ -48,14 +50,21 @@ public:
 
     double mean() const
     {
-        return count == 0 ? 0 : quotient(twoSum(sum, sumRest), static_cast<double>(qint64(count)));
+        if (count == 0)
+            return 0;
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble meanDistance = quotient(twoSum(sum, sumRest), n);
+        const DoubleDouble mean = twoSum(anchor, meanDistance.high);
+        // Where the two cancel, their digits may not do.
+        if (Q_UNLIKELY(std::fabs(mean.high) < std::fabs(anchor) * 0x1p-30))
+            return exactMean();
+        return mean.high + (mean.low + meanDistance.low);
     }
 
     double deviation() const
     {
-        const double n = static_cast<double>(qint64(count));
         // Also the answer for an empty series; a square is 0 only where the distance is.
-        return squares == 0 ? 0 : deviationFrom({sum, sumRest}, 0, timesCount(anchor, n), n);
+        return squares == 0 ? 0 : deviationFrom(twoSum(sum, sumRest));
     }
 
     quint64 count = 0;
@@ -67,7 +76,7 @@ public:
     double squares = 0;
     double squaresRest = 0;
 
-    static constexpr std::size_t meanWords = 4;
+    static constexpr std::size_t meanWords = 5;
     static constexpr std::size_t wordCount = 7;
     auto words() { return std::tie(count, form, sum, sumRest, anchor, squares, squaresRest); }
 
@@ -88,21 +97,46 @@ protected:
         squaresRest += total.low + (square.low + 2 * distance.high * distance.low);
     }
 
-    /// The deviation from the sum, in three doubles, and \a n times the anchor.
-    double deviationFrom(DoubleDouble total, double rest, DoubleDouble anchors, double n) const
+    /// The deviation, from the sum of the distances.
+    double deviationFrom(DoubleDouble distances) const
     {
-        const DoubleDouble leading = twoDifference(total.high, anchors.high);
-        const DoubleDouble following = twoDifference(total.low, anchors.low);
-        const DoubleDouble middle = twoSum(leading.low, following.high);
-        const DoubleDouble distances = twoSum(leading.high, middle.high);
-        const double distancesRest = distances.low + (middle.low + following.low + rest);
+        const double n = static_cast<double>(qint64(count));
         const DoubleDouble minuend = timesCount(squares, n);
         const DoubleDouble subtrahend = twoSquare(distances.high);
         const DoubleDouble difference = twoDifference(minuend.high, subtrahend.high);
         const double lows =
-            (minuend.low + n * squaresRest) - (subtrahend.low + 2 * distances.high * distancesRest);
+            (minuend.low + n * squaresRest) - (subtrahend.low + 2 * distances.high * distances.low);
         const double variance = difference.high + (difference.low + lows);
         return variance > 0 ? std::sqrt(variance / (n * n)) : 0;
+    }
+
+    /// The sum of \a parts, of which the first \a length are set, as two doubles: one pass of
+    /// twoSum after the other moves what the parts have in common to the front.
+    template <std::size_t size>
+    static DoubleDouble distilled(std::array<double, size>& parts, std::size_t length)
+    {
+        for (std::size_t pass = 1; pass < length; ++pass) {
+            for (std::size_t i = length - 1; i > 0; --i) {
+                const DoubleDouble pair = twoSum(parts[i - 1], parts[i]);
+                parts[i - 1] = pair.high;
+                parts[i] = pair.low;
+            }
+        }
+        double rest = 0;
+        for (std::size_t i = length - 1; i > 0; --i)
+            rest += parts[i];
+        return {parts[0], rest};
+    }
+
+private:
+    /// The mean where the sum of the distances takes off nearly all of the anchor.
+    Q_NEVER_INLINE double exactMean() const
+    {
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble anchors = twoProduct(anchor, n);
+        std::array<double, 4> parts = {anchors.high, sum, sumRest, anchors.low};
+        const DoubleDouble mean = quotient(distilled(parts, parts.size()), n);
+        return mean.high + mean.low;
     }
 };
 
@@ -152,7 +186,7 @@ private:
     Q_NEVER_INLINE void addAny(double value)
     {
         if (form == ordinaryForm && squares == 0 && std::fabs(value) < tinyLimit &&
-            std::fabs(anchor) < tinyLimit && sum != 0)
+            std::fabs(anchor) < tinyLimit)
             form = tinyLevel;
         while (!(std::fabs(value) < level().limit))
             raiseLevel();
@@ -161,16 +195,18 @@ private:
         ++count;
         const Level scale = level();
         addSquare(twoDifference(value * scale.ofSquares, anchor * scale.ofSquares));
-        addTerm(value * scale.ofSum);
+        const DoubleDouble distance = twoDifference(value * scale.ofSum, anchor * scale.ofSum);
+        const DoubleDouble total = twoSum(sum, distance.high);
+        sum = total.high;
+        addToRest(total.low);
+        addToRest(distance.low);
     }
 
-    void addTerm(double value)
+    void addToRest(double term)
     {
-        const DoubleDouble total = twoSum(sum, value);
-        const DoubleDouble rest = twoSum(sumRest, total.low);
-        sum = total.high;
+        const DoubleDouble rest = twoSum(sumRest, term);
         sumRest = rest.high;
-        double term = rest.low;
+        term = rest.low;
         for (quint64 i = 0; i < tailLength() && term != 0; ++i) {
             const DoubleDouble link = twoSum(tail[i], term);
             tail[i] = link.high;
@@ -199,46 +235,28 @@ private:
 
     Q_NEVER_INLINE double anyMean() const
     {
-        const Distilled total = distilled();
-        const double scaled =
-            quotient({total.leading.high, total.leading.low + total.rest}, double(qint64(count)));
-        return scaled / level().ofSum;
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble anchors = twoProduct(anchor * level().ofSum, n);
+        const DoubleDouble mean = quotient(distilledWith({anchors.high, anchors.low}), n);
+        return (mean.high + mean.low) / level().ofSum;
     }
 
     Q_NEVER_INLINE double anyDeviation() const
     {
         if (squares == 0)
             return 0;
-        const double n = static_cast<double>(qint64(count));
         const Level scale = level();
         const double change = scale.ofSquares / scale.ofSum;
-        const Distilled total = distilled();
-        const double scaled =
-            deviationFrom({total.leading.high * change, total.leading.low * change},
-                          total.rest * change, timesCount(anchor * scale.ofSquares, n), n);
+        const DoubleDouble distances = distilledWith({0, 0});
+        const double scaled = deviationFrom({distances.high * change, distances.low * change});
         return std::fmin(scaled / scale.ofSquares, std::numeric_limits<double>::max());
     }
 
-    /// The sum in three doubles.
-    struct Distilled {
-        DoubleDouble leading;
-        double rest;
-    };
-
-    /// One pass of twoSum after the other moves what the links have in common to the front.
-    Distilled distilled() const
+    /// The sum of the distances and two more terms.
+    DoubleDouble distilledWith(DoubleDouble terms) const
     {
-        std::array<double, tailCapacity + 2> parts = {sum, sumRest};
-        const std::size_t length = 2 + tailLength();
-        std::copy_n(tail.begin(), tailLength(), parts.begin() + 2);
-        for (std::size_t pass = 1; pass < length; ++pass) {
-            for (std::size_t i = length - 1; i > 0; --i) {
-                const DoubleDouble pair = twoSum(parts[i - 1], parts[i]);
-                parts[i - 1] = pair.high;
-                parts[i] = pair.low;
-            }
-        }
-        return {{parts[0], parts[1]},
-                std::accumulate(parts.rbegin() + (parts.size() - length), parts.rend() - 2, 0.0)};
+        std::array<double, tailCapacity + 4> parts = {terms.high, sum, sumRest, terms.low};
+        std::copy_n(tail.begin(), tailLength(), parts.begin() + 4);
+        return distilled(parts, 4 + tailLength());
     }
 };

@@ -40,24 +40,25 @@ public:
     {
         if (count == 0)
             return 0;
-        Words<2> sum = product(anchor, count);
-        if (static_cast<N>(anchor) < N(0))
-            sum[1] -= count;
-        sum = {sum[0] + sumLow, sum[1] + sumHigh + (sum[0] + sumLow < sumLow ? 1 : 0)};
-        return isOneWord(sum[0], sum[1]) ? meanOf(static_cast<qint64>(sum[0]), count)
-                                         : meanOf(sum, count);
+        const Words<2> anchors = product(anchor, count);
+        const quint64 low = anchors[0] + sumLow;
+        const quint64 high = anchors[1] + sumHigh + (low < sumLow ? 1 : 0) -
+                             (static_cast<N>(anchor) < N(0) ? count : 0);
+        return isOneWord(low, high) ? meanOf(static_cast<qint64>(low), count)
+                                    : meanOf(low, high, count);
     }
 
     double deviation() const
     {
         if (count == 0)
             return 0;
-        constexpr quint64 manyValues = quint64(1) << 26, largeSquares = quint64(1) << 37;
-        if (isOneWord(sumLow, sumHigh) && squaresHigh == 0 && count <= manyValues &&
-            squaresMiddle < largeSquares)
+        if (Q_UNLIKELY(count > fewValues))
+            return deviationOf(Words<2>{sumLow, sumHigh},
+                               Words<3>{squaresLow, squaresMiddle, squaresHigh}, count);
+        constexpr quint64 largeSquares = quint64(1) << 37;
+        if (isOneWord(sumLow, sumHigh) && squaresHigh == 0 && squaresMiddle < largeSquares)
             return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresMiddle}, count);
-        return deviationOf(Words<2>{sumLow, sumHigh},
-                           Words<3>{squaresLow, squaresMiddle, squaresHigh}, count);
+        return deviationOf(sumLow, sumHigh, squaresLow, squaresMiddle, squaresHigh, count);
     }
 
     quint64 count = 0;

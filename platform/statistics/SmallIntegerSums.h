@@ -31,14 +31,13 @@ public:
         // No sum of so few values leaves one word.
         if (count <= quint64(1) << 31)
             return meanOf(static_cast<qint64>(sumLow), count);
-        return meanOf(Words<2>{sumLow, sumHigh}, count);
+        return meanOf(sumLow, sumHigh, count);
     }
 
     double deviation() const
     {
         if (count == 0)
             return 0;
-        constexpr quint64 fewValues = quint64(1) << 26;
         if (count <= fewValues)
             return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresHigh}, count);
         return deviationOf(Words<2>{sumLow, sumHigh}, Words<3>{squaresLow, squaresHigh, 0}, count);

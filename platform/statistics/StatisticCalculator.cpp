@@ -28,27 +28,48 @@ void fromWord(Field& field, quint64 word)
 }
 
 template <std::memory_order order, typename Fields, std::size_t... i>
-void loadFields(Fields fields, const std::atomic<quint64>* words, std::index_sequence<i...>)
+Q_ALWAYS_INLINE void loadFields(Fields fields, const std::atomic<quint64>* words,
+                                std::index_sequence<i...>)
 {
     (fromWord(std::get<i>(fields), words[i].load(order)), ...);
 }
 
 template <typename Fields, std::size_t... i>
-void storeFields(Fields fields, std::atomic<quint64>* words, std::index_sequence<i...>)
+Q_ALWAYS_INLINE void storeFields(Fields fields, std::atomic<quint64>* words,
+                                 std::index_sequence<i...>)
 {
     (SequenceWriter::store(words[i], toWord(std::get<i>(fields))), ...);
 }
 
 template <std::size_t count, std::memory_order order, typename Sums, typename Array>
-void load(Sums& sums, const Array& words)
+Q_ALWAYS_INLINE void load(Sums& sums, const Array& words)
 {
     loadFields<order>(sums.words(), words.data(), std::make_index_sequence<count>());
 }
 
 template <typename Sums, typename Array>
-void store(Sums& sums, Array& words)
+Q_ALWAYS_INLINE void store(Sums& sums, Array& words)
 {
     storeFields(sums.words(), words.data(), std::make_index_sequence<Sums::wordCount>());
+}
+
+template <typename Sums, std::size_t count, typename Array>
+Q_NEVER_INLINE Sums readLater(const std::atomic<quint64>& sequence, const Array& words)
+{
+    Sums sums;
+    readBetweenChanges(sequence, [&] { load<count, foreign>(sums, words); });
+    return sums;
+}
+
+/// The first \a count words of the sums of one moment. Trying again is left to a function of its
+/// own, so that the first try, which nearly always does, needs no more than registers.
+template <typename Sums, std::size_t count, typename Array>
+Q_ALWAYS_INLINE Sums readSums(const std::atomic<quint64>& sequence, const Array& words)
+{
+    Sums sums;
+    if (Q_LIKELY(readUnlessChanged(sequence, [&] { load<count, foreign>(sums, words); })))
+        return sums;
+    return readLater<Sums, count>(sequence, words);
 }
 
 // The tail of floating-point sums follows their other words. Few series have one, so it is left to
@@ -180,8 +201,8 @@ QList<N> StatisticCalculator<N>::getLoggedValues() const
 template <typename N>
 double StatisticCalculator<N>::getAverage() const
 {
-    OrdinarySumsOf<N> read;
-    readBetweenChanges(sequence, [&] { load<read.meanWords, foreign>(read, sums); });
+    using Sums = OrdinarySumsOf<N>;
+    const Sums read = readSums<Sums, Sums::meanWords>(sequence, sums);
     if constexpr (std::is_floating_point_v<N>) {
         if (Q_UNLIKELY(!read.isOrdinary()))
             return readWithTail(&FloatingSums::mean, sequence, sums);
@@ -192,8 +213,8 @@ double StatisticCalculator<N>::getAverage() const
 template <typename N>
 double StatisticCalculator<N>::getDeviation() const
 {
-    OrdinarySumsOf<N> read;
-    readBetweenChanges(sequence, [&] { load<read.wordCount, foreign>(read, sums); });
+    using Sums = OrdinarySumsOf<N>;
+    const Sums read = readSums<Sums, Sums::wordCount>(sequence, sums);
     if constexpr (std::is_floating_point_v<N>) {
         if (Q_UNLIKELY(!read.isOrdinary()))
             return readWithTail(&FloatingSums::deviation, sequence, sums);

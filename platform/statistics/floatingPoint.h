@@ -72,13 +72,15 @@ inline DoubleDouble timesCount(double a, double count)
     return {product, (x.high * count - product) + x.low * count};
 }
 
-/// (\a a.high + \a a.low) / \a count, rounded to a double. \a a.low is at most about an ulp of
-/// \a a.high.
-inline double quotient(DoubleDouble a, double count)
+/// (\a a.high + \a a.low) / \a count in two doubles. \a a.low is at most about an ulp of \a a.high.
+/// A product with the reciprocal is near enough to be corrected by what it leaves, and the
+/// reciprocal can be on its way before the sum is known.
+inline DoubleDouble quotient(DoubleDouble a, double count)
 {
-    const double estimate = a.high / count;
+    const double reciprocal = 1 / count;
+    const double estimate = a.high * reciprocal;
     const DoubleDouble back = timesCount(estimate, count);
-    return estimate + (((a.high - back.high) - back.low) + a.low) * (1 / count);
+    return {estimate, (((a.high - back.high) - back.low) + a.low) * reciprocal};
 }
 
 /// 2^\a exponent, for -1022 to 1023.

@@ -41,7 +41,7 @@ private:
 /// The reader's side: runs \a load until no change fell into it. It loads words, with acquire
 /// order, into variables of its own.
 template <typename Load>
-bool readUnlessChanged(const std::atomic<quint64>& sequence, Load load)
+Q_ALWAYS_INLINE bool readUnlessChanged(const std::atomic<quint64>& sequence, Load load)
 {
     const quint64 before = sequence.load(std::memory_order_acquire);
     load();
@@ -57,7 +57,7 @@ Q_NEVER_INLINE inline void pauseBeforeTry(int tries)
 }
 
 template <typename Load>
-void readBetweenChanges(const std::atomic<quint64>& sequence, Load load)
+Q_ALWAYS_INLINE void readBetweenChanges(const std::atomic<quint64>& sequence, Load load)
 {
     for (int tries = 1; !readUnlessChanged(sequence, load); ++tries)
         pauseBeforeTry(tries);

@@ -14,7 +14,7 @@
 template <std::size_t size>
 using Words = std::array<quint64, size>;
 
-inline Words<2> product(quint64 a, quint64 b)
+Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
 {
     const quint64 aLow = quint32(a), aHigh = a >> 32;
     const quint64 bLow = quint32(b), bHigh = b >> 32;
@@ -24,7 +24,22 @@ inline Words<2> product(quint64 a, quint64 b)
     return {(lower << 32) | quint32(low), aHigh * bHigh + (upper >> 32) + (lower >> 32)};
 }
 
-inline Words<2> square(quint64 a)
+/// The product with a number of at most 32 bits, in the width of \a a.
+template <std::size_t size>
+Q_ALWAYS_INLINE Words<size> shortProduct(const Words<size>& a, quint64 factor)
+{
+    Words<size> result{};
+    quint64 carry = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const quint64 low = quint32(a[i]) * factor + carry;
+        const quint64 upper = (a[i] >> 32) * factor + (low >> 32);
+        result[i] = (upper << 32) | quint32(low);
+        carry = upper >> 32;
+    }
+    return result;
+}
+
+Q_ALWAYS_INLINE Words<2> square(quint64 a)
 {
     const quint64 low = quint64(quint32(a)) * quint32(a), high = (a >> 32) * (a >> 32);
     const quint64 cross = quint64(quint32(a)) * (a >> 32);
@@ -79,6 +94,28 @@ inline Words<4> squared(const Words<2>& a)
     add(result, cross, 1);
     add(result, cross, 1);
     return result;
+}
+
+/// \a a rounded to a double, where that takes bits of both words.
+Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
+{
+    if (a[1] == 0)
+        return static_cast<double>(a[0]);
+    const uint shift = qCountLeadingZeroBits(a[1]);
+    const quint64 leading = a[1] << shift | (a[0] >> 1) >> (63 - shift);
+    const quint64 isLonger = (a[0] << shift) != 0 ? 1 : 0;
+    return static_cast<double>(leading | isLonger) * powerOfTwo(64 - static_cast<int>(shift));
+}
+
+/// \a a rounded to a double; a second rounding, of the lower word, moves the result by less than
+/// 2^-10 of the first.
+Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
+{
+    constexpr quint64 enough = 1 << 11, tooMuch = quint64(1) << 53;
+    if (Q_UNLIKELY(a[1] - enough >= tooMuch - enough))
+        return gatheredToDouble(a);
+    return static_cast<double>(static_cast<qint64>(a[1])) * 0x1p64 +
+           static_cast<double>(static_cast<qint64>(a[0] >> 1)) * 2;
 }
 
 /// \a a as the sum of two doubles: the leading 53 bits and the next 53, rounded. The sum of the two
