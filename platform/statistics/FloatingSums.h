@@ -21,26 +21,19 @@
 class OrdinaryFloatingSums
 {
 public:
-    using Value = double;
-
-    /// Whether the answers are right; if not, those of FloatingSums are.
+    /// Whether add() and the answers may be used; if not, those of FloatingSums are. An empty
+    /// series is none of the ordinary ones, so these need not look for it.
     bool isOrdinary() const { return form == ordinaryForm; }
 
     /// Adds \a value; false, and nothing is changed, if that takes FloatingSums.
     bool add(double value)
     {
-        const double first = count == 0 ? value : anchor;
-        const DoubleDouble distance = twoDifference(value, first);
+        const DoubleDouble distance = twoDifference(value, anchor);
         const DoubleDouble total = twoSum(sum, distance.high);
         const DoubleDouble lows = twoSum(total.low, distance.low);
         const DoubleDouble rest = twoSum(sumRest, lows.high);
-        if (form != ordinaryForm || !(std::fabs(value) < ordinaryLimit))
+        if (!isOrdinary() || !(std::fabs(value) < ordinaryLimit) || rest.low != 0 || lows.low != 0)
             return false;
-        if (rest.low != 0 || lows.low != 0)
-            return false;
-        if (squares == 0 && distance.high != 0 && std::fabs(distance.high) < tinyDistance)
-            return false;
-        anchor = first;
         ++count;
         sum = total.high;
         sumRest = rest.high;
@@ -48,28 +41,41 @@ public:
         return true;
     }
 
+    /// The same for a value of 24 bits: its distance from another one nearly always is a double.
+    bool add(float value)
+    {
+        const double wide = static_cast<double>(value);
+        const DoubleDouble distance = twoDifference(wide, anchor);
+        const DoubleDouble total = twoSum(sum, distance.high);
+        const DoubleDouble rest = twoSum(sumRest, total.low);
+        if (!isOrdinary() || !(std::fabs(wide) < ordinaryLimit) || rest.low != 0 ||
+            distance.low != 0)
+            return false;
+        ++count;
+        sum = total.high;
+        sumRest = rest.high;
+        addSquare(distance.high);
+        return true;
+    }
+
     double mean() const
     {
-        if (count == 0)
-            return 0;
         const double n = static_cast<double>(qint64(count));
-        const DoubleDouble meanDistance = quotient(twoSum(sum, sumRest), n);
+        const DoubleDouble meanDistance = quotient({sum, sumRest}, n);
         const DoubleDouble mean = twoSum(anchor, meanDistance.high);
-        // Where the two cancel, their digits may not do.
-        if (Q_UNLIKELY(std::fabs(mean.high) < std::fabs(anchor) * 0x1p-30))
+        // Where a sum has cancelled, the digits of two doubles may not do.
+        if (Q_UNLIKELY(std::fabs(mean.high) < std::fabs(anchor) * 0x1p-30 ||
+                       std::fabs(sumRest) > std::fabs(sum) * 0x1p-20))
             return exactMean();
         return mean.high + (mean.low + meanDistance.low);
     }
 
-    double deviation() const
-    {
-        // Also the answer for an empty series; a square is 0 only where the distance is.
-        return squares == 0 ? 0 : deviationFrom(twoSum(sum, sumRest));
-    }
+    /// A square is 0 only where the distance is.
+    double deviation() const { return squares == 0 ? 0 : deviationFrom({sum, sumRest}); }
 
     quint64 count = 0;
-    /// The level (see FloatingSums) and how many links follow the first two.
-    quint64 form = ordinaryForm;
+    /// The level (see FloatingSums) and how many links follow the first two. 0 for an empty series.
+    quint64 form = 0;
     double sum = 0;
     double sumRest = 0;
     double anchor = 0;
@@ -81,20 +87,21 @@ public:
     auto words() { return std::tie(count, form, sum, sumRest, anchor, squares, squaresRest); }
 
 protected:
-    /// All zero bits, so that words not yet written are an empty series.
-    static constexpr quint64 ordinaryForm = 0;
+    static constexpr quint64 ordinaryForm = 1;
     static constexpr double ordinaryLimit = 0x1p450;
-    /// Distances below this may square to nothing. Values from tinyLimit on have none, and where
-    /// there is a greater one, what is lost does not count.
-    static constexpr double tinyDistance = 0x1p-360;
-    static constexpr double tinyLimit = 0x1p-300;
+
+    void addSquare(double distance)
+    {
+        const DoubleDouble square = twoSquare(distance);
+        const DoubleDouble total = twoSum(squares, square.high);
+        squares = total.high;
+        squaresRest += total.low + square.low;
+    }
 
     void addSquare(DoubleDouble distance)
     {
-        const DoubleDouble square = twoSquare(distance.high);
-        const DoubleDouble total = twoSum(squares, square.high);
-        squares = total.high;
-        squaresRest += total.low + (square.low + 2 * distance.high * distance.low);
+        addSquare(distance.high);
+        squaresRest += 2 * distance.high * distance.low;
     }
 
     /// The deviation, from the sum of the distances.
@@ -150,6 +157,12 @@ public:
             addAny(value);
     }
 
+    void add(float value)
+    {
+        if (!OrdinaryFloatingSums::add(value))
+            addAny(static_cast<double>(value));
+    }
+
     double mean() const { return isOrdinary() ? OrdinaryFloatingSums::mean() : anyMean(); }
 
     double deviation() const
@@ -173,21 +186,19 @@ private:
     };
     static constexpr double reduction = 0x1p-600;
     static constexpr double infinity = std::numeric_limits<double>::infinity();
-    /// A series is raised from each to the next, from the last to the first.
-    static constexpr Level levels[] = {{ordinaryLimit, 1, 1},
+    /// The first is that of an empty series. A series is raised from each to the next; where there
+    /// is a value past the first limit, squares too small to be kept do not count.
+    static constexpr Level levels[] = {{0x1p-300, 1 / reduction, 1},
+                                       {ordinaryLimit, 1, 1},
                                        {0x1p900, reduction, 1},
-                                       {infinity, reduction, 0x1p-128},
-                                       {tinyLimit, 1 / reduction, 1}};
-    static constexpr quint64 tinyLevel = 3, levelMask = 3;
+                                       {infinity, reduction, 0x1p-128}};
+    static constexpr quint64 levelMask = 3;
     static constexpr quint64 tailUnit = 1 << 8;
 
     const Level& level() const { return levels[form & levelMask]; }
 
     Q_NEVER_INLINE void addAny(double value)
     {
-        if (form == ordinaryForm && squares == 0 && std::fabs(value) < tinyLimit &&
-            std::fabs(anchor) < tinyLimit)
-            form = tinyLevel;
         while (!(std::fabs(value) < level().limit))
             raiseLevel();
         if (count == 0)
@@ -221,7 +232,7 @@ private:
     void raiseLevel()
     {
         const Level before = level();
-        form = (form & ~levelMask) | ((form + 1) & levelMask);
+        ++form;
         const double ofSum = level().ofSum / before.ofSum;
         sum *= ofSum;
         sumRest *= ofSum;
@@ -235,6 +246,8 @@ private:
 
     Q_NEVER_INLINE double anyMean() const
     {
+        if (count == 0)
+            return 0;
         const double n = static_cast<double>(qint64(count));
         const DoubleDouble anchors = twoProduct(anchor * level().ofSum, n);
         const DoubleDouble mean = quotient(distilledWith({anchors.high, anchors.low}), n);

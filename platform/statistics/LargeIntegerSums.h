@@ -14,8 +14,6 @@ class LargeIntegerSums
     static_assert(sizeof(N) == sizeof(quint64) && std::is_integral_v<N>);
 
 public:
-    using Value = N;
-
     /// Adds \a value; true, for sums of this kind have room for every value.
     bool add(N value)
     {

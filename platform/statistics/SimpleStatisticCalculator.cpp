@@ -13,7 +13,7 @@ SumsOf<N> sumsOf(const QList<N>& values)
     SumsOf<N> sums;
     for (N value : values) {
         if (isMeasurement(value))
-            sums.add(static_cast<typename SumsOf<N>::Value>(value));
+            sums.add(value);
     }
     return sums;
 }
@@ -40,8 +40,8 @@ double midpoint(N a, N b)
     if constexpr (std::is_same_v<N, double>)
         return std::fabs(a) > 1 || std::fabs(b) > 1 ? a / 2 + b / 2 : (a + b) / 2;
     SumsOf<N> sums;
-    sums.add(static_cast<typename SumsOf<N>::Value>(a));
-    sums.add(static_cast<typename SumsOf<N>::Value>(b));
+    sums.add(a);
+    sums.add(b);
     return sums.mean();
 }
 

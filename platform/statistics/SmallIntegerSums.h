@@ -9,8 +9,6 @@
 class SmallIntegerSums
 {
 public:
-    using Value = qint64;
-
     /// Adds \a value; true, for sums of this kind have room for every value.
     bool add(qint64 value)
     {

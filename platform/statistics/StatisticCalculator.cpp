@@ -91,8 +91,8 @@ void storeWithTail(FloatingSums& sums, Array& words)
         SequenceWriter::store(words[FloatingSums::wordCount + i], toWord(sums.tail[i]));
 }
 
-template <typename Array>
-Q_NEVER_INLINE void addWithTail(double value, Array& words)
+template <typename N, typename Array>
+Q_NEVER_INLINE void addWithTail(N value, Array& words)
 {
     FloatingSums updated;
     loadWithTail<own>(updated, words);
@@ -131,12 +131,14 @@ StatisticCalculator<N>::StatisticCalculator(std::optional<int> capacity)
 template <typename N>
 void StatisticCalculator<N>::addValue(N value)
 {
-    if (!isMeasurement(value))
-        return;
-    OrdinarySumsOf<N> updated;
-    load<updated.wordCount, own>(updated, sums);
+    using Sums = OrdinarySumsOf<N>;
+    Sums updated;
+    load<Sums::wordCount, own>(updated, sums);
     const bool first = updated.count == 0;
-    const bool ordinary = updated.add(static_cast<typename SumsOf<N>::Value>(value));
+    const bool ordinary = updated.add(value);
+    // No value that is none is ordinary, so that most values are spared the question.
+    if (Q_UNLIKELY(!ordinary) && !isMeasurement(value))
+        return;
     const SequenceWriter writer(sequence);
     if (first || value > maximum.load(own))
         SequenceWriter::store(maximum, value);
@@ -144,8 +146,8 @@ void StatisticCalculator<N>::addValue(N value)
         SequenceWriter::store(minimum, value);
     if (Q_LIKELY(ordinary))
         store(updated, sums);
-    else
-        addWithTail(static_cast<double>(value), sums);
+    else if constexpr (std::is_floating_point_v<N>)
+        addWithTail(value, sums);
     if (Q_UNLIKELY(logging.load(own)))
         appendToLog(value);
 }

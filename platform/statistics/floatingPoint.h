@@ -14,9 +14,9 @@ Build it for such a unit; on 32-bit x86 with -msse2 -mfpmath=sse."
 #error "The statistics library needs strict IEEE arithmetic. Build it without -ffast-math."
 #endif
 
-// Error-free transformations of doubles (Knuth, Dekker and Veltkamp): the rounded result and what
-// the rounding left out, together the exact result. They use neither a fused multiply-add nor a
-// comparison, so they give the same bits on every machine and cost the same for all values.
+// Error-free transformations of doubles (Knuth, Dekker): the rounded result and what the rounding
+// left out, together the exact result. They use neither a fused multiply-add nor a comparison, so
+// they give the same bits on every machine and cost the same for all values.
 
 /// The unevaluated sum of two doubles.
 struct DoubleDouble {
@@ -36,16 +36,26 @@ inline DoubleDouble twoDifference(double a, double b)
     return twoSum(a, -b);
 }
 
-/// \a a as the sum of two doubles of 26 bits, so that their products are exact. Overflows from
-/// 2^996 on.
+/// The sum of two doubles of which the first is not the smaller one.
+inline DoubleDouble quickTwoSum(double a, double b)
+{
+    const double sum = a + b;
+    return {sum, b - (sum - a)};
+}
+
+/// \a a as the sum of two doubles, of 26 and 27 bits. Cutting the bits off takes half the steps of
+/// the usual multiplication, and no number is too great for it.
 inline DoubleDouble halves(double a)
 {
-    const double scaled = 134217729.0 * a; // 2^27 + 1
-    const double high = scaled - (scaled - a);
+    quint64 bits = 0;
+    std::memcpy(&bits, &a, sizeof bits);
+    bits &= ~quint64(0x7ffffff);
+    double high = 0;
+    std::memcpy(&high, &bits, sizeof high);
     return {high, a - high};
 }
 
-/// Exact as long as the product stays between 2^-960 and 2^1020, or is 0.
+/// Exact but for the 107th bit, as long as the product stays between 2^-960 and 2^1020, or is 0.
 inline DoubleDouble twoProduct(double a, double b)
 {
     const double product = a * b;
@@ -61,7 +71,8 @@ inline DoubleDouble twoSquare(double a)
     return {square, ((x.high * x.high - square) + 2 * x.high * x.low) + x.low * x.low};
 }
 
-/// The product of \a a and a whole number: nearly all counts are short enough for half the work.
+/// The product of \a a and a whole number, exact up to 2^26: nearly all counts are short enough
+/// for half the work.
 inline DoubleDouble timesCount(double a, double count)
 {
     constexpr double shortCount = 1 << 26;
