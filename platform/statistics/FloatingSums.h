@@ -44,12 +44,11 @@ public:
     /// The same for a value of 24 bits: its distance from another one nearly always is a double.
     bool add(float value)
     {
-        const double wide = static_cast<double>(value);
-        const DoubleDouble distance = twoDifference(wide, anchor);
+        const DoubleDouble distance = twoDifference(static_cast<double>(value), anchor);
         const DoubleDouble total = twoSum(sum, distance.high);
         const DoubleDouble rest = twoSum(sumRest, total.low);
-        if (!isOrdinary() || !(std::fabs(wide) < ordinaryLimit) || rest.low != 0 ||
-            distance.low != 0)
+        // What is not finite has left a remainder that is not a number.
+        if (!isOrdinary() || rest.low != 0 || distance.low != 0)
             return false;
         ++count;
         sum = total.high;
@@ -70,8 +69,7 @@ public:
         return mean.high + (mean.low + meanDistance.low);
     }
 
-    /// A square is 0 only where the distance is.
-    double deviation() const { return squares == 0 ? 0 : deviationFrom({sum, sumRest}); }
+    double deviation() const { return deviationFrom({sum, sumRest}); }
 
     quint64 count = 0;
     /// The level (see FloatingSums) and how many links follow the first two. 0 for an empty series.

@@ -14,6 +14,9 @@ class LargeIntegerSums
     static_assert(sizeof(N) == sizeof(quint64) && std::is_integral_v<N>);
 
 public:
+    /// No series takes more than these words.
+    static constexpr bool isOrdinary() { return true; }
+
     /// Adds \a value; true, for sums of this kind have room for every value.
     bool add(N value)
     {

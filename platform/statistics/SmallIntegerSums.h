@@ -9,6 +9,9 @@
 class SmallIntegerSums
 {
 public:
+    /// No series takes more than these words.
+    static constexpr bool isOrdinary() { return true; }
+
     /// Adds \a value; true, for sums of this kind have room for every value.
     bool add(qint64 value)
     {

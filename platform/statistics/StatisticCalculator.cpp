@@ -53,60 +53,38 @@ Q_ALWAYS_INLINE void store(Sums& sums, Array& words)
     storeFields(sums.words(), words.data(), std::make_index_sequence<Sums::wordCount>());
 }
 
-template <typename Sums, std::size_t count, typename Array>
-Q_NEVER_INLINE Sums readLater(const std::atomic<quint64>& sequence, const Array& words)
-{
-    Sums sums;
-    readBetweenChanges(sequence, [&] { load<count, foreign>(sums, words); });
-    return sums;
-}
-
-/// The first \a count words of the sums of one moment. Trying again is left to a function of its
-/// own, so that the first try, which nearly always does, needs no more than registers.
-template <typename Sums, std::size_t count, typename Array>
-Q_ALWAYS_INLINE Sums readSums(const std::atomic<quint64>& sequence, const Array& words)
-{
-    Sums sums;
-    if (Q_LIKELY(readUnlessChanged(sequence, [&] { load<count, foreign>(sums, words); })))
-        return sums;
-    return readLater<Sums, count>(sequence, words);
-}
-
 // The tail of floating-point sums follows their other words. Few series have one, so it is left to
 // functions of their own, where it does not burden the others.
 
-template <std::memory_order order, typename Array>
-void loadWithTail(FloatingSums& sums, const Array& words)
+template <std::memory_order order, typename Sums, typename Array>
+void loadAll(Sums& sums, const Array& words)
 {
-    load<FloatingSums::wordCount, order>(sums, words);
-    for (quint64 i = 0; i < sums.tailLength(); ++i)
-        fromWord(sums.tail[i], words[FloatingSums::wordCount + i].load(order));
-}
-
-template <typename Array>
-void storeWithTail(FloatingSums& sums, Array& words)
-{
-    store(sums, words);
-    for (quint64 i = 0; i < sums.tailLength(); ++i)
-        SequenceWriter::store(words[FloatingSums::wordCount + i], toWord(sums.tail[i]));
+    load<Sums::wordCount, order>(sums, words);
+    if constexpr (std::is_same_v<Sums, FloatingSums>) {
+        for (quint64 i = 0; i < sums.tailLength(); ++i)
+            fromWord(sums.tail[i], words[Sums::wordCount + i].load(order));
+    }
 }
 
 template <typename N, typename Array>
 Q_NEVER_INLINE void addWithTail(N value, Array& words)
 {
     FloatingSums updated;
-    loadWithTail<own>(updated, words);
+    loadAll<own>(updated, words);
     updated.add(value);
-    storeWithTail(updated, words);
+    store(updated, words);
+    for (quint64 i = 0; i < updated.tailLength(); ++i)
+        SequenceWriter::store(words[FloatingSums::wordCount + i], toWord(updated.tail[i]));
 }
 
-template <typename Array>
-Q_NEVER_INLINE double readWithTail(double (FloatingSums::*answer)() const,
-                                   const std::atomic<quint64>& sequence, const Array& words)
+/// An answer of all words, when a change falls into the reading as well.
+template <typename Sums, typename Array>
+Q_NEVER_INLINE double answerOfAll(double (Sums::*answer)() const,
+                                  const std::atomic<quint64>& sequence, const Array& words)
 {
-    FloatingSums read;
-    readBetweenChanges(sequence, [&] { loadWithTail<foreign>(read, words); });
-    return (read.*answer)();
+    Sums sums;
+    readBetweenChanges(sequence, [&] { loadAll<foreign>(sums, words); });
+    return (sums.*answer)();
 }
 
 /// Twice the capacity: while a reader copies the newest half, the writer fills the other one.
@@ -134,8 +112,11 @@ void StatisticCalculator<N>::addValue(N value)
     using Sums = OrdinarySumsOf<N>;
     Sums updated;
     load<Sums::wordCount, own>(updated, sums);
-    const bool first = updated.count == 0;
+    bool first = updated.count == 0;
     const bool ordinary = updated.add(value);
+    // Floating-point sums are never ordinary while they are empty.
+    if (std::is_floating_point_v<N> && ordinary)
+        first = false;
     // No value that is none is ordinary, so that most values are spared the question.
     if (Q_UNLIKELY(!ordinary) && !isMeasurement(value))
         return;
@@ -200,28 +181,28 @@ QList<N> StatisticCalculator<N>::getLoggedValues() const
     }
 }
 
+// The first try, which nearly always does, takes no more than registers.
+
 template <typename N>
 double StatisticCalculator<N>::getAverage() const
 {
     using Sums = OrdinarySumsOf<N>;
-    const Sums read = readSums<Sums, Sums::meanWords>(sequence, sums);
-    if constexpr (std::is_floating_point_v<N>) {
-        if (Q_UNLIKELY(!read.isOrdinary()))
-            return readWithTail(&FloatingSums::mean, sequence, sums);
-    }
-    return read.mean();
+    Sums read;
+    const auto loadMean = [&] { load<Sums::meanWords, foreign>(read, sums); };
+    if (Q_LIKELY(readUnlessChanged(sequence, loadMean) && read.isOrdinary()))
+        return read.mean();
+    return answerOfAll(&SumsOf<N>::mean, sequence, sums);
 }
 
 template <typename N>
 double StatisticCalculator<N>::getDeviation() const
 {
     using Sums = OrdinarySumsOf<N>;
-    const Sums read = readSums<Sums, Sums::wordCount>(sequence, sums);
-    if constexpr (std::is_floating_point_v<N>) {
-        if (Q_UNLIKELY(!read.isOrdinary()))
-            return readWithTail(&FloatingSums::deviation, sequence, sums);
-    }
-    return read.deviation();
+    Sums read;
+    const auto loadDeviation = [&] { load<Sums::wordCount, foreign>(read, sums); };
+    if (Q_LIKELY(readUnlessChanged(sequence, loadDeviation) && read.isOrdinary()))
+        return read.deviation();
+    return answerOfAll(&SumsOf<N>::deviation, sequence, sums);
 }
 
 // One word each, so always that of one moment.
