@@ -2,6 +2,7 @@
 #include <statistics/sums.h>
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace
@@ -45,14 +46,17 @@ double midpoint(N a, N b)
     return sums.mean();
 }
 
-/// A vector of its own may be reordered, and lies closer together than a list of short values.
+/// The median of \a values, which are measurements and may be reordered.
 template <typename N>
-std::vector<N> measurements(const QList<N>& values)
+double medianOf(std::vector<N>& values)
 {
-    std::vector<N> measured;
-    measured.reserve(static_cast<std::size_t>(values.size()));
-    std::copy_if(values.begin(), values.end(), std::back_inserter(measured), isMeasurement<N>);
-    return measured;
+    if (values.empty())
+        return 0;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    if (values.size() % 2 == 1)
+        return static_cast<double>(*middle);
+    return midpoint(*std::max_element(values.begin(), middle), *middle);
 }
 
 } // namespace
@@ -84,14 +88,12 @@ N SimpleStatisticCalculator<N>::calcMinimum(const QList<N>& values)
 template <typename N>
 double SimpleStatisticCalculator<N>::calcMedian(QList<N> values)
 {
-    std::vector<N> measured = measurements(values);
-    if (measured.empty())
-        return 0;
-    const auto middle = measured.begin() + static_cast<std::ptrdiff_t>(measured.size() / 2);
-    std::nth_element(measured.begin(), middle, measured.end());
-    if (measured.size() % 2 == 1)
-        return static_cast<double>(*middle);
-    return midpoint(*std::max_element(measured.begin(), middle), *middle);
+    // A vector of its own is no dearer than a list that detaches, and short values lie closer in
+    // it.
+    std::vector<N> measured;
+    measured.reserve(static_cast<std::size_t>(values.size()));
+    std::copy_if(values.cbegin(), values.cend(), std::back_inserter(measured), isMeasurement<N>);
+    return medianOf(measured);
 }
 
 template <typename N>
@@ -99,12 +101,21 @@ void SimpleStatisticCalculator<N>::calcStatistics(QList<N> values, N& maximum, N
                                                   double& median, double& average,
                                                   double& deviation)
 {
-    maximum = calcMaximum(values);
-    minimum = calcMinimum(values);
-    const SumsOf<N> sums = sumsOf(values);
+    SumsOf<N> sums;
+    std::vector<N> measured;
+    measured.reserve(static_cast<std::size_t>(values.size()));
+    for (N value : qAsConst(values)) {
+        if (isMeasurement(value)) {
+            sums.add(value);
+            measured.push_back(value);
+        }
+    }
+    const auto extremes = std::minmax_element(measured.begin(), measured.end());
+    minimum = measured.empty() ? N(0) : *extremes.first;
+    maximum = measured.empty() ? N(0) : *extremes.second;
     average = sums.mean();
     deviation = sums.deviation();
-    median = calcMedian(values);
+    median = medianOf(measured);
 }
 
 #define STATISTICS_DEFINE_SIMPLE_CALCULATOR(N)                                                     \

@@ -130,7 +130,7 @@ Q_NEVER_INLINE inline double deviationOf(quint64 sumLow, quint64 sumHigh, quint6
     const quint64 subtrahend2 = high * high + cross[1] + (subtrahend1 < cross[0] ? 1 : 0);
     const quint64 borrow0 = minuend[0] < square0[0] ? 1 : 0;
     const quint64 difference1 = minuend[1] - subtrahend1;
-    const quint64 borrow1 = (minuend[1] < subtrahend1 || difference1 < borrow0) ? 1 : 0;
+    const quint64 borrow1 = (minuend[1] < subtrahend1 ? 1 : 0) | (difference1 < borrow0 ? 1 : 0);
     const quint64 upper = minuend[2] - subtrahend2 - borrow1, middle = difference1 - borrow0;
     if (upper < 1 << 11)
         return deviationFrom(Words<3>{minuend[0] - square0[0], middle, upper}, count);
