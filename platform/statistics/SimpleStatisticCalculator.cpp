@@ -8,8 +8,8 @@
 namespace
 {
 
-template <typename N>
-SumsOf<N> sumsOf(const QList<N>& values)
+template <typename N, typename List>
+SumsOf<N> sumsOf(const List& values)
 {
     SumsOf<N> sums;
     for (N value : values) {
@@ -20,8 +20,8 @@ SumsOf<N> sumsOf(const QList<N>& values)
 }
 
 /// The greatest measurement by \a isLess, 0 for none.
-template <typename N, typename Compare>
-N extremeOf(const QList<N>& values, Compare isLess)
+template <typename N, typename List, typename Compare>
+N extremeOf(const List& values, Compare isLess)
 {
     auto value = std::find_if(values.begin(), values.end(), isMeasurement<N>);
     if (value == values.end())
@@ -46,6 +46,16 @@ double midpoint(N a, N b)
     return sums.mean();
 }
 
+/// A vector of its own is no dearer than a list that detaches, and short values lie closer in it.
+template <typename N>
+std::vector<N> measurements(const QList<N>& values)
+{
+    std::vector<N> measured;
+    measured.reserve(static_cast<std::size_t>(values.size()));
+    std::copy_if(values.cbegin(), values.cend(), std::back_inserter(measured), isMeasurement<N>);
+    return measured;
+}
+
 /// The median of \a values, which are measurements and may be reordered.
 template <typename N>
 double medianOf(std::vector<N>& values)
@@ -64,35 +74,31 @@ double medianOf(std::vector<N>& values)
 template <typename N>
 double SimpleStatisticCalculator<N>::getAverage(QList<N> values)
 {
-    return sumsOf(values).mean();
+    return sumsOf<N>(values).mean();
 }
 
 template <typename N>
 double SimpleStatisticCalculator<N>::getDeviation(QList<N> values)
 {
-    return sumsOf(values).deviation();
+    return sumsOf<N>(values).deviation();
 }
 
 template <typename N>
 N SimpleStatisticCalculator<N>::calcMaximum(const QList<N>& values)
 {
-    return extremeOf(values, std::less<N>());
+    return extremeOf<N>(values, std::less<N>());
 }
 
 template <typename N>
 N SimpleStatisticCalculator<N>::calcMinimum(const QList<N>& values)
 {
-    return extremeOf(values, std::greater<N>());
+    return extremeOf<N>(values, std::greater<N>());
 }
 
 template <typename N>
 double SimpleStatisticCalculator<N>::calcMedian(QList<N> values)
 {
-    // A vector of its own is no dearer than a list that detaches, and short values lie closer in
-    // it.
-    std::vector<N> measured;
-    measured.reserve(static_cast<std::size_t>(values.size()));
-    std::copy_if(values.cbegin(), values.cend(), std::back_inserter(measured), isMeasurement<N>);
+    std::vector<N> measured = measurements(values);
     return medianOf(measured);
 }
 
@@ -101,18 +107,10 @@ void SimpleStatisticCalculator<N>::calcStatistics(QList<N> values, N& maximum, N
                                                   double& median, double& average,
                                                   double& deviation)
 {
-    SumsOf<N> sums;
-    std::vector<N> measured;
-    measured.reserve(static_cast<std::size_t>(values.size()));
-    for (N value : qAsConst(values)) {
-        if (isMeasurement(value)) {
-            sums.add(value);
-            measured.push_back(value);
-        }
-    }
-    const auto extremes = std::minmax_element(measured.begin(), measured.end());
-    minimum = measured.empty() ? N(0) : *extremes.first;
-    maximum = measured.empty() ? N(0) : *extremes.second;
+    std::vector<N> measured = measurements(values);
+    maximum = extremeOf<N>(measured, std::less<N>());
+    minimum = extremeOf<N>(measured, std::greater<N>());
+    const SumsOf<N> sums = sumsOf<N>(measured);
     average = sums.mean();
     deviation = sums.deviation();
     median = medianOf(measured);
