@@ -108,9 +108,10 @@ protected:
         const double n = static_cast<double>(qint64(count));
         const DoubleDouble minuend = timesCount(squares, n);
         const DoubleDouble subtrahend = twoSquare(distances.high);
-        const DoubleDouble difference = twoDifference(minuend.high, subtrahend.high);
-        const double lows =
-            (minuend.low + n * squaresRest) - (subtrahend.low + 2 * distances.high * distances.low);
+        // The subtrahend is never greater, but for roundings that leave the difference exact.
+        const DoubleDouble difference = quickTwoSum(minuend.high, -subtrahend.high);
+        const double subtrahendRest = distances.low * (2 * distances.high + distances.low);
+        const double lows = (minuend.low + n * squaresRest) - (subtrahend.low + subtrahendRest);
         const double variance = difference.high + (difference.low + lows);
         return variance > 0 ? std::sqrt(variance / (n * n)) : 0;
     }
@@ -171,8 +172,8 @@ public:
     quint64 tailLength() const { return form >> 8; }
 
     static constexpr std::size_t tailCapacity = 16;
-    /// What sum and sumRest cannot hold. Only the first tailLength() of them are set.
-    std::array<double, tailCapacity> tail;
+    /// What sum and sumRest cannot hold, in the first tailLength() places.
+    std::array<double, tailCapacity> tail{};
 
 private:
     /// What values are multiplied by while their magnitude is below a limit, so that neither a sum

@@ -14,7 +14,8 @@
 ///
 /// Available for the ten element types of STATISTICS_ELEMENT_TYPES. A float or double that is not
 /// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
-/// values and 0 as long as nothing has been added.
+/// values and 0 as long as nothing has been added. They are the same bits whatever the processor,
+/// and those of SimpleStatisticCalculator for the same values in the same order.
 ///
 /// An object is 256 bytes at most and takes no further memory for its values, however many; only a
 /// log has storage of its own, for twice its capacity, from the constructor on. Adding a value and
@@ -50,21 +51,25 @@ public:
     /// The logged values, oldest first: at most as many as the capacity. Linear in their number.
     QList<N> getLoggedValues() const;
 
-    /// The arithmetic mean.
+    /// The arithmetic mean, from the exact sum of the values.
     ///
-    /// Integer types: the double nearest to the exact mean, for up to 2^53 values. Floating-point
-    /// types: the same to one unit in the last place. The sum is exact there too, until it needs
-    /// more than about 900 bits between its greatest and its smallest one; what is lost then is
-    /// below that, and shows only where everything above cancels out.
+    /// Integer types: the double nearest to the exact mean, for up to 2^48 values. Floating-point
+    /// types: the same to one unit in the last place. Their sum is exact as long as 18 doubles hold
+    /// all of its bits, wherever these lie; only a series that spreads over more than about 900
+    /// bits and then cancels down to the lowest of them loses digits.
     double getAverage() const;
 
     /// The population deviation: the root of the mean squared distance from the mean (divisor n).
-    /// Exactly 0 for equal values and otherwise within one unit in the last place of the double
-    /// nearest to the exact root, for up to 2^26 values of a floating-point type and 2^53 of an
-    /// integer type; beyond that the last digits of a floating-point one may fade slowly.
     ///
-    /// Squares that leave the range of a double do no harm: they are scaled, so the answer is right
-    /// for all finite values, from the smallest to the greatest, and never not a number.
+    /// Exactly 0 for equal values, otherwise within one unit in the last place of the double
+    /// nearest to the exact root: integer types for up to 2^48 values, floating-point types for up
+    /// to 2^26; beyond that the error of the latter grows with the square of the count, from far
+    /// below the last digit. The order of the values moves neither answer by more than two units.
+    ///
+    /// Squares past the range of a double do no harm: they are kept scaled, so the answer is as
+    /// good for all finite values, the greatest and the smallest included. It is never negative,
+    /// infinite or not a number. Units below the least normal double (2.2e-308) are as coarse as
+    /// doubles are there.
     double getDeviation() const;
 
     /// The greatest value.

@@ -15,7 +15,7 @@ constexpr qint64 exactInDouble = qint64(1) << 53;
 inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int exponent)
 {
     return exponent >= 0 ? static_cast<qint64>(sum - (mantissa << exponent) * count)
-                         : static_cast<qint64>((sum << -exponent) - mantissa * count);
+                         : static_cast<qint64>((sum << (-exponent & 63)) - mantissa * count);
 }
 
 /// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded

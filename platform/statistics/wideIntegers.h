@@ -130,8 +130,8 @@ inline DoubleDouble toDoubles(const Words<size>& a)
         return {0, 0};
     const quint64 next = top > 0 ? a[top - 1] : 0, last = top > 1 ? a[top - 2] : 0;
     const uint shift = qCountLeadingZeroBits(a[top]);
-    const quint64 leading = shift == 0 ? a[top] : a[top] << shift | next >> (64 - shift);
-    const quint64 following = shift == 0 ? next : next << shift | last >> (64 - shift);
+    const quint64 leading = a[top] << shift | (next >> 1) >> (63 - shift);
+    const quint64 following = next << shift | (last >> 1) >> (63 - shift);
     constexpr quint64 beyondDouble = 0x7ff;
     const quint64 rest = (leading & beyondDouble) << 53 | following >> 11;
     const int exponent = 64 * int(top) - int(shift);
