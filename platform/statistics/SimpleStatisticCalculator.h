@@ -9,9 +9,11 @@
 ///
 /// Available for the ten element types of STATISTICS_ELEMENT_TYPES. A float or double that is not
 /// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
-/// values and 0 for a list without a measurement. The cost is linear in the length of the list.
+/// values and 0 for a list without a measurement. The cost is linear in the length of the list; no
+/// list given is changed.
 ///
-/// There is no state: all operations are thread-safe.
+/// There is no state: all operations are thread-safe. (A list itself is a value like any other: one
+/// that another thread changes meanwhile must be protected by the host.)
 template <typename N>
 class SimpleStatisticCalculator
 {
@@ -20,10 +22,11 @@ class SimpleStatisticCalculator
                   "char, short, int, long long, their unsigned counterparts, float, double)");
 
 public:
-    /// The arithmetic mean.
+    /// The arithmetic mean, as exact as StatisticCalculator::getAverage(). One walk, no storage.
     static double getAverage(QList<N> values);
 
-    /// The population deviation: the root of the mean squared distance from the mean (divisor n).
+    /// The population deviation: the root of the mean squared distance from the mean (divisor n),
+    /// as exact as StatisticCalculator::getDeviation(). One walk, no storage.
     static double getDeviation(QList<N> values);
 
     /// The greatest value.
@@ -32,10 +35,11 @@ public:
     /// The smallest value.
     static N calcMinimum(const QList<N>& values);
 
-    /// The median: the middle value in order, for an even count the mean of the two middle ones.
+    /// The median: the middle value in order, for an even count the mean of the two middle ones,
+    /// the double nearest to it and without overflow. Takes a copy of the values.
     static double calcMedian(QList<N> values);
 
-    /// All five quantities at once.
+    /// All five quantities at once, each as the operation for it gives it, from one copy.
     static void calcStatistics(QList<N> values, N& maximum, N& minimum, double& median,
                                double& average, double& deviation);
 };

@@ -1,89 +1,221 @@
 #include <statistics/SimpleStatisticCalculator.h>
 #include <statistics/StatisticCalculator.h>
+#include <statistics/sequenceLock.h>
+#include <statistics/sums.h>
 
-#include <QtCore/QMutexLocker>
+#include <algorithm>
+#include <utility>
 
-#include <cmath>
+namespace
+{
+
+constexpr std::memory_order own = std::memory_order_relaxed, foreign = std::memory_order_acquire;
+
+template <typename Field>
+quint64 toWord(Field field)
+{
+    static_assert(sizeof(Field) == sizeof(quint64));
+    quint64 word = 0;
+    std::memcpy(&word, &field, sizeof word);
+    return word;
+}
+
+template <typename Field>
+void fromWord(Field& field, quint64 word)
+{
+    static_assert(sizeof(Field) == sizeof(quint64));
+    std::memcpy(&field, &word, sizeof field);
+}
+
+template <std::memory_order order, typename Fields, std::size_t... i>
+Q_ALWAYS_INLINE void loadFields(Fields fields, const std::atomic<quint64>* words,
+                                std::index_sequence<i...>)
+{
+    (fromWord(std::get<i>(fields), words[i].load(order)), ...);
+}
+
+template <typename Fields, std::size_t... i>
+Q_ALWAYS_INLINE void storeFields(Fields fields, std::atomic<quint64>* words,
+                                 std::index_sequence<i...>)
+{
+    (SequenceWriter::store(words[i], toWord(std::get<i>(fields))), ...);
+}
+
+template <std::size_t count, std::memory_order order, typename Sums, typename Array>
+Q_ALWAYS_INLINE void load(Sums& sums, const Array& words)
+{
+    loadFields<order>(sums.words(), words.data(), std::make_index_sequence<count>());
+}
+
+template <typename Sums, typename Array>
+Q_ALWAYS_INLINE void store(Sums& sums, Array& words)
+{
+    storeFields(sums.words(), words.data(), std::make_index_sequence<Sums::wordCount>());
+}
+
+// The tail of floating-point sums follows their other words. Few series have one, so it is left to
+// functions of their own, where it does not burden the others.
+
+template <std::memory_order order, typename Sums, typename Array>
+void loadAll(Sums& sums, const Array& words)
+{
+    load<Sums::wordCount, order>(sums, words);
+    if constexpr (std::is_same_v<Sums, FloatingSums>) {
+        for (quint64 i = 0; i < sums.tailLength(); ++i)
+            fromWord(sums.tail[i], words[Sums::wordCount + i].load(order));
+    }
+}
+
+template <typename N, typename Array>
+Q_NEVER_INLINE void addWithTail(N value, Array& words)
+{
+    FloatingSums updated;
+    loadAll<own>(updated, words);
+    updated.add(value);
+    store(updated, words);
+    for (quint64 i = 0; i < updated.tailLength(); ++i)
+        SequenceWriter::store(words[FloatingSums::wordCount + i], toWord(updated.tail[i]));
+}
+
+/// An answer of all words, when a change falls into the reading as well.
+template <typename Sums, typename Array>
+Q_NEVER_INLINE double answerOfAll(double (Sums::*answer)() const,
+                                  const std::atomic<quint64>& sequence, const Array& words)
+{
+    Sums sums;
+    readBetweenChanges(sequence, [&] { loadAll<foreign>(sums, words); });
+    return (sums.*answer)();
+}
+
+/// Twice the capacity: while a reader copies the newest half, the writer fills the other one.
+quint64 ringSize(int logCapacity)
+{
+    return 2 * static_cast<quint64>(logCapacity);
+}
+
+} // namespace
 
 template <typename N>
 StatisticCalculator<N>::StatisticCalculator(std::optional<int> capacity)
-    : logCapacity(capacity.value_or(0))
+    : logCapacity(std::max(capacity.value_or(0), 0))
 {
+    static_assert(sizeof(StatisticCalculator) <= 256);
+    static_assert(std::atomic<quint64>::is_always_lock_free && std::atomic<N>::is_always_lock_free);
+    // Not set to 0, so that a great capacity takes memory only as it is used.
+    if (logCapacity > 0)
+        ring.reset(new std::atomic<N>[ringSize(logCapacity)]);
 }
 
 template <typename N>
 void StatisticCalculator<N>::addValue(N value)
 {
-    if constexpr (std::is_floating_point_v<N>) {
-        if (!std::isfinite(value))
-            return;
-    }
-    const QMutexLocker locker(&mutex);
-    maximum = count == 0 || value > maximum ? value : maximum;
-    minimum = count == 0 || value < minimum ? value : minimum;
-    ++count;
-    const double distance = static_cast<double>(value) - mean;
-    mean += distance / static_cast<double>(count);
-    squaredDistances += distance * (static_cast<double>(value) - mean);
-    if (logging && logCapacity > 0) {
-        if (log.size() >= logCapacity)
-            log.removeFirst();
-        log.append(value);
-    }
+    using Sums = OrdinarySumsOf<N>;
+    Sums updated;
+    load<Sums::wordCount, own>(updated, sums);
+    bool first = updated.count == 0;
+    const bool ordinary = updated.add(value);
+    // Floating-point sums are never ordinary while they are empty.
+    if (std::is_floating_point_v<N> && ordinary)
+        first = false;
+    // No value that is none is ordinary, so that most values are spared the question.
+    if (Q_UNLIKELY(!ordinary) && !isMeasurement(value))
+        return;
+    const SequenceWriter writer(sequence);
+    if (first || value > maximum.load(own))
+        SequenceWriter::store(maximum, value);
+    if (first || value < minimum.load(own))
+        SequenceWriter::store(minimum, value);
+    if (Q_LIKELY(ordinary))
+        store(updated, sums);
+    else if constexpr (std::is_floating_point_v<N>)
+        addWithTail(value, sums);
+    if (Q_UNLIKELY(logging.load(own)))
+        appendToLog(value);
+}
+
+template <typename N>
+void StatisticCalculator<N>::appendToLog(N value)
+{
+    if (!ring)
+        return;
+    const quint64 end = logEnd.load(own);
+    SequenceWriter::store(ring[end % ringSize(logCapacity)], value);
+    SequenceWriter::store(logEnd, end + 1);
 }
 
 template <typename N>
 void StatisticCalculator<N>::clear()
 {
-    const QMutexLocker locker(&mutex);
-    log.clear();
-    count = 0;
-    mean = 0;
-    squaredDistances = 0;
-    maximum = 0;
-    minimum = 0;
+    OrdinarySumsOf<N> empty;
+    const SequenceWriter writer(sequence);
+    SequenceWriter::store(maximum, N(0));
+    SequenceWriter::store(minimum, N(0));
+    store(empty, sums);
+    SequenceWriter::store(logBegin, logEnd.load(own));
 }
 
 template <typename N>
 void StatisticCalculator<N>::setLogValues(bool enabled)
 {
-    const QMutexLocker locker(&mutex);
-    logging = enabled;
+    logging.store(enabled, own);
 }
 
 template <typename N>
 QList<N> StatisticCalculator<N>::getLoggedValues() const
 {
-    const QMutexLocker locker(&mutex);
-    return log;
+    const quint64 capacity = static_cast<quint64>(logCapacity);
+    for (;;) {
+        quint64 begin = 0, end = 0;
+        readBetweenChanges(sequence, [&] {
+            begin = logBegin.load(foreign);
+            end = logEnd.load(foreign);
+        });
+        begin = std::max(begin, end - std::min(end, capacity));
+        QList<N> values;
+        values.reserve(static_cast<int>(end - begin));
+        for (quint64 i = begin; i < end; ++i)
+            values.append(ring[i % ringSize(logCapacity)].load(foreign));
+        // Right unless the writer has come round to the first of them meanwhile.
+        if (begin == end || logEnd.load(own) - begin < ringSize(logCapacity))
+            return values;
+    }
 }
+
+// The first try, which nearly always does, takes no more than registers.
 
 template <typename N>
 double StatisticCalculator<N>::getAverage() const
 {
-    const QMutexLocker locker(&mutex);
-    return mean;
+    using Sums = OrdinarySumsOf<N>;
+    Sums read;
+    const auto loadMean = [&] { load<Sums::meanWords, foreign>(read, sums); };
+    if (Q_LIKELY(readUnlessChanged(sequence, loadMean) && read.isOrdinary()))
+        return read.mean();
+    return answerOfAll(&SumsOf<N>::mean, sequence, sums);
 }
 
 template <typename N>
 double StatisticCalculator<N>::getDeviation() const
 {
-    const QMutexLocker locker(&mutex);
-    return count == 0 ? 0 : std::sqrt(squaredDistances / static_cast<double>(count));
+    using Sums = OrdinarySumsOf<N>;
+    Sums read;
+    const auto loadDeviation = [&] { load<Sums::wordCount, foreign>(read, sums); };
+    if (Q_LIKELY(readUnlessChanged(sequence, loadDeviation) && read.isOrdinary()))
+        return read.deviation();
+    return answerOfAll(&SumsOf<N>::deviation, sequence, sums);
 }
 
+// One word each, so always that of one moment.
 template <typename N>
 N StatisticCalculator<N>::getMaximum() const
 {
-    const QMutexLocker locker(&mutex);
-    return maximum;
+    return maximum.load(foreign);
 }
 
 template <typename N>
 N StatisticCalculator<N>::getMinimum() const
 {
-    const QMutexLocker locker(&mutex);
-    return minimum;
+    return minimum.load(foreign);
 }
 
 template <typename N>

@@ -1,0 +1,274 @@
+#pragma once
+
+#include <statistics/floatingPoint.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <tuple>
+
+/// Count, sum and sum of squares of finite doubles.
+///
+/// Both are of the distances from the first value. The sum is a chain of doubles, each holding what
+/// rounding left out of the one before it; it is exact as long as the chain is long enough, which
+/// two doubles nearly always are. The squares are kept in two doubles. The first value being one
+/// of the values, the square of its distance from the mean is at most the count times the variance:
+/// however far out it lies, taking that square off again costs no more digits than the count has,
+/// and two doubles have them to spare.
+///
+/// This is the part that ordinary series need: two links of the chain, and magnitudes whose squares
+/// are doubles. Its operations are branch-free where they can be and fit into registers.
+class OrdinaryFloatingSums
+{
+public:
+    /// Whether add() and the answers may be used; if not, those of FloatingSums are. An empty
+    /// series is none of the ordinary ones, so these need not look for it.
+    bool isOrdinary() const { return form == ordinaryForm; }
+
+    /// Adds \a value; false, and nothing is changed, if that takes FloatingSums.
+    bool add(double value)
+    {
+        const DoubleDouble distance = twoDifference(value, anchor);
+        const DoubleDouble total = twoSum(sum, distance.high);
+        const DoubleDouble lows = twoSum(total.low, distance.low);
+        const DoubleDouble rest = twoSum(sumRest, lows.high);
+        if (!isOrdinary() || !(std::fabs(value) < ordinaryLimit) || rest.low != 0 || lows.low != 0)
+            return false;
+        ++count;
+        sum = total.high;
+        sumRest = rest.high;
+        addSquare(distance);
+        return true;
+    }
+
+    /// The same for a value of 24 bits: its distance from another one nearly always is a double.
+    bool add(float value)
+    {
+        const DoubleDouble distance = twoDifference(static_cast<double>(value), anchor);
+        const DoubleDouble total = twoSum(sum, distance.high);
+        const DoubleDouble rest = twoSum(sumRest, total.low);
+        // What is not finite has left a remainder that is not a number.
+        if (!isOrdinary() || rest.low != 0 || distance.low != 0)
+            return false;
+        ++count;
+        sum = total.high;
+        sumRest = rest.high;
+        addSquare(distance.high);
+        return true;
+    }
+
+    double mean() const
+    {
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble meanDistance = quotient({sum, sumRest}, n);
+        const DoubleDouble mean = twoSum(anchor, meanDistance.high);
+        // Where a sum has cancelled, the digits of two doubles may not do.
+        if (Q_UNLIKELY(std::fabs(mean.high) < std::fabs(anchor) * 0x1p-30 ||
+                       std::fabs(sumRest) > std::fabs(sum) * 0x1p-20))
+            return exactMean();
+        return mean.high + (mean.low + meanDistance.low);
+    }
+
+    double deviation() const { return deviationFrom({sum, sumRest}); }
+
+    quint64 count = 0;
+    /// The level (see FloatingSums) and how many links follow the first two. 0 for an empty series.
+    quint64 form = 0;
+    double sum = 0;
+    double sumRest = 0;
+    double anchor = 0;
+    double squares = 0;
+    double squaresRest = 0;
+
+    static constexpr std::size_t meanWords = 5;
+    static constexpr std::size_t wordCount = 7;
+    auto words() { return std::tie(count, form, sum, sumRest, anchor, squares, squaresRest); }
+
+protected:
+    static constexpr quint64 ordinaryForm = 1;
+    static constexpr double ordinaryLimit = 0x1p450;
+
+    void addSquare(double distance)
+    {
+        const DoubleDouble square = twoSquare(distance);
+        const DoubleDouble total = twoSum(squares, square.high);
+        squares = total.high;
+        squaresRest += total.low + square.low;
+    }
+
+    void addSquare(DoubleDouble distance)
+    {
+        addSquare(distance.high);
+        squaresRest += 2 * distance.high * distance.low;
+    }
+
+    /// The deviation, from the sum of the distances.
+    double deviationFrom(DoubleDouble distances) const
+    {
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble minuend = timesCount(squares, n);
+        const DoubleDouble subtrahend = twoSquare(distances.high);
+        // The subtrahend is never greater, but for roundings that leave the difference exact.
+        const DoubleDouble difference = quickTwoSum(minuend.high, -subtrahend.high);
+        const double subtrahendRest = distances.low * (2 * distances.high + distances.low);
+        const double lows = (minuend.low + n * squaresRest) - (subtrahend.low + subtrahendRest);
+        const double variance = difference.high + (difference.low + lows);
+        return variance > 0 ? std::sqrt(variance / (n * n)) : 0;
+    }
+
+    /// The sum of \a parts, of which the first \a length are set, as two doubles: one pass of
+    /// twoSum after the other moves what the parts have in common to the front.
+    template <std::size_t size>
+    static DoubleDouble distilled(std::array<double, size>& parts, std::size_t length)
+    {
+        for (std::size_t pass = 1; pass < length; ++pass) {
+            for (std::size_t i = length - 1; i > 0; --i) {
+                const DoubleDouble pair = twoSum(parts[i - 1], parts[i]);
+                parts[i - 1] = pair.high;
+                parts[i] = pair.low;
+            }
+        }
+        double rest = 0;
+        for (std::size_t i = length - 1; i > 0; --i)
+            rest += parts[i];
+        return {parts[0], rest};
+    }
+
+private:
+    /// The mean where the sum of the distances takes off nearly all of the anchor.
+    Q_NEVER_INLINE double exactMean() const
+    {
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble anchors = twoProduct(anchor, n);
+        std::array<double, 4> parts = {anchors.high, sum, sumRest, anchors.low};
+        const DoubleDouble mean = quotient(distilled(parts, parts.size()), n);
+        return mean.high + mean.low;
+    }
+};
+
+/// The same for any finite doubles, however far apart, great or small.
+class FloatingSums : public OrdinaryFloatingSums
+{
+public:
+    void add(double value)
+    {
+        if (!OrdinaryFloatingSums::add(value))
+            addAny(value);
+    }
+
+    void add(float value)
+    {
+        if (!OrdinaryFloatingSums::add(value))
+            addAny(static_cast<double>(value));
+    }
+
+    double mean() const { return isOrdinary() ? OrdinaryFloatingSums::mean() : anyMean(); }
+
+    double deviation() const
+    {
+        return isOrdinary() ? OrdinaryFloatingSums::deviation() : anyDeviation();
+    }
+
+    quint64 tailLength() const { return form >> 8; }
+
+    static constexpr std::size_t tailCapacity = 16;
+    /// What sum and sumRest cannot hold, in the first tailLength() places.
+    std::array<double, tailCapacity> tail{};
+
+private:
+    /// What values are multiplied by while their magnitude is below a limit, so that neither a sum
+    /// nor a square ever overflows, and no square that matters underflows.
+    struct Level {
+        double limit;
+        double ofSquares;
+        double ofSum;
+    };
+    static constexpr double reduction = 0x1p-600;
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+    /// The first is that of an empty series. A series is raised from each to the next; where there
+    /// is a value past the first limit, squares too small to be kept do not count.
+    static constexpr Level levels[] = {{0x1p-300, 1 / reduction, 1},
+                                       {ordinaryLimit, 1, 1},
+                                       {0x1p900, reduction, 1},
+                                       {infinity, reduction, 0x1p-128}};
+    static constexpr quint64 levelMask = 3;
+    static constexpr quint64 tailUnit = 1 << 8;
+
+    const Level& level() const { return levels[form & levelMask]; }
+
+    Q_NEVER_INLINE void addAny(double value)
+    {
+        while (!(std::fabs(value) < level().limit))
+            raiseLevel();
+        if (count == 0)
+            anchor = value;
+        ++count;
+        const Level scale = level();
+        addSquare(twoDifference(value * scale.ofSquares, anchor * scale.ofSquares));
+        const DoubleDouble distance = twoDifference(value * scale.ofSum, anchor * scale.ofSum);
+        const DoubleDouble total = twoSum(sum, distance.high);
+        sum = total.high;
+        addToRest(total.low);
+        addToRest(distance.low);
+    }
+
+    void addToRest(double term)
+    {
+        const DoubleDouble rest = twoSum(sumRest, term);
+        sumRest = rest.high;
+        term = rest.low;
+        for (quint64 i = 0; i < tailLength() && term != 0; ++i) {
+            const DoubleDouble link = twoSum(tail[i], term);
+            tail[i] = link.high;
+            term = link.low;
+        }
+        if (term != 0 && tailLength() < tailCapacity) {
+            tail[tailLength()] = term;
+            form += tailUnit;
+        }
+    }
+
+    void raiseLevel()
+    {
+        const Level before = level();
+        ++form;
+        const double ofSum = level().ofSum / before.ofSum;
+        sum *= ofSum;
+        sumRest *= ofSum;
+        for (quint64 i = 0; i < tailLength(); ++i)
+            tail[i] *= ofSum;
+        // In two steps, because the square of the change is no double.
+        const double ofSquares = level().ofSquares / before.ofSquares;
+        squares = squares * ofSquares * ofSquares;
+        squaresRest = squaresRest * ofSquares * ofSquares;
+    }
+
+    Q_NEVER_INLINE double anyMean() const
+    {
+        if (count == 0)
+            return 0;
+        const double n = static_cast<double>(qint64(count));
+        const DoubleDouble anchors = twoProduct(anchor * level().ofSum, n);
+        const DoubleDouble mean = quotient(distilledWith({anchors.high, anchors.low}), n);
+        return (mean.high + mean.low) / level().ofSum;
+    }
+
+    Q_NEVER_INLINE double anyDeviation() const
+    {
+        if (squares == 0)
+            return 0;
+        const Level scale = level();
+        const double change = scale.ofSquares / scale.ofSum;
+        const DoubleDouble distances = distilledWith({0, 0});
+        const double scaled = deviationFrom({distances.high * change, distances.low * change});
+        return std::fmin(scaled / scale.ofSquares, std::numeric_limits<double>::max());
+    }
+
+    /// The sum of the distances and two more terms.
+    DoubleDouble distilledWith(DoubleDouble terms) const
+    {
+        std::array<double, tailCapacity + 4> parts = {terms.high, sum, sumRest, terms.low};
+        std::copy_n(tail.begin(), tailLength(), parts.begin() + 4);
+        return distilled(parts, 4 + tailLength());
+    }
+};

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <statistics/exactMoments.h>
+
+#include <tuple>
+#include <type_traits>
+
+/// Count, sum and sum of squares of 64-bit whole numbers, all exact for up to 2^62 values. The sums
+/// are of the distances from the first value: they are short where the values are close together,
+/// whatever their size, and short sums take the short way to an answer.
+template <typename N>
+class LargeIntegerSums
+{
+    static_assert(sizeof(N) == sizeof(quint64) && std::is_integral_v<N>);
+
+public:
+    /// No series takes more than these words.
+    static constexpr bool isOrdinary() { return true; }
+
+    /// Adds \a value; true, for sums of this kind have room for every value.
+    bool add(N value)
+    {
+        if (count == 0)
+            anchor = static_cast<quint64>(value);
+        ++count;
+        const quint64 distance = static_cast<quint64>(value) - anchor;
+        const bool below = value < static_cast<N>(anchor);
+        sumLow += distance;
+        sumHigh += (sumLow < distance ? 1 : 0) - (below ? 1 : 0);
+        const Words<2> squared = square(below ? 0 - distance : distance);
+        squaresLow += squared[0];
+        const quint64 carry = squaresLow < squared[0] ? 1 : 0;
+        // The carry cannot overflow its word: no square has all bits set in its upper one.
+        const quint64 upper = squared[1] + carry;
+        squaresMiddle += upper;
+        squaresHigh += squaresMiddle < upper ? 1 : 0;
+        return true;
+    }
+
+    double mean() const
+    {
+        if (count == 0)
+            return 0;
+        const Words<2> anchors = product(anchor, count);
+        const quint64 low = anchors[0] + sumLow;
+        const quint64 high = anchors[1] + sumHigh + (low < sumLow ? 1 : 0) -
+                             (static_cast<N>(anchor) < N(0) ? count : 0);
+        return isOneWord(low, high) ? meanOf(static_cast<qint64>(low), count)
+                                    : meanOf(low, high, count);
+    }
+
+    double deviation() const
+    {
+        if (count == 0)
+            return 0;
+        if (Q_UNLIKELY(count > fewValues))
+            return deviationOf(Words<2>{sumLow, sumHigh},
+                               Words<3>{squaresLow, squaresMiddle, squaresHigh}, count);
+        constexpr quint64 largeSquares = quint64(1) << 37;
+        if (isOneWord(sumLow, sumHigh) && squaresHigh == 0 && squaresMiddle < largeSquares)
+            return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresMiddle}, count);
+        return deviationOf(sumLow, sumHigh, squaresLow, squaresMiddle, squaresHigh, count);
+    }
+
+    quint64 count = 0;
+    quint64 anchor = 0;
+    quint64 sumLow = 0;
+    quint64 sumHigh = 0;
+    quint64 squaresLow = 0;
+    quint64 squaresMiddle = 0;
+    quint64 squaresHigh = 0;
+
+    static constexpr std::size_t meanWords = 4;
+    static constexpr std::size_t wordCount = 7;
+    auto words()
+    {
+        return std::tie(count, anchor, sumLow, sumHigh, squaresLow, squaresMiddle, squaresHigh);
+    }
+
+private:
+    /// Whether the upper word only repeats the sign of the lower one.
+    static bool isOneWord(quint64 low, quint64 high) { return high == 0 - (low >> 63); }
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <statistics/exactMoments.h>
+
+#include <tuple>
+
+/// Count, sum and sum of squares of whole numbers of at most 32 bits, all exact for up to 2^63
+/// values.
+class SmallIntegerSums
+{
+public:
+    /// No series takes more than these words.
+    static constexpr bool isOrdinary() { return true; }
+
+    /// Adds \a value; true, for sums of this kind have room for every value.
+    bool add(qint64 value)
+    {
+        const quint64 term = static_cast<quint64>(value);
+        const quint64 termSquared = term * term;
+        ++count;
+        sumLow += term;
+        sumHigh += (sumLow < term ? 1 : 0) - (value < 0 ? 1 : 0);
+        squaresLow += termSquared;
+        squaresHigh += squaresLow < termSquared ? 1 : 0;
+        return true;
+    }
+
+    double mean() const
+    {
+        if (count == 0)
+            return 0;
+        // No sum of so few values leaves one word.
+        if (count <= quint64(1) << 31)
+            return meanOf(static_cast<qint64>(sumLow), count);
+        return meanOf(sumLow, sumHigh, count);
+    }
+
+    double deviation() const
+    {
+        if (count == 0)
+            return 0;
+        if (count <= fewValues)
+            return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresHigh}, count);
+        return deviationOf(Words<2>{sumLow, sumHigh}, Words<3>{squaresLow, squaresHigh, 0}, count);
+    }
+
+    quint64 count = 0;
+    quint64 sumLow = 0;
+    quint64 sumHigh = 0;
+    quint64 squaresLow = 0;
+    quint64 squaresHigh = 0;
+
+    static constexpr std::size_t meanWords = 3;
+    static constexpr std::size_t wordCount = 5;
+    auto words() { return std::tie(count, sumLow, sumHigh, squaresLow, squaresHigh); }
+};

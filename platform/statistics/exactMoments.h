@@ -1,0 +1,138 @@
+#pragma once
+
+#include <statistics/wideIntegers.h>
+
+#include <cstdlib>
+
+// Mean and deviation of whole numbers from their exact sums. The count is at least 1.
+
+/// Up to this magnitude every whole number is a double.
+constexpr qint64 exactInDouble = qint64(1) << 53;
+
+/// How far \a sum / \a count is above \a mantissa * 2^\a exponent, in units of
+/// 2^min(\a exponent, 0) / \a count. Only the last word of the sum is needed: the caller knows the
+/// distance to be small, so it is right modulo 2^64.
+inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int exponent)
+{
+    return exponent >= 0 ? static_cast<qint64>(sum - (mantissa << exponent) * count)
+                         : static_cast<qint64>((sum << (-exponent & 63)) - mantissa * count);
+}
+
+/// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
+/// operands may be off by two units in the last place; the residual tells which double is nearest.
+inline double roundedQuotient(const Words<2>& sum, quint64 count)
+{
+    constexpr quint64 leadingBit = quint64(1) << 52;
+    const double estimate = toDouble(sum) / static_cast<double>(qint64(count));
+    quint64 bits = 0;
+    std::memcpy(&bits, &estimate, sizeof bits);
+    int exponent = static_cast<int>(bits >> 52) - exponentBias - 52;
+    quint64 mantissa = (bits & (leadingBit - 1)) | leadingBit;
+    // Just below a power of two the doubles lie twice as close.
+    if (mantissa <= leadingBit + 2 && quotientResidual(sum[0], count, leadingBit, exponent) < 0) {
+        mantissa = 2 * leadingBit;
+        --exponent;
+    }
+    // Without branches, because nobody could foretell them.
+    qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
+    const qint64 unit = static_cast<qint64>(exponent >= 0 ? count << exponent : count);
+    const int steps = (2 * residual > unit ? 1 : 0) + (2 * residual > 3 * unit ? 1 : 0) -
+                      (2 * residual < -unit ? 1 : 0) - (2 * residual < -3 * unit ? 1 : 0);
+    mantissa += static_cast<quint64>(qint64(steps));
+    residual -= steps * unit;
+    if (Q_UNLIKELY(std::abs(2 * residual) == unit && mantissa % 2 == 1))
+        mantissa += residual > 0 ? 1 : ~quint64(0);
+    return static_cast<double>(mantissa) * powerOfTwo(exponent);
+}
+
+/// (\a high * 2^64 + \a low) / \a count, correctly rounded. \a high is signed in its bits. The two
+/// are no Words here, because words in memory would be gathered into one load and waited for.
+Q_NEVER_INLINE inline double meanOf(quint64 low, quint64 high, quint64 count)
+{
+    const bool negative = high >> 63 != 0;
+    const Words<2> magnitude = {negative ? 0 - low : low,
+                                negative ? ~high + (low == 0 ? 1 : 0) : high};
+    const double mean =
+        magnitude[1] == 0 && magnitude[0] <= quint64(exactInDouble)
+            ? static_cast<double>(qint64(magnitude[0])) / static_cast<double>(qint64(count))
+            : roundedQuotient(magnitude, count);
+    return negative ? -mean : mean;
+}
+
+/// \a sum / \a count, correctly rounded.
+inline double meanOf(qint64 sum, quint64 count)
+{
+    if (sum >= -exactInDouble && sum <= exactInDouble)
+        return static_cast<double>(sum) / static_cast<double>(qint64(count));
+    return meanOf(static_cast<quint64>(sum), sum < 0 ? ~quint64(0) : 0, count);
+}
+
+/// The root of \a scaledVariance / \a count^2. Up to this count its square is a double and the root
+/// of the rounded quotient is near enough to the root of the exact one.
+constexpr quint64 exactSquareInDouble = 94906265;
+
+template <std::size_t size>
+Q_NEVER_INLINE inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
+{
+    const DoubleDouble variance = toDoubles(scaledVariance);
+    const double n = static_cast<double>(count);
+    if (count <= exactSquareInDouble)
+        return std::sqrt((variance.high + variance.low) / (n * n));
+    const DoubleDouble divisor = twoProduct(n, n);
+    const double estimate = variance.high / divisor.high;
+    const DoubleDouble back = twoProduct(estimate, divisor.high);
+    const double rest =
+        ((variance.high - back.high) - back.low) + (variance.low - estimate * divisor.low);
+    return std::sqrt(estimate + rest / divisor.high);
+}
+
+/// The root of (\a squares / \a count - (\a sum / \a count)^2), within one ulp.
+Q_NEVER_INLINE inline double deviationOf(const Words<2>& sum, const Words<3>& squares,
+                                         quint64 count)
+{
+    Words<4> scaledVariance = multiplied(squares, count);
+    add(scaledVariance, negated(squared(isNegative(sum) ? negated(sum) : sum)));
+    return deviationFrom(scaledVariance, count);
+}
+
+/// Up to this count nothing below takes more words than it has.
+constexpr quint64 fewValues = quint64(1) << 26;
+
+/// The same for few values and sums of one and two words, which nearly all series have.
+inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
+{
+    const double n = static_cast<double>(qint64(count));
+    const quint64 magnitude = sum < 0 ? 0 - static_cast<quint64>(sum) : static_cast<quint64>(sum);
+    // Most of them are short and close enough for one word.
+    constexpr int shortCount = 22, shortSquares = 63 - shortCount;
+    if ((squares[0] >> shortSquares | squares[1] | count >> shortCount) == 0) {
+        const quint64 scaledVariance = squares[0] * count - magnitude * magnitude;
+        return std::sqrt(static_cast<double>(qint64(scaledVariance)) / (n * n));
+    }
+    const Words<2> minuend = shortProduct(squares, count), subtrahend = square(magnitude);
+    const quint64 borrow = minuend[0] < subtrahend[0] ? 1 : 0;
+    const double variance =
+        toDouble({minuend[0] - subtrahend[0], minuend[1] - subtrahend[1] - borrow});
+    return std::sqrt(variance / (n * n));
+}
+
+/// The same for few values with sums of up to 90 and 154 bits, as 64-bit numbers have.
+Q_NEVER_INLINE inline double deviationOf(quint64 sumLow, quint64 sumHigh, quint64 squaresLow,
+                                         quint64 squaresMiddle, quint64 squaresHigh, quint64 count)
+{
+    const double n = static_cast<double>(qint64(count));
+    const bool negative = sumHigh >> 63 != 0;
+    const quint64 low = negative ? 0 - sumLow : sumLow;
+    const quint64 high = negative ? ~sumHigh + (sumLow == 0 ? 1 : 0) : sumHigh;
+    const Words<3> minuend = shortProduct<3>({squaresLow, squaresMiddle, squaresHigh}, count);
+    const Words<2> square0 = square(low), cross = shortProduct<2>({low, 0}, 2 * high);
+    const quint64 subtrahend1 = square0[1] + cross[0];
+    const quint64 subtrahend2 = high * high + cross[1] + (subtrahend1 < cross[0] ? 1 : 0);
+    const quint64 borrow0 = minuend[0] < square0[0] ? 1 : 0;
+    const quint64 difference1 = minuend[1] - subtrahend1;
+    const quint64 borrow1 = (minuend[1] < subtrahend1 ? 1 : 0) | (difference1 < borrow0 ? 1 : 0);
+    const quint64 upper = minuend[2] - subtrahend2 - borrow1, middle = difference1 - borrow0;
+    if (upper < 1 << 11)
+        return deviationFrom(Words<3>{minuend[0] - square0[0], middle, upper}, count);
+    return std::sqrt(toDouble({middle, upper}) / (n * n)) * 0x1p32;
+}

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <QtCore/QtGlobal>
+
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+#if !defined(FLT_EVAL_METHOD) || FLT_EVAL_METHOD != 0
+#error "The statistics library needs every operation on doubles rounded to a double at once. \
+Build it for such a unit; on 32-bit x86 with -msse2 -mfpmath=sse."
+#endif
+#if defined(__FAST_MATH__)
+#error "The statistics library needs strict IEEE arithmetic. Build it without -ffast-math."
+#endif
+
+// Error-free transformations of doubles (Knuth, Dekker): the rounded result and what the rounding
+// left out, together the exact result. They use neither a fused multiply-add nor a comparison, so
+// they give the same bits on every machine and cost the same for all values.
+
+/// The unevaluated sum of two doubles.
+struct DoubleDouble {
+    double high;
+    double low;
+};
+
+inline DoubleDouble twoSum(double a, double b)
+{
+    const double sum = a + b;
+    const double part = sum - a;
+    return {sum, (a - (sum - part)) + (b - part)};
+}
+
+inline DoubleDouble twoDifference(double a, double b)
+{
+    return twoSum(a, -b);
+}
+
+/// The sum of two doubles of which the first is not the smaller one.
+inline DoubleDouble quickTwoSum(double a, double b)
+{
+    const double sum = a + b;
+    return {sum, b - (sum - a)};
+}
+
+/// \a a as the sum of two doubles, of 26 and 27 bits. Cutting the bits off takes half the steps of
+/// the usual multiplication, and no number is too great for it.
+inline DoubleDouble halves(double a)
+{
+    quint64 bits = 0;
+    std::memcpy(&bits, &a, sizeof bits);
+    bits &= ~quint64(0x7ffffff);
+    double high = 0;
+    std::memcpy(&high, &bits, sizeof high);
+    return {high, a - high};
+}
+
+/// Exact but for the 107th bit, as long as the product stays between 2^-960 and 2^1020, or is 0.
+inline DoubleDouble twoProduct(double a, double b)
+{
+    const double product = a * b;
+    const DoubleDouble x = halves(a), y = halves(b);
+    return {product,
+            ((x.high * y.high - product) + x.high * y.low + x.low * y.high) + x.low * y.low};
+}
+
+inline DoubleDouble twoSquare(double a)
+{
+    const double square = a * a;
+    const DoubleDouble x = halves(a);
+    return {square, ((x.high * x.high - square) + 2 * x.high * x.low) + x.low * x.low};
+}
+
+/// The product of \a a and a whole number, exact up to 2^26: nearly all counts are short enough
+/// for half the work.
+inline DoubleDouble timesCount(double a, double count)
+{
+    constexpr double shortCount = 1 << 26;
+    if (count > shortCount)
+        return twoProduct(a, count);
+    const double product = a * count;
+    const DoubleDouble x = halves(a);
+    return {product, (x.high * count - product) + x.low * count};
+}
+
+/// (\a a.high + \a a.low) / \a count in two doubles. \a a.low is at most about an ulp of \a a.high.
+/// A product with the reciprocal is near enough to be corrected by what it leaves, and the
+/// reciprocal can be on its way before the sum is known.
+inline DoubleDouble quotient(DoubleDouble a, double count)
+{
+    const double reciprocal = 1 / count;
+    const double estimate = a.high * reciprocal;
+    const DoubleDouble back = timesCount(estimate, count);
+    return {estimate, (((a.high - back.high) - back.low) + a.low) * reciprocal};
+}
+
+/// 2^\a exponent, for -1022 to 1023.
+constexpr int exponentBias = 1023;
+inline double powerOfTwo(int exponent)
+{
+    const quint64 bits = quint64(exponentBias + exponent) << 52;
+    double result;
+    std::memcpy(&result, &bits, sizeof result);
+    return result;
+}

@@ -1,0 +1,140 @@
+#pragma once
+
+#include <statistics/floatingPoint.h>
+
+#include <QtCore/QtAlgorithms>
+#include <QtCore/QtGlobal>
+
+#include <array>
+#include <cstddef>
+
+// Whole numbers wider than any type that every compiler has, least significant word first.
+// Arithmetic is modulo the width, so a negative number is its two's complement.
+
+template <std::size_t size>
+using Words = std::array<quint64, size>;
+
+Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
+{
+    const quint64 aLow = quint32(a), aHigh = a >> 32;
+    const quint64 bLow = quint32(b), bHigh = b >> 32;
+    const quint64 low = aLow * bLow;
+    const quint64 upper = aHigh * bLow + (low >> 32);
+    const quint64 lower = aLow * bHigh + quint32(upper);
+    return {(lower << 32) | quint32(low), aHigh * bHigh + (upper >> 32) + (lower >> 32)};
+}
+
+/// The product with a number of at most 32 bits, in the width of \a a.
+template <std::size_t size>
+Q_ALWAYS_INLINE Words<size> shortProduct(const Words<size>& a, quint64 factor)
+{
+    Words<size> result{};
+    quint64 carry = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const quint64 low = quint32(a[i]) * factor + carry;
+        const quint64 upper = (a[i] >> 32) * factor + (low >> 32);
+        result[i] = (upper << 32) | quint32(low);
+        carry = upper >> 32;
+    }
+    return result;
+}
+
+Q_ALWAYS_INLINE Words<2> square(quint64 a)
+{
+    const quint64 low = quint64(quint32(a)) * quint32(a), high = (a >> 32) * (a >> 32);
+    const quint64 cross = quint64(quint32(a)) * (a >> 32);
+    const quint64 sum = low + (cross << 33);
+    return {sum, high + (cross >> 31) + (sum < low ? 1 : 0)};
+}
+
+/// Adds \a b to \a a at word \a position.
+template <std::size_t size, std::size_t added>
+inline void add(Words<size>& a, const Words<added>& b, std::size_t position = 0)
+{
+    quint64 carry = 0;
+    for (std::size_t i = position; i < size; ++i) {
+        const quint64 term = i - position < added ? b[i - position] : 0;
+        const quint64 sum = a[i] + term;
+        const quint64 overflow = sum < term ? 1 : 0;
+        a[i] = sum + carry;
+        carry = overflow + (a[i] < carry ? 1 : 0);
+    }
+}
+
+template <std::size_t size>
+inline Words<size> negated(Words<size> a)
+{
+    for (quint64& word : a)
+        word = ~word;
+    add(a, Words<1>{1});
+    return a;
+}
+
+template <std::size_t size>
+inline bool isNegative(const Words<size>& a)
+{
+    return a[size - 1] >> 63 != 0;
+}
+
+template <std::size_t size>
+inline Words<size + 1> multiplied(const Words<size>& a, quint64 factor)
+{
+    Words<size + 1> result{};
+    for (std::size_t i = 0; i < size; ++i)
+        add(result, product(a[i], factor), i);
+    return result;
+}
+
+inline Words<4> squared(const Words<2>& a)
+{
+    Words<4> result{};
+    const Words<2> cross = product(a[0], a[1]);
+    add(result, square(a[0]));
+    add(result, square(a[1]), 2);
+    add(result, cross, 1);
+    add(result, cross, 1);
+    return result;
+}
+
+/// \a a rounded to a double, where that takes bits of both words.
+Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
+{
+    if (a[1] == 0)
+        return static_cast<double>(a[0]);
+    const uint shift = qCountLeadingZeroBits(a[1]);
+    const quint64 leading = a[1] << shift | (a[0] >> 1) >> (63 - shift);
+    const quint64 isLonger = (a[0] << shift) != 0 ? 1 : 0;
+    return static_cast<double>(leading | isLonger) * powerOfTwo(64 - static_cast<int>(shift));
+}
+
+/// \a a rounded to a double; a second rounding, of the lower word, moves the result by less than
+/// 2^-10 of the first.
+Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
+{
+    constexpr quint64 enough = 1 << 11, tooMuch = quint64(1) << 53;
+    if (Q_UNLIKELY(a[1] - enough >= tooMuch - enough))
+        return gatheredToDouble(a);
+    return static_cast<double>(static_cast<qint64>(a[1])) * 0x1p64 +
+           static_cast<double>(static_cast<qint64>(a[0] >> 1)) * 2;
+}
+
+/// \a a as the sum of two doubles: the leading 53 bits and the next 53, rounded. The sum of the two
+/// is \a a rounded to a double.
+template <std::size_t size>
+inline DoubleDouble toDoubles(const Words<size>& a)
+{
+    std::size_t top = size - 1;
+    while (top > 0 && a[top] == 0)
+        --top;
+    if (a[top] == 0)
+        return {0, 0};
+    const quint64 next = top > 0 ? a[top - 1] : 0, last = top > 1 ? a[top - 2] : 0;
+    const uint shift = qCountLeadingZeroBits(a[top]);
+    const quint64 leading = a[top] << shift | (next >> 1) >> (63 - shift);
+    const quint64 following = next << shift | (last >> 1) >> (63 - shift);
+    constexpr quint64 beyondDouble = 0x7ff;
+    const quint64 rest = (leading & beyondDouble) << 53 | following >> 11;
+    const int exponent = 64 * int(top) - int(shift);
+    return {static_cast<double>(leading & ~beyondDouble) * powerOfTwo(exponent),
+            static_cast<double>(rest) * powerOfTwo(exponent - 53)};
+}

@@ -1,0 +1,161 @@
+#include "Reference.h"
+
+#include <statistics/StatisticCalculator.h>
+#include <statistics/sequenceLock.h>
+
+#include <array>
+#include <atomic>
+#include <thread>
+
+namespace
+{
+
+// Sanitizers slow every access down by far; they find in fewer values what they are there to find.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || !defined(NDEBUG)
+constexpr int usualValueCount = 300000;
+#else
+constexpr int usualValueCount = 10000000;
+#endif
+/// The environment may ask for another number, such as the full one under a sanitizer.
+const int valueCount = qEnvironmentVariableIntValue("STATISTICS_STRESS_VALUES") > 0
+                           ? qEnvironmentVariableIntValue("STATISTICS_STRESS_VALUES")
+                           : usualValueCount;
+constexpr int roundLength = 100;
+
+/// Lets \a read run again and again in two threads while \a write runs once in this one.
+template <typename Write, typename Read>
+void readWhile(Write write, Read read)
+{
+    std::atomic<bool> done{false};
+    std::atomic<int> ready{0};
+    std::array<std::thread, 2> readers;
+    for (std::thread& reader : readers) {
+        reader = std::thread([&] {
+            ++ready;
+            while (!done.load())
+                read();
+        });
+    }
+    while (ready.load() < 2)
+        std::this_thread::yield();
+    write();
+    done.store(true);
+    for (std::thread& reader : readers)
+        reader.join();
+}
+
+/// The writer adds 0, 1, 2, ... times a step, all from a base that changes with every round, and
+/// clears after each round. So every mean is a base and a multiple of half a step, and every
+/// deviation that of some number of equidistant values.
+template <typename N>
+class Stress : public testing::Test
+{
+protected:
+    /// Great enough that the sums reach into every word that they have.
+    static constexpr bool great = sizeof(N) == 8 && std::is_integral_v<N>;
+    static constexpr N step = static_cast<N>(great ? 1LL << 55 : 1);
+    static constexpr N otherBase = static_cast<N>(sizeof(N) == 1 || great ? 27 * step
+                                                  : sizeof(N) == 2        ? 20000
+                                                                          : 3000000);
+    StatisticCalculator<N> calculator{16};
+    std::atomic<int> failures{0};
+    std::atomic<int> differentAnswers{0};
+
+    void write()
+    {
+        for (int i = 0; i < valueCount; ++i) {
+            const int index = i % roundLength;
+            if (index == 0)
+                calculator.clear();
+            const N base = i / roundLength % 2 == 0 ? N(0) : otherBase;
+            calculator.addValue(static_cast<N>(base + static_cast<N>(index) * step));
+        }
+    }
+
+    void require(bool condition)
+    {
+        if (!condition)
+            ++failures;
+    }
+
+    void checkAverage()
+    {
+        const double mean = calculator.getAverage() / static_cast<double>(step);
+        const double other = static_cast<double>(otherBase) / static_cast<double>(step);
+        const double halves = 2 * (mean < other ? mean : mean - other);
+        require(halves == std::floor(halves) && halves >= 0 && halves < roundLength + 2 * other);
+        if (mean >= other)
+            require(halves < roundLength);
+        differentAnswers += halves > 0 ? 1 : 0;
+    }
+
+    void checkDeviation()
+    {
+        const double deviation = calculator.getDeviation() / static_cast<double>(step);
+        const double count = std::round(std::sqrt(12 * deviation * deviation + 1));
+        require(count <= roundLength &&
+                ulpsBetween(deviation, std::sqrt((count * count - 1) / 12)) <= 2);
+    }
+
+    void checkExtremes()
+    {
+        const N maximum = calculator.getMaximum(), minimum = calculator.getMinimum();
+        require(minimum == N(0) || minimum == otherBase);
+        require(maximum <= otherBase + (roundLength - 1) * step);
+    }
+
+    void checkLog()
+    {
+        const QList<N> values = calculator.getLoggedValues();
+        require(values.size() <= 16);
+        for (int i = 1; i < values.size(); ++i)
+            require(values[i] == values[i - 1] + step);
+    }
+};
+TYPED_TEST_SUITE(Stress, ElementTypes, ElementTypeName);
+
+} // namespace
+
+TYPED_TEST(Stress, EveryAnswerIsThatOfOneMomentWhileAWriterAddsAndClears)
+{
+    readWhile([this] { this->write(); },
+              [this] {
+                  this->checkAverage();
+                  this->checkDeviation();
+                  this->checkExtremes();
+              });
+    EXPECT_EQ(this->failures.load(), 0);
+    EXPECT_GT(this->differentAnswers.load(), 0);
+}
+
+TYPED_TEST(Stress, ALogIsReadInOnePieceWhileAWriterAddsAndClears)
+{
+    this->calculator.setLogValues(true);
+    readWhile([this] { this->write(); }, [this] { this->checkLog(); });
+    EXPECT_EQ(this->failures.load(), 0);
+}
+
+TEST(SequenceLock, AReaderSeesAllWordsOfOneChange)
+{
+    std::atomic<quint64> sequence{0};
+    std::array<std::atomic<quint64>, 16> words{};
+    std::atomic<int> mixtures{0};
+    const auto write = [&] {
+        for (quint64 i = 1; i <= static_cast<quint64>(valueCount); ++i) {
+            const SequenceWriter writer(sequence);
+            for (auto& word : words)
+                SequenceWriter::store(word, i);
+        }
+    };
+    const auto read = [&] {
+        std::array<quint64, 16> copy{};
+        readBetweenChanges(sequence, [&] {
+            for (std::size_t i = 0; i < copy.size(); ++i)
+                copy[i] = words[i].load(std::memory_order_acquire);
+        });
+        for (quint64 word : copy)
+            mixtures += word == copy[0] ? 0 : 1;
+    };
+    readWhile(write, read);
+    EXPECT_EQ(mixtures.load(), 0);
+}

@@ -1,0 +1,187 @@
+#include "Random.h"
+#include "Reference.h"
+
+#include <statistics/sums.h>
+
+namespace
+{
+
+struct SumsReference {
+    std::vector<quint64> words;
+    Truth mean;
+    Truth deviation;
+};
+
+/// The series of one element type from reference/sums.txt.
+std::vector<SumsReference> sumsReferences(const QByteArray& type)
+{
+    QFile file(STATISTICS_TEST_DATA "/reference/sums.txt");
+    std::vector<SumsReference> result;
+    if (!file.open(QIODevice::ReadOnly))
+        return result;
+    while (!file.atEnd()) {
+        const QList<QByteArray> fields = file.readLine().split(';');
+        if (fields[0] != type)
+            continue;
+        SumsReference reference;
+        for (int i = 1; i <= 7; ++i)
+            reference.words.push_back(fields[i].toULongLong(nullptr, 16));
+        const auto number = [&](int i) { return std::strtod(fields[i].constData(), nullptr); };
+        reference.mean = {number(8), number(9)};
+        reference.deviation = {number(10), number(11)};
+        result.push_back(reference);
+    }
+    return result;
+}
+
+void setSums(SmallIntegerSums& sums, const std::vector<quint64>& words)
+{
+    sums.words() = std::tie(words[0], words[2], words[3], words[4], words[5]);
+}
+
+template <typename N>
+void setSums(LargeIntegerSums<N>& sums, const std::vector<quint64>& words)
+{
+    sums.words() = std::tie(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
+}
+
+template <typename N>
+class IntegerSums : public testing::Test
+{
+};
+using WideElementTypes = testing::Types<int, unsigned int, long long, unsigned long long>;
+TYPED_TEST_SUITE(IntegerSums, WideElementTypes, ElementTypeName);
+
+} // namespace
+
+TYPED_TEST(IntegerSums, AnswersAreExactForAnyCount)
+{
+    const auto all = sumsReferences(ElementTypeName::GetName<TypeParam>());
+    ASSERT_EQ(all.size(), 400u);
+    for (const SumsReference& reference : all) {
+        SumsOf<TypeParam> sums;
+        setSums(sums, reference.words);
+        SCOPED_TRACE(testing::PrintToString(reference.words));
+        EXPECT_EQ(sums.mean(), reference.mean.nearest);
+        EXPECT_LE(ulpsBetween(sums.deviation(), reference.deviation.nearest), 1u);
+    }
+}
+
+TYPED_TEST(IntegerSums, AddingTheGreatestValuesCarriesIntoEveryWord)
+{
+    constexpr auto lowest = std::numeric_limits<TypeParam>::min();
+    constexpr auto highest = std::numeric_limits<TypeParam>::max();
+    SumsOf<TypeParam> sums;
+    sums.add(lowest);
+    const quint64 sumHigh = sums.sumHigh;
+    // As the words stand before a carry.
+    sums.squaresLow = sums.sumLow = ~quint64(0);
+    sums.add(highest);
+    EXPECT_EQ(sums.count, 2u);
+    EXPECT_EQ(sums.sumHigh, sumHigh + 1);
+    SumsOf<TypeParam> fresh;
+    fresh.add(lowest);
+    fresh.squaresLow = 0;
+    fresh.add(highest);
+    EXPECT_EQ(sums.squaresLow, fresh.squaresLow - 1);
+}
+
+TEST(WideIntegers, ProductsAndSquaresAgreeWithLongMultiplication)
+{
+    Random random(1);
+    for (int i = 0; i < 100000; ++i) {
+        const quint64 a = random.next() >> random.below(64), b = random.next() >> random.below(64);
+        // Bit by bit.
+        Words<2> expected{};
+        for (int bit = 0; bit < 64; ++bit) {
+            if ((b >> bit & 1) != 0)
+                add(expected, Words<2>{a << bit, bit == 0 ? 0 : a >> (64 - bit)});
+        }
+        ASSERT_EQ(product(a, b), expected);
+        ASSERT_EQ(square(a), product(a, a));
+        const Words<2> wide = {a, b};
+        Words<4> wideSquare{};
+        add(wideSquare, product(a, a));
+        for (int twice = 0; twice < 2; ++twice)
+            add(wideSquare, product(a, b), 1);
+        add(wideSquare, product(b, b), 2);
+        ASSERT_EQ(squared(wide), wideSquare);
+    }
+}
+
+TEST(WideIntegers, AdditionCarriesThroughAllWordsAndNegationUndoesIt)
+{
+    Words<4> number = {~quint64(0), ~quint64(0), ~quint64(0), 0};
+    add(number, Words<1>{1});
+    EXPECT_EQ(number, (Words<4>{0, 0, 0, 1}));
+    add(number, negated(Words<4>{1, 0, 0, 0}));
+    EXPECT_EQ(number, (Words<4>{~quint64(0), ~quint64(0), ~quint64(0), 0}));
+    add(number, Words<2>{~quint64(0), ~quint64(0)}, 1);
+    EXPECT_EQ(number, (Words<4>{~quint64(0), ~quint64(0) - 1, ~quint64(0), 1}));
+}
+
+TEST(WideIntegers, ConversionToDoublesKeepsOneHundredAndSixBits)
+{
+    Random random(2);
+    for (int i = 0; i < 100000; ++i) {
+        Words<3> number = {random.next(), random.next(), random.next()};
+        for (int cleared = random.below(3), k = 0; k < cleared; ++k)
+            number[2 - static_cast<std::size_t>(k)] = 0;
+        number[0] >>= random.below(64);
+        const DoubleDouble doubles = toDoubles(number);
+        EXPECT_LE(doubles.low, doubles.high * 0x1p-52);
+    }
+    EXPECT_EQ(toDoubles(Words<2>{0, 0}).high, 0);
+    EXPECT_EQ(toDoubles(Words<2>{(quint64(1) << 63) + 1, 1}).high, 0x1.8p64);
+    EXPECT_EQ(toDoubles(Words<2>{(quint64(1) << 63) + 1, 1}).low, 1);
+}
+
+TEST(ErrorFreeTransformations, LoseNothing)
+{
+    Random random(3);
+    for (int i = 0; i < 100000; ++i) {
+        // Whole numbers of 53 bits, whose sums and products words can hold.
+        const quint64 a = random.next() >> 11, b = random.next() >> 11;
+        const double x = static_cast<double>(a), y = static_cast<double>(b);
+        const DoubleDouble exact = toDoubles(product(a, b));
+        const DoubleDouble result = twoProduct(x, y);
+        ASSERT_EQ(result.high, exact.high + exact.low);
+        // The 107th bit may be lost.
+        ASSERT_LE(std::fabs(result.high - exact.high + result.low - exact.low), 1);
+        ASSERT_EQ(twoSquare(x).high, twoProduct(x, x).high);
+        ASSERT_EQ(twoSquare(x).low, twoProduct(x, x).low);
+        const double count = static_cast<double>(1 + random.below(1 << 26));
+        ASSERT_EQ(timesCount(x, count).low, twoProduct(x, count).low);
+        const DoubleDouble sum = twoSum(x, y * 0x1p-20);
+        ASSERT_EQ((x - sum.high) + y * 0x1p-20, sum.low);
+    }
+}
+
+TEST(FloatingSums, KeepWhatGreaterValuesCoverUntilTheseCancel)
+{
+    FloatingSums sums;
+    for (double value : {1e200, 1.0, 1e-200, 1e100, -1e200, -1e100, -1.0})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), 1e-200 / 7);
+}
+
+TEST(FloatingSums, ScaleValuesWhoseSquaresAreNoDoubles)
+{
+    for (double scale : {0x1p-1074, 0x1p-600, 0x1p-301, 0x1p-299, 1.0, 0x1p449, 0x1p451, 0x1p899,
+                         0x1p901, 0x1p1020}) {
+        FloatingSums sums;
+        for (double value : {8.0, 12.0})
+            sums.add(value * scale);
+        EXPECT_EQ(sums.mean(), 10 * scale);
+        EXPECT_EQ(sums.deviation(), 2 * scale);
+    }
+}
+
+TEST(FloatingSums, KeepTheSumsWhenAGreaterValueChangesTheScale)
+{
+    FloatingSums sums;
+    for (double value : {1e-200, 1e100, 1e200, 1e300})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), (1e300 + 1e200) / 4);
+    EXPECT_LE(ulpsBetween(sums.deviation(), 1e300 * std::sqrt(3.0) / 4), 1u);
+}
