@@ -1,6 +1,6 @@
 #pragma once
 
-#include <statistics/floatingPoint.h>
+#include "floatingPoint.h"
 
 #include <algorithm>
 #include <array>

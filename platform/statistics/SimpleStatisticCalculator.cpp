@@ -1,5 +1,5 @@
+#include "sums.h"
 #include <statistics/SimpleStatisticCalculator.h>
-#include <statistics/sums.h>
 
 #include <algorithm>
 #include <iterator>

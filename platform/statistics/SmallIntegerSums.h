@@ -1,6 +1,6 @@
 #pragma once
 
-#include <statistics/exactMoments.h>
+#include "exactMoments.h"
 
 #include <tuple>
 

@@ -1,7 +1,7 @@
+#include "sequenceLock.h"
+#include "sums.h"
 #include <statistics/SimpleStatisticCalculator.h>
 #include <statistics/StatisticCalculator.h>
-#include <statistics/sequenceLock.h>
-#include <statistics/sums.h>
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <statistics/wideIntegers.h>
+#include "wideIntegers.h"
 
 #include <cstdlib>
 

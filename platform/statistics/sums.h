@@ -1,8 +1,8 @@
 #pragma once
 
-#include <statistics/FloatingSums.h>
-#include <statistics/LargeIntegerSums.h>
-#include <statistics/SmallIntegerSums.h>
+#include "FloatingSums.h"
+#include "LargeIntegerSums.h"
+#include "SmallIntegerSums.h"
 
 #include <cmath>
 #include <type_traits>

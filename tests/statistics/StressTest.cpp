@@ -1,7 +1,7 @@
 #include "Reference.h"
 
+#include "sequenceLock.h"
 #include <statistics/StatisticCalculator.h>
-#include <statistics/sequenceLock.h>
 
 #include <array>
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "Random.h"
 #include "Reference.h"
 
-#include <statistics/sums.h>
+#include "sums.h"
 
 namespace
 {

@@ -83,7 +83,7 @@ public:
     double getMedian(QList<N> values) const;
 
 private:
-    void appendToLog(N value);
+    Q_DECL_HIDDEN void appendToLog(N value);
 
     /// Odd while a change is under way.
     std::atomic<quint64> sequence{0};

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <vantrel/values/CANopenObjectValue.h>
+#include <vantrel/values/J1939Value.h>
+
+#include <statistics/StatisticCalculator.h>
+
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QVector>
+
+#include <benchmark/benchmark.h>
+
+#include <optional>
+#include <type_traits>
+
+/// What a number of type N is stored as in a variant: the small types as int.
+template <typename N>
+using Stored = std::conditional_t<(sizeof(N) < sizeof(int)), int, N>;
+
+template <typename N>
+N readNumber(const QVariant& field)
+{
+    if (field.userType() == qMetaTypeId<Stored<N>>())
+        return static_cast<N>(*static_cast<const Stored<N>*>(field.constData()));
+    return field.value<N>();
+}
+
+/// The scaling of one record, without a look at anything that might forbid it.
+template <typename N>
+void scaleByHand(GenericValue& record, double factor, double offset)
+{
+    const auto product =
+        static_cast<N>(static_cast<double>(readNumber<N>(record.rawValue)) * factor);
+    record.scaledValue = QVariant(static_cast<N>(static_cast<double>(product) + offset));
+}
+
+/// The least that storing, scaling and summing one value takes with the same types of Qt: the
+/// records under a lock, a calculator that other threads may read.
+template <typename N, typename T>
+class FloorSignal
+{
+public:
+    explicit FloorSignal(bool keepsOnlyTheNewest) : keepsOne(keepsOnlyTheNewest) {}
+
+    void add(const T& record, double factor, double offset)
+    {
+        lock.lockForWrite();
+        if (keepsOne && !records.isEmpty())
+            records.removeLast();
+        records.append(record);
+        lock.unlock();
+        lock.lockForRead();
+        T& stored = const_cast<T&>(records.constLast());
+        lock.unlock();
+        scaleByHand<N>(stored, factor, offset);
+        calculator.addValue(readNumber<N>(stored.scaledValue));
+        benchmark::DoNotOptimize(calculator.getAverage());
+        benchmark::DoNotOptimize(calculator.getDeviation());
+    }
+
+private:
+    const bool keepsOne;
+    QReadWriteLock lock;
+    QVector<T> records;
+    StatisticCalculator<N> calculator{std::nullopt};
+};
