@@ -14,7 +14,7 @@ constexpr qint64 exactInDouble = qint64(1) << 53;
 /// distance to be small, so it is right modulo 2^64.
 inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int exponent)
 {
-    return exponent >= 0 ? static_cast<qint64>(sum - (mantissa << exponent) * count)
+    return exponent >= 0 ? static_cast<qint64>(sum - (mantissa << (exponent & 63)) * count)
                          : static_cast<qint64>((sum << (-exponent & 63)) - mantissa * count);
 }
 

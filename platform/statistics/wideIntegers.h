@@ -129,7 +129,7 @@ inline DoubleDouble toDoubles(const Words<size>& a)
     if (a[top] == 0)
         return {0, 0};
     const quint64 next = top > 0 ? a[top - 1] : 0, last = top > 1 ? a[top - 2] : 0;
-    const uint shift = qCountLeadingZeroBits(a[top]);
+    const uint shift = qCountLeadingZeroBits(a[top]) & 63; // never 64, which not all can see
     const quint64 leading = a[top] << shift | (next >> 1) >> (63 - shift);
     const quint64 following = next << shift | (last >> 1) >> (63 - shift);
     constexpr quint64 beyondDouble = 0x7ff;
