@@ -56,6 +56,21 @@ void printList(const std::string& name, const Row& row)
                 medianOf(row, "deviation") / loop, medianOf(row, "median") / nth);
 }
 
+/// Whether the row compares an operation of a signal with its floor.
+bool hasFloor(const Row& row)
+{
+    return row.count("floor") > 0;
+}
+
+void printFloor(const std::string& name, const Row& row)
+{
+    const double own = medianOf(row, "own"), floor = medianOf(row, "floor");
+    std::printf("| %s |", name.c_str());
+    printTime(own);
+    printTime(floor);
+    std::printf(" %.2f |\n", own / floor);
+}
+
 } // namespace
 
 bool RatioTable::ReportContext(const Context&)
@@ -78,15 +93,27 @@ void RatioTable::ReportRuns(const std::vector<Run>& runs)
     std::cerr << '.' << std::flush;
 }
 
+void RatioTable::printFloors()
+{
+    std::puts("\n\nSignals: nanoseconds for a value, record or call, and the ratio to the same "
+              "unavoidable steps written by hand with the same types of Qt.\n\n"
+              "| | Vantrel | floor | ratio |\n|---|---|---|---|");
+    for (const std::string& name : rowNames) {
+        if (hasFloor(nanoseconds[name]))
+            printFloor(name, nanoseconds[name]);
+    }
+}
+
 void RatioTable::Finalize()
 {
+    printFloors();
     std::sort(rowNames.begin(), rowNames.end());
     std::puts("\n\nRunning calculators: nanoseconds for a value, and the ratio to Boost.\n\n"
               "| | Vantrel | Boost, locked | Boost, locked by call | Boost | GSL, locked | GSL | "
               "Welford, locked | Welford | ratio to locked | ratio to locked by call |\n"
               "|---|---|---|---|---|---|---|---|---|---|---|");
     for (const std::string& name : rowNames) {
-        if (name.rfind("list", 0) != 0)
+        if (name.rfind("list", 0) != 0 && !hasFloor(nanoseconds[name]))
             printRunning(name, nanoseconds[name]);
     }
     std::puts("\nLists: microseconds for all values, and the ratios of all statistics to their "

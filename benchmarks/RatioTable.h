@@ -18,9 +18,13 @@ public:
     void Finalize() override;
 
 private:
+    void printFloors();
+
     std::vector<std::string> rowNames;
     std::map<std::string, std::map<std::string, std::vector<double>>> nanoseconds;
 };
 
 void registerRunningBenchmarks();
 void registerListBenchmarks();
+void registerIngestBenchmarks();
+void registerSeriesBenchmarks();

@@ -50,7 +50,7 @@ public:
         records.append(record);
         lock.unlock();
         lock.lockForRead();
-        T& stored = const_cast<T&>(records.constLast());
+        T& stored = const_cast<T*>(records.constData())[records.size() - 1];
         lock.unlock();
         scaleByHand<N>(stored, factor, offset);
         calculator.addValue(readNumber<N>(stored.scaledValue));

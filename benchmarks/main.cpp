@@ -7,6 +7,8 @@ int main(int argc, char** argv)
 {
     registerRunningBenchmarks();
     registerListBenchmarks();
+    registerIngestBenchmarks();
+    registerSeriesBenchmarks();
     benchmark::Initialize(&argc, argv);
     // A second thread, asleep: with only one, the C library lets a mutex do without its atomic
     // operations, and nobody takes one for a single thread.
