@@ -93,6 +93,15 @@ quint64 ringSize(int logCapacity)
     return 2 * static_cast<quint64>(logCapacity);
 }
 
+template <typename N>
+Q_NEVER_INLINE void appendTo(std::atomic<N>* ring, std::atomic<quint64>& logEnd, int logCapacity,
+                             N value)
+{
+    const quint64 end = logEnd.load(own);
+    SequenceWriter::store(ring[end % ringSize(logCapacity)], value);
+    SequenceWriter::store(logEnd, end + 1);
+}
+
 } // namespace
 
 template <typename N>
@@ -129,18 +138,8 @@ void StatisticCalculator<N>::addValue(N value)
         store(updated, sums);
     else if constexpr (std::is_floating_point_v<N>)
         addWithTail(value, sums);
-    if (Q_UNLIKELY(logging.load(own)))
-        appendToLog(value);
-}
-
-template <typename N>
-void StatisticCalculator<N>::appendToLog(N value)
-{
-    if (!ring)
-        return;
-    const quint64 end = logEnd.load(own);
-    SequenceWriter::store(ring[end % ringSize(logCapacity)], value);
-    SequenceWriter::store(logEnd, end + 1);
+    if (Q_UNLIKELY(logging.load(own)) && ring)
+        appendTo(ring.get(), logEnd, logCapacity, value);
 }
 
 template <typename N>

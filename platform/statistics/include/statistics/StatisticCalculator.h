@@ -83,8 +83,6 @@ public:
     double getMedian(QList<N> values) const;
 
 private:
-    Q_DECL_HIDDEN void appendToLog(N value);
-
     /// Odd while a change is under way.
     std::atomic<quint64> sequence{0};
     std::atomic<N> maximum{0};
