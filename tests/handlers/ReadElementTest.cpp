@@ -103,6 +103,12 @@ TYPED_TEST(ReadElement, ElementValueAnswersAsQVariantValueOnEdgeValues)
     }
 }
 
+TEST(ReadElementAsDouble, ElementValueAnswersAsToDoubleOnEdgeValues)
+{
+    for (const QVariant& field : edgeFields())
+        EXPECT_TRUE(sameBits(elementValue<double>(field), field.toDouble())) << field.typeName();
+}
+
 TYPED_TEST(ReadElement, AnswersAsQtForRandomIntegers)
 {
     std::mt19937_64 random(5);

@@ -207,7 +207,7 @@ void GenericSignalImpl<T>::clearValues()
 }
 
 template <typename T>
-bool GenericSignalImpl<T>::setNewValue(T record)
+bool GenericSignalImpl<T>::store(T&& record)
 {
     {
         const QWriteLocker locker(&valuesLock);
@@ -226,9 +226,15 @@ bool GenericSignalImpl<T>::setNewValue(T record)
 }
 
 template <typename T>
+bool GenericSignalImpl<T>::setNewValue(T record)
+{
+    return store(std::move(record));
+}
+
+template <typename T>
 bool GenericSignalImpl<T>::setNewValue(T record, double factor, double offset)
 {
-    if (!setNewValue(std::move(record)))
+    if (!store(std::move(record)))
         return false;
     T& stored = UnsharedReadLocker<T>(values, valuesLock, unsharing).records()[values.size() - 1];
     scaleAndAppendValue(stored, factor, offset); // the lock is free again, meant so
@@ -413,7 +419,7 @@ QVector<T> GenericSignalImpl<T>::getDeviators(double factor)
     const double upper = currentAverage + currentDeviation * factor;
     const QReadLocker locker(&valuesLock);
     for (const T& record : qAsConst(values)) {
-        const double value = record.rawValue.toDouble();
+        const auto value = elementValue<double>(record.rawValue); // as QVariant::toDouble()
         if (value > upper || lower > value)
             deviators.append(record);
     }

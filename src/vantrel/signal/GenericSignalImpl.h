@@ -235,6 +235,8 @@ private:
         StatisticCalculator<N> calculator;
     };
 
+    Q_DECL_HIDDEN bool store(T&& record);
+
     template <typename... N>
     using CalculatorSlot = std::variant<Calculator<N>...>;
 
