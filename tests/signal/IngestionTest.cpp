@@ -1,3 +1,4 @@
+#include <Counted.h>
 #include <feed.h>
 
 #include <limits>
@@ -273,4 +274,25 @@ TYPED_TEST(SignalIngestion, NotANumberNeverReachesTheStatistics)
     EXPECT_EQ(this->signal.getMax(), 3.0);
     EXPECT_EQ(this->signal.getMin(), 1.0);
     EXPECT_EQ(this->signal.calcMedian(), 2.0);
+}
+
+TYPED_TEST(SignalIngestion, AGrowingSeriesMovesItsRecordsAndCopiesNone)
+{
+    this->signal.setValueHandling(append);
+    const auto record = rawRecord<TypeParam>(QVariant::fromValue(Counted()));
+    const int before = Counted::copies;
+    for (int i = 0; i < 10000; ++i)
+        this->signal.setNewValue(record);
+    EXPECT_EQ(Counted::copies - before, 10000); // the copies that were passed in
+}
+
+TYPED_TEST(SignalIngestion, ABatchIsCopiedOnceAndTheSeriesBeforeItNotAtAll)
+{
+    this->signal.setDatatype(dataType(9)); // scaling copies each raw value once
+    const QVector<TypeParam> batch(1000, rawRecord<TypeParam>(QVariant::fromValue(Counted())));
+    for (int stored = 1000; stored <= 5000; stored += 1000) {
+        const int before = Counted::copies;
+        this->signal.appendValues(batch, 1, 0);
+        EXPECT_EQ(Counted::copies - before, 1000 + stored);
+    }
 }

@@ -1,22 +1,10 @@
+#include <Counted.h>
 #include <feed.h>
 
 #include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
-
-/// A raw value that counts how often it is copied, small enough to lie within its variant.
-struct Counted {
-    Counted() = default;
-    Counted(const Counted&) { ++copies; }
-    Counted(Counted&&) noexcept = default;
-    Counted& operator=(const Counted&) = default;
-    Counted& operator=(Counted&&) = default;
-
-    static inline std::atomic<int> copies{0};
-};
-Q_DECLARE_TYPEINFO(Counted, Q_MOVABLE_TYPE);
-Q_DECLARE_METATYPE(Counted)
 
 namespace
 {
