@@ -5,6 +5,8 @@
 // knows orders what the last reader of a snapshot has read before such a write. The processor
 // does, by the branch in between. Here the count is read with acquire, as if Qt said so.
 
+#if __has_include(<QtCore/qatomic.h>) // not while the compiler itself is being tried
+
 #include <QtCore/qatomic.h>
 
 template <>
@@ -13,3 +15,5 @@ inline int QAtomicOps<int>::loadRelaxed<int>(const std::atomic<int>& value) noex
 {
     return value.load(std::memory_order_acquire);
 }
+
+#endif
