@@ -39,16 +39,13 @@ struct Recorded {
     QVector<T> snapshot;
 };
 
-/// Ends the process if the lock of \a signal is held: no test could end any more.
-template <typename T>
-void requireFreeLock(GenericSignalImpl<T>& signal)
+/// Runs \a operation in another thread and ends the process if it does not finish, because the
+/// lock that it needs is still held: no test could end any more.
+template <typename Operation>
+void requireToFinish(Operation operation)
 {
-    auto answered = std::async(std::launch::async, [&] {
-        signal.setNewValue(rawRecord<T>(4));
-        signal.updateScaledValues(1, 0);
-        return signal.getValues().size();
-    });
-    if (answered.wait_for(std::chrono::seconds(30)) == std::future_status::timeout) {
+    auto finished = std::async(std::launch::async, operation);
+    if (finished.wait_for(std::chrono::seconds(30)) == std::future_status::timeout) {
         std::cerr << "the lock is still held\n";
         std::abort();
     }
@@ -101,11 +98,11 @@ private:
         SCOPED_TRACE("allocation " + std::to_string(number));
         const Series before = rawNumbers(recorded.signal.getValues());
         const bool failed = runFailing(operation, recorded.signal, number);
+        requireToFinish([&] { recorded.signal.getValues(); });
         Series after = before;
         change(after);
         checkSeries(recorded, before, after);
-        requireFreeLock(recorded.signal);
-        checkAnswers(recorded.signal);
+        requireToFinish([&] { checkAnswers(recorded.signal); });
         return failed;
     }
 

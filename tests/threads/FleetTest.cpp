@@ -15,6 +15,7 @@ template <typename Host>
 void runSideBySide(Host host)
 {
     std::vector<std::thread> hosts;
+    hosts.reserve(hostCount);
     for (int number = 0; number < hostCount; ++number)
         hosts.emplace_back(host, number);
     for (std::thread& thread : hosts)

@@ -24,6 +24,7 @@ protected:
         std::atomic<bool> done{false};
         std::atomic<int> readersToGo{readerCount};
         std::vector<std::thread> readers;
+        readers.reserve(readerCount);
         for (int i = 0; i < readerCount; ++i) {
             readers.emplace_back([&] {
                 for (int pass = 1; !done; ++pass) {
@@ -163,6 +164,7 @@ TYPED_TEST(SignalUnderStress, TheMedianIsAskedFromSeveralThreadsWhileNobodyWrite
     this->signal.setValueHandling(append);
     feed(this->signal, {1, 2, 30});
     std::vector<std::thread> readers;
+    readers.reserve(3);
     for (int i = 0; i < 3; ++i) {
         readers.emplace_back([this] {
             for (int pass = 0; pass < 500; ++pass) {

@@ -18,7 +18,7 @@
 
 // A thread that ends wakes who waits for it, inside QtCore, as its last act: the sanitizer sees the
 // condition used and destroyed, but not the mutex in between.
-extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier)
 extern "C" const char* __tsan_default_suppressions()
 {
     return "race:QWaitCondition::~QWaitCondition\n";
@@ -144,13 +144,13 @@ QMutex::~QMutex()
     hidden(this);
 }
 
-void QMutex::lock()
+void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
 {
     static const auto hidden = hiddenFunction<void(QMutex*)>("_ZN6QMutex4lockEv");
     announceLock(this, 0, [this] { return hidden(this), true; });
 }
 
-bool QMutex::tryLock(int timeout)
+bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
 {
     static const auto hidden = hiddenFunction<bool(QMutex*, int)>("_ZN6QMutex7tryLockEi");
     return announceLock(this, __tsan_mutex_try_lock,

@@ -6,8 +6,10 @@
 
 #include <QtCore/QVariant>
 
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" void __tsan_read_range(const void* address, unsigned long size);
 extern "C" void __tsan_write_range(const void* address, unsigned long size);
+// NOLINTEND(bugprone-reserved-identifier)
 
 QVariant::QVariant(const QVariant& other)
 {
