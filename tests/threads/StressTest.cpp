@@ -94,7 +94,7 @@ TYPED_TEST(SignalUnderStress, ValuesAppendedByEveryOperationAreReadMeanwhile)
 {
     this->signal.setValueHandling(append);
     this->writeWhileReading(
-        500, [this](int round) { this->ingest(round); }, [this] { this->readBesideScaling(); });
+        2000, [this](int round) { this->ingest(round); }, [this] { this->readBesideScaling(); });
     EXPECT_EQ(this->wrong, 0);
 }
 
@@ -102,7 +102,7 @@ TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
 {
     this->signal.setUpdatingEnabled(true);
     this->writeWhileReading(
-        500, [this](int round) { this->ingest(round); },
+        2000, [this](int round) { this->ingest(round); },
         [this] {
             this->readBesideScaling();
             const Statistics all = statisticsOf(this->signal);
@@ -115,7 +115,7 @@ TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
 {
     this->signal.setValueHandling(append);
     this->writeWhileReading(
-        2000,
+        10000,
         [this](int round) {
             auto record = scaledRecord<TypeParam>(50);
             record.rawValue = round;
