@@ -1,7 +1,5 @@
 #include <feed.h>
-
-#include <QtCore/QDirIterator>
-#include <QtCore/QFile>
+#include <workers.h>
 
 #include <chrono>
 #include <memory>
@@ -9,25 +7,6 @@
 
 namespace
 {
-
-/// How many worker threads this process has: Qt names a thread after its class.
-int workerCount()
-{
-    int count = 0;
-    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
-    while (tasks.hasNext()) {
-        QFile name(tasks.next() + QStringLiteral("/comm"));
-        count += name.open(QIODevice::ReadOnly) && name.readAll() == "QThread\n";
-    }
-    return count;
-}
-
-/// Waits until this process has \a count workers: one begins to bear its name a moment after its
-/// start, and one that has been waited for may still be leaving.
-bool settlesAt(int count)
-{
-    return waitUntil([count] { return workerCount() == count; });
-}
 
 template <typename T>
 class SignalUpdating : public testing::Test

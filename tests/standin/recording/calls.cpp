@@ -54,3 +54,9 @@ bool& failOperations()
     static bool fail = false;
     return fail;
 }
+
+bool& failLogSwitches()
+{
+    static bool fail = false;
+    return fail;
+}

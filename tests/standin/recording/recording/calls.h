@@ -25,5 +25,8 @@ __attribute__((visibility("default"))) bool& failNextConstruction();
 /// Whether the operations of the calculators throw a StandinFailure.
 __attribute__((visibility("default"))) bool& failOperations();
 
+/// Whether switching the log of a calculator throws a StandinFailure.
+__attribute__((visibility("default"))) bool& failLogSwitches();
+
 struct __attribute__((visibility("default"))) StandinFailure {
 };

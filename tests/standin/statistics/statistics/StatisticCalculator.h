@@ -28,7 +28,12 @@ public:
 
     void addValue(N value) { call("addValue " + textOf(value)); }
     void clear() { call("clear"); }
-    void setLogValues(bool enabled) { call(enabled ? "log on" : "log off"); }
+    void setLogValues(bool enabled)
+    {
+        call(enabled ? "log on" : "log off");
+        if (failLogSwitches())
+            throw StandinFailure();
+    }
     double getAverage() const { return call("getAverage"), 10; }
     double getDeviation() const { return call("getDeviation"), 2; }
     N getMaximum() const { return call("getMaximum"), N(3); }

@@ -1,0 +1,119 @@
+#!/usr/bin/env python3
+"""Writes the kept corpus of both targets: corpus/<target>/<what it is>."""
+
+import pathlib
+import struct
+
+BIG_ENDIAN, LITTLE_ENDIAN = 0, 1
+DOUBLE_PRECISION, SINGLE_PRECISION = 0, 2
+QT_5_0, QT_5_15 = 0 << 2, 6 << 2
+NEWEST = bytes([BIG_ENDIAN | DOUBLE_PRECISION | QT_5_15])
+
+RECORD = struct.pack(">h", 1)
+TAILS = {
+    "canopenRecord": struct.pack(">bbddi", -2, 3, 1.0, -2.0, -5),
+    "j1939Record": struct.pack(">i", -5),
+}
+
+
+def variant(type_id, content=b"", is_null=0):
+    return struct.pack(">IB", type_id, is_null) + content
+
+
+def text(content):
+    encoded = content.encode("utf-16-be")
+    return variant(10, struct.pack(">I", len(encoded)) + encoded)
+
+
+def byte_array(content):
+    return variant(12, struct.pack(">I", len(content)) + content)
+
+
+INVALID = variant(0, is_null=1)
+INT = variant(2, struct.pack(">i", 258))
+DOUBLE = variant(6, struct.pack(">d", 0.5))
+
+PLAIN_VALUES = {
+    "invalid": INVALID,
+    "bool": variant(1, b"\x01"),
+    "bool-of-another-true": variant(1, b"\xfe"),
+    "int": INT,
+    "int-least": variant(2, struct.pack(">i", -(2**31))),
+    "int-flagged-null": variant(2, struct.pack(">i", 7), is_null=1),
+    "int-flagged-null-by-another-true": variant(2, struct.pack(">i", 7), is_null=0xFE),
+    "uint": variant(3, struct.pack(">I", 2**32 - 1)),
+    "long-long": variant(4, struct.pack(">q", -(2**63))),
+    "unsigned-long-long": variant(5, struct.pack(">Q", 2**64 - 1)),
+    "double": DOUBLE,
+    "double-not-a-number": variant(6, struct.pack(">d", float("nan"))),
+    "double-signalling": variant(6, bytes.fromhex("7ff0000000000001")),
+    "double-infinite": variant(6, struct.pack(">d", float("inf"))),
+    "float": variant(38, struct.pack(">d", 0.1)),
+    "float-out-of-range": variant(38, struct.pack(">d", 1e300)),
+    "float-not-a-number": variant(38, struct.pack(">d", float("nan"))),
+    "long": variant(32, struct.pack(">q", -1)),
+    "unsigned-long": variant(35, struct.pack(">Q", 2**63)),
+    "short": variant(33, struct.pack(">h", -2)),
+    "char": variant(34, b"\x80"),
+    "unsigned-short": variant(36, struct.pack(">H", 65535)),
+    "unsigned-char": variant(37, b"\xff"),
+    "signed-char": variant(40, b"\x80"),
+    "text": text("rpm"),
+    "text-empty": text(""),
+    "text-null": variant(10, struct.pack(">I", 2**32 - 1)),
+    "text-lone-surrogate": variant(10, struct.pack(">IH", 2, 0xD800)),
+    "bytes": byte_array(b"\x00\x01\xff"),
+    "bytes-null": variant(12, struct.pack(">I", 2**32 - 1)),
+}
+
+REFUSED_VALUES = {
+    "text-of-an-odd-length": variant(10, struct.pack(">I", 3) + b"\x00a\x00"),
+    "text-longer-than-the-stream": variant(10, struct.pack(">I", 2000)),
+    "text-of-a-huge-length": variant(10, struct.pack(">I", 2**32 - 2)),
+    "bytes-of-a-huge-length": variant(12, struct.pack(">I", 2**31)),
+    "list": variant(9, struct.pack(">I", 0)),
+    "list-nested": variant(9, struct.pack(">I", 1)) * 40,
+    "list-of-a-huge-length": variant(9, struct.pack(">I", 2**31 - 1)),
+    "bit-array-of-a-huge-length": variant(13, struct.pack(">I", 2**32 - 1)),
+    "map-of-itself": variant(8, struct.pack(">I", 1) + struct.pack(">I", 0)) * 9,
+    "date-time-of-an-unknown-zone": variant(16, struct.pack(">qIB", 2440588, 0, 3) + b"\0\0\0\0"),
+    "easing-curve": variant(29, b"\x2d" + b"\xff" * 8),
+    "pointer-to-an-object": variant(39, b"\xff" * 8),
+    "type-by-name": variant(1024, struct.pack(">I", 4) + b"int\0" + struct.pack(">i", 1)),
+    "type-number-unknown": variant(0x7FFFFFFF, b"\0" * 8),
+    "type-number-of-a-widget": variant(121, b"\0" * 8),
+}
+
+
+def write(folder, name, content):
+    (folder / name).write_bytes(content)
+
+
+def write_target(folder, tail):
+    folder.mkdir(parents=True, exist_ok=True)
+    whole = RECORD + INT + DOUBLE + tail
+    for name, value in PLAIN_VALUES.items():
+        write(folder, f"raw-{name}", NEWEST + RECORD + value + INVALID + tail)
+    for name, value in REFUSED_VALUES.items():
+        write(folder, f"refused-raw-{name}", NEWEST + RECORD + value + INVALID + tail)
+    write(folder, "refused-scaled-list", NEWEST + RECORD + INT + REFUSED_VALUES["list"] + tail)
+    write(folder, "scaled-text", NEWEST + RECORD + INVALID + text("rpm") + tail)
+    write(folder, "records-in-a-row", NEWEST + whole * 3)
+    write(folder, "record-before-another-version", NEWEST + whole + b"\x00\x02" + INT)
+    write(folder, "empty", b"")
+    write(folder, "settings-alone", NEWEST)
+    write(folder, "version-cut", NEWEST + RECORD[:1])
+    write(folder, "version-alone", NEWEST + RECORD)
+    write(folder, "version-negative", NEWEST + b"\xff\xff" + INT + DOUBLE + tail)
+    write(folder, "raw-cut", NEWEST + RECORD + INT[:-1])
+    write(folder, "scaled-cut", NEWEST + RECORD + INT + DOUBLE[:-1])
+    write(folder, "tail-cut", NEWEST + whole[:-1])
+    write(folder, "version-of-another-byte-order", bytes([NEWEST[0] | LITTLE_ENDIAN]) + whole)
+    write(folder, "oldest-stream-version", bytes([QT_5_0]) + whole)
+    little = struct.pack("<hIBiIBf", 1, 2, 0, 258, 6, 0, 0.5) + bytes(len(tail))
+    write(folder, "little-endian-single-precision",
+          bytes([LITTLE_ENDIAN | SINGLE_PRECISION | QT_5_15]) + little)
+
+
+for target, tail_bytes in TAILS.items():
+    write_target(pathlib.Path(__file__).parent / "corpus" / target, tail_bytes)

@@ -1,0 +1,29 @@
+// Stands in for the fuzzer where the compiler has none: gives every file of the folders named as
+// arguments to the target once.
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+#include <cstdint>
+#include <iostream>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+int main(int argc, char* argv[])
+{
+    int count = 0;
+    for (int i = 1; i < argc; ++i) {
+        const QDir folder(QString::fromLocal8Bit(argv[i]));
+        for (const QFileInfo& info : folder.entryInfoList(QDir::Files)) {
+            QFile file(info.filePath());
+            if (!file.open(QIODevice::ReadOnly))
+                return std::cerr << "cannot read " << qPrintable(info.filePath()) << '\n', 1;
+            const QByteArray bytes = file.readAll();
+            LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
+                                   static_cast<std::size_t>(bytes.size()));
+            ++count;
+        }
+    }
+    std::cout << count << " inputs replayed\n";
+    return count > 0 ? 0 : 1;
+}

@@ -1,0 +1,57 @@
+#include "failing.h"
+
+#include <feed.h>
+
+namespace
+{
+
+template <typename T>
+class ThreadStartFailure : public testing::Test
+{
+protected:
+    void SetUp() override { signal.setDatatype(dataType(4)); }
+
+    /// Whether updating works: switched off and on, the caches follow what is fed.
+    bool updatesAgain()
+    {
+        signal.setUpdatingEnabled(false);
+        signal.setValueHandling(append);
+        feed(signal, {8, 12});
+        return waitForCaches(signal) && signal.getAverage() == signal.calcAverage();
+    }
+
+    GenericSignalImpl<T> signal;
+};
+TYPED_TEST_SUITE(ThreadStartFailure, RecordTypes);
+
+} // namespace
+
+TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadTakesValuesAndAnswers)
+{
+    const FailingThreadStart failing;
+    this->signal.setValueHandling(append);
+    feed(this->signal, {8, 12});
+    EXPECT_EQ(this->signal.calcAverage(), 10.0);
+    EXPECT_EQ(this->signal.calcMedian(), 10.0);
+    EXPECT_EQ(this->signal.getValueCount(), 2);
+    EXPECT_EQ(this->signal.getAverage(), 0.0);
+}
+
+TYPED_TEST(ThreadStartFailure, SwitchingOffReturnsAndOnTakesEffectOnceThreadsCanBeStarted)
+{
+    {
+        const FailingThreadStart failing;
+        this->signal.setUpdatingEnabled(true);
+        this->signal.setUpdatingEnabled(true);
+        this->signal.setUpdatingEnabled(false);
+        this->signal.setUpdatingEnabled(true);
+    }
+    EXPECT_TRUE(this->updatesAgain());
+}
+
+TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadIsDestroyed)
+{
+    const FailingThreadStart failing;
+    GenericSignalImpl<TypeParam> passing;
+    passing.setUpdatingEnabled(true);
+}

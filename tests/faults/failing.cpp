@@ -1,0 +1,91 @@
+// The allocating functions of the C library, and the one that starts threads, found before its own:
+// QtCore and the standard library allocate by them too. The names with underscores are the same
+// functions; under AddressSanitizer they are its own, so that it keeps watching.
+
+#include "failing.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define REAL(name) __interceptor_##name
+#else
+#define REAL(name) __libc_##name
+#endif
+
+extern "C" void* REAL(malloc)(std::size_t);
+extern "C" void* REAL(calloc)(std::size_t, std::size_t);
+extern "C" void* REAL(realloc)(void*, std::size_t);
+
+namespace
+{
+
+thread_local int allocationsToGo = 0; // 0: none fails
+thread_local bool allocationFailed = false;
+std::atomic<bool> threadsFail{false};
+
+bool failsNow()
+{
+    if (allocationsToGo == 0 || --allocationsToGo > 0)
+        return false;
+    allocationFailed = true;
+    errno = ENOMEM;
+    return true;
+}
+
+} // namespace
+
+extern "C" void* malloc(std::size_t size) noexcept
+{
+    return failsNow() ? nullptr : REAL(malloc)(size);
+}
+
+extern "C" void* calloc(std::size_t count, std::size_t size) noexcept
+{
+    return failsNow() ? nullptr : REAL(calloc)(count, size);
+}
+
+extern "C" void* realloc(void* block, std::size_t size) noexcept
+{
+    return failsNow() ? nullptr : REAL(realloc)(block, size);
+}
+
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                              void* (*run)(void*), void* argument) noexcept
+{
+    if (threadsFail)
+        return EAGAIN;
+    static const auto real =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return real(thread, attributes, run, argument);
+}
+
+FailingAllocation::FailingAllocation(int number)
+{
+    allocationFailed = false;
+    allocationsToGo = number;
+}
+
+FailingAllocation::~FailingAllocation()
+{
+    allocationsToGo = 0;
+}
+
+bool FailingAllocation::hasFailed() const
+{
+    return allocationFailed;
+}
+
+FailingThreadStart::FailingThreadStart()
+{
+    threadsFail = true;
+}
+
+FailingThreadStart::~FailingThreadStart()
+{
+    threadsFail = false;
+}

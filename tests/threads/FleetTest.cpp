@@ -1,0 +1,84 @@
+#include <feed.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr int hostCount = 100;
+
+/// Runs \a host in many threads side by side, each with its number.
+template <typename Host>
+void runSideBySide(Host host)
+{
+    std::vector<std::thread> hosts;
+    hosts.reserve(hostCount);
+    for (int number = 0; number < hostCount; ++number)
+        hosts.emplace_back(host, number);
+    for (std::thread& thread : hosts)
+        thread.join();
+}
+
+template <typename T>
+class SignalFleet : public testing::Test
+{
+};
+TYPED_TEST_SUITE(SignalFleet, RecordTypes);
+
+} // namespace
+
+TYPED_TEST(SignalFleet, AThousandSwitchesOnAndOffSideBySideDisturbNoReader)
+{
+    std::vector<std::unique_ptr<GenericSignalImpl<TypeParam>>> fleet;
+    for (int i = 0; i < hostCount; ++i) {
+        fleet.push_back(std::make_unique<GenericSignalImpl<TypeParam>>());
+        fleet.back()->setDatatype(dataType(4));
+    }
+    std::atomic<bool> done{false};
+    std::atomic<int> wrong{0};
+    std::thread reader([&] {
+        while (!done) {
+            for (const auto& signal : fleet) {
+                wrong += signal->getAverage() < 0 || signal->calcAverage() < 0;
+                wrong += signal->getValueCount() > 10;
+            }
+        }
+    });
+    runSideBySide([&](int number) {
+        GenericSignalImpl<TypeParam>& signal = *fleet[static_cast<std::size_t>(number)];
+        for (int round = 0; round < 10; ++round) {
+            signal.setUpdatingEnabled(true);
+            feed(signal, {round, number});
+            wrong += round % 2 == 1 && !waitForCaches(signal); // else the worker may not have begun
+            signal.setUpdatingEnabled(false);
+        }
+    });
+    done = true;
+    reader.join();
+    EXPECT_EQ(wrong, 0);
+    for (int number = 0; number < hostCount; ++number)
+        EXPECT_EQ(fleet[static_cast<std::size_t>(number)]->calcAverage(), (4.5 + number) / 2);
+}
+
+TYPED_TEST(SignalFleet, SignalsAreCreatedAndDestroyedWhileOthersRun)
+{
+    GenericSignalImpl<TypeParam> lasting;
+    lasting.setDatatype(dataType(4));
+    lasting.setValueHandling(append);
+    feed(lasting, {7});
+    std::atomic<int> wrong{0};
+    runSideBySide([&](int number) {
+        for (int round = 0; round < 3; ++round) {
+            GenericSignalImpl<TypeParam> passing;
+            passing.setDatatype(dataType(17));
+            passing.setValueHandling(append);
+            feed(passing, {number, round});
+            wrong += passing.calcMedian() != (number + round) / 2.0;
+            wrong += lasting.calcAverage() != 7 || lasting.getValues().size() != 1;
+        }
+    });
+    EXPECT_EQ(wrong, 0);
+}
