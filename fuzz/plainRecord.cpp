@@ -79,7 +79,6 @@ bool nextRecordIsPlain(QDataStream& stream, quint32 longestText)
     stream >> version;
     const bool plain = version == recordFormatVersion && skipPlainVariant(stream, longestText) &&
                        skipPlainVariant(stream, longestText);
-    stream.resetStatus(); // with another status, the next line would not go back
     stream.rollbackTransaction();
     stream.resetStatus();
     return plain;
