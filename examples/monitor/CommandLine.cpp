@@ -11,6 +11,7 @@ namespace
 {
 
 const QString dbcOption = QStringLiteral("dbc");
+const QString formatOption = QStringLiteral("format");
 const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
 
@@ -23,15 +24,30 @@ void describe(QCommandLineParser& parser)
     // Not addHelpOption(), which would offer help on options of Qt that there are none of.
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
     parser.addPositionalArgument(QStringLiteral("replay"),
-                                 QStringLiteral("Replay a recording and print a table."));
+                                 QStringLiteral("Replay a recording and print its figures."));
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("The recording, in candump's compact form."));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
+    parser.addOption({formatOption,
+                      QStringLiteral("How to print the figures: table, json or csv (default: "
+                                     "table)."),
+                      QStringLiteral("FORMAT"), QStringLiteral("table")});
     parser.addOption({kOption,
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
                       QStringLiteral("K"), QStringLiteral("3")});
+}
+
+bool readFormat(const QString& name, OutputFormat& format)
+{
+    if (name == QLatin1String("json"))
+        format = OutputFormat::Json;
+    else if (name == QLatin1String("csv"))
+        format = OutputFormat::Csv;
+    else
+        return name == QLatin1String("table");
+    return true;
 }
 
 /// The complaint about the arguments, empty if there is none.
@@ -48,6 +64,8 @@ QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
     options.k = parser.value(kOption).toDouble(&understood);
     if (!understood || !std::isfinite(options.k) || options.k < 0)
         return QStringLiteral("--k needs a number that is not negative");
+    if (!readFormat(parser.value(formatOption), options.format))
+        return QStringLiteral("--format needs table, json or csv");
     options.recording = arguments.at(1);
     options.description = parser.value(dbcOption);
     return QString();

@@ -4,6 +4,8 @@
 #include "descriptions/DbcReader.h"
 #include "reading/CandumpLine.h"
 #include "reading/LineReader.h"
+#include "showing/ReportCsv.h"
+#include "showing/ReportJson.h"
 #include "showing/ReportTable.h"
 #include "signals/SignalTable.h"
 
@@ -41,12 +43,25 @@ QString readRecording(const QString& fileName, QTextStream& messages, Decoder& d
     return lines.error();
 }
 
+QString formatOutput(const ReplayOptions& options, const FrameCounts& counts,
+                     const QVector<SignalReport>& reports)
+{
+    switch (options.format) {
+    case OutputFormat::Json:
+        return formatJson(reports, counts);
+    case OutputFormat::Csv:
+        return formatCsv(reports);
+    case OutputFormat::Table:
+        break;
+    }
+    const QString summary = formatSummary(counts, options.k);
+    return reports.isEmpty() ? summary : formatReports(reports) + '\n' + summary;
+}
+
 ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTable& table,
               QTextStream& output, QTextStream& messages)
 {
-    if (counts.decoded > 0)
-        output << formatReports(table.report(options.k)) << '\n';
-    output << formatSummary(counts, options.k);
+    output << formatOutput(options, counts, table.report(options.k));
     if (counts.decoded > 0)
         return ExitCode::Success;
     messages << options.recording << ": no frame could be decoded with " << options.description

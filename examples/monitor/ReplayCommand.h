@@ -13,15 +13,18 @@ enum class ExitCode {
     WrongUse = 2 ///< or a file that cannot be read
 };
 
+enum class OutputFormat { Table, Json, Csv };
+
 /// What to replay, and how.
 struct ReplayOptions {
     QString recording;   ///< file name of a log in candump's compact form
     QString description; ///< file name of a DBC
     double k = 3;        ///< half the width of the band, in deviations
+    OutputFormat format = OutputFormat::Table;
 };
 
-/// Replays a recording as fast as it can be read and prints a report of every signal to \a output.
-/// Messages for the user go to \a messages.
+/// Replays a recording as fast as it can be read and prints the reports of all signals to \a
+/// output. Messages for the user go to \a messages.
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages);
 
 } // namespace monitor

@@ -32,6 +32,16 @@ TEST(CommandLine, FactorIsThreeIfNotGiven)
     EXPECT_EQ(line.replay->k, 3);
 }
 
+TEST(CommandLine, FormatIsATableIfNotGiven)
+{
+    using monitor::OutputFormat;
+    const QStringList replay{"replay", "bus.log", "--dbc", "bus.dbc"};
+    EXPECT_EQ(read(replay).replay->format, OutputFormat::Table);
+    EXPECT_EQ(read(replay + QStringList{"--format", "table"}).replay->format, OutputFormat::Table);
+    EXPECT_EQ(read(replay + QStringList{"--format", "json"}).replay->format, OutputFormat::Json);
+    EXPECT_EQ(read(replay + QStringList{"--format=csv"}).replay->format, OutputFormat::Csv);
+}
+
 TEST(CommandLine, HelpIsNoError)
 {
     char name[] = "monitor";
@@ -61,6 +71,8 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "-1"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "nan"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--colour"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
          }) {
         const CommandLine line = read(arguments);
         EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();

@@ -35,6 +35,7 @@ MessageDescription standardMessage(quint32 id, const SignalDescription& signal)
 {
     MessageDescription message = describedMessage(id, {signal});
     message.extended = false;
+    message.protocol = monitor::Protocol::CANopen;
     return message;
 }
 

@@ -53,7 +53,8 @@ TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
               QString("EngineSpeed 0 3 300 200 81.6496581 100 300 200 0 "
                       "118.350342 .. 281.649658 2 rpm 1 1"));
     EXPECT_EQ(run.output.section('\n', 2).simplified(),
-              QString("band average -/+ 1 deviations frames 6 decoded 5 undecoded 1 no frame 0"));
+              QString("band average -/+ 1 deviations frames 6 decoded 5 undecoded 1 dropped 0 "
+                      "errors 0 no frame 0"));
 }
 
 TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)

@@ -12,6 +12,13 @@ namespace monitor
 namespace
 {
 
+/// What a frame without a PGN is known by.
+quint32 keyOf(quint32 id, bool extended)
+{
+    constexpr quint32 extendedFlag = 0x80000000;
+    return extended ? id | extendedFlag : id;
+}
+
 /// The value of the multiplexor of \a message in \a frame, none if it has none there.
 std::optional<quint64> multiplexorValue(const Frame& frame, const MessageDescription& message)
 {
@@ -39,10 +46,10 @@ Decoder::Decoder(QVector<MessageDescription> messageDescriptions)
     // going through it backwards.
     for (int i = descriptions.size() - 1; i >= 0; --i) {
         const MessageDescription& message = descriptions.at(i);
-        if (message.extended)
+        if (message.protocol == Protocol::J1939)
             byPgn.insert(pgnOf(message.id), i);
         else
-            byId.insert(message.id, i);
+            byId.insert(keyOf(message.id, message.extended), i);
     }
 }
 
@@ -51,12 +58,17 @@ const QVector<DecodedSignal>& Decoder::decode(const Frame& frame)
     decoded.resize(0); // unlike clear(), keeps the storage for the next frame
     if (frame.remote)
         return decoded;
-    const auto& messagesByKey = frame.extended ? byPgn : byId;
-    const quint32 key = frame.extended ? pgnOf(frame.id) : frame.id;
+    if (frame.extended)
+        decodeAll(frame, byPgn, pgnOf(frame.id));
+    decodeAll(frame, byId, keyOf(frame.id, frame.extended));
+    return decoded;
+}
+
+void Decoder::decodeAll(const Frame& frame, const Messages& messagesByKey, quint32 key)
+{
     for (auto it = messagesByKey.constFind(key); it != messagesByKey.cend() && it.key() == key;
          ++it)
         decodeMessage(frame, it.value());
-    return decoded;
 }
 
 void Decoder::decodeMessage(const Frame& frame, int message)
@@ -69,7 +81,7 @@ void Decoder::decodeMessage(const Frame& frame, int message)
             continue;
         DecodedSignal found{message, i, std::nullopt, Availability::Measured, 0};
         found.bits = extractBits(frame, signal);
-        if (frame.extended) {
+        if (description.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(frame.id);
             found.availability = availabilityOf(found.bits, signal.length);
         }

@@ -37,11 +37,14 @@ public:
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
 private:
+    using Messages = QMultiHash<quint32, int>; // indices by what a frame is known by
+
+    void decodeAll(const Frame& frame, const Messages& messagesByKey, quint32 key);
     void decodeMessage(const Frame& frame, int message);
 
     QVector<MessageDescription> descriptions;
-    QMultiHash<quint32, int> byPgn; // indices of messages
-    QMultiHash<quint32, int> byId;
+    Messages byPgn; // J1939
+    Messages byId;  // all others
     QVector<DecodedSignal> decoded;
 };
 

@@ -100,6 +100,7 @@ DbcComplaint readDbcMessage(const QString& line, MessageDescription& message)
     message.name = match.captured(2);
     message.extended = (id & extendedFlag) != 0;
     message.id = id & ~extendedFlag;
+    message.protocol = message.extended ? Protocol::J1939 : Protocol::CANopen;
     message.size = readCount(match.captured(3), longestMessage);
     if (!match.hasMatch() || !isNumber)
         return QStringLiteral("message (BO_) not understood");

@@ -8,6 +8,12 @@ namespace monitor
 
 enum class ByteOrder { Intel, Motorola };
 
+/// Which rules the frames of a message follow.
+enum class Protocol {
+    CANopen, ///< and other frames known by their id
+    J1939    ///< known by the PGN in their 29-bit id
+};
+
 /// Whether a signal is always in its message, or only while another one of the message says so.
 enum class Multiplexing {
     Plain,
@@ -38,8 +44,9 @@ struct SignalDescription {
 struct MessageDescription {
     QString name;
     quint32 id = 0;
-    bool extended = false; ///< true: 29 bits, known by its PGN; false: 11 bits, known by its id
-    int size = 0;          ///< in bytes
+    bool extended = false; ///< true: the id has 29 bits, false: 11
+    Protocol protocol = Protocol::CANopen;
+    int size = 0; ///< in bytes
     QVector<SignalDescription> signalDescriptions;
     qint64 line = 0; ///< where the description of the message begins, for warnings
 };

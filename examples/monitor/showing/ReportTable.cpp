@@ -78,11 +78,15 @@ QString formatSummary(const FrameCounts& counts, double k)
                           "frames      %2\n"
                           "decoded     %3\n"
                           "undecoded   %4\n"
-                          "no frame    %5\n")
+                          "dropped     %5\n"
+                          "errors      %6\n"
+                          "no frame    %7\n")
         .arg(QString::number(k, 'g', 15))
         .arg(counts.total)
         .arg(counts.decoded)
         .arg(counts.total - counts.decoded)
+        .arg(counts.dropped)
+        .arg(counts.errors)
         .arg(counts.noFrame);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/QString>
+#include "../descriptions/Description.h"
 
 #include <optional>
 
@@ -10,6 +10,7 @@ namespace monitor
 /// What there is to say about one signal of one source; all figures are of one moment.
 struct SignalReport {
     QString name;
+    Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source;
     QString unit;
     double factor = 1; ///< the scaling, which tells the resolution of the measured values

@@ -72,8 +72,8 @@ MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
         return *monitored.at(known.value());
     const MessageDescription& message = descriptions.at(decoded.message);
     positions.insert(key, monitored.size());
-    monitored.push_back(std::make_unique<MonitoredSignal>(
-        message.signalDescriptions.at(decoded.signal), nameOf(decoded), decoded.source));
+    monitored.push_back(monitorSignal(message, message.signalDescriptions.at(decoded.signal),
+                                      nameOf(decoded), decoded.source));
     return *monitored.back();
 }
 
