@@ -14,6 +14,8 @@ const QString dbcOption = QStringLiteral("dbc");
 const QString formatOption = QStringLiteral("format");
 const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
+const QString limitsOption = QStringLiteral("limits");
+const QString signalOption = QStringLiteral("signal");
 
 void describe(QCommandLineParser& parser)
 {
@@ -37,6 +39,14 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
                       QStringLiteral("K"), QStringLiteral("3")});
+    parser.addOption({signalOption,
+                      QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
+                                     "be repeated."),
+                      QStringLiteral("PATTERN")});
+    parser.addOption({limitsOption,
+                      QStringLiteral("Rate the signal by these limits instead of its band. May be "
+                                     "repeated."),
+                      QStringLiteral("SIGNAL=LOWER:UPPER")});
 }
 
 bool readFormat(const QString& name, OutputFormat& format)
@@ -50,6 +60,38 @@ bool readFormat(const QString& name, OutputFormat& format)
     return true;
 }
 
+/// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one.
+bool readLimits(const QString& text, SignalLimits& given)
+{
+    const int equals = text.lastIndexOf('=');
+    const QStringList numbers = text.mid(equals + 1).split(':');
+    if (equals < 1 || numbers.size() != 2)
+        return false;
+    bool isLower = false;
+    bool isUpper = false;
+    given.pattern = text.left(equals);
+    given.limits = {numbers.at(0).toDouble(&isLower), numbers.at(1).toDouble(&isUpper)};
+    return isLower && isUpper && std::isfinite(given.limits.lowest) &&
+           std::isfinite(given.limits.highest) && given.limits.lowest <= given.limits.highest;
+}
+
+/// The complaint about the options that change what is shown of signals.
+QString readSignalOptions(const QCommandLineParser& parser, ReplayOptions& options)
+{
+    bool understood = false;
+    options.k = parser.value(kOption).toDouble(&understood);
+    if (!understood || !std::isfinite(options.k) || options.k < 0)
+        return QStringLiteral("--k needs a number that is not negative");
+    options.patterns = parser.values(signalOption);
+    for (const QString& text : parser.values(limitsOption)) {
+        SignalLimits given;
+        if (!readLimits(text, given))
+            return QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
+        options.limits.append(given);
+    }
+    return QString();
+}
+
 /// The complaint about the arguments, empty if there is none.
 QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
 {
@@ -60,15 +102,11 @@ QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
         return QStringLiteral("replay needs exactly one recording");
     if (parser.values(dbcOption).size() != 1)
         return QStringLiteral("replay needs exactly one --dbc FILE.dbc");
-    bool understood = false;
-    options.k = parser.value(kOption).toDouble(&understood);
-    if (!understood || !std::isfinite(options.k) || options.k < 0)
-        return QStringLiteral("--k needs a number that is not negative");
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
     options.recording = arguments.at(1);
     options.description = parser.value(dbcOption);
-    return QString();
+    return readSignalOptions(parser, options);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "decoding/Decoder.h"
 #include "descriptions/DbcReader.h"
+#include "descriptions/SignalNames.h"
 #include "reading/CandumpLine.h"
 #include "reading/LineReader.h"
 #include "showing/ReportCsv.h"
@@ -54,7 +55,7 @@ QString formatOutput(const ReplayOptions& options, const FrameCounts& counts,
     case OutputFormat::Table:
         break;
     }
-    const QString summary = formatSummary(counts, options.k);
+    const QString summary = formatLimits(reports) + formatSummary(counts, options.k);
     return reports.isEmpty() ? summary : formatReports(reports) + '\n' + summary;
 }
 
@@ -69,12 +70,24 @@ ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTab
     return ExitCode::NothingDecoded;
 }
 
+/// The messages and signals to look for, or what made that impossible.
+QString readDescriptions(const ReplayOptions& options, QTextStream& messages,
+                         QVector<MessageDescription>& descriptions)
+{
+    QString error = readDbcFile(options.description, messages, descriptions);
+    if (!error.isEmpty())
+        return error;
+    giveReportedNames(descriptions);
+    error = chooseSignals(options.patterns, descriptions);
+    return error.isEmpty() ? setLimits(options.limits, descriptions) : error;
+}
+
 } // namespace
 
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages)
 {
     QVector<MessageDescription> descriptions;
-    QString error = readDbcFile(options.description, messages, descriptions);
+    QString error = readDescriptions(options, messages, descriptions);
     Decoder decoder(std::move(descriptions));
     SignalTable table(decoder.messages());
     FrameCounts counts;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "descriptions/SignalSettings.h"
+
 #include <QtCore/QString>
 #include <QtCore/QTextStream>
 
@@ -17,9 +19,11 @@ enum class OutputFormat { Table, Json, Csv };
 
 /// What to replay, and how.
 struct ReplayOptions {
-    QString recording;   ///< file name of a log in candump's compact form
-    QString description; ///< file name of a DBC
-    double k = 3;        ///< half the width of the band, in deviations
+    QString recording;    ///< file name of a log in candump's compact form
+    QString description;  ///< file name of a DBC
+    QStringList patterns; ///< of the signals to report; none: all of them
+    QVector<SignalLimits> limits;
+    double k = 3; ///< half the width of the band, in deviations
     OutputFormat format = OutputFormat::Table;
 };
 

@@ -42,6 +42,32 @@ TEST(CommandLine, FormatIsATableIfNotGiven)
     EXPECT_EQ(read(replay + QStringList{"--format=csv"}).replay->format, OutputFormat::Csv);
 }
 
+TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
+{
+    const CommandLine line =
+        read({"replay", "bus.log", "--dbc", "bus.dbc", "--signal", "Engine*", "--signal", "Speed",
+              "--limits", "EngineSpeed=600:2200", "--limits", "a=b=-1.5:-1e-3"});
+    ASSERT_TRUE(line.replay.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.replay->patterns, (QStringList{"Engine*", "Speed"}));
+    ASSERT_EQ(line.replay->limits.size(), 2);
+    EXPECT_EQ(line.replay->limits.at(0).pattern, QString("EngineSpeed"));
+    EXPECT_EQ(line.replay->limits.at(0).limits.lowest, 600);
+    EXPECT_EQ(line.replay->limits.at(0).limits.highest, 2200);
+    EXPECT_EQ(line.replay->limits.at(1).pattern, QString("a=b"));
+    EXPECT_EQ(line.replay->limits.at(1).limits.lowest, -1.5);
+    EXPECT_EQ(line.replay->limits.at(1).limits.highest, -0.001);
+}
+
+TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
+{
+    for (const char* limits : {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1",
+                               "Speed=2:1", "Speed=1:2:3", "Speed=nan:1", "Speed=0:inf"}) {
+        const CommandLine line =
+            read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", limits});
+        EXPECT_TRUE(line.error.startsWith("--limits needs")) << limits;
+    }
+}
+
 TEST(CommandLine, HelpIsNoError)
 {
     char name[] = "monitor";

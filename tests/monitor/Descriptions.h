@@ -6,7 +6,7 @@
 inline monitor::SignalDescription describedSignal(int startBit, int length)
 {
     monitor::SignalDescription signal;
-    signal.name = QStringLiteral("Signal");
+    signal.name = signal.reportedName = QStringLiteral("Signal");
     signal.startBit = startBit;
     signal.length = length;
     return signal;

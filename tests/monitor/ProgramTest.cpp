@@ -57,6 +57,31 @@ TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
                       "errors 0 no frame 0"));
 }
 
+TEST_F(Program, ChosenSignalsAloneAreShownAndGivenLimitsRateThem)
+{
+    const QByteArray dbc = speedDbc + " SG_ Torque : 16|8@1+ (1,-125) [0|0] \"%\" X\n";
+    const QByteArray log = "(1.0) can0 0CF00400#FFFF8C2003FFFFFF\n"
+                           "(1.1) can0 0CF00400#FFFF964006FFFFFF\n";
+    const MonitorRun run =
+        replay(log, dbc, {"--signal", "Engine?peed", "--limits", "*=0:100", "--format", "csv"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.count("\r\n"), 2);
+    EXPECT_EQ(run.output.section("\r\n", 1, 1).section(',', 0, 7),
+              QString("EngineSpeed,j1939,0,2,0,0,200,150"));
+    EXPECT_EQ(run.output.section("\r\n", 1, 1).section(',', 12, 12), QString("0"));
+    EXPECT_TRUE(replay(log, dbc, {"--limits", "Torque=0:100"})
+                    .output.contains("limits      0 .. 100 rate Torque\n"));
+}
+
+TEST_F(Program, PatternWithoutASignalIsExitCode2)
+{
+    for (const char* option : {"--signal", "--limits"}) {
+        const MonitorRun run = replay("", speedDbc, {option, "Nothing=1:2"});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith("there is no signal \"Nothing"));
+    }
+}
+
 TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
 {
     const MonitorRun run = replay("# comment\n\nnonsense\n"

@@ -148,7 +148,7 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
 {
     SignalDescription speed = describedSignal(0, 8);
     SignalDescription load = describedSignal(8, 8);
-    load.name = "Load";
+    load.reportedName = "Load";
     const QVector<MessageDescription> messages{describedMessage(0, {speed, load})};
     SignalTable table(messages);
     table.feed(measured(1, 0, 49));
@@ -169,18 +169,22 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
     EXPECT_EQ(rows, (QStringList{"Load 49 1 3", "Signal -1 1 4", "Signal 7 1 2", "Signal 49 2 5"}));
 }
 
-TEST(SignalTable, NameThatTwoMessagesUseIsShownWithItsMessage)
+TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
 {
-    MessageDescription first = describedMessage(0, {describedSignal(0, 8)});
-    MessageDescription second = first;
-    second.name = "Other";
-    const QVector<MessageDescription> messages{first, second};
-    SignalTable table(messages);
-    table.feed(measured(1));
-    DecodedSignal inSecond = measured(2);
-    inSecond.message = 1;
-    table.feed(inSecond);
-    table.stopUpdating();
-    EXPECT_EQ(table.report(3).at(0).name, QString("Message.Signal"));
-    EXPECT_EQ(table.report(3).at(1).name, QString("Other.Signal"));
+    auto messages = oneSignal(8, 1, 0);
+    messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
+    // Margins of 4: 12 lies 4 from the end, 14 lies 2.
+    EXPECT_EQ(reportOf(messages, {8, 12}, 1).rating, 100);
+    EXPECT_EQ(reportOf(messages, {8, 14}, 1).rating, 50);
+    EXPECT_EQ(reportOf(messages, {8, 20}, 1).rating, 0);
+    EXPECT_EQ(reportOf(messages, {8, 12}, 1).lowerThreshold, 8);
+    EXPECT_EQ(reportOf(messages, {8, 12}, 0.5).deviators, 2);
+}
+
+TEST(SignalTable, GivenLimitsRateASingleValueToo)
+{
+    auto messages = oneSignal(8, 1, 0);
+    messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
+    EXPECT_EQ(reportOf(messages, {17}, 1).rating, 0);
+    EXPECT_EQ(reportOf(messages, {8}, 1).rating, 100);
 }

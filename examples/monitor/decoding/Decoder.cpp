@@ -77,7 +77,7 @@ void Decoder::decodeMessage(const Frame& frame, int message)
     const std::optional<quint64> multiplexor = multiplexorValue(frame, description);
     for (int i = 0; i < description.signalDescriptions.size(); ++i) {
         const SignalDescription& signal = description.signalDescriptions.at(i);
-        if (!isPresent(signal, frame, multiplexor))
+        if (!signal.chosen || !isPresent(signal, frame, multiplexor))
             continue;
         DecodedSignal found{message, i, std::nullopt, Availability::Measured, 0};
         found.bits = extractBits(frame, signal);

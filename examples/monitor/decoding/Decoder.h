@@ -33,7 +33,7 @@ public:
 
     /// The signals in \a frame, in the order of the description; none in a remote frame. Left out
     /// are signals that the data is too short for, and multiplexed ones of another multiplexor
-    /// value. The answer is good until the next call.
+    /// value, and what is not chosen. The answer is good until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
 private:

@@ -3,6 +3,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include <optional>
+
 namespace monitor
 {
 
@@ -22,6 +24,12 @@ enum class Multiplexing {
     Nested       ///< multiplexed, and a multiplexor itself
 };
 
+/// Values from the lowest to the highest, both included.
+struct ValueRange {
+    double lowest;
+    double highest;
+};
+
 /// One signal of a message: where its bits are and what they mean.
 struct SignalDescription {
     QString name;
@@ -38,6 +46,11 @@ struct SignalDescription {
     QString unit;
     Multiplexing multiplexing = Multiplexing::Plain;
     quint64 multiplexorValue = 0; ///< of a multiplexed or nested signal
+    std::optional<quint32> spn;   ///< suspect parameter number of a J1939 signal
+
+    QString reportedName;                   ///< see giveReportedNames()
+    bool chosen = true;                     ///< false: not to be reported
+    std::optional<ValueRange> ratingLimits; ///< what to rate it by instead of its band
 };
 
 /// One message: which frames carry it and what signals are in it.
@@ -46,7 +59,8 @@ struct MessageDescription {
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     Protocol protocol = Protocol::CANopen;
-    int size = 0; ///< in bytes
+    std::optional<quint8> node; ///< CANopen node that sends it, if it is described as such
+    int size = 0;               ///< in bytes
     QVector<SignalDescription> signalDescriptions;
     qint64 line = 0; ///< where the description of the message begins, for warnings
 };
@@ -55,10 +69,6 @@ struct MessageDescription {
 bool fitsInto(const SignalDescription& signal, int size);
 
 /// The scaled values that the lowest and the highest raw value lead to, the smaller one first.
-struct ValueRange {
-    double lowest;
-    double highest;
-};
 ValueRange scaledRange(const SignalDescription& signal);
 
 } // namespace monitor

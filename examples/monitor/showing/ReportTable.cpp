@@ -72,6 +72,18 @@ QString formatReports(const QVector<SignalReport>& reports)
     return formatTable(columns(), rows);
 }
 
+QString formatLimits(const QVector<SignalReport>& reports)
+{
+    QString lines;
+    for (const SignalReport& report : reports) {
+        if (report.limits)
+            lines += QStringLiteral("limits      %1 .. %2 rate %3\n")
+                         .arg(formatComputed(report.limits->lowest),
+                              formatComputed(report.limits->highest), printable(report.name));
+    }
+    return lines;
+}
+
 QString formatSummary(const FrameCounts& counts, double k)
 {
     return QStringLiteral("band        average -/+ %1 deviations\n"

@@ -12,6 +12,9 @@ namespace monitor
 /// without values does not have.
 QString formatReports(const QVector<SignalReport>& reports);
 
+/// A line for each signal that is rated by given limits; empty if there is none.
+QString formatLimits(const QVector<SignalReport>& reports);
+
 /// The counts, a line each, and what the band is made of.
 QString formatSummary(const FrameCounts& counts, double k);
 

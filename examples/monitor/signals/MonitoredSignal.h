@@ -27,10 +27,8 @@ public:
 };
 
 /// Begins to record a signal of \a message in the library's record for its protocol.
-/// \a reportedName is the name that the report bears.
 std::unique_ptr<MonitoredSignal> monitorSignal(const MessageDescription& message,
                                                const SignalDescription& description,
-                                               const QString& reportedName,
                                                std::optional<quint8> sourceAddress);
 
 } // namespace monitor

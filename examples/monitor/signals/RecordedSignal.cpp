@@ -3,6 +3,8 @@
 #include "../decoding/RawBits.h"
 #include "DatatypeChoice.h"
 
+#include <vantrel/handlers/GenericValueHandler.h>
+
 #include <algorithm>
 
 namespace monitor
@@ -101,8 +103,20 @@ void RecordedSignal<T>::measure(SignalReport& report, double k)
     report.newest = values.constLast().scaledValue.toDouble();
     report.lowerThreshold = report.average - report.deviation * k;
     report.upperThreshold = report.average + report.deviation * k;
-    report.rating = recorded.getRating(k, true, report.lowerThreshold, report.upperThreshold);
+    report.rating = rate(report, k);
     report.deviators = countOutside(values, report.lowerThreshold, report.upperThreshold);
+}
+
+// Given limits hold for a single value too, for which GenericSignalImpl::getRating() always says
+// 100, since one value makes no band.
+template <typename T>
+int RecordedSignal<T>::rate(const SignalReport& report, double k)
+{
+    T newest;
+    if (!report.limits || !recorded.getValue(report.count - 1, newest))
+        return recorded.getRating(k, true, report.lowerThreshold, report.upperThreshold);
+    return GenericValueHandler<double, T>::getRating(newest, report.limits->lowest,
+                                                     report.limits->highest, report.average);
 }
 
 template class RecordedSignal<CANopenObjectValue>;

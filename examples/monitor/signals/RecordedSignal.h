@@ -21,6 +21,7 @@ public:
 
 private:
     void measure(SignalReport& report, double k);
+    int rate(const SignalReport& report, double k);
 
     SignalDescription description;
     SignalReport heading;

@@ -15,6 +15,7 @@ struct SignalReport {
     QString unit;
     double factor = 1; ///< the scaling, which tells the resolution of the measured values
     double offset = 0;
+    std::optional<ValueRange> limits; ///< what the rating goes by instead of the band
 
     int count = 0; ///< of the measured values; the figures below are 0 if it is
     double newest = 0;
@@ -23,7 +24,7 @@ struct SignalReport {
     double minimum = 0;
     double maximum = 0;
     double median = 0;
-    int rating = 0;            ///< of the newest value within the band, from 0 to 100
+    int rating = 0;            ///< of the newest value, from 0 to 100
     double lowerThreshold = 0; ///< the band: average -/+ k deviations
     double upperThreshold = 0;
     int deviators = 0; ///< how many values lie outside the band
