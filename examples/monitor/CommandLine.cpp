@@ -28,7 +28,8 @@ void describe(QCommandLineParser& parser)
     parser.addPositionalArgument(QStringLiteral("replay"),
                                  QStringLiteral("Replay a recording and print its figures."));
     parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("The recording, in candump's compact form."));
+                                 QStringLiteral("The recording, as candump or a Vector tool (ASC) "
+                                                "writes it."));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
     parser.addOption({formatOption,

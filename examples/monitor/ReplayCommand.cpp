@@ -3,8 +3,8 @@
 #include "decoding/Decoder.h"
 #include "descriptions/DbcReader.h"
 #include "descriptions/SignalNames.h"
-#include "reading/CandumpLine.h"
 #include "reading/LineReader.h"
+#include "reading/RecordingReader.h"
 #include "showing/ReportCsv.h"
 #include "showing/ReportJson.h"
 #include "showing/ReportTable.h"
@@ -31,14 +31,18 @@ QString readRecording(const QString& fileName, QTextStream& messages, Decoder& d
 {
     LineReader lines(fileName);
     LineWarnings warnings(messages, fileName);
+    RecordingReader recording;
     Frame frame;
     for (QByteArray line; lines.readLine(line);) {
-        const LineKind kind = readCandumpLine(line, frame);
+        const LineKind kind = recording.readLine(line, frame);
         if (kind == LineKind::Frame)
             takeFrame(frame, decoder, table, counts);
+        else if (kind == LineKind::ErrorFrame)
+            ++counts.errors;
         else if (kind == LineKind::NoFrame)
             warnings.add(lines.lineNumber(), QStringLiteral("not a frame"));
     }
+    counts.dropped = recording.dropped();
     counts.noFrame = warnings.count();
     warnings.printTotal(QStringLiteral("line(s) in all that are no frame"));
     return lines.error();

@@ -19,7 +19,7 @@ enum class OutputFormat { Table, Json, Csv };
 
 /// What to replay, and how.
 struct ReplayOptions {
-    QString recording;    ///< file name of a log in candump's compact form
+    QString recording;    ///< file name of a log of candump or of a Vector tool
     QString description;  ///< file name of a DBC
     QStringList patterns; ///< of the signals to report; none: all of them
     QVector<SignalLimits> limits;

@@ -96,6 +96,22 @@ TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
     EXPECT_TRUE(run.output.contains("frames      1\n"));
 }
 
+TEST_F(Program, WhatIsLostOrAnErrorIsCountedApart)
+{
+    const MonitorRun run = replay(" (000.000000)  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
+                                  " (000.000100)  can0  20000088   [8]  00 00 00 00 00 00 00 00"
+                                  "   ERRORFRAME\n"
+                                  "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total 12)\n"
+                                  "DROPCOUNT: dropped 1 CAN frame on 'can0' socket (total 13)\n"
+                                  " (000.000050)  can0  0CF00400   [8]  remote request\n",
+                                  speedDbc, {"--format", "json"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_TRUE(run.output.contains("\"frames\": {\"total\": 2, \"decoded\": 1, \"undecoded\": 1, "
+                                    "\"dropped\": 13, \"errors\": 1}"))
+        << run.output.toStdString();
+}
+
 TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
 {
     const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);

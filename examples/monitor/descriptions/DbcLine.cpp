@@ -1,5 +1,7 @@
 #include "DbcLine.h"
 
+#include "../reading/Frame.h"
+
 #include <QtCore/QRegularExpression>
 
 #include <cmath>
@@ -11,8 +13,6 @@ namespace
 {
 
 constexpr quint32 extendedFlag = 0x80000000;
-constexpr quint32 lastExtendedId = 0x1FFFFFFF;
-constexpr quint32 lastStandardId = 0x7FF;
 constexpr int longestMessage = 1785; // bytes, what the J1939 transport protocol can carry
 constexpr int longestSignal = 64;    // bits
 
