@@ -144,20 +144,66 @@ TEST(DbcReader, MultiplexedSignalWithoutAMultiplexorIsAWarning)
     EXPECT_EQ(dbc.warnings.count('\n'), 1);
 }
 
-TEST(DbcReader, FloatingPointSignalIsLeftOutInsteadOfShownWrong)
+TEST(DbcReader, FloatingPointSignalsAreMarked)
 {
     const Dbc dbc = readSignal(" SG_ F : 0|32@1- (1,0) [0|0] \"\" X\n"
                                " SG_ I : 32|32@1- (1,0) [0|0] \"\" X\n"
+                               "BO_ 291 Other: 8 X\n"
+                               " SG_ F : 0|64@1- (1,0) [0|0] \"\" X\n"
                                "SIG_VALTYPE_ 2364540158 F : 1;\n"
-                               "SIG_VALTYPE_ 2364540158 I : 0;");
-    ASSERT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1);
-    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).name, QString("I"));
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: floating-point signal is not supported\n"));
+                               "SIG_VALTYPE_ 2364540158 I : 0;\n"
+                               "SIG_VALTYPE_ 291 F 2 ;");
+    EXPECT_EQ(dbc.warnings, QString());
+    EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.at(0).isFloat);
+    EXPECT_FALSE(dbc.messages.at(0).signalDescriptions.at(1).isFloat);
+    EXPECT_TRUE(dbc.messages.at(1).signalDescriptions.at(0).isFloat);
+}
+
+TEST(DbcReader, FloatingPointSignalOfAWrongLengthIsLeftOutInsteadOfShownWrong)
+{
+    const Dbc dbc = readSignal(" SG_ F : 0|16@1- (1,0) [0|0] \"\" X\n"
+                               " SG_ I : 32|32@1- (1,0) [0|0] \"\" X\n"
+                               "SIG_VALTYPE_ 2364540158 F : 1;\n"
+                               "SIG_VALTYPE_ 2364540158 I : 2;\n");
+    EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.isEmpty());
+    EXPECT_EQ(dbc.warnings.count("is not decoded\n"), 2);
+    EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:4: ")) << dbc.warnings.toStdString();
+}
+
+TEST(DbcReader, ValueTypeThatCannotBeUnderstoodIsAWarning)
+{
+    for (const char* line :
+         {"SIG_VALTYPE_ 1", "SIG_VALTYPE_ 2364540158 EngineSpeed : 4;",
+          "SIG_VALTYPE_ 2364540158 EngineSpeed : 1", "SIG_VALTYPE_ 1 A : 1;",
+          "SIG_VALTYPE_ 2364540158 Other : 1;", "SIG_VALTYPE_ 99999999999 EngineSpeed : 1;"}) {
+        const Dbc dbc = readSignal(signalLine + "\n" + line);
+        EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1) << line;
+        EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:3: value type (SIG_VALTYPE_)")) << line;
+    }
+}
+
+TEST(DbcReader, SpnIsThatOfItsSignal)
+{
+    const Dbc dbc = readSignal(signalLine + "\nBA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n"
+                                            "BA_ \"SPN\" SG_ 1 EngineSpeed 91;\n"
+                                            "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 524288;\n"
+                                            "BA_ \"Other\" SG_ 2364540158 EngineSpeed 92;\n");
+    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).spn, 190U);
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: SPN that is none, or of no signal\n"
+                                    "x.dbc:5: SPN that is none, or of no signal\n"));
+}
+
+TEST(DbcReader, AttributeMayHoldATextOverSeveralLines)
+{
+    const Dbc dbc = read("BA_ \"Note\" \"first\nBO_ 1 Hidden: 8 X\n\";\n" + messageLine);
+    EXPECT_EQ(dbc.warnings, QString());
+    EXPECT_EQ(dbc.messages.size(), 1);
 }
 
 TEST(DbcReader, EverythingElseIsSkipped)
 {
-    const Dbc dbc = read("VERSION \"\"\n\nNS_ :\n\tSG_MUL_VAL_\n\tBO_TX_BU_\nBS_:\nBU_: A B\n" +
+    const Dbc dbc = read("VERSION \"\"\n\nNS_ "
+                         ":\n\tSG_MUL_VAL_\n\tBA_\n\tSIG_VALTYPE_\n\tBO_TX_BU_\nBS_:\nBU_: A B\n" +
                          messageLine + "\n" + signalLine +
                          "\nBO_TX_BU_ 1 : A,B;\nVAL_ 1 S 0 \"off\" 1 \"on\" ;\n"
                          "BA_DEF_ SG_  \"SPN\" INT 0 524287;\n"

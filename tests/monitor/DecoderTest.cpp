@@ -132,6 +132,25 @@ TEST(Decoder, LeavesOutSignalsThatTheDataIsTooShortFor)
     }
 }
 
+TEST(Decoder, FloatingPointSignalsReserveNothingButWhatIsNoNumber)
+{
+    SignalDescription signal = describedSignal(0, 64);
+    signal.isFloat = true;
+    signal.factor = 10;
+    Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
+    const auto availabilityIn = [&decoder](quint8 first, quint8 second) {
+        Frame frame = extendedFrame(0x18FEF100);
+        frame.data.at(7) = first; // sign and exponent stand in the last bytes
+        frame.data.at(6) = second;
+        return decoder.decode(frame).at(0).availability;
+    };
+    EXPECT_EQ(availabilityIn(0xFE, 0x00), Availability::Measured);
+    EXPECT_EQ(availabilityIn(0xFF, 0x00), Availability::Measured);
+    EXPECT_EQ(availabilityIn(0xFF, 0xE0), Availability::Error); // finite, but not times 10
+    EXPECT_EQ(availabilityIn(0xFF, 0xF0), Availability::Error); // minus infinity
+    EXPECT_EQ(availabilityIn(0x7F, 0xF8), Availability::NotAvailable);
+}
+
 TEST(Decoder, FindsNothingInARemoteFrame)
 {
     Decoder decoder({standardMessage(0x123, describedSignal(0, 8))});

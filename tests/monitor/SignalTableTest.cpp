@@ -107,6 +107,18 @@ TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
     EXPECT_EQ(reportOf(oneSignal(48, 1, 0), {0xABCDEF012345}, 3).newest, 0xABCDEF012345);
 }
 
+// 0x3FC00000 and 0x400CCCCCCCCCCCCD are 1.5 and 3.6 by IEEE 754.
+TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
+{
+    auto messages = oneSignal(32, 0.1, 1);
+    messages[0].signalDescriptions[0].isFloat = true;
+    EXPECT_EQ(reportOf(messages, {0x3FC00000}, 3).newest, 1.5 * 0.1 + 1);
+    messages = oneSignal(64, 1, 0);
+    messages[0].signalDescriptions[0].isFloat = true;
+    EXPECT_EQ(reportOf(messages, {0x400CCCCCCCCCCCCD}, 3).newest, 3.6);
+    EXPECT_EQ(reportOf(messages, {0xBFF0000000000000}, 3).average, -1);
+}
+
 TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
 {
     const SignalReport report = reportOf(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);

@@ -29,6 +29,12 @@ std::optional<quint64> multiplexorValue(const Frame& frame, const MessageDescrip
     return std::nullopt;
 }
 
+/// What is finite in the frame may still leave the range of double by its scaling.
+double scaledFloat(quint64 bits, const SignalDescription& signal)
+{
+    return floatIn(bits, signal.length) * signal.factor + signal.offset;
+}
+
 bool isPresent(const SignalDescription& signal, const Frame& frame,
                std::optional<quint64> multiplexor)
 {
@@ -85,6 +91,8 @@ void Decoder::decodeMessage(const Frame& frame, int message)
             found.source = sourceAddressOf(frame.id);
             found.availability = availabilityOf(found.bits, signal.length);
         }
+        if (signal.isFloat)
+            found.availability = availabilityOf(scaledFloat(found.bits, signal));
         decoded.append(found);
     }
 }

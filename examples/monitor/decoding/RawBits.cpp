@@ -1,5 +1,7 @@
 #include "RawBits.h"
 
+#include <cstring>
+
 namespace monitor
 {
 
@@ -31,6 +33,17 @@ quint64 extractBits(const Frame& frame, const SignalDescription& signal)
         position = nextLower(position, signal.byteOrder);
     }
     return bits;
+}
+
+double floatIn(quint64 bits, int length)
+{
+    const auto shortBits = static_cast<quint32>(bits);
+    double number = 0;
+    float shortNumber = 0;
+    static_assert(sizeof number == sizeof bits && sizeof shortNumber == sizeof shortBits);
+    std::memcpy(&number, &bits, sizeof number);
+    std::memcpy(&shortNumber, &shortBits, sizeof shortNumber);
+    return length == 32 ? static_cast<double>(shortNumber) : number;
 }
 
 qint64 signExtended(quint64 bits, int length)

@@ -10,6 +10,9 @@ namespace monitor
 /// (see fitsInto()).
 quint64 extractBits(const Frame& frame, const SignalDescription& signal);
 
+/// \a bits as an IEEE number of \a length 32 or 64.
+double floatIn(quint64 bits, int length);
+
 /// \a bits, the lowest \a length of which are a two's complement, as a number.
 qint64 signExtended(quint64 bits, int length);
 

@@ -92,14 +92,20 @@ bool readScaling(const QRegularExpressionMatch& match, SignalDescription& signal
 
 } // namespace
 
+bool readDbcId(const QString& digits, MessageDescription& message)
+{
+    bool isNumber = false;
+    const quint32 id = digits.toUInt(&isNumber);
+    message.extended = (id & extendedFlag) != 0;
+    message.id = id & ~extendedFlag;
+    return isNumber;
+}
+
 DbcComplaint readDbcMessage(const QString& line, MessageDescription& message)
 {
     const QRegularExpressionMatch match = matchMessage(line);
-    bool isNumber = false;
-    const quint32 id = match.captured(1).toUInt(&isNumber);
+    const bool isNumber = readDbcId(match.captured(1), message);
     message.name = match.captured(2);
-    message.extended = (id & extendedFlag) != 0;
-    message.id = id & ~extendedFlag;
     message.protocol = message.extended ? Protocol::J1939 : Protocol::CANopen;
     message.size = readCount(match.captured(3), longestMessage);
     if (!match.hasMatch() || !isNumber)

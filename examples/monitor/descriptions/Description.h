@@ -39,6 +39,7 @@ struct SignalDescription {
     int length = 0; ///< in bits, 1 to 64
     ByteOrder byteOrder = ByteOrder::Intel;
     bool isSigned = false; ///< two's complement
+    bool isFloat = false;  ///< an IEEE number of 32 or 64 bits
     double factor = 1;     ///< value = raw x factor + offset, in \a unit
     double offset = 0;
     double lowerLimit = 0; ///< limits of the value; 0 and 0 if there are none

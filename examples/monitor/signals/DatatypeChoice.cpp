@@ -52,13 +52,14 @@ bool staysIn(const SignalDescription& signal, int bits)
 
 } // namespace
 
-// An integer type drops the fraction of every product and wraps where it is left, so a speed of
-// 0.125 rpm per bit or a temperature from -40 degrees would come out wrong: they need REAL64.
-// So does what is longer than 53 bits: the library scales in double, so an integer type would
-// show a rounded value as if it were exact, and the greatest one, rounded up, even as 0.
+// IEEE numbers of 32 bits are scaled in 64 too, where nothing is rounded. An integer type drops the
+// fraction of every product and wraps where it is left, so a speed of 0.125 rpm per bit or a
+// temperature from -40 degrees would come out wrong: they need REAL64. So does what is longer than
+// 53 bits: the library scales in double, so an integer type would show a rounded value as if it
+// were exact, and the greatest one, rounded up, even as 0.
 CANopenDataType datatypeOf(const SignalDescription& signal)
 {
-    if (!isWhole(signal.factor) || !isWhole(signal.offset))
+    if (signal.isFloat || !isWhole(signal.factor) || !isWhole(signal.offset))
         return CANopenDataType::REAL64;
     for (const IntegerType& type : integerTypes) {
         if (signal.length > type.bits)

@@ -16,6 +16,8 @@ namespace
 /// The raw value as a number of the smallest kind that QVariant has for it.
 QVariant rawValueOf(quint64 bits, const SignalDescription& description)
 {
+    if (description.isFloat)
+        return floatIn(bits, description.length);
     const bool isShort = description.length <= 32;
     if (!description.isSigned)
         return isShort ? QVariant(static_cast<uint>(bits)) : QVariant(bits);
