@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "descriptions/EdsNumber.h"
+
 #include <QtCore/QCommandLineParser>
 
 #include <cmath>
@@ -11,10 +13,12 @@ namespace
 {
 
 const QString dbcOption = QStringLiteral("dbc");
+const QString edsOption = QStringLiteral("eds");
 const QString formatOption = QStringLiteral("format");
 const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
 const QString limitsOption = QStringLiteral("limits");
+const QString nodeOption = QStringLiteral("node");
 const QString signalOption = QStringLiteral("signal");
 
 void describe(QCommandLineParser& parser)
@@ -32,6 +36,12 @@ void describe(QCommandLineParser& parser)
                                                 "writes it."));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
+    parser.addOption({edsOption,
+                      QStringLiteral("The EDS or DCF of a CANopen node, whose number --node gives. "
+                                     "May be repeated, with a --node each."),
+                      QStringLiteral("FILE.eds")});
+    parser.addOption(
+        {nodeOption, QStringLiteral("The node that --eds describes."), QStringLiteral("N")});
     parser.addOption({formatOption,
                       QStringLiteral("How to print the figures: table, json or csv (default: "
                                      "table)."),
@@ -93,6 +103,37 @@ QString readSignalOptions(const QCommandLineParser& parser, ReplayOptions& optio
     return QString();
 }
 
+/// Reads a node number, decimal or hexadecimal.
+bool readNode(const QString& text, quint8& node)
+{
+    constexpr quint32 lastNode = 127;
+    const quint32 number = readEdsNumber(text, 0).value_or(0);
+    node = static_cast<quint8>(number);
+    return number > 0 && number <= lastNode;
+}
+
+/// The complaint about the options that name descriptions. Each --eds goes with the --node at the
+/// same place.
+QString readDescriptionOptions(const QCommandLineParser& parser, ReplayOptions& options)
+{
+    const QStringList files = parser.values(edsOption);
+    const QStringList nodes = parser.values(nodeOption);
+    if (parser.values(dbcOption).size() > 1)
+        return QStringLiteral("replay takes one --dbc FILE.dbc only");
+    if (parser.values(dbcOption).isEmpty() && files.isEmpty())
+        return QStringLiteral("replay needs --dbc FILE.dbc, or --eds FILE.eds --node N");
+    if (files.size() != nodes.size())
+        return QStringLiteral("every --eds FILE.eds needs a --node N, and the other way round");
+    options.dbc = parser.value(dbcOption);
+    for (int i = 0; i < files.size(); ++i) {
+        NodeDescription description{files.at(i), 0};
+        if (!readNode(nodes.at(i), description.node))
+            return QStringLiteral("--node needs a number from 1 to 127");
+        options.nodes.append(description);
+    }
+    return QString();
+}
+
 /// The complaint about the arguments, empty if there is none.
 QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
 {
@@ -101,13 +142,11 @@ QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
         return QStringLiteral("the command is missing: monitor replay FILE --dbc FILE.dbc");
     if (arguments.size() != 2)
         return QStringLiteral("replay needs exactly one recording");
-    if (parser.values(dbcOption).size() != 1)
-        return QStringLiteral("replay needs exactly one --dbc FILE.dbc");
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
     options.recording = arguments.at(1);
-    options.description = parser.value(dbcOption);
-    return readSignalOptions(parser, options);
+    const QString complaint = readDescriptionOptions(parser, options);
+    return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "decoding/Decoder.h"
 #include "descriptions/DbcReader.h"
+#include "descriptions/EdsReader.h"
 #include "descriptions/SignalNames.h"
 #include "reading/LineReader.h"
 #include "reading/RecordingReader.h"
@@ -63,14 +64,24 @@ QString formatOutput(const ReplayOptions& options, const FrameCounts& counts,
     return reports.isEmpty() ? summary : formatReports(reports) + '\n' + summary;
 }
 
+QStringList fileNamesOf(const ReplayOptions& options)
+{
+    QStringList names;
+    if (!options.dbc.isEmpty())
+        names += options.dbc;
+    for (const NodeDescription& node : options.nodes)
+        names += node.fileName;
+    return names;
+}
+
 ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTable& table,
               QTextStream& output, QTextStream& messages)
 {
     output << formatOutput(options, counts, table.report(options.k));
     if (counts.decoded > 0)
         return ExitCode::Success;
-    messages << options.recording << ": no frame could be decoded with " << options.description
-             << '\n';
+    messages << options.recording << ": no frame could be decoded with "
+             << fileNamesOf(options).join(QStringLiteral(", ")) << '\n';
     return ExitCode::NothingDecoded;
 }
 
@@ -78,7 +89,13 @@ ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTab
 QString readDescriptions(const ReplayOptions& options, QTextStream& messages,
                          QVector<MessageDescription>& descriptions)
 {
-    QString error = readDbcFile(options.description, messages, descriptions);
+    QString error;
+    if (!options.dbc.isEmpty())
+        error = readDbcFile(options.dbc, messages, descriptions);
+    for (const NodeDescription& node : options.nodes) {
+        if (error.isEmpty())
+            error = readEdsFile(node.fileName, node.node, messages, descriptions);
+    }
     if (!error.isEmpty())
         return error;
     giveReportedNames(descriptions);

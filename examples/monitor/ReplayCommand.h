@@ -17,10 +17,17 @@ enum class ExitCode {
 
 enum class OutputFormat { Table, Json, Csv };
 
+/// A CANopen node and the file that describes it.
+struct NodeDescription {
+    QString fileName; ///< of an EDS or DCF
+    quint8 node = 0;  ///< 1 to 127
+};
+
 /// What to replay, and how.
 struct ReplayOptions {
-    QString recording;    ///< file name of a log of candump or of a Vector tool
-    QString description;  ///< file name of a DBC
+    QString recording; ///< file name of a log of candump or of a Vector tool
+    QString dbc;       ///< file name of a DBC; empty if there is none
+    QVector<NodeDescription> nodes;
     QStringList patterns; ///< of the signals to report; none: all of them
     QVector<SignalLimits> limits;
     double k = 3; ///< half the width of the band, in deviations

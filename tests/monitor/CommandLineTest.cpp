@@ -21,7 +21,7 @@ TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
     const CommandLine line = read({"replay", "bus.log", "--dbc", "bus.dbc", "--k", "1.5"});
     ASSERT_TRUE(line.replay.has_value());
     EXPECT_EQ(line.replay->recording, QString("bus.log"));
-    EXPECT_EQ(line.replay->description, QString("bus.dbc"));
+    EXPECT_EQ(line.replay->dbc, QString("bus.dbc"));
     EXPECT_EQ(line.replay->k, 1.5);
 }
 
@@ -30,6 +30,19 @@ TEST(CommandLine, FactorIsThreeIfNotGiven)
     const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log"});
     ASSERT_TRUE(line.replay.has_value());
     EXPECT_EQ(line.replay->k, 3);
+}
+
+TEST(CommandLine, NodesAreDescribedInPairs)
+{
+    const CommandLine line =
+        read({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--node=0x7F", "--eds=b.dcf"});
+    ASSERT_TRUE(line.replay.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.replay->dbc, QString());
+    ASSERT_EQ(line.replay->nodes.size(), 2);
+    EXPECT_EQ(line.replay->nodes.at(0).fileName, QString("a.eds"));
+    EXPECT_EQ(line.replay->nodes.at(0).node, 5);
+    EXPECT_EQ(line.replay->nodes.at(1).fileName, QString("b.dcf"));
+    EXPECT_EQ(line.replay->nodes.at(1).node, 127);
 }
 
 TEST(CommandLine, FormatIsATableIfNotGiven)
@@ -99,6 +112,12 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--colour"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds"},
+             QStringList{"replay", "bus.log", "--node", "5"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "0"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "128"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "five"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds"},
          }) {
         const CommandLine line = read(arguments);
         EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();

@@ -112,6 +112,30 @@ TEST_F(Program, WhatIsLostOrAnErrorIsCountedApart)
         << run.output.toStdString();
 }
 
+// Two nodes of one kind; 300 and -300 have the mean 0 and the deviation 300.
+TEST_F(Program, ObjectsOfCanopenNodesAreShownByNode)
+{
+    const QString eds = write("drive.eds", "[1800Sub1]\nDefaultValue=$NODEID+0x40000180\n"
+                                           "[1a00sub0]\nDefaultValue=3\n"
+                                           "[1A00SUB1]\nDefaultValue=0x60440010\n"
+                                           "[1A00sub2]\nDefaultValue=0x20000030\n"
+                                           "[6044]\nParameterName=Speed\nDataType=0x0003\n"
+                                           "[2000]\nParameterName=Uptime\nDataType=0x0013\n");
+    const QString log = write("bus.log", "(1.0) can0 185#2C01FFFFFFFFFFFF\n"
+                                         "(1.1) can0 185#R8\n"
+                                         "(1.2) can0 187#0100010000000000\n"
+                                         "(1.3) can0 185#D4FE0000000000F0\n");
+    const MonitorRun run = runMonitor({"replay", log, "--eds", eds, "--node", "5", "--eds", eds,
+                                       "--node", "7", "--format", "csv"});
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.section("\r\n", 1),
+              QString("Speed,canopen,5,2,0,0,-300,0,300,-300,300,0,100,-900,900,0,\r\n"
+                      "Speed,canopen,7,1,0,0,1,1,0,1,1,1,100,1,1,0,\r\n"
+                      "Uptime,canopen,5,2,0,0,-17592186044416,,,,,,,,,,\r\n"
+                      "Uptime,canopen,7,1,0,0,1,,,,,,,,,,\r\n"));
+}
+
 TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
 {
     const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);

@@ -39,6 +39,18 @@ QVector<MessageDescription> oneSignal(int length, double factor, double offset)
     return {describedMessage(0, {signal})};
 }
 
+QVector<MessageDescription> oneObject(CAN::CANopenDataType datatype, int length, bool carried)
+{
+    SignalDescription signal = describedSignal(0, length);
+    signal.datatype = datatype;
+    signal.carried = carried;
+    signal.isSigned =
+        datatype == CAN::CANopenDataType::INTEGER40 || datatype == CAN::CANopenDataType::INTEGER48;
+    MessageDescription message = describedMessage(0, {signal});
+    message.protocol = monitor::Protocol::CANopen;
+    return {message};
+}
+
 SignalReport reportOf(const QVector<MessageDescription>& messages, const QVector<quint64>& raw,
                       double k)
 {
@@ -199,4 +211,29 @@ TEST(SignalTable, GivenLimitsRateASingleValueToo)
     messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
     EXPECT_EQ(reportOf(messages, {17}, 1).rating, 0);
     EXPECT_EQ(reportOf(messages, {8}, 1).rating, 100);
+}
+
+TEST(SignalTable, CarriedSignalsShowTheirNewestValueAndNoFigures)
+{
+    using Type = CAN::CANopenDataType;
+    SignalReport report = reportOf(oneObject(Type::INTEGER48, 48, true), {1, 0xFFFFFFFFFFFE}, 3);
+    EXPECT_TRUE(report.carried);
+    EXPECT_EQ(report.count, 2);
+    EXPECT_EQ(report.newestNumber, -2);
+    EXPECT_EQ(report.newestText, QString("-2"));
+    report = reportOf(oneObject(Type::UNSIGNED56, 56, true), {0x00FFFFFFFFFFFFFF}, 3);
+    EXPECT_EQ(report.newestNumber, std::nullopt); // not exact in double
+    EXPECT_EQ(report.newestText, QString("72057594037927935"));
+    report = reportOf(oneObject(Type::VISIBLE_STRING, 32, true), {0x00006B4F}, 3);
+    EXPECT_EQ(report.newestText, QString("Ok"));
+    report = reportOf(oneObject(Type::OCTET_STRING, 32, true), {0x00006B4F}, 3);
+    EXPECT_EQ(report.newestText, QString("4f 6b 00 00"));
+    EXPECT_EQ(report.newestNumber, std::nullopt);
+}
+
+TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
+{
+    const auto messages = oneObject(CAN::CANopenDataType::INTEGER40, 40, false);
+    EXPECT_EQ(reportOf(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
+    EXPECT_EQ(reportOf(messages, {0x8000000000}, 3).average, -549755813888.0);
 }

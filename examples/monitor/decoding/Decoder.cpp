@@ -90,6 +90,8 @@ void Decoder::decodeMessage(const Frame& frame, int message)
         if (description.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(frame.id);
             found.availability = availabilityOf(found.bits, signal.length);
+        } else {
+            found.source = description.node;
         }
         if (signal.isFloat)
             found.availability = availabilityOf(scaledFloat(found.bits, signal));

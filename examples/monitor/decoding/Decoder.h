@@ -16,7 +16,7 @@ namespace monitor
 struct DecodedSignal {
     int message = 0;              ///< index of the message in the description
     int signal = 0;               ///< index of the signal in the message
-    std::optional<quint8> source; ///< J1939 source address; none for an 11-bit frame
+    std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
     quint64 bits = 0; ///< the raw value without its sign
 };

@@ -1,10 +1,10 @@
 #include "DbcReader.h"
 
 #include "../reading/LineReader.h"
+#include "../reading/LineText.h"
 #include "DbcLine.h"
 
 #include <QtCore/QRegularExpression>
-#include <QtCore/QTextCodec>
 
 #include <algorithm>
 
@@ -16,15 +16,6 @@ namespace
 
 /// A message of this name holds the signals that belong to none.
 const QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
-
-/// Older tools write units such as the degree sign in Latin-1, newer ones in UTF-8.
-QString decoded(const QByteArray& line)
-{
-    QTextCodec::ConverterState state;
-    const QString text =
-        QTextCodec::codecForName("UTF-8")->toUnicode(line.constData(), line.size(), &state);
-    return state.invalidChars + state.remainingChars == 0 ? text : QString::fromLatin1(line);
-}
 
 QString keywordOf(const QString& line)
 {
@@ -63,7 +54,7 @@ bool removeSignals(MessageDescription& message, Predicate unwanted)
 
 void DbcReader::readLine(qint64 number, const QByteArray& bytes)
 {
-    const QString line = decoded(bytes);
+    const QString line = textOf(bytes);
     const QString keyword = textBegunInLine == 0 ? keywordOf(line) : QString();
     if (keyword == QLatin1String("BO_"))
         readMessage(number, line);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cansupport/CANopenDataType.h>
+
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
@@ -38,9 +40,11 @@ struct SignalDescription {
     int startBit = 0;
     int length = 0; ///< in bits, 1 to 64
     ByteOrder byteOrder = ByteOrder::Intel;
-    bool isSigned = false; ///< two's complement
-    bool isFloat = false;  ///< an IEEE number of 32 or 64 bits
-    double factor = 1;     ///< value = raw x factor + offset, in \a unit
+    bool isSigned = false;                        ///< two's complement
+    bool isFloat = false;                         ///< an IEEE number of 32 or 64 bits
+    std::optional<CAN::CANopenDataType> datatype; ///< of a CANopen object
+    bool carried = false; ///< true: recorded as it is, there are no figures of it
+    double factor = 1;    ///< value = raw x factor + offset, in \a unit
     double offset = 0;
     double lowerLimit = 0; ///< limits of the value; 0 and 0 if there are none
     double upperLimit = 0;

@@ -21,6 +21,12 @@ QVector<QJsonValue> figuresOf(const SignalReport& report)
 {
     if (report.count == 0)
         return QVector<QJsonValue>(figures, QJsonValue::Null);
+    if (report.carried) {
+        QVector<QJsonValue> fields(figures, QJsonValue::Null);
+        if (report.newestNumber)
+            fields[0] = *report.newestNumber;
+        return fields;
+    }
     return {report.newest,         report.average,  report.deviation, report.minimum,
             report.maximum,        report.median,   report.rating,    report.lowerThreshold,
             report.upperThreshold, report.deviators};

@@ -54,7 +54,9 @@ QStringList rowOf(const SignalReport& report)
     QStringList row;
     row << report.name << (report.source ? QString::number(*report.source) : QString())
         << QString::number(report.count);
-    if (report.count > 0)
+    if (report.carried)
+        row << report.newestText << QVector<QString>(figures - 1).toList();
+    else if (report.count > 0)
         row << figuresOf(report);
     else
         row << QVector<QString>(figures).toList();

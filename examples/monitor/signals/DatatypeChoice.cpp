@@ -50,6 +50,16 @@ bool staysIn(const SignalDescription& signal, int bits)
     return true;
 }
 
+/// Whether the data type of the CANopen object \a signal shows it as it is. INTEGER40 does not: it
+/// selects the element type of a single byte.
+bool keepsItsType(const SignalDescription& signal)
+{
+    const bool isScaled = signal.factor != 1 || signal.offset != 0;
+    const bool isExact = signal.isFloat || signal.length <= exactBits;
+    return signal.carried ||
+           (!isScaled && isExact && *signal.datatype != CANopenDataType::INTEGER40);
+}
+
 } // namespace
 
 // IEEE numbers of 32 bits are scaled in 64 too, where nothing is rounded. An integer type drops the
@@ -59,6 +69,8 @@ bool staysIn(const SignalDescription& signal, int bits)
 // were exact, and the greatest one, rounded up, even as 0.
 CANopenDataType datatypeOf(const SignalDescription& signal)
 {
+    if (signal.datatype && keepsItsType(signal))
+        return *signal.datatype;
     if (signal.isFloat || !isWhole(signal.factor) || !isWhole(signal.offset))
         return CANopenDataType::REAL64;
     for (const IntegerType& type : integerTypes) {

@@ -6,6 +6,9 @@
 #include <vantrel/handlers/GenericValueHandler.h>
 
 #include <algorithm>
+#include <cmath>
+
+using CAN::CANopenDataType;
 
 namespace monitor
 {
@@ -13,11 +16,37 @@ namespace monitor
 namespace
 {
 
+/// Whether the bits of a carried signal are a number. Times are taken for one; texts are not.
+bool isNumber(const SignalDescription& description)
+{
+    const auto code = *description.datatype;
+    return code != CANopenDataType::VISIBLE_STRING && code != CANopenDataType::OCTET_STRING &&
+           code != CANopenDataType::UNICODE_STRING && code != CANopenDataType::DOMAIN;
+}
+
+/// The bytes of a text as they stand in the PDO; of a visible one up to its end.
+QVariant textIn(quint64 bits, const SignalDescription& description)
+{
+    QByteArray bytes;
+    for (int shift = 0; shift < description.length; shift += 8)
+        bytes.append(static_cast<char>(bits >> shift & 0xFF));
+    if (description.datatype != CANopenDataType::VISIBLE_STRING)
+        return bytes;
+    return QString::fromLatin1(bytes.constData());
+}
+
+QVariant floatValueOf(double number, int length)
+{
+    return length == 32 ? QVariant(static_cast<float>(number)) : QVariant(number);
+}
+
 /// The raw value as a number of the smallest kind that QVariant has for it.
 QVariant rawValueOf(quint64 bits, const SignalDescription& description)
 {
     if (description.isFloat)
-        return floatIn(bits, description.length);
+        return floatValueOf(floatIn(bits, description.length), description.length);
+    if (description.carried && !isNumber(description))
+        return textIn(bits, description);
     const bool isShort = description.length <= 32;
     if (!description.isSigned)
         return isShort ? QVariant(static_cast<uint>(bits)) : QVariant(bits);
@@ -65,7 +94,12 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     }
     T value;
     value.rawValue = rawValueOf(decoded.bits, description);
-    recorded.setNewValue(std::move(value), description.factor, description.offset);
+    if (!description.carried)
+        return static_cast<void>(
+            recorded.setNewValue(std::move(value), description.factor, description.offset));
+    // Not to the running statistics too, which would make numbers of anything.
+    recorded.scaleAndAppendValue(value, description.factor, description.offset);
+    recorded.setNewValue(std::move(value));
 }
 
 // Not setValueHandling(), which would stop it too: the median needs the handling to stay.
@@ -94,6 +128,8 @@ void RecordedSignal<T>::measure(SignalReport& report, double k)
     const QVector<T> values = recorded.getValues();
     if (values.isEmpty())
         return;
+    if (description.carried)
+        return showNewest(report, values.constLast());
     QVariant maximum;
     QVariant minimum;
     unsigned int count = 0;
@@ -107,6 +143,20 @@ void RecordedSignal<T>::measure(SignalReport& report, double k)
     report.upperThreshold = report.average + report.deviation * k;
     report.rating = rate(report, k);
     report.deviators = countOutside(values, report.lowerThreshold, report.upperThreshold);
+}
+
+template <typename T>
+void RecordedSignal<T>::showNewest(SignalReport& report, const T& newest)
+{
+    constexpr double exactNumbers = 9007199254740992.0; // 2^53
+    report.carried = true;
+    report.count = recorded.getValueCount();
+    const bool isBytes = newest.scaledValue.userType() == QMetaType::QByteArray;
+    report.newestText = isBytes ? QString::fromLatin1(newest.scaledValue.toByteArray().toHex(' '))
+                                : newest.scaledValue.toString();
+    const double number = newest.scaledValue.toDouble();
+    if (isNumber(description) && std::fabs(number) <= exactNumbers)
+        report.newestNumber = number;
 }
 
 // Given limits hold for a single value too, for which GenericSignalImpl::getRating() always says

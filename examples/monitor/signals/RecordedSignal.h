@@ -21,6 +21,7 @@ public:
 
 private:
     void measure(SignalReport& report, double k);
+    void showNewest(SignalReport& report, const T& newest);
     int rate(const SignalReport& report, double k);
 
     SignalDescription description;

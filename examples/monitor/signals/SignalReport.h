@@ -19,6 +19,9 @@ struct SignalReport {
 
     int count = 0; ///< of the measured values; the figures below are 0 if it is
     double newest = 0;
+    bool carried = false;               ///< true: only the newest value is known, as below
+    QString newestText;                 ///< of a carried signal
+    std::optional<double> newestNumber; ///< of a carried signal, if it is an exact number
     double average = 0;
     double deviation = 0; ///< population deviation, divisor n
     double minimum = 0;
