@@ -1,6 +1,7 @@
 #include "ReplayCommand.h"
 
 #include "decoding/Decoder.h"
+#include "decoding/TransportProtocol.h"
 #include "descriptions/DbcReader.h"
 #include "descriptions/EdsReader.h"
 #include "descriptions/SignalNames.h"
@@ -17,18 +18,37 @@ namespace monitor
 namespace
 {
 
-void takeFrame(const Frame& frame, Decoder& decoder, SignalTable& table, FrameCounts& counts)
+/// What takes the frames of a recording to the signals.
+struct Replay {
+    explicit Replay(QVector<MessageDescription> descriptions) : decoder(std::move(descriptions)) {}
+
+    Decoder decoder;
+    SignalTable table{decoder.messages()};
+    TransportProtocol transport;
+    FrameCounts counts;
+};
+
+/// Records what is found. Returns whether that is anything.
+bool feed(const QVector<DecodedSignal>& found, SignalTable& table)
 {
-    ++counts.total;
-    const QVector<DecodedSignal>& found = decoder.decode(frame);
-    counts.decoded += found.isEmpty() ? 0 : 1;
     for (const DecodedSignal& decoded : found)
         table.feed(decoded);
+    return !found.isEmpty();
+}
+
+/// A frame counts as decoded if a signal is found in it, or in the message that it helps to bring.
+void takeFrame(const Frame& frame, Replay& replay)
+{
+    ++replay.counts.total;
+    const bool isDecoded = feed(replay.decoder.decode(frame), replay.table);
+    replay.counts.decoded += isDecoded ? 1 : 0;
+    const auto message = replay.transport.take(frame);
+    if (message && feed(replay.decoder.decode(message->payload), replay.table))
+        replay.counts.decoded += message->frames;
 }
 
 /// Feeds the frames of the recording to \a table. Returns what made that impossible, if anything.
-QString readRecording(const QString& fileName, QTextStream& messages, Decoder& decoder,
-                      SignalTable& table, FrameCounts& counts)
+QString readRecording(const QString& fileName, QTextStream& messages, Replay& replay)
 {
     LineReader lines(fileName);
     LineWarnings warnings(messages, fileName);
@@ -37,14 +57,15 @@ QString readRecording(const QString& fileName, QTextStream& messages, Decoder& d
     for (QByteArray line; lines.readLine(line);) {
         const LineKind kind = recording.readLine(line, frame);
         if (kind == LineKind::Frame)
-            takeFrame(frame, decoder, table, counts);
+            takeFrame(frame, replay);
         else if (kind == LineKind::ErrorFrame)
-            ++counts.errors;
+            ++replay.counts.errors;
         else if (kind == LineKind::NoFrame)
             warnings.add(lines.lineNumber(), QStringLiteral("not a frame"));
     }
-    counts.dropped = recording.dropped();
-    counts.noFrame = warnings.count();
+    replay.counts.dropped = recording.dropped();
+    replay.counts.noFrame = warnings.count();
+    replay.counts.transport = replay.transport.counts();
     warnings.printTotal(QStringLiteral("line(s) in all that are no frame"));
     return lines.error();
 }
@@ -60,7 +81,8 @@ QString formatOutput(const ReplayOptions& options, const FrameCounts& counts,
     case OutputFormat::Table:
         break;
     }
-    const QString summary = formatLimits(reports) + formatSummary(counts, options.k);
+    const QString summary = formatLimits(reports) + formatSummary(counts, options.k) +
+                            formatTransport(counts.transport);
     return reports.isEmpty() ? summary : formatReports(reports) + '\n' + summary;
 }
 
@@ -74,10 +96,13 @@ QStringList fileNamesOf(const ReplayOptions& options)
     return names;
 }
 
-ExitCode show(const ReplayOptions& options, const FrameCounts& counts, SignalTable& table,
-              QTextStream& output, QTextStream& messages)
+ExitCode show(const ReplayOptions& options, Replay& replay, QTextStream& output,
+              QTextStream& messages)
 {
-    output << formatOutput(options, counts, table.report(options.k));
+    const FrameCounts& counts = replay.counts;
+    output << formatOutput(options, counts, replay.table.report(options.k));
+    if (options.format != OutputFormat::Table)
+        messages << formatTransport(counts.transport);
     if (counts.decoded > 0)
         return ExitCode::Success;
     messages << options.recording << ": no frame could be decoded with "
@@ -109,14 +134,12 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
 {
     QVector<MessageDescription> descriptions;
     QString error = readDescriptions(options, messages, descriptions);
-    Decoder decoder(std::move(descriptions));
-    SignalTable table(decoder.messages());
-    FrameCounts counts;
+    Replay replaying(std::move(descriptions));
     if (error.isEmpty())
-        error = readRecording(options.recording, messages, decoder, table, counts);
-    table.stopUpdating();
+        error = readRecording(options.recording, messages, replaying);
+    replaying.table.stopUpdating();
     if (error.isEmpty())
-        return show(options, counts, table, output, messages);
+        return show(options, replaying, output, messages);
     messages << error << '\n';
     return ExitCode::WrongUse;
 }

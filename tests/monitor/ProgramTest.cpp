@@ -136,6 +136,24 @@ TEST_F(Program, ObjectsOfCanopenNodesAreShownByNode)
                       "Uptime,canopen,7,1,0,0,1,,,,,,,,,,\r\n"));
 }
 
+// The message is announced with 20 bytes: the signal lies in bytes 15 and 16, in the third packet.
+TEST_F(Program, MessageOfSeveralFramesIsDecoded)
+{
+    const QByteArray dbc = "BO_ 2566849278 Long: 20 X\n"
+                           " SG_ Mass : 120|16@1+ (2,0) [0|0] \"kg\" X\n";
+    const QByteArray log = "(1.0) can0 1CECFF21#20140003FF02FF00\n"
+                           "(1.1) can0 1CEBFF21#0100000000000000\n"
+                           "(1.2) can0 1CEBFF21#0200000000000000\n"
+                           "(1.3) can0 1CEBFF21#03003412FFFFFFFF\n";
+    const MonitorRun run = replay(log, dbc);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.output.section('\n', 1, 1).simplified().startsWith("Mass 33 1 9320 "))
+        << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("decoded     4\nundecoded   0\n"));
+    EXPECT_TRUE(run.output.endsWith(
+        "transport   1 message(s), 0 interrupted; packets: 0 lost, 0 out of order\n"));
+}
+
 TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
 {
     const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);

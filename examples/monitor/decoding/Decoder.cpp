@@ -19,12 +19,12 @@ quint32 keyOf(quint32 id, bool extended)
     return extended ? id | extendedFlag : id;
 }
 
-/// The value of the multiplexor of \a message in \a frame, none if it has none there.
-std::optional<quint64> multiplexorValue(const Frame& frame, const MessageDescription& message)
+/// The value of the multiplexor of \a message in \a payload, none if it has none there.
+std::optional<quint64> multiplexorValue(const Payload& payload, const MessageDescription& message)
 {
     for (const SignalDescription& signal : message.signalDescriptions) {
-        if (signal.multiplexing == Multiplexing::Multiplexor && fitsInto(signal, frame.length))
-            return extractBits(frame, signal);
+        if (signal.multiplexing == Multiplexing::Multiplexor && fitsInto(signal, payload.length))
+            return extractBits(payload.data, signal);
     }
     return std::nullopt;
 }
@@ -35,12 +35,12 @@ double scaledFloat(quint64 bits, const SignalDescription& signal)
     return floatIn(bits, signal.length) * signal.factor + signal.offset;
 }
 
-bool isPresent(const SignalDescription& signal, const Frame& frame,
+bool isPresent(const SignalDescription& signal, const Payload& payload,
                std::optional<quint64> multiplexor)
 {
     const bool depends = signal.multiplexing == Multiplexing::Multiplexed ||
                          signal.multiplexing == Multiplexing::Nested;
-    return fitsInto(signal, frame.length) && (!depends || multiplexor == signal.multiplexorValue);
+    return fitsInto(signal, payload.length) && (!depends || multiplexor == signal.multiplexorValue);
 }
 
 } // namespace
@@ -61,34 +61,40 @@ Decoder::Decoder(QVector<MessageDescription> messageDescriptions)
 
 const QVector<DecodedSignal>& Decoder::decode(const Frame& frame)
 {
-    decoded.resize(0); // unlike clear(), keeps the storage for the next frame
-    if (frame.remote)
-        return decoded;
-    if (frame.extended)
-        decodeAll(frame, byPgn, pgnOf(frame.id));
-    decodeAll(frame, byId, keyOf(frame.id, frame.extended));
+    if (!frame.remote)
+        return decode(payloadOf(frame));
+    decoded.resize(0);
     return decoded;
 }
 
-void Decoder::decodeAll(const Frame& frame, const Messages& messagesByKey, quint32 key)
+const QVector<DecodedSignal>& Decoder::decode(const Payload& payload)
+{
+    decoded.resize(0); // unlike clear(), keeps the storage for the next frame
+    if (payload.extended)
+        decodeAll(payload, byPgn, pgnOf(payload.id));
+    decodeAll(payload, byId, keyOf(payload.id, payload.extended));
+    return decoded;
+}
+
+void Decoder::decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key)
 {
     for (auto it = messagesByKey.constFind(key); it != messagesByKey.cend() && it.key() == key;
          ++it)
-        decodeMessage(frame, it.value());
+        decodeMessage(payload, it.value());
 }
 
-void Decoder::decodeMessage(const Frame& frame, int message)
+void Decoder::decodeMessage(const Payload& payload, int message)
 {
     const MessageDescription& description = descriptions.at(message);
-    const std::optional<quint64> multiplexor = multiplexorValue(frame, description);
+    const std::optional<quint64> multiplexor = multiplexorValue(payload, description);
     for (int i = 0; i < description.signalDescriptions.size(); ++i) {
         const SignalDescription& signal = description.signalDescriptions.at(i);
-        if (!signal.chosen || !isPresent(signal, frame, multiplexor))
+        if (!signal.chosen || !isPresent(signal, payload, multiplexor))
             continue;
         DecodedSignal found{message, i, std::nullopt, Availability::Measured, 0};
-        found.bits = extractBits(frame, signal);
+        found.bits = extractBits(payload.data, signal);
         if (description.protocol == Protocol::J1939) {
-            found.source = sourceAddressOf(frame.id);
+            found.source = sourceAddressOf(payload.id);
             found.availability = availabilityOf(found.bits, signal.length);
         } else {
             found.source = description.node;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "../descriptions/Description.h"
-#include "../reading/Frame.h"
 #include "Availability.h"
+#include "Payload.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QVector>
@@ -36,11 +36,14 @@ public:
     /// value, and what is not chosen. The answer is good until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
+    /// The same for data that need not have come in one frame.
+    const QVector<DecodedSignal>& decode(const Payload& payload);
+
 private:
     using Messages = QMultiHash<quint32, int>; // indices by what a frame is known by
 
-    void decodeAll(const Frame& frame, const Messages& messagesByKey, quint32 key);
-    void decodeMessage(const Frame& frame, int message);
+    void decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key);
+    void decodeMessage(const Payload& payload, int message);
 
     QVector<MessageDescription> descriptions;
     Messages byPgn; // J1939

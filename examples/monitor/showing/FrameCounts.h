@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/qglobal.h>
+#include "../decoding/TransportProtocol.h"
 
 namespace monitor
 {
@@ -12,6 +12,7 @@ struct FrameCounts {
     qint64 dropped = 0; ///< frames that the recorder says it could not record
     qint64 errors = 0;  ///< error frames
     qint64 noFrame = 0; ///< lines that were no frame
+    TransportCounts transport{};
 };
 
 } // namespace monitor

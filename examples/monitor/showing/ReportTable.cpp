@@ -86,6 +86,18 @@ QString formatLimits(const QVector<SignalReport>& reports)
     return lines;
 }
 
+QString formatTransport(const TransportCounts& counts)
+{
+    if (counts.messages + counts.lost + counts.outOfOrder + counts.interrupted == 0)
+        return QString();
+    return QStringLiteral("transport   %1 message(s), %2 interrupted; packets: %3 lost, %4 out of "
+                          "order\n")
+        .arg(counts.messages)
+        .arg(counts.interrupted)
+        .arg(counts.lost)
+        .arg(counts.outOfOrder);
+}
+
 QString formatSummary(const FrameCounts& counts, double k)
 {
     return QStringLiteral("band        average -/+ %1 deviations\n"

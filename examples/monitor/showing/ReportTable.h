@@ -15,6 +15,9 @@ QString formatReports(const QVector<SignalReport>& reports);
 /// A line for each signal that is rated by given limits; empty if there is none.
 QString formatLimits(const QVector<SignalReport>& reports);
 
+/// A line about messages of several frames; empty if there was none.
+QString formatTransport(const TransportCounts& counts);
+
 /// The counts, a line each, and what the band is made of.
 QString formatSummary(const FrameCounts& counts, double k);
 
