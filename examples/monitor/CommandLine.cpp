@@ -12,6 +12,7 @@ namespace monitor
 namespace
 {
 
+const QString configOption = QStringLiteral("config");
 const QString dbcOption = QStringLiteral("dbc");
 const QString edsOption = QStringLiteral("eds");
 const QString formatOption = QStringLiteral("format");
@@ -42,6 +43,9 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("FILE.eds")});
     parser.addOption(
         {nodeOption, QStringLiteral("The node that --eds describes."), QStringLiteral("N")});
+    parser.addOption({configOption,
+                      QStringLiteral("Scalings, limits and k from a file; options count more."),
+                      QStringLiteral("FILE.json")});
     parser.addOption({formatOption,
                       QStringLiteral("How to print the figures: table, json or csv (default: "
                                      "table)."),
@@ -49,7 +53,7 @@ void describe(QCommandLineParser& parser)
     parser.addOption({kOption,
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
-                      QStringLiteral("K"), QStringLiteral("3")});
+                      QStringLiteral("K")});
     parser.addOption({signalOption,
                       QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
                                      "be repeated."),
@@ -89,10 +93,12 @@ bool readLimits(const QString& text, SignalLimits& given)
 /// The complaint about the options that change what is shown of signals.
 QString readSignalOptions(const QCommandLineParser& parser, ReplayOptions& options)
 {
-    bool understood = false;
-    options.k = parser.value(kOption).toDouble(&understood);
-    if (!understood || !std::isfinite(options.k) || options.k < 0)
+    bool understood = true;
+    if (parser.isSet(kOption))
+        options.k = parser.value(kOption).toDouble(&understood);
+    if (!understood || !std::isfinite(options.k.value_or(0)) || options.k.value_or(0) < 0)
         return QStringLiteral("--k needs a number that is not negative");
+    options.config = parser.value(configOption);
     options.patterns = parser.values(signalOption);
     for (const QString& text : parser.values(limitsOption)) {
         SignalLimits given;

@@ -2,6 +2,7 @@
 
 #include "decoding/Decoder.h"
 #include "decoding/TransportProtocol.h"
+#include "descriptions/ConfigFile.h"
 #include "descriptions/DbcReader.h"
 #include "descriptions/EdsReader.h"
 #include "descriptions/SignalNames.h"
@@ -17,6 +18,8 @@ namespace monitor
 
 namespace
 {
+
+constexpr double usualK = 3;
 
 /// What takes the frames of a recording to the signals.
 struct Replay {
@@ -70,10 +73,10 @@ QString readRecording(const QString& fileName, QTextStream& messages, Replay& re
     return lines.error();
 }
 
-QString formatOutput(const ReplayOptions& options, const FrameCounts& counts,
+QString formatOutput(OutputFormat format, double k, const FrameCounts& counts,
                      const QVector<SignalReport>& reports)
 {
-    switch (options.format) {
+    switch (format) {
     case OutputFormat::Json:
         return formatJson(reports, counts);
     case OutputFormat::Csv:
@@ -81,8 +84,8 @@ QString formatOutput(const ReplayOptions& options, const FrameCounts& counts,
     case OutputFormat::Table:
         break;
     }
-    const QString summary = formatLimits(reports) + formatSummary(counts, options.k) +
-                            formatTransport(counts.transport);
+    const QString summary =
+        formatLimits(reports) + formatSummary(counts, k) + formatTransport(counts.transport);
     return reports.isEmpty() ? summary : formatReports(reports) + '\n' + summary;
 }
 
@@ -96,11 +99,11 @@ QStringList fileNamesOf(const ReplayOptions& options)
     return names;
 }
 
-ExitCode show(const ReplayOptions& options, Replay& replay, QTextStream& output,
+ExitCode show(const ReplayOptions& options, double k, Replay& replay, QTextStream& output,
               QTextStream& messages)
 {
     const FrameCounts& counts = replay.counts;
-    output << formatOutput(options, counts, replay.table.report(options.k));
+    output << formatOutput(options.format, k, counts, replay.table.report(k));
     if (options.format != OutputFormat::Table)
         messages << formatTransport(counts.transport);
     if (counts.decoded > 0)
@@ -121,10 +124,38 @@ QString readDescriptions(const ReplayOptions& options, QTextStream& messages,
         if (error.isEmpty())
             error = readEdsFile(node.fileName, node.node, messages, descriptions);
     }
+    giveReportedNames(descriptions);
+    return error;
+}
+
+/// Reads the configuration, if there is one, and changes \a descriptions as it says.
+QString applyConfig(const QString& fileName, Config& config,
+                    QVector<MessageDescription>& descriptions)
+{
+    if (fileName.isEmpty())
+        return QString();
+    const QString error = readConfigFile(fileName, config);
     if (!error.isEmpty())
         return error;
-    giveReportedNames(descriptions);
-    error = chooseSignals(options.patterns, descriptions);
+    for (const QString& complaint :
+         {setScalings(config.scalings, descriptions), setLimits(config.limits, descriptions),
+          setNotReserved(config.notReserved, descriptions)}) {
+        if (!complaint.isEmpty())
+            return fileName + QStringLiteral(": ") + complaint;
+    }
+    return QString();
+}
+
+/// Reads everything that tells what to look for. What stands in the arguments counts more than
+/// the configuration.
+QString prepare(const ReplayOptions& options, QTextStream& messages, Config& config,
+                QVector<MessageDescription>& descriptions)
+{
+    QString error = readDescriptions(options, messages, descriptions);
+    if (error.isEmpty())
+        error = applyConfig(options.config, config, descriptions);
+    if (error.isEmpty())
+        error = chooseSignals(options.patterns, descriptions);
     return error.isEmpty() ? setLimits(options.limits, descriptions) : error;
 }
 
@@ -133,13 +164,15 @@ QString readDescriptions(const ReplayOptions& options, QTextStream& messages,
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages)
 {
     QVector<MessageDescription> descriptions;
-    QString error = readDescriptions(options, messages, descriptions);
+    Config config;
+    QString error = prepare(options, messages, config, descriptions);
     Replay replaying(std::move(descriptions));
     if (error.isEmpty())
         error = readRecording(options.recording, messages, replaying);
     replaying.table.stopUpdating();
     if (error.isEmpty())
-        return show(options, replaying, output, messages);
+        return show(options, options.k.value_or(config.k.value_or(usualK)), replaying, output,
+                    messages);
     messages << error << '\n';
     return ExitCode::WrongUse;
 }

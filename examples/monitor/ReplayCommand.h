@@ -5,6 +5,8 @@
 #include <QtCore/QString>
 #include <QtCore/QTextStream>
 
+#include <optional>
+
 namespace monitor
 {
 
@@ -30,7 +32,8 @@ struct ReplayOptions {
     QVector<NodeDescription> nodes;
     QStringList patterns; ///< of the signals to report; none: all of them
     QVector<SignalLimits> limits;
-    double k = 3; ///< half the width of the band, in deviations
+    QString config;          ///< file name of a configuration; empty if there is none
+    std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
     OutputFormat format = OutputFormat::Table;
 };
 

@@ -25,11 +25,12 @@ TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
     EXPECT_EQ(line.replay->k, 1.5);
 }
 
-TEST(CommandLine, FactorIsThreeIfNotGiven)
+TEST(CommandLine, FactorMayBeLeftToTheConfiguration)
 {
-    const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log"});
+    const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log", "--config", "bus.json"});
     ASSERT_TRUE(line.replay.has_value());
-    EXPECT_EQ(line.replay->k, 3);
+    EXPECT_EQ(line.replay->k, std::nullopt);
+    EXPECT_EQ(line.replay->config, QString("bus.json"));
 }
 
 TEST(CommandLine, NodesAreDescribedInPairs)

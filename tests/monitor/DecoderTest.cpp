@@ -132,6 +132,17 @@ TEST(Decoder, LeavesOutSignalsThatTheDataIsTooShortFor)
     }
 }
 
+TEST(Decoder, SignalThatReservesNothingIsAlwaysMeasured)
+{
+    SignalDescription signal = describedSignal(0, 8);
+    signal.reserves = false;
+    Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
+    Frame frame = extendedFrame(0x18FEF100);
+    frame.data.at(0) = 0xFF;
+    EXPECT_EQ(decoder.decode(frame).at(0).availability, Availability::Measured);
+    EXPECT_EQ(decoder.decode(frame).at(0).bits, 0xFFU);
+}
+
 TEST(Decoder, FloatingPointSignalsReserveNothingButWhatIsNoNumber)
 {
     SignalDescription signal = describedSignal(0, 64);

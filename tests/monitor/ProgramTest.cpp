@@ -154,6 +154,38 @@ TEST_F(Program, MessageOfSeveralFramesIsDecoded)
         "transport   1 message(s), 0 interrupted; packets: 0 lost, 0 out of order\n"));
 }
 
+TEST_F(Program, ConfigurationScalesAndRatesAndOptionsCountMore)
+{
+    const QString eds = write("drive.eds", "[1800sub1]\nDefaultValue=0x185\n"
+                                           "[1A00sub1]\nDefaultValue=0x60440010\n"
+                                           "[6044]\nParameterName=Speed\nDataType=0x0003\n");
+    const QString log = write("bus.log", "(1.0) can0 185#0100\n(1.0) can0 185#0300\n");
+    const QString config = write("bus.json", R"({"k": 1, "signals": {"Speed": {"factor": 0.5,
+        "offset": 1, "unit": "rpm", "limits": [0, 10]}}})");
+    const QStringList arguments{"replay", log,        "--eds", eds,        "--node",
+                                "5",      "--config", config,  "--format", "csv"};
+    EXPECT_EQ(runMonitor(arguments).output.section("\r\n", 1, 1),
+              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,100,1.5,2.5,0,rpm"));
+    EXPECT_EQ(runMonitor(arguments + QStringList{"--k", "0", "--limits", "Speed=0:2"})
+                  .output.section("\r\n", 1, 1),
+              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm"));
+}
+
+TEST_F(Program, ConfigurationThatIsWrongIsExitCode2)
+{
+    for (const char* text :
+         {"", "{\"k\": \"many\"}", "{\"signals\": {\"Nothing\": {\"limits\": [0, 1]}}}",
+          "{\"signals\": {\"EngineSpeed\": {\"factor\": 2}}}"}) {
+        const QString config = write("bus.json", text);
+        const MonitorRun run = replay("", speedDbc, {"--config", config});
+        EXPECT_EQ(run.exitCode, 2) << text;
+        EXPECT_TRUE(run.messages.startsWith(config + ": ")) << run.messages.toStdString();
+    }
+    const MonitorRun run = replay("", speedDbc, {"--config", path("missing")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith(path("missing") + ": cannot be read: "));
+}
+
 TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
 {
     const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);

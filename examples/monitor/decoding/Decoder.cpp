@@ -95,7 +95,8 @@ void Decoder::decodeMessage(const Payload& payload, int message)
         found.bits = extractBits(payload.data, signal);
         if (description.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(payload.id);
-            found.availability = availabilityOf(found.bits, signal.length);
+            if (signal.reserves)
+                found.availability = availabilityOf(found.bits, signal.length);
         } else {
             found.source = description.node;
         }

@@ -53,8 +53,9 @@ struct SignalDescription {
     quint64 multiplexorValue = 0; ///< of a multiplexed or nested signal
     std::optional<quint32> spn;   ///< suspect parameter number of a J1939 signal
 
-    QString reportedName;                   ///< see giveReportedNames()
-    bool chosen = true;                     ///< false: not to be reported
+    QString reportedName; ///< see giveReportedNames()
+    bool chosen = true;   ///< false: not to be reported
+    bool reserves = true; ///< false: every raw value is a measured one, in J1939 too
     std::optional<ValueRange> ratingLimits; ///< what to rate it by instead of its band
 };
 
