@@ -30,18 +30,29 @@ QVector<Column> columns()
     };
 }
 
+// What the scaling tells about the digits of whole raw values it does not tell of IEEE numbers.
+QString formatValue(const SignalReport& report, double value)
+{
+    return report.isFloat ? formatComputed(value)
+                          : formatMeasured(value, report.factor, report.offset);
+}
+
+QString formatMedianOf(const SignalReport& report)
+{
+    return report.isFloat ? formatComputed(report.median)
+                          : formatMedian(report.median, report.factor, report.offset);
+}
+
 /// The cells from the newest value to the deviators.
 QStringList figuresOf(const SignalReport& report)
 {
-    const double factor = report.factor;
-    const double offset = report.offset;
     return {
-        formatMeasured(report.newest, factor, offset),
+        formatValue(report, report.newest),
         formatComputed(report.average),
         formatComputed(report.deviation),
-        formatMeasured(report.minimum, factor, offset),
-        formatMeasured(report.maximum, factor, offset),
-        formatMedian(report.median, factor, offset),
+        formatValue(report, report.minimum),
+        formatValue(report, report.maximum),
+        formatMedianOf(report),
         QString::number(report.rating),
         formatComputed(report.lowerThreshold) + " .. " + formatComputed(report.upperThreshold),
         QString::number(report.deviators),

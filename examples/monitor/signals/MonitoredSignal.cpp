@@ -16,6 +16,7 @@ std::unique_ptr<MonitoredSignal> monitorSignal(const MessageDescription& message
     heading.unit = description.unit;
     heading.factor = description.factor;
     heading.offset = description.offset;
+    heading.isFloat = description.isFloat;
     heading.limits = description.ratingLimits;
     if (message.protocol == Protocol::J1939)
         return std::make_unique<RecordedSignal<J1939Value>>(description, heading);

@@ -15,6 +15,7 @@ struct SignalReport {
     QString unit;
     double factor = 1; ///< the scaling, which tells the resolution of the measured values
     double offset = 0;
+    bool isFloat = false;             ///< true: the raw values have fractions of their own
     std::optional<ValueRange> limits; ///< what the rating goes by instead of the band
 
     int count = 0; ///< of the measured values; the figures below are 0 if it is
