@@ -134,7 +134,7 @@ QString applyConfig(const QString& fileName, Config& config,
 {
     if (fileName.isEmpty())
         return QString();
-    const QString error = readConfigFile(fileName, config);
+    QString error = readConfigFile(fileName, config);
     if (!error.isEmpty())
         return error;
     for (const QString& complaint :

@@ -57,3 +57,9 @@ TEST(RecordingReader, AddsUpWhatIsDropped)
         reader.readLine(line, frame);
     EXPECT_EQ(reader.dropped(), 13);
 }
+
+TEST(RecordingReader, WordWithZeroBytesIsNotTakenForAShorterOne)
+{
+    const QByteArray line = " 0.1 1 123 " + QByteArray("Rx\0\0", 4) + " d 0";
+    EXPECT_EQ(kindsIn({ascLine, line}), "Fx");
+}

@@ -47,6 +47,6 @@ TEST(ReportTable, SummaryCountsWhatWasNotDecoded)
                                "decoded     7\n"
                                "undecoded   3\n"
                                "dropped     5\n"
-                      "errors      4\n"
-                      "no frame    2\n"));
+                               "errors      4\n"
+                               "no frame    2\n"));
 }

@@ -161,8 +161,9 @@ bool TransportProtocol::checkOrder(const Frame& frame, Session& session)
 void TransportProtocol::store(const Frame& frame, Session& session)
 {
     const int number = frame.data[0];
+    const int place = (number - 1) * bytesInPacket;
     const auto begin = frame.data.begin() + 1;
-    std::copy(begin, begin + bytesInPacket, session.data.begin() + (number - 1) * bytesInPacket);
+    std::copy(begin, begin + bytesInPacket, session.data.begin() + place);
     session.received.set(static_cast<size_t>(number));
     session.next = number + 1;
     ++session.frames;

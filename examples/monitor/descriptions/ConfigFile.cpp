@@ -49,9 +49,9 @@ bool readLimits(const QJsonValue& value, ValueRange& limits)
 /// Reads the settings of the signals that \a pattern means.
 QString readSignal(const QString& pattern, const QJsonObject& settings, Config& config)
 {
-    const QString complaint = findUnknown(
-        settings, {QStringLiteral("factor"), QStringLiteral("offset"), QStringLiteral("unit"),
-                   QStringLiteral("limits"), QStringLiteral("reserved")});
+    QString complaint = findUnknown(settings, {QStringLiteral("factor"), QStringLiteral("offset"),
+                                               QStringLiteral("unit"), QStringLiteral("limits"),
+                                               QStringLiteral("reserved")});
     SignalScaling scaling{pattern};
     if (!complaint.isEmpty())
         return complaint;
@@ -88,8 +88,7 @@ QString readSignals(const QJsonValue& value, Config& config)
 
 QString readSettings(const QJsonObject& settings, Config& config)
 {
-    const QString complaint =
-        findUnknown(settings, {QStringLiteral("k"), QStringLiteral("signals")});
+    QString complaint = findUnknown(settings, {QStringLiteral("k"), QStringLiteral("signals")});
     if (!complaint.isEmpty())
         return complaint;
     const QJsonValue k = settings.value(QLatin1String("k"));

@@ -18,7 +18,7 @@ std::optional<EdsObject> EdsDictionary::object(quint32 index, quint32 subIndex) 
     const QString parent = EdsFile::sectionOf(index);
     const QString section = EdsFile::sectionOf(index, subIndex);
     if (!file.hasSection(section)) {
-        const auto compact = compactObject(index, subIndex);
+        auto compact = compactObject(index, subIndex);
         const bool isWhole = subIndex == 0 && file.entry(parent, datatypeKey).line > 0;
         if (compact || !isWhole)
             return compact;

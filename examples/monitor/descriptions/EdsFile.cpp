@@ -15,7 +15,7 @@ QString normalized(const QString& name)
 {
     static const QRegularExpression object(
         QStringLiteral("^0*([0-9a-f]{1,4})(?:sub0*([0-9a-f]{1,2}))?$"));
-    const QString lower = name.trimmed().toLower();
+    QString lower = name.trimmed().toLower();
     const QRegularExpressionMatch match = object.match(lower);
     if (!match.hasMatch())
         return lower;

@@ -2,6 +2,7 @@
 
 #include <QtCore/QByteArray>
 
+#include <cstring>
 #include <optional>
 
 namespace monitor
@@ -36,9 +37,11 @@ struct Word {
     bool isEmpty() const { return size == 0; }
     char at(int i) const { return begin[i]; }
     char last() const { return begin[size - 1]; }
+    // Not qstrncmp(), which takes a zero byte in the line for the end of both.
     bool operator==(const char* text) const
     {
-        return qstrncmp(begin, text, uint(size)) == 0 && text[size] == '\0';
+        return qstrlen(text) == static_cast<uint>(size) &&
+               std::memcmp(begin, text, static_cast<size_t>(size)) == 0;
     }
 };
 
