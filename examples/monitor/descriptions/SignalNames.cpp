@@ -22,8 +22,7 @@ QRegularExpression expressionOf(const QString& pattern)
     QString expression = QRegularExpression::escape(pattern);
     expression.replace(QLatin1String("\\*"), QLatin1String(".*"));
     expression.replace(QLatin1String("\\?"), QLatin1String("."));
-    return QRegularExpression(QRegularExpression::anchoredPattern(expression),
-                              QRegularExpression::DotMatchesEverythingOption);
+    return QRegularExpression(expression, QRegularExpression::DotMatchesEverythingOption);
 }
 
 } // namespace
@@ -49,7 +48,7 @@ bool isMeant(const SignalDescription& signal, const QString& pattern)
     QStringList names{signal.reportedName, signal.name};
     if (signal.spn)
         names += QStringLiteral("SPN") + QString::number(*signal.spn);
-    return names.indexOf(expression) >= 0;
+    return names.indexOf(expression) >= 0; // of whole names, as Qt compares here
 }
 
 } // namespace monitor

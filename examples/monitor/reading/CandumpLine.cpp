@@ -72,8 +72,8 @@ bool readRemote(LineCursor& cursor, Frame& frame)
 bool readBytes(LineCursor& cursor, Frame& frame, int limit)
 {
     while (!cursor.atEnd() && !isBlank(cursor.peek()) && cursor.peek() != '_') {
-        if (frame.length > 0 && cursor.take('.') && cursor.atEnd())
-            return false;
+        if (frame.length > 0)
+            cursor.take('.');
         if (!readByte(cursor, frame, limit))
             return false;
     }
