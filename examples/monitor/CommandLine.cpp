@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "descriptions/EdsNumber.h"
+
 #include <QtCore/QCommandLineParser>
 
 #include <cmath>
@@ -10,9 +12,15 @@ namespace monitor
 namespace
 {
 
+const QString configOption = QStringLiteral("config");
 const QString dbcOption = QStringLiteral("dbc");
+const QString edsOption = QStringLiteral("eds");
+const QString formatOption = QStringLiteral("format");
 const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
+const QString limitsOption = QStringLiteral("limits");
+const QString nodeOption = QStringLiteral("node");
+const QString signalOption = QStringLiteral("signal");
 
 void describe(QCommandLineParser& parser)
 {
@@ -23,15 +31,113 @@ void describe(QCommandLineParser& parser)
     // Not addHelpOption(), which would offer help on options of Qt that there are none of.
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
     parser.addPositionalArgument(QStringLiteral("replay"),
-                                 QStringLiteral("Replay a recording and print a table."));
+                                 QStringLiteral("Replay a recording and print its figures."));
     parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("The recording, in candump's compact form."));
+                                 QStringLiteral("The recording, as candump or a Vector tool (ASC) "
+                                                "writes it."));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
+    parser.addOption({edsOption,
+                      QStringLiteral("The EDS or DCF of a CANopen node, whose number --node gives. "
+                                     "May be repeated, with a --node each."),
+                      QStringLiteral("FILE.eds")});
+    parser.addOption(
+        {nodeOption, QStringLiteral("The node that --eds describes."), QStringLiteral("N")});
+    parser.addOption({configOption,
+                      QStringLiteral("Scalings, limits and k from a file; options count more."),
+                      QStringLiteral("FILE.json")});
+    parser.addOption({formatOption,
+                      QStringLiteral("How to print the figures: table, json or csv (default: "
+                                     "table)."),
+                      QStringLiteral("FORMAT"), QStringLiteral("table")});
     parser.addOption({kOption,
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
-                      QStringLiteral("K"), QStringLiteral("3")});
+                      QStringLiteral("K")});
+    parser.addOption({signalOption,
+                      QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
+                                     "be repeated."),
+                      QStringLiteral("PATTERN")});
+    parser.addOption({limitsOption,
+                      QStringLiteral("Rate the signal by these limits instead of its band. May be "
+                                     "repeated."),
+                      QStringLiteral("SIGNAL=LOWER:UPPER")});
+}
+
+bool readFormat(const QString& name, OutputFormat& format)
+{
+    if (name == QLatin1String("json"))
+        format = OutputFormat::Json;
+    else if (name == QLatin1String("csv"))
+        format = OutputFormat::Csv;
+    else
+        return name == QLatin1String("table");
+    return true;
+}
+
+/// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one.
+bool readLimits(const QString& text, SignalLimits& given)
+{
+    const int equals = text.lastIndexOf('=');
+    const QStringList numbers = text.mid(equals + 1).split(':');
+    if (equals < 1 || numbers.size() != 2)
+        return false;
+    bool isLower = false;
+    bool isUpper = false;
+    given.pattern = text.left(equals);
+    given.limits = {numbers.at(0).toDouble(&isLower), numbers.at(1).toDouble(&isUpper)};
+    return isLower && isUpper && std::isfinite(given.limits.lowest) &&
+           std::isfinite(given.limits.highest) && given.limits.lowest <= given.limits.highest;
+}
+
+/// The complaint about the options that change what is shown of signals.
+QString readSignalOptions(const QCommandLineParser& parser, ReplayOptions& options)
+{
+    bool understood = true;
+    if (parser.isSet(kOption))
+        options.k = parser.value(kOption).toDouble(&understood);
+    if (!understood || !std::isfinite(options.k.value_or(0)) || options.k.value_or(0) < 0)
+        return QStringLiteral("--k needs a number that is not negative");
+    options.config = parser.value(configOption);
+    options.patterns = parser.values(signalOption);
+    for (const QString& text : parser.values(limitsOption)) {
+        SignalLimits given;
+        if (!readLimits(text, given))
+            return QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
+        options.limits.append(given);
+    }
+    return QString();
+}
+
+/// Reads a node number, decimal or hexadecimal.
+bool readNode(const QString& text, quint8& node)
+{
+    constexpr quint32 lastNode = 127;
+    const quint32 number = readEdsNumber(text, 0).value_or(0);
+    node = static_cast<quint8>(number);
+    return number > 0 && number <= lastNode;
+}
+
+/// The complaint about the options that name descriptions. Each --eds goes with the --node at the
+/// same place.
+QString readDescriptionOptions(const QCommandLineParser& parser, ReplayOptions& options)
+{
+    const QStringList files = parser.values(edsOption);
+    const QStringList nodes = parser.values(nodeOption);
+    if (parser.values(dbcOption).size() > 1)
+        return QStringLiteral("replay takes one --dbc FILE.dbc only");
+    if (parser.values(dbcOption).isEmpty() && files.isEmpty())
+        return QStringLiteral("replay needs --dbc FILE.dbc, or --eds FILE.eds --node N");
+    if (files.size() != nodes.size())
+        return QStringLiteral("every --eds FILE.eds needs a --node N, and the other way round");
+    options.dbc = parser.value(dbcOption);
+    for (int i = 0; i < files.size(); ++i) {
+        NodeDescription description{files.at(i), 0};
+        if (!readNode(nodes.at(i), description.node))
+            return QStringLiteral("--node needs a number from 1 to 127");
+        options.nodes.append(description);
+    }
+    return QString();
 }
 
 /// The complaint about the arguments, empty if there is none.
@@ -42,15 +148,11 @@ QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
         return QStringLiteral("the command is missing: monitor replay FILE --dbc FILE.dbc");
     if (arguments.size() != 2)
         return QStringLiteral("replay needs exactly one recording");
-    if (parser.values(dbcOption).size() != 1)
-        return QStringLiteral("replay needs exactly one --dbc FILE.dbc");
-    bool understood = false;
-    options.k = parser.value(kOption).toDouble(&understood);
-    if (!understood || !std::isfinite(options.k) || options.k < 0)
-        return QStringLiteral("--k needs a number that is not negative");
+    if (!readFormat(parser.value(formatOption), options.format))
+        return QStringLiteral("--format needs table, json or csv");
     options.recording = arguments.at(1);
-    options.description = parser.value(dbcOption);
-    return QString();
+    const QString complaint = readDescriptionOptions(parser, options);
+    return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 
 } // namespace

@@ -21,15 +21,65 @@ TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
     const CommandLine line = read({"replay", "bus.log", "--dbc", "bus.dbc", "--k", "1.5"});
     ASSERT_TRUE(line.replay.has_value());
     EXPECT_EQ(line.replay->recording, QString("bus.log"));
-    EXPECT_EQ(line.replay->description, QString("bus.dbc"));
+    EXPECT_EQ(line.replay->dbc, QString("bus.dbc"));
     EXPECT_EQ(line.replay->k, 1.5);
 }
 
-TEST(CommandLine, FactorIsThreeIfNotGiven)
+TEST(CommandLine, FactorMayBeLeftToTheConfiguration)
 {
-    const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log"});
+    const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log", "--config", "bus.json"});
     ASSERT_TRUE(line.replay.has_value());
-    EXPECT_EQ(line.replay->k, 3);
+    EXPECT_EQ(line.replay->k, std::nullopt);
+    EXPECT_EQ(line.replay->config, QString("bus.json"));
+}
+
+TEST(CommandLine, NodesAreDescribedInPairs)
+{
+    const CommandLine line =
+        read({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--node=0x7F", "--eds=b.dcf"});
+    ASSERT_TRUE(line.replay.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.replay->dbc, QString());
+    ASSERT_EQ(line.replay->nodes.size(), 2);
+    EXPECT_EQ(line.replay->nodes.at(0).fileName, QString("a.eds"));
+    EXPECT_EQ(line.replay->nodes.at(0).node, 5);
+    EXPECT_EQ(line.replay->nodes.at(1).fileName, QString("b.dcf"));
+    EXPECT_EQ(line.replay->nodes.at(1).node, 127);
+}
+
+TEST(CommandLine, FormatIsATableIfNotGiven)
+{
+    using monitor::OutputFormat;
+    const QStringList replay{"replay", "bus.log", "--dbc", "bus.dbc"};
+    EXPECT_EQ(read(replay).replay->format, OutputFormat::Table);
+    EXPECT_EQ(read(replay + QStringList{"--format", "table"}).replay->format, OutputFormat::Table);
+    EXPECT_EQ(read(replay + QStringList{"--format", "json"}).replay->format, OutputFormat::Json);
+    EXPECT_EQ(read(replay + QStringList{"--format=csv"}).replay->format, OutputFormat::Csv);
+}
+
+TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
+{
+    const CommandLine line =
+        read({"replay", "bus.log", "--dbc", "bus.dbc", "--signal", "Engine*", "--signal", "Speed",
+              "--limits", "EngineSpeed=600:2200", "--limits", "a=b=-1.5:-1e-3"});
+    ASSERT_TRUE(line.replay.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.replay->patterns, (QStringList{"Engine*", "Speed"}));
+    ASSERT_EQ(line.replay->limits.size(), 2);
+    EXPECT_EQ(line.replay->limits.at(0).pattern, QString("EngineSpeed"));
+    EXPECT_EQ(line.replay->limits.at(0).limits.lowest, 600);
+    EXPECT_EQ(line.replay->limits.at(0).limits.highest, 2200);
+    EXPECT_EQ(line.replay->limits.at(1).pattern, QString("a=b"));
+    EXPECT_EQ(line.replay->limits.at(1).limits.lowest, -1.5);
+    EXPECT_EQ(line.replay->limits.at(1).limits.highest, -0.001);
+}
+
+TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
+{
+    for (const char* limits : {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1",
+                               "Speed=2:1", "Speed=1:2:3", "Speed=nan:1", "Speed=0:inf"}) {
+        const CommandLine line =
+            read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", limits});
+        EXPECT_TRUE(line.error.startsWith("--limits needs")) << limits;
+    }
 }
 
 TEST(CommandLine, HelpIsNoError)
@@ -61,6 +111,14 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "-1"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "nan"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--colour"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds"},
+             QStringList{"replay", "bus.log", "--node", "5"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "0"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "128"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "five"},
+             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds"},
          }) {
         const CommandLine line = read(arguments);
         EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();

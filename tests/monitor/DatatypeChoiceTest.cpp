@@ -95,3 +95,26 @@ TEST(DatatypeChoice, LibraryScalesTheExtremesOfEverySignalExactly)
         }
     }
 }
+
+TEST(DatatypeChoice, CanopenObjectKeepsItsTypeWhereThatShowsItAsItIs)
+{
+    using Type = CAN::CANopenDataType;
+    const auto chosen = [](Type type, int length, double factor = 1) {
+        monitor::SignalDescription signal = describedSignal(0, length);
+        signal.datatype = type;
+        signal.factor = factor;
+        signal.isSigned = type == Type::INTEGER40 || type == Type::INTEGER24;
+        signal.isFloat = type == Type::REAL32 || type == Type::REAL64;
+        signal.carried = type == Type::INTEGER48;
+        return monitor::datatypeOf(signal);
+    };
+    EXPECT_EQ(chosen(Type::UNSIGNED8, 3), Type::UNSIGNED8);
+    EXPECT_EQ(chosen(Type::INTEGER24, 24), Type::INTEGER24);
+    EXPECT_EQ(chosen(Type::REAL32, 32), Type::REAL32);
+    EXPECT_EQ(chosen(Type::REAL64, 64), Type::REAL64);
+    EXPECT_EQ(chosen(Type::INTEGER48, 48), Type::INTEGER48);
+    EXPECT_EQ(chosen(Type::INTEGER40, 40), Type::INTEGER64);
+    EXPECT_EQ(chosen(Type::UNSIGNED64, 64), Type::REAL64);
+    EXPECT_EQ(chosen(Type::UNSIGNED8, 8, 0.5), Type::REAL64);
+    EXPECT_EQ(chosen(Type::REAL32, 32, 0.5), Type::REAL64);
+}

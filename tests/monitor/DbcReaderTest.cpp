@@ -1,4 +1,4 @@
-#include <descriptions/DbcReader.h>
+#include "ReadDbc.h"
 
 #include <gtest/gtest.h>
 
@@ -12,36 +12,9 @@ using monitor::SignalDescription;
 namespace
 {
 
-struct Dbc {
-    QVector<MessageDescription> messages;
-    QString warnings;
-};
-
-Dbc read(const QByteArray& content)
-{
-    Dbc dbc;
-    QTextStream stream(&dbc.warnings);
-    monitor::LineWarnings warnings(stream, "x.dbc");
-    monitor::DbcReader reader(warnings);
-    qint64 number = 0;
-    for (const QByteArray& line : content.split('\n'))
-        reader.readLine(++number, line);
-    dbc.messages = reader.finish();
-    return dbc;
-}
-
-const QByteArray messageLine = "BO_ 2364540158 EEC1: 8 Engine";
-const QByteArray signalLine =
-    R"( SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm" Vector__XXX)";
-
-Dbc readSignal(const QByteArray& line)
-{
-    return read(messageLine + "\n" + line);
-}
-
 SignalDescription signalIn(const QByteArray& line)
 {
-    const Dbc dbc = readSignal(line);
+    const Dbc dbc = readDbcSignal(line);
     EXPECT_EQ(dbc.warnings, QString());
     if (dbc.messages.size() == 1 && dbc.messages.at(0).signalDescriptions.size() == 1)
         return dbc.messages.at(0).signalDescriptions.at(0);
@@ -53,7 +26,7 @@ SignalDescription signalIn(const QByteArray& line)
 
 TEST(DbcReader, ReadsAMessageWithItsSignal)
 {
-    const Dbc dbc = read(messageLine + "\n" + signalLine + "\n");
+    const Dbc dbc = readDbc(messageLine + "\n" + signalLine + "\n");
     EXPECT_EQ(dbc.warnings, QString());
     ASSERT_EQ(dbc.messages.size(), 1);
     const MessageDescription& message = dbc.messages.at(0);
@@ -78,7 +51,7 @@ TEST(DbcReader, ReadsAMessageWithItsSignal)
 
 TEST(DbcReader, IdWithoutBit31Has11Bits)
 {
-    const Dbc dbc = read("BO_ 291 Drive : 4 Node");
+    const Dbc dbc = readDbc("BO_ 291 Drive : 4 Node");
     ASSERT_EQ(dbc.messages.size(), 1);
     EXPECT_EQ(dbc.messages.at(0).id, 0x123U);
     EXPECT_FALSE(dbc.messages.at(0).extended);
@@ -111,9 +84,9 @@ TEST(DbcReader, UnitMayBeWrittenInLatin1OrUtf8)
 
 TEST(DbcReader, MultiplexingMarkersAreUnderstood)
 {
-    const Dbc dbc = readSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
-                               " SG_ A m0 : 8|8@1+ (1,0) [0|0] \"\" X\n"
-                               " SG_ B m17 : 8|8@1+ (1,0) [0|0] \"\" X");
+    const Dbc dbc = readDbcSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ A m0 : 8|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ B m17 : 8|8@1+ (1,0) [0|0] \"\" X");
     EXPECT_EQ(dbc.warnings, QString());
     const auto& found = dbc.messages.at(0).signalDescriptions;
     ASSERT_EQ(found.size(), 3);
@@ -125,10 +98,10 @@ TEST(DbcReader, MultiplexingMarkersAreUnderstood)
 
 TEST(DbcReader, NestedMultiplexingLeavesOnlyWhatIsClear)
 {
-    const Dbc dbc = readSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
-                               " SG_ Plain : 8|8@1+ (1,0) [0|0] \"\" X\n"
-                               " SG_ Sub m1M : 16|8@1+ (1,0) [0|0] \"\" X\n"
-                               " SG_ Deep m2 : 24|8@1+ (1,0) [0|0] \"\" X");
+    const Dbc dbc = readDbcSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Plain : 8|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Sub m1M : 16|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Deep m2 : 24|8@1+ (1,0) [0|0] \"\" X");
     const auto& found = dbc.messages.at(0).signalDescriptions;
     ASSERT_EQ(found.size(), 2);
     EXPECT_EQ(found.at(0).name, QString("Page"));
@@ -139,29 +112,20 @@ TEST(DbcReader, NestedMultiplexingLeavesOnlyWhatIsClear)
 
 TEST(DbcReader, MultiplexedSignalWithoutAMultiplexorIsAWarning)
 {
-    const Dbc dbc = readSignal(" SG_ A m0 : 8|8@1+ (1,0) [0|0] \"\" X");
+    const Dbc dbc = readDbcSignal(" SG_ A m0 : 8|8@1+ (1,0) [0|0] \"\" X");
     EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.isEmpty());
     EXPECT_EQ(dbc.warnings.count('\n'), 1);
 }
 
-TEST(DbcReader, FloatingPointSignalIsLeftOutInsteadOfShownWrong)
-{
-    const Dbc dbc = readSignal(" SG_ F : 0|32@1- (1,0) [0|0] \"\" X\n"
-                               " SG_ I : 32|32@1- (1,0) [0|0] \"\" X\n"
-                               "SIG_VALTYPE_ 2364540158 F : 1;\n"
-                               "SIG_VALTYPE_ 2364540158 I : 0;");
-    ASSERT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1);
-    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).name, QString("I"));
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: floating-point signal is not supported\n"));
-}
-
 TEST(DbcReader, EverythingElseIsSkipped)
 {
-    const Dbc dbc = read("VERSION \"\"\n\nNS_ :\n\tSG_MUL_VAL_\n\tBO_TX_BU_\nBS_:\nBU_: A B\n" +
-                         messageLine + "\n" + signalLine +
-                         "\nBO_TX_BU_ 1 : A,B;\nVAL_ 1 S 0 \"off\" 1 \"on\" ;\n"
-                         "BA_DEF_ SG_  \"SPN\" INT 0 524287;\n"
-                         "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n");
+    const Dbc dbc =
+        readDbc("VERSION \"\"\n\nNS_ "
+                ":\n\tSG_MUL_VAL_\n\tBA_\n\tSIG_VALTYPE_\n\tBO_TX_BU_\nBS_:\nBU_: A B\n" +
+                messageLine + "\n" + signalLine +
+                "\nBO_TX_BU_ 1 : A,B;\nVAL_ 1 S 0 \"off\" 1 \"on\" ;\n"
+                "BA_DEF_ SG_  \"SPN\" INT 0 524287;\n"
+                "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n");
     EXPECT_EQ(dbc.warnings, QString());
     ASSERT_EQ(dbc.messages.size(), 1);
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1);
@@ -170,7 +134,7 @@ TEST(DbcReader, EverythingElseIsSkipped)
 TEST(DbcReader, CommentOverSeveralLinesHidesWhatLooksLikeAMessage)
 {
     const Dbc dbc =
-        read("CM_ \"A 3.5 \\\" disk:\nBO_ 1 Hidden: 8 X\n SG_ broken\n\";\n" + messageLine);
+        readDbc("CM_ \"A 3.5 \\\" disk:\nBO_ 1 Hidden: 8 X\n SG_ broken\n\";\n" + messageLine);
     EXPECT_EQ(dbc.warnings, QString());
     ASSERT_EQ(dbc.messages.size(), 1);
     EXPECT_EQ(dbc.messages.at(0).name, QString("EEC1"));
@@ -178,7 +142,7 @@ TEST(DbcReader, CommentOverSeveralLinesHidesWhatLooksLikeAMessage)
 
 TEST(DbcReader, TextThatNeverEndsIsAWarningWithTheLineOfItsBeginning)
 {
-    const Dbc dbc = read("VERSION \"\"\nCM_ \"never ends\nBO_ 1 Hidden: 8 X\n");
+    const Dbc dbc = readDbc("VERSION \"\"\nCM_ \"never ends\nBO_ 1 Hidden: 8 X\n");
     EXPECT_TRUE(dbc.messages.isEmpty());
     EXPECT_EQ(dbc.warnings, QString("x.dbc:2: a text that begins here never ends\n"));
 }
@@ -186,7 +150,7 @@ TEST(DbcReader, TextThatNeverEndsIsAWarningWithTheLineOfItsBeginning)
 TEST(DbcReader, HolderOfIndependentSignalsIsNoMessage)
 {
     EXPECT_TRUE(
-        read("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX").messages.isEmpty());
+        readDbc("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX").messages.isEmpty());
 }
 
 TEST(DbcReader, MessageThatCannotBeUnderstoodIsAWarningAndSoAreItsSignals)
@@ -195,7 +159,7 @@ TEST(DbcReader, MessageThatCannotBeUnderstoodIsAWarningAndSoAreItsSignals)
          {"BO_", "BO_ x EEC1: 8 E", "BO_ -1 EEC1: 8 E", "BO_ 1 EEC1 8 E", "BO_ 1 EE C1: 8 E",
           "BO_ 1 EEC1: E", "BO_ 1 EEC1: 99999 E", "BO_ 2048 EEC1: 8 E", "BO_ 536870912 EEC1: 8 E",
           "BO_ 2684354560 EEC1: 8 E", "BO_ 99999999999 EEC1: 8 E"}) {
-        const Dbc dbc = read(QByteArray("\n") + line + "\n" + signalLine);
+        const Dbc dbc = readDbc(QByteArray("\n") + line + "\n" + signalLine);
         EXPECT_TRUE(dbc.messages.isEmpty()) << line;
         EXPECT_EQ(dbc.warnings.count('\n'), 2) << line;
         EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:2: message (BO_)")) << line;
@@ -228,7 +192,7 @@ TEST(DbcReader, SignalThatCannotBeUnderstoodIsAWarningAndTheRestIsUsed)
                              R"(SG_ A m : 0|8@1+ (1,0) [0|0] "")",
                              R"(SG_ A m99999999999999999999 : 0|8@1+ (1,0) [0|0] "")",
                              R"(SG_ A X : 0|8@1+ (1,0) [0|0] "")"}) {
-        const Dbc dbc = readSignal(QByteArray(line) + "\n" + signalLine);
+        const Dbc dbc = readDbcSignal(QByteArray(line) + "\n" + signalLine);
         ASSERT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1) << line;
         EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).name, QString("EngineSpeed"));
         EXPECT_EQ(dbc.warnings.count('\n'), 1) << line;
@@ -240,7 +204,7 @@ TEST(DbcReader, EveryPrefixOfASignalBeforeTheEndOfItsUnitIsAWarning)
 {
     const int complete = signalLine.lastIndexOf('"') + 1;
     for (int size = signalLine.indexOf("SG_") + 3; size <= signalLine.size(); ++size) {
-        const Dbc dbc = readSignal(signalLine.left(size));
+        const Dbc dbc = readDbcSignal(signalLine.left(size));
         EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), size >= complete ? 1 : 0) << size;
         EXPECT_EQ(dbc.warnings.isEmpty(), size >= complete) << size;
     }
@@ -250,7 +214,7 @@ TEST(DbcReader, EveryPrefixOfAMessageBeforeItsSizeIsAWarning)
 {
     const int complete = messageLine.indexOf(": 8") + 3;
     for (int size = 3; size <= messageLine.size(); ++size) {
-        const Dbc dbc = read(messageLine.left(size));
+        const Dbc dbc = readDbc(messageLine.left(size));
         EXPECT_EQ(dbc.messages.size(), size >= complete ? 1 : 0) << size;
         EXPECT_EQ(dbc.warnings.isEmpty(), size >= complete) << size;
     }
@@ -264,7 +228,7 @@ TEST(DbcReader, DamagedLinesGiveNoSignalOutsideItsMessage)
         for (auto damage = 1 + random() % 3; damage > 0; --damage)
             line[static_cast<uint>(random()) % static_cast<uint>(line.size())] =
                 static_cast<char>(random());
-        const Dbc dbc = readSignal(line.replace('\n', ' '));
+        const Dbc dbc = readDbcSignal(line.replace('\n', ' '));
         for (const auto& message : dbc.messages) {
             for (const auto& signal : message.signalDescriptions)
                 ASSERT_TRUE(monitor::fitsInto(signal, 8)) << line.toHex().constData();

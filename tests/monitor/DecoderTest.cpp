@@ -35,6 +35,7 @@ MessageDescription standardMessage(quint32 id, const SignalDescription& signal)
 {
     MessageDescription message = describedMessage(id, {signal});
     message.extended = false;
+    message.protocol = monitor::Protocol::CANopen;
     return message;
 }
 
@@ -129,6 +130,36 @@ TEST(Decoder, LeavesOutSignalsThatTheDataIsTooShortFor)
         frame.length = length;
         EXPECT_EQ(decoder.decode(frame).size(), expected[length]) << int(length);
     }
+}
+
+TEST(Decoder, SignalThatReservesNothingIsAlwaysMeasured)
+{
+    SignalDescription signal = describedSignal(0, 8);
+    signal.reserves = false;
+    Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
+    Frame frame = extendedFrame(0x18FEF100);
+    frame.data.at(0) = 0xFF;
+    EXPECT_EQ(decoder.decode(frame).at(0).availability, Availability::Measured);
+    EXPECT_EQ(decoder.decode(frame).at(0).bits, 0xFFU);
+}
+
+TEST(Decoder, FloatingPointSignalsReserveNothingButWhatIsNoNumber)
+{
+    SignalDescription signal = describedSignal(0, 64);
+    signal.isFloat = true;
+    signal.factor = 10;
+    Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
+    const auto availabilityIn = [&decoder](quint8 first, quint8 second) {
+        Frame frame = extendedFrame(0x18FEF100);
+        frame.data.at(7) = first; // sign and exponent stand in the last bytes
+        frame.data.at(6) = second;
+        return decoder.decode(frame).at(0).availability;
+    };
+    EXPECT_EQ(availabilityIn(0xFE, 0x00), Availability::Measured);
+    EXPECT_EQ(availabilityIn(0xFF, 0x00), Availability::Measured);
+    EXPECT_EQ(availabilityIn(0xFF, 0xE0), Availability::Error); // finite, but not times 10
+    EXPECT_EQ(availabilityIn(0xFF, 0xF0), Availability::Error); // minus infinity
+    EXPECT_EQ(availabilityIn(0x7F, 0xF8), Availability::NotAvailable);
 }
 
 TEST(Decoder, FindsNothingInARemoteFrame)

@@ -6,7 +6,7 @@
 inline monitor::SignalDescription describedSignal(int startBit, int length)
 {
     monitor::SignalDescription signal;
-    signal.name = QStringLiteral("Signal");
+    signal.name = signal.reportedName = QStringLiteral("Signal");
     signal.startBit = startBit;
     signal.length = length;
     return signal;
@@ -20,6 +20,7 @@ describedMessage(quint32 id, const QVector<monitor::SignalDescription>& descript
     message.name = QStringLiteral("Message");
     message.id = id;
     message.extended = true;
+    message.protocol = monitor::Protocol::J1939;
     message.size = 8;
     message.signalDescriptions = descriptions;
     return message;

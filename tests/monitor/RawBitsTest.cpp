@@ -1,6 +1,7 @@
 #include "Descriptions.h"
 
 #include <decoding/RawBits.h>
+#include <reading/Frame.h>
 
 #include <gtest/gtest.h>
 
@@ -39,16 +40,16 @@ TEST(RawBits, KnownFieldsAreCutOutInBothByteOrders)
     Frame frame;
     frame.data = {0x60, 0x7D, 0x84, 0x48, 0x14, 0x00, 0xF0, 0x84};
     SignalDescription signal = describedSignal(24, 16);
-    EXPECT_EQ(monitor::extractBits(frame, signal), 0x1448U);
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x1448U);
     signal.byteOrder = ByteOrder::Motorola;
     signal.startBit = 15;
-    EXPECT_EQ(monitor::extractBits(frame, signal), 0x7D84U);
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x7D84U);
     signal.startBit = 3;
     signal.length = 12;
-    EXPECT_EQ(monitor::extractBits(frame, signal), 0x07DU);
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x07DU);
     signal.startBit = 7;
     signal.length = 64;
-    EXPECT_EQ(monitor::extractBits(frame, signal), 0x607D84481400F084U);
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x607D84481400F084U);
 }
 
 TEST(RawBits, AgreeWithAnIndependentModelInBothByteOrders)
@@ -63,7 +64,7 @@ TEST(RawBits, AgreeWithAnIndependentModelInBothByteOrders)
         signal.byteOrder = i % 2 == 0 ? ByteOrder::Intel : ByteOrder::Motorola;
         signal.startBit = i % 2 == 0 ? first : first ^ 7;
         ASSERT_TRUE(monitor::fitsInto(signal, 8));
-        ASSERT_EQ(monitor::extractBits(frame, signal), modelledBits(frame, signal))
+        ASSERT_EQ(monitor::extractBits(frame.data.data(), signal), modelledBits(frame, signal))
             << "case " << i << ": start " << signal.startBit << ", length " << signal.length
             << (i % 2 == 0 ? ", Intel, data " : ", Motorola, data ") << std::hex
             << wholeData(frame, ByteOrder::Motorola);

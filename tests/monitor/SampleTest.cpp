@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
@@ -47,10 +50,10 @@ QList<QStringList> shownRows(const QString& output)
     return rows;
 }
 
-QList<QStringList> expectedRows()
+QList<QStringList> expectedRows(const QString& file)
 {
     QList<QStringList> rows;
-    for (const QByteArray& line : contentOf(sample("engine.expected")).trimmed().split('\n'))
+    for (const QByteArray& line : contentOf(sample(file)).trimmed().split('\n'))
         rows += QString::fromLatin1(line).split(';');
     return rows;
 }
@@ -71,31 +74,72 @@ MonitorRun replaySample()
     return runMonitor({"replay", sample("engine.log"), "--dbc", sample("engine.dbc")});
 }
 
-} // namespace
-
-TEST(Sample, GeneratorReproducesRecordingAndDescription)
+MonitorRun replayBoth(const QStringList& options = {})
 {
-    expectReproduced("generateSample.py", {"engine.log", "engine.dbc"});
+    return runMonitor(QStringList{"replay", sample("drive.log"), "--dbc", sample("engine.dbc"),
+                                  "--eds", sample("drive.eds"), "--node", "5"} +
+                      options);
 }
 
-TEST(Sample, ExpectedFiguresAreThoseOfTheRecording)
+void expectShown(const MonitorRun& run, const QString& expectedFile)
 {
-    expectReproduced("expectedFigures.py", {"engine.expected"});
-}
-
-TEST(Sample, TableShowsTheFiguresComputedIndependently)
-{
-    const MonitorRun run = replaySample();
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.messages, QString());
     const QList<QStringList> shown = shownRows(run.output);
-    const QList<QStringList> expected = expectedRows();
+    const QList<QStringList> expected = expectedRows(expectedFile);
     ASSERT_EQ(shown.size(), expected.size());
     for (int row = 0; row < expected.size(); ++row) {
         ASSERT_EQ(shown.at(row).size(), expected.at(row).size());
         for (int cell = 0; cell < expected.at(row).size(); ++cell)
             expectSame(shown.at(row).at(cell), expected.at(row).at(cell),
                        QString("%1, cell %2").arg(expected.at(row).at(0)).arg(cell));
+    }
+}
+
+} // namespace
+
+TEST(Sample, GeneratorReproducesRecordingsAndDescriptions)
+{
+    expectReproduced("generateSample.py", {"engine.log", "engine.dbc", "drive.log", "drive.eds"});
+}
+
+TEST(Sample, ExpectedFiguresAreThoseOfTheRecordings)
+{
+    expectReproduced("expectedFigures.py", {"engine.expected", "drive.expected"});
+}
+
+TEST(Sample, TableShowsTheFiguresComputedIndependently)
+{
+    expectShown(replaySample(), "engine.expected");
+}
+
+TEST(Sample, EngineAndDriveAreShownSideBySide)
+{
+    const MonitorRun run = replayBoth();
+    expectShown(run, "drive.expected");
+    EXPECT_TRUE(run.output.contains("Velocity actual value "));
+    EXPECT_TRUE(run.output.contains("EngineSpeed "));
+}
+
+TEST(Sample, JsonHoldsTheSameFiguresExactly)
+{
+    const MonitorRun run = replayBoth({"--format", "json"});
+    const QJsonArray found =
+        QJsonDocument::fromJson(run.output.toUtf8()).object().value("signals").toArray();
+    const QList<QStringList> expected = expectedRows("drive.expected");
+    ASSERT_EQ(found.size(), expected.size());
+    const char* const members[] = {"newest",  "average", "deviation",
+                                   "minimum", "maximum", "median"};
+    for (int row = 0; row < expected.size(); ++row) {
+        const QJsonObject signal = found.at(row).toObject();
+        EXPECT_EQ(signal.value("name").toString(), expected.at(row).at(0));
+        EXPECT_EQ(signal.value("count").toInt(), expected.at(row).at(2).toInt());
+        for (int i = 0; i < 6; ++i) {
+            const double number = expected.at(row).at(3 + i).toDouble();
+            EXPECT_NEAR(signal.value(QLatin1String(members[i])).toDouble(), number,
+                        1e-12 * (1 + std::fabs(number)))
+                << expected.at(row).at(0).toStdString() << ' ' << members[i];
+        }
     }
 }
 

@@ -39,6 +39,18 @@ QVector<MessageDescription> oneSignal(int length, double factor, double offset)
     return {describedMessage(0, {signal})};
 }
 
+QVector<MessageDescription> oneObject(CAN::CANopenDataType datatype, int length, bool carried)
+{
+    SignalDescription signal = describedSignal(0, length);
+    signal.datatype = datatype;
+    signal.carried = carried;
+    signal.isSigned =
+        datatype == CAN::CANopenDataType::INTEGER40 || datatype == CAN::CANopenDataType::INTEGER48;
+    MessageDescription message = describedMessage(0, {signal});
+    message.protocol = monitor::Protocol::CANopen;
+    return {message};
+}
+
 SignalReport reportOf(const QVector<MessageDescription>& messages, const QVector<quint64>& raw,
                       double k)
 {
@@ -107,6 +119,18 @@ TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
     EXPECT_EQ(reportOf(oneSignal(48, 1, 0), {0xABCDEF012345}, 3).newest, 0xABCDEF012345);
 }
 
+// 0x3FC00000 and 0x400CCCCCCCCCCCCD are 1.5 and 3.6 by IEEE 754.
+TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
+{
+    auto messages = oneSignal(32, 0.1, 1);
+    messages[0].signalDescriptions[0].isFloat = true;
+    EXPECT_EQ(reportOf(messages, {0x3FC00000}, 3).newest, 1.5 * 0.1 + 1);
+    messages = oneSignal(64, 1, 0);
+    messages[0].signalDescriptions[0].isFloat = true;
+    EXPECT_EQ(reportOf(messages, {0x400CCCCCCCCCCCCD}, 3).newest, 3.6);
+    EXPECT_EQ(reportOf(messages, {0xBFF0000000000000}, 3).average, -1);
+}
+
 TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
 {
     const SignalReport report = reportOf(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);
@@ -148,7 +172,7 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
 {
     SignalDescription speed = describedSignal(0, 8);
     SignalDescription load = describedSignal(8, 8);
-    load.name = "Load";
+    load.reportedName = "Load";
     const QVector<MessageDescription> messages{describedMessage(0, {speed, load})};
     SignalTable table(messages);
     table.feed(measured(1, 0, 49));
@@ -169,18 +193,47 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
     EXPECT_EQ(rows, (QStringList{"Load 49 1 3", "Signal -1 1 4", "Signal 7 1 2", "Signal 49 2 5"}));
 }
 
-TEST(SignalTable, NameThatTwoMessagesUseIsShownWithItsMessage)
+TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
 {
-    MessageDescription first = describedMessage(0, {describedSignal(0, 8)});
-    MessageDescription second = first;
-    second.name = "Other";
-    const QVector<MessageDescription> messages{first, second};
-    SignalTable table(messages);
-    table.feed(measured(1));
-    DecodedSignal inSecond = measured(2);
-    inSecond.message = 1;
-    table.feed(inSecond);
-    table.stopUpdating();
-    EXPECT_EQ(table.report(3).at(0).name, QString("Message.Signal"));
-    EXPECT_EQ(table.report(3).at(1).name, QString("Other.Signal"));
+    auto messages = oneSignal(8, 1, 0);
+    messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
+    // Margins of 4: 12 lies 4 from the end, 14 lies 2.
+    EXPECT_EQ(reportOf(messages, {8, 12}, 1).rating, 100);
+    EXPECT_EQ(reportOf(messages, {8, 14}, 1).rating, 50);
+    EXPECT_EQ(reportOf(messages, {8, 20}, 1).rating, 0);
+    EXPECT_EQ(reportOf(messages, {8, 12}, 1).lowerThreshold, 8);
+    EXPECT_EQ(reportOf(messages, {8, 12}, 0.5).deviators, 2);
+}
+
+TEST(SignalTable, GivenLimitsRateASingleValueToo)
+{
+    auto messages = oneSignal(8, 1, 0);
+    messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
+    EXPECT_EQ(reportOf(messages, {17}, 1).rating, 0);
+    EXPECT_EQ(reportOf(messages, {8}, 1).rating, 100);
+}
+
+TEST(SignalTable, CarriedSignalsShowTheirNewestValueAndNoFigures)
+{
+    using Type = CAN::CANopenDataType;
+    SignalReport report = reportOf(oneObject(Type::INTEGER48, 48, true), {1, 0xFFFFFFFFFFFE}, 3);
+    EXPECT_TRUE(report.carried);
+    EXPECT_EQ(report.count, 2);
+    EXPECT_EQ(report.newestNumber, -2);
+    EXPECT_EQ(report.newestText, QString("-2"));
+    report = reportOf(oneObject(Type::UNSIGNED56, 56, true), {0x00FFFFFFFFFFFFFF}, 3);
+    EXPECT_EQ(report.newestNumber, std::nullopt); // not exact in double
+    EXPECT_EQ(report.newestText, QString("72057594037927935"));
+    report = reportOf(oneObject(Type::VISIBLE_STRING, 32, true), {0x00006B4F}, 3);
+    EXPECT_EQ(report.newestText, QString("Ok"));
+    report = reportOf(oneObject(Type::OCTET_STRING, 32, true), {0x00006B4F}, 3);
+    EXPECT_EQ(report.newestText, QString("4f 6b 00 00"));
+    EXPECT_EQ(report.newestNumber, std::nullopt);
+}
+
+TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
+{
+    const auto messages = oneObject(CAN::CANopenDataType::INTEGER40, 40, false);
+    EXPECT_EQ(reportOf(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
+    EXPECT_EQ(reportOf(messages, {0x8000000000}, 3).average, -549755813888.0);
 }

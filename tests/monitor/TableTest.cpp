@@ -41,10 +41,12 @@ TEST(ReportTable, SignalWithoutValuesShowsDashesForItsFigures)
 
 TEST(ReportTable, SummaryCountsWhatWasNotDecoded)
 {
-    const QString summary = monitor::formatSummary({10, 7, 2}, 2.5);
+    const QString summary = monitor::formatSummary({10, 7, 5, 4, 2}, 2.5);
     EXPECT_EQ(summary, QString("band        average -/+ 2.5 deviations\n"
                                "frames      10\n"
                                "decoded     7\n"
                                "undecoded   3\n"
+                               "dropped     5\n"
+                               "errors      4\n"
                                "no frame    2\n"));
 }

@@ -1,7 +1,16 @@
 #include "Availability.h"
 
+#include <cmath>
+
 namespace monitor
 {
+
+Availability availabilityOf(double value)
+{
+    if (std::isnan(value))
+        return Availability::NotAvailable;
+    return std::isinf(value) ? Availability::Error : Availability::Measured;
+}
 
 Availability availabilityOf(quint64 raw, int length)
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "../descriptions/Description.h"
-#include "../reading/Frame.h"
 #include "Availability.h"
+#include "Payload.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QVector>
@@ -16,7 +16,7 @@ namespace monitor
 struct DecodedSignal {
     int message = 0;              ///< index of the message in the description
     int signal = 0;               ///< index of the signal in the message
-    std::optional<quint8> source; ///< J1939 source address; none for an 11-bit frame
+    std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
     quint64 bits = 0; ///< the raw value without its sign
 };
@@ -33,15 +33,21 @@ public:
 
     /// The signals in \a frame, in the order of the description; none in a remote frame. Left out
     /// are signals that the data is too short for, and multiplexed ones of another multiplexor
-    /// value. The answer is good until the next call.
+    /// value, and what is not chosen. The answer is good until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
+    /// The same for data that need not have come in one frame.
+    const QVector<DecodedSignal>& decode(const Payload& payload);
+
 private:
-    void decodeMessage(const Frame& frame, int message);
+    using Messages = QMultiHash<quint32, int>; // indices by what a frame is known by
+
+    void decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key);
+    void decodeMessage(const Payload& payload, int message);
 
     QVector<MessageDescription> descriptions;
-    QMultiHash<quint32, int> byPgn; // indices of messages
-    QMultiHash<quint32, int> byId;
+    Messages byPgn; // J1939
+    Messages byId;  // all others
     QVector<DecodedSignal> decoded;
 };
 

@@ -1,14 +1,16 @@
 #include "RawBits.h"
 
+#include <cstring>
+
 namespace monitor
 {
 
 namespace
 {
 
-quint64 bitAt(const Frame& frame, int position)
+quint64 bitAt(const quint8* data, int position)
 {
-    return frame.data.at(static_cast<size_t>(position / 8)) >> (position % 8) & 1U;
+    return data[position / 8] >> (position % 8) & 1U;
 }
 
 /// The position that is one bit less significant: in Intel order simply the one below, in
@@ -21,16 +23,27 @@ int nextLower(int position, ByteOrder order)
 
 } // namespace
 
-quint64 extractBits(const Frame& frame, const SignalDescription& signal)
+quint64 extractBits(const quint8* data, const SignalDescription& signal)
 {
     const bool intel = signal.byteOrder == ByteOrder::Intel;
     int position = intel ? signal.startBit + signal.length - 1 : signal.startBit;
     quint64 bits = 0;
     for (int i = 0; i < signal.length; ++i) {
-        bits = bits << 1 | bitAt(frame, position);
+        bits = bits << 1 | bitAt(data, position);
         position = nextLower(position, signal.byteOrder);
     }
     return bits;
+}
+
+double floatIn(quint64 bits, int length)
+{
+    const auto shortBits = static_cast<quint32>(bits);
+    double number = 0;
+    float shortNumber = 0;
+    static_assert(sizeof number == sizeof bits && sizeof shortNumber == sizeof shortBits);
+    std::memcpy(&number, &bits, sizeof number);
+    std::memcpy(&shortNumber, &shortBits, sizeof shortNumber);
+    return length == 32 ? static_cast<double>(shortNumber) : number;
 }
 
 qint64 signExtended(quint64 bits, int length)

@@ -1,5 +1,7 @@
 #include "DbcLine.h"
 
+#include "../reading/Frame.h"
+
 #include <QtCore/QRegularExpression>
 
 #include <cmath>
@@ -11,8 +13,6 @@ namespace
 {
 
 constexpr quint32 extendedFlag = 0x80000000;
-constexpr quint32 lastExtendedId = 0x1FFFFFFF;
-constexpr quint32 lastStandardId = 0x7FF;
 constexpr int longestMessage = 1785; // bytes, what the J1939 transport protocol can carry
 constexpr int longestSignal = 64;    // bits
 
@@ -92,14 +92,21 @@ bool readScaling(const QRegularExpressionMatch& match, SignalDescription& signal
 
 } // namespace
 
+bool readDbcId(const QString& digits, MessageDescription& message)
+{
+    bool isNumber = false;
+    const quint32 id = digits.toUInt(&isNumber);
+    message.extended = (id & extendedFlag) != 0;
+    message.id = id & ~extendedFlag;
+    return isNumber;
+}
+
 DbcComplaint readDbcMessage(const QString& line, MessageDescription& message)
 {
     const QRegularExpressionMatch match = matchMessage(line);
-    bool isNumber = false;
-    const quint32 id = match.captured(1).toUInt(&isNumber);
+    const bool isNumber = readDbcId(match.captured(1), message);
     message.name = match.captured(2);
-    message.extended = (id & extendedFlag) != 0;
-    message.id = id & ~extendedFlag;
+    message.protocol = message.extended ? Protocol::J1939 : Protocol::CANopen;
     message.size = readCount(match.captured(3), longestMessage);
     if (!match.hasMatch() || !isNumber)
         return QStringLiteral("message (BO_) not understood");

@@ -1,10 +1,10 @@
 #include "DbcReader.h"
 
 #include "../reading/LineReader.h"
+#include "../reading/LineText.h"
 #include "DbcLine.h"
 
 #include <QtCore/QRegularExpression>
-#include <QtCore/QTextCodec>
 
 #include <algorithm>
 
@@ -16,15 +16,6 @@ namespace
 
 /// A message of this name holds the signals that belong to none.
 const QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
-
-/// Older tools write units such as the degree sign in Latin-1, newer ones in UTF-8.
-QString decoded(const QByteArray& line)
-{
-    QTextCodec::ConverterState state;
-    const QString text =
-        QTextCodec::codecForName("UTF-8")->toUnicode(line.constData(), line.size(), &state);
-    return state.invalidChars + state.remainingChars == 0 ? text : QString::fromLatin1(line);
-}
 
 QString keywordOf(const QString& line)
 {
@@ -63,7 +54,7 @@ bool removeSignals(MessageDescription& message, Predicate unwanted)
 
 void DbcReader::readLine(qint64 number, const QByteArray& bytes)
 {
-    const QString line = decoded(bytes);
+    const QString line = textOf(bytes);
     const QString keyword = textBegunInLine == 0 ? keywordOf(line) : QString();
     if (keyword == QLatin1String("BO_"))
         readMessage(number, line);
@@ -71,6 +62,8 @@ void DbcReader::readLine(qint64 number, const QByteArray& bytes)
         readSignal(number, line);
     else if (keyword == QLatin1String("SIG_VALTYPE_"))
         readValueType(number, line);
+    else if (keyword == QLatin1String("BA_"))
+        readAttribute(number, line);
     else
         skip(number, line);
 }
@@ -79,8 +72,10 @@ QVector<MessageDescription> DbcReader::finish()
 {
     if (textBegunInLine != 0)
         warnings.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
-    for (MessageDescription& message : messages)
+    for (MessageDescription& message : messages) {
+        removeSignals(message, [](const auto& signal) { return signal.length == 0; });
         dropUnclearSignals(message);
+    }
     return std::move(messages);
 }
 
@@ -109,26 +104,71 @@ void DbcReader::readSignal(qint64 number, const QString& line)
     messages.last().signalDescriptions.append(signal);
 }
 
-// A signal of IEEE numbers comes late in the file as such, and would give wrong figures if its
-// bits were taken for a whole number.
+QVector<SignalDescription*> DbcReader::find(const QString& dbcId, const QString& signalName)
+{
+    QVector<SignalDescription*> found;
+    MessageDescription wanted;
+    if (!readDbcId(dbcId, wanted))
+        return found;
+    for (MessageDescription& message : messages) {
+        if (message.id != wanted.id || message.extended != wanted.extended)
+            continue;
+        for (SignalDescription& signal : message.signalDescriptions) {
+            if (signal.name == signalName)
+                found += &signal;
+        }
+    }
+    return found;
+}
+
+// Comes after all messages. Left as a whole number the bits of an IEEE number would give wrong
+// figures, so a signal that is neither is not decoded.
 void DbcReader::readValueType(qint64 number, const QString& line)
 {
     static const QRegularExpression pattern(
-        QStringLiteral(R"(^\s*SIG_VALTYPE_\s+(\d+)\s+(\w+)\s*:?\s*[12]\s*;)"));
+        QStringLiteral(R"(^\s*SIG_VALTYPE_\s+(\d+)\s+(\w+)\s*:?\s*([0-3])\s*;)"));
     const QRegularExpressionMatch match = pattern.match(line);
+    if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
+        return; // in the list of the keywords that the file may use
     if (!match.hasMatch())
-        return;
-    const quint32 id = match.captured(1).toUInt();
-    for (MessageDescription& message : messages) {
-        if (message.id != (id & 0x7FFFFFFF) || message.extended != (id >> 31 != 0))
-            continue;
-        const auto isNamed = [&](const auto& signal) { return signal.name == match.captured(2); };
-        if (removeSignals(message, isNamed))
-            warnings.add(number, QStringLiteral("floating-point signal is not supported"));
-    }
+        return warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+    const auto found = find(match.captured(1), match.captured(2));
+    if (found.isEmpty())
+        warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) of no signal"));
+    const int floatBits[] = {0, 32, 64, 0};
+    for (SignalDescription* signal : found)
+        setFloat(number, floatBits[match.captured(3).toInt()], *signal);
 }
 
-// With multiplexors below others, the marker of a signal does not tell which of them it depends on.
+/// Makes \a signal one of IEEE numbers of \a bits; 0: of whole numbers.
+void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
+{
+    signal.isFloat = bits != 0;
+    if (bits == 0 || signal.length == bits)
+        return;
+    signal.length = 0;
+    warnings.add(number, QStringLiteral("floating-point signal of another length than %1 bits is "
+                                        "not decoded")
+                             .arg(bits));
+}
+
+void DbcReader::readAttribute(qint64 number, const QString& line)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral(R"RE(^\s*BA_\s+"SPN"\s+SG_\s+(\d+)\s+(\w+)\s+(\d+)\s*;)RE"));
+    const QRegularExpressionMatch match = pattern.match(line);
+    if (!match.hasMatch())
+        return skip(number, line);
+    constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
+    bool understood = false;
+    const quint32 spn = match.captured(3).toUInt(&understood);
+    const auto found = find(match.captured(1), match.captured(2));
+    if (found.isEmpty() || !understood || spn > lastSpn)
+        return warnings.add(number, QStringLiteral("SPN that is none, or of no signal"));
+    for (SignalDescription* signal : found)
+        signal->spn = spn;
+}
+
 void DbcReader::dropUnclearSignals(MessageDescription& message)
 {
     if (has(message, Multiplexing::Multiplexor) && !has(message, Multiplexing::Nested))

@@ -6,9 +6,10 @@
 namespace monitor
 {
 
-/// Reads a DBC description line by line: messages (BO_) and their signals (SG_). Everything else
-/// is skipped, texts over several lines included. A BO_ or SG_ line that cannot be understood is
-/// a warning, and the rest is used. This class is reentrant.
+/// Reads a DBC description line by line: messages (BO_), their signals (SG_), which of these are
+/// IEEE numbers (SIG_VALTYPE_) and their SPNs (BA_). Everything else is skipped, texts over several
+/// lines included. A line of these that cannot be understood is a warning, and the rest is used.
+/// This class is reentrant.
 class DbcReader
 {
 public:
@@ -24,6 +25,9 @@ private:
     void readMessage(qint64 number, const QString& line);
     void readSignal(qint64 number, const QString& line);
     void readValueType(qint64 number, const QString& line);
+    void readAttribute(qint64 number, const QString& line);
+    void setFloat(qint64 number, int bits, SignalDescription& signal);
+    QVector<SignalDescription*> find(const QString& dbcId, const QString& signalName);
     void dropUnclearSignals(MessageDescription& message);
     void skip(qint64 number, const QString& line);
 

@@ -1,6 +1,6 @@
 #include "CandumpLine.h"
 
-#include <optional>
+#include "LineCursor.h"
 
 namespace monitor
 {
@@ -10,151 +10,209 @@ namespace
 
 constexpr int standardDigits = 3;
 constexpr int extendedDigits = 8;
-constexpr quint32 lastStandardId = 0x7FF;
-constexpr quint32 lastExtendedId = 0x1FFFFFFF;
-constexpr qint64 microsecondsPerSecond = 1000000;
-constexpr qint64 latestSecond = 999999999999; // far from what overflows in microseconds
+constexpr quint32 errorFlag = 0x20000000;
+constexpr quint32 highestRawLength = 15; // what the length code of a frame can say beyond 8
+const QByteArray droppedPrefix = QByteArrayLiteral("DROPCOUNT: dropped ");
 
-bool isBlank(char c)
+LineKind kindOf(const Frame& frame)
 {
-    return c == ' ' || c == '\t';
+    return frame.id > lastExtendedId ? LineKind::ErrorFrame : LineKind::Frame;
 }
 
-bool isDigit(char c)
+bool readBracketedTime(LineCursor& cursor, Frame& frame)
 {
-    return c >= '0' && c <= '9';
+    return cursor.take('(') && readTime(cursor, frame.microseconds) && cursor.take(')') &&
+           cursor.skipBlanks();
 }
 
-/// Walks over the characters of a line. Looking beyond the last one gives '\0'.
-class Cursor
+bool readId(const Word& word, Frame& frame)
 {
-public:
-    explicit Cursor(const QByteArray& line) : next(line.constBegin()), end(line.constEnd()) {}
-
-    bool atEnd() const { return next == end; }
-    char peek() const { return atEnd() ? '\0' : *next; }
-    char take() { return atEnd() ? '\0' : *next++; }
-    bool take(char expected) { return !atEnd() && *next == expected && (++next, true); }
-
-    bool skipBlanks()
-    {
-        const char* const begin = next;
-        while (!atEnd() && isBlank(*next))
-            ++next;
-        return next != begin;
-    }
-
-    bool skipWord()
-    {
-        const char* const begin = next;
-        while (!atEnd() && !isBlank(*next))
-            ++next;
-        return next != begin;
-    }
-
-private:
-    const char* next;
-    const char* end;
-};
-
-std::optional<quint32> hexDigit(char c)
-{
-    if (isDigit(c))
-        return static_cast<quint32>(c - '0');
-    const char lower = static_cast<char>(c | 0x20);
-    if (lower >= 'a' && lower <= 'f')
-        return static_cast<quint32>(lower - 'a' + 10);
-    return std::nullopt;
+    frame.extended = word.size == extendedDigits;
+    const quint32 last = frame.extended ? lastExtendedId | errorFlag : lastStandardId;
+    return (frame.extended || word.size == standardDigits) && readNumber(word, 16, last, frame.id);
 }
 
-bool readSeconds(Cursor& cursor, qint64& seconds)
+/// Takes the digits before the # of the compact form, and that.
+Word takeIdDigits(const Word& word)
 {
-    if (!isDigit(cursor.peek()))
+    int size = 0;
+    while (size < word.size && word.at(size) != '#')
+        ++size;
+    return {word.begin, size};
+}
+
+bool readByte(LineCursor& cursor, Frame& frame, int limit)
+{
+    const auto high = hexDigit(cursor.take());
+    const auto low = hexDigit(cursor.take());
+    if (!high || !low || frame.length == limit)
         return false;
-    for (seconds = 0; isDigit(cursor.peek()) && seconds <= latestSecond;)
-        seconds = seconds * 10 + (cursor.take() - '0');
-    return seconds <= latestSecond;
-}
-
-/// Any number of digits; those behind the microseconds are dropped.
-bool readFraction(Cursor& cursor, qint64& microseconds)
-{
-    if (!isDigit(cursor.peek()))
-        return false;
-    microseconds = 0;
-    for (qint64 weight = microsecondsPerSecond / 10; isDigit(cursor.peek()); weight /= 10)
-        microseconds += weight * (cursor.take() - '0');
+    frame.data.at(frame.length++) = static_cast<quint8>(*high << 4 | *low);
     return true;
 }
 
-bool readTime(Cursor& cursor, Frame& frame)
+/// The length code of a classic frame of 8 bytes that says more than 8, as "_9" behind the data.
+bool readRawLength(LineCursor& cursor, bool has8)
 {
-    qint64 seconds = 0;
-    qint64 fraction = 0;
-    if (!cursor.take('(') || !readSeconds(cursor, seconds) || !cursor.take('.') ||
-        !readFraction(cursor, fraction) || !cursor.take(')'))
-        return false;
-    frame.microseconds = seconds * microsecondsPerSecond + fraction;
-    return true;
+    if (!cursor.take('_'))
+        return true;
+    const auto length = hexDigit(cursor.take());
+    return has8 && length && *length > longestClassicFrame && *length <= highestRawLength;
 }
 
-bool readId(Cursor& cursor, Frame& frame)
-{
-    int digits = 0;
-    for (; digits <= extendedDigits && cursor.peek() != '#'; ++digits) {
-        const auto digit = hexDigit(cursor.take());
-        if (!digit)
-            return false;
-        frame.id = frame.id << 4 | *digit;
-    }
-    frame.extended = digits == extendedDigits;
-    const quint32 lastId = frame.extended ? lastExtendedId : lastStandardId;
-    return (frame.extended || digits == standardDigits) && frame.id <= lastId && cursor.take('#');
-}
-
-bool readRemote(Cursor& cursor, Frame& frame)
+bool readRemote(LineCursor& cursor, Frame& frame)
 {
     frame.remote = true;
-    if (cursor.peek() >= '0' && cursor.peek() <= '8')
+    const char length = cursor.peek();
+    if (length >= '0' && length <= '8')
         cursor.take();
-    return true;
+    return readRawLength(cursor, length == '8');
 }
 
-bool readData(Cursor& cursor, Frame& frame)
+bool readBytes(LineCursor& cursor, Frame& frame, int limit)
 {
-    for (; !cursor.atEnd() && !isBlank(cursor.peek()); ++frame.length) {
-        const auto high = hexDigit(cursor.take());
-        const auto low = hexDigit(cursor.take());
-        if (!high || !low || frame.length == frame.data.size())
+    while (!cursor.atEnd() && !isBlank(cursor.peek()) && cursor.peek() != '_') {
+        if (frame.length > 0)
+            cursor.take('.');
+        if (!readByte(cursor, frame, limit))
             return false;
-        frame.data.at(frame.length) = static_cast<quint8>(*high << 4 | *low);
     }
     return true;
 }
 
-bool readFrame(Cursor& cursor, Frame& frame)
+/// What follows the # of the compact form.
+bool readCompactData(LineCursor& cursor, Frame& frame)
 {
-    if (!readTime(cursor, frame) || !cursor.skipBlanks() || !cursor.skipWord() ||
-        !cursor.skipBlanks() || !readId(cursor, frame))
-        return false;
-    const bool understood = cursor.take('R') ? readRemote(cursor, frame) : readData(cursor, frame);
+    if (cursor.take('R'))
+        return readRemote(cursor, frame);
+    if (cursor.take('#')) // then the flags of CAN FD
+        return hexDigit(cursor.take()) && (cursor.take('.') ? !cursor.atEnd() : true) &&
+               readBytes(cursor, frame, static_cast<int>(frame.data.size()));
+    return readBytes(cursor, frame, longestClassicFrame) &&
+           readRawLength(cursor, frame.length == longestClassicFrame);
+}
+
+/// What may follow the data of the compact form: nothing, or whether it was received or sent.
+bool readCompactEnd(LineCursor& cursor)
+{
+    const bool separated = cursor.skipBlanks();
+    if (cursor.atEnd())
+        return true;
+    const Word direction = cursor.takeWord();
     cursor.skipBlanks();
-    return understood && cursor.atEnd();
+    return separated && (direction == "R" || direction == "T") && cursor.atEnd();
+}
+
+bool readCompact(LineCursor cursor, Frame& frame)
+{
+    if (!readBracketedTime(cursor, frame) || cursor.takeWord().isEmpty() || !cursor.skipBlanks())
+        return false;
+    LineCursor ahead = cursor;
+    const Word digits = takeIdDigits(ahead.takeWord());
+    for (int i = 0; i < digits.size; ++i)
+        cursor.take();
+    return readId(digits, frame) && cursor.take('#') && readCompactData(cursor, frame) &&
+           readCompactEnd(cursor);
+}
+
+/// Reads "[8]", or "[08]" to "[64]" for CAN FD. The length is announced, not yet read.
+bool readAnnouncedLength(const Word& word, quint32& length, int& limit)
+{
+    if (word.size < 3 || word.at(0) != '[' || word.last() != ']')
+        return false;
+    const bool isClassic = word.size == 3;
+    limit = isClassic ? longestClassicFrame : 64;
+    return word.size <= 4 &&
+           readNumber({word.begin + 1, word.size - 2}, 10, static_cast<quint32>(limit), length);
+}
+
+bool readScreenBytes(LineCursor& cursor, quint32 length, int limit, Frame& frame)
+{
+    while (frame.length < length) {
+        if (!cursor.skipBlanks() || !readByte(cursor, frame, limit))
+            return false;
+    }
+    return cursor.atEnd() || isBlank(cursor.peek());
+}
+
+/// What may follow the bytes on the screen: nothing, the bytes as characters, a mark of an error.
+bool readScreenEnd(LineCursor& cursor, bool isError)
+{
+    cursor.skipBlanks();
+    if (cursor.atEnd())
+        return !isError;
+    if (isError)
+        return cursor.takeWord() == "ERRORFRAME";
+    return cursor.peek() == '\'';
+}
+
+bool readScreenData(LineCursor& cursor, quint32 length, int limit, Frame& frame)
+{
+    LineCursor ahead = cursor;
+    if (ahead.takeNextWord() == "remote" && ahead.takeNextWord() == "request") {
+        frame.remote = true;
+        ahead.skipBlanks();
+        return ahead.atEnd();
+    }
+    return readScreenBytes(cursor, length, limit, frame) &&
+           readScreenEnd(cursor, frame.id > lastExtendedId);
+}
+
+/// Skips "RX - -" or "TX B E", which candump writes before the id if it is asked to.
+Word takeScreenId(LineCursor& cursor)
+{
+    Word word = cursor.takeNextWord();
+    if (!(word == "RX" || word == "TX"))
+        return word;
+    cursor.takeNextWord();
+    cursor.takeNextWord();
+    return cursor.takeNextWord();
+}
+
+bool readScreen(LineCursor cursor, Frame& frame)
+{
+    if (cursor.peek() == '(' && !readBracketedTime(cursor, frame))
+        return false;
+    if (cursor.takeWord().isEmpty() || !readId(takeScreenId(cursor), frame))
+        return false;
+    quint32 length = 0;
+    int limit = 0;
+    return readAnnouncedLength(cursor.takeNextWord(), length, limit) &&
+           readScreenData(cursor, length, limit, frame);
 }
 
 } // namespace
 
 LineKind readCandumpLine(const QByteArray& line, Frame& frame)
 {
-    Cursor cursor(line);
+    LineCursor cursor(line);
     cursor.skipBlanks();
     if (cursor.atEnd() || cursor.peek() == '#')
         return LineKind::Nothing;
+    if (droppedFrames(line) > 0)
+        return LineKind::Dropped;
     Frame read;
-    if (!readFrame(cursor, read))
-        return LineKind::NoFrame;
-    frame = read;
-    return LineKind::Frame;
+    if (!readCompact(cursor, read)) {
+        read = Frame();
+        if (!readScreen(cursor, read))
+            return LineKind::NoFrame;
+    }
+    if (kindOf(read) == LineKind::Frame)
+        frame = read;
+    return kindOf(read);
+}
+
+// As in "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
+qint64 droppedFrames(const QByteArray& line)
+{
+    if (!line.startsWith(droppedPrefix))
+        return 0;
+    LineCursor cursor(line);
+    cursor.takeWord();
+    cursor.takeNextWord();
+    quint32 number = 0;
+    constexpr quint32 most = 0xFFFFFFFF; // candump counts in 32 bits
+    return readNumber(cursor.takeNextWord(), 10, most, number) ? number : 0;
 }
 
 } // namespace monitor

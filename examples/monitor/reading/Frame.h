@@ -7,14 +7,27 @@
 namespace monitor
 {
 
-/// One classic CAN frame as it was seen on the bus.
+constexpr quint32 lastStandardId = 0x7FF;
+constexpr quint32 lastExtendedId = 0x1FFFFFFF;
+constexpr quint8 longestClassicFrame = 8;
+
+/// One CAN frame as it was seen on the bus, classic or FD.
 struct Frame {
     qint64 microseconds = 0; ///< when it was seen; the epoch is the recorder's
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     bool remote = false;   ///< a request for data; carries none
-    quint8 length = 0;     ///< the number of bytes in \a data that count
-    std::array<quint8, 8> data{};
+    quint8 length = 0; ///< the number of bytes in \a data that count, up to 8 in a classic frame
+    std::array<quint8, 64> data{};
+};
+
+/// What a line of a recording turned out to be.
+enum class LineKind {
+    Frame,
+    ErrorFrame, ///< an error on the bus, which carries no data of a node
+    Dropped,    ///< tells that the recorder has lost frames
+    Nothing,    ///< a blank line, a comment, or an event that is no frame
+    NoFrame     ///< anything else
 };
 
 } // namespace monitor

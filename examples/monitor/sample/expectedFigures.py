@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes engine.expected: the figures that the monitor must show for the sample recording.
+"""Writes engine.expected and drive.expected: the figures that the monitor must show for the sample
+recordings.
 
 They are computed here a second time, in exact fractions and by other means than the monitor's, so
 that a test can compare the two. One line for each signal and source:
@@ -10,9 +11,11 @@ that a test can compare the two. One line for each signal and source:
 Written for the sample, so it reads no more of a recording or a description than that needs.
 """
 
+import configparser
 import math
 import re
 import statistics
+import struct
 import sys
 from collections import defaultdict
 from fractions import Fraction
@@ -20,6 +23,7 @@ from pathlib import Path
 
 HERE = Path(__file__).parent
 K = 3
+NODE = 5  # of the drive
 SIGNAL = re.compile(r' SG_ (\w+) (?:(M|m\d+) )?: (\d+)\|(\d+)@([01])([+-]) '
                     r'\(([^,]+),([^)]+)\) \[.*\] "(.*)" ')
 
@@ -35,6 +39,44 @@ def messages():
         elif line.startswith(" SG_ "):
             signals.append(SIGNAL.match(line).groups())
     return found
+
+
+def pdos():
+    """Maps the 11-bit id, as text, to the objects of the drive: name, data type, bits."""
+    eds = configparser.ConfigParser(delimiters="=", interpolation=None)
+    eds.optionxform = str.lower
+    eds.read_string((HERE / "drive.eds").read_text(encoding="utf-8").lower())
+    names = dict(re.findall(r"\[(\w+)\]\nParameterName=(.*)",
+                            (HERE / "drive.eds").read_text(encoding="utf-8")))
+    found = {}
+    for number in range(3):
+        cob_id = eval(eds[f"{0x1800 + number:x}sub1"]["defaultvalue"].replace("$nodeid", str(NODE)))
+        if cob_id >> 31:
+            continue
+        found[f"{cob_id & 0x7FF:03X}"] = objects = []
+        for i in range(1, 65):
+            if not eds.has_section(section := f"{0x1a00 + number:x}sub{i}"):
+                break
+            entry = int(eds[section]["defaultvalue"], 16)
+            index = f"{entry >> 16:x}"
+            is_dummy = not eds.has_section(index)
+            datatype = 0 if is_dummy else int(eds[index]["datatype"], 16)
+            objects.append((names.get(index), datatype, entry & 0xFF))
+    return found
+
+
+def objects_in(data, mapped):
+    """The name and value of the objects in a PDO, from its bits in the order of their weight."""
+    digits = "".join(f"{byte:08b}" for byte in data[::-1])
+    for name, datatype, length in mapped:
+        bits, digits = digits[-length:], digits[:-length]
+        raw = int(bits, 2)
+        if datatype in (2, 3, 4):
+            raw -= 2 ** length if bits[0] == "1" else 0
+        if datatype == 8:
+            raw = Fraction(struct.unpack("<f", raw.to_bytes(4, "little"))[0])
+        if datatype:
+            yield name, Fraction(raw)
 
 
 def raw_bits(data, start, length, order):
@@ -58,13 +100,15 @@ def kind_of(bits, is_j1939):
 def collect(recording):
     """Maps (name, source) to the scaled values and to the counts of what was none."""
     series = defaultdict(lambda: ([], {"not available": 0, "error": 0}))
-    known = messages()
+    known, known_pdos = messages(), pdos()
     for line in recording.splitlines():
         match = re.fullmatch(r"\(.+\) \w+ (\w+)#([0-9A-F]*)", line)
         if not match:
             continue  # a comment or a remote frame
         identifier, data = match[1], bytes.fromhex(match[2])
         is_j1939 = len(identifier) == 8
+        for name, value in objects_in(data, known_pdos.get(identifier, [])):
+            series[name, str(NODE)][0].append(value)
         key = f"{int(identifier, 16) & 0x3FFFF00:08X}"[:6] if is_j1939 else identifier
         source = str(int(identifier[6:], 16)) if is_j1939 else "-"
         for name, multiplex, start, length, order, sign, factor, offset, _ in known.get(key, []):
@@ -108,12 +152,13 @@ def figures(values):
 
 def main():
     directory = Path(sys.argv[1]) if len(sys.argv) > 1 else HERE
-    recording = (HERE / "engine.log").read_text(encoding="ascii")
-    with open(directory / "engine.expected", "w", encoding="ascii", newline="\n") as output:
-        for (name, source), (values, counts) in sorted(collect(recording).items()):
-            cells = [name, source, len(values), *(f"{float(x):.15g}" for x in figures(values)),
-                     counts["not available"], counts["error"]]
-            print(*cells, sep=";", file=output)
+    for name in "engine", "drive":
+        recording = (HERE / f"{name}.log").read_text(encoding="ascii")
+        with open(directory / f"{name}.expected", "w", encoding="ascii", newline="\n") as output:
+            for (signal, source), (values, counts) in sorted(collect(recording).items()):
+                cells = [signal, source, len(values), *(f"{float(x):.15g}" for x in figures(values)),
+                         counts["not available"], counts["error"]]
+                print(*cells, sep=";", file=output)
 
 
 main()

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Writes the sample recording engine.log and its description engine.dbc.
+"""Writes the sample recordings engine.log and drive.log and their descriptions engine.dbc and
+drive.eds.
 
 Half a minute of a simulated engine on a dynamometer, governed to 1500 rpm: it warms up, its speed
 has a few outliers, its oil temperature sensor is not available for a while, its oil pressure
 sensor reports an error now and then, and engine and cab controller both send the battery voltage.
+In drive.log a CANopen drive, node 5, runs beside the engine for ten seconds.
 
     generateSample.py [DIRECTORY]        the directory of this script if none is given
 
@@ -11,6 +13,7 @@ The same files come out every time: the noise has a fixed seed and is made by pl
 """
 
 import random
+import struct
 import sys
 from pathlib import Path
 from typing import NamedTuple
@@ -186,13 +189,65 @@ class Engine:
         return {"Page": 0, torque.name: self.raw(torque, self.noise(60) - 25) & 0xFFFF}
 
 
-def frames():
-    """Everything on the bus as (time, id text, data text), in no order."""
+class Drive:
+    """The simulated CANopen drive, as its description drive.eds says."""
+
+    NODE = 5
+    # index, name, data type, bits mapped
+    OBJECTS = [(0x6041, "Statusword", 6, 16), (0x606C, "Velocity actual value", 4, 32),
+               (0x6078, "Current actual value", 3, 16), (0x2100, "Motor temperature", 8, 32),
+               (0x2101, "Operating mode", 5, 4), (0x2102, "Brake released", 1, 1)]
+    DUMMY = 0x0005_00_08  # room of eight bits
+    # COB-ID, number of entries said to be there, entries
+    PDOS = [("$NODEID+0x40000180", 8, [0x6041_00_10, 0x606C_00_20]),
+            ("640+$nodeid", 4, [0x6078_00_10, 0x2100_00_20, DUMMY, 0x2101_00_04]),
+            ("$NODEID+0xC0000380", 1, [0x6041_00_10])]
+
+    def __init__(self):
+        self.random = random.Random(402)
+
+    def noise(self, width):
+        return round(width * (sum(self.random.random() for _ in range(4)) - 2))
+
+    def velocity(self, time):
+        stalled = 6 * SECOND <= time < 6 * SECOND + 60_000
+        velocity = 250 if stalled else -1200 + self.noise(8)
+        return struct.pack("<Hi", 0x1637 if stalled else 0x1237, velocity)
+
+    def load(self, time):
+        temperature = 40 + time / SECOND / 4
+        return struct.pack("<hfBB", 310 + self.noise(12), temperature, 0xA5, 3)
+
+    def description(self):
+        yield from ["; A simulated drive", "[DeviceInfo]", "ProductName=Drive, simulated", ""]
+        for index, name, datatype, _ in self.OBJECTS:
+            yield from [f"[{index:x}]", f"ParameterName={name}", "ObjectType=0x7",
+                        f"DataType=0x{datatype:04X}", "PDOMapping=1", ""]
+        for number, (cob_id, count, entries) in enumerate(self.PDOS):
+            yield from [f"[{0x1800 + number:X}sub1]", "ParameterName=COB-ID",
+                        f"DefaultValue={cob_id}", ""]
+            yield from [f"[{0x1A00 + number:X}sub0]", "ParameterName=Number of entries",
+                        f"DefaultValue={count}", ""]
+            for i, entry in enumerate(entries, 1):
+                yield from [f"[{0x1A00 + number:X}Sub{i}]", f"ParameterName=Entry {i}",
+                            f"DefaultValue=0x{entry:08X}", ""]
+
+    def frames(self, duration):
+        for time in range(2_220, duration, 20_000):
+            yield time, f"{0x180 + self.NODE:03X}", self.velocity(time).hex().upper()
+        for time in range(3_330, duration, 100_000):
+            yield time, f"{0x280 + self.NODE:03X}", self.load(time).hex().upper()
+        for time in range(4_440, duration, SECOND):
+            yield time, f"{0x280 + self.NODE:03X}", "R8"  # somebody asks for the load
+
+
+def frames(duration):
+    """Everything on the bus of the engine as (time, id text, data text), in no order."""
     engine = Engine()
 
     def cyclic(message, source, period, phase, values):
         identifier = f"{message.id | source:08X}" if message.pgn else f"{message.id:03X}"
-        for time in range(phase, DURATION, period):
+        for time in range(phase, duration, period):
             yield time, identifier, packed(message, values(time)).hex().upper()
 
     yield from cyclic(EEC1, ENGINE, 20_000, 1_150, engine.eec1)
@@ -203,20 +258,24 @@ def frames():
     yield from cyclic(CCVS1, CAB_CONTROLLER, 100_000, 8_750, engine.ccvs1)
     yield from cyclic(DYNAMOMETER, 0, 100_000, 9_860, engine.dynamometer)
     yield 9_000, f"{DYNAMOMETER.id:03X}", "R"  # somebody asks it once
-    for time in range(12_000, DURATION, SECOND):
+    for time in range(12_000, duration, SECOND):
         yield time, "701", "05"  # a device that the description does not know is alive
 
 
-def log_lines():
-    yield "# A simulated engine, 30 s"
-    for time, identifier, data in sorted(frames()):
+def log_lines(title, recorded):
+    yield f"# {title}"
+    for time, identifier, data in sorted(recorded):
         seconds, microseconds = divmod(START + time, SECOND)
         yield f"({seconds}.{microseconds:06}) can0 {identifier}#{data}"
 
 
 def main():
     directory = Path(sys.argv[1]) if len(sys.argv) > 1 else Path(__file__).parent
-    for name, lines in ("engine.dbc", dbc_lines()), ("engine.log", log_lines()):
+    drive = Drive()
+    both = [*frames(10 * SECOND), *drive.frames(10 * SECOND)]
+    for name, lines in (("engine.dbc", dbc_lines()), ("drive.eds", drive.description()),
+                        ("engine.log", log_lines("A simulated engine, 30 s", frames(DURATION))),
+                        ("drive.log", log_lines("An engine and a CANopen drive, 10 s", both))):
         (directory / name).write_text("\n".join(lines) + "\n", encoding="utf-8", newline="\n")
 
 

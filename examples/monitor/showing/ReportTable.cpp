@@ -30,18 +30,29 @@ QVector<Column> columns()
     };
 }
 
+// What the scaling tells about the digits of whole raw values it does not tell of IEEE numbers.
+QString formatValue(const SignalReport& report, double value)
+{
+    return report.isFloat ? formatComputed(value)
+                          : formatMeasured(value, report.factor, report.offset);
+}
+
+QString formatMedianOf(const SignalReport& report)
+{
+    return report.isFloat ? formatComputed(report.median)
+                          : formatMedian(report.median, report.factor, report.offset);
+}
+
 /// The cells from the newest value to the deviators.
 QStringList figuresOf(const SignalReport& report)
 {
-    const double factor = report.factor;
-    const double offset = report.offset;
     return {
-        formatMeasured(report.newest, factor, offset),
+        formatValue(report, report.newest),
         formatComputed(report.average),
         formatComputed(report.deviation),
-        formatMeasured(report.minimum, factor, offset),
-        formatMeasured(report.maximum, factor, offset),
-        formatMedian(report.median, factor, offset),
+        formatValue(report, report.minimum),
+        formatValue(report, report.maximum),
+        formatMedianOf(report),
         QString::number(report.rating),
         formatComputed(report.lowerThreshold) + " .. " + formatComputed(report.upperThreshold),
         QString::number(report.deviators),
@@ -54,7 +65,9 @@ QStringList rowOf(const SignalReport& report)
     QStringList row;
     row << report.name << (report.source ? QString::number(*report.source) : QString())
         << QString::number(report.count);
-    if (report.count > 0)
+    if (report.carried)
+        row << report.newestText << QVector<QString>(figures - 1).toList();
+    else if (report.count > 0)
         row << figuresOf(report);
     else
         row << QVector<QString>(figures).toList();
@@ -72,17 +85,45 @@ QString formatReports(const QVector<SignalReport>& reports)
     return formatTable(columns(), rows);
 }
 
+QString formatLimits(const QVector<SignalReport>& reports)
+{
+    QString lines;
+    for (const SignalReport& report : reports) {
+        if (report.limits)
+            lines += QStringLiteral("limits      %1 .. %2 rate %3\n")
+                         .arg(formatComputed(report.limits->lowest),
+                              formatComputed(report.limits->highest), printable(report.name));
+    }
+    return lines;
+}
+
+QString formatTransport(const TransportCounts& counts)
+{
+    if (counts.messages + counts.lost + counts.outOfOrder + counts.interrupted == 0)
+        return QString();
+    return QStringLiteral("transport   %1 message(s), %2 interrupted; packets: %3 lost, %4 out of "
+                          "order\n")
+        .arg(counts.messages)
+        .arg(counts.interrupted)
+        .arg(counts.lost)
+        .arg(counts.outOfOrder);
+}
+
 QString formatSummary(const FrameCounts& counts, double k)
 {
     return QStringLiteral("band        average -/+ %1 deviations\n"
                           "frames      %2\n"
                           "decoded     %3\n"
                           "undecoded   %4\n"
-                          "no frame    %5\n")
+                          "dropped     %5\n"
+                          "errors      %6\n"
+                          "no frame    %7\n")
         .arg(QString::number(k, 'g', 15))
         .arg(counts.total)
         .arg(counts.decoded)
         .arg(counts.total - counts.decoded)
+        .arg(counts.dropped)
+        .arg(counts.errors)
         .arg(counts.noFrame);
 }
 

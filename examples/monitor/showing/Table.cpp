@@ -8,16 +8,6 @@ namespace monitor
 namespace
 {
 
-/// Names and units come from files: what would move a terminal's cursor does not get there.
-QString printable(QString cell)
-{
-    for (QChar& c : cell) {
-        if (!c.isPrint())
-            c = ' ';
-    }
-    return cell.isEmpty() ? QStringLiteral("-") : cell;
-}
-
 int widthOf(int column, const QVector<QStringList>& rows)
 {
     int width = 0;
@@ -42,6 +32,15 @@ QString formatRow(const QStringList& row, const QVector<Column>& columns,
 }
 
 } // namespace
+
+QString printable(QString text)
+{
+    for (QChar& c : text) {
+        if (!c.isPrint())
+            c = ' ';
+    }
+    return text.isEmpty() ? QStringLiteral("-") : text;
+}
 
 QString formatTable(const QVector<Column>& columns, QVector<QStringList> rows)
 {

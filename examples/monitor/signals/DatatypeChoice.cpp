@@ -50,15 +50,28 @@ bool staysIn(const SignalDescription& signal, int bits)
     return true;
 }
 
+/// Whether the data type of the CANopen object \a signal shows it as it is. INTEGER40 does not: it
+/// selects the element type of a single byte.
+bool keepsItsType(const SignalDescription& signal)
+{
+    const bool isScaled = signal.factor != 1 || signal.offset != 0;
+    const bool isExact = signal.isFloat || signal.length <= exactBits;
+    return signal.carried ||
+           (!isScaled && isExact && *signal.datatype != CANopenDataType::INTEGER40);
+}
+
 } // namespace
 
-// An integer type drops the fraction of every product and wraps where it is left, so a speed of
-// 0.125 rpm per bit or a temperature from -40 degrees would come out wrong: they need REAL64.
-// So does what is longer than 53 bits: the library scales in double, so an integer type would
-// show a rounded value as if it were exact, and the greatest one, rounded up, even as 0.
+// IEEE numbers of 32 bits are scaled in 64 too, where nothing is rounded. An integer type drops the
+// fraction of every product and wraps where it is left, so a speed of 0.125 rpm per bit or a
+// temperature from -40 degrees would come out wrong: they need REAL64. So does what is longer than
+// 53 bits: the library scales in double, so an integer type would show a rounded value as if it
+// were exact, and the greatest one, rounded up, even as 0.
 CANopenDataType datatypeOf(const SignalDescription& signal)
 {
-    if (!isWhole(signal.factor) || !isWhole(signal.offset))
+    if (signal.datatype && keepsItsType(signal))
+        return *signal.datatype;
+    if (signal.isFloat || !isWhole(signal.factor) || !isWhole(signal.offset))
         return CANopenDataType::REAL64;
     for (const IntegerType& type : integerTypes) {
         if (signal.length > type.bits)

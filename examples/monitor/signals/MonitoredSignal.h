@@ -3,7 +3,7 @@
 #include "../decoding/Decoder.h"
 #include "SignalReport.h"
 
-#include <vantrel/signal/GenericSignalImpl.h>
+#include <memory>
 
 namespace monitor
 {
@@ -13,29 +13,22 @@ namespace monitor
 class MonitoredSignal
 {
 public:
-    /// Begins to record. \a reportedName is the name that the report bears.
-    MonitoredSignal(const SignalDescription& description, const QString& reportedName,
-                    std::optional<quint8> sourceAddress);
+    virtual ~MonitoredSignal() = default;
 
     /// Records a value, or counts that there was none.
-    void feed(const DecodedSignal& decoded);
+    virtual void feed(const DecodedSignal& decoded) = 0;
 
     /// Ends the background updating of the average and deviation that the library offers for
     /// display. Waits for its current cycle, up to 100 ms. What is recorded stays.
-    void stopUpdating();
+    virtual void stopUpdating() = 0;
 
     /// All figures as they are now, with a band of \a k deviations. Nobody may feed meanwhile.
-    SignalReport report(double k);
-
-private:
-    void measure(SignalReport& report, double k);
-
-    SignalDescription description;
-    QString name;
-    std::optional<quint8> source;
-    GenericSignalImpl<J1939Value> recorded;
-    qint64 notAvailable = 0;
-    qint64 errors = 0;
+    virtual SignalReport report(double k) = 0;
 };
+
+/// Begins to record a signal of \a message in the library's record for its protocol.
+std::unique_ptr<MonitoredSignal> monitorSignal(const MessageDescription& message,
+                                               const SignalDescription& description,
+                                               std::optional<quint8> sourceAddress);
 
 } // namespace monitor

@@ -29,15 +29,6 @@ bool isBefore(const SignalReport& left, const SignalReport& right)
 
 } // namespace
 
-SignalTable::SignalTable(const QVector<MessageDescription>& messageDescriptions)
-    : descriptions(messageDescriptions)
-{
-    for (const MessageDescription& message : descriptions) {
-        for (const SignalDescription& signal : message.signalDescriptions)
-            ++messagesWithName[signal.name];
-    }
-}
-
 void SignalTable::feed(const DecodedSignal& decoded)
 {
     signalOf(decoded).feed(decoded);
@@ -72,17 +63,9 @@ MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
         return *monitored.at(known.value());
     const MessageDescription& message = descriptions.at(decoded.message);
     positions.insert(key, monitored.size());
-    monitored.push_back(std::make_unique<MonitoredSignal>(
-        message.signalDescriptions.at(decoded.signal), nameOf(decoded), decoded.source));
+    monitored.push_back(
+        monitorSignal(message, message.signalDescriptions.at(decoded.signal), decoded.source));
     return *monitored.back();
-}
-
-/// The name of the signal, with that of its message where it would not be clear which is meant.
-QString SignalTable::nameOf(const DecodedSignal& decoded) const
-{
-    const MessageDescription& message = descriptions.at(decoded.message);
-    const QString& name = message.signalDescriptions.at(decoded.signal).name;
-    return messagesWithName.value(name) > 1 ? message.name + '.' + name : name;
 }
 
 } // namespace monitor

@@ -15,7 +15,10 @@ class SignalTable
 {
 public:
     /// \a messageDescriptions must outlive this object.
-    explicit SignalTable(const QVector<MessageDescription>& messageDescriptions);
+    explicit SignalTable(const QVector<MessageDescription>& messageDescriptions)
+        : descriptions(messageDescriptions)
+    {
+    }
 
     /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
     void feed(const DecodedSignal& decoded);
@@ -28,10 +31,8 @@ public:
 
 private:
     MonitoredSignal& signalOf(const DecodedSignal& decoded);
-    QString nameOf(const DecodedSignal& decoded) const;
 
     const QVector<MessageDescription>& descriptions;
-    QHash<QString, int> messagesWithName; // how many messages have a signal of that name
     std::vector<std::unique_ptr<MonitoredSignal>> monitored;
     QHash<quint64, size_t> positions; // in monitored
 };

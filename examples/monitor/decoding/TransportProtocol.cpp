@@ -1,0 +1,186 @@
+#include "TransportProtocol.h"
+
+#include "J1939Id.h"
+
+#include <algorithm>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr quint32 controlPgn = 60416;
+constexpr quint32 packetPgn = 60160;
+constexpr int bytesInPacket = 7; // behind the number of the packet
+constexpr int shortestMessage = 9;
+constexpr int longestMessage = 1785;
+constexpr quint8 everybody = 255;
+constexpr quint32 lastPgn = 0x3FFFF;
+
+enum Control : quint8 { RequestToSend = 16, ClearToSend = 17, BroadcastAnnounce = 32, Abort = 255 };
+
+quint8 destinationOf(const Frame& frame)
+{
+    return static_cast<quint8>(frame.id >> 8);
+}
+
+quint32 keyOf(quint8 source, quint8 destination)
+{
+    return static_cast<quint32>(source << 8 | destination);
+}
+
+/// The session of what \a frame was sent for by its own source.
+quint32 sentKeyOf(const Frame& frame)
+{
+    return keyOf(sourceAddressOf(frame.id), destinationOf(frame));
+}
+
+/// The session that the receiver of its packets answers in \a frame.
+quint32 answeredKeyOf(const Frame& frame)
+{
+    return keyOf(destinationOf(frame), sourceAddressOf(frame.id));
+}
+
+quint32 announcedPgn(const Frame& frame)
+{
+    return static_cast<quint32>(frame.data[5] | frame.data[6] << 8 | frame.data[7] << 16);
+}
+
+/// The id of a single frame with that content; of its parts only PGN and source matter.
+quint32 idOf(quint32 pgn, const Frame& packet)
+{
+    return pgn << 8 | sourceAddressOf(packet.id);
+}
+
+} // namespace
+
+std::optional<TransportedMessage> TransportProtocol::take(const Frame& frame)
+{
+    if (!frame.extended || frame.remote || frame.length != longestClassicFrame)
+        return std::nullopt;
+    const quint32 pgn = pgnOf(frame.id);
+    if (pgn == controlPgn)
+        takeControl(frame);
+    return pgn == packetPgn ? takePacket(frame) : std::nullopt;
+}
+
+void TransportProtocol::takeControl(const Frame& frame)
+{
+    const bool toEverybody = destinationOf(frame) == everybody;
+    switch (frame.data[0]) {
+    case RequestToSend:
+    case BroadcastAnnounce:
+        if (toEverybody == (frame.data[0] == BroadcastAnnounce))
+            begin(frame);
+        break;
+    case ClearToSend:
+        rewind(frame);
+        break;
+    case Abort:
+        abort(frame);
+        break;
+    default: // the acknowledgment of a whole message, and what is reserved
+        break;
+    }
+}
+
+void TransportProtocol::begin(const Frame& frame)
+{
+    giveUp(sentKeyOf(frame));
+    Session session;
+    session.pgn = announcedPgn(frame);
+    session.size = frame.data[1] | frame.data[2] << 8;
+    session.packets = frame.data[3];
+    const bool isPossible = session.size >= shortestMessage && session.size <= longestMessage &&
+                            session.packets == (session.size + bytesInPacket - 1) / bytesInPacket &&
+                            session.pgn <= lastPgn;
+    if (!isPossible) {
+        ++counted.interrupted;
+        return;
+    }
+    session.data = QByteArray(session.packets * bytesInPacket, '\0');
+    sessions.insert(sentKeyOf(frame), session);
+}
+
+/// The receiver may ask for packets again.
+void TransportProtocol::rewind(const Frame& frame)
+{
+    const auto session = sessions.find(answeredKeyOf(frame));
+    const int next = frame.data[2];
+    if (session != sessions.end() && session->pgn == announcedPgn(frame) && frame.data[1] > 0 &&
+        next > 0 && next <= session->packets)
+        session->next = next;
+}
+
+/// Either side may abort.
+void TransportProtocol::abort(const Frame& frame)
+{
+    for (const quint32 key : {sentKeyOf(frame), answeredKeyOf(frame)}) {
+        const auto session = sessions.constFind(key);
+        if (session != sessions.cend() && session->pgn == announcedPgn(frame))
+            giveUp(key);
+    }
+}
+
+void TransportProtocol::giveUp(quint32 key)
+{
+    counted.interrupted += sessions.remove(key);
+}
+
+std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& frame)
+{
+    const auto session = sessions.find(sentKeyOf(frame));
+    if (session == sessions.end()) {
+        ++counted.lost; // the announcement, or a packet before this one, is missing
+        return std::nullopt;
+    }
+    if (!checkOrder(frame, *session)) {
+        giveUp(sentKeyOf(frame));
+        return std::nullopt;
+    }
+    store(frame, *session);
+    const bool isComplete = static_cast<int>(session->received.count()) == session->packets;
+    return isComplete ? std::optional(finish(frame, session)) : std::nullopt;
+}
+
+/// Counts what is wrong with the number of a packet. False if the message cannot become complete
+/// any more: what was sent to all is not sent again.
+bool TransportProtocol::checkOrder(const Frame& frame, Session& session)
+{
+    const int number = frame.data[0];
+    if (number == session.next)
+        return true;
+    if (number > session.next && number <= session.packets)
+        counted.lost += number - session.next;
+    else
+        ++counted.outOfOrder;
+    return destinationOf(frame) != everybody && number > 0 && number <= session.packets;
+}
+
+void TransportProtocol::store(const Frame& frame, Session& session)
+{
+    const int number = frame.data[0];
+    const int place = (number - 1) * bytesInPacket;
+    const auto begin = frame.data.begin() + 1;
+    std::copy(begin, begin + bytesInPacket, session.data.begin() + place);
+    session.received.set(static_cast<size_t>(number));
+    session.next = number + 1;
+    ++session.frames;
+}
+
+TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::iterator session)
+{
+    ++counted.messages;
+    finished = session->data;
+    TransportedMessage message;
+    message.frames = session->frames;
+    message.payload.id = idOf(session->pgn, frame);
+    message.payload.extended = true;
+    message.payload.data = reinterpret_cast<const quint8*>(finished.constData());
+    message.payload.length = session->size;
+    sessions.erase(session);
+    return message;
+}
+
+} // namespace monitor

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Description.h"
+
+#include <QtCore/QStringList>
+
+namespace monitor
+{
+
+/// Limits for the signals that a pattern means (see isMeant()).
+struct SignalLimits {
+    QString pattern;
+    ValueRange limits;
+};
+
+/// A scaling for the CANopen objects that a pattern means: value = raw x factor + offset.
+struct SignalScaling {
+    QString pattern;
+    double factor = 1;
+    double offset = 0;
+    QString unit{};
+};
+
+/// Leaves only the signals chosen that one of \a patterns means; no pattern at all leaves them as
+/// they are. Returns the complaint about a pattern that means no signal, else an empty text.
+QString chooseSignals(const QStringList& patterns, QVector<MessageDescription>& messages);
+
+/// Gives the signals their limits; of several for one signal the last counts. Returns the
+/// complaint about one that means no signal, else an empty text.
+QString setLimits(const QVector<SignalLimits>& limits, QVector<MessageDescription>& messages);
+
+/// Gives CANopen objects their scaling; of several for one object the last counts. Returns the
+/// complaint about one that means no signal or one that cannot be scaled so, else an empty text.
+QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescription>& messages);
+
+/// Takes all raw values of the signals that \a patterns mean for measured ones. Returns the
+/// complaint about a pattern that means no signal, else an empty text.
+QString setNotReserved(const QStringList& patterns, QVector<MessageDescription>& messages);
+
+} // namespace monitor

@@ -1,0 +1,188 @@
+#include "AscReader.h"
+
+#include "LineCursor.h"
+
+#include <algorithm>
+
+namespace monitor
+{
+
+namespace
+{
+
+/// How the numbers of a line are to be read, and where it is read to.
+struct AscLine {
+    LineCursor cursor;
+    quint32 base;
+    Frame& frame;
+};
+
+bool isErrorFrame(const Word& word)
+{
+    return word == "ErrorFrame";
+}
+
+bool isDirection(const Word& word)
+{
+    return word == "Rx" || word == "Tx";
+}
+
+bool readId(Word word, quint32 base, Frame& frame)
+{
+    frame.extended = !word.isEmpty() && (word.last() | 0x20) == 'x';
+    word.size -= frame.extended ? 1 : 0;
+    return readNumber(word, base, frame.extended ? lastExtendedId : lastStandardId, frame.id);
+}
+
+// Hexadecimal bytes have two digits, so that one cut off at the end is not taken for a smaller one.
+bool readByte(const Word& word, quint32 base, quint32& byte)
+{
+    return (base == 10 || word.size == 2) && readNumber(word, base, 0xFF, byte);
+}
+
+bool readBytes(AscLine& line, quint32 count)
+{
+    for (quint32 i = 0; i < count; ++i) {
+        quint32 byte = 0;
+        if (!readByte(line.cursor.takeNextWord(), line.base, byte))
+            return false;
+        line.frame.data.at(i) = static_cast<quint8>(byte);
+    }
+    line.frame.length = static_cast<quint8>(count);
+    return true;
+}
+
+/// What follows the direction of a classic frame: "d 8 01 02 ...", "r" or "r 8".
+LineKind readClassicData(AscLine& line)
+{
+    const Word kind = line.cursor.takeNextWord();
+    line.frame.remote = kind == "r";
+    if (line.frame.remote)
+        return LineKind::Frame;
+    quint32 length = 0;
+    // The length code may say up to 15, which stands for 8 bytes as well.
+    if (!(kind == "d") || !readNumber(line.cursor.takeNextWord(), 16, 15, length) ||
+        !readBytes(line, std::min<quint32>(length, longestClassicFrame)))
+        return LineKind::NoFrame;
+    return LineKind::Frame;
+}
+
+bool looksLikeAnId(const Word& word)
+{
+    Frame ignored;
+    return readId(word, 16, ignored);
+}
+
+/// What follows the channel. Events that are no frames have words of their own here.
+LineKind readClassic(AscLine& line)
+{
+    const Word id = line.cursor.takeNextWord();
+    if (isErrorFrame(id))
+        return LineKind::ErrorFrame;
+    const Word direction = line.cursor.takeNextWord();
+    if (!isDirection(direction)) {
+        const bool isEvent = direction == "TxRq" || (!id.isEmpty() && !looksLikeAnId(id));
+        return isEvent ? LineKind::Nothing : LineKind::NoFrame;
+    }
+    return readId(id, line.base, line.frame) ? readClassicData(line) : LineKind::NoFrame;
+}
+
+bool isFlag(const Word& word)
+{
+    return word == "0" || word == "1";
+}
+
+/// What follows the id of a CAN FD line: a name or none, bit rate switch, error state, length code
+/// and length.
+bool readFdLength(LineCursor& cursor, quint32& code, quint32& length)
+{
+    Word word = cursor.takeNextWord();
+    if (!isFlag(word))
+        word = cursor.takeNextWord();
+    return isFlag(word) && isFlag(cursor.takeNextWord()) &&
+           readNumber(cursor.takeNextWord(), 16, 15, code) &&
+           readNumber(cursor.takeNextWord(), 10, 64, length);
+}
+
+/// What follows the word CANFD.
+LineKind readFd(AscLine& line)
+{
+    line.cursor.takeNextWord(); // channel
+    const Word direction = line.cursor.takeNextWord();
+    const Word id = line.cursor.takeNextWord();
+    if (isErrorFrame(direction) || (isDirection(direction) && isErrorFrame(id)))
+        return LineKind::ErrorFrame;
+    if (direction == "TxRq")
+        return LineKind::Nothing;
+    quint32 code = 0;
+    quint32 length = 0;
+    if (!isDirection(direction) || !readId(id, line.base, line.frame) ||
+        !readFdLength(line.cursor, code, length) || !readBytes(line, length))
+        return LineKind::NoFrame;
+    line.frame.remote = code != 0 && length == 0;
+    return LineKind::Frame;
+}
+
+/// What follows the time.
+LineKind readEvent(AscLine& line)
+{
+    const Word first = line.cursor.takeNextWord();
+    if (first == "CANFD")
+        return readFd(line);
+    quint32 channel = 0;
+    if (readNumber(first, 10, 255, channel))
+        return readClassic(line);
+    return first.isEmpty() ? LineKind::NoFrame : LineKind::Nothing;
+}
+
+/// Whether \a word begins a line that stands outside of the recorded events.
+bool isHeaderWord(const Word& word)
+{
+    static const char* const words[] = {"date",  "base", "internal", "no",
+                                        "Begin", "End",  "begin",    "end"};
+    const bool isComment = word.size >= 2 && word.at(0) == '/' && word.at(1) == '/';
+    return isComment || std::any_of(std::begin(words), std::end(words),
+                                    [&word](const char* text) { return word == text; });
+}
+
+} // namespace
+
+LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
+{
+    LineCursor cursor(line);
+    cursor.skipBlanks();
+    if (cursor.atEnd())
+        return LineKind::Nothing;
+    if (!isDigit(cursor.peek())) {
+        readHeader(line);
+        return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::NoFrame;
+    }
+    Frame read;
+    if (!readTime(cursor, read.microseconds))
+        return LineKind::NoFrame;
+    read.microseconds += relative ? microseconds : 0;
+    microseconds = read.microseconds;
+    AscLine rest{cursor, base, read};
+    const LineKind kind = readEvent(rest);
+    if (kind == LineKind::Frame)
+        frame = read;
+    return kind;
+}
+
+bool AscReader::isHeader(const QByteArray& line)
+{
+    LineCursor cursor(line);
+    return isHeaderWord(cursor.takeNextWord());
+}
+
+void AscReader::readHeader(const QByteArray& line)
+{
+    LineCursor cursor(line);
+    if (!(cursor.takeNextWord() == "base"))
+        return;
+    base = cursor.takeNextWord() == "dec" ? 10 : 16;
+    cursor.takeNextWord(); // "timestamps"
+    relative = cursor.takeNextWord() == "relative";
+}
+
+} // namespace monitor

@@ -1,0 +1,58 @@
+#include "LineCursor.h"
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr qint64 microsecondsPerSecond = 1000000;
+constexpr qint64 latestSecond = 999999999999; // far from what overflows in microseconds
+
+bool readSeconds(LineCursor& cursor, qint64& seconds)
+{
+    if (!isDigit(cursor.peek()))
+        return false;
+    for (seconds = 0; isDigit(cursor.peek()) && seconds <= latestSecond;)
+        seconds = seconds * 10 + (cursor.take() - '0');
+    return seconds <= latestSecond;
+}
+
+bool readFraction(LineCursor& cursor, qint64& microseconds)
+{
+    if (!isDigit(cursor.peek()))
+        return false;
+    microseconds = 0;
+    for (qint64 weight = microsecondsPerSecond / 10; isDigit(cursor.peek()); weight /= 10)
+        microseconds += weight * (cursor.take() - '0');
+    return true;
+}
+
+} // namespace
+
+bool readTime(LineCursor& cursor, qint64& microseconds)
+{
+    qint64 seconds = 0;
+    qint64 fraction = 0;
+    if (!readSeconds(cursor, seconds) || !cursor.take('.') || !readFraction(cursor, fraction))
+        return false;
+    microseconds = seconds * microsecondsPerSecond + fraction;
+    return true;
+}
+
+bool readNumber(const Word& word, quint32 base, quint32 last, quint32& number)
+{
+    quint64 read = 0;
+    for (int i = 0; i < word.size; ++i) {
+        const auto digit = hexDigit(word.at(i));
+        if (!digit || *digit >= base)
+            return false;
+        read = read * base + *digit;
+        if (read > last)
+            return false;
+    }
+    number = static_cast<quint32>(read);
+    return !word.isEmpty();
+}
+
+} // namespace monitor

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+
+#include <cstring>
+#include <optional>
+
+namespace monitor
+{
+
+inline bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+inline bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// The value of a hexadecimal digit in either case.
+inline std::optional<quint32> hexDigit(char c)
+{
+    if (isDigit(c))
+        return static_cast<quint32>(c - '0');
+    const char lower = static_cast<char>(c | 0x20);
+    if (lower >= 'a' && lower <= 'f')
+        return static_cast<quint32>(lower - 'a' + 10);
+    return std::nullopt;
+}
+
+/// A piece of a line. It refers to the line, which must outlive it.
+struct Word {
+    const char* begin = nullptr;
+    int size = 0;
+
+    bool isEmpty() const { return size == 0; }
+    char at(int i) const { return begin[i]; }
+    char last() const { return begin[size - 1]; }
+    // Not qstrncmp(), which takes a zero byte in the line for the end of both.
+    bool operator==(const char* text) const
+    {
+        return qstrlen(text) == static_cast<uint>(size) &&
+               std::memcmp(begin, text, static_cast<size_t>(size)) == 0;
+    }
+};
+
+/// Walks over the characters of a line, which must outlive it. Looking beyond the last one gives
+/// '\0'.
+class LineCursor
+{
+public:
+    explicit LineCursor(const QByteArray& line) : next(line.constBegin()), end(line.constEnd()) {}
+
+    bool atEnd() const { return next == end; }
+    char peek() const { return atEnd() ? '\0' : *next; }
+    char take() { return atEnd() ? '\0' : *next++; }
+    bool take(char expected) { return !atEnd() && *next == expected && (++next, true); }
+
+    bool skipBlanks()
+    {
+        const char* const begin = next;
+        while (!atEnd() && isBlank(*next))
+            ++next;
+        return next != begin;
+    }
+
+    /// Takes what is left up to the next blank or the end.
+    Word takeWord()
+    {
+        const char* const begin = next;
+        while (!atEnd() && !isBlank(*next))
+            ++next;
+        return {begin, static_cast<int>(next - begin)};
+    }
+
+    /// Skips blanks and takes the word behind them.
+    Word takeNextWord()
+    {
+        skipBlanks();
+        return takeWord();
+    }
+
+private:
+    const char* next;
+    const char* end;
+};
+
+/// Reads seconds with a fraction of any number of digits, as "1635188455.02085", into
+/// \a microseconds; digits behind these are dropped. False if there is no such number.
+bool readTime(LineCursor& cursor, qint64& microseconds);
+
+/// Reads \a word as a number of \a base 10 or 16 without a sign. False if it is none or greater
+/// than \a last.
+bool readNumber(const Word& word, quint32 base, quint32 last, quint32& number);
+
+} // namespace monitor

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "MonitoredSignal.h"
+
+#include <vantrel/signal/GenericSignalImpl.h>
+
+namespace monitor
+{
+
+/// A monitored signal with its values in records of type \a T: CANopenObjectValue or J1939Value.
+template <typename T>
+class RecordedSignal : public MonitoredSignal
+{
+public:
+    /// \a reportHeading is what every report of the signal begins with.
+    RecordedSignal(const SignalDescription& signalDescription, const SignalReport& reportHeading);
+
+    void feed(const DecodedSignal& decoded) override;
+    void stopUpdating() override;
+    SignalReport report(double k) override;
+
+private:
+    void measure(SignalReport& report, double k);
+    void showNewest(SignalReport& report, const T& newest);
+    int rate(const SignalReport& report, double k);
+
+    SignalDescription description;
+    SignalReport heading;
+    GenericSignalImpl<T> recorded;
+    qint64 notAvailable = 0;
+    qint64 errors = 0;
+};
+
+extern template class RecordedSignal<CANopenObjectValue>;
+extern template class RecordedSignal<J1939Value>;
+
+} // namespace monitor
