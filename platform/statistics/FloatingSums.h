@@ -34,6 +34,8 @@ public:
         const DoubleDouble rest = twoSum(sumRest, lows.high);
         if (!isOrdinary() || !(std::fabs(value) < ordinaryLimit) || rest.low != 0 || lows.low != 0)
             return false;
+        if (Q_UNLIKELY(squares == 0 && std::fabs(value) < tinyLimit && value != anchor))
+            return false;
         ++count;
         sum = total.high;
         sumRest = rest.high;
@@ -87,19 +89,30 @@ public:
 protected:
     static constexpr quint64 ordinaryForm = 1;
     static constexpr double ordinaryLimit = 0x1p450;
+    /// Below it a square may be too small for a double. A series of zeros is ordinary all the same,
+    /// until the first value that is not 0 shows which way it goes.
+    static constexpr double tinyLimit = 0x1p-300;
 
     void addSquare(double distance)
     {
         const DoubleDouble square = twoSquare(distance);
         const DoubleDouble total = twoSum(squares, square.high);
-        squares = total.high;
-        squaresRest += total.low + square.low;
+        evenOutSquares(total.high, squaresRest + (total.low + square.low));
     }
 
     void addSquare(DoubleDouble distance)
     {
         addSquare(distance.high);
-        squaresRest += 2 * distance.high * distance.low;
+        evenOutSquares(squares, squaresRest + 2 * distance.high * distance.low);
+    }
+
+    /// Keeps the rest below the last place of the squares, where its own roundings do not count,
+    /// however often the same square is added.
+    void evenOutSquares(double high, double rest)
+    {
+        const DoubleDouble even = quickTwoSum(high, rest);
+        squares = even.high;
+        squaresRest = even.low;
     }
 
     /// The deviation, from the sum of the distances.
@@ -185,9 +198,10 @@ private:
     };
     static constexpr double reduction = 0x1p-600;
     static constexpr double infinity = std::numeric_limits<double>::infinity();
-    /// The first is that of an empty series. A series is raised from each to the next; where there
-    /// is a value past the first limit, squares too small to be kept do not count.
-    static constexpr Level levels[] = {{0x1p-300, 1 / reduction, 1},
+    /// The first is that of an empty series, the second that of one of zeros. A series is raised
+    /// from each to the next; where there is a value past the first limit, squares too small to be
+    /// kept do not count.
+    static constexpr Level levels[] = {{tinyLimit, 1 / reduction, 1},
                                        {ordinaryLimit, 1, 1},
                                        {0x1p900, reduction, 1},
                                        {infinity, reduction, 0x1p-128}};
@@ -198,6 +212,9 @@ private:
 
     Q_NEVER_INLINE void addAny(double value)
     {
+        const bool onlyZeros = anchor == 0 && sum == 0 && squares == 0;
+        if (onlyZeros && form <= ordinaryForm)
+            form = value == 0 ? ordinaryForm : 0;
         while (!(std::fabs(value) < level().limit))
             raiseLevel();
         if (count == 0)

@@ -3,9 +3,11 @@
 #include <QtCore/QMetaType>
 #include <QtCore/QVariant>
 
+#include <type_traits>
+
 /// What \a field holds, without a look at its type. Reads the fields that QVariant's own inline
 /// functions work on: a call into QtCore for type, null flag and data each would cost more than
-/// all the rest of reading a number.
+/// all the rest of reading a number. They are part of Qt 5's binary interface and cannot change.
 template <typename Stored>
 Stored storedIn(const QVariant& field)
 {

@@ -83,14 +83,19 @@ public:
             series.detach();
             unsharing.store(true, std::memory_order_relaxed);
         }
+        const Ended ended{unsharing};
         locker.relock();
-        unsharing.store(false, std::memory_order_relaxed);
     }
 
     /// The stored records, without QVector's own unsharing: a snapshot may be taken meanwhile.
     T* records() const { return const_cast<T*>(values.constData()); }
 
 private:
+    struct Ended {
+        std::atomic<bool>& unsharing;
+        ~Ended() { unsharing.store(false, std::memory_order_relaxed); }
+    };
+
     QReadLocker locker;
     const QVector<T>& values;
 };

@@ -37,6 +37,8 @@ class StatisticCalculator
 public:
     /// An empty calculator. \a capacity is how many of the newest values a log keeps while
     /// logging is on; empty, 0 or negative means no log. Logging is off at first.
+    /// The log takes its memory here: throws std::bad_alloc where there is none for twice the
+    /// capacity.
     explicit StatisticCalculator(std::optional<int> capacity);
 
     /// Adds \a value to the statistics, and to the log while logging is on.
