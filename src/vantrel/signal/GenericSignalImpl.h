@@ -99,9 +99,9 @@ public:
 
     /// A snapshot of the stored records, oldest first; later changes of the series leave it alone.
     /// Taking it costs constant time, but the next change of the series then copies all records
-    /// once, on the writer's side, and the readers of the stored records wait for that: 3 to 4 ns a
-    /// record were measured. A host that polls had better take the newest values by getValueCount()
-    /// and getValue(), which cost the writer nothing.
+    /// once, on the writer's side, and the readers of the stored records wait for that (about 4 ns
+    /// a record). A host that polls takes the newest values by getValueCount() and getValue(),
+    /// which cost the writer nothing.
     /// The host serialises: a snapshot taken while the writer scales shares the records that are
     /// being written (by setNewValue() with factor and offset the newest one, by appendValues() and
     /// updateScaledValues() all): their scaled values are not to be read until it has finished.
