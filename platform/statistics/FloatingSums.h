@@ -86,8 +86,22 @@ public:
     static constexpr std::size_t wordCount = 7;
     auto words() { return std::tie(count, form, sum, sumRest, anchor, squares, squaresRest); }
 
-protected:
     static constexpr quint64 ordinaryForm = 1;
+
+    /// Adds sums of distances and of squares. Returns what is left out of the former, 0 if nothing.
+    double addLane(DoubleDouble distances, DoubleDouble laneSquares)
+    {
+        const DoubleDouble total = twoSum(sum, distances.high);
+        const DoubleDouble lows = twoSum(total.low, distances.low);
+        const DoubleDouble rest = twoSum(sumRest, lows.high);
+        sum = total.high;
+        sumRest = rest.high;
+        const DoubleDouble squaresTotal = twoSum(squares, laneSquares.high);
+        evenOutSquares(squaresTotal.high, squaresRest + (squaresTotal.low + laneSquares.low));
+        return std::fabs(rest.low) + std::fabs(lows.low);
+    }
+
+protected:
     static constexpr double ordinaryLimit = 0x1p450;
     /// Below it a square may be too small for a double. A series of zeros is ordinary all the same,
     /// until the first value that is not 0 shows which way it goes.

@@ -1,17 +1,26 @@
+#include "FloatingLanes.h"
 #include "sums.h"
 #include <statistics/SimpleStatisticCalculator.h>
 
 #include <algorithm>
-#include <iterator>
-#include <vector>
 
 namespace
 {
 
-template <typename N, typename List>
-SumsOf<N> sumsOf(const List& values)
+/// The sums of \a values, by the shortest way that their kind allows. Without squares only the mean
+/// may be asked for.
+template <bool withSquares, typename N>
+SumsOf<N> sumsOf(const QList<N>& values)
 {
     SumsOf<N> sums;
+    if constexpr (std::is_same_v<SumsOf<N>, SmallIntegerSums>) {
+        sums.addAll(values);
+        return sums;
+    } else if constexpr (std::is_floating_point_v<N>) {
+        if (sumOrdinary<withSquares>(values, sums))
+            return sums;
+        sums = SumsOf<N>();
+    }
     for (N value : values) {
         if (isMeasurement(value))
             sums.add(value);
@@ -20,15 +29,15 @@ SumsOf<N> sumsOf(const List& values)
 }
 
 /// The greatest measurement by \a isLess, 0 for none.
-template <typename N, typename List, typename Compare>
-N extremeOf(const List& values, Compare isLess)
+template <typename N, typename Compare>
+N extremeOf(const QList<N>& values, Compare isLess)
 {
     auto value = std::find_if(values.begin(), values.end(), isMeasurement<N>);
     if (value == values.end())
         return N(0);
     N extreme = *value;
     for (; value != values.end(); ++value) {
-        if (isMeasurement(*value) && isLess(extreme, *value))
+        if (isLess(extreme, *value) && isMeasurement(*value)) // the rare one first
             extreme = *value;
     }
     return extreme;
@@ -46,23 +55,21 @@ double midpoint(N a, N b)
     return sums.mean();
 }
 
-/// A vector of its own is no dearer than a list that detaches, and short values lie closer in it.
+/// Leaves out of \a values what is no measurement.
 template <typename N>
-std::vector<N> measurements(const QList<N>& values)
+void keepMeasurements(QList<N>& values)
 {
-    std::vector<N> measured;
-    measured.reserve(static_cast<std::size_t>(values.size()));
-    std::copy_if(values.cbegin(), values.cend(), std::back_inserter(measured), isMeasurement<N>);
-    return measured;
+    const auto isNone = [](N value) { return !isMeasurement(value); };
+    values.erase(std::remove_if(values.begin(), values.end(), isNone), values.end());
 }
 
 /// The median of \a values, which are measurements and may be reordered.
 template <typename N>
-double medianOf(std::vector<N>& values)
+double medianOf(QList<N>& values)
 {
-    if (values.empty())
+    if (values.isEmpty())
         return 0;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    const auto middle = values.begin() + values.size() / 2;
     std::nth_element(values.begin(), middle, values.end());
     if (values.size() % 2 == 1)
         return static_cast<double>(*middle);
@@ -74,32 +81,32 @@ double medianOf(std::vector<N>& values)
 template <typename N>
 double SimpleStatisticCalculator<N>::getAverage(QList<N> values)
 {
-    return sumsOf<N>(values).mean();
+    return sumsOf<false>(values).mean();
 }
 
 template <typename N>
 double SimpleStatisticCalculator<N>::getDeviation(QList<N> values)
 {
-    return sumsOf<N>(values).deviation();
+    return sumsOf<true>(values).deviation();
 }
 
 template <typename N>
 N SimpleStatisticCalculator<N>::calcMaximum(const QList<N>& values)
 {
-    return extremeOf<N>(values, std::less<N>());
+    return extremeOf(values, std::less<N>());
 }
 
 template <typename N>
 N SimpleStatisticCalculator<N>::calcMinimum(const QList<N>& values)
 {
-    return extremeOf<N>(values, std::greater<N>());
+    return extremeOf(values, std::greater<N>());
 }
 
 template <typename N>
 double SimpleStatisticCalculator<N>::calcMedian(QList<N> values)
 {
-    std::vector<N> measured = measurements(values);
-    return medianOf(measured);
+    keepMeasurements(values);
+    return medianOf(values);
 }
 
 template <typename N>
@@ -107,13 +114,13 @@ void SimpleStatisticCalculator<N>::calcStatistics(QList<N> values, N& maximum, N
                                                   double& median, double& average,
                                                   double& deviation)
 {
-    std::vector<N> measured = measurements(values);
-    maximum = extremeOf<N>(measured, std::less<N>());
-    minimum = extremeOf<N>(measured, std::greater<N>());
-    const SumsOf<N> sums = sumsOf<N>(measured);
+    keepMeasurements(values);
+    maximum = extremeOf(values, std::less<N>());
+    minimum = extremeOf(values, std::greater<N>());
+    const SumsOf<N> sums = sumsOf<true>(values);
     average = sums.mean();
     deviation = sums.deviation();
-    median = medianOf(measured);
+    median = medianOf(values);
 }
 
 #define STATISTICS_DEFINE_SIMPLE_CALCULATOR(N)                                                     \

@@ -25,6 +25,26 @@ public:
         return true;
     }
 
+    /// Adds all of \a values to empty sums. No list is long enough for the sum, or that of either
+    /// half of the squares, to leave a word.
+    template <typename List>
+    void addAll(const List& values)
+    {
+        qint64 sum = 0;
+        quint64 lowHalves = 0, highHalves = 0;
+        for (const qint64 value : values) {
+            const quint64 square = static_cast<quint64>(value) * static_cast<quint64>(value);
+            sum += value;
+            lowHalves += static_cast<quint32>(square);
+            highHalves += square >> 32;
+        }
+        count = static_cast<quint64>(values.size());
+        sumLow = static_cast<quint64>(sum);
+        sumHigh = sum < 0 ? ~quint64(0) : 0;
+        squaresLow = (highHalves << 32) + lowHalves;
+        squaresHigh = (highHalves >> 32) + (squaresLow < lowHalves ? 1 : 0);
+    }
+
     double mean() const
     {
         if (count == 0)

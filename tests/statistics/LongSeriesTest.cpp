@@ -16,13 +16,20 @@ double deviationOfOneApart(int n)
     return static_cast<double>(std::sqrt(static_cast<long double>(n) - 1) / n);
 }
 
-/// The deviation of n values x and one a, the latter at the given place.
-double runningDeviation(int n, double a, double x, int place)
+/// Expects the deviation of n values, all of them x but for an a at the given place, both from a
+/// running calculator and of a list.
+void expectDeviation(int n, double a, double x, int place, double expected, double tolerance)
 {
+    QList<double> values;
+    values.reserve(n);
     StatisticCalculator<double> calculator(std::nullopt);
-    for (int i = 0; i < n; ++i)
-        calculator.addValue(i == place ? a : x);
-    return calculator.getDeviation();
+    for (int i = 0; i < n; ++i) {
+        values.append(i == place ? a : x);
+        calculator.addValue(values.constLast());
+    }
+    EXPECT_NEAR(calculator.getDeviation(), expected, tolerance) << "outlier at " << place;
+    EXPECT_NEAR(SimpleStatisticCalculator<double>::getDeviation(values), expected, tolerance)
+        << "outlier at " << place;
 }
 
 } // namespace
@@ -30,11 +37,11 @@ double runningDeviation(int n, double a, double x, int place)
 TEST(LongSeries, AnOutlierBeforeManyEqualValuesCostsNoDigits)
 {
     constexpr int n = 1 << 22;
-    const double expected = 4.703125 * deviationOfOneApart(n);
-    for (const int place : {0, n / 2, n - 1}) {
-        const double deviation = runningDeviation(n, 0, 4.703125, place);
-        EXPECT_NEAR(deviation, expected, 2 * std::numeric_limits<double>::epsilon() * expected)
-            << "outlier at " << place;
+    for (const double value : {4.703125, 0.1}) { // whose square is a double, or not
+        const double expected = value * deviationOfOneApart(n);
+        const double tolerance = 2 * std::numeric_limits<double>::epsilon() * expected;
+        for (const int place : {0, n / 2, n - 1})
+            expectDeviation(n, 0, value, place, expected, tolerance);
     }
 }
 
@@ -43,11 +50,9 @@ TEST(LongSeries, AFarOutlierBeforeManyEqualValuesCostsNoDigits)
     constexpr int n = 1 << 22;
     const double apart = 1e9 - 0.1; // as the doubles have it
     const double expected = apart * deviationOfOneApart(n);
-    for (const int place : {0, n - 1}) {
-        const double deviation = runningDeviation(n, 1e9, 0.1, place);
-        EXPECT_NEAR(deviation, expected, 3 * std::numeric_limits<double>::epsilon() * expected)
-            << "outlier at " << place;
-    }
+    const double tolerance = 3 * std::numeric_limits<double>::epsilon() * expected;
+    for (const int place : {0, n - 1})
+        expectDeviation(n, 1e9, 0.1, place, expected, tolerance);
 }
 
 TEST(LongSeries, ZerosThenATinyValueKeepItsDeviation)
@@ -78,4 +83,15 @@ TEST(LongSeries, ZerosThenAnyOtherValueKeepItsDeviation)
         calculator.addValue(other);
         EXPECT_EQ(calculator.getAverage(), other) << other;
     }
+}
+
+TEST(LongSeries, TheMeanOfAListWhoseSumIsNoDoubleIsOne)
+{
+    constexpr int n = 1 << 21;
+    const double great = std::ldexp(1.0, 1003); // n of them overflow
+    QList<double> values{great, 2 * great, std::ldexp(1.0, -1000)};
+    values.reserve(n);
+    while (values.size() < n)
+        values.append(great);
+    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), great);
 }

@@ -27,7 +27,8 @@ public:
     void shuffle(List& values)
     {
         for (auto i = values.size(); i > 1; --i)
-            std::swap(values[i - 1], values[next() % i]);
+            std::swap(values[i - 1],
+                      values[static_cast<decltype(i)>(next() % static_cast<quint64>(i))]);
     }
 
 private:

@@ -70,11 +70,13 @@ int rateInMargin(double distanceFromLimit, double margin)
 template <typename N, typename T>
 QList<N> scaledValues(const QVector<T>& values)
 {
-    QList<N> elements;
+    QList<N> elements = listToFill<N>(values.size());
+    auto end = elements.begin();
     for (const T& value : values) {
         if (!value.isInvalid)
-            elements.append(readScaled<N>(value));
+            *end++ = readScaled<N>(value);
     }
+    elements.erase(end, elements.end());
     return elements;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QList>
 #include <QtCore/QMetaType>
 #include <QtCore/QVariant>
 
@@ -73,4 +74,19 @@ template <typename N>
 N elementValue(const QVariant& field)
 {
     return readDirectly<N, false>(field, [&field] { return field.value<N>(); });
+}
+
+/// A list of \a size elements to be filled in place. It grows by whole blocks, since every
+/// QList::append() of a single element is a call into QtCore that costs more than reading a number.
+template <typename N>
+QList<N> listToFill(int size)
+{
+    QList<N> list;
+    if (size == 0)
+        return list;
+    list.reserve(size);
+    list.append(N(0));
+    while (list.size() <= size / 2)
+        list += list;
+    return list += list.mid(0, size - list.size());
 }

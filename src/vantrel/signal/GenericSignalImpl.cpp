@@ -109,10 +109,10 @@ void addScaledValue(StatisticCalculator<N>& calculator, const QVariant& scaledVa
 template <typename N, typename T>
 double medianOf(const StatisticCalculator<N>& calculator, const QVector<T>& values)
 {
-    QList<N> elements;
-    elements.reserve(values.size());
+    QList<N> elements = listToFill<N>(values.size());
+    auto element = elements.begin();
     for (const T& value : values)
-        elements.append(readElement<N>(value.scaledValue));
+        *element++ = readElement<N>(value.scaledValue);
     return calculator.getMedian(std::move(elements));
 }
 

@@ -1,0 +1,147 @@
+#include "Random.h"
+#include "Reference.h"
+
+#include "sums.h"
+
+#include <statistics/SimpleStatisticCalculator.h>
+#include <statistics/StatisticCalculator.h>
+
+#include <sstream>
+
+namespace
+{
+
+template <typename N>
+class FloatingLists : public testing::Test
+{
+};
+using FloatingTypes = testing::Types<float, double>;
+TYPED_TEST_SUITE(FloatingLists, FloatingTypes, ElementTypeName);
+
+template <typename N>
+class SmallIntegerLists : public testing::Test
+{
+};
+using SmallIntegerTypes =
+    testing::Types<signed char, unsigned char, short, unsigned short, int, unsigned int>;
+TYPED_TEST_SUITE(SmallIntegerLists, SmallIntegerTypes, ElementTypeName);
+
+template <typename N>
+std::string print(const QList<N>& values)
+{
+    std::ostringstream text;
+    text << std::hexfloat;
+    for (N value : values)
+        text << value << ' ';
+    return text.str();
+}
+
+template <typename N>
+void expectAgreement(const QList<N>& values)
+{
+    StatisticCalculator<N> running{std::nullopt};
+    for (N value : values)
+        running.addValue(value);
+    using List = SimpleStatisticCalculator<N>;
+    EXPECT_LE(ulpsBetween(List::getAverage(values), running.getAverage()), 2u) << print(values);
+    EXPECT_LE(ulpsBetween(List::getDeviation(values), running.getDeviation()), 2u) << print(values);
+}
+
+/// A value around \a centre whose distance from it has one of a few magnitudes.
+template <typename N>
+N someValue(Random& random, double centre, int spread)
+{
+    const double distance = (random.uniform() - 0.5) * std::ldexp(1, -random.below(spread + 1));
+    return static_cast<N>(centre * (1 + distance));
+}
+
+} // namespace
+
+TYPED_TEST(FloatingLists, AgreeWithARunningCalculatorWhateverTheirLengthAndSpread)
+{
+    using N = TypeParam;
+    const double reach = std::is_same_v<N, float> ? 1e30 : 1e300;
+    Random random(5);
+    for (int round = 0; round < 20000; ++round) {
+        const double centre = std::pow(reach, random.uniform() * 2 - 1);
+        const int spread = random.below(60);
+        QList<N> values;
+        for (int length = random.below(20); length >= 0; --length)
+            values.append(someValue<N>(random, centre, spread));
+        if (random.below(3) == 0) // values that cancel
+            for (int i = values.size() - 1; i > 0; --i)
+                values.append(-values.at(i));
+        random.shuffle(values);
+        expectAgreement(values);
+        if (testing::Test::HasFailure())
+            return;
+    }
+}
+
+TYPED_TEST(FloatingLists, AgreeWithARunningCalculatorAtEveryMagnitude)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    for (int exponent = Limits::min_exponent - 20; exponent < Limits::max_exponent; ++exponent) {
+        const auto unit = std::ldexp(TypeParam(1), exponent);
+        const QList<TypeParam> pattern = {0, unit, unit / 2, -unit, 0, unit / 4, unit};
+        for (int first = 0; first < pattern.size(); ++first) {
+            expectAgreement(pattern.mid(first));
+            expectAgreement(QList<TypeParam>{1} + pattern.mid(first));
+        }
+    }
+}
+
+TYPED_TEST(FloatingLists, LeaveOutWhatIsNotFiniteWhereverItStands)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    for (TypeParam none : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity()}) {
+        for (int place = 0; place <= 8; ++place) {
+            QList<TypeParam> values = {5, 7, 5, 7, 5, 7, 5, 7};
+            values.insert(place, none);
+            EXPECT_EQ(SimpleStatisticCalculator<TypeParam>::getAverage(values), 6);
+            EXPECT_EQ(SimpleStatisticCalculator<TypeParam>::getDeviation(values), 1);
+        }
+    }
+}
+
+TYPED_TEST(SmallIntegerLists, HaveTheSumsOfTheirValuesAddedOneByOne)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    Random random(6);
+    for (int length = 0; length < 200; ++length) {
+        QList<TypeParam> values;
+        for (int i = 0; i < length; ++i) {
+            const auto any = static_cast<TypeParam>(random.next());
+            values.append(length % 3 == 0 ? Limits::max() : length % 3 == 1 ? Limits::min() : any);
+        }
+        SmallIntegerSums one, all;
+        for (TypeParam value : values)
+            one.add(value);
+        all.addAll(values);
+        EXPECT_EQ(all.words(), one.words()) << print(values);
+    }
+}
+
+TEST(UnsignedIntLists, CarryFromTheLowHalvesOfTheirSquares)
+{
+    // The high halves of the first four squares add up to 2^32 - 1, the low ones of the others to
+    // more than that.
+    const QList<unsigned int> values = {65535u << 16, 362u << 16, 5u << 16, 1u << 16, 65535, 65535};
+    SmallIntegerSums sums;
+    sums.addAll(values);
+    EXPECT_EQ(sums.squaresLow, 0xfffc0002u);
+    EXPECT_EQ(sums.squaresHigh, 1u);
+}
+
+TEST(DoubleLists, KeepWhatGreaterValuesCoverUntilTheseCancel)
+{
+    for (int distance = 1; distance <= 8; ++distance) {
+        QList<double> values = {2};
+        for (double value : {1e200, 1.0, 1e-200, -1e200, -1.0, -2.0}) {
+            for (int i = 1; i < distance; ++i)
+                values.append(0);
+            values.append(value);
+        }
+        EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1e-200 / values.size());
+    }
+}
