@@ -34,6 +34,9 @@ T rawRecord(const QVariant& raw)
     return record;
 }
 
+/// The same for both contenders, so that the series of both grow equally often.
+constexpr int valueCount = 1 << 19;
+
 /// One value after the other, growth of the series included.
 template <typename N, typename T>
 void registerOneValue(const std::string& row, CAN::CANopenDataType datatype,
@@ -44,13 +47,13 @@ void registerOneValue(const std::string& row, CAN::CANopenDataType datatype,
         const auto record = rawRecord<T>(QVariant(N(100)));
         for (auto _ : state)
             signal->setNewValue(record, 1, 0);
-    });
+    })->Iterations(valueCount);
     benchmark::RegisterBenchmark((row + "/floor").c_str(), [=](benchmark::State& state) {
         FloorSignal<N, T> signal(handling == replaceNewest);
         const auto record = rawRecord<T>(QVariant(N(100)));
         for (auto _ : state)
             signal.add(record, 1, 0);
-    });
+    })->Iterations(valueCount);
 }
 
 template <typename T>

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-/// Collects the repetitions of all benchmarks and prints how their medians compare.
+/// Collects the repetitions of all benchmarks and prints how the fastest of each compare.
 ///
 /// A benchmark is named "<row>/<contender>".
 class RatioTable : public benchmark::BenchmarkReporter

@@ -36,10 +36,12 @@ public:
     static N calcMinimum(const QList<N>& values);
 
     /// The median: the middle value in order, for an even count the mean of the two middle ones,
-    /// the double nearest to it and without overflow. Takes a copy of the values.
+    /// the double nearest to it and without overflow. Copies the values, unless the list is moved
+    /// in.
     static double calcMedian(QList<N> values);
 
-    /// All five quantities at once, each as the operation for it gives it, from one copy.
+    /// All five quantities at once, each as the operation for it gives it. Copies the values,
+    /// unless the list is moved in.
     static void calcStatistics(QList<N> values, N& maximum, N& minimum, double& median,
                                double& average, double& deviation);
 };
