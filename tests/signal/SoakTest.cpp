@@ -1,0 +1,98 @@
+#include <feed.h>
+
+#include <QtCore/QFile>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace
+{
+
+constexpr int signalCount = 100;
+constexpr int lifeLength = 10000; ///< values of a series until it is cleared
+constexpr int period = 50;        ///< the raw values are 0 to 49 over and over
+
+/// How many values go through all signals together, SOAK_VALUES if that is set.
+const int lives =
+    std::max(2, qEnvironmentVariableIntValue("SOAK_VALUES") / (signalCount * lifeLength));
+
+/// Every data type that has an element type of its own.
+constexpr quint32 codes[] = {2, 3, 4, 5, 6, 7, 8, 17, 21, 27};
+
+qint64 residentBytes()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ').at(1).toLongLong() * sysconf(_SC_PAGESIZE);
+}
+
+template <typename T>
+class Soak : public testing::Test
+{
+protected:
+    /// A series from the first value to the last, with a snapshot in the middle.
+    static void live(GenericSignalImpl<T>& signal, int number)
+    {
+        signal.clearValues();
+        signal.setDatatype(dataType(codes[static_cast<std::size_t>(number) % std::size(codes)]));
+        QVector<T> snapshot;
+        for (int i = 0; i < lifeLength; ++i) {
+            ASSERT_TRUE(signal.setNewValue(rawRecord<T>(i % period), 2, 1));
+            if (i == lifeLength / 2)
+                snapshot = signal.getValues();
+        }
+        ASSERT_EQ(snapshot.size(), lifeLength / 2 + 1);
+        ASSERT_EQ(snapshot.constLast().scaledValue.toInt(), lifeLength / 2 % period * 2 + 1);
+    }
+
+    static void expectExactFigures(const GenericSignalImpl<T>& signal)
+    {
+        const Statistics statistics = statisticsOf(signal);
+        EXPECT_EQ(statistics.count, static_cast<unsigned int>(lifeLength));
+        EXPECT_EQ(statistics.average, period);
+        // Twice that of the whole numbers below the period.
+        EXPECT_DOUBLE_EQ(statistics.deviation, 2 * std::sqrt((period * period - 1) / 12.0));
+        EXPECT_EQ(statistics.minimum, QVariant(1.0));
+        EXPECT_EQ(statistics.maximum, QVariant(2.0 * period - 1));
+        EXPECT_EQ(statistics.median, period);
+    }
+};
+TYPED_TEST_SUITE(Soak, RecordTypes);
+
+} // namespace
+
+TYPED_TEST(Soak, ManySignalsClearedAndFilledAgainStayExactAndTakeNoMoreMemory)
+{
+    std::vector<GenericSignalImpl<TypeParam>> all(signalCount);
+    for (auto& signal : all)
+        signal.setValueHandling(append);
+    qint64 warm = 0;
+    for (int life = 0; life < lives; ++life) {
+        SCOPED_TRACE(life);
+        for (int number = 0; number < signalCount; ++number)
+            this->live(all[static_cast<std::size_t>(number)], life + number);
+        // A different one is switched off and on each time.
+        auto& switched = all[static_cast<std::size_t>(life % signalCount)];
+        switched.setUpdatingEnabled(false);
+        switched.setUpdatingEnabled(true);
+        for (const auto& signal : all)
+            this->expectExactFigures(signal);
+        if (life == lives / 10)
+            warm = residentBytes();
+        if (this->HasFailure())
+            return;
+    }
+    for (const auto& signal : all)
+        EXPECT_TRUE(waitForCaches(signal));
+    const qint64 resident = residentBytes();
+    std::cout << "resident: " << warm / 1024 << " KB warm, " << resident / 1024
+              << " KB at the end\n";
+#ifndef __SANITIZE_ADDRESS__          // which keeps what has been freed for a while
+    constexpr qint64 slack = 8 << 20; // a fraction of what has been cleared
+    EXPECT_LE(resident, warm + slack);
+#endif
+}
