@@ -26,7 +26,7 @@ public:
         const quint64 distance = static_cast<quint64>(value) - anchor;
         const bool below = value < static_cast<N>(anchor);
         sumLow += distance;
-        sumHigh += (sumLow < distance ? 1 : 0) - (below ? 1 : 0);
+        sumHigh += quint64(sumLow < distance) - quint64(below);
         const Words<2> squared = square(below ? 0 - distance : distance);
         squaresLow += squared[0];
         const quint64 carry = squaresLow < squared[0] ? 1 : 0;

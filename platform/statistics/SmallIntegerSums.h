@@ -19,7 +19,7 @@ public:
         const quint64 termSquared = term * term;
         ++count;
         sumLow += term;
-        sumHigh += (sumLow < term ? 1 : 0) - (value < 0 ? 1 : 0);
+        sumHigh += quint64(sumLow < term) - quint64(value < 0);
         squaresLow += termSquared;
         squaresHigh += squaresLow < termSquared ? 1 : 0;
         return true;

@@ -5,32 +5,32 @@
 
 /// The Qt type id of an element type, as Qt's documentation lists them.
 template <typename N>
-constexpr int typeIdOf = -1;
+inline constexpr int typeIdOf = -1;
 template <>
-constexpr int typeIdOf<signed char> = 40;
+inline constexpr int typeIdOf<signed char> = 40;
 template <>
-constexpr int typeIdOf<short> = 33;
+inline constexpr int typeIdOf<short> = 33;
 template <>
-constexpr int typeIdOf<int> = 2;
+inline constexpr int typeIdOf<int> = 2;
 template <>
-constexpr int typeIdOf<long long> = 4;
+inline constexpr int typeIdOf<long long> = 4;
 template <>
-constexpr int typeIdOf<unsigned char> = 37;
+inline constexpr int typeIdOf<unsigned char> = 37;
 template <>
-constexpr int typeIdOf<unsigned short> = 36;
+inline constexpr int typeIdOf<unsigned short> = 36;
 template <>
-constexpr int typeIdOf<unsigned int> = 3;
+inline constexpr int typeIdOf<unsigned int> = 3;
 template <>
-constexpr int typeIdOf<unsigned long long> = 5;
+inline constexpr int typeIdOf<unsigned long long> = 5;
 template <>
-constexpr int typeIdOf<double> = 6;
+inline constexpr int typeIdOf<double> = 6;
 template <>
-constexpr int typeIdOf<float> = 38;
+inline constexpr int typeIdOf<float> = 38;
 
 /// The Qt type id in which a scaled value or an extreme of an element type is handed out: 8 and 16
 /// bits as int.
 template <typename N>
-constexpr int storedTypeIdOf = sizeof(N) < sizeof(int) ? 2 : typeIdOf<N>;
+inline constexpr int storedTypeIdOf = sizeof(N) < sizeof(int) ? 2 : typeIdOf<N>;
 
 /// \a value in a variant of its own type, also for the small types that QVariant would promote.
 template <typename N>

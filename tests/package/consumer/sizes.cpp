@@ -1,0 +1,19 @@
+#include <vantrel/handlers/GenericValueHandler.h>
+#include <vantrel/library/LibVantrel.h>
+#include <vantrel/signal/GenericSignalImpl.h>
+
+// Programs have the sizes of objects compiled in: they stay as long as the SOVERSION does. Here
+// those of version 1 on x86-64.
+#if defined(__x86_64__)
+static_assert(sizeof(GenericValue) == 40);
+static_assert(sizeof(CANopenObjectValue) == 56);
+static_assert(sizeof(J1939Value) == 40);
+static_assert(sizeof(GenericSignalImpl<CANopenObjectValue>) == 352);
+static_assert(sizeof(GenericSignalImpl<J1939Value>) == 352);
+static_assert(sizeof(StatisticCalculator<double>) == 248);
+static_assert(sizeof(StatisticCalculator<float>) == 240);
+static_assert(sizeof(StatisticCalculator<long long>) == 112);
+static_assert(sizeof(StatisticCalculator<int>) == 104);
+static_assert(sizeof(StatisticCalculator<signed char>) == 104);
+static_assert(sizeof(LibVantrel) == 1);
+#endif
