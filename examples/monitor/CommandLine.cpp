@@ -91,7 +91,7 @@ bool readLimits(const QString& text, SignalLimits& given)
 }
 
 /// The complaint about the options that change what is shown of signals.
-QString readSignalOptions(const QCommandLineParser& parser, ReplayOptions& options)
+QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
     bool understood = true;
     if (parser.isSet(kOption))
@@ -120,7 +120,7 @@ bool readNode(const QString& text, quint8& node)
 
 /// The complaint about the options that name descriptions. Each --eds goes with the --node at the
 /// same place.
-QString readDescriptionOptions(const QCommandLineParser& parser, ReplayOptions& options)
+QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
     const QStringList files = parser.values(edsOption);
     const QStringList nodes = parser.values(nodeOption);

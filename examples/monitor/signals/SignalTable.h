@@ -20,16 +20,20 @@ public:
     {
     }
 
+    /// Ends the background updating of all signals, whose values are no longer wanted.
+    ~SignalTable() { stopUpdating(); }
+
+    SignalTable(const SignalTable&) = delete;
+    SignalTable& operator=(const SignalTable&) = delete;
+
     /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
     void feed(const DecodedSignal& decoded);
-
-    /// Ends the background updating of all signals.
-    void stopUpdating();
 
     /// The reports of all signals, sorted by name and source address.
     QVector<SignalReport> report(double k);
 
 private:
+    void stopUpdating();
     MonitoredSignal& signalOf(const DecodedSignal& decoded);
 
     const QVector<MessageDescription>& descriptions;
