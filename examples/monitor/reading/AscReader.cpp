@@ -158,10 +158,11 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::NoFrame;
     }
     Frame read;
-    if (!readTime(cursor, read.microseconds))
+    qint64 time = 0;
+    if (!readTime(cursor, time))
         return LineKind::NoFrame;
-    read.microseconds += relative ? microseconds : 0;
-    microseconds = read.microseconds;
+    microseconds = relative ? microseconds + time : time;
+    read.microseconds = microseconds;
     AscLine rest{cursor, base, read};
     const LineKind kind = readEvent(rest);
     if (kind == LineKind::Frame)
