@@ -20,6 +20,7 @@ const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
 const QString limitsOption = QStringLiteral("limits");
 const QString nodeOption = QStringLiteral("node");
+const QString plotOption = QStringLiteral("plot");
 const QString signalOption = QStringLiteral("signal");
 
 void describe(QCommandLineParser& parser)
@@ -54,6 +55,10 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
                       QStringLiteral("K")});
+    parser.addOption({plotOption,
+                      QStringLiteral("Write a plot of every signal, and overview.png with all of "
+                                     "them, into that directory."),
+                      QStringLiteral("DIRECTORY")});
     parser.addOption({signalOption,
                       QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
                                      "be repeated."),
@@ -151,6 +156,9 @@ QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
     options.recording = arguments.at(1);
+    options.plotDirectory = parser.value(plotOption);
+    if (parser.isSet(plotOption) && options.plotDirectory.isEmpty())
+        return QStringLiteral("--plot needs a directory");
     const QString complaint = readDescriptionOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }

@@ -1,10 +1,25 @@
 #include "FinalReport.h"
 
 #include "Preparation.h"
+#include "plotting/PlotFiles.h"
 #include "showing/ReportTable.h"
 
 namespace monitor
 {
+
+namespace
+{
+
+/// Returns what made it impossible, if anything.
+QString writeFiles(const MonitorOptions& options, double k, const SignalTable& table,
+                   QTextStream& messages)
+{
+    if (options.plotDirectory.isEmpty())
+        return QString();
+    return writePlots(options.plotDirectory, table, k, messages);
+}
+
+} // namespace
 
 ExitCode printReport(const MonitorOptions& options, double k, const QString& origin,
                      SignalMonitor& signalMonitor, QTextStream& output, QTextStream& messages)
@@ -13,6 +28,9 @@ ExitCode printReport(const MonitorOptions& options, double k, const QString& ori
     output << formatReport(options.format, k, counts, signalMonitor.table().report(k));
     if (options.format != OutputFormat::Table)
         messages << formatTransport(counts.transport);
+    const QString error = writeFiles(options, k, signalMonitor.table(), messages);
+    if (!error.isEmpty())
+        return messages << error << '\n', ExitCode::WrongUse;
     if (counts.decoded > 0)
         return ExitCode::Success;
     messages << origin << ": no frame could be decoded with " << descriptionFilesOf(options)

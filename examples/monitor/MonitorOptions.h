@@ -23,6 +23,7 @@ struct MonitorOptions {
     QString config;          ///< file name of a configuration; empty if there is none
     std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
     OutputFormat format = OutputFormat::Table;
+    QString plotDirectory; ///< where to write plots to; empty: nowhere
 };
 
 /// The exit codes of the program.

@@ -29,7 +29,13 @@ public:
     /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
     void feed(const DecodedSignal& decoded);
 
-    /// The reports of all signals, sorted by name and source address.
+    /// When the first signal was seen whose time is known.
+    std::optional<qint64> firstTime() const { return begin; }
+
+    /// The signals sorted by name and source address.
+    std::vector<MonitoredSignal*> inOrder() const;
+
+    /// The reports of all signals in that order.
     QVector<SignalReport> report(double k);
 
 private:
@@ -39,6 +45,7 @@ private:
     const QVector<MessageDescription>& descriptions;
     std::vector<std::unique_ptr<MonitoredSignal>> monitored;
     QHash<quint64, size_t> positions; // in monitored
+    std::optional<qint64> begin;
 };
 
 } // namespace monitor
