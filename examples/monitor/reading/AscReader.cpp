@@ -161,8 +161,11 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
     qint64 time = 0;
     if (!readTime(cursor, time))
         return LineKind::NoFrame;
-    microseconds = relative ? microseconds + time : time;
-    read.microseconds = microseconds;
+    time += relative ? microseconds : 0;
+    if (time > latestTime)
+        return LineKind::NoFrame;
+    microseconds = time;
+    read.microseconds = time;
     AscLine rest{cursor, base, read};
     const LineKind kind = readEvent(rest);
     if (kind == LineKind::Frame)
