@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plainRecord.h"
+#include <saving/PlainRecord.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QDataStream>
@@ -28,7 +28,7 @@ public:
     {
         QDataStream stream(bytes);
         configure(stream);
-        while (nextRecordIsPlain(stream)) {
+        while (monitor::nextRecordIsPlain(stream)) {
             T record;
             stream >> record;
             if (stream.status() != QDataStream::Ok)
@@ -73,7 +73,7 @@ private:
     {
         QDataStream stream(copy);
         configure(stream);
-        require(nextRecordIsPlain(stream, longestTextRead));
+        require(monitor::nextRecordIsPlain(stream, longestTextRead));
         T record;
         stream >> record;
         require(stream.status() == QDataStream::Ok && stream.atEnd());

@@ -20,6 +20,7 @@ const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
 const QString limitsOption = QStringLiteral("limits");
 const QString nodeOption = QStringLiteral("node");
+const QString plotOption = QStringLiteral("plot");
 const QString signalOption = QStringLiteral("signal");
 
 void describe(QCommandLineParser& parser)
@@ -54,6 +55,10 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
                       QStringLiteral("K")});
+    parser.addOption({plotOption,
+                      QStringLiteral("Write a plot of every signal, and overview.png with all of "
+                                     "them, into that directory."),
+                      QStringLiteral("DIRECTORY")});
     parser.addOption({signalOption,
                       QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
                                      "be repeated."),
@@ -91,7 +96,7 @@ bool readLimits(const QString& text, SignalLimits& given)
 }
 
 /// The complaint about the options that change what is shown of signals.
-QString readSignalOptions(const QCommandLineParser& parser, ReplayOptions& options)
+QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
     bool understood = true;
     if (parser.isSet(kOption))
@@ -120,7 +125,7 @@ bool readNode(const QString& text, quint8& node)
 
 /// The complaint about the options that name descriptions. Each --eds goes with the --node at the
 /// same place.
-QString readDescriptionOptions(const QCommandLineParser& parser, ReplayOptions& options)
+QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
     const QStringList files = parser.values(edsOption);
     const QStringList nodes = parser.values(nodeOption);
@@ -151,6 +156,9 @@ QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
     options.recording = arguments.at(1);
+    options.plotDirectory = parser.value(plotOption);
+    if (parser.isSet(plotOption) && options.plotDirectory.isEmpty())
+        return QStringLiteral("--plot needs a directory");
     const QString complaint = readDescriptionOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }

@@ -1,8 +1,10 @@
 #include "CommandLine.h"
 
-#include <QtCore/QCoreApplication>
+#include <QtWidgets/QApplication>
 
+#include <algorithm>
 #include <cstdio>
+#include <memory>
 
 using monitor::ExitCode;
 
@@ -23,11 +25,30 @@ ExitCode run(QTextStream& output, QTextStream& messages)
     return ExitCode::WrongUse;
 }
 
+/// Plots are painted by widgets, which need an application of their own kind. No display is needed
+/// to write files, so none is looked for unless the environment names a platform.
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char* argv[])
+{
+    const bool plots = std::any_of(argv, argv + argc, [](const char* argument) {
+        return QByteArray(argument).startsWith("--plot");
+    });
+    if (!plots)
+        return std::make_unique<QCoreApplication>(argc, argv);
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        return std::make_unique<QApplication>(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // It warns of an environment without a session, which makes no difference here.
+    const QtMessageHandler usual = qInstallMessageHandler([](auto, const auto&, const auto&) {});
+    auto application = std::make_unique<QApplication>(argc, argv);
+    qInstallMessageHandler(usual);
+    return application;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    const QCoreApplication application(argc, argv);
+    const auto application = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("monitor"));
     QTextStream output(stdout, QIODevice::WriteOnly);
     QTextStream messages(stderr, QIODevice::WriteOnly);

@@ -86,6 +86,18 @@ TEST(AscReader, RelativeTimesCountFromTheLineBeforeEvents)
     EXPECT_EQ(frame.microseconds, 250000);
 }
 
+TEST(AscReader, RelativeTimesThatAddUpToMoreThanCanBeReadAreNoFrame)
+{
+    AscReader reader;
+    Frame frame;
+    reader.readLine("base hex timestamps relative", frame);
+    EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::Frame);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::NoFrame);
+    EXPECT_EQ(reader.readLine("0.999999 1 123 Rx d 0", frame), LineKind::Frame);
+    EXPECT_EQ(frame.microseconds, 999999999999999999);
+}
+
 TEST(AscReader, RemoteFramesCarryNoData)
 {
     for (const char* line : {"0.1 1 181 Rx r", "0.1 1 181 Rx r 6", "0.1 1 181 Rx r Length = 0"}) {

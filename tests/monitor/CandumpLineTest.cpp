@@ -67,6 +67,13 @@ TEST(CandumpLine, AnyNumberOfFractionDigitsIsCutToMicroseconds)
     EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").microseconds, 2123456);
 }
 
+TEST(CandumpLine, FrameWithoutATimeHasNoneAndOneAtTheBeginningHas0)
+{
+    EXPECT_EQ(frameIn("  can0  123   [2]  11 22").microseconds, std::nullopt);
+    EXPECT_EQ(frameIn(" (000.000000)  can0  123   [2]  11 22").microseconds, 0);
+    EXPECT_EQ(frameIn("(0.0) can0 123#").microseconds, 0);
+}
+
 TEST(CandumpLine, FrameMayCarryNoData)
 {
     EXPECT_EQ(frameIn("(1.0) can0 123#").length, 0);

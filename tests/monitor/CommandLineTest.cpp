@@ -31,6 +31,7 @@ TEST(CommandLine, FactorMayBeLeftToTheConfiguration)
     ASSERT_TRUE(line.replay.has_value());
     EXPECT_EQ(line.replay->k, std::nullopt);
     EXPECT_EQ(line.replay->config, QString("bus.json"));
+    EXPECT_EQ(line.replay->plotDirectory, QString());
 }
 
 TEST(CommandLine, NodesAreDescribedInPairs)
@@ -113,6 +114,7 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--colour"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--plot", ""},
              QStringList{"replay", "bus.log", "--eds", "a.eds"},
              QStringList{"replay", "bus.log", "--node", "5"},
              QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "0"},

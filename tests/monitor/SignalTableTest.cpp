@@ -57,7 +57,6 @@ SignalReport reportOf(const QVector<MessageDescription>& messages, const QVector
     SignalTable table(messages);
     for (const quint64 bits : raw)
         table.feed(measured(bits));
-    table.stopUpdating();
     return table.report(k).at(0);
 }
 
@@ -148,7 +147,6 @@ TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverFed)
     table.feed(measured(8));
     table.feed(without(Availability::Error));
     table.feed(without(Availability::NotAvailable));
-    table.stopUpdating();
     const SignalReport report = table.report(3).at(0);
     EXPECT_EQ(report.count, 1);
     EXPECT_EQ(report.maximum, 1);
@@ -161,7 +159,6 @@ TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
     const auto messages = oneSignal(16, 0.125, 0);
     SignalTable table(messages);
     table.feed(without(Availability::Error));
-    table.stopUpdating();
     const auto reports = table.report(3);
     ASSERT_EQ(reports.size(), 1);
     EXPECT_EQ(reports.at(0).count, 0);
@@ -182,7 +179,6 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
     noSource.source.reset();
     table.feed(noSource);
     table.feed(measured(5, 0, 49));
-    table.stopUpdating();
     QStringList rows;
     for (const SignalReport& report : table.report(3))
         rows += QString("%1 %2 %3 %4")

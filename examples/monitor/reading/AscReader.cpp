@@ -158,10 +158,14 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::NoFrame;
     }
     Frame read;
-    if (!readTime(cursor, read.microseconds))
+    qint64 time = 0;
+    if (!readTime(cursor, time))
         return LineKind::NoFrame;
-    read.microseconds += relative ? microseconds : 0;
-    microseconds = read.microseconds;
+    time += relative ? microseconds : 0;
+    if (time > latestTime)
+        return LineKind::NoFrame;
+    microseconds = time;
+    read.microseconds = time;
     AscLine rest{cursor, base, read};
     const LineKind kind = readEvent(rest);
     if (kind == LineKind::Frame)

@@ -21,8 +21,11 @@ LineKind kindOf(const Frame& frame)
 
 bool readBracketedTime(LineCursor& cursor, Frame& frame)
 {
-    return cursor.take('(') && readTime(cursor, frame.microseconds) && cursor.take(')') &&
-           cursor.skipBlanks();
+    qint64 time = 0;
+    if (!cursor.take('(') || !readTime(cursor, time))
+        return false;
+    frame.microseconds = time;
+    return cursor.take(')') && cursor.skipBlanks();
 }
 
 bool readId(const Word& word, Frame& frame)

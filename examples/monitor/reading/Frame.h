@@ -3,6 +3,7 @@
 #include <QtCore/qglobal.h>
 
 #include <array>
+#include <optional>
 
 namespace monitor
 {
@@ -13,7 +14,9 @@ constexpr quint8 longestClassicFrame = 8;
 
 /// One CAN frame as it was seen on the bus, classic or FD.
 struct Frame {
-    qint64 microseconds = 0; ///< when it was seen; the epoch is the recorder's
+    /// When it was seen, if the recorder says so. The epoch is the recorder's, and a later frame
+    /// may have an earlier time.
+    std::optional<qint64> microseconds;
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     bool remote = false;   ///< a request for data; carries none

@@ -7,7 +7,7 @@ namespace
 {
 
 constexpr qint64 microsecondsPerSecond = 1000000;
-constexpr qint64 latestSecond = 999999999999; // far from what overflows in microseconds
+constexpr qint64 latestSecond = latestTime / microsecondsPerSecond;
 
 bool readSeconds(LineCursor& cursor, qint64& seconds)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "../signals/FrameCounts.h"
 #include "../signals/SignalReport.h"
-#include "FrameCounts.h"
 
 #include <QtCore/QVector>
 

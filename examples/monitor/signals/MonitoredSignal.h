@@ -2,6 +2,7 @@
 
 #include "../decoding/Decoder.h"
 #include "SignalReport.h"
+#include "SignalSeries.h"
 
 #include <memory>
 
@@ -18,12 +19,18 @@ public:
     /// Records a value, or counts that there was none.
     virtual void feed(const DecodedSignal& decoded) = 0;
 
+    /// What every report begins with: all but the figures.
+    virtual const SignalReport& heading() const = 0;
+
     /// Ends the background updating of the average and deviation that the library offers for
     /// display. Waits for its current cycle, up to 100 ms. What is recorded stays.
     virtual void stopUpdating() = 0;
 
     /// All figures as they are now, with a band of \a k deviations. Nobody may feed meanwhile.
     virtual SignalReport report(double k) = 0;
+
+    /// The values recorded so far; none of a carried signal. Nobody may feed meanwhile.
+    virtual SignalSeries series() const = 0;
 };
 
 /// Begins to record a signal of \a message in the library's record for its protocol.

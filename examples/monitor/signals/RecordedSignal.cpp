@@ -73,7 +73,7 @@ int countOutside(const QVector<T>& values, double lower, double upper)
 template <typename T>
 RecordedSignal<T>::RecordedSignal(const SignalDescription& signalDescription,
                                   const SignalReport& reportHeading)
-    : description(signalDescription), heading(reportHeading)
+    : description(signalDescription), commonHeading(reportHeading)
 {
     recorded.setDatatype(datatypeOf(description));
     recorded.setValueHandling(GenericSignal::NewValueHandlingType::Append);
@@ -92,6 +92,7 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     case Availability::Measured:
         break;
     }
+    times.append(decoded.microseconds.value_or(SignalSeries::noTime));
     T value;
     value.rawValue = rawValueOf(decoded.bits, description);
     if (!description.carried)
@@ -112,11 +113,25 @@ void RecordedSignal<T>::stopUpdating()
 template <typename T>
 SignalReport RecordedSignal<T>::report(double k)
 {
-    SignalReport report = heading;
+    SignalReport report = commonHeading;
     report.notAvailable = notAvailable;
     report.errors = errors;
     measure(report, k);
     return report;
+}
+
+template <typename T>
+SignalSeries RecordedSignal<T>::series() const
+{
+    SignalSeries series;
+    if (description.carried)
+        return series;
+    const QVector<T> values = recorded.getValues();
+    series.values.reserve(values.size());
+    for (const T& value : values)
+        series.values.append(value.scaledValue.toDouble());
+    series.microseconds = times;
+    return series;
 }
 
 // The average and deviation that getAverage(), getDeviation() and the thresholds offer are up to

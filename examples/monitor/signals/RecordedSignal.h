@@ -16,8 +16,10 @@ public:
     RecordedSignal(const SignalDescription& signalDescription, const SignalReport& reportHeading);
 
     void feed(const DecodedSignal& decoded) override;
+    const SignalReport& heading() const override { return commonHeading; }
     void stopUpdating() override;
     SignalReport report(double k) override;
+    SignalSeries series() const override;
 
 private:
     void measure(SignalReport& report, double k);
@@ -25,8 +27,9 @@ private:
     int rate(const SignalReport& report, double k);
 
     SignalDescription description;
-    SignalReport heading;
+    SignalReport commonHeading;
     GenericSignalImpl<T> recorded;
+    QVector<qint64> times; // of the recorded values
     qint64 notAvailable = 0;
     qint64 errors = 0;
 };

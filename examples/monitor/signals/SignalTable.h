@@ -20,21 +20,32 @@ public:
     {
     }
 
+    /// Ends the background updating of all signals, whose values are no longer wanted.
+    ~SignalTable() { stopUpdating(); }
+
+    SignalTable(const SignalTable&) = delete;
+    SignalTable& operator=(const SignalTable&) = delete;
+
     /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
     void feed(const DecodedSignal& decoded);
 
-    /// Ends the background updating of all signals.
-    void stopUpdating();
+    /// When the first signal was seen whose time is known.
+    std::optional<qint64> firstTime() const { return begin; }
 
-    /// The reports of all signals, sorted by name and source address.
+    /// The signals sorted by name and source address.
+    std::vector<MonitoredSignal*> inOrder() const;
+
+    /// The reports of all signals in that order.
     QVector<SignalReport> report(double k);
 
 private:
+    void stopUpdating();
     MonitoredSignal& signalOf(const DecodedSignal& decoded);
 
     const QVector<MessageDescription>& descriptions;
     std::vector<std::unique_ptr<MonitoredSignal>> monitored;
     QHash<quint64, size_t> positions; // in monitored
+    std::optional<qint64> begin;
 };
 
 } // namespace monitor

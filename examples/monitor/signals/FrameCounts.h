@@ -5,7 +5,7 @@
 namespace monitor
 {
 
-/// What became of the lines of a recording.
+/// What became of the frames that came, and of the lines of a recording.
 struct FrameCounts {
     qint64 total = 0;   ///< frames, remote ones included, error frames not
     qint64 decoded = 0; ///< frames in which at least one signal was found

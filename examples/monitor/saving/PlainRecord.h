@@ -2,6 +2,9 @@
 
 #include <QtCore/QDataStream>
 
+namespace monitor
+{
+
 /// Whether the next record in \a stream is a plain one, so that operator>> may read it from a
 /// source that is not trusted: its version word is known, and its raw and its scaled value are
 /// each invalid, a boolean, a number of a fundamental type, or a text or a byte array of at most
@@ -11,3 +14,5 @@
 ///
 /// The stream stays where it is, with the status that it had. It must be outside a transaction.
 bool nextRecordIsPlain(QDataStream& stream, quint32 longestText = 4096);
+
+} // namespace monitor

@@ -1,6 +1,9 @@
-#include "plainRecord.h"
+#include "PlainRecord.h"
 
 #include <QtCore/QMetaType>
+
+namespace monitor
+{
 
 namespace
 {
@@ -83,3 +86,5 @@ bool nextRecordIsPlain(QDataStream& stream, quint32 longestText)
     stream.resetStatus();
     return plain;
 }
+
+} // namespace monitor

@@ -1,5 +1,5 @@
-#include <plainRecord.h>
 #include <records.h>
+#include <saving/PlainRecord.h>
 #include <variants.h>
 
 #include <QtCore/QBitArray>
@@ -7,6 +7,8 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QPoint>
 #include <QtCore/QStringList>
+
+using monitor::nextRecordIsPlain;
 
 namespace
 {

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "descriptions/SignalSettings.h"
+#include "showing/Report.h"
+
+#include <optional>
+
+namespace monitor
+{
+
+/// A CANopen node and the file that describes it.
+struct NodeDescription {
+    QString fileName; ///< of an EDS or DCF
+    quint8 node = 0;  ///< 1 to 127
+};
+
+/// What to look for in the frames, wherever they come from, and how to print what is found.
+struct MonitorOptions {
+    QString dbc; ///< file name of a DBC; empty if there is none
+    QVector<NodeDescription> nodes;
+    QStringList patterns; ///< of the signals to report; none: all of them
+    QVector<SignalLimits> limits;
+    QString config;          ///< file name of a configuration; empty if there is none
+    std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
+    OutputFormat format = OutputFormat::Table;
+    QString plotDirectory; ///< where to write plots to; empty: nowhere
+};
+
+/// The exit codes of the program.
+enum class ExitCode {
+    Success = 0,
+    NothingDecoded = 1,
+    WrongUse = 2 ///< or a file that cannot be read, or a bus that cannot be reached
+};
+
+} // namespace monitor

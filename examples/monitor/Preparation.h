@@ -1,0 +1,24 @@
+#pragma once
+
+#include "MonitorOptions.h"
+
+#include <QtCore/QTextStream>
+
+namespace monitor
+{
+
+/// What the options lead to before the first frame comes.
+struct Preparation {
+    QVector<MessageDescription> descriptions;
+    double k = 3; ///< half the width of the band, in deviations
+};
+
+/// Reads the files that \a options name and changes \a prepared accordingly; what stands in the
+/// arguments counts more than the configuration. Lines of a description that cannot be used are
+/// told to \a messages. Returns what made all that impossible, empty if nothing did.
+QString prepare(const MonitorOptions& options, QTextStream& messages, Preparation& prepared);
+
+/// The names of the files that describe the signals, for messages.
+QString descriptionFilesOf(const MonitorOptions& options);
+
+} // namespace monitor

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "../signals/SignalTable.h"
+
+#include <QtCore/QTextStream>
+
+namespace monitor
+{
+
+/// The name of the file for the plot of a signal: what is no letter, digit, "-" or "_" becomes "_".
+QString plotNameOf(const SignalReport& report);
+
+/// Writes a PNG for every signal of \a table that has values to plot, and overview.png with all of
+/// them below each other on one time axis, into \a directory, which is made if there is none.
+/// Returns what made that impossible, naming the file; empty if nothing did. What is left out is
+/// told to \a messages. There must be a QApplication.
+QString writePlots(const QString& directory, const SignalTable& table, double k,
+                   QTextStream& messages);
+
+} // namespace monitor

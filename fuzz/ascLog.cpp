@@ -1,0 +1,15 @@
+#include "frameCheck.h"
+#include "textLines.h"
+
+#include <reading/AscReader.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    monitor::AscReader reader;
+    for (const QByteArray& line : textLines(data, size)) {
+        monitor::Frame frame;
+        checkFrame(reader.readLine(line, frame), frame);
+    }
+    return 0;
+}

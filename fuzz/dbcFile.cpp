@@ -1,0 +1,18 @@
+#include "descriptionCheck.h"
+#include "textLines.h"
+
+#include <descriptions/DbcReader.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    QString text;
+    QTextStream stream(&text);
+    monitor::LineWarnings warnings(stream, QStringLiteral("fuzzed.dbc"));
+    monitor::DbcReader reader(warnings);
+    qint64 number = 0;
+    for (const QByteArray& line : textLines(data, size))
+        reader.readLine(++number, line);
+    checkDescriptions(reader.finish());
+    return 0;
+}

@@ -1,0 +1,144 @@
+#include "MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QImage>
+
+namespace
+{
+
+/// The colours of what is plotted, without the shades at the edges of lines.
+const QColor deviatorColor(0xd0, 0x10, 0x30);
+const QColor bandColor(0xd9, 0xee, 0xd9);
+
+/// EngineSpeed once a second: 150 rpm, a peak of 1000 rpm in the middle, and no frame in the last
+/// quarter but at its end.
+QByteArray speedLog()
+{
+    QByteArray log;
+    for (int second = 0; second <= 100; ++second) {
+        if (second > 75 && second < 100)
+            continue;
+        const QByteArray raw = second == 50 ? "401F" : "B004";
+        log += '(' + QByteArray::number(second) + ".0) can0 0CF00400#FFFFFF" + raw + "FFFFFF\n";
+    }
+    return log;
+}
+
+class Plots : public testing::Test
+{
+protected:
+    QString path(const QString& name) const { return directory.filePath(name); }
+
+    QString write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return file.fileName();
+    }
+
+    MonitorRun plot(const QByteArray& log, const QString& plots) const
+    {
+        return runMonitor({"replay", write("bus.log", log), "--dbc",
+                           write("bus.dbc", "BO_ 2364540158 EEC1: 8 X\n SG_ EngineSpeed : "
+                                            "24|16@1+ (0.125,0) [0|0] \"rpm\" X\n"),
+                           "--plot", plots});
+    }
+
+    /// The row below the title and the legend, which the overview does not have.
+    static int firstRowOf(const QImage& image) { return image.height() < 300 ? 0 : 100; }
+
+    /// The leftmost and rightmost column with a pixel of \a color.
+    static std::pair<int, int> columnsOf(const QImage& image, const QColor& color)
+    {
+        std::pair<int, int> columns(image.width(), -1);
+        for (int x = 0; x < image.width(); ++x) {
+            for (int y = firstRowOf(image); y < image.height(); ++y) {
+                if (image.pixelColor(x, y) == color)
+                    columns = {std::min(columns.first, x), x};
+            }
+        }
+        return columns;
+    }
+
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+TEST_F(Plots, EverySignalHasAPictureAndAllAreInTheOverview)
+{
+    const MonitorRun run = plot(speedLog(), path("new/plots"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_TRUE(run.output.startsWith("signal"));
+    EXPECT_EQ(QDir(path("new/plots")).entryList(QDir::Files),
+              (QStringList{"EngineSpeed-0.png", "overview.png"}));
+}
+
+// The band goes over the whole time, so the peak has to be in its middle.
+TEST_F(Plots, PeakIsMarkedWhereItWas)
+{
+    plot(speedLog(), path("plots"));
+    for (const char* file : {"plots/EngineSpeed-0.png", "plots/overview.png"}) {
+        const QImage image(path(file));
+        ASSERT_FALSE(image.isNull()) << file;
+        const auto band = columnsOf(image, bandColor);
+        const auto peak = columnsOf(image, deviatorColor);
+        ASSERT_GT(band.second - band.first, image.width() / 2) << file;
+        EXPECT_NEAR((peak.first + peak.second) / 2.0, (band.first + band.second) / 2.0, 3) << file;
+        EXPECT_LT(peak.second - peak.first, 10) << file;
+    }
+}
+
+TEST_F(Plots, GapIsNotJoined)
+{
+    plot(speedLog(), path("plots"));
+    const QImage image(path("plots/EngineSpeed-0.png"));
+    const auto band = columnsOf(image, bandColor);
+    const auto isBlue = [&image](double x) {
+        for (int y = firstRowOf(image); y < image.height(); ++y) {
+            const QColor color = image.pixelColor(static_cast<int>(x), y);
+            if (color.blue() > color.green() + 40 && color.blue() > color.red() + 40)
+                return true;
+        }
+        return false;
+    };
+    const double second = (band.second - band.first) / 100.0;
+    EXPECT_TRUE(isBlue(band.first + 49.7 * second));
+    EXPECT_TRUE(isBlue(band.first + 50.3 * second));
+    for (double x = 77; x < 99; x += 0.5)
+        EXPECT_FALSE(isBlue(band.first + x * second)) << x;
+}
+
+TEST_F(Plots, RecordingWithoutTimesIsPlottedToo)
+{
+    const MonitorRun run = plot("  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
+                                "  can0  0CF00400   [8]  FF FF FF 40 06 FF FF FF\n",
+                                path("plots"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_FALSE(QImage(path("plots/EngineSpeed-0.png")).isNull());
+}
+
+TEST_F(Plots, NoValueIsAMessageAndNoPicture)
+{
+    const MonitorRun run = plot("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", path("plots"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, path("plots") + ": there are no values to plot\n");
+    EXPECT_TRUE(QDir(path("plots")).entryList(QDir::Files).isEmpty());
+}
+
+TEST_F(Plots, PlaceThatCannotBeWrittenIsExitCode2AndAMessageWithItsName)
+{
+    const QString file = write("file", "");
+    MonitorRun run = plot(speedLog(), file);
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.messages, file + ": the directory cannot be made\n");
+    ASSERT_TRUE(QDir().mkpath(path("plots/overview.png")));
+    run = plot(speedLog(), path("plots"));
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith(path("plots/overview.png") + ": cannot be written: "));
+}
