@@ -24,6 +24,7 @@ struct MonitorOptions {
     std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
     OutputFormat format = OutputFormat::Table;
     QString plotDirectory; ///< where to write plots to; empty: nowhere
+    QString saveFile;      ///< name of the file to save the series in; empty: in none
 };
 
 /// The exit codes of the program.

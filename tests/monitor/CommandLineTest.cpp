@@ -73,6 +73,16 @@ TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
     EXPECT_EQ(line.replay->limits.at(1).limits.highest, -0.001);
 }
 
+TEST(CommandLine, ShowTakesAFileAndAFactor)
+{
+    const CommandLine line = read({"show", "a.series", "--k", "2", "--plot", "plots"});
+    ASSERT_TRUE(line.show.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.show->file, QString("a.series"));
+    EXPECT_EQ(line.show->k, 2);
+    EXPECT_EQ(line.show->plotDirectory, QString("plots"));
+    EXPECT_FALSE(line.replay.has_value());
+}
+
 TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
 {
     for (const char* limits : {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1",
@@ -115,6 +125,12 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--plot", ""},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--save", ""},
+             QStringList{"show"},
+             QStringList{"show", "a.series", "b.series"},
+             QStringList{"show", "a.series", "--dbc", "bus.dbc"},
+             QStringList{"show", "a.series", "--limits", "a=1:2"},
+             QStringList{"show", "a.series", "--format", "xml"},
              QStringList{"replay", "bus.log", "--eds", "a.eds"},
              QStringList{"replay", "bus.log", "--node", "5"},
              QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "0"},

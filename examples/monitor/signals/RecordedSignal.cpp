@@ -92,9 +92,15 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     case Availability::Measured:
         break;
     }
-    times.append(decoded.microseconds.value_or(SignalSeries::noTime));
     T value;
     value.rawValue = rawValueOf(decoded.bits, description);
+    record(std::move(value), decoded.microseconds.value_or(SignalSeries::noTime));
+}
+
+template <typename T>
+void RecordedSignal<T>::record(T value, qint64 microseconds)
+{
+    times.append(microseconds);
     if (!description.carried)
         return static_cast<void>(
             recorded.setNewValue(std::move(value), description.factor, description.offset));
@@ -132,6 +138,23 @@ SignalSeries RecordedSignal<T>::series() const
         series.values.append(value.scaledValue.toDouble());
     series.microseconds = times;
     return series;
+}
+
+template <typename T>
+SignalRecords RecordedSignal<T>::records() const
+{
+    return {recorded.getValues(), times, notAvailable, errors};
+}
+
+// Values are scaled and fed again, which makes the same figures of the same raw values.
+template <typename T>
+void RecordedSignal<T>::restore(const SignalRecords& saved)
+{
+    const auto& values = std::get<QVector<T>>(saved.values);
+    for (int i = 0; i < values.size(); ++i)
+        record(values.at(i), saved.microseconds.at(i));
+    notAvailable = saved.notAvailable;
+    errors = saved.errors;
 }
 
 // The average and deviation that getAverage(), getDeviation() and the thresholds offer are up to

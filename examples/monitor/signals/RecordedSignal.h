@@ -17,11 +17,15 @@ public:
 
     void feed(const DecodedSignal& decoded) override;
     const SignalReport& heading() const override { return commonHeading; }
+    const SignalDescription& signalDescription() const override { return description; }
     void stopUpdating() override;
     SignalReport report(double k) override;
     SignalSeries series() const override;
+    SignalRecords records() const override;
+    void restore(const SignalRecords& saved) override;
 
 private:
+    void record(T value, qint64 microseconds);
     void measure(SignalReport& report, double k);
     void showNewest(SignalReport& report, const T& newest);
     int rate(const SignalReport& report, double k);
