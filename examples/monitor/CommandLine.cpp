@@ -177,6 +177,8 @@ QString readShow(const QCommandLineParser& parser, std::optional<ShowOptions>& s
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
     const QString complaint = readFileOptions(parser, options);
+    if (options.keptRecords > 0)
+        return QStringLiteral("show takes no --keep");
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 

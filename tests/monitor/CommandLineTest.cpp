@@ -32,6 +32,8 @@ TEST(CommandLine, FactorMayBeLeftToTheConfiguration)
     EXPECT_EQ(line.replay->k, std::nullopt);
     EXPECT_EQ(line.replay->config, QString("bus.json"));
     EXPECT_EQ(line.replay->plotDirectory, QString());
+    EXPECT_EQ(line.replay->keptRecords, 0);
+    EXPECT_EQ(read({"replay", "a", "--dbc", "b", "--keep", "50"}).replay->keptRecords, 50);
 }
 
 TEST(CommandLine, NodesAreDescribedInPairs)
@@ -126,6 +128,10 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--plot", ""},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--save", ""},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "1"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "many"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "2147483647"},
+             QStringList{"show", "a.series", "--keep", "2"},
              QStringList{"show"},
              QStringList{"show", "a.series", "b.series"},
              QStringList{"show", "a.series", "--dbc", "bus.dbc"},

@@ -68,6 +68,17 @@ TEST_F(SavedRuns, CarriedValuesAreSavedToo)
     EXPECT_EQ(runMonitor({"show", path("run")}).output, saved.output);
 }
 
+TEST_F(SavedRuns, HoldTheRecordsThatWereKept)
+{
+    const auto countOf = [](const MonitorRun& run) {
+        return run.output.section("EngineSpeed", 1, 1)
+            .section(' ', 1, 20, QString::SectionSkipEmpty)
+            .section(' ', 0, 0, QString::SectionSkipEmpty);
+    };
+    EXPECT_EQ(countOf(save({"--keep", "20"})), QString("500"));
+    EXPECT_EQ(countOf(runMonitor({"show", path("run")})), QString("20"));
+}
+
 TEST_F(SavedRuns, ArePlottedAsTheRecordingWas)
 {
     save({"--plot", path("first")});

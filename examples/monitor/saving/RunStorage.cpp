@@ -9,7 +9,7 @@ SavedRun runOf(const SignalTable& table, double k, const FrameCounts& counts)
     run.k = k;
     run.counts = counts;
     run.firstTime = table.firstTime();
-    for (const MonitoredSignal* signal : table.inOrder())
+    for (MonitoredSignal* signal : table.inOrder())
         run.recordedSignals.append({signal->heading().protocol, signal->heading().source,
                                     signal->signalDescription(), signal->records()});
     return run;

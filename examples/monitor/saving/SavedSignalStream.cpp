@@ -118,8 +118,6 @@ QString readRecord(QDataStream& stream, QVector<qint64>& times, QVector<T>& valu
         return QStringLiteral("a record is cut off or of a kind that is not read");
     T value;
     stream >> value;
-    if (stream.status() != QDataStream::Ok)
-        return QStringLiteral("a record is cut off");
     times.append(time);
     values.append(value);
     return QString();

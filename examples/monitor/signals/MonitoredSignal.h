@@ -32,11 +32,11 @@ public:
     /// All figures as they are now, with a band of \a k deviations. Nobody may feed meanwhile.
     virtual SignalReport report(double k) = 0;
 
-    /// The values recorded so far; none of a carried signal. Nobody may feed meanwhile.
-    virtual SignalSeries series() const = 0;
+    /// The values that are kept; none of a carried signal. Nobody may feed meanwhile.
+    virtual SignalSeries series() = 0;
 
-    /// All that was recorded so far. Nobody may feed meanwhile.
-    virtual SignalRecords records() const = 0;
+    /// All that is kept of what was received. Nobody may feed meanwhile.
+    virtual SignalRecords records() = 0;
 
     /// Records what records() has returned for a signal of the same description and protocol.
     virtual void restore(const SignalRecords& saved) = 0;
