@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "FileArguments.h"
 #include "descriptions/EdsNumber.h"
 
 #include <QtCore/QCommandLineParser>
@@ -20,7 +21,6 @@ const QString helpOption = QStringLiteral("help");
 const QString kOption = QStringLiteral("k");
 const QString limitsOption = QStringLiteral("limits");
 const QString nodeOption = QStringLiteral("node");
-const QString plotOption = QStringLiteral("plot");
 const QString signalOption = QStringLiteral("signal");
 
 void describe(QCommandLineParser& parser)
@@ -33,9 +33,11 @@ void describe(QCommandLineParser& parser)
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
     parser.addPositionalArgument(QStringLiteral("replay"),
                                  QStringLiteral("Replay a recording and print its figures."));
+    parser.addPositionalArgument(QStringLiteral("show"),
+                                 QStringLiteral("Print the figures of saved series."));
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("The recording, as candump or a Vector tool (ASC) "
-                                                "writes it."));
+                                                "writes it, or the saved series."));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
     parser.addOption({edsOption,
@@ -55,10 +57,6 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("The band reaches K deviations to either side of the "
                                      "average (default: 3)."),
                       QStringLiteral("K")});
-    parser.addOption({plotOption,
-                      QStringLiteral("Write a plot of every signal, and overview.png with all of "
-                                     "them, into that directory."),
-                      QStringLiteral("DIRECTORY")});
     parser.addOption({signalOption,
                       QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
                                      "be repeated."),
@@ -67,6 +65,7 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("Rate the signal by these limits instead of its band. May be "
                                      "repeated."),
                       QStringLiteral("SIGNAL=LOWER:UPPER")});
+    addFileOptions(parser);
 }
 
 bool readFormat(const QString& name, OutputFormat& format)
@@ -145,22 +144,53 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
     return QString();
 }
 
-/// The complaint about the arguments, empty if there is none.
-QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
+/// The complaint about the arguments of replay, empty if there is none.
+QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions>& replay)
 {
     const QStringList arguments = parser.positionalArguments();
-    if (arguments.isEmpty() || arguments.first() != QLatin1String("replay"))
-        return QStringLiteral("the command is missing: monitor replay FILE --dbc FILE.dbc");
     if (arguments.size() != 2)
         return QStringLiteral("replay needs exactly one recording");
+    ReplayOptions& options = replay.emplace();
+    options.recording = arguments.at(1);
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
-    options.recording = arguments.at(1);
-    options.plotDirectory = parser.value(plotOption);
-    if (parser.isSet(plotOption) && options.plotDirectory.isEmpty())
-        return QStringLiteral("--plot needs a directory");
-    const QString complaint = readDescriptionOptions(parser, options);
+    QString complaint = readFileOptions(parser, options);
+    if (complaint.isEmpty())
+        complaint = readDescriptionOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
+}
+
+/// The complaint about the arguments of show. What signals there are and how they are described
+/// stands in the file.
+QString readShow(const QCommandLineParser& parser, std::optional<ShowOptions>& show)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2)
+        return QStringLiteral("show needs exactly one file of saved series");
+    for (const QString& option :
+         {dbcOption, edsOption, nodeOption, configOption, signalOption, limitsOption}) {
+        if (parser.isSet(option))
+            return QStringLiteral("show takes no --%1").arg(option);
+    }
+    ShowOptions& options = show.emplace();
+    options.file = arguments.at(1);
+    if (!readFormat(parser.value(formatOption), options.format))
+        return QStringLiteral("--format needs table, json or csv");
+    const QString complaint = readFileOptions(parser, options);
+    if (options.keptRecords > 0)
+        return QStringLiteral("show takes no --keep");
+    return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
+}
+
+/// Reads the command with its arguments into \a commandLine. Returns the complaint about them.
+QString readCommand(const QCommandLineParser& parser, CommandLine& commandLine)
+{
+    const QString command = parser.positionalArguments().value(0);
+    if (command == QLatin1String("replay"))
+        return readReplay(parser, commandLine.replay);
+    if (command == QLatin1String("show"))
+        return readShow(parser, commandLine.show);
+    return QStringLiteral("the command is missing: replay FILE or show FILE");
 }
 
 } // namespace
@@ -170,16 +200,17 @@ CommandLine readCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     describe(parser);
     CommandLine commandLine;
-    if (!parser.parse(arguments)) {
-        commandLine.error = parser.errorText();
-    } else if (parser.isSet(helpOption)) {
+    QString complaint;
+    if (!parser.parse(arguments))
+        complaint = parser.errorText();
+    else if (parser.isSet(helpOption))
         commandLine.help = parser.helpText();
-    } else {
-        ReplayOptions options;
-        commandLine.error = readReplay(parser, options);
-        if (commandLine.error.isEmpty())
-            commandLine.replay = options;
-    }
+    else
+        complaint = readCommand(parser, commandLine);
+    if (complaint.isEmpty())
+        return commandLine;
+    commandLine = CommandLine();
+    commandLine.error = complaint;
     return commandLine;
 }
 

@@ -23,7 +23,9 @@ struct MonitorOptions {
     QString config;          ///< file name of a configuration; empty if there is none
     std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
     OutputFormat format = OutputFormat::Table;
+    int keptRecords = 0;   ///< how many of the newest records each signal keeps; 0: all
     QString plotDirectory; ///< where to write plots to; empty: nowhere
+    QString saveFile;      ///< name of the file to save the series in; empty: in none
 };
 
 /// The exit codes of the program.

@@ -54,6 +54,7 @@ QString prepare(const MonitorOptions& options, QTextStream& messages, Preparatio
         error = applyConfig(options.config, prepared);
     if (error.isEmpty())
         error = chooseSignals(options.patterns, prepared.descriptions);
+    setKeptRecords(options.keptRecords, prepared.descriptions);
     prepared.k = options.k.value_or(prepared.k);
     return error.isEmpty() ? setLimits(options.limits, prepared.descriptions) : error;
 }

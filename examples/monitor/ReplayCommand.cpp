@@ -5,6 +5,7 @@
 #include "reading/LineReader.h"
 #include "reading/LineWarnings.h"
 #include "reading/RecordingReader.h"
+#include "showing/Progress.h"
 
 namespace monitor
 {
@@ -12,22 +13,32 @@ namespace monitor
 namespace
 {
 
+constexpr qint64 linesPerUpdate = 4096; // so that asking costs nothing
+
+void takeLine(LineKind kind, const Frame& frame, SignalMonitor& signalMonitor)
+{
+    if (kind == LineKind::Frame)
+        signalMonitor.take(frame);
+    else if (kind == LineKind::ErrorFrame)
+        signalMonitor.countErrorFrames(1);
+}
+
 /// Feeds the frames of the recording to \a signalMonitor. Returns what made that impossible, if
 /// anything.
 QString readRecording(const QString& fileName, QTextStream& messages, SignalMonitor& signalMonitor)
 {
     LineReader lines(fileName);
     LineWarnings warnings(messages, fileName);
+    Progress progress(messages, QStringLiteral("reading"));
     RecordingReader recording;
     Frame frame;
     for (QByteArray line; lines.readLine(line);) {
         const LineKind kind = recording.readLine(line, frame);
-        if (kind == LineKind::Frame)
-            signalMonitor.take(frame);
-        else if (kind == LineKind::ErrorFrame)
-            signalMonitor.countErrorFrames(1);
-        else if (kind == LineKind::NoFrame)
+        takeLine(kind, frame, signalMonitor);
+        if (kind == LineKind::NoFrame)
             warnings.add(lines.lineNumber(), QStringLiteral("not a frame"));
+        if (lines.lineNumber() % linesPerUpdate == 0)
+            progress.update(lines.position(), lines.size());
     }
     signalMonitor.countDropped(recording.dropped());
     signalMonitor.countNoFrame(warnings.count());

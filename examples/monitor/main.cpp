@@ -17,6 +17,8 @@ ExitCode run(QTextStream& output, QTextStream& messages)
         monitor::readCommandLine(QCoreApplication::arguments());
     if (commandLine.replay)
         return monitor::replay(*commandLine.replay, output, messages);
+    if (commandLine.show)
+        return monitor::show(*commandLine.show, output, messages);
     if (commandLine.error.isEmpty()) {
         output << commandLine.help;
         return ExitCode::Success;

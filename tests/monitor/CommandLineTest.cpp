@@ -32,6 +32,8 @@ TEST(CommandLine, FactorMayBeLeftToTheConfiguration)
     EXPECT_EQ(line.replay->k, std::nullopt);
     EXPECT_EQ(line.replay->config, QString("bus.json"));
     EXPECT_EQ(line.replay->plotDirectory, QString());
+    EXPECT_EQ(line.replay->keptRecords, 0);
+    EXPECT_EQ(read({"replay", "a", "--dbc", "b", "--keep", "50"}).replay->keptRecords, 50);
 }
 
 TEST(CommandLine, NodesAreDescribedInPairs)
@@ -71,6 +73,16 @@ TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
     EXPECT_EQ(line.replay->limits.at(1).pattern, QString("a=b"));
     EXPECT_EQ(line.replay->limits.at(1).limits.lowest, -1.5);
     EXPECT_EQ(line.replay->limits.at(1).limits.highest, -0.001);
+}
+
+TEST(CommandLine, ShowTakesAFileAndAFactor)
+{
+    const CommandLine line = read({"show", "a.series", "--k", "2", "--plot", "plots"});
+    ASSERT_TRUE(line.show.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.show->file, QString("a.series"));
+    EXPECT_EQ(line.show->k, 2);
+    EXPECT_EQ(line.show->plotDirectory, QString("plots"));
+    EXPECT_FALSE(line.replay.has_value());
 }
 
 TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
@@ -115,6 +127,16 @@ TEST(CommandLine, WrongUseIsAComplaint)
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
              QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--plot", ""},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--save", ""},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "1"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "many"},
+             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "2147483647"},
+             QStringList{"show", "a.series", "--keep", "2"},
+             QStringList{"show"},
+             QStringList{"show", "a.series", "b.series"},
+             QStringList{"show", "a.series", "--dbc", "bus.dbc"},
+             QStringList{"show", "a.series", "--limits", "a=1:2"},
+             QStringList{"show", "a.series", "--format", "xml"},
              QStringList{"replay", "bus.log", "--eds", "a.eds"},
              QStringList{"replay", "bus.log", "--node", "5"},
              QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "0"},

@@ -56,6 +56,7 @@ struct SignalDescription {
     QString reportedName; ///< see giveReportedNames()
     bool chosen = true;   ///< false: not to be reported
     bool reserves = true; ///< false: every raw value is a measured one, in J1939 too
+    int keptRecords = 0;  ///< how many of its newest records are kept; 0: all
     std::optional<ValueRange> ratingLimits; ///< what to rate it by instead of its band
 };
 

@@ -79,6 +79,14 @@ QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescr
     return complaint;
 }
 
+void setKeptRecords(int records, QVector<MessageDescription>& messages)
+{
+    for (MessageDescription& message : messages) {
+        for (SignalDescription& signal : message.signalDescriptions)
+            signal.keptRecords = records;
+    }
+}
+
 QString setNotReserved(const QStringList& patterns, QVector<MessageDescription>& messages)
 {
     QString complaint;

@@ -33,6 +33,9 @@ QString setLimits(const QVector<SignalLimits>& limits, QVector<MessageDescriptio
 /// complaint about one that means no signal or one that cannot be scaled so, else an empty text.
 QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescription>& messages);
 
+/// Lets every signal keep no more than its newest \a records; 0: all.
+void setKeptRecords(int records, QVector<MessageDescription>& messages);
+
 /// Takes all raw values of the signals that \a patterns mean for measured ones. Returns the
 /// complaint about a pattern that means no signal, else an empty text.
 QString setNotReserved(const QStringList& patterns, QVector<MessageDescription>& messages);

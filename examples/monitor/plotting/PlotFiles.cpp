@@ -1,5 +1,6 @@
 #include "PlotFiles.h"
 
+#include "../showing/Progress.h"
 #include "SignalChart.h"
 
 #include <QtCore/QDir>
@@ -132,7 +133,9 @@ QString writePlots(const QString& directory, const SignalTable& table, double k,
     const QVector<Plot> plots = plotsOf(table, k);
     QSet<QString> taken{QStringLiteral("overview")};
     QString error;
+    Progress progress(messages, QStringLiteral("plotting"));
     for (int i = 0; i < plots.size() && error.isEmpty(); ++i) {
+        progress.update(i, plots.size());
         const QString name = freeName(plotNameOf(plots.at(i).report), taken);
         error = writePlot(plots.at(i), folder.filePath(name));
     }

@@ -24,6 +24,10 @@ public:
     /// The number of the line read last, counted from 1.
     qint64 lineNumber() const { return number; }
 
+    /// How many bytes have been read, and how many there are, 0 if the file does not tell.
+    qint64 position() const { return file.pos(); }
+    qint64 size() const { return file.size(); }
+
     /// What went wrong, naming the file; empty if nothing did.
     QString error() const;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../decoding/Decoder.h"
+#include "SignalRecords.h"
 #include "SignalReport.h"
 #include "SignalSeries.h"
 
@@ -22,6 +23,8 @@ public:
     /// What every report begins with: all but the figures.
     virtual const SignalReport& heading() const = 0;
 
+    virtual const SignalDescription& signalDescription() const = 0;
+
     /// Ends the background updating of the average and deviation that the library offers for
     /// display. Waits for its current cycle, up to 100 ms. What is recorded stays.
     virtual void stopUpdating() = 0;
@@ -29,8 +32,14 @@ public:
     /// All figures as they are now, with a band of \a k deviations. Nobody may feed meanwhile.
     virtual SignalReport report(double k) = 0;
 
-    /// The values recorded so far; none of a carried signal. Nobody may feed meanwhile.
-    virtual SignalSeries series() const = 0;
+    /// The values that are kept; none of a carried signal. Nobody may feed meanwhile.
+    virtual SignalSeries series() = 0;
+
+    /// All that is kept of what was received. Nobody may feed meanwhile.
+    virtual SignalRecords records() = 0;
+
+    /// Records what records() has returned for a signal of the same description and protocol.
+    virtual void restore(const SignalRecords& saved) = 0;
 };
 
 /// Begins to record a signal of \a message in the library's record for its protocol.

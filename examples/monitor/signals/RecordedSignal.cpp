@@ -77,6 +77,11 @@ RecordedSignal<T>::RecordedSignal(const SignalDescription& signalDescription,
 {
     recorded.setDatatype(datatypeOf(description));
     recorded.setValueHandling(GenericSignal::NewValueHandlingType::Append);
+    if (description.keptRecords == 0 || description.carried)
+        return;
+    running =
+        std::make_unique<GenericSignalImpl<T>>(); // replaces its newest record, without worker
+    running->setDatatype(recorded.getDatatype());
 }
 
 template <typename T>
@@ -92,15 +97,42 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     case Availability::Measured:
         break;
     }
-    times.append(decoded.microseconds.value_or(SignalSeries::noTime));
     T value;
     value.rawValue = rawValueOf(decoded.bits, description);
-    if (!description.carried)
+    record(std::move(value), decoded.microseconds.value_or(SignalSeries::noTime));
+}
+
+// With a bounded series the values go two ways: to a signal that replaces its only record and goes
+// on with its running statistics, and to the series, which those do not hang on then.
+template <typename T>
+void RecordedSignal<T>::record(T value, qint64 microseconds)
+{
+    ++count;
+    times.append(microseconds);
+    if (running)
+        running->setNewValue(value, description.factor, description.offset);
+    if (!description.carried && !running)
         return static_cast<void>(
             recorded.setNewValue(std::move(value), description.factor, description.offset));
     // Not to the running statistics too, which would make numbers of anything.
     recorded.scaleAndAppendValue(value, description.factor, description.offset);
     recorded.setNewValue(std::move(value));
+    if (description.keptRecords > 0 && times.size() / 2 >= description.keptRecords)
+        dropOldest();
+}
+
+// A series cannot drop its oldest records, so the newest are appended anew to an empty one. That is
+// done when there are twice as many as are kept, and takes the time of one more copy of each value.
+template <typename T>
+void RecordedSignal<T>::dropOldest()
+{
+    const int surplus = times.size() - description.keptRecords;
+    if (description.keptRecords == 0 || surplus <= 0)
+        return;
+    const QVector<T> newest = recorded.getValues().mid(surplus);
+    recorded.clearValues();
+    recorded.appendValues(newest, description.factor, description.offset);
+    times.remove(0, surplus);
 }
 
 // Not setValueHandling(), which would stop it too: the median needs the handling to stay.
@@ -121,8 +153,9 @@ SignalReport RecordedSignal<T>::report(double k)
 }
 
 template <typename T>
-SignalSeries RecordedSignal<T>::series() const
+SignalSeries RecordedSignal<T>::series()
 {
+    dropOldest();
     SignalSeries series;
     if (description.carried)
         return series;
@@ -134,23 +167,44 @@ SignalSeries RecordedSignal<T>::series() const
     return series;
 }
 
+template <typename T>
+SignalRecords RecordedSignal<T>::records()
+{
+    dropOldest();
+    return {recorded.getValues(), times, notAvailable, errors};
+}
+
+// Values are scaled and fed again, which makes the same figures of the same raw values.
+template <typename T>
+void RecordedSignal<T>::restore(const SignalRecords& saved)
+{
+    const auto& values = std::get<QVector<T>>(saved.values);
+    for (int i = 0; i < values.size(); ++i)
+        record(values.at(i), saved.microseconds.at(i));
+    notAvailable = saved.notAvailable;
+    errors = saved.errors;
+}
+
 // The average and deviation that getAverage(), getDeviation() and the thresholds offer are up to
 // 100 ms old. Here all figures are computed afresh, and the band and the rating from them, so that
 // they fit together.
 template <typename T>
 void RecordedSignal<T>::measure(SignalReport& report, double k)
 {
+    dropOldest();
     const QVector<T> values = recorded.getValues();
     if (values.isEmpty())
         return;
+    report.count = count;
     if (description.carried)
         return showNewest(report, values.constLast());
     QVariant maximum;
     QVariant minimum;
-    unsigned int count = 0;
-    recorded.getValueStatistics(report.average, maximum, minimum, report.median, report.deviation,
-                                count);
-    report.count = static_cast<int>(count);
+    unsigned int stored = 0;
+    fed().getValueStatistics(report.average, maximum, minimum, report.median, report.deviation,
+                             stored);
+    if (running)
+        report.median = recorded.calcMedian();
     report.maximum = maximum.toDouble();
     report.minimum = minimum.toDouble();
     report.newest = values.constLast().scaledValue.toDouble();
@@ -165,7 +219,6 @@ void RecordedSignal<T>::showNewest(SignalReport& report, const T& newest)
 {
     constexpr double exactNumbers = 9007199254740992.0; // 2^53
     report.carried = true;
-    report.count = recorded.getValueCount();
     const bool isBytes = newest.scaledValue.userType() == QMetaType::QByteArray;
     report.newestText = isBytes ? QString::fromLatin1(newest.scaledValue.toByteArray().toHex(' '))
                                 : newest.scaledValue.toString();
@@ -180,7 +233,7 @@ template <typename T>
 int RecordedSignal<T>::rate(const SignalReport& report, double k)
 {
     T newest;
-    if (!report.limits || !recorded.getValue(report.count - 1, newest))
+    if (!report.limits || !recorded.getValue(recorded.getValueCount() - 1, newest))
         return recorded.getRating(k, true, report.lowerThreshold, report.upperThreshold);
     return GenericValueHandler<double, T>::getRating(newest, report.limits->lowest,
                                                      report.limits->highest, report.average);

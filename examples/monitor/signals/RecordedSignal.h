@@ -17,11 +17,17 @@ public:
 
     void feed(const DecodedSignal& decoded) override;
     const SignalReport& heading() const override { return commonHeading; }
+    const SignalDescription& signalDescription() const override { return description; }
     void stopUpdating() override;
     SignalReport report(double k) override;
-    SignalSeries series() const override;
+    SignalSeries series() override;
+    SignalRecords records() override;
+    void restore(const SignalRecords& saved) override;
 
 private:
+    void record(T value, qint64 microseconds);
+    void dropOldest();
+    const GenericSignalImpl<T>& fed() const { return running ? *running : recorded; }
     void measure(SignalReport& report, double k);
     void showNewest(SignalReport& report, const T& newest);
     int rate(const SignalReport& report, double k);
@@ -29,7 +35,9 @@ private:
     SignalDescription description;
     SignalReport commonHeading;
     GenericSignalImpl<T> recorded;
-    QVector<qint64> times; // of the recorded values
+    QVector<qint64> times;                         // of the recorded values
+    std::unique_ptr<GenericSignalImpl<T>> running; // the statistics, if not all records are kept
+    qint64 count = 0;                              // of all values
     qint64 notAvailable = 0;
     qint64 errors = 0;
 };

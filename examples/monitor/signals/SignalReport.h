@@ -18,7 +18,7 @@ struct SignalReport {
     bool isFloat = false;             ///< true: the raw values have fractions of their own
     std::optional<ValueRange> limits; ///< what the rating goes by instead of the band
 
-    int count = 0; ///< of the measured values; the figures below are 0 if it is
+    qint64 count = 0; ///< of the measured values; the figures below are 0 if it is
     double newest = 0;
     bool carried = false;               ///< true: only the newest value is known, as below
     QString newestText;                 ///< of a carried signal
@@ -27,11 +27,11 @@ struct SignalReport {
     double deviation = 0; ///< population deviation, divisor n
     double minimum = 0;
     double maximum = 0;
-    double median = 0;
+    double median = 0;         ///< of the records that are kept
     int rating = 0;            ///< of the newest value, from 0 to 100
     double lowerThreshold = 0; ///< the band: average -/+ k deviations
     double upperThreshold = 0;
-    int deviators = 0; ///< how many values lie outside the band
+    int deviators = 0; ///< how many of the records that are kept lie outside the band
 
     qint64 notAvailable = 0; ///< how often the sender had no value
     qint64 errors = 0;       ///< how often it reported an error instead

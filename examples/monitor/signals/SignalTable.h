@@ -29,8 +29,12 @@ public:
     /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
     void feed(const DecodedSignal& decoded);
 
+    /// Takes \a signal in beside those that are fed.
+    void add(std::unique_ptr<MonitoredSignal> signal) { monitored.push_back(std::move(signal)); }
+
     /// When the first signal was seen whose time is known.
     std::optional<qint64> firstTime() const { return begin; }
+    void setFirstTime(std::optional<qint64> microseconds) { begin = microseconds; }
 
     /// The signals sorted by name and source address.
     std::vector<MonitoredSignal*> inOrder() const;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vantrel/values/CANopenObjectValue.h>
+#include <vantrel/values/J1939Value.h>
+
+#include <QtCore/QVector>
+
+#include <variant>
+
+namespace monitor
+{
+
+/// All that was recorded of one signal.
+struct SignalRecords {
+    std::variant<QVector<CANopenObjectValue>, QVector<J1939Value>> values;
+    QVector<qint64> microseconds; ///< as in SignalSeries
+    qint64 notAvailable = 0;      ///< how often the sender had no value
+    qint64 errors = 0;            ///< how often it reported an error instead
+};
+
+} // namespace monitor

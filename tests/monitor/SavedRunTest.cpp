@@ -1,0 +1,126 @@
+#include "MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+namespace
+{
+
+QString sample(const QString& name)
+{
+    return QStringLiteral(SAMPLE_DIRECTORY "/") + name;
+}
+
+class SavedRuns : public testing::Test
+{
+protected:
+    QString path(const QString& name) const { return directory.filePath(name); }
+
+    MonitorRun save(const QStringList& options) const
+    {
+        return runMonitor(QStringList{"replay", sample("drive.log"), "--dbc", sample("engine.dbc"),
+                                      "--eds", sample("drive.eds"), "--node", "5", "--save",
+                                      path("run")} +
+                          options);
+    }
+
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+TEST_F(SavedRuns, AreShownWithTheFiguresOfTheReplay)
+{
+    for (const char* format : {"table", "json", "csv"}) {
+        const MonitorRun saved =
+            save({"--limits", "Engine*=0:1000", "--k", "2", "--format", format});
+        EXPECT_EQ(saved.exitCode, 0);
+        const MonitorRun shown = runMonitor({"show", path("run"), "--format", format});
+        EXPECT_EQ(shown.exitCode, 0);
+        EXPECT_EQ(shown.messages, QString());
+        EXPECT_EQ(shown.output, saved.output);
+        EXPECT_TRUE(shown.output.contains("EngineSpeed"));
+    }
+}
+
+TEST_F(SavedRuns, AreShownWithAnotherBandIfOneIsGiven)
+{
+    save({});
+    EXPECT_EQ(runMonitor({"show", path("run"), "--k", "1.5"}).output, save({"--k", "1.5"}).output);
+}
+
+TEST_F(SavedRuns, CarriedValuesAreSavedToo)
+{
+    QFile eds(path("bus.eds"));
+    ASSERT_TRUE(eds.open(QIODevice::WriteOnly));
+    eds.write("[1800sub1]\nDefaultValue=0x185\n[1A00sub1]\nDefaultValue=0x20000020\n"
+              "[2000]\nParameterName=Text\nDataType=9\n");
+    eds.close();
+    QFile log(path("bus.log"));
+    ASSERT_TRUE(log.open(QIODevice::WriteOnly));
+    log.write("(1.0) can0 185#4F6B0000\n");
+    log.close();
+    const MonitorRun saved = runMonitor(
+        {"replay", log.fileName(), "--eds", eds.fileName(), "--node", "5", "--save", path("run")});
+    EXPECT_TRUE(saved.output.contains("Ok"));
+    EXPECT_EQ(runMonitor({"show", path("run")}).output, saved.output);
+}
+
+TEST_F(SavedRuns, HoldTheRecordsThatWereKept)
+{
+    const auto countOf = [](const MonitorRun& run) {
+        return run.output.section("EngineSpeed", 1, 1)
+            .section(' ', 1, 20, QString::SectionSkipEmpty)
+            .section(' ', 0, 0, QString::SectionSkipEmpty);
+    };
+    EXPECT_EQ(countOf(save({"--keep", "20"})), QString("500"));
+    EXPECT_EQ(countOf(runMonitor({"show", path("run")})), QString("20"));
+}
+
+TEST_F(SavedRuns, ArePlottedAsTheRecordingWas)
+{
+    save({"--plot", path("first")});
+    EXPECT_EQ(runMonitor({"show", path("run"), "--plot", path("second")}).exitCode, 0);
+    for (const char* name : {"/overview.png", "/EngineSpeed-0.png"}) {
+        QFile first(path("first") + name);
+        QFile second(path("second") + name);
+        ASSERT_TRUE(first.open(QIODevice::ReadOnly));
+        ASSERT_TRUE(second.open(QIODevice::ReadOnly));
+        EXPECT_TRUE(first.readAll() == second.readAll()) << name;
+    }
+}
+
+TEST_F(SavedRuns, FileThatIsNoneOrDamagedIsExitCode2AndAMessageWithItsName)
+{
+    save({});
+    ASSERT_TRUE(QFile::resize(path("run"), 1000));
+    for (const QString& file :
+         {path("run"), path("missing"), path(""), sample("drive.log"), QString("/dev/zero")}) {
+        const MonitorRun run = runMonitor({"show", file});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith(file + ": ")) << run.messages.toStdString();
+        EXPECT_EQ(run.output, QString());
+    }
+}
+
+TEST_F(SavedRuns, RunWithoutADecodedFrameIsExitCode1)
+{
+    EXPECT_EQ(runMonitor({"replay", sample("engine.expected"), "--dbc", sample("engine.dbc"),
+                          "--save", path("run")})
+                  .exitCode,
+              1);
+    const MonitorRun run = runMonitor({"show", path("run")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.messages, path("run") + ": holds no frame that was decoded\n");
+}
+
+TEST_F(SavedRuns, FileThatCannotBeWrittenIsExitCode2AndAMessageWithItsName)
+{
+    const QString file = path("missing/run");
+    const MonitorRun run =
+        runMonitor({"replay", sample("engine.log"), "--dbc", sample("engine.dbc"), "--save", file});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith(file + ": cannot be written: "));
+}
