@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "BusArguments.h"
 #include "descriptions/EdsNumber.h"
 
 #include <QtCore/QCommandLineParser>
@@ -30,11 +31,15 @@ void describe(QCommandLineParser& parser)
                        "that cannot be read."));
     // Not addHelpOption(), which would offer help on options of Qt that there are none of.
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
-    parser.addPositionalArgument(QStringLiteral("replay"),
-                                 QStringLiteral("Replay a recording and print its figures."));
-    parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("The recording, as candump or a Vector tool (ASC) "
-                                                "writes it."));
+    parser.addPositionalArgument(QStringLiteral("replay FILE"),
+                                 QStringLiteral("Replay a recording, as candump or a Vector tool "
+                                                "(ASC) writes it, and print its figures."));
+    parser.addPositionalArgument(QStringLiteral("live"),
+                                 QStringLiteral("Watch a bus, and print its figures at the end."),
+                                 QStringLiteral("| live"));
+    parser.addPositionalArgument(QStringLiteral("send FILE"),
+                                 QStringLiteral("Play a recording onto a bus."),
+                                 QStringLiteral("| send FILE"));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
     parser.addOption({edsOption,
@@ -62,6 +67,14 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("Rate the signal by these limits instead of its band. May be "
                                      "repeated."),
                       QStringLiteral("SIGNAL=LOWER:UPPER")});
+    describeBusOptions(parser);
+}
+
+/// The names of the options about what to look for and how to print it.
+QStringList monitorOptionNames()
+{
+    return {configOption, dbcOption,    edsOption,  formatOption,
+            kOption,      limitsOption, nodeOption, signalOption};
 }
 
 bool readFormat(const QString& name, OutputFormat& format)
@@ -125,9 +138,9 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
     const QStringList files = parser.values(edsOption);
     const QStringList nodes = parser.values(nodeOption);
     if (parser.values(dbcOption).size() > 1)
-        return QStringLiteral("replay takes one --dbc FILE.dbc only");
+        return QStringLiteral("only one --dbc FILE.dbc can be given");
     if (parser.values(dbcOption).isEmpty() && files.isEmpty())
-        return QStringLiteral("replay needs --dbc FILE.dbc, or --eds FILE.eds --node N");
+        return QStringLiteral("--dbc FILE.dbc is needed, or --eds FILE.eds --node N");
     if (files.size() != nodes.size())
         return QStringLiteral("every --eds FILE.eds needs a --node N, and the other way round");
     options.dbc = parser.value(dbcOption);
@@ -140,19 +153,72 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
     return QString();
 }
 
-/// The complaint about the arguments, empty if there is none.
-QString readReplay(const QCommandLineParser& parser, ReplayOptions& options)
+/// The complaint about the options on what to look for and how to print it.
+QString readMonitorOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
-    const QStringList arguments = parser.positionalArguments();
-    if (arguments.isEmpty() || arguments.first() != QLatin1String("replay"))
-        return QStringLiteral("the command is missing: monitor replay FILE --dbc FILE.dbc");
-    if (arguments.size() != 2)
-        return QStringLiteral("replay needs exactly one recording");
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
-    options.recording = arguments.at(1);
     const QString complaint = readDescriptionOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
+}
+
+/// The complaint about options that do not belong to \a command.
+QString refuseOthers(const QCommandLineParser& parser, const QString& command,
+                     const QStringList& options)
+{
+    for (const QString& option : parser.optionNames()) {
+        if (!options.contains(option))
+            return QStringLiteral("%1 takes no --%2").arg(command, option);
+    }
+    return QString();
+}
+
+QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions>& replay)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2)
+        return QStringLiteral("replay needs exactly one recording");
+    ReplayOptions& options = replay.emplace();
+    options.recording = arguments.at(1);
+    const QString complaint = refuseOthers(parser, QStringLiteral("replay"), monitorOptionNames());
+    return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
+}
+
+QString readLive(const QCommandLineParser& parser, std::optional<LiveOptions>& live)
+{
+    if (parser.positionalArguments().size() != 1)
+        return QStringLiteral("live takes options only");
+    LiveOptions& options = live.emplace();
+    QString complaint =
+        refuseOthers(parser, QStringLiteral("live"), monitorOptionNames() + liveOptionNames());
+    if (complaint.isEmpty())
+        complaint = readLiveOptions(parser, options);
+    return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
+}
+
+QString readSend(const QCommandLineParser& parser, std::optional<SendOptions>& send)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2)
+        return QStringLiteral("send needs exactly one recording");
+    SendOptions& options = send.emplace();
+    options.recording = arguments.at(1);
+    const QString complaint = refuseOthers(parser, QStringLiteral("send"), sendOptionNames());
+    return complaint.isEmpty() ? readSendOptions(parser, options) : complaint;
+}
+
+/// Reads the command with its arguments and options into \a commandLine. Returns the complaint
+/// about them, empty if there is none.
+QString readCommand(const QCommandLineParser& parser, CommandLine& commandLine)
+{
+    const QString command = parser.positionalArguments().value(0);
+    if (command == QLatin1String("replay"))
+        return readReplay(parser, commandLine.replay);
+    if (command == QLatin1String("live"))
+        return readLive(parser, commandLine.live);
+    if (command == QLatin1String("send"))
+        return readSend(parser, commandLine.send);
+    return QStringLiteral("the command is missing: replay FILE, live or send FILE");
 }
 
 } // namespace
@@ -162,16 +228,17 @@ CommandLine readCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     describe(parser);
     CommandLine commandLine;
-    if (!parser.parse(arguments)) {
-        commandLine.error = parser.errorText();
-    } else if (parser.isSet(helpOption)) {
+    QString complaint;
+    if (!parser.parse(arguments))
+        complaint = parser.errorText();
+    else if (parser.isSet(helpOption))
         commandLine.help = parser.helpText();
-    } else {
-        ReplayOptions options;
-        commandLine.error = readReplay(parser, options);
-        if (commandLine.error.isEmpty())
-            commandLine.replay = options;
-    }
+    else
+        complaint = readCommand(parser, commandLine);
+    if (complaint.isEmpty())
+        return commandLine;
+    commandLine = CommandLine();
+    commandLine.error = complaint;
     return commandLine;
 }
 

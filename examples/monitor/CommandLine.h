@@ -1,6 +1,8 @@
 #pragma once
 
+#include "LiveCommand.h"
 #include "ReplayCommand.h"
+#include "SendCommand.h"
 
 #include <QtCore/QStringList>
 
@@ -12,11 +14,13 @@ namespace monitor
 /// What the arguments of the program ask for.
 struct CommandLine {
     std::optional<ReplayOptions> replay;
+    std::optional<LiveOptions> live;
+    std::optional<SendOptions> send;
     QString help;  ///< to be printed if that is asked for, else empty
     QString error; ///< what is wrong with the arguments, else empty
 };
 
-/// Reads \a arguments, the name of the program first. One of the three parts is filled. There must
+/// Reads \a arguments, the name of the program first. One of the parts is filled. There must
 /// be a QCoreApplication for the help, which names the program.
 CommandLine readCommandLine(const QStringList& arguments);
 

@@ -2,9 +2,8 @@
 
 #include "FinalReport.h"
 #include "Preparation.h"
-#include "reading/LineReader.h"
-#include "reading/LineWarnings.h"
-#include "reading/RecordingReader.h"
+#include "reading/RecordingFile.h"
+#include "signals/SignalMonitor.h"
 
 namespace monitor
 {
@@ -16,23 +15,13 @@ namespace
 /// anything.
 QString readRecording(const QString& fileName, QTextStream& messages, SignalMonitor& signalMonitor)
 {
-    LineReader lines(fileName);
-    LineWarnings warnings(messages, fileName);
-    RecordingReader recording;
-    Frame frame;
-    for (QByteArray line; lines.readLine(line);) {
-        const LineKind kind = recording.readLine(line, frame);
-        if (kind == LineKind::Frame)
-            signalMonitor.take(frame);
-        else if (kind == LineKind::ErrorFrame)
-            signalMonitor.countErrorFrames(1);
-        else if (kind == LineKind::NoFrame)
-            warnings.add(lines.lineNumber(), QStringLiteral("not a frame"));
-    }
+    RecordingFile recording(fileName, messages);
+    for (Frame frame; recording.readFrame(frame);)
+        signalMonitor.take(frame);
+    signalMonitor.countErrorFrames(recording.errorFrames());
     signalMonitor.countDropped(recording.dropped());
-    signalMonitor.countNoFrame(warnings.count());
-    warnings.printTotal(QStringLiteral("line(s) in all that are no frame"));
-    return lines.error();
+    signalMonitor.countNoFrame(recording.noFrame());
+    return recording.error();
 }
 
 } // namespace

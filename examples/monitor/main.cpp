@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QLoggingCategory>
 
 #include <cstdio>
 
@@ -15,6 +16,10 @@ ExitCode run(QTextStream& output, QTextStream& messages)
         monitor::readCommandLine(QCoreApplication::arguments());
     if (commandLine.replay)
         return monitor::replay(*commandLine.replay, output, messages);
+    if (commandLine.live)
+        return monitor::live(*commandLine.live, output, messages);
+    if (commandLine.send)
+        return monitor::send(*commandLine.send, output, messages);
     if (commandLine.error.isEmpty()) {
         output << commandLine.help;
         return ExitCode::Success;
@@ -29,6 +34,8 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("monitor"));
+    // What plugins log would be written across the table; their errors are told without it.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);
     QTextStream messages(stderr, QIODevice::WriteOnly);
     output.setCodec("UTF-8");

@@ -91,8 +91,11 @@ void Decoder::decodeMessage(const Payload& payload, int message)
         const SignalDescription& signal = description.signalDescriptions.at(i);
         if (!signal.chosen || !isPresent(signal, payload, multiplexor))
             continue;
-        DecodedSignal found{message, i, std::nullopt, Availability::Measured, 0};
+        DecodedSignal found;
+        found.message = message;
+        found.signal = i;
         found.bits = extractBits(payload.data, signal);
+        found.microseconds = payload.microseconds;
         if (description.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(payload.id);
             if (signal.reserves)

@@ -18,7 +18,8 @@ struct DecodedSignal {
     int signal = 0;               ///< index of the signal in the message
     std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
-    quint64 bits = 0; ///< the raw value without its sign
+    quint64 bits = 0;                   ///< the raw value without its sign
+    std::optional<qint64> microseconds; ///< when it was seen
 };
 
 /// Finds the signals of a description in frames. 29-bit messages are matched by PGN, whatever

@@ -10,13 +10,14 @@ struct Payload {
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     const quint8* data = nullptr;
-    int length = 0; ///< in bytes
+    int length = 0;                     ///< in bytes
+    std::optional<qint64> microseconds; ///< when its last frame was seen
 };
 
 /// The data of \a frame, which must outlive the answer.
 inline Payload payloadOf(const Frame& frame)
 {
-    return {frame.id, frame.extended, frame.data.data(), frame.length};
+    return {frame.id, frame.extended, frame.data.data(), frame.length, frame.microseconds};
 }
 
 } // namespace monitor

@@ -179,6 +179,7 @@ TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::itera
     message.payload.extended = true;
     message.payload.data = reinterpret_cast<const quint8*>(finished.constData());
     message.payload.length = session->size;
+    message.payload.microseconds = frame.microseconds;
     sessions.erase(session);
     return message;
 }

@@ -73,7 +73,7 @@ int countOutside(const QVector<T>& values, double lower, double upper)
 template <typename T>
 RecordedSignal<T>::RecordedSignal(const SignalDescription& signalDescription,
                                   const SignalReport& reportHeading)
-    : description(signalDescription), heading(reportHeading)
+    : description(signalDescription), commonHeading(reportHeading)
 {
     recorded.setDatatype(datatypeOf(description));
     recorded.setValueHandling(GenericSignal::NewValueHandlingType::Append);
@@ -92,6 +92,8 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     case Availability::Measured:
         break;
     }
+    if (decoded.microseconds)
+        valueRhythm.add(*decoded.microseconds);
     T value;
     value.rawValue = rawValueOf(decoded.bits, description);
     if (!description.carried)
@@ -100,6 +102,15 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     // Not to the running statistics too, which would make numbers of anything.
     recorded.scaleAndAppendValue(value, description.factor, description.offset);
     recorded.setNewValue(std::move(value));
+}
+
+template <typename T>
+void RecordedSignal<T>::clear()
+{
+    recorded.clearValues();
+    valueCounts = ValueCounts();
+    notAvailable = 0;
+    errors = 0;
 }
 
 // Not setValueHandling(), which would stop it too: the median needs the handling to stay.
@@ -112,10 +123,28 @@ void RecordedSignal<T>::stopUpdating()
 template <typename T>
 SignalReport RecordedSignal<T>::report(double k)
 {
-    SignalReport report = heading;
+    SignalReport report = commonHeading;
     report.notAvailable = notAvailable;
     report.errors = errors;
     measure(report, k);
+    return report;
+}
+
+template <typename T>
+void RecordedSignal<T>::follow()
+{
+    T value;
+    while (!description.carried && recorded.getValue(static_cast<int>(valueCounts.count()), value))
+        valueCounts.add(value.scaledValue.toDouble());
+}
+
+template <typename T>
+SignalReport RecordedSignal<T>::poll(double k)
+{
+    SignalReport report = commonHeading;
+    report.notAvailable = notAvailable;
+    report.errors = errors;
+    measureAgain(report, k);
     return report;
 }
 
@@ -139,10 +168,40 @@ void RecordedSignal<T>::measure(SignalReport& report, double k)
     report.maximum = maximum.toDouble();
     report.minimum = minimum.toDouble();
     report.newest = values.constLast().scaledValue.toDouble();
+    setBand(report, k);
+    report.deviators = countOutside(values, report.lowerThreshold, report.upperThreshold);
+}
+
+// A snapshot would make the next value copy all that are stored, and the median and the deviators
+// would take longer with each value: ten times a second that is no good for a series that grows
+// for hours. So new values are taken one by one, and kept in order.
+template <typename T>
+void RecordedSignal<T>::measureAgain(SignalReport& report, double k)
+{
+    T newest;
+    report.count = recorded.getValueCount();
+    if (report.count == 0 || !recorded.getValue(report.count - 1, newest))
+        return;
+    if (description.carried)
+        return showNewest(report, newest);
+    follow();
+    report.average = recorded.calcAverage();
+    report.deviation = recorded.calcDeviation();
+    report.maximum = recorded.getMax();
+    report.minimum = recorded.getMin();
+    report.median = valueCounts.median();
+    report.newest = newest.scaledValue.toDouble();
+    setBand(report, k);
+    report.deviators = static_cast<int>(valueCounts.below(report.lowerThreshold) +
+                                        valueCounts.above(report.upperThreshold));
+}
+
+template <typename T>
+void RecordedSignal<T>::setBand(SignalReport& report, double k)
+{
     report.lowerThreshold = report.average - report.deviation * k;
     report.upperThreshold = report.average + report.deviation * k;
     report.rating = rate(report, k);
-    report.deviators = countOutside(values, report.lowerThreshold, report.upperThreshold);
 }
 
 template <typename T>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MonitoredSignal.h"
+#include "ValueCounts.h"
 
 #include <vantrel/signal/GenericSignalImpl.h>
 
@@ -16,17 +17,26 @@ public:
     RecordedSignal(const SignalDescription& signalDescription, const SignalReport& reportHeading);
 
     void feed(const DecodedSignal& decoded) override;
+    void clear() override;
+    const SignalReport& heading() const override { return commonHeading; }
     void stopUpdating() override;
     SignalReport report(double k) override;
+    void follow() override;
+    SignalReport poll(double k) override;
+    const Rhythm& rhythm() const override { return valueRhythm; }
 
 private:
     void measure(SignalReport& report, double k);
+    void measureAgain(SignalReport& report, double k);
+    void setBand(SignalReport& report, double k);
     void showNewest(SignalReport& report, const T& newest);
     int rate(const SignalReport& report, double k);
 
     SignalDescription description;
-    SignalReport heading;
+    SignalReport commonHeading;
     GenericSignalImpl<T> recorded;
+    Rhythm valueRhythm;
+    ValueCounts valueCounts; // of the values up to the last follow()
     qint64 notAvailable = 0;
     qint64 errors = 0;
 };

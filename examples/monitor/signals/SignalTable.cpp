@@ -22,9 +22,11 @@ quint64 keyOf(const DecodedSignal& decoded)
     return (message * signalsOfMessage + signal) * sources + source;
 }
 
-bool isBefore(const SignalReport& left, const SignalReport& right)
+bool isBefore(const MonitoredSignal* left, const MonitoredSignal* right)
 {
-    return std::tie(left.name, left.source) < std::tie(right.name, right.source);
+    const SignalReport& first = left->heading();
+    const SignalReport& second = right->heading();
+    return std::tie(first.name, first.source) < std::tie(second.name, second.source);
 }
 
 } // namespace
@@ -46,12 +48,26 @@ void SignalTable::stopUpdating()
     pool.waitForDone();
 }
 
+void SignalTable::clear()
+{
+    for (const auto& signal : monitored)
+        signal->clear();
+}
+
+std::vector<MonitoredSignal*> SignalTable::inOrder() const
+{
+    std::vector<MonitoredSignal*> sorted;
+    for (const auto& signal : monitored)
+        sorted.push_back(signal.get());
+    std::stable_sort(sorted.begin(), sorted.end(), isBefore);
+    return sorted;
+}
+
 QVector<SignalReport> SignalTable::report(double k)
 {
     QVector<SignalReport> reports;
-    for (const auto& signal : monitored)
+    for (MonitoredSignal* signal : inOrder())
         reports.append(signal->report(k));
-    std::stable_sort(reports.begin(), reports.end(), isBefore);
     return reports;
 }
 

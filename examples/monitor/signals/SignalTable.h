@@ -29,7 +29,13 @@ public:
     /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
     void feed(const DecodedSignal& decoded);
 
-    /// The reports of all signals, sorted by name and source address.
+    /// Forgets all values and counts; the signals stay.
+    void clear();
+
+    /// The signals sorted by name and source address.
+    std::vector<MonitoredSignal*> inOrder() const;
+
+    /// The reports of all signals in that order.
     QVector<SignalReport> report(double k);
 
 private:
