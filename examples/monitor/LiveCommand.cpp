@@ -30,10 +30,10 @@ bool isOver(const LiveOptions& options, LiveSource& source)
 void watch(const LiveOptions& options, double k, LiveSource& source)
 {
     QEventLoop loop;
-    std::optional<LiveDisplay> display;
+    const EndRequest endRequest([&loop] { loop.quit(); });
+    std::optional<LiveDisplay> display; // after the other: it is to be ended in any case
     if (options.format == OutputFormat::Table && Terminal::isThere())
         display.emplace(options, k, source);
-    const EndRequest endRequest([&loop] { loop.quit(); });
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [&] {
         source.takeFrames();
