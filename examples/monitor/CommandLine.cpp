@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "BusArguments.h"
 #include "FileArguments.h"
 #include "descriptions/EdsNumber.h"
 
@@ -31,13 +32,18 @@ void describe(QCommandLineParser& parser)
                        "that cannot be read."));
     // Not addHelpOption(), which would offer help on options of Qt that there are none of.
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
-    parser.addPositionalArgument(QStringLiteral("replay"),
-                                 QStringLiteral("Replay a recording and print its figures."));
-    parser.addPositionalArgument(QStringLiteral("show"),
-                                 QStringLiteral("Print the figures of saved series."));
-    parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("The recording, as candump or a Vector tool (ASC) "
-                                                "writes it, or the saved series."));
+    parser.addPositionalArgument(QStringLiteral("replay FILE"),
+                                 QStringLiteral("Replay a recording, as candump or a Vector tool "
+                                                "(ASC) writes it, and print its figures."));
+    parser.addPositionalArgument(QStringLiteral("live"),
+                                 QStringLiteral("Watch a bus, and print its figures at the end."),
+                                 QStringLiteral("| live"));
+    parser.addPositionalArgument(QStringLiteral("send FILE"),
+                                 QStringLiteral("Play a recording onto a bus."),
+                                 QStringLiteral("| send FILE"));
+    parser.addPositionalArgument(QStringLiteral("show FILE"),
+                                 QStringLiteral("Print the figures of saved series."),
+                                 QStringLiteral("| show FILE"));
     parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
                       QStringLiteral("FILE.dbc")});
     parser.addOption({edsOption,
@@ -65,7 +71,16 @@ void describe(QCommandLineParser& parser)
                       QStringLiteral("Rate the signal by these limits instead of its band. May be "
                                      "repeated."),
                       QStringLiteral("SIGNAL=LOWER:UPPER")});
-    addFileOptions(parser);
+    describeFileOptions(parser);
+    describeBusOptions(parser);
+}
+
+/// The names of the options about what to look for and how to print it.
+QStringList monitorOptionNames()
+{
+    return QStringList{configOption, dbcOption,    edsOption,  formatOption,
+                       kOption,      limitsOption, nodeOption, signalOption} +
+           fileOptionNames();
 }
 
 bool readFormat(const QString& name, OutputFormat& format)
@@ -129,9 +144,9 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
     const QStringList files = parser.values(edsOption);
     const QStringList nodes = parser.values(nodeOption);
     if (parser.values(dbcOption).size() > 1)
-        return QStringLiteral("replay takes one --dbc FILE.dbc only");
+        return QStringLiteral("only one --dbc FILE.dbc can be given");
     if (parser.values(dbcOption).isEmpty() && files.isEmpty())
-        return QStringLiteral("replay needs --dbc FILE.dbc, or --eds FILE.eds --node N");
+        return QStringLiteral("--dbc FILE.dbc is needed, or --eds FILE.eds --node N");
     if (files.size() != nodes.size())
         return QStringLiteral("every --eds FILE.eds needs a --node N, and the other way round");
     options.dbc = parser.value(dbcOption);
@@ -144,14 +159,9 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
     return QString();
 }
 
-/// The complaint about the arguments of replay, empty if there is none.
-QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions>& replay)
+/// The complaint about the options on what to look for and how to print it.
+QString readMonitorOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
-    const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 2)
-        return QStringLiteral("replay needs exactly one recording");
-    ReplayOptions& options = replay.emplace();
-    options.recording = arguments.at(1);
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
     QString complaint = readFileOptions(parser, options);
@@ -160,37 +170,83 @@ QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 
-/// The complaint about the arguments of show. What signals there are and how they are described
-/// stands in the file.
+/// The complaint about options that do not belong to \a command.
+QString refuseOthers(const QCommandLineParser& parser, const QString& command,
+                     const QStringList& options)
+{
+    for (const QString& option : parser.optionNames()) {
+        if (!options.contains(option))
+            return QStringLiteral("%1 takes no --%2").arg(command, option);
+    }
+    return QString();
+}
+
+QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions>& replay)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2)
+        return QStringLiteral("replay needs exactly one recording");
+    ReplayOptions& options = replay.emplace();
+    options.recording = arguments.at(1);
+    const QString complaint = refuseOthers(parser, QStringLiteral("replay"), monitorOptionNames());
+    return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
+}
+
+QString readLive(const QCommandLineParser& parser, std::optional<LiveOptions>& live)
+{
+    if (parser.positionalArguments().size() != 1)
+        return QStringLiteral("live takes options only");
+    LiveOptions& options = live.emplace();
+    QString complaint =
+        refuseOthers(parser, QStringLiteral("live"), monitorOptionNames() + liveOptionNames());
+    if (complaint.isEmpty())
+        complaint = readLiveOptions(parser, options);
+    return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
+}
+
+QString readSend(const QCommandLineParser& parser, std::optional<SendOptions>& send)
+{
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2)
+        return QStringLiteral("send needs exactly one recording");
+    SendOptions& options = send.emplace();
+    options.recording = arguments.at(1);
+    const QString complaint = refuseOthers(parser, QStringLiteral("send"), sendOptionNames());
+    return complaint.isEmpty() ? readSendOptions(parser, options) : complaint;
+}
+
+/// What signals there are and how they are described stands in the file.
 QString readShow(const QCommandLineParser& parser, std::optional<ShowOptions>& show)
 {
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2)
         return QStringLiteral("show needs exactly one file of saved series");
-    for (const QString& option :
-         {dbcOption, edsOption, nodeOption, configOption, signalOption, limitsOption}) {
-        if (parser.isSet(option))
-            return QStringLiteral("show takes no --%1").arg(option);
-    }
     ShowOptions& options = show.emplace();
     options.file = arguments.at(1);
+    QString complaint =
+        refuseOthers(parser, QStringLiteral("show"), showOptionNames() << formatOption << kOption);
+    if (!complaint.isEmpty())
+        return complaint;
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
-    const QString complaint = readFileOptions(parser, options);
-    if (options.keptRecords > 0)
-        return QStringLiteral("show takes no --keep");
+    complaint = readFileOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 
-/// Reads the command with its arguments into \a commandLine. Returns the complaint about them.
+/// Reads the command with its arguments and options into \a commandLine. Returns the complaint
+/// about them, empty if there is none.
 QString readCommand(const QCommandLineParser& parser, CommandLine& commandLine)
 {
     const QString command = parser.positionalArguments().value(0);
     if (command == QLatin1String("replay"))
         return readReplay(parser, commandLine.replay);
+    if (command == QLatin1String("live"))
+        return readLive(parser, commandLine.live);
+    if (command == QLatin1String("send"))
+        return readSend(parser, commandLine.send);
     if (command == QLatin1String("show"))
         return readShow(parser, commandLine.show);
-    return QStringLiteral("the command is missing: replay FILE or show FILE");
+    return QStringLiteral("the command is missing: replay FILE, live, send FILE or show FILE");
 }
 
 } // namespace

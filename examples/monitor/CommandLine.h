@@ -1,6 +1,8 @@
 #pragma once
 
+#include "LiveCommand.h"
 #include "ReplayCommand.h"
+#include "SendCommand.h"
 #include "ShowCommand.h"
 
 #include <QtCore/QStringList>
@@ -13,6 +15,8 @@ namespace monitor
 /// What the arguments of the program ask for.
 struct CommandLine {
     std::optional<ReplayOptions> replay;
+    std::optional<LiveOptions> live;
+    std::optional<SendOptions> send;
     std::optional<ShowOptions> show;
     QString help;  ///< to be printed if that is asked for, else empty
     QString error; ///< what is wrong with the arguments, else empty

@@ -27,7 +27,7 @@ QString readKept(const QCommandLineParser& parser, MonitorOptions& options)
 
 } // namespace
 
-void addFileOptions(QCommandLineParser& parser)
+void describeFileOptions(QCommandLineParser& parser)
 {
     parser.addOption({keepOption,
                       QStringLiteral("Keep the newest N records of each signal only, 2 or more."),
@@ -40,6 +40,16 @@ void addFileOptions(QCommandLineParser& parser)
                       QStringLiteral("Save what was recorded of the signals, to be shown again by "
                                      "show."),
                       QStringLiteral("FILE")});
+}
+
+QStringList fileOptionNames()
+{
+    return {keepOption, plotOption, saveOption};
+}
+
+QStringList showOptionNames()
+{
+    return {plotOption, saveOption};
 }
 
 QString readFileOptions(const QCommandLineParser& parser, MonitorOptions& options)

@@ -2,10 +2,9 @@
 
 #include "FinalReport.h"
 #include "Preparation.h"
-#include "reading/LineReader.h"
-#include "reading/LineWarnings.h"
-#include "reading/RecordingReader.h"
+#include "reading/RecordingFile.h"
 #include "showing/Progress.h"
+#include "signals/SignalMonitor.h"
 
 namespace monitor
 {
@@ -13,37 +12,24 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 linesPerUpdate = 4096; // so that asking costs nothing
-
-void takeLine(LineKind kind, const Frame& frame, SignalMonitor& signalMonitor)
-{
-    if (kind == LineKind::Frame)
-        signalMonitor.take(frame);
-    else if (kind == LineKind::ErrorFrame)
-        signalMonitor.countErrorFrames(1);
-}
+constexpr qint64 framesPerUpdate = 4096; // so that asking costs nothing
 
 /// Feeds the frames of the recording to \a signalMonitor. Returns what made that impossible, if
 /// anything.
 QString readRecording(const QString& fileName, QTextStream& messages, SignalMonitor& signalMonitor)
 {
-    LineReader lines(fileName);
-    LineWarnings warnings(messages, fileName);
+    RecordingFile recording(fileName, messages);
     Progress progress(messages, QStringLiteral("reading"));
-    RecordingReader recording;
-    Frame frame;
-    for (QByteArray line; lines.readLine(line);) {
-        const LineKind kind = recording.readLine(line, frame);
-        takeLine(kind, frame, signalMonitor);
-        if (kind == LineKind::NoFrame)
-            warnings.add(lines.lineNumber(), QStringLiteral("not a frame"));
-        if (lines.lineNumber() % linesPerUpdate == 0)
-            progress.update(lines.position(), lines.size());
+    qint64 frames = 0;
+    for (Frame frame; recording.readFrame(frame);) {
+        signalMonitor.take(frame);
+        if (++frames % framesPerUpdate == 0)
+            progress.update(recording.position(), recording.size());
     }
+    signalMonitor.countErrorFrames(recording.errorFrames());
     signalMonitor.countDropped(recording.dropped());
-    signalMonitor.countNoFrame(warnings.count());
-    warnings.printTotal(QStringLiteral("line(s) in all that are no frame"));
-    return lines.error();
+    signalMonitor.countNoFrame(recording.noFrame());
+    return recording.error();
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include <QtCore/QLoggingCategory>
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
@@ -17,6 +18,10 @@ ExitCode run(QTextStream& output, QTextStream& messages)
         monitor::readCommandLine(QCoreApplication::arguments());
     if (commandLine.replay)
         return monitor::replay(*commandLine.replay, output, messages);
+    if (commandLine.live)
+        return monitor::live(*commandLine.live, output, messages);
+    if (commandLine.send)
+        return monitor::send(*commandLine.send, output, messages);
     if (commandLine.show)
         return monitor::show(*commandLine.show, output, messages);
     if (commandLine.error.isEmpty()) {
@@ -52,6 +57,8 @@ int main(int argc, char* argv[])
 {
     const auto application = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("monitor"));
+    // What plugins log would be written across the table; their errors are told without it.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);
     QTextStream messages(stderr, QIODevice::WriteOnly);
     output.setCodec("UTF-8");

@@ -67,6 +67,20 @@ TEST(CandumpLine, AnyNumberOfFractionDigitsIsCutToMicroseconds)
     EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").microseconds, 2123456);
 }
 
+// Seconds by `date -u -d "2021-10-25 19:00:55" +%s`.
+TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
+{
+    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55.020850)  can0  123   [2]  11 22").microseconds,
+              1635188455020850);
+    for (const char* line :
+         {"(2021-13-25 19:00:55.020850)  can0  123   [2]  11 22",
+          "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
+          "(2021-10-25 19:00:5)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
+        Frame frame;
+        EXPECT_EQ(readCandumpLine(line, frame), LineKind::NoFrame) << line;
+    }
+}
+
 TEST(CandumpLine, FrameWithoutATimeHasNoneAndOneAtTheBeginningHas0)
 {
     EXPECT_EQ(frameIn("  can0  123   [2]  11 22").microseconds, std::nullopt);

@@ -4,6 +4,8 @@
 
 #include <QtCore/QCoreApplication>
 
+#include <cmath>
+
 using monitor::CommandLine;
 
 namespace
@@ -92,6 +94,84 @@ TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
         const CommandLine line =
             read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", limits});
         EXPECT_TRUE(line.error.startsWith("--limits needs")) << limits;
+    }
+}
+
+TEST(CommandLine, LiveTakesABusAndTheOptionsOfAReplay)
+{
+    const CommandLine line = read({"live", "--plugin", "socketcan", "--interface", "can0", "--dbc",
+                                   "bus.dbc", "--k", "2", "--format", "json", "--bitrate", "500000",
+                                   "--duration", "1.5", "--frames", "7", "--highlight", "20"});
+    ASSERT_TRUE(line.live.has_value()) << line.error.toStdString();
+    EXPECT_EQ(line.live->bus.name(), QString("socketcan can0"));
+    EXPECT_FALSE(line.live->bus.fd);
+    EXPECT_EQ(line.live->dbc, QString("bus.dbc"));
+    EXPECT_EQ(line.live->k, 2);
+    EXPECT_EQ(line.live->format, monitor::OutputFormat::Json);
+    EXPECT_EQ(line.live->bitRate, 500000);
+    EXPECT_EQ(line.live->duration, 1.5);
+    EXPECT_EQ(line.live->frames, 7);
+    EXPECT_EQ(line.live->leastRating, 20);
+}
+
+TEST(CommandLine, LiveRunsForEverIfNothingElseIsSaid)
+{
+    const CommandLine line =
+        read({"live", "--plugin", "socketcan", "--interface", "can0", "--dbc", "bus.dbc"});
+    ASSERT_TRUE(line.live.has_value());
+    EXPECT_EQ(line.live->duration, monitor::LiveOptions::forEver);
+    EXPECT_EQ(line.live->frames, monitor::LiveOptions::forEver);
+    EXPECT_EQ(line.live->bitRate, 250000);
+}
+
+TEST(CommandLine, SendTakesARecordingABusAndASpeed)
+{
+    const QStringList send{"send", "bus.log", "--plugin", "socketcan", "--interface", "can0"};
+    ASSERT_TRUE(read(send).send.has_value());
+    EXPECT_EQ(read(send).send->recording, QString("bus.log"));
+    EXPECT_EQ(read(send).send->speed, 1);
+    EXPECT_EQ(read(send + QStringList{"--speed", "2.5"}).send->speed, 2.5);
+    EXPECT_TRUE(std::isinf(read(send + QStringList{"--speed", "max"}).send->speed));
+    EXPECT_TRUE(read(send + QStringList{"--fd"}).send->bus.fd);
+}
+
+TEST(CommandLine, OptionsOfAnotherCommandAreAComplaint)
+{
+    const QStringList bus{"--plugin", "socketcan", "--interface", "can0"};
+    const QStringList dbc{"--dbc", "bus.dbc"};
+    EXPECT_EQ(read(QStringList{"replay", "bus.log", "--fd"} + dbc).error,
+              QString("replay takes no --fd"));
+    EXPECT_EQ(read(QStringList{"live", "--speed", "2"} + bus + dbc).error,
+              QString("live takes no --speed"));
+    EXPECT_EQ(read(QStringList{"send", "bus.log"} + bus + dbc).error,
+              QString("send takes no --dbc"));
+}
+
+TEST(CommandLine, WrongUseOfABusIsAComplaint)
+{
+    const QStringList bus{"--plugin", "socketcan", "--interface", "can0"};
+    const QStringList live = QStringList{"live", "--dbc", "bus.dbc"} + bus;
+    const QStringList send = QStringList{"send", "bus.log"} + bus;
+    for (const QStringList& arguments : {
+             QStringList{"live", "--dbc", "bus.dbc", "--plugin", "socketcan"},
+             QStringList{"live", "--dbc", "bus.dbc", "--interface", "can0"},
+             QStringList("live") + bus,
+             live + QStringList{"bus.log"},
+             live + QStringList{"--bitrate", "0"},
+             live + QStringList{"--duration", "-1"},
+             live + QStringList{"--duration", "soon"},
+             live + QStringList{"--frames", "0"},
+             live + QStringList{"--highlight", "101"},
+             live + QStringList{"--highlight", "x"},
+             QStringList("send") + bus,
+             QStringList{"send", "bus.log"},
+             send + QStringList{"--speed", "0"},
+             send + QStringList{"--speed", "inf"},
+             send + QStringList{"--speed", "fast"},
+         }) {
+        const CommandLine line = read(arguments);
+        EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();
+        EXPECT_FALSE(line.live || line.send) << arguments.join(' ').toStdString();
     }
 }
 

@@ -39,6 +39,9 @@ public:
 
     const TransportCounts& counts() const { return counted; }
 
+    /// Counts from zero again; messages that have begun stay so.
+    void clearCounts() { counted = TransportCounts(); }
+
 private:
     struct Session {
         quint32 pgn = 0;

@@ -2,6 +2,8 @@
 
 #include "LineCursor.h"
 
+#include <QtCore/QDateTime>
+
 namespace monitor
 {
 
@@ -19,10 +21,40 @@ LineKind kindOf(const Frame& frame)
     return frame.id > lastExtendedId ? LineKind::ErrorFrame : LineKind::Frame;
 }
 
+/// Reads exactly \a digits digits and \a separator behind them.
+bool readPart(LineCursor& cursor, int digits, char separator, int& number)
+{
+    for (number = 0; digits > 0 && isDigit(cursor.peek()); --digits)
+        number = number * 10 + (cursor.take() - '0');
+    return digits == 0 && cursor.take(separator);
+}
+
+/// Reads "2021-10-25 19:00:55.020850", which candump writes on the screen if it is asked to. The
+/// time zone is not known; only differences of times mean anything. Otherwise leaves \a cursor as
+/// it is.
+bool readDateAndTime(LineCursor& cursor, qint64& microseconds)
+{
+    LineCursor ahead = cursor;
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    if (!readPart(ahead, 4, '-', year) || !readPart(ahead, 2, '-', month) ||
+        !readPart(ahead, 2, ' ', day) || !readPart(ahead, 2, ':', hour) ||
+        !readPart(ahead, 2, ':', minute) || !readTime(ahead, microseconds))
+        return false;
+    const QDate date(year, month, day);
+    const QTime time(hour, minute);
+    microseconds += QDateTime(date, time, Qt::UTC).toMSecsSinceEpoch() * 1000;
+    cursor = ahead;
+    return date.isValid() && time.isValid();
+}
+
 bool readBracketedTime(LineCursor& cursor, Frame& frame)
 {
     qint64 time = 0;
-    if (!cursor.take('(') || !readTime(cursor, time))
+    if (!cursor.take('(') || !(readDateAndTime(cursor, time) || readTime(cursor, time)))
         return false;
     frame.microseconds = time;
     return cursor.take(')') && cursor.skipBlanks();

@@ -16,6 +16,7 @@ namespace monitor
 /// or in its form for the screen, with or without a time
 ///
 ///     (000.005001)  can0  18FEDF00   [8]  8A A0 FF FF FF FF FF FF
+///     (2021-10-25 19:00:55.020850)  can0  18FEDF00   [2]  8A A0
 ///      can0  181   [6]  remote request
 ///      can0  20000088   [8]  00 00 00 00 00 00 00 00   ERRORFRAME
 ///

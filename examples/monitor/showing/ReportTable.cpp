@@ -1,34 +1,12 @@
 #include "ReportTable.h"
 
 #include "FigureFormat.h"
-#include "Table.h"
 
 namespace monitor
 {
 
 namespace
 {
-
-QVector<Column> columns()
-{
-    return {
-        {QStringLiteral("signal"), Alignment::Left},
-        {QStringLiteral("source"), Alignment::Right},
-        {QStringLiteral("count"), Alignment::Right},
-        {QStringLiteral("newest"), Alignment::Right},
-        {QStringLiteral("average"), Alignment::Right},
-        {QStringLiteral("deviation"), Alignment::Right},
-        {QStringLiteral("minimum"), Alignment::Right},
-        {QStringLiteral("maximum"), Alignment::Right},
-        {QStringLiteral("median"), Alignment::Right},
-        {QStringLiteral("rating"), Alignment::Right},
-        {QStringLiteral("band"), Alignment::Right},
-        {QStringLiteral("deviators"), Alignment::Right},
-        {QStringLiteral("unit"), Alignment::Left},
-        {QStringLiteral("n/a"), Alignment::Right},
-        {QStringLiteral("error"), Alignment::Right},
-    };
-}
 
 // What the scaling tells about the digits of whole raw values it does not tell of IEEE numbers.
 QString formatValue(const SignalReport& report, double value)
@@ -59,7 +37,30 @@ QStringList figuresOf(const SignalReport& report)
     };
 }
 
-QStringList rowOf(const SignalReport& report)
+} // namespace
+
+QVector<Column> reportColumns()
+{
+    return {
+        {QStringLiteral("signal"), Alignment::Left},
+        {QStringLiteral("source"), Alignment::Right},
+        {QStringLiteral("count"), Alignment::Right},
+        {QStringLiteral("newest"), Alignment::Right},
+        {QStringLiteral("average"), Alignment::Right},
+        {QStringLiteral("deviation"), Alignment::Right},
+        {QStringLiteral("minimum"), Alignment::Right},
+        {QStringLiteral("maximum"), Alignment::Right},
+        {QStringLiteral("median"), Alignment::Right},
+        {QStringLiteral("rating"), Alignment::Right},
+        {QStringLiteral("band"), Alignment::Right},
+        {QStringLiteral("deviators"), Alignment::Right},
+        {QStringLiteral("unit"), Alignment::Left},
+        {QStringLiteral("n/a"), Alignment::Right},
+        {QStringLiteral("error"), Alignment::Right},
+    };
+}
+
+QStringList reportRow(const SignalReport& report)
 {
     constexpr int figures = 9;
     QStringList row;
@@ -75,14 +76,12 @@ QStringList rowOf(const SignalReport& report)
     return row;
 }
 
-} // namespace
-
 QString formatReports(const QVector<SignalReport>& reports)
 {
     QVector<QStringList> rows;
     for (const SignalReport& report : reports)
-        rows.append(rowOf(report));
-    return formatTable(columns(), rows);
+        rows.append(reportRow(report));
+    return formatTable(reportColumns(), rows);
 }
 
 QString formatLimits(const QVector<SignalReport>& reports)

@@ -2,11 +2,18 @@
 
 #include "../signals/FrameCounts.h"
 #include "../signals/SignalReport.h"
+#include "Table.h"
 
 #include <QtCore/QVector>
 
 namespace monitor
 {
+
+/// The columns of a table of reports.
+QVector<Column> reportColumns();
+
+/// The row of \a report in such a table; empty where a signal without values has no figure.
+QStringList reportRow(const SignalReport& report);
 
 /// The table of \a reports, one row each in the order given; "-" stands for a figure that a signal
 /// without values does not have.

@@ -8,12 +8,11 @@ namespace monitor
 namespace
 {
 
-int widthOf(int column, const QVector<QStringList>& rows)
+void growTo(const QStringList& row, QVector<int>& widths)
 {
-    int width = 0;
-    for (const QStringList& row : rows)
-        width = std::max(width, row.at(column).size());
-    return width;
+    widths.resize(row.size());
+    for (int i = 0; i < row.size(); ++i)
+        widths[i] = std::max(widths.at(i), row.at(i).size());
 }
 
 QString formatRow(const QStringList& row, const QVector<Column>& columns,
@@ -28,7 +27,7 @@ QString formatRow(const QStringList& row, const QVector<Column>& columns,
     QString line = cells.join(QStringLiteral("  "));
     while (line.endsWith(' '))
         line.chop(1);
-    return line + '\n';
+    return line;
 }
 
 } // namespace
@@ -42,21 +41,27 @@ QString printable(QString text)
     return text.isEmpty() ? QStringLiteral("-") : text;
 }
 
-QString formatTable(const QVector<Column>& columns, QVector<QStringList> rows)
+QStringList formatLines(const QVector<Column>& columns, QVector<QStringList> rows,
+                        QVector<int>& widths)
 {
     QStringList titles;
     for (const Column& column : columns)
         titles += column.title;
     rows.prepend(titles);
-    for (QStringList& row : rows)
+    for (QStringList& row : rows) {
         std::transform(row.begin(), row.end(), row.begin(), printable);
-    QVector<int> widths;
-    for (int i = 0; i < columns.size(); ++i)
-        widths += widthOf(i, rows);
-    QString table;
+        growTo(row, widths);
+    }
+    QStringList lines;
     for (const QStringList& row : qAsConst(rows))
-        table += formatRow(row, columns, widths);
-    return table;
+        lines += formatRow(row, columns, widths);
+    return lines;
+}
+
+QString formatTable(const QVector<Column>& columns, const QVector<QStringList>& rows)
+{
+    QVector<int> widths;
+    return formatLines(columns, rows, widths).join('\n') + '\n';
 }
 
 } // namespace monitor

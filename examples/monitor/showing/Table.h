@@ -18,9 +18,15 @@ struct Column {
 /// files, and what would move a terminal's cursor is not to get there.
 QString printable(QString text);
 
+/// The titles and \a rows as lines with aligned columns, two blanks between them. \a widths are
+/// those of the columns at least, and grow where that is not enough: with those of the call before,
+/// columns stay where they were. Otherwise like formatTable().
+QStringList formatLines(const QVector<Column>& columns, QVector<QStringList> rows,
+                        QVector<int>& widths);
+
 /// The titles and \a rows as lines of text with aligned columns, two blanks between them. Every
 /// row has a cell for every column; an empty cell is shown as a dash, and control characters as
 /// blanks.
-QString formatTable(const QVector<Column>& columns, QVector<QStringList> rows);
+QString formatTable(const QVector<Column>& columns, const QVector<QStringList>& rows);
 
 } // namespace monitor

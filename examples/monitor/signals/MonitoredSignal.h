@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../decoding/Decoder.h"
+#include "Rhythm.h"
 #include "SignalRecords.h"
 #include "SignalReport.h"
 #include "SignalSeries.h"
@@ -20,6 +21,9 @@ public:
     /// Records a value, or counts that there was none.
     virtual void feed(const DecodedSignal& decoded) = 0;
 
+    /// Forgets all values and counts, to begin anew. The rhythm stays known.
+    virtual void clear() = 0;
+
     /// What every report begins with: all but the figures.
     virtual const SignalReport& heading() const = 0;
 
@@ -31,6 +35,17 @@ public:
 
     /// All figures as they are now, with a band of \a k deviations. Nobody may feed meanwhile.
     virtual SignalReport report(double k) = 0;
+
+    /// Takes the values that have come since the last call into what poll() goes by. A display
+    /// calls it for signals out of sight too, so that none falls far behind.
+    virtual void follow() = 0;
+
+    /// The same as report() for a display that asks again and again: what it costs hangs on the
+    /// values that have come since the last follow(), hardly on how many there are.
+    virtual SignalReport poll(double k) = 0;
+
+    /// When its values come.
+    virtual const Rhythm& rhythm() const = 0;
 
     /// The values that are kept; none of a carried signal. Nobody may feed meanwhile.
     virtual SignalSeries series() = 0;

@@ -97,6 +97,8 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     case Availability::Measured:
         break;
     }
+    if (decoded.microseconds)
+        valueRhythm.add(*decoded.microseconds);
     T value;
     value.rawValue = rawValueOf(decoded.bits, description);
     record(std::move(value), decoded.microseconds.value_or(SignalSeries::noTime));
@@ -135,6 +137,19 @@ void RecordedSignal<T>::dropOldest()
     times.remove(0, surplus);
 }
 
+template <typename T>
+void RecordedSignal<T>::clear()
+{
+    recorded.clearValues();
+    if (running)
+        running->clearValues();
+    valueCounts = ValueCounts();
+    times.clear();
+    count = 0;
+    notAvailable = 0;
+    errors = 0;
+}
+
 // Not setValueHandling(), which would stop it too: the median needs the handling to stay.
 template <typename T>
 void RecordedSignal<T>::stopUpdating()
@@ -149,6 +164,29 @@ SignalReport RecordedSignal<T>::report(double k)
     report.notAvailable = notAvailable;
     report.errors = errors;
     measure(report, k);
+    return report;
+}
+
+template <typename T>
+void RecordedSignal<T>::follow()
+{
+    if (description.carried || running)
+        return;
+    T value;
+    while (recorded.getValue(static_cast<int>(valueCounts.count()), value))
+        valueCounts.add(value.scaledValue.toDouble());
+}
+
+template <typename T>
+SignalReport RecordedSignal<T>::poll(double k)
+{
+    SignalReport report = commonHeading;
+    report.notAvailable = notAvailable;
+    report.errors = errors;
+    if (running)
+        measure(report, k);
+    else
+        measureAgain(report, k);
     return report;
 }
 
@@ -208,10 +246,41 @@ void RecordedSignal<T>::measure(SignalReport& report, double k)
     report.maximum = maximum.toDouble();
     report.minimum = minimum.toDouble();
     report.newest = values.constLast().scaledValue.toDouble();
+    setBand(report, k);
+    report.deviators = countOutside(values, report.lowerThreshold, report.upperThreshold);
+}
+
+// A snapshot would make the next value copy all that are stored, and the median and the deviators
+// would take longer with each value: ten times a second that is no good for a series that grows
+// for hours. So new values are taken one by one, and kept in order. A bounded series is short
+// enough to be measured as a whole.
+template <typename T>
+void RecordedSignal<T>::measureAgain(SignalReport& report, double k)
+{
+    T newest;
+    if (count == 0 || !recorded.getValue(recorded.getValueCount() - 1, newest))
+        return;
+    report.count = count;
+    if (description.carried)
+        return showNewest(report, newest);
+    follow();
+    report.average = recorded.calcAverage();
+    report.deviation = recorded.calcDeviation();
+    report.maximum = recorded.getMax();
+    report.minimum = recorded.getMin();
+    report.median = valueCounts.median();
+    report.newest = newest.scaledValue.toDouble();
+    setBand(report, k);
+    report.deviators = static_cast<int>(valueCounts.below(report.lowerThreshold) +
+                                        valueCounts.above(report.upperThreshold));
+}
+
+template <typename T>
+void RecordedSignal<T>::setBand(SignalReport& report, double k)
+{
     report.lowerThreshold = report.average - report.deviation * k;
     report.upperThreshold = report.average + report.deviation * k;
     report.rating = rate(report, k);
-    report.deviators = countOutside(values, report.lowerThreshold, report.upperThreshold);
 }
 
 template <typename T>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MonitoredSignal.h"
+#include "ValueCounts.h"
 
 #include <vantrel/signal/GenericSignalImpl.h>
 
@@ -16,10 +17,14 @@ public:
     RecordedSignal(const SignalDescription& signalDescription, const SignalReport& reportHeading);
 
     void feed(const DecodedSignal& decoded) override;
+    void clear() override;
     const SignalReport& heading() const override { return commonHeading; }
     const SignalDescription& signalDescription() const override { return description; }
     void stopUpdating() override;
     SignalReport report(double k) override;
+    void follow() override;
+    SignalReport poll(double k) override;
+    const Rhythm& rhythm() const override { return valueRhythm; }
     SignalSeries series() override;
     SignalRecords records() override;
     void restore(const SignalRecords& saved) override;
@@ -29,6 +34,8 @@ private:
     void dropOldest();
     const GenericSignalImpl<T>& fed() const { return running ? *running : recorded; }
     void measure(SignalReport& report, double k);
+    void measureAgain(SignalReport& report, double k);
+    void setBand(SignalReport& report, double k);
     void showNewest(SignalReport& report, const T& newest);
     int rate(const SignalReport& report, double k);
 
@@ -38,6 +45,8 @@ private:
     QVector<qint64> times;                         // of the recorded values
     std::unique_ptr<GenericSignalImpl<T>> running; // the statistics, if not all records are kept
     qint64 count = 0;                              // of all values
+    Rhythm valueRhythm;
+    ValueCounts valueCounts; // of the values up to the last follow()
     qint64 notAvailable = 0;
     qint64 errors = 0;
 };

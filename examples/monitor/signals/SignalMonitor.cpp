@@ -20,6 +20,13 @@ void SignalMonitor::take(const Frame& frame)
         counted.decoded += message->frames;
 }
 
+void SignalMonitor::clear()
+{
+    signalTable.clear();
+    transport.clearCounts();
+    counted = FrameCounts();
+}
+
 FrameCounts SignalMonitor::counts() const
 {
     FrameCounts counts = counted;

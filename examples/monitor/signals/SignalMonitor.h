@@ -23,6 +23,9 @@ public:
     void countDropped(qint64 frames) { counted.dropped += frames; }
     void countNoFrame(qint64 lines) { counted.noFrame += lines; }
 
+    /// Forgets all values and counts. Messages of several frames that have begun stay so.
+    void clear();
+
     SignalTable& table() { return signalTable; }
 
     /// The counts so far, those of messages of several frames included.

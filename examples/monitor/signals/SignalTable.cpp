@@ -50,6 +50,12 @@ void SignalTable::stopUpdating()
     pool.waitForDone();
 }
 
+void SignalTable::clear()
+{
+    for (const auto& signal : monitored)
+        signal->clear();
+}
+
 std::vector<MonitoredSignal*> SignalTable::inOrder() const
 {
     std::vector<MonitoredSignal*> sorted;

@@ -36,6 +36,9 @@ public:
     std::optional<qint64> firstTime() const { return begin; }
     void setFirstTime(std::optional<qint64> microseconds) { begin = microseconds; }
 
+    /// Forgets all values and counts; the signals stay.
+    void clear();
+
     /// The signals sorted by name and source address.
     std::vector<MonitoredSignal*> inOrder() const;
 

@@ -1,0 +1,71 @@
+#include "LiveCommand.h"
+
+#include "FinalReport.h"
+#include "LiveDisplay.h"
+#include "LiveSource.h"
+#include "Preparation.h"
+#include "terminal/EndRequest.h"
+
+#include <QtCore/QEventLoop>
+#include <QtCore/QTimer>
+
+#include <optional>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr int refreshPeriod = 100; // in ms
+
+bool isOver(const LiveOptions& options, LiveSource& source)
+{
+    return source.isLost() || source.seconds() >= options.duration ||
+           static_cast<double>(source.signalMonitor().counts().total) >= options.frames;
+}
+
+/// Takes in what comes, and shows it if there is a terminal for that, until somebody or something
+/// ends it.
+void watch(const LiveOptions& options, double k, LiveSource& source)
+{
+    QEventLoop loop;
+    const EndRequest endRequest([&loop] { loop.quit(); });
+    std::optional<LiveDisplay> display; // after the other: it is to be ended in any case
+    if (options.format == OutputFormat::Table && Terminal::isThere())
+        display.emplace(options, k, source);
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        source.takeFrames();
+        if (isOver(options, source) || (display && !display->refresh()))
+            loop.quit();
+    });
+    timer.start(refreshPeriod);
+    loop.exec();
+}
+
+} // namespace
+
+ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& messages)
+{
+    Preparation prepared;
+    QString error = prepare(options, messages, prepared);
+    LiveSource source(options.bus, options.bitRate, prepared.descriptions);
+    if (error.isEmpty())
+        error = source.start();
+    if (!error.isEmpty()) {
+        messages << error << '\n';
+        return ExitCode::WrongUse;
+    }
+    messages << options.bus.name() << ": connected" << Qt::endl;
+    watch(options, prepared.k, source);
+    const bool lost = source.isLost();
+    const QString complaint = source.stop();
+    const ExitCode code = printReport(options, prepared.k, options.bus.name(),
+                                      source.signalMonitor(), output, messages);
+    if (!complaint.isEmpty())
+        messages << complaint << '\n';
+    return lost ? ExitCode::WrongUse : code;
+}
+
+} // namespace monitor

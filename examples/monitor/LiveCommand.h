@@ -1,0 +1,29 @@
+#pragma once
+
+#include "MonitorOptions.h"
+#include "buses/BusAddress.h"
+
+#include <QtCore/QTextStream>
+
+#include <limits>
+
+namespace monitor
+{
+
+/// What to watch, and how.
+struct LiveOptions : MonitorOptions {
+    static constexpr double forEver = std::numeric_limits<double>::infinity();
+
+    BusAddress bus;
+    double bitRate = 250000;   ///< of the bus, for its load
+    int leastRating = 50;      ///< signals rated under it are highlighted
+    double duration = forEver; ///< in seconds
+    double frames = forEver;   ///< how many to take at least
+};
+
+/// Watches a bus until the time is over, the frames have come or somebody ends it, and prints the
+/// reports of all signals to \a output. Meanwhile a table stands on the terminal if that is where
+/// the output goes, and a table is asked for. Messages for the user go to \a messages.
+ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& messages);
+
+} // namespace monitor

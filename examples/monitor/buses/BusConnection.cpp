@@ -1,0 +1,65 @@
+#include "BusConnection.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
+#include <QtCore/QVariant>
+#include <QtSerialBus/QCanBus>
+
+namespace monitor
+{
+
+BusConnection::~BusConnection()
+{
+    if (bus)
+        disconnect();
+}
+
+QString BusConnection::connect(const BusAddress& address)
+{
+    const QString error = open(address);
+    if (error.isEmpty())
+        return error;
+    bus.reset();
+    return QStringLiteral("%1: cannot be connected: %2").arg(address.name(), error);
+}
+
+void BusConnection::disconnect()
+{
+    if (bus->state() == QCanBusDevice::ConnectedState)
+        bus->disconnectDevice();
+    waitWhile(QCanBusDevice::ClosingState);
+}
+
+/// Returns what went wrong. There are two steps: without any CAN in the system a device can be
+/// created, and fails only when it is connected.
+QString BusConnection::open(const BusAddress& address)
+{
+    const QStringList plugins = QCanBus::instance()->plugins();
+    if (!plugins.contains(address.plugin))
+        return QStringLiteral("there is no such plugin; there are ") +
+               plugins.join(QStringLiteral(", "));
+    QString error;
+    bus.reset(QCanBus::instance()->createDevice(address.plugin, address.device, &error));
+    if (!bus)
+        return error;
+    if (address.fd)
+        bus->setConfigurationParameter(QCanBusDevice::CanFdKey, true);
+    if (!bus->connectDevice())
+        return bus->errorString();
+    waitWhile(QCanBusDevice::ConnectingState);
+    if (bus->state() == QCanBusDevice::ConnectedState)
+        return QString();
+    return bus->errorString().isEmpty() ? QStringLiteral("there is no answer") : bus->errorString();
+}
+
+// Not an event loop of its own, which does not begin in a thread that is to end.
+void BusConnection::waitWhile(QCanBusDevice::CanBusDeviceState state)
+{
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.start(patience);
+    while (bus->state() == state && timer.isActive())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+} // namespace monitor

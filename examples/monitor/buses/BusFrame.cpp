@@ -1,0 +1,33 @@
+#include "BusFrame.h"
+
+#include <algorithm>
+
+namespace monitor
+{
+
+Frame frameOf(const QCanBusFrame& busFrame)
+{
+    Frame frame;
+    frame.id = busFrame.frameId();
+    frame.extended = busFrame.hasExtendedFrameFormat();
+    frame.remote = busFrame.frameType() == QCanBusFrame::RemoteRequestFrame;
+    if (frame.remote)
+        return frame;
+    const QByteArray payload = busFrame.payload();
+    const int length = std::min(payload.size(), static_cast<int>(frame.data.size()));
+    std::copy_n(payload.constData(), length, frame.data.begin());
+    frame.length = static_cast<quint8>(length);
+    return frame;
+}
+
+QCanBusFrame busFrameOf(const Frame& frame)
+{
+    QCanBusFrame busFrame(frame.remote ? QCanBusFrame::RemoteRequestFrame
+                                       : QCanBusFrame::DataFrame);
+    busFrame.setFrameId(frame.id);
+    busFrame.setExtendedFrameFormat(frame.extended);
+    busFrame.setPayload(QByteArray(reinterpret_cast<const char*>(frame.data.data()), frame.length));
+    return busFrame;
+}
+
+} // namespace monitor

@@ -1,0 +1,76 @@
+#include "BusReceiver.h"
+
+#include "BusConnection.h"
+
+#include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QEventLoop>
+#include <QtCore/QTimer>
+
+namespace monitor
+{
+
+BusReceiver::~BusReceiver()
+{
+    stop();
+}
+
+QString BusReceiver::start()
+{
+    clock.start();
+    thread.reset(QThread::create([this] { run(); }));
+    thread->setObjectName(QStringLiteral("bus")); // its name for the system too
+    thread->start();
+    const QString error = connected.get_future().get();
+    if (!error.isEmpty())
+        stop();
+    return error;
+}
+
+void BusReceiver::stop()
+{
+    if (!thread)
+        return;
+    thread->quit();
+    thread->wait();
+    thread.reset();
+}
+
+void BusReceiver::run()
+{
+    BusConnection connection;
+    const QString error = connection.connect(address);
+    if (!error.isEmpty())
+        return connected.set_value(error);
+    QCanBusDevice& device = connection.device();
+    QEventLoop loop;
+    QObject::connect(&device, &QCanBusDevice::framesReceived, [this, &device] { receive(device); });
+    QObject::connect(&device, &QCanBusDevice::errorOccurred, [this, &device] {
+        lastComplaint = address.name() + QStringLiteral(": ") + device.errorString();
+    });
+    QObject::connect(&device, &QCanBusDevice::stateChanged, &loop, &QEventLoop::quit);
+    // From within the loop, so that what the device sends first is on its way.
+    QTimer::singleShot(0, &loop, [this] { connected.set_value(QString()); });
+    loop.exec();
+    if (device.state() != QCanBusDevice::ConnectedState)
+        lastComplaint = address.name() + QStringLiteral(": the connection is lost");
+    receiveRest();
+    connection.disconnect();
+}
+
+// A device that is closing can no longer be read.
+void BusReceiver::receiveRest()
+{
+    constexpr int mostPasses = 1000; // a busy bus never rests
+    QAbstractEventDispatcher* const events = QAbstractEventDispatcher::instance();
+    for (int i = 0; i < mostPasses && events->processEvents(QEventLoop::AllEvents); ++i) {
+    }
+}
+
+void BusReceiver::receive(QCanBusDevice& device)
+{
+    const qint64 time = now();
+    for (const QCanBusFrame& busFrame : device.readAllFrames())
+        received.put(busFrame, time);
+}
+
+} // namespace monitor

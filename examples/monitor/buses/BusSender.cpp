@@ -1,0 +1,91 @@
+#include "BusSender.h"
+
+#include "BusFrame.h"
+
+#include <QtCore/QVariant>
+
+#include <algorithm>
+#include <cmath>
+
+namespace monitor
+{
+
+BusSender::BusSender(QCanBusDevice& connectedDevice, RecordingFile& recordingFile, double speed)
+    : device(connectedDevice), recording(recordingFile), pacing(speed)
+{
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, [this] { sendDue(); });
+}
+
+QString BusSender::send()
+{
+    const auto connection = QObject::connect(&device, &QCanBusDevice::stateChanged, [this] {
+        end(QStringLiteral("the connection is lost"));
+    });
+    clock.start();
+    if (readNext()) {
+        timer.start(0);
+        loop.exec();
+    }
+    QObject::disconnect(connection);
+    return error;
+}
+
+void BusSender::sendDue()
+{
+    for (int i = 0; i < atOnce; ++i) {
+        const double wait = due / 1000 - static_cast<double>(clock.elapsed());
+        if (wait > 0)
+            return timer.start(static_cast<int>(std::min(std::ceil(wait), 1e6)));
+        if (!trySend())
+            return;
+        if (!readNext())
+            return loop.quit();
+    }
+    timer.start(1);
+}
+
+bool BusSender::readNext()
+{
+    if (!recording.readFrame(frame))
+        return false;
+    due = pacing.dueTimeOf(frame);
+    return true;
+}
+
+/// Sends the frame that is due. A driver whose queue is full refuses; then it is tried again, for
+/// about a second.
+bool BusSender::trySend()
+{
+    constexpr int mostRefusals = 1000;
+    const QCanBusFrame busFrame = busFrameOf(frame);
+    if (!busFrame.isValid()) {
+        ++unfitFrames;
+        return true;
+    }
+    if (busFrame.hasFlexibleDataRateFormat() &&
+        !device.configurationParameter(QCanBusDevice::CanFdKey).toBool()) {
+        end(QStringLiteral("a CAN FD frame of the recording needs --fd"));
+        return false;
+    }
+    if (device.writeFrame(busFrame)) {
+        refusals = 0;
+        ++sentFrames;
+        return true;
+    }
+    if (++refusals < mostRefusals)
+        timer.start(1);
+    else
+        end(QStringLiteral("a frame is refused ") + device.errorString());
+    return false;
+}
+
+void BusSender::end(const QString& reason)
+{
+    error = reason;
+    timer.stop();
+    loop.quit();
+}
+
+} // namespace monitor

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QSize>
+#include <QtCore/QString>
+
+#include <termios.h>
+
+namespace monitor
+{
+
+/// The terminal of the program as a whole screen that is drawn and whose keys come at once. When
+/// this object goes the terminal is as it was before. One at a time.
+class Terminal
+{
+public:
+    /// Whether standard output is a terminal.
+    static bool isThere();
+
+    Terminal();
+    ~Terminal();
+
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    /// In columns and lines.
+    QSize size() const;
+
+    /// Shows \a screen from the upper left corner, its lines ended by a line feed; what stood there
+    /// goes. It may hold control sequences for the look of characters.
+    void draw(const QString& screen);
+
+    /// The bytes that have been typed; empty if there are none. Never waits.
+    QByteArray readInput();
+
+private:
+    termios before{};
+    bool hasKeys;
+};
+
+} // namespace monitor

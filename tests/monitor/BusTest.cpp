@@ -1,0 +1,178 @@
+#include "SimulatedBus.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+namespace
+{
+
+/// `monitor live` beside the test.
+class LiveRun
+{
+public:
+    explicit LiveRun(const SimulatedBus& bus, const QStringList& options = {})
+    {
+        process.setReadChannel(QProcess::StandardError);
+        process.start(MONITOR_PROGRAM,
+                      QStringList("live") + bus.options() + sampleOptions() + options);
+        while (!messages.contains("connected\n") && process.waitForReadyRead(10000))
+            messages += process.readAllStandardError();
+        EXPECT_TRUE(messages.endsWith(bus.name() + ": connected\n")) << messages.toStdString();
+    }
+
+    void kill()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+
+    MonitorRun end()
+    {
+        process.terminate();
+        return waitForEnd();
+    }
+
+    MonitorRun waitForEnd()
+    {
+        MonitorRun run;
+        if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
+            run.exitCode = process.exitCode();
+        run.output = QString::fromUtf8(process.readAllStandardOutput());
+        run.messages = QString::fromUtf8(process.readAllStandardError());
+        return run;
+    }
+
+private:
+    QProcess process;
+    QString messages;
+};
+
+MonitorRun liveOn(const QString& plugin, const QString& device)
+{
+    return runMonitor(QStringList{"live", "--plugin", plugin, "--interface", device} +
+                      sampleOptions());
+}
+
+QString write(const QTemporaryDir& directory, const QByteArray& log)
+{
+    QFile file(directory.filePath("bus.log"));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(log);
+    return file.fileName();
+}
+
+} // namespace
+
+TEST(Bus, LiveShowsTheFiguresThatAReplayOfWhatIsSentShows)
+{
+    const SimulatedBus bus;
+    LiveRun live(bus);
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.output, replayedSample());
+    EXPECT_TRUE(run.output.contains("frames      1371\n"));
+}
+
+TEST(Bus, LiveTakesTheOptionsOfAReplay)
+{
+    const QStringList options{"--format", "json",    "--k",      "2",
+                              "--signal", "Engine*", "--limits", "EngineSpeed=600:2200"};
+    const SimulatedBus bus;
+    LiveRun live(bus, options);
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, replayedSample(options));
+    EXPECT_TRUE(run.output.contains("\"EngineSpeed\""));
+}
+
+TEST(Bus, TwoListenersHearTheSame)
+{
+    const SimulatedBus bus;
+    LiveRun first(bus, {"--frames", "1371"});
+    LiveRun second(bus, {"--frames", "1371"});
+    bus.send(sampleFile("drive.log"));
+    const QString expected = replayedSample();
+    EXPECT_EQ(second.waitForEnd().output, expected);
+    EXPECT_EQ(first.waitForEnd().output, expected);
+}
+
+// 0.4 s of recording in 0.1 s, and what has an earlier time or none at once.
+TEST(Bus, RecordingIsSentWithItsWaitsWhateverItsTimes)
+{
+    const QTemporaryDir directory;
+    const QString recording = write(directory, " (1000.0)  can0  123   [2]  11 22\n"
+                                               "can0  123   [2]  11 22\n"
+                                               " (1000.4)  can0  123   [2]  11 22\n"
+                                               " (0.0)  can0  123   [2]  remote request\n"
+                                               " (0.0)  can0  20000088   [8]  00 00 00 00 00 00 "
+                                               "00 00   ERRORFRAME\n");
+    const SimulatedBus bus;
+    LiveRun live(bus);
+    const MonitorRun run =
+        runMonitor(QStringList{"send", recording, "--speed", "4"} + bus.options());
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, QString("sent        4\nnot sent    1 error frame(s), 0 of a length that "
+                                  "no frame has\n"));
+    EXPECT_TRUE(live.end().output.contains("frames      4\ndecoded     0\n"));
+}
+
+TEST(Bus, FramesOfCanFdAreSentAndReceivedIfThatIsAskedFor)
+{
+    const QTemporaryDir directory;
+    const QString recording =
+        write(directory, "(1.0) can0 123##1" + QByteArray("5A").repeated(64) + '\n');
+    const SimulatedBus bus;
+    LiveRun live(bus, {"--fd"});
+    bus.send(recording, {"--fd"});
+    const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.messages, bus.name() + ": a CAN FD frame of the recording needs --fd\n");
+    EXPECT_TRUE(live.end().output.contains("frames      1\n"));
+}
+
+TEST(Bus, LiveEndsByItselfWhenItsTimeIsOver)
+{
+    const SimulatedBus bus;
+    LiveRun live(bus, {"--duration", "0.1"});
+    const MonitorRun run = live.waitForEnd();
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.output.contains("frames      0\n"));
+    EXPECT_EQ(run.messages, bus.name() + ": no frame could be decoded with " +
+                                sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") + '\n');
+}
+
+TEST(Bus, LostConnectionEndsWithTheFiguresSoFarAndExitCode2)
+{
+    const SimulatedBus bus;
+    LiveRun host(bus); // the first program on this kind of bus is the bus
+    LiveRun live(bus);
+    host.kill();
+    const MonitorRun run = live.waitForEnd();
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("frames      0\n"));
+    EXPECT_TRUE(run.messages.endsWith(bus.name() + ": the connection is lost\n"));
+}
+
+TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
+{
+    const MonitorRun noPlugin = liveOn("nonsense", "can0");
+    EXPECT_EQ(noPlugin.exitCode, 2);
+    EXPECT_TRUE(noPlugin.messages.startsWith(
+        "nonsense can0: cannot be connected: there is no such plugin; there are "));
+    EXPECT_TRUE(noPlugin.messages.contains("virtualcan"));
+    const MonitorRun noDevice = liveOn("socketcan", "nonsense0");
+    EXPECT_EQ(noDevice.exitCode, 2);
+    EXPECT_TRUE(noDevice.messages.startsWith("socketcan nonsense0: cannot be connected: "));
+    EXPECT_EQ(noDevice.output, QString());
+}
+
+TEST(Bus, RecordingThatCannotBeReadIsNotSent)
+{
+    const SimulatedBus bus;
+    const MonitorRun run = runMonitor(QStringList{"send", "/nonsense.log"} + bus.options());
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith("/nonsense.log: cannot be read: "));
+}
