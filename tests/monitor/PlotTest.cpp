@@ -114,6 +114,37 @@ TEST_F(Plots, GapIsNotJoined)
         EXPECT_FALSE(isBlue(band.first + x * second)) << x;
 }
 
+TEST_F(Plots, NamesThatAreNoFileNamesAreTurnedIntoSuchAndStayApart)
+{
+    const QString eds = write("bus.eds", "[1800sub1]\nDefaultValue=0x185\n"
+                                         "[1A00sub1]\nDefaultValue=0x20000008\n"
+                                         "[1A00sub2]\nDefaultValue=0x20010008\n"
+                                         "[1A00sub3]\nDefaultValue=0x20020008\n"
+                                         "[2000]\nParameterName=../Speed\nDataType=5\n"
+                                         "[2001]\nParameterName=...speed\nDataType=5\n"
+                                         "[2002]\nParameterName=overview\nDataType=5\n");
+    const QString log = write("bus.log", "(1.0) can0 185#010203\n");
+    const MonitorRun run =
+        runMonitor({"replay", log, "--eds", eds, "--node", "5", "--plot", path("plots")});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(
+        QDir(path("plots")).entryList(QDir::Files),
+        (QStringList{"___Speed-5-2.png", "___speed-5.png", "overview-5.png", "overview.png"}));
+}
+
+TEST_F(Plots, OverviewShowsTheFirstHundredSignalsAndSaysSo)
+{
+    QByteArray log;
+    for (int source = 0; source <= 100; ++source)
+        log += "(1.0) can0 0CF004" + QByteArray::number(source, 16).rightJustified(2, '0') +
+               "#FFFFFF2003FFFFFF\n";
+    const MonitorRun run = plot(log, path("plots"));
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, path("plots/overview.png") + ": shows the first 100 of 101 signals\n");
+    EXPECT_EQ(QDir(path("plots")).entryList(QDir::Files).size(), 102);
+    EXPECT_EQ(QImage(path("plots/overview.png")).height(), 100 * 220);
+}
+
 TEST_F(Plots, RecordingWithoutTimesIsPlottedToo)
 {
     const MonitorRun run = plot("  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"

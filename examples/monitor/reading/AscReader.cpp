@@ -1,7 +1,5 @@
 #include "AscReader.h"
 
-#include "LineCursor.h"
-
 #include <algorithm>
 
 namespace monitor
@@ -158,14 +156,8 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::NoFrame;
     }
     Frame read;
-    qint64 time = 0;
-    if (!readTime(cursor, time))
+    if (!readEventTime(cursor, read))
         return LineKind::NoFrame;
-    time += relative ? microseconds : 0;
-    if (time > latestTime)
-        return LineKind::NoFrame;
-    microseconds = time;
-    read.microseconds = time;
     AscLine rest{cursor, base, read};
     const LineKind kind = readEvent(rest);
     if (kind == LineKind::Frame)
@@ -187,6 +179,20 @@ void AscReader::readHeader(const QByteArray& line)
     base = cursor.takeNextWord() == "dec" ? 10 : 16;
     cursor.takeNextWord(); // "timestamps"
     relative = cursor.takeNextWord() == "relative";
+}
+
+/// False if there is no time, or the times so far add up to more than can be told.
+bool AscReader::readEventTime(LineCursor& cursor, Frame& frame)
+{
+    qint64 time = 0;
+    if (!readTime(cursor, time))
+        return false;
+    time += relative ? microseconds : 0;
+    if (time > latestTime)
+        return false;
+    microseconds = time;
+    frame.microseconds = time;
+    return true;
 }
 
 } // namespace monitor

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Frame.h"
+#include "LineCursor.h"
 
 #include <QtCore/QByteArray>
 
@@ -29,6 +30,7 @@ public:
 
 private:
     void readHeader(const QByteArray& line);
+    bool readEventTime(LineCursor& cursor, Frame& frame);
 
     quint32 base = 16;
     bool relative = false;

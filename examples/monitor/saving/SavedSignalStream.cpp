@@ -13,6 +13,8 @@ namespace monitor
 namespace
 {
 
+constexpr qint16 noSource = -1;
+
 void writeText(QDataStream& stream, const QString& text)
 {
     const QByteArray bytes = text.toUtf8();
@@ -134,11 +136,24 @@ QString readRecords(QDataStream& stream, quint32 count, SignalRecords& records)
     return error;
 }
 
+bool readOrigin(QDataStream& stream, SavedSignal& signal)
+{
+    constexpr qint16 lastSource = 255;
+    bool isJ1939 = false;
+    qint16 source = 0;
+    if (!readFlag(stream, isJ1939))
+        return false;
+    stream >> source;
+    signal.protocol = isJ1939 ? Protocol::J1939 : Protocol::CANopen;
+    if (source >= 0)
+        signal.source = static_cast<quint8>(source);
+    return source >= noSource && source <= lastSource;
+}
+
 } // namespace
 
 void writeSignal(QDataStream& stream, const SavedSignal& signal)
 {
-    constexpr qint16 noSource = -1;
     stream << (signal.protocol == Protocol::J1939)
            << static_cast<qint16>(signal.source ? *signal.source : noSource);
     writeDescription(stream, signal.description);
@@ -155,27 +170,20 @@ void writeSignal(QDataStream& stream, const SavedSignal& signal)
 
 QString readSignal(QDataStream& stream, SavedSignal& signal)
 {
-    constexpr qint16 lastSource = 255;
-    constexpr qint64 most = std::numeric_limits<qint64>::max();
-    bool isJ1939 = false;
-    qint16 source = 0;
+    constexpr qint64 mostCounted = std::numeric_limits<qint64>::max();
+    constexpr quint32 mostRecords = std::numeric_limits<int>::max();
+    SignalRecords& records = signal.records;
     quint32 count = 0;
-    if (!readFlag(stream, isJ1939))
-        return QStringLiteral("there is no such protocol");
-    stream >> source;
-    if (source < -1 || source > lastSource)
-        return QStringLiteral("there is no such source");
-    if (source >= 0)
-        signal.source = static_cast<quint8>(source);
-    signal.protocol = isJ1939 ? Protocol::J1939 : Protocol::CANopen;
+    if (!readOrigin(stream, signal))
+        return QStringLiteral("there is no such protocol or source");
     if (!readDescription(stream, signal.description))
         return QStringLiteral("the description of a signal is not understood");
-    SignalRecords& records = signal.records;
-    if (!readUpTo(stream, most, records.notAvailable) || !readUpTo(stream, most, records.errors) ||
-        !readUpTo(stream, static_cast<quint32>(std::numeric_limits<int>::max()), count))
+    if (!readUpTo(stream, mostCounted, records.notAvailable) ||
+        !readUpTo(stream, mostCounted, records.errors) || !readUpTo(stream, mostRecords, count))
         return QStringLiteral("there is no such number of values");
-    return isJ1939 ? readRecords<J1939Value>(stream, count, records)
-                   : readRecords<CANopenObjectValue>(stream, count, records);
+    return signal.protocol == Protocol::J1939
+               ? readRecords<J1939Value>(stream, count, records)
+               : readRecords<CANopenObjectValue>(stream, count, records);
 }
 
 } // namespace monitor
