@@ -152,6 +152,11 @@ TEST(ErrorFreeTransformations, LoseNothing)
         ASSERT_EQ(twoSquare(x).low, twoProduct(x, x).low);
         const double count = static_cast<double>(1 + random.below(1 << 26));
         ASSERT_EQ(timesCount(x, count).low, twoProduct(x, count).low);
+        // Longer counts than that need both halves.
+        const double longCount = static_cast<double>((quint64(1) << 26) + 1 + (b >> 20));
+        const DoubleDouble longProduct = timesCount(x, longCount);
+        ASSERT_EQ(longProduct.high, twoProduct(x, longCount).high);
+        ASSERT_EQ(longProduct.low, twoProduct(x, longCount).low);
         const DoubleDouble sum = twoSum(x, y * 0x1p-20);
         ASSERT_EQ((x - sum.high) + y * 0x1p-20, sum.low);
     }
@@ -183,5 +188,14 @@ TEST(FloatingSums, KeepTheSumsWhenAGreaterValueChangesTheScale)
     for (double value : {1e-200, 1e100, 1e200, 1e300})
         sums.add(value);
     EXPECT_EQ(sums.mean(), (1e300 + 1e200) / 4);
+    EXPECT_LE(ulpsBetween(sums.deviation(), 1e300 * std::sqrt(3.0) / 4), 1u);
+}
+
+TEST(FloatingSums, ChangeTheScaleOfAnEvenSeriesAroundZero)
+{
+    FloatingSums sums;
+    for (double value : {0.0, 1.0, -1.0, 1e300})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), 2.5e299);
     EXPECT_LE(ulpsBetween(sums.deviation(), 1e300 * std::sqrt(3.0) / 4), 1u);
 }
