@@ -1,6 +1,10 @@
+#include "AddressSpaceLimit.h"
 #include "failing.h"
 
 #include <feed.h>
+
+#include <system_error>
+#include <thread>
 
 namespace
 {
@@ -54,4 +58,20 @@ TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadIsDestroyed)
     const FailingThreadStart failing;
     GenericSignalImpl<TypeParam> passing;
     passing.setUpdatingEnabled(true);
+}
+
+TYPED_TEST(ThreadStartFailure, ASignalGoesOnWithoutRoomForAStackAndUpdatesOnceThereIsSome)
+{
+    {
+        const AddressSpaceLimit limit;
+        ASSERT_THROW(std::thread([] {}), std::system_error);
+        this->signal.setValueHandling(append);
+        feed(this->signal, {6, 14});
+        EXPECT_EQ(this->signal.calcAverage(), 10.0);
+        EXPECT_EQ(this->signal.calcMedian(), 10.0);
+        this->signal.setUpdatingEnabled(false);
+        this->signal.setUpdatingEnabled(true);
+        EXPECT_EQ(this->signal.getAverage(), 0.0);
+    }
+    EXPECT_TRUE(this->updatesAgain());
 }

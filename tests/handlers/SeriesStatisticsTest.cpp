@@ -124,6 +124,14 @@ TYPED_TEST(SeriesStatistics, AScaledValueThatDoesNotConvertCountsAsZero)
     EXPECT_EQ(Handler::getMax(values), 20.0);
 }
 
+TYPED_TEST(SeriesStatistics, ATextCountsAsTheNumberThatItSpells)
+{
+    using Handler = GenericValueHandler<typename TypeParam::N, typename TypeParam::T>;
+    const auto values =
+        scaledRecords<typename TypeParam::T>({QStringLiteral("6"), QStringLiteral("8")});
+    EXPECT_EQ(Handler::calcTypeBasedAverage(values), 7.0);
+}
+
 TYPED_TEST(SeriesStatistics, TheRawValueIsNeverRead)
 {
     using N = typename TypeParam::N;

@@ -164,6 +164,17 @@ TYPED_TEST(SignalStatistics, AScaledValueThatDoesNotConvertEntersTheMedianAsZero
     EXPECT_EQ(this->signal.calcMedian(), 3.5);
 }
 
+TYPED_TEST(SignalStatistics, TheMedianReadsTextsInEveryElementType)
+{
+    for (const QString& text : {QStringLiteral("6"), QStringLiteral("x"), QStringLiteral("8")})
+        this->signal.setNewValue(scaledRecord<TypeParam>(text));
+    this->signal.setUpdatingEnabled(false);
+    for (const quint32 code : {2, 3, 4, 5, 6, 7, 8, 17, 21, 27}) {
+        this->signal.setDatatype(dataType(code));
+        EXPECT_EQ(this->signal.calcMedian(), 6.0) << code;
+    }
+}
+
 TEST(SignalStatisticsEdges, TheMedianReadsFloatsByQtsConversion)
 {
     GenericSignalImpl<J1939Value> signal;

@@ -3,6 +3,7 @@
 #include <statistics/SimpleStatisticCalculator.h>
 #include <statistics/StatisticCalculator.h>
 
+#include <cmath>
 #include <limits>
 #include <variant>
 #include <vector>
@@ -47,6 +48,13 @@ protected:
 };
 using FloatingTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(FloatingRules, FloatingTypes, ElementTypeName);
+
+template <typename N>
+class LargeIntegerRules : public testing::Test
+{
+};
+using LargeIntegerTypes = testing::Types<long long, unsigned long long>;
+TYPED_TEST_SUITE(LargeIntegerRules, LargeIntegerTypes, ElementTypeName);
 
 } // namespace
 
@@ -263,4 +271,34 @@ TEST(LargeIntegerMedian, IsRoundedOnce)
     const long long odd = (1LL << 53) + 1;
     EXPECT_EQ(SimpleStatisticCalculator<long long>::calcMedian({odd, odd + 2}),
               static_cast<double>(odd + 1));
+}
+
+TYPED_TEST(LargeIntegerRules, AMeanHalfWayBetweenTwoDoublesIsTheEvenOne)
+{
+    constexpr auto half = TypeParam(1) << 53;
+    constexpr double even = 0x1p53;
+    const auto meanOfThree = [](TypeParam value) {
+        return SimpleStatisticCalculator<TypeParam>::getAverage({value, value, value});
+    };
+    EXPECT_EQ(meanOfThree(half + 1), even); // between 2^53 and 2^53 + 2
+    EXPECT_EQ(meanOfThree(half + 3), even + 4);
+    EXPECT_EQ(meanOfThree(half + 5), even + 4);
+    EXPECT_EQ(meanOfThree(half + 7), even + 8);
+    if constexpr (std::is_signed_v<TypeParam>) {
+        EXPECT_EQ(meanOfThree(-half - 1), -even);
+        EXPECT_EQ(meanOfThree(-half - 3), -even - 4);
+    }
+}
+
+TYPED_TEST(LargeIntegerRules, TheSumsReachIntoEveryWord)
+{
+    using Calculator = SimpleStatisticCalculator<TypeParam>;
+    constexpr TypeParam middle = std::is_signed_v<TypeParam> ? 0 : TypeParam(1) << 63;
+    constexpr TypeParam lowest = std::numeric_limits<TypeParam>::min();
+    // The distances from the first value are -2^63 each.
+    EXPECT_DOUBLE_EQ(Calculator::getDeviation({middle, lowest, lowest}), 0x1p63 * std::sqrt(2) / 3);
+    const TypeParam far = (TypeParam(1) << 62) - 1 + (TypeParam(1) << 62);
+    const TypeParam above = middle + far, below = middle - far;
+    const QList<TypeParam> symmetric = {middle, above, below, above, below, above, below};
+    EXPECT_DOUBLE_EQ(Calculator::getDeviation(symmetric), 0x1p63 * std::sqrt(6.0 / 7));
 }

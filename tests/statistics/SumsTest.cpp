@@ -152,6 +152,11 @@ TEST(ErrorFreeTransformations, LoseNothing)
         ASSERT_EQ(twoSquare(x).low, twoProduct(x, x).low);
         const double count = static_cast<double>(1 + random.below(1 << 26));
         ASSERT_EQ(timesCount(x, count).low, twoProduct(x, count).low);
+        // Longer counts than that need both halves.
+        const double longCount = static_cast<double>((quint64(1) << 26) + 1 + (b >> 20));
+        const DoubleDouble longProduct = timesCount(x, longCount);
+        ASSERT_EQ(longProduct.high, twoProduct(x, longCount).high);
+        ASSERT_EQ(longProduct.low, twoProduct(x, longCount).low);
         const DoubleDouble sum = twoSum(x, y * 0x1p-20);
         ASSERT_EQ((x - sum.high) + y * 0x1p-20, sum.low);
     }
@@ -184,4 +189,47 @@ TEST(FloatingSums, KeepTheSumsWhenAGreaterValueChangesTheScale)
         sums.add(value);
     EXPECT_EQ(sums.mean(), (1e300 + 1e200) / 4);
     EXPECT_LE(ulpsBetween(sums.deviation(), 1e300 * std::sqrt(3.0) / 4), 1u);
+}
+
+TEST(FloatingSums, ChangeTheScaleOfAnEvenSeriesAroundZero)
+{
+    FloatingSums sums;
+    for (double value : {0.0, 1.0, -1.0, 1e300})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), 2.5e299);
+    EXPECT_LE(ulpsBetween(sums.deviation(), 1e300 * std::sqrt(3.0) / 4), 1u);
+}
+
+TEST(FloatingSums, HoldEighteenDoublesWithoutACommonBit)
+{
+    FloatingSums sums;
+    const auto value = [](int i) { return std::ldexp(1.0, 440 - 54 * i); };
+    for (int i = 0; i < 18; ++i)
+        sums.add(value(i));
+    for (int i = 0; i < 17; ++i)
+        sums.add(-value(i));
+    EXPECT_EQ(sums.mean(), value(17) / 35);
+}
+
+TEST(FloatingSums, KeepTheLowestBitsWhenAGreaterValueChangesTheScaleAndCancels)
+{
+    FloatingSums sums;
+    for (double value : {0x1p440, 1.0, 0x1p-100, 0x1p-200, 0x1p950, -0x1p950, -0x1p440, -1.0})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), (0x1p-100 + 0x1p-200) / 8);
+    sums.add(-0x1p-100);
+    EXPECT_EQ(sums.mean(), 0x1p-200 / 9);
+}
+
+TEST(FloatingSums, ZerosBeforeTinyValuesCostNoDigits)
+{
+    for (int zeros = 1; zeros <= 3; ++zeros) {
+        FloatingSums sums;
+        for (int i = 0; i < zeros; ++i)
+            sums.add(0.0);
+        sums.add(0x1p-700);
+        const double n = zeros + 1;
+        EXPECT_EQ(sums.mean(), 0x1p-700 / n);
+        EXPECT_LE(ulpsBetween(sums.deviation(), 0x1p-700 * std::sqrt(n - 1) / n), 1u);
+    }
 }

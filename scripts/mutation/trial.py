@@ -1,0 +1,139 @@
+"""Trees in which a mutated library is built and tested: one for each mutant that is tried at a time."""
+
+import os
+import signal
+import subprocess
+import time
+from pathlib import Path
+from typing import NamedTuple
+
+LIBRARIES = ["vantrel", "vantrel-cansupport", "vantrel-statistics"]
+TSAN = ("-O1 -fsanitize=thread -include ${sourceDir}/tests/threads/sharedCount.h"
+        " -D_GLIBCXX_ASSERTIONS")
+
+
+class Stage(NamedTuple):
+    """A build of the project, or of one that contains it, and its tests, the most telling first."""
+    name: str
+    source: str
+    options: list
+    libraries: list
+    tests: list  # paths of programs, the names of which are those of their targets
+    files: tuple  # begin with one of these, those that it can tell something about
+
+
+STAGES = [
+    Stage("unit", ".", ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"], LIBRARIES,
+          ["tests/test_library", "tests/test_values", "tests/test_cansupport",
+           "tests/faults/test_faults", "tests/test_handlers", "tests/statistics/test_statistics",
+           "tests/test_signal"], ("src/", "platform/")),
+    Stage("arithmetic", ".", ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"], ["test_arithmetic"],
+          ["tests/test_arithmetic"], ("src/vantrel/handlers", "src/vantrel/signal")),
+    Stage("standin", "tests/standin", ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"],
+          ["test_standin"], ["test_standin"], ("src/",)),
+    Stage("threads", ".", [f"-DCMAKE_CXX_FLAGS={TSAN}"], LIBRARIES,
+          ["tests/threads/test_threads", "tests/threads/test_statistics_threads"],
+          ("src/vantrel/signal", "platform/statistics/StatisticCalculator",
+           "platform/statistics/sequenceLock")),
+]
+
+
+def run(command, directory, timeout=None):
+    """The exit code of the command, None where it took longer; its output goes to a log."""
+    environment = {**os.environ, "STATISTICS_STRESS_VALUES": "100000",
+                   "TSAN_OPTIONS": "halt_on_error=1"}
+    with open(directory / "log", "wb") as log:
+        process = subprocess.Popen(command, cwd=directory, env=environment, stdout=log,
+                                   stderr=subprocess.STDOUT, start_new_session=True)
+        try:
+            return process.wait(timeout)
+        except subprocess.TimeoutExpired:
+            return None
+        finally:
+            if process.poll() is None:
+                os.killpg(process.pid, signal.SIGKILL)
+                process.wait()
+
+
+class Tree:
+    """A copy of the project, its builds, and the times that its tests take unmutated."""
+
+    def __init__(self, project, root):
+        self.project, self.source, self.root = project, root / "source", root
+        self.durations = {}
+
+    def prepare(self):
+        self.copy_sources()
+        for stage in STAGES:
+            build = self.build_directory(stage)
+            build.mkdir(parents=True, exist_ok=True)
+            options = [option.replace("${sourceDir}", str(self.source)) for option in stage.options]
+            self.require(["cmake", "-G", "Ninja", "-S", self.source / stage.source, "-B", build,
+                          "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=", *options], build)
+            self.require(self.build_command(self.targets(stage)), build)
+            for test in stage.tests:
+                begin = time.monotonic()
+                self.require(self.test_command(build, test), build)
+                self.durations[stage.name, test] = time.monotonic() - begin
+
+    def copy_sources(self):
+        names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
+                               cwd=self.project, check=True, stdout=subprocess.PIPE,
+                               text=True).stdout.split("\n")
+        for name in filter(None, names):
+            text, copy = (self.project / name).read_bytes(), self.source / name
+            # A run that was stopped may have left objects of a mutant behind.
+            mutable = name.startswith(("src/", "platform/"))
+            if mutable or not copy.exists() or copy.read_bytes() != text:
+                copy.parent.mkdir(parents=True, exist_ok=True)
+                copy.write_bytes(text)
+
+    def require(self, command, build):
+        if run(command, build) != 0:
+            raise RuntimeError(f"Without a mutation this failed: {' '.join(map(str, command))}\n"
+                               + (build / "log").read_text(errors="replace")[-3000:])
+
+    def try_mutant(self, mutant, text):
+        """What noticed the mutant: a test, the compiler, or nothing."""
+        noticed = ""
+        for stage in [stage for stage in STAGES if mutant.path.startswith(stage.files)]:
+            self.write(mutant.path, mutant.applied_to(text))
+            noticed = self.try_stage(stage, stage.libraries, mutant)
+            if not noticed and mutant.path.endswith(".h"):  # the tests may include it as well
+                noticed = self.try_stage(stage, self.targets(stage), mutant)
+                self.write(mutant.path, text)
+                self.require(self.build_command(self.targets(stage)), self.build_directory(stage))
+            if noticed:
+                break
+        self.write(mutant.path, text)
+        return noticed
+
+    def try_stage(self, stage, targets, mutant):
+        build = self.build_directory(stage)
+        if run(self.build_command(targets), build, 600) != 0:
+            return "compiler"
+        own = Path(mutant.path).parts[-2]
+        for test in sorted(stage.tests, key=lambda test: own not in test):
+            timeout = 10 + 5 * self.durations[stage.name, test]
+            code = run(self.test_command(build, test), build, timeout)
+            if code != 0:
+                return f"{stage.name}: {Path(test).name}" + (" (too long)" if code is None else "")
+        return ""
+
+    def build_directory(self, stage):
+        return self.root / ("unit" if stage.name == "arithmetic" else stage.name)
+
+    @staticmethod
+    def targets(stage):
+        return stage.libraries + [Path(test).name for test in stage.tests]
+
+    @staticmethod
+    def build_command(targets):
+        return ["ninja", "-j1", *dict.fromkeys(targets)]
+
+    @staticmethod
+    def test_command(build, test):
+        return [build / test, "--gtest_fail_fast", "--gtest_brief=1"]
+
+    def write(self, path, text):
+        (self.source / path).write_text(text)
