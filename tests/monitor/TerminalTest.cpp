@@ -2,6 +2,7 @@
 #include "SimulatedBus.h"
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryFile>
 
 #include <algorithm>
 #include <csignal>
@@ -112,6 +113,31 @@ TEST(Terminal, IsAsItWasBeforeHoweverTheProgramEnds)
         EXPECT_TRUE(terminal.output().contains("\x1b[?7h\x1b[?25h\x1b[?1049l")) << way;
         EXPECT_TRUE(printedAtTheEnd(terminal).contains("frames      0\n")) << way;
     }
+}
+
+// Ctrl-S stops the output until Ctrl-Q. More frames than have room in the queue come meanwhile.
+TEST(Terminal, ThatTakesNoTableHoldsUpTheDisplayOnlyAndWhatIsDroppedIsCounted)
+{
+    const int frames = 100000;
+    QTemporaryFile recording;
+    ASSERT_TRUE(recording.open());
+    recording.write(QByteArray("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n").repeated(frames));
+    recording.flush();
+    const SimulatedBus bus;
+    PseudoTerminal terminal(live(bus), 24, 200);
+    ASSERT_TRUE(terminal.waitForScreen("frames 0 "));
+    EXPECT_TRUE(terminal.type("\x13"));
+    bus.send(recording.fileName());
+    EXPECT_TRUE(terminal.type("\x11"));
+    const auto numberBehind = [&terminal](const QString& title) {
+        return terminal.screen().section(title + ' ', 1).section(' ', 0, 0).toInt();
+    };
+    EXPECT_TRUE(terminal.waitUntil(
+        [&] { return numberBehind("frames") + numberBehind("dropped") == frames; }));
+    EXPECT_GT(numberBehind("dropped"), 0);
+    EXPECT_GE(numberBehind("frames"), 65536);
+    EXPECT_TRUE(terminal.type("q"));
+    EXPECT_EQ(terminal.waitForEnd(), 0);
 }
 
 TEST(Terminal, GetsNoTableThatIsAskedForInAnotherFormat)

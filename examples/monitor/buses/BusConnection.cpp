@@ -16,7 +16,7 @@ BusConnection::~BusConnection()
 
 QString BusConnection::connect(const BusAddress& address)
 {
-    const QString error = open(address);
+    QString error = open(address);
     if (error.isEmpty())
         return error;
     bus.reset();

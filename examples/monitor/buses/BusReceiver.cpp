@@ -4,10 +4,23 @@
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QEventLoop>
-#include <QtCore/QTimer>
 
 namespace monitor
 {
+
+namespace
+{
+
+/// Runs the event loop until it has nothing more to do.
+void doWhatIsPending()
+{
+    constexpr int mostPasses = 100; // a busy bus never rests
+    QAbstractEventDispatcher* const events = QAbstractEventDispatcher::instance();
+    for (int i = 0; i < mostPasses && events->processEvents(QEventLoop::AllEvents); ++i) {
+    }
+}
+
+} // namespace
 
 BusReceiver::~BusReceiver()
 {
@@ -20,7 +33,7 @@ QString BusReceiver::start()
     thread.reset(QThread::create([this] { run(); }));
     thread->setObjectName(QStringLiteral("bus")); // its name for the system too
     thread->start();
-    const QString error = connected.get_future().get();
+    QString error = connected.get_future().get();
     if (!error.isEmpty())
         stop();
     return error;
@@ -48,26 +61,20 @@ void BusReceiver::run()
         lastComplaint = address.name() + QStringLiteral(": ") + device.errorString();
     });
     QObject::connect(&device, &QCanBusDevice::stateChanged, &loop, &QEventLoop::quit);
-    // From within the loop, so that what the device sends first is on its way.
-    QTimer::singleShot(0, &loop, [this] { connected.set_value(QString()); });
-    loop.exec();
+    doWhatIsPending(); // so that the bus knows of the device before anybody else does
+    connected.set_value(QString());
+    if (device.state() == QCanBusDevice::ConnectedState)
+        loop.exec();
     if (device.state() != QCanBusDevice::ConnectedState)
         lastComplaint = address.name() + QStringLiteral(": the connection is lost");
-    receiveRest();
+    doWhatIsPending(); // a device that is closing can no longer be read
     connection.disconnect();
-}
-
-// A device that is closing can no longer be read.
-void BusReceiver::receiveRest()
-{
-    constexpr int mostPasses = 1000; // a busy bus never rests
-    QAbstractEventDispatcher* const events = QAbstractEventDispatcher::instance();
-    for (int i = 0; i < mostPasses && events->processEvents(QEventLoop::AllEvents); ++i) {
-    }
 }
 
 void BusReceiver::receive(QCanBusDevice& device)
 {
+    if (device.state() != QCanBusDevice::ConnectedState)
+        return; // it would complain
     const qint64 time = now();
     for (const QCanBusFrame& busFrame : device.readAllFrames())
         received.put(busFrame, time);

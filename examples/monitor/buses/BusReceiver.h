@@ -46,7 +46,6 @@ public:
 
 private:
     void run();
-    void receiveRest();
     void receive(QCanBusDevice& device);
 
     BusAddress address;

@@ -54,31 +54,36 @@ bool BusSender::readNext()
     return true;
 }
 
-/// Sends the frame that is due. A driver whose queue is full refuses; then it is tried again, for
-/// about a second.
+/// Sends the frame that is due. False if that has to wait, or is over.
 bool BusSender::trySend()
 {
-    constexpr int mostRefusals = 1000;
     const QCanBusFrame busFrame = busFrameOf(frame);
     if (!busFrame.isValid()) {
         ++unfitFrames;
         return true;
     }
-    if (busFrame.hasFlexibleDataRateFormat() &&
-        !device.configurationParameter(QCanBusDevice::CanFdKey).toBool()) {
+    const bool hasFd = device.configurationParameter(QCanBusDevice::CanFdKey).toBool();
+    if (busFrame.hasFlexibleDataRateFormat() && !hasFd) {
         end(QStringLiteral("a CAN FD frame of the recording needs --fd"));
         return false;
     }
-    if (device.writeFrame(busFrame)) {
-        refusals = 0;
-        ++sentFrames;
-        return true;
+    if (!device.writeFrame(busFrame)) {
+        tryAgain();
+        return false;
     }
+    refusals = 0;
+    ++sentFrames;
+    return true;
+}
+
+/// A driver whose queue is full refuses a frame; then it is tried again, for about a second.
+void BusSender::tryAgain()
+{
+    constexpr int mostRefusals = 1000;
     if (++refusals < mostRefusals)
         timer.start(1);
     else
-        end(QStringLiteral("a frame is refused ") + device.errorString());
-    return false;
+        end(QStringLiteral("a frame is refused: ") + device.errorString());
 }
 
 void BusSender::end(const QString& reason)

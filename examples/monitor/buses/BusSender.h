@@ -35,6 +35,7 @@ private:
     void sendDue();
     bool readNext();
     bool trySend();
+    void tryAgain();
     void end(const QString& reason);
 
     QCanBusDevice& device;
