@@ -15,7 +15,7 @@ inline MonitorRun runMonitor(const QStringList& arguments)
     QProcess process;
     process.start(MONITOR_PROGRAM, arguments);
     MonitorRun run;
-    if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
+    if (process.waitForFinished(240000) && process.exitStatus() == QProcess::NormalExit)
         run.exitCode = process.exitCode();
     run.output = QString::fromUtf8(process.readAllStandardOutput());
     run.messages = QString::fromUtf8(process.readAllStandardError());

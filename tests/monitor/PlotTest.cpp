@@ -14,14 +14,14 @@ const QColor deviatorColor(0xd0, 0x10, 0x30);
 const QColor bandColor(0xd9, 0xee, 0xd9);
 
 /// EngineSpeed once a second: 150 rpm, a peak of 1000 rpm in the middle, and no frame in the last
-/// quarter but at its end.
+/// quarter but at its end, with 400 rpm.
 QByteArray speedLog()
 {
     QByteArray log;
     for (int second = 0; second <= 100; ++second) {
         if (second > 75 && second < 100)
             continue;
-        const QByteArray raw = second == 50 ? "401F" : "B004";
+        const QByteArray raw = second == 50 ? "401F" : second == 100 ? "800C" : "B004";
         log += '(' + QByteArray::number(second) + ".0) can0 0CF00400#FFFFFF" + raw + "FFFFFF\n";
     }
     return log;

@@ -64,7 +64,7 @@ QString readSignals(QDataStream& stream, SavedRun& run)
         return QStringLiteral("there cannot be as many signals");
     for (quint32 i = 0; i < count; ++i) {
         SavedSignal signal;
-        const QString error = readSignal(stream, signal);
+        QString error = readSignal(stream, signal);
         if (!error.isEmpty())
             return error;
         run.recordedSignals.append(signal);
@@ -84,7 +84,7 @@ QString readRun(QDataStream& stream, SavedRun& run)
         return QStringLiteral("there is no such time");
     if (hasTime)
         run.firstTime = time;
-    const QString error = readSignals(stream, run);
+    QString error = readSignals(stream, run);
     if (error.isEmpty() && (stream.status() != QDataStream::Ok || !stream.atEnd()))
         return QStringLiteral("it does not end where it should");
     return error;
@@ -131,7 +131,7 @@ QString readSeries(const QByteArray& content, SavedRun& run)
             .arg(formatVersion);
     if (QCryptographicHash::hash(hashed, QCryptographicHash::Sha256) != content.right(hashSize))
         return QStringLiteral("is damaged or cut off");
-    const QString error = readRun(stream, run);
+    QString error = readRun(stream, run);
     if (error.isEmpty())
         return error;
     return QStringLiteral("cannot be used: %1 (byte %2)").arg(error).arg(stream.device()->pos());
