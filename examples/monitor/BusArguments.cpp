@@ -59,25 +59,29 @@ bool readRating(const QCommandLineParser& parser, int& rating)
 
 void describeBusOptions(QCommandLineParser& parser)
 {
-    parser.addOption({pluginOption,
-                      QStringLiteral("live, send: the plugin of Qt Serial Bus that knows the bus, "
-                                     "as socketcan."),
-                      QStringLiteral("PLUGIN")});
-    parser.addOption({interfaceOption, QStringLiteral("live, send: the interface, as can0."),
-                      QStringLiteral("NAME")});
-    parser.addOption({fdOption, QStringLiteral("live, send: CAN FD frames too.")});
-    parser.addOption({bitRateOption,
-                      QStringLiteral("live: the bit rate of the bus, for its load (default: "
-                                     "250000). That of the interface is not changed."),
-                      QStringLiteral("RATE")});
-    parser.addOption({durationOption,
-                      QStringLiteral("live: end by itself (default: with Ctrl-C, or q)."),
-                      QStringLiteral("SECONDS")});
     parser.addOption(
-        {framesOption, QStringLiteral("live: end after so many frames."), QStringLiteral("COUNT")});
-    parser.addOption({highlightOption,
-                      QStringLiteral("live: highlight signals rated under RATING (default: 50)."),
-                      QStringLiteral("RATING")});
+        {pluginOption,
+         QStringLiteral("live, window, send: the plugin of Qt Serial Bus that knows the bus, "
+                        "as socketcan."),
+         QStringLiteral("PLUGIN")});
+    parser.addOption({interfaceOption,
+                      QStringLiteral("live, window, send: the interface, as can0."),
+                      QStringLiteral("NAME")});
+    parser.addOption({fdOption, QStringLiteral("live, window, send: CAN FD frames too.")});
+    parser.addOption(
+        {bitRateOption,
+         QStringLiteral("live, window: the bit rate of the bus, for its load (default: "
+                        "250000). That of the interface is not changed."),
+         QStringLiteral("RATE")});
+    parser.addOption({durationOption,
+                      QStringLiteral("live, window: end by itself (default: with Ctrl-C, or q)."),
+                      QStringLiteral("SECONDS")});
+    parser.addOption({framesOption, QStringLiteral("live, window: end after so many frames."),
+                      QStringLiteral("COUNT")});
+    parser.addOption(
+        {highlightOption,
+         QStringLiteral("live, window: highlight signals rated under RATING (default: 50)."),
+         QStringLiteral("RATING")});
     parser.addOption({speedOption,
                       QStringLiteral("send: so many times as fast as recorded, or max: as fast as "
                                      "possible (default: 1)."),

@@ -38,6 +38,9 @@ void describe(QCommandLineParser& parser)
     parser.addPositionalArgument(QStringLiteral("live"),
                                  QStringLiteral("Watch a bus, and print its figures at the end."),
                                  QStringLiteral("| live"));
+    parser.addPositionalArgument(QStringLiteral("window"),
+                                 QStringLiteral("The same in a window, with charts."),
+                                 QStringLiteral("| window"));
     parser.addPositionalArgument(QStringLiteral("send FILE"),
                                  QStringLiteral("Play a recording onto a bus."),
                                  QStringLiteral("| send FILE"));
@@ -192,13 +195,15 @@ QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions
     return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
 }
 
+/// Reads `live` or `window`, which take the same options.
 QString readLive(const QCommandLineParser& parser, std::optional<LiveOptions>& live)
 {
+    const QString command = parser.positionalArguments().constFirst();
     if (parser.positionalArguments().size() != 1)
-        return QStringLiteral("live takes options only");
+        return QStringLiteral("%1 takes options only").arg(command);
     LiveOptions& options = live.emplace();
-    QString complaint =
-        refuseOthers(parser, QStringLiteral("live"), monitorOptionNames() + liveOptionNames());
+    options.window = command == QLatin1String("window");
+    QString complaint = refuseOthers(parser, command, monitorOptionNames() + liveOptionNames());
     if (complaint.isEmpty())
         complaint = readLiveOptions(parser, options);
     return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
@@ -240,13 +245,14 @@ QString readCommand(const QCommandLineParser& parser, CommandLine& commandLine)
     const QString command = parser.positionalArguments().value(0);
     if (command == QLatin1String("replay"))
         return readReplay(parser, commandLine.replay);
-    if (command == QLatin1String("live"))
+    if (command == QLatin1String("live") || command == QLatin1String("window"))
         return readLive(parser, commandLine.live);
     if (command == QLatin1String("send"))
         return readSend(parser, commandLine.send);
     if (command == QLatin1String("show"))
         return readShow(parser, commandLine.show);
-    return QStringLiteral("the command is missing: replay FILE, live, send FILE or show FILE");
+    return QStringLiteral("the command is missing: replay FILE, live, window, send FILE or show "
+                          "FILE");
 }
 
 } // namespace

@@ -5,11 +5,12 @@
 #include "LiveSource.h"
 #include "Preparation.h"
 #include "terminal/EndRequest.h"
+#include "window/MonitorWindow.h"
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 
-#include <optional>
+#include <memory>
 
 namespace monitor
 {
@@ -25,15 +26,24 @@ bool isOver(const LiveOptions& options, LiveSource& source)
            static_cast<double>(source.signalMonitor().counts().total) >= options.frames;
 }
 
-/// Takes in what comes, and shows it if there is a terminal for that, until somebody or something
+/// A display of \a source as \a options ask for it; none if it is not to be shown until the end.
+std::unique_ptr<Display> makeDisplay(const LiveOptions& options, double k, LiveSource& source)
+{
+    if (options.window)
+        return std::make_unique<MonitorWindow>(options, k, source);
+    if (options.format == OutputFormat::Table && Terminal::isThere())
+        return std::make_unique<LiveDisplay>(options, k, source);
+    return nullptr;
+}
+
+/// Takes in what comes, and shows it if there is a display for that, until somebody or something
 /// ends it.
 void watch(const LiveOptions& options, double k, LiveSource& source)
 {
     QEventLoop loop;
     const EndRequest endRequest([&loop] { loop.quit(); });
-    std::optional<LiveDisplay> display; // after the other: it is to be ended in any case
-    if (options.format == OutputFormat::Table && Terminal::isThere())
-        display.emplace(options, k, source);
+    // After the other: it is to be ended in any case.
+    const std::unique_ptr<Display> display = makeDisplay(options, k, source);
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [&] {
         source.takeFrames();

@@ -14,6 +14,7 @@ namespace monitor
 struct LiveOptions : MonitorOptions {
     static constexpr double forEver = std::numeric_limits<double>::infinity();
 
+    bool window = false; ///< true: shown in a window instead of the terminal
     BusAddress bus;
     double bitRate = 250000;   ///< of the bus, for its load
     int leastRating = 50;      ///< signals rated under it are highlighted
@@ -22,8 +23,9 @@ struct LiveOptions : MonitorOptions {
 };
 
 /// Watches a bus until the time is over, the frames have come or somebody ends it, and prints the
-/// reports of all signals to \a output. Meanwhile a table stands on the terminal if that is where
-/// the output goes, and a table is asked for. Messages for the user go to \a messages.
+/// reports of all signals to \a output. Meanwhile they stand in a window if one is asked for, which
+/// takes a QApplication, or in a table on the terminal if that is where the output goes, and a
+/// table is asked for. Messages for the user go to \a messages.
 ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& messages);
 
 } // namespace monitor

@@ -6,11 +6,7 @@ namespace monitor
 {
 
 LiveDisplay::LiveDisplay(const LiveOptions& options, double k, LiveSource& liveSource)
-    : source(liveSource),
-      busName(options.bus.name()),
-      bitRate(options.bitRate),
-      factor(k),
-      screen(options.leastRating)
+    : source(liveSource), factor(k), screen(options.leastRating)
 {
 }
 
@@ -52,17 +48,17 @@ void LiveDisplay::draw()
     const int count = static_cast<int>(chosen.size());
     QVector<LiveRow> rows;
     for (int i = fitView(count); i < count && rows.size() < visibleRows(); ++i)
-        rows.append(rowOf(*chosen.at(static_cast<size_t>(i))));
-    show(header(), rows, count);
+        rows.append(source.rowOf(*chosen.at(static_cast<size_t>(i)), factor));
+    show(source.header(), rows, count);
 }
 
 // A picture of all signals is taken once, and stands still while it is scrolled and filtered.
 void LiveDisplay::drawPicture()
 {
     if (!picture) {
-        picture.emplace(Picture{header(), {}});
+        picture.emplace(Picture{source.header(), {}});
         for (MonitoredSignal* shown : source.signalMonitor().table().inOrder())
-            picture->rows.append(rowOf(*shown));
+            picture->rows.append(source.rowOf(*shown, factor));
     }
     QVector<LiveRow> chosen;
     for (const LiveRow& row : qAsConst(picture->rows)) {
@@ -83,17 +79,6 @@ int LiveDisplay::fitView(int rowCount)
 int LiveDisplay::visibleRows() const
 {
     return LiveScreen::rowsOn(terminal.size());
-}
-
-LiveRow LiveDisplay::rowOf(MonitoredSignal& shown) const
-{
-    return {shown.poll(factor), shown.rhythm().isSilent(source.newestTime())};
-}
-
-LiveHeader LiveDisplay::header() const
-{
-    return {busName, source.seconds(), source.signalMonitor().counts(), source.loadPercent(),
-            bitRate};
 }
 
 void LiveDisplay::show(const LiveHeader& header, const QVector<LiveRow>& rows, int rowCount)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Display.h"
 #include "LiveCommand.h"
 #include "LiveSource.h"
 #include "showing/LiveScreen.h"
@@ -12,7 +13,7 @@ namespace monitor
 {
 
 /// The live table on the terminal, which is as it was before when this object goes.
-class LiveDisplay
+class LiveDisplay : public Display
 {
 public:
     /// Shows what \a liveSource brings, which must outlive this object.
@@ -20,7 +21,7 @@ public:
 
     /// Does what the keys ask for and draws the table as it is now. Returns false if somebody wants
     /// to end it.
-    bool refresh();
+    bool refresh() override;
 
 private:
     /// What stands still while the display is paused.
@@ -34,13 +35,9 @@ private:
     void drawPicture();
     int fitView(int rowCount);
     int visibleRows() const;
-    LiveHeader header() const;
-    LiveRow rowOf(MonitoredSignal& shown) const;
     void show(const LiveHeader& header, const QVector<LiveRow>& rows, int rowCount);
 
     LiveSource& source;
-    QString busName;
-    double bitRate;
     double factor; // half the width of the band, in deviations
     Terminal terminal;
     KeyReader keys;

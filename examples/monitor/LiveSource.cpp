@@ -5,9 +5,13 @@
 namespace monitor
 {
 
-LiveSource::LiveSource(const BusAddress& address, double bitRate,
+LiveSource::LiveSource(const BusAddress& address, double busBitRate,
                        const QVector<MessageDescription>& descriptions)
-    : fed(descriptions), load(bitRate), receiver(address)
+    : busName(address.name()),
+      bitRate(busBitRate),
+      fed(descriptions),
+      load(busBitRate),
+      receiver(address)
 {
 }
 
@@ -30,6 +34,16 @@ QString LiveSource::stop()
     receiver.stop();
     takeFrames();
     return receiver.complaint();
+}
+
+LiveHeader LiveSource::header() const
+{
+    return {busName, seconds(), fed.counts(), load.percent(), bitRate};
+}
+
+LiveRow LiveSource::rowOf(MonitoredSignal& shown, double k) const
+{
+    return {shown.poll(k), shown.rhythm().isSilent(taken)};
 }
 
 } // namespace monitor

@@ -2,6 +2,8 @@
 
 #include "buses/BusLoad.h"
 #include "buses/BusReceiver.h"
+#include "showing/LiveHeader.h"
+#include "showing/LiveRow.h"
 #include "signals/SignalMonitor.h"
 
 namespace monitor
@@ -12,7 +14,7 @@ namespace monitor
 class LiveSource
 {
 public:
-    LiveSource(const BusAddress& address, double bitRate,
+    LiveSource(const BusAddress& address, double busBitRate,
                const QVector<MessageDescription>& descriptions);
 
     /// Connects and begins to receive. Returns what made that impossible, naming the bus; empty if
@@ -38,11 +40,17 @@ public:
     /// On the clock of the frames, when what has been fed was taken.
     qint64 newestTime() const { return taken; }
 
-    double loadPercent() const { return load.percent(); }
+    /// What there is to say of the bus as it is now.
+    LiveHeader header() const;
+
+    /// The figures of one of the signals as they are now, with a band of \a k deviations.
+    LiveRow rowOf(MonitoredSignal& shown, double k) const;
 
     SignalMonitor& signalMonitor() { return fed; }
 
 private:
+    QString busName;
+    double bitRate;
     SignalMonitor fed;
     BusLoad load;
     BusReceiver receiver;

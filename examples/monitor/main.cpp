@@ -3,8 +3,8 @@
 #include <QtCore/QLoggingCategory>
 #include <QtWidgets/QApplication>
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 using monitor::ExitCode;
@@ -12,10 +12,15 @@ using monitor::ExitCode;
 namespace
 {
 
-ExitCode run(QTextStream& output, QTextStream& messages)
+monitor::CommandLine readArguments(int argc, char* argv[])
 {
-    const monitor::CommandLine commandLine =
-        monitor::readCommandLine(QCoreApplication::arguments());
+    const QCoreApplication application(argc, argv); // its kind depends on what is asked for
+    QCoreApplication::setApplicationName(QStringLiteral("monitor"));
+    return monitor::readCommandLine(QCoreApplication::arguments());
+}
+
+ExitCode run(const monitor::CommandLine& commandLine, QTextStream& output, QTextStream& messages)
+{
     if (commandLine.replay)
         return monitor::replay(*commandLine.replay, output, messages);
     if (commandLine.live)
@@ -32,20 +37,37 @@ ExitCode run(QTextStream& output, QTextStream& messages)
     return ExitCode::WrongUse;
 }
 
-/// Plots are painted by widgets, which need an application of their own kind. No display is needed
-/// to write files, so none is looked for unless the environment names a platform.
-std::unique_ptr<QCoreApplication> makeApplication(int& argc, char* argv[])
+/// Instead of the abort that follows if there is no display. Warnings of an environment without a
+/// session make no difference here.
+void endWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
+                       const QString& /*text*/)
 {
-    const bool plots = std::any_of(argv, argv + argc, [](const char* argument) {
-        return QByteArray(argument).startsWith("--plot");
-    });
-    if (!plots)
+    if (type != QtFatalMsg)
+        return;
+    std::fputs("monitor: there is no display that can be used: DISPLAY or QT_QPA_PLATFORM must "
+               "name one\n",
+               stderr);
+    std::_Exit(static_cast<int>(ExitCode::WrongUse));
+}
+
+bool plots(const monitor::CommandLine& commandLine)
+{
+    return (commandLine.replay && !commandLine.replay->plotDirectory.isEmpty()) ||
+           (commandLine.live && !commandLine.live->plotDirectory.isEmpty()) ||
+           (commandLine.show && !commandLine.show->plotDirectory.isEmpty());
+}
+
+/// A window and plots are painted by widgets, which need an application of their own kind. No
+/// display is needed to write files, so none is looked for unless the environment names a platform.
+std::unique_ptr<QCoreApplication> makeApplication(const monitor::CommandLine& commandLine,
+                                                  int& argc, char* argv[])
+{
+    const bool hasWindow = commandLine.live && commandLine.live->window;
+    if (!hasWindow && !plots(commandLine))
         return std::make_unique<QCoreApplication>(argc, argv);
-    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        return std::make_unique<QApplication>(argc, argv);
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    // It warns of an environment without a session, which makes no difference here.
-    const QtMessageHandler usual = qInstallMessageHandler([](auto, const auto&, const auto&) {});
+    if (!hasWindow && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QtMessageHandler usual = qInstallMessageHandler(endWithoutDisplay);
     auto application = std::make_unique<QApplication>(argc, argv);
     qInstallMessageHandler(usual);
     return application;
@@ -55,15 +77,15 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char* argv[])
 
 int main(int argc, char* argv[])
 {
-    const auto application = makeApplication(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("monitor"));
+    const monitor::CommandLine commandLine = readArguments(argc, argv);
+    const auto application = makeApplication(commandLine, argc, argv);
     // What plugins log would be written across the table; their errors are told without it.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);
     QTextStream messages(stderr, QIODevice::WriteOnly);
     output.setCodec("UTF-8");
     messages.setCodec("UTF-8");
-    const ExitCode code = run(output, messages);
+    const ExitCode code = run(commandLine, output, messages);
     output.flush();
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)
         return static_cast<int>(code);

@@ -1,3 +1,4 @@
+#include "LiveRun.h"
 #include "SimulatedBus.h"
 
 #include <QtCore/QFile>
@@ -5,47 +6,6 @@
 
 namespace
 {
-
-/// `monitor live` beside the test.
-class LiveRun
-{
-public:
-    explicit LiveRun(const SimulatedBus& bus, const QStringList& options = {})
-    {
-        process.setReadChannel(QProcess::StandardError);
-        process.start(MONITOR_PROGRAM,
-                      QStringList("live") + bus.options() + sampleOptions() + options);
-        while (!messages.contains("connected\n") && process.waitForReadyRead(10000))
-            messages += process.readAllStandardError();
-        EXPECT_TRUE(messages.endsWith(bus.name() + ": connected\n")) << messages.toStdString();
-    }
-
-    void kill()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-
-    MonitorRun end()
-    {
-        process.terminate();
-        return waitForEnd();
-    }
-
-    MonitorRun waitForEnd()
-    {
-        MonitorRun run;
-        if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
-            run.exitCode = process.exitCode();
-        run.output = QString::fromUtf8(process.readAllStandardOutput());
-        run.messages = QString::fromUtf8(process.readAllStandardError());
-        return run;
-    }
-
-private:
-    QProcess process;
-    QString messages;
-};
 
 MonitorRun liveOn(const QString& plugin, const QString& device)
 {

@@ -1,8 +1,8 @@
+#include "ExpectedFigures.h"
 #include "MonitorRun.h"
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -14,25 +14,13 @@
 namespace
 {
 
-QString sample(const QString& name)
-{
-    return QStringLiteral(SAMPLE_DIRECTORY "/") + name;
-}
-
-QByteArray contentOf(const QString& fileName)
-{
-    QFile file(fileName);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << fileName.toStdString();
-    return file.readAll();
-}
-
 /// Runs a script of the sample that writes \a files, and compares them with those kept.
 void expectReproduced(const QString& script, const QStringList& files)
 {
     const QTemporaryDir directory;
-    ASSERT_EQ(QProcess::execute(PYTHON_PROGRAM, {sample(script), directory.path()}), 0);
+    ASSERT_EQ(QProcess::execute(PYTHON_PROGRAM, {sampleFile(script), directory.path()}), 0);
     for (const QString& file : files)
-        EXPECT_TRUE(contentOf(directory.filePath(file)) == contentOf(sample(file)))
+        EXPECT_TRUE(contentOf(directory.filePath(file)) == contentOf(sampleFile(file)))
             << file.toStdString() << " differs from what " << script.toStdString() << " writes";
 }
 
@@ -50,34 +38,16 @@ QList<QStringList> shownRows(const QString& output)
     return rows;
 }
 
-QList<QStringList> expectedRows(const QString& file)
-{
-    QList<QStringList> rows;
-    for (const QByteArray& line : contentOf(sample(file)).trimmed().split('\n'))
-        rows += QString::fromLatin1(line).split(';');
-    return rows;
-}
-
-/// Texts are equal; numbers agree in nine significant digits, rounded.
-void expectSame(const QString& shown, const QString& expected, const QString& where)
-{
-    bool isNumber = false;
-    const double number = expected.toDouble(&isNumber);
-    if (isNumber)
-        EXPECT_NEAR(shown.toDouble(), number, 6e-9 * std::fabs(number)) << where.toStdString();
-    else
-        EXPECT_EQ(shown, expected) << where.toStdString();
-}
-
 MonitorRun replaySample()
 {
-    return runMonitor({"replay", sample("engine.log"), "--dbc", sample("engine.dbc")});
+    return runMonitor({"replay", sampleFile("engine.log"), "--dbc", sampleFile("engine.dbc")});
 }
 
 MonitorRun replayBoth(const QStringList& options = {})
 {
-    return runMonitor(QStringList{"replay", sample("drive.log"), "--dbc", sample("engine.dbc"),
-                                  "--eds", sample("drive.eds"), "--node", "5"} +
+    return runMonitor(QStringList{"replay", sampleFile("drive.log"), "--dbc",
+                                  sampleFile("engine.dbc"), "--eds", sampleFile("drive.eds"),
+                                  "--node", "5"} +
                       options);
 }
 

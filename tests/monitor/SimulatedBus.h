@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ExpectedFigures.h"
 #include "MonitorRun.h"
 
 #include <gtest/gtest.h>
@@ -31,11 +32,6 @@ public:
 private:
     QString device;
 };
-
-inline QString sampleFile(const QString& name)
-{
-    return QStringLiteral(SAMPLE_DIRECTORY "/") + name;
-}
 
 /// What describes the signals of the sample.
 inline QStringList sampleOptions()

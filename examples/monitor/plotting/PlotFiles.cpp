@@ -6,7 +6,6 @@
 #include <QtCore/QDir>
 #include <QtCore/QSaveFile>
 #include <QtCore/QSet>
-#include <QtGui/QImage>
 #include <QtGui/QPainter>
 #include <QtWidgets/QGraphicsScene>
 
@@ -33,14 +32,6 @@ void paint(std::unique_ptr<QChart> chart, const QRect& place, QPainter& painter)
     scene.setSceneRect(shown->rect());
     painter.setRenderHint(QPainter::Antialiasing);
     scene.render(&painter, place, scene.sceneRect());
-}
-
-QString writeImage(const QImage& image, const QString& fileName)
-{
-    QSaveFile file(fileName);
-    if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
-        return QString();
-    return QStringLiteral("%1: cannot be written: %2").arg(fileName, file.errorString());
 }
 
 /// A signal as it is plotted.
@@ -122,6 +113,14 @@ QString plotNameOf(const SignalReport& report)
         c = isKept ? c : QChar('_');
     }
     return report.source ? QStringLiteral("%1-%2").arg(name).arg(*report.source) : name;
+}
+
+QString writeImage(const QImage& image, const QString& fileName)
+{
+    QSaveFile file(fileName);
+    if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
+        return QString();
+    return QStringLiteral("%1: cannot be written: %2").arg(fileName, file.errorString());
 }
 
 QString writePlots(const QString& directory, const SignalTable& table, double k,

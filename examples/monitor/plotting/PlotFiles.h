@@ -3,12 +3,17 @@
 #include "../signals/SignalTable.h"
 
 #include <QtCore/QTextStream>
+#include <QtGui/QImage>
 
 namespace monitor
 {
 
 /// The name of the file for the plot of a signal: what is no letter, digit, "-" or "_" becomes "_".
 QString plotNameOf(const SignalReport& report);
+
+/// Writes \a image as a PNG. Returns what made that impossible, naming the file; empty if nothing
+/// did.
+QString writeImage(const QImage& image, const QString& fileName);
 
 /// Writes a PNG for every signal of \a table that has values to plot, and overview.png with all of
 /// them below each other on one time axis, into \a directory, which is made if there is none.

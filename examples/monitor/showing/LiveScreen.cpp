@@ -18,6 +18,19 @@ const QString bold = QStringLiteral("\x1b[1m");
 const QString lowRating = QStringLiteral("\x1b[1;31m");
 const QString silence = QStringLiteral("\x1b[33m");
 
+QString styleOf(Highlight highlight)
+{
+    switch (highlight) {
+    case Highlight::LowRating:
+        return lowRating;
+    case Highlight::Silence:
+        return silence;
+    case Highlight::None:
+        break;
+    }
+    return QString();
+}
+
 QString formatFilter(const LiveView& view)
 {
     QString line = view.isPaused() ? QStringLiteral("paused  ") : QString();
@@ -70,7 +83,7 @@ void LiveScreen::setStyles(const QVector<LiveRow>& rows, QStringList& lines) con
 {
     lines[titleLine] = bold + lines.at(titleLine) + plain;
     for (int i = 0; i < rows.size(); ++i) {
-        const QString style = styleOf(rows.at(i));
+        const QString style = styleOf(highlightOf(rows.at(i), leastRating));
         QString& line = lines[titleLine + 1 + i];
         if (!style.isEmpty())
             line = style + line + plain;
@@ -84,26 +97,11 @@ int LiveScreen::fixedWidth() const
     return widths.at(0) + widths.at(1) + widths.at(2) + 3 * gap;
 }
 
-bool LiveScreen::isLow(const LiveRow& row) const
-{
-    return row.report.count > 0 && !row.report.carried && row.report.rating < leastRating;
-}
-
-QString LiveScreen::markOf(const LiveRow& row) const
-{
-    return row.silent ? QStringLiteral("~") : isLow(row) ? QStringLiteral("!") : QString(' ');
-}
-
-QString LiveScreen::styleOf(const LiveRow& row) const
-{
-    return row.silent ? silence : isLow(row) ? lowRating : QString();
-}
-
 QStringList LiveScreen::tableLines(const QVector<LiveRow>& rows)
 {
     QVector<QStringList> cells;
     for (const LiveRow& row : rows)
-        cells += QStringList(markOf(row)) + reportRow(row.report);
+        cells += QStringList(markOf(highlightOf(row, leastRating))) + reportRow(row.report);
     return formatLines(QVector<Column>{{QString(' '), Alignment::Left}} + reportColumns(), cells,
                        widths);
 }

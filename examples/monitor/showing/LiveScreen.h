@@ -28,9 +28,6 @@ public:
                  const LiveView& view, const QSize& size);
 
 private:
-    bool isLow(const LiveRow& row) const;
-    QString markOf(const LiveRow& row) const;
-    QString styleOf(const LiveRow& row) const;
     QStringList tableLines(const QVector<LiveRow>& rows);
     void setStyles(const QVector<LiveRow>& rows, QStringList& lines) const;
     int fixedWidth() const;

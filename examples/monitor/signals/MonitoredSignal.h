@@ -50,6 +50,11 @@ public:
     /// The values that are kept; none of a carried signal. Nobody may feed meanwhile.
     virtual SignalSeries series() = 0;
 
+    /// Brings \a series up to date, which is empty or what an earlier call has left, with no
+    /// clear() since. What it costs hangs on what has come since then, unless only some records are
+    /// kept. Nobody may feed meanwhile.
+    virtual void extend(SignalSeries& series) = 0;
+
     /// All that is kept of what was received. Nobody may feed meanwhile.
     virtual SignalRecords records() = 0;
 

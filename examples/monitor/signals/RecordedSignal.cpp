@@ -205,6 +205,19 @@ SignalSeries RecordedSignal<T>::series()
     return series;
 }
 
+// One by one, since a snapshot would make the next value copy all that are stored.
+template <typename T>
+void RecordedSignal<T>::extend(SignalSeries& series)
+{
+    if (running)
+        series = this->series();
+    T value;
+    while (!description.carried && recorded.getValue(series.values.size(), value)) {
+        series.microseconds.append(times.at(series.values.size()));
+        series.values.append(value.scaledValue.toDouble());
+    }
+}
+
 template <typename T>
 SignalRecords RecordedSignal<T>::records()
 {

@@ -26,6 +26,7 @@ public:
     SignalReport poll(double k) override;
     const Rhythm& rhythm() const override { return valueRhythm; }
     SignalSeries series() override;
+    void extend(SignalSeries& series) override;
     SignalRecords records() override;
     void restore(const SignalRecords& saved) override;
 

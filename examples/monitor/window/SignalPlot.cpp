@@ -1,0 +1,129 @@
+#include "SignalPlot.h"
+
+#include "VisibleTrace.h"
+
+#include <QtGui/QMouseEvent>
+#include <QtWidgets/QGraphicsLayout>
+
+#include <algorithm>
+#include <cmath>
+
+using QtCharts::QChart;
+
+namespace monitor
+{
+
+namespace
+{
+
+std::unique_ptr<QChart> emptyChart(const QString& title)
+{
+    auto chart = std::make_unique<QChart>();
+    chart->setTitle(title.toHtmlEscaped());
+    return chart;
+}
+
+} // namespace
+
+SignalPlot::SignalPlot()
+{
+    setRenderHint(QPainter::Antialiasing);
+    setMinimumHeight(120);
+    setCursor(Qt::OpenHandCursor);
+    setToolTip(QStringLiteral("Wheel: zoom. Drag: move. Double click: follow the end."));
+}
+
+void SignalPlot::plot(MonitoredSignal& signal, const SignalReport& figures, double seconds)
+{
+    if (plotted != &signal)
+        series = SignalSeries();
+    plotted = &signal;
+    report = figures;
+    end = seconds;
+    signal.extend(series);
+    draw();
+}
+
+void SignalPlot::clear()
+{
+    series = SignalSeries();
+}
+
+void SignalPlot::follow()
+{
+    span.follow();
+    draw();
+}
+
+void SignalPlot::wheelEvent(QWheelEvent* event)
+{
+    constexpr double factorPerStep = 0.8;
+    constexpr double step = 120; // of a usual wheel
+    span.zoom(std::pow(factorPerStep, event->angleDelta().y() / step),
+              timeAt(event->position().x()), end);
+    draw();
+    event->accept();
+}
+
+void SignalPlot::mousePressEvent(QMouseEvent* event)
+{
+    grabbed = event->localPos().x();
+    setCursor(Qt::ClosedHandCursor);
+}
+
+void SignalPlot::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!event->buttons().testFlag(Qt::LeftButton))
+        return;
+    const double x = event->localPos().x();
+    span.move((grabbed - x) * secondsPerPixel(), end);
+    grabbed = x;
+    draw();
+}
+
+void SignalPlot::mouseReleaseEvent(QMouseEvent* /*event*/)
+{
+    setCursor(Qt::OpenHandCursor);
+}
+
+void SignalPlot::mouseDoubleClickEvent(QMouseEvent* /*event*/)
+{
+    follow();
+}
+
+void SignalPlot::resizeEvent(QResizeEvent* event)
+{
+    QChartView::resizeEvent(event);
+    draw();
+}
+
+void SignalPlot::draw()
+{
+    const AxisRange range = span.range(end);
+    const Trace trace = visibleTrace(series, range);
+    std::unique_ptr<QChart> drawn;
+    if (plotted == nullptr)
+        drawn = emptyChart(QString());
+    else if (trace.points.isEmpty())
+        drawn = emptyChart(plotTitleOf(report) + QStringLiteral(": no values"));
+    else
+        drawn = chartOf(report, trace, range, size());
+    const std::unique_ptr<QChart> before(chart());
+    setChart(drawn.release());
+    chart()->setBackgroundRoundness(0);
+    chart()->layout()->setContentsMargins(0, 0, 0, 0);
+    chart()->layout()->activate(); // the plot area is known from now on
+}
+
+double SignalPlot::timeAt(double x) const
+{
+    return span.range(end).from + (x - chart()->plotArea().left()) * secondsPerPixel();
+}
+
+double SignalPlot::secondsPerPixel() const
+{
+    const AxisRange range = span.range(end);
+    return (range.to - range.from) / std::max(1.0, chart()->plotArea().width());
+}
+
+} // namespace monitor
