@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes the kept corpus of both targets: corpus/<target>/<what it is>."""
+"""Writes the kept corpus of the two targets of records: corpus/<target>/<what it is>. Those of the
+other targets are small files by hand and what fuzzing has found."""
 
 import pathlib
 import struct
