@@ -169,7 +169,7 @@ TYPED_TEST(SignalStatistics, TheMedianReadsTextsInEveryElementType)
     for (const QString& text : {QStringLiteral("6"), QStringLiteral("x"), QStringLiteral("8")})
         this->signal.setNewValue(scaledRecord<TypeParam>(text));
     this->signal.setUpdatingEnabled(false);
-    for (const quint32 code : {2, 3, 4, 5, 6, 7, 8, 17, 21, 27}) {
+    for (const quint32 code : {2U, 3U, 4U, 5U, 6U, 7U, 8U, 17U, 21U, 27U}) {
         this->signal.setDatatype(dataType(code));
         EXPECT_EQ(this->signal.calcMedian(), 6.0) << code;
     }

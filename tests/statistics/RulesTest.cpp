@@ -301,4 +301,9 @@ TYPED_TEST(LargeIntegerRules, TheSumsReachIntoEveryWord)
     const TypeParam above = middle + far, below = middle - far;
     const QList<TypeParam> symmetric = {middle, above, below, above, below, above, below};
     EXPECT_DOUBLE_EQ(Calculator::getDeviation(symmetric), 0x1p63 * std::sqrt(6.0 / 7));
+    // Seventeen times the sum of the squares is 17 * 2^128: its middle word is empty.
+    QList<TypeParam> even = {middle};
+    for (int i = 0; i < 8; ++i)
+        even << middle + (TypeParam(1) << 62) << middle - (TypeParam(1) << 62);
+    EXPECT_DOUBLE_EQ(Calculator::getDeviation(even), 0x1p62 * std::sqrt(16.0 / 17));
 }
