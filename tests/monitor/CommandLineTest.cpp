@@ -124,6 +124,20 @@ TEST(CommandLine, LiveRunsForEverIfNothingElseIsSaid)
     EXPECT_EQ(line.live->bitRate, 250000);
 }
 
+TEST(CommandLine, WindowTakesTheOptionsOfLive)
+{
+    const QStringList options{"--plugin", "socketcan", "--interface", "can0",
+                              "--dbc",    "bus.dbc",   "--duration",  "1.5"};
+    const CommandLine line = read(QStringList("window") + options);
+    ASSERT_TRUE(line.live.has_value()) << line.error.toStdString();
+    EXPECT_TRUE(line.live->window);
+    EXPECT_EQ(line.live->duration, 1.5);
+    EXPECT_FALSE(read(QStringList("live") + options).live->window);
+    EXPECT_EQ(read({"window", "bus.log"}).error, QString("window takes options only"));
+    EXPECT_EQ(read(QStringList{"window", "--speed", "2"} + options).error,
+              QString("window takes no --speed"));
+}
+
 TEST(CommandLine, SendTakesARecordingABusAndASpeed)
 {
     const QStringList send{"send", "bus.log", "--plugin", "socketcan", "--interface", "can0"};

@@ -19,7 +19,8 @@ public:
         EXPECT_TRUE(number.endsWith('\n')) << server.readAllStandardError().toStdString();
         qputenv("DISPLAY", ':' + number.trimmed());
         qputenv("QT_QPA_PLATFORM", "xcb");
-        qputenv("QT_XCB_GL_INTEGRATION", "none"); // nothing here takes OpenGL
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:"); // there is no session
+        qputenv("QT_XCB_GL_INTEGRATION", "none");         // nothing here takes OpenGL
     }
 
     ~VirtualDisplay()

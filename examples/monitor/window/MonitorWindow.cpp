@@ -74,7 +74,7 @@ void MonitorWindow::layOut()
     auto* const parts = new QSplitter(Qt::Vertical);
     parts->addWidget(table);
     parts->addWidget(plot);
-    parts->setSizes({usualSize.height() / 2, usualSize.height() / 2});
+    parts->setSizes({usualSize.height() * 2 / 5, usualSize.height() * 3 / 5});
     setCentralWidget(parts);
     header->setTextInteractionFlags(Qt::TextSelectableByMouse);
     statusBar()->addPermanentWidget(header, 1);

@@ -29,6 +29,7 @@ SignalPlot::SignalPlot()
 {
     setRenderHint(QPainter::Antialiasing);
     setMinimumHeight(120);
+    setBackgroundBrush(Qt::white); // as that of the chart, whose corners are round
     setCursor(Qt::OpenHandCursor);
     setToolTip(QStringLiteral("Wheel: zoom. Drag: move. Double click: follow the end."));
 }
@@ -110,7 +111,6 @@ void SignalPlot::draw()
         drawn = chartOf(report, trace, range, size());
     const std::unique_ptr<QChart> before(chart());
     setChart(drawn.release());
-    chart()->setBackgroundRoundness(0);
     chart()->layout()->setContentsMargins(0, 0, 0, 0);
     chart()->layout()->activate(); // the plot area is known from now on
 }
