@@ -4,6 +4,8 @@
 #include "descriptions/DbcReader.h"
 #include "descriptions/EdsReader.h"
 #include "descriptions/SignalNames.h"
+#include "plotting/PlotFiles.h"
+#include "saving/SeriesFile.h"
 
 namespace monitor
 {
@@ -56,7 +58,19 @@ QString prepare(const MonitorOptions& options, QTextStream& messages, Preparatio
         error = chooseSignals(options.patterns, prepared.descriptions);
     setKeptRecords(options.keptRecords, prepared.descriptions);
     prepared.k = options.k.value_or(prepared.k);
-    return error.isEmpty() ? setLimits(options.limits, prepared.descriptions) : error;
+    if (error.isEmpty())
+        error = setLimits(options.limits, prepared.descriptions);
+    return error.isEmpty() ? checkTargets(options) : error;
+}
+
+QString checkTargets(const MonitorOptions& options)
+{
+    QString error;
+    if (!options.saveFile.isEmpty())
+        error = checkSeriesFile(options.saveFile);
+    if (error.isEmpty() && !options.plotDirectory.isEmpty())
+        error = makePlotDirectory(options.plotDirectory);
+    return error;
 }
 
 QString descriptionFilesOf(const MonitorOptions& options)
