@@ -38,9 +38,10 @@ QString applyConfig(const QString& fileName, Preparation& prepared)
     if (!error.isEmpty())
         return error;
     prepared.k = config.k.value_or(prepared.k);
-    for (const QString& complaint : {setScalings(config.scalings, prepared.descriptions),
+    for (const QString& complaint : {checkPatterns(config.patterns, prepared.descriptions),
+                                     setScalings(config.scalings, prepared.descriptions),
                                      setLimits(config.limits, prepared.descriptions),
-                                     setNotReserved(config.notReserved, prepared.descriptions)}) {
+                                     setReservations(config.reservations, prepared.descriptions)}) {
         if (!complaint.isEmpty())
             return fileName + QStringLiteral(": ") + complaint;
     }
