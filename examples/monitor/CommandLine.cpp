@@ -28,8 +28,9 @@ void describe(QCommandLineParser& parser)
 {
     parser.setApplicationDescription(
         QStringLiteral("Shows the signals of CAN traffic with their statistics.\n\n"
-                       "Exit status: 0 done, 1 nothing could be decoded, 2 wrong use or a file "
-                       "that cannot be read."));
+                       "Exit status: 0 done, 1 nothing could be decoded or sent, 2 wrong use, a "
+                       "file that cannot be read, a bus that cannot be connected or is lost, or "
+                       "output that cannot be written."));
     // Not addHelpOption(), which would offer help on options of Qt that there are none of.
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
     parser.addPositionalArgument(QStringLiteral("replay FILE"),
@@ -97,19 +98,26 @@ bool readFormat(const QString& name, OutputFormat& format)
     return true;
 }
 
-/// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one.
-bool readLimits(const QString& text, SignalLimits& given)
+/// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one. Returns
+/// the complaint about it.
+QString readLimits(const QString& text, SignalLimits& given)
 {
+    const QString complaint =
+        QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
     const int equals = text.lastIndexOf('=');
     const QStringList numbers = text.mid(equals + 1).split(':');
     if (equals < 1 || numbers.size() != 2)
-        return false;
+        return complaint;
     bool isLower = false;
     bool isUpper = false;
     given.pattern = text.left(equals);
     given.limits = {numbers.at(0).toDouble(&isLower), numbers.at(1).toDouble(&isUpper)};
-    return isLower && isUpper && std::isfinite(given.limits.lowest) &&
-           std::isfinite(given.limits.highest) && given.limits.lowest <= given.limits.highest;
+    if (!isLower || !isUpper || !std::isfinite(given.limits.lowest) ||
+        !std::isfinite(given.limits.highest))
+        return complaint;
+    if (given.limits.lowest > given.limits.highest)
+        return QStringLiteral("--limits \"%1\": the lower limit is above the upper one").arg(text);
+    return QString();
 }
 
 /// The complaint about the options that change what is shown of signals.
@@ -124,8 +132,9 @@ QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& opti
     options.patterns = parser.values(signalOption);
     for (const QString& text : parser.values(limitsOption)) {
         SignalLimits given;
-        if (!readLimits(text, given))
-            return QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
+        const QString complaint = readLimits(text, given);
+        if (!complaint.isEmpty())
+            return complaint;
         options.limits.append(given);
     }
     return QString();
@@ -146,8 +155,6 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
 {
     const QStringList files = parser.values(edsOption);
     const QStringList nodes = parser.values(nodeOption);
-    if (parser.values(dbcOption).size() > 1)
-        return QStringLiteral("only one --dbc FILE.dbc can be given");
     if (parser.values(dbcOption).isEmpty() && files.isEmpty())
         return QStringLiteral("--dbc FILE.dbc is needed, or --eds FILE.eds --node N");
     if (files.size() != nodes.size())
@@ -157,29 +164,43 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
         NodeDescription description{files.at(i), 0};
         if (!readNode(nodes.at(i), description.node))
             return QStringLiteral("--node needs a number from 1 to 127");
+        for (const NodeDescription& other : options.nodes) {
+            if (other.node == description.node)
+                return QStringLiteral("--node %1 is given twice").arg(other.node);
+        }
         options.nodes.append(description);
     }
     return QString();
 }
 
-/// The complaint about the options on what to look for and how to print it.
-QString readMonitorOptions(const QCommandLineParser& parser, MonitorOptions& options)
+/// The complaint about the options on what is printed and written.
+QString readOutputOptions(const QCommandLineParser& parser, MonitorOptions& options)
 {
     if (!readFormat(parser.value(formatOption), options.format))
         return QStringLiteral("--format needs table, json or csv");
-    QString complaint = readFileOptions(parser, options);
+    return readFileOptions(parser, options);
+}
+
+/// The complaint about the options on what to look for and how to print it.
+QString readMonitorOptions(const QCommandLineParser& parser, MonitorOptions& options)
+{
+    QString complaint = readOutputOptions(parser, options);
     if (complaint.isEmpty())
         complaint = readDescriptionOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 
-/// The complaint about options that do not belong to \a command.
-QString refuseOthers(const QCommandLineParser& parser, const QString& command,
+/// The complaint about options that \a command does not take, or that come twice but count once.
+QString checkOptions(const QCommandLineParser& parser, const QString& command,
                      const QStringList& options)
 {
-    for (const QString& option : parser.optionNames()) {
+    const QStringList repeatable{edsOption, nodeOption, signalOption, limitsOption};
+    const QStringList given = parser.optionNames(); // each as often as it was given
+    for (const QString& option : given) {
         if (!options.contains(option))
             return QStringLiteral("%1 takes no --%2").arg(command, option);
+        if (given.count(option) > 1 && !repeatable.contains(option))
+            return QStringLiteral("--%1 can be given only once").arg(option);
     }
     return QString();
 }
@@ -191,7 +212,7 @@ QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions
         return QStringLiteral("replay needs exactly one recording");
     ReplayOptions& options = replay.emplace();
     options.recording = arguments.at(1);
-    const QString complaint = refuseOthers(parser, QStringLiteral("replay"), monitorOptionNames());
+    const QString complaint = checkOptions(parser, QStringLiteral("replay"), monitorOptionNames());
     return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
 }
 
@@ -203,7 +224,7 @@ QString readLive(const QCommandLineParser& parser, std::optional<LiveOptions>& l
         return QStringLiteral("%1 takes options only").arg(command);
     LiveOptions& options = live.emplace();
     options.window = command == QLatin1String("window");
-    QString complaint = refuseOthers(parser, command, monitorOptionNames() + liveOptionNames());
+    QString complaint = checkOptions(parser, command, monitorOptionNames() + liveOptionNames());
     if (complaint.isEmpty())
         complaint = readLiveOptions(parser, options);
     return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
@@ -216,7 +237,7 @@ QString readSend(const QCommandLineParser& parser, std::optional<SendOptions>& s
         return QStringLiteral("send needs exactly one recording");
     SendOptions& options = send.emplace();
     options.recording = arguments.at(1);
-    const QString complaint = refuseOthers(parser, QStringLiteral("send"), sendOptionNames());
+    const QString complaint = checkOptions(parser, QStringLiteral("send"), sendOptionNames());
     return complaint.isEmpty() ? readSendOptions(parser, options) : complaint;
 }
 
@@ -229,12 +250,9 @@ QString readShow(const QCommandLineParser& parser, std::optional<ShowOptions>& s
     ShowOptions& options = show.emplace();
     options.file = arguments.at(1);
     QString complaint =
-        refuseOthers(parser, QStringLiteral("show"), showOptionNames() << formatOption << kOption);
-    if (!complaint.isEmpty())
-        return complaint;
-    if (!readFormat(parser.value(formatOption), options.format))
-        return QStringLiteral("--format needs table, json or csv");
-    complaint = readFileOptions(parser, options);
+        checkOptions(parser, QStringLiteral("show"), showOptionNames() << formatOption << kOption);
+    if (complaint.isEmpty())
+        complaint = readOutputOptions(parser, options);
     return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
 }
 
@@ -251,8 +269,10 @@ QString readCommand(const QCommandLineParser& parser, CommandLine& commandLine)
         return readSend(parser, commandLine.send);
     if (command == QLatin1String("show"))
         return readShow(parser, commandLine.show);
-    return QStringLiteral("the command is missing: replay FILE, live, window, send FILE or show "
-                          "FILE");
+    const QString problem = command.isEmpty()
+                                ? QStringLiteral("the command is missing")
+                                : QStringLiteral("there is no command \"%1\"").arg(command);
+    return problem + QStringLiteral(": replay FILE, live, window, send FILE or show FILE");
 }
 
 } // namespace

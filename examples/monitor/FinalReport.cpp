@@ -12,30 +12,32 @@ namespace monitor
 namespace
 {
 
-/// Returns what made it impossible, if anything.
-QString writeFiles(const MonitorOptions& options, double k, const FrameCounts& counts,
-                   const SignalTable& table, QTextStream& messages)
+/// Writes each of the files whatever becomes of the others. Returns what went wrong, if anything.
+QStringList writeFiles(const MonitorOptions& options, double k, const FrameCounts& counts,
+                       const SignalTable& table, QTextStream& messages)
 {
-    QString error;
+    QStringList errors;
     if (!options.saveFile.isEmpty())
-        error = writeSeriesFile(options.saveFile, runOf(table, k, counts));
-    if (error.isEmpty() && !options.plotDirectory.isEmpty())
-        error = writePlots(options.plotDirectory, table, k, messages);
-    return error;
+        errors += writeSeriesFile(options.saveFile, runOf(table, k, counts));
+    if (!options.plotDirectory.isEmpty())
+        errors += writePlots(options.plotDirectory, table, k, messages);
+    errors.removeAll(QString());
+    return errors;
 }
 
 } // namespace
 
+// The files come first: if nobody reads the output any more, writing it may end the program.
 bool printFigures(const MonitorOptions& options, double k, const FrameCounts& counts,
                   SignalTable& table, QTextStream& output, QTextStream& messages)
 {
+    const QStringList errors = writeFiles(options, k, counts, table, messages);
     output << formatReport(options.format, k, counts, table.report(k));
     if (options.format != OutputFormat::Table)
         messages << formatTransport(counts.transport);
-    const QString error = writeFiles(options, k, counts, table, messages);
-    if (!error.isEmpty())
+    for (const QString& error : errors)
         messages << error << '\n';
-    return error.isEmpty();
+    return errors.isEmpty();
 }
 
 ExitCode printReport(const MonitorOptions& options, double k, const QString& origin,

@@ -8,8 +8,8 @@
 namespace monitor
 {
 
-/// Prints the figures of \a table to \a output, with a band of \a k deviations, and writes the
-/// files that \a options ask for. False if one cannot be written, which is told to \a messages.
+/// Writes the files that \a options ask for and prints the figures of \a table to \a output, with a
+/// band of \a k deviations. False if a file cannot be written, which is told to \a messages.
 bool printFigures(const MonitorOptions& options, double k, const FrameCounts& counts,
                   SignalTable& table, QTextStream& output, QTextStream& messages);
 

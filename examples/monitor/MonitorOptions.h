@@ -31,8 +31,10 @@ struct MonitorOptions {
 /// The exit codes of the program.
 enum class ExitCode {
     Success = 0,
-    NothingDecoded = 1,
-    WrongUse = 2 ///< or a file that cannot be read, or a bus that cannot be reached
+    NothingDecoded = 1, ///< or nothing sent
+    /// Or a file that cannot be read, a bus that cannot be connected or is lost, or output that
+    /// cannot be written.
+    WrongUse = 2
 };
 
 } // namespace monitor

@@ -4,6 +4,8 @@
 #include "descriptions/DbcReader.h"
 #include "descriptions/EdsReader.h"
 #include "descriptions/SignalNames.h"
+#include "plotting/PlotFiles.h"
+#include "saving/SeriesFile.h"
 
 namespace monitor
 {
@@ -36,9 +38,10 @@ QString applyConfig(const QString& fileName, Preparation& prepared)
     if (!error.isEmpty())
         return error;
     prepared.k = config.k.value_or(prepared.k);
-    for (const QString& complaint : {setScalings(config.scalings, prepared.descriptions),
+    for (const QString& complaint : {checkPatterns(config.patterns, prepared.descriptions),
+                                     setScalings(config.scalings, prepared.descriptions),
                                      setLimits(config.limits, prepared.descriptions),
-                                     setNotReserved(config.notReserved, prepared.descriptions)}) {
+                                     setReservations(config.reservations, prepared.descriptions)}) {
         if (!complaint.isEmpty())
             return fileName + QStringLiteral(": ") + complaint;
     }
@@ -56,7 +59,19 @@ QString prepare(const MonitorOptions& options, QTextStream& messages, Preparatio
         error = chooseSignals(options.patterns, prepared.descriptions);
     setKeptRecords(options.keptRecords, prepared.descriptions);
     prepared.k = options.k.value_or(prepared.k);
-    return error.isEmpty() ? setLimits(options.limits, prepared.descriptions) : error;
+    if (error.isEmpty())
+        error = setLimits(options.limits, prepared.descriptions);
+    return error.isEmpty() ? checkTargets(options) : error;
+}
+
+QString checkTargets(const MonitorOptions& options)
+{
+    QString error;
+    if (!options.saveFile.isEmpty())
+        error = checkSeriesFile(options.saveFile);
+    if (error.isEmpty() && !options.plotDirectory.isEmpty())
+        error = makePlotDirectory(options.plotDirectory);
+    return error;
 }
 
 QString descriptionFilesOf(const MonitorOptions& options)

@@ -37,8 +37,12 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& mess
         messages << options.bus.name() << ": " << busError << '\n';
     if (!recording.error().isEmpty())
         messages << recording.error() << '\n';
-    return busError.isEmpty() && recording.error().isEmpty() ? ExitCode::Success
-                                                             : ExitCode::WrongUse;
+    if (!busError.isEmpty() || !recording.error().isEmpty())
+        return ExitCode::WrongUse;
+    if (sender.sent() > 0)
+        return ExitCode::Success;
+    messages << options.recording << ": holds no frame that can be sent\n";
+    return ExitCode::NothingDecoded;
 }
 
 } // namespace monitor

@@ -1,6 +1,7 @@
 #include "ShowCommand.h"
 
 #include "FinalReport.h"
+#include "Preparation.h"
 #include "saving/RunStorage.h"
 #include "saving/SeriesFile.h"
 
@@ -10,7 +11,9 @@ namespace monitor
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& messages)
 {
     SavedRun run;
-    const QString error = readSeriesFile(options.file, run);
+    QString error = checkTargets(options);
+    if (error.isEmpty())
+        error = readSeriesFile(options.file, run);
     if (!error.isEmpty())
         return messages << error << '\n', ExitCode::WrongUse;
     const QVector<MessageDescription> noDescriptions; // nothing is to be decoded

@@ -129,6 +129,19 @@ TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
     EXPECT_EQ(noDevice.output, QString());
 }
 
+TEST(Bus, RecordingWithoutAFrameToSendIsExitCode1AndAMessageWithItsName)
+{
+    const QTemporaryDir directory;
+    for (const char* log : {"", "nonsense\n", "(1.0) can0 20000088#0000000000000000\n"}) {
+        const SimulatedBus bus;
+        const QString recording = write(directory, log);
+        const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.messages.endsWith(recording + ": holds no frame that can be sent\n"))
+            << run.messages.toStdString();
+    }
+}
+
 TEST(Bus, RecordingThatCannotBeReadIsNotSent)
 {
     const SimulatedBus bus;

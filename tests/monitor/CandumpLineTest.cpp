@@ -67,6 +67,17 @@ TEST(CandumpLine, AnyNumberOfFractionDigitsIsCutToMicroseconds)
     EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").microseconds, 2123456);
 }
 
+TEST(CandumpLine, SecondsMayHaveNoFraction)
+{
+    EXPECT_EQ(frameIn("(2) can0 001#").microseconds, 2000000);
+    EXPECT_EQ(frameIn(" (2)  can0  001   [1]  11").microseconds, 2000000);
+    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55)  can0  123   [2]  11 22").microseconds,
+              1635188455000000);
+    for (const char* line : {"() can0 001#", "(2.) can0 001#", "(2x) can0 001#", "(2:0) can0 001#",
+                             "(1000000000000) can0 001#"})
+        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+}
+
 // Seconds by `date -u -d "2021-10-25 19:00:55" +%s`.
 TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
 {
@@ -75,7 +86,7 @@ TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
     for (const char* line :
          {"(2021-13-25 19:00:55.020850)  can0  123   [2]  11 22",
           "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
-          "(2021-10-25 19:00:5)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
+          "(2021-10-25 19:00:)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
         Frame frame;
         EXPECT_EQ(readCandumpLine(line, frame), LineKind::NoFrame) << line;
     }
@@ -183,7 +194,6 @@ TEST(CandumpLine, WhatIsNoClassicFrameIsNoFrame)
              "hello",
              "1.0 can0 123#11",
              "(1.0 can0 123#11",
-             "(1) can0 123#11",
              "(.5) can0 123#11",
              "(1.) can0 123#11",
              "(-1.0) can0 123#11",

@@ -90,11 +90,44 @@ TEST(CommandLine, ShowTakesAFileAndAFactor)
 TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
 {
     for (const char* limits : {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1",
-                               "Speed=2:1", "Speed=1:2:3", "Speed=nan:1", "Speed=0:inf"}) {
+                               "Speed=1:2:3", "Speed=nan:1", "Speed=0:inf"}) {
         const CommandLine line =
             read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", limits});
         EXPECT_TRUE(line.error.startsWith("--limits needs")) << limits;
     }
+    EXPECT_EQ(read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", "Speed=2:1"}).error,
+              QString("--limits \"Speed=2:1\": the lower limit is above the upper one"));
+}
+
+TEST(CommandLine, OptionThatCountsOnceIsRefusedTwice)
+{
+    const QStringList bus{"--plugin", "socketcan", "--interface", "can0"};
+    const QStringList replay{"replay", "bus.log", "--dbc", "bus.dbc"};
+    for (const char* option : {"dbc", "k", "config", "format", "keep", "plot", "save"}) {
+        const QString given = QString("--%1=2").arg(option);
+        EXPECT_EQ(read(replay + QStringList{given, given}).error,
+                  QString("--%1 can be given only once").arg(option));
+    }
+    EXPECT_EQ(read(QStringList{"live", "--dbc", "a.dbc", "--frames=1", "--frames=2"} + bus).error,
+              QString("--frames can be given only once"));
+    EXPECT_EQ(read(QStringList{"send", "a.log", "--speed=1", "--speed=2"} + bus).error,
+              QString("--speed can be given only once"));
+    EXPECT_EQ(read({"show", "a.series", "--k=1", "--k=2"}).error,
+              QString("--k can be given only once"));
+}
+
+TEST(CommandLine, NodeIsDescribedOnlyOnce)
+{
+    EXPECT_EQ(read({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds",
+                    "--node", "0x5"})
+                  .error,
+              QString("--node 5 is given twice"));
+}
+
+TEST(CommandLine, CommandThatIsNoneIsNamed)
+{
+    EXPECT_TRUE(read({"frob", "bus.log"}).error.startsWith("there is no command \"frob\": replay"));
+    EXPECT_TRUE(read({}).error.startsWith("the command is missing: replay"));
 }
 
 TEST(CommandLine, LiveTakesABusAndTheOptionsOfAReplay)

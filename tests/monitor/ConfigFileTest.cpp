@@ -38,7 +38,12 @@ TEST(ConfigFile, ReadsEverySetting)
     EXPECT_EQ(config.limits.at(1).pattern, QString("Speed"));
     EXPECT_EQ(config.limits.at(1).limits.lowest, -1);
     EXPECT_EQ(config.limits.at(1).limits.highest, 3000);
-    EXPECT_EQ(config.notReserved, QStringList{"Gear*"});
+    ASSERT_EQ(config.reservations.size(), 2);
+    EXPECT_EQ(config.reservations.at(0).pattern, QString("Gear*"));
+    EXPECT_FALSE(config.reservations.at(0).reserves);
+    EXPECT_EQ(config.reservations.at(1).pattern, QString("Load"));
+    EXPECT_TRUE(config.reservations.at(1).reserves);
+    EXPECT_EQ(config.patterns, (QStringList{"Gear*", "Load", "Speed"}));
 }
 
 TEST(ConfigFile, NothingNeedsToBeSet)

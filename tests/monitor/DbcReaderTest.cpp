@@ -153,6 +153,20 @@ TEST(DbcReader, HolderOfIndependentSignalsIsNoMessage)
         readDbc("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX").messages.isEmpty());
 }
 
+TEST(DbcReader, IndependentSignalsAreSkippedWithoutAWarning)
+{
+    const Dbc dbc = readDbc(
+        QByteArray("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX\n") + signalLine +
+        "\nSIG_VALTYPE_ 3221225472 EngineSpeed : 1;\n"
+        "BA_ \"SPN\" SG_ 3221225472 EngineSpeed 190;\n");
+    EXPECT_TRUE(dbc.messages.isEmpty());
+    EXPECT_EQ(dbc.warnings, QString());
+    const Dbc another = readDbc(QByteArray("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 X\n"
+                                           "BO_ x\n") +
+                                signalLine);
+    EXPECT_TRUE(another.warnings.contains("x.dbc:3: signal (SG_) without a message"));
+}
+
 TEST(DbcReader, MessageThatCannotBeUnderstoodIsAWarningAndSoAreItsSignals)
 {
     for (const char* line :

@@ -171,11 +171,25 @@ TEST_F(Program, ConfigurationScalesAndRatesAndOptionsCountMore)
               QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm"));
 }
 
+TEST_F(Program, LastPatternOfTheConfigurationSaysWhatIsReserved)
+{
+    const auto countsWith = [this](const char* config) {
+        const MonitorRun run = replay("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", speedDbc,
+                                      {"--format", "csv", "--config", write("bus.json", config)});
+        return run.output.section("\r\n", 1, 1).section(',', 3, 4);
+    };
+    EXPECT_EQ(countsWith(R"({"signals": {"E*": {"reserved": false}, "En*": {"reserved": true}}})"),
+              QString("0,1"));
+    EXPECT_EQ(countsWith(R"({"signals": {"E*": {"reserved": true}, "En*": {"reserved": false}}})"),
+              QString("1,0"));
+}
+
 TEST_F(Program, ConfigurationThatIsWrongIsExitCode2)
 {
     for (const char* text :
          {"", "{\"k\": \"many\"}", "{\"signals\": {\"Nothing\": {\"limits\": [0, 1]}}}",
-          "{\"signals\": {\"EngineSpeed\": {\"factor\": 2}}}"}) {
+          "{\"signals\": {\"EngineSpeed\": {\"factor\": 2}}}", "{\"signals\": {\"Nothing\": {}}}",
+          "{\"signals\": {\"Nothing\": {\"reserved\": true}}}"}) {
         const QString config = write("bus.json", text);
         const MonitorRun run = replay("", speedDbc, {"--config", config});
         EXPECT_EQ(run.exitCode, 2) << text;

@@ -5,6 +5,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -116,11 +118,63 @@ TEST_F(SavedRuns, RunWithoutADecodedFrameIsExitCode1)
     EXPECT_EQ(run.messages, path("run") + ": holds no frame that was decoded\n");
 }
 
-TEST_F(SavedRuns, FileThatCannotBeWrittenIsExitCode2AndAMessageWithItsName)
+TEST_F(SavedRuns, TargetThatCannotBeWrittenIsNoticedBeforeAnythingElseIsDone)
 {
-    const QString file = path("missing/run");
-    const MonitorRun run =
-        runMonitor({"replay", sample("engine.log"), "--dbc", sample("engine.dbc"), "--save", file});
-    EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.messages.startsWith(file + ": cannot be written: "));
+    save({});
+    const QString dbc = sample("engine.dbc");
+    for (const char* option : {"--save", "--plot"}) {
+        for (const QStringList& command :
+             {QStringList{"replay", path("missing.log"), "--dbc", dbc},
+              QStringList{"live", "--plugin", "none", "--interface", "none", "--dbc", dbc},
+              QStringList{"show", path("run")}}) {
+            const QString target = path("run/target"); // a file is no directory
+            const MonitorRun run = runMonitor(command + QStringList{option, target});
+            EXPECT_EQ(run.exitCode, 2);
+            EXPECT_TRUE(run.messages.startsWith(target + ": ")) << run.messages.toStdString();
+            EXPECT_EQ(run.messages.count('\n'), 1);
+            EXPECT_EQ(run.output, QString());
+        }
+    }
+}
+
+TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheFigures)
+{
+    QString log; // of as many sources as it takes to print more than is buffered
+    for (int source = 0; source < 256; ++source)
+        log += QString("(1.0) can0 0CF004%1#FFFFFF2003FFFFFF\n").arg(source, 2, 16, QChar('0'));
+    QFile file(path("bus.log"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(log.toLatin1());
+    file.close();
+    QProcess process; // whose output is a pipe that has no reader any more
+    process.start("sh", {"-c", "mkfifo $0 && exec 3<>$0 4>$0 3>&- && exec \"$@\" >&4", path("pipe"),
+                         MONITOR_PROGRAM, "replay", path("bus.log"), "--dbc", sample("engine.dbc"),
+                         "--format", "json", "--save", path("run")});
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
+    EXPECT_EQ(runMonitor({"show", path("run")}).output.count("EngineSpeed"), 256);
+}
+
+TEST_F(SavedRuns, ReplaceNothingButSavedSeries)
+{
+    const QByteArray text = "VANTREL is not all\n";
+    QFile file(path("run"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+    file.close();
+    EXPECT_EQ(save({}).exitCode, 2);
+    EXPECT_EQ(save({}).messages,
+              path("run") + ": cannot be written: there is a file that holds no saved series\n");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), text);
+    file.close();
+    ASSERT_TRUE(file.resize(0));
+    EXPECT_EQ(save({}).exitCode, 0);
+    EXPECT_EQ(save({}).exitCode, 0);
+    ASSERT_EQ(mkfifo(qPrintable(path("pipe")), 0600), 0);
+    for (const QString& other : {directory.path(), path("pipe")}) {
+        const MonitorRun run = runMonitor({"show", path("run"), "--save", other});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.messages, other + ": cannot be written: it is no regular file\n");
+    }
 }

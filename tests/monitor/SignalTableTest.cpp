@@ -233,3 +233,17 @@ TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
     EXPECT_EQ(reportOf(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
     EXPECT_EQ(reportOf(messages, {0x8000000000}, 3).average, -549755813888.0);
 }
+
+TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
+{
+    const QVector<MessageDescription> messages = oneSignal(8, 1, 0);
+    SignalTable table(messages);
+    DecodedSignal decoded = measured(1);
+    for (const qint64 time : {7, 8}) {
+        table.clear();
+        EXPECT_EQ(table.firstTime(), std::nullopt);
+        decoded.microseconds = time;
+        table.feed(decoded);
+        EXPECT_EQ(table.firstTime(), time);
+    }
+}

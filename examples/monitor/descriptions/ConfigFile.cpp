@@ -66,8 +66,8 @@ QString readSignal(const QString& pattern, const QJsonObject& settings, Config& 
         config.limits += given;
     if (!settings.value("reserved").isBool() && settings.contains("reserved"))
         return QStringLiteral("reserved needs true or false");
-    if (!settings.value("reserved").toBool(true))
-        config.notReserved += pattern;
+    if (settings.contains("reserved"))
+        config.reservations += {pattern, settings.value("reserved").toBool()};
     return QString();
 }
 
@@ -82,6 +82,7 @@ QString readSignals(const QJsonValue& value, Config& config)
                                       : QStringLiteral("settings need an object");
         if (!complaint.isEmpty())
             return QStringLiteral("signal \"%1\": %2").arg(it.key(), complaint);
+        config.patterns += it.key();
     }
     return QString();
 }

@@ -12,7 +12,8 @@ struct Config {
     std::optional<double> k; ///< half the width of the band, in deviations
     QVector<SignalScaling> scalings;
     QVector<SignalLimits> limits;
-    QStringList notReserved; ///< patterns of signals without reserved raw values
+    QVector<SignalReservation> reservations;
+    QStringList patterns; ///< of all signals that are mentioned
 };
 
 /// Reads the text of a configuration file, JSON, into \a config. Returns what is wrong with it,

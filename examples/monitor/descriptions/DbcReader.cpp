@@ -14,8 +14,9 @@ namespace monitor
 namespace
 {
 
-/// A message of this name holds the signals that belong to none.
+/// The message of this name and id holds the signals that belong to none.
 const QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
+const QLatin1String independentId("3221225472");
 
 QString keywordOf(const QString& line)
 {
@@ -82,20 +83,23 @@ QVector<MessageDescription> DbcReader::finish()
 void DbcReader::readMessage(qint64 number, const QString& line)
 {
     MessageDescription message;
-    inMessage = false;
-    if (line.contains(independentSignals))
+    const bool isIndependent = line.contains(independentSignals);
+    holder = isIndependent ? SignalHolder::Independent : SignalHolder::None;
+    if (isIndependent)
         return;
     const DbcComplaint complaint = readDbcMessage(line, message);
     if (!complaint.isEmpty())
         return warnings.add(number, complaint);
     message.line = number;
     messages.append(message);
-    inMessage = true;
+    holder = SignalHolder::Message;
 }
 
 void DbcReader::readSignal(qint64 number, const QString& line)
 {
-    if (!inMessage)
+    if (holder == SignalHolder::Independent)
+        return;
+    if (holder == SignalHolder::None)
         return warnings.add(number, QStringLiteral("signal (SG_) without a message"));
     SignalDescription signal;
     const DbcComplaint complaint = readDbcSignal(line, messages.last().size, signal);
@@ -133,7 +137,7 @@ void DbcReader::readValueType(qint64 number, const QString& line)
     if (!match.hasMatch())
         return warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
     const auto found = find(match.captured(1), match.captured(2));
-    if (found.isEmpty())
+    if (found.isEmpty() && match.captured(1) != independentId)
         warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) of no signal"));
     const int floatBits[] = {0, 32, 64, 0};
     for (SignalDescription* signal : found)
@@ -157,7 +161,7 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
     static const QRegularExpression pattern(
         QStringLiteral(R"RE(^\s*BA_\s+"SPN"\s+SG_\s+(\d+)\s+(\w+)\s+(\d+)\s*;)RE"));
     const QRegularExpressionMatch match = pattern.match(line);
-    if (!match.hasMatch())
+    if (!match.hasMatch() || match.captured(1) == independentId)
         return skip(number, line);
     constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
     bool understood = false;

@@ -8,8 +8,8 @@ namespace monitor
 
 /// Reads a DBC description line by line: messages (BO_), their signals (SG_), which of these are
 /// IEEE numbers (SIG_VALTYPE_) and their SPNs (BA_). Everything else is skipped, texts over several
-/// lines included. A line of these that cannot be understood is a warning, and the rest is used.
-/// This class is reentrant.
+/// lines and signals that belong to no message included. A line of these that cannot be understood
+/// is a warning, and the rest is used. This class is reentrant.
 class DbcReader
 {
 public:
@@ -22,6 +22,9 @@ public:
     QVector<MessageDescription> finish();
 
 private:
+    /// What the signals that come next belong to: nothing, the last message, or nothing on purpose.
+    enum class SignalHolder { None, Message, Independent };
+
     void readMessage(qint64 number, const QString& line);
     void readSignal(qint64 number, const QString& line);
     void readValueType(qint64 number, const QString& line);
@@ -33,7 +36,7 @@ private:
 
     LineWarnings& warnings;
     QVector<MessageDescription> messages;
-    bool inMessage = false;     // signals belong to the last of messages
+    SignalHolder holder = SignalHolder::None;
     qint64 textBegunInLine = 0; // 0: not within a text
 };
 

@@ -10,16 +10,16 @@ namespace monitor
 namespace
 {
 
-/// Calls \a change for every signal that \a pattern means; the complaint if there is none.
-template <typename Change>
-QString changeSignals(const QString& pattern, QVector<MessageDescription>& messages, Change change)
+/// Calls \a call for every signal that \a pattern means; the complaint if there is none.
+template <typename Messages, typename Call>
+QString forSignals(const QString& pattern, Messages& messages, Call call)
 {
     bool found = false;
-    for (MessageDescription& message : messages) {
-        for (SignalDescription& signal : message.signalDescriptions) {
+    for (auto& message : messages) {
+        for (auto& signal : message.signalDescriptions) {
             if (!isMeant(signal, pattern))
                 continue;
-            change(message, signal);
+            call(message, signal);
             found = true;
         }
     }
@@ -38,12 +38,12 @@ bool canBeScaled(const MessageDescription& message, const SignalDescription& sig
 QString chooseSignals(const QStringList& patterns, QVector<MessageDescription>& messages)
 {
     if (!patterns.isEmpty())
-        changeSignals(QStringLiteral("*"), messages,
-                      [](auto&, auto& signal) { signal.chosen = false; });
+        forSignals(QStringLiteral("*"), messages,
+                   [](auto&, auto& signal) { signal.chosen = false; });
     QString complaint;
     for (const QString& pattern : patterns) {
         const QString found =
-            changeSignals(pattern, messages, [](auto&, auto& signal) { signal.chosen = true; });
+            forSignals(pattern, messages, [](auto&, auto& signal) { signal.chosen = true; });
         complaint = complaint.isEmpty() ? found : complaint;
     }
     return complaint;
@@ -53,7 +53,7 @@ QString setLimits(const QVector<SignalLimits>& limits, QVector<MessageDescriptio
 {
     QString complaint;
     for (const SignalLimits& given : limits) {
-        const QString found = changeSignals(given.pattern, messages, [&given](auto&, auto& signal) {
+        const QString found = forSignals(given.pattern, messages, [&given](auto&, auto& signal) {
             signal.ratingLimits = given.limits;
         });
         complaint = complaint.isEmpty() ? found : complaint;
@@ -65,15 +65,14 @@ QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescr
 {
     QString complaint;
     for (const SignalScaling& given : scalings) {
-        const QString found =
-            changeSignals(given.pattern, messages, [&](auto& message, auto& signal) {
-                signal.factor = given.factor;
-                signal.offset = given.offset;
-                signal.unit = given.unit;
-                if (!canBeScaled(message, signal))
-                    complaint =
-                        QStringLiteral("signal \"%1\" cannot be scaled").arg(signal.reportedName);
-            });
+        const QString found = forSignals(given.pattern, messages, [&](auto& message, auto& signal) {
+            signal.factor = given.factor;
+            signal.offset = given.offset;
+            signal.unit = given.unit;
+            if (!canBeScaled(message, signal))
+                complaint =
+                    QStringLiteral("signal \"%1\" cannot be scaled").arg(signal.reportedName);
+        });
         complaint = complaint.isEmpty() ? found : complaint;
     }
     return complaint;
@@ -87,15 +86,27 @@ void setKeptRecords(int records, QVector<MessageDescription>& messages)
     }
 }
 
-QString setNotReserved(const QStringList& patterns, QVector<MessageDescription>& messages)
+QString setReservations(const QVector<SignalReservation>& reservations,
+                        QVector<MessageDescription>& messages)
 {
     QString complaint;
-    for (const QString& pattern : patterns) {
-        const QString found =
-            changeSignals(pattern, messages, [](auto&, auto& signal) { signal.reserves = false; });
+    for (const SignalReservation& given : reservations) {
+        const QString found = forSignals(given.pattern, messages, [&given](auto&, auto& signal) {
+            signal.reserves = given.reserves;
+        });
         complaint = complaint.isEmpty() ? found : complaint;
     }
     return complaint;
+}
+
+QString checkPatterns(const QStringList& patterns, const QVector<MessageDescription>& messages)
+{
+    for (const QString& pattern : patterns) {
+        QString complaint = forSignals(pattern, messages, [](auto&, auto&) {});
+        if (!complaint.isEmpty())
+            return complaint;
+    }
+    return QString();
 }
 
 } // namespace monitor

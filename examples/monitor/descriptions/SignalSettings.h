@@ -21,6 +21,13 @@ struct SignalScaling {
     QString unit{};
 };
 
+/// Whether raw values of the signals that a pattern means are reserved; if not, all of them are
+/// measured ones.
+struct SignalReservation {
+    QString pattern;
+    bool reserves = true;
+};
+
 /// Leaves only the signals chosen that one of \a patterns means; no pattern at all leaves them as
 /// they are. Returns the complaint about a pattern that means no signal, else an empty text.
 QString chooseSignals(const QStringList& patterns, QVector<MessageDescription>& messages);
@@ -36,8 +43,12 @@ QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescr
 /// Lets every signal keep no more than its newest \a records; 0: all.
 void setKeptRecords(int records, QVector<MessageDescription>& messages);
 
-/// Takes all raw values of the signals that \a patterns mean for measured ones. Returns the
-/// complaint about a pattern that means no signal, else an empty text.
-QString setNotReserved(const QStringList& patterns, QVector<MessageDescription>& messages);
+/// Says whether raw values of the signals are reserved; of several for one signal the last counts.
+/// Returns the complaint about one that means no signal, else an empty text.
+QString setReservations(const QVector<SignalReservation>& reservations,
+                        QVector<MessageDescription>& messages);
+
+/// Returns the complaint about a pattern that means no signal, else an empty text.
+QString checkPatterns(const QStringList& patterns, const QVector<MessageDescription>& messages);
 
 } // namespace monitor

@@ -23,6 +23,12 @@ constexpr QSize plotSize(1200, 500);
 constexpr QSize tileSize(1200, 220);
 constexpr int titleMargin = 12;
 constexpr int tilesAtMost = 100;
+const QString overviewName = QStringLiteral("overview.png");
+
+QString cannotBeWritten(const QSaveFile& file)
+{
+    return QStringLiteral("%1: cannot be written: %2").arg(file.fileName(), file.errorString());
+}
 
 void paint(std::unique_ptr<QChart> chart, const QRect& place, QPainter& painter)
 {
@@ -120,18 +126,27 @@ QString writeImage(const QImage& image, const QString& fileName)
     QSaveFile file(fileName);
     if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
         return QString();
-    return QStringLiteral("%1: cannot be written: %2").arg(fileName, file.errorString());
+    return cannotBeWritten(file);
+}
+
+QString makePlotDirectory(const QString& directory)
+{
+    const QDir folder(directory);
+    if (!folder.mkpath(QStringLiteral(".")))
+        return QStringLiteral("%1: the directory cannot be made").arg(directory);
+    QSaveFile file(folder.filePath(overviewName));
+    return file.open(QIODevice::WriteOnly) ? QString() : cannotBeWritten(file);
 }
 
 QString writePlots(const QString& directory, const SignalTable& table, double k,
                    QTextStream& messages)
 {
     const QDir folder(directory);
-    if (!folder.mkpath(QStringLiteral(".")))
-        return QStringLiteral("%1: the directory cannot be made").arg(directory);
+    QString error = makePlotDirectory(directory);
+    if (!error.isEmpty())
+        return error;
     const QVector<Plot> plots = plotsOf(table, k);
     QSet<QString> taken{QStringLiteral("overview")};
-    QString error;
     Progress progress(messages, QStringLiteral("plotting"));
     for (int i = 0; i < plots.size() && error.isEmpty(); ++i) {
         progress.update(i, plots.size());
@@ -141,9 +156,9 @@ QString writePlots(const QString& directory, const SignalTable& table, double k,
     if (plots.isEmpty())
         messages << directory << ": there are no values to plot\n";
     else if (error.isEmpty())
-        error = writeOverview(plots.mid(0, tilesAtMost), folder.filePath("overview.png"));
+        error = writeOverview(plots.mid(0, tilesAtMost), folder.filePath(overviewName));
     if (plots.size() > tilesAtMost)
-        messages << folder.filePath("overview.png") << ": shows the first " << tilesAtMost << " of "
+        messages << folder.filePath(overviewName) << ": shows the first " << tilesAtMost << " of "
                  << plots.size() << " signals\n";
     return error;
 }

@@ -15,6 +15,10 @@ QString plotNameOf(const SignalReport& report);
 /// did.
 QString writeImage(const QImage& image, const QString& fileName);
 
+/// Makes \a directory if there is none. Returns why plots cannot be written into it, naming it or
+/// the file; empty if nothing stands against it.
+QString makePlotDirectory(const QString& directory);
+
 /// Writes a PNG for every signal of \a table that has values to plot, and overview.png with all of
 /// them below each other on one time axis, into \a directory, which is made if there is none.
 /// Returns what made that impossible, naming the file; empty if nothing did. What is left out is

@@ -34,7 +34,7 @@ bool readTime(LineCursor& cursor, qint64& microseconds)
 {
     qint64 seconds = 0;
     qint64 fraction = 0;
-    if (!readSeconds(cursor, seconds) || !cursor.take('.') || !readFraction(cursor, fraction))
+    if (!readSeconds(cursor, seconds) || (cursor.take('.') && !readFraction(cursor, fraction)))
         return false;
     microseconds = seconds * microsecondsPerSecond + fraction;
     return true;

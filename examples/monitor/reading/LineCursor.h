@@ -88,7 +88,7 @@ private:
 
 constexpr qint64 latestTime = 999999999999999999; ///< that readTime() reads, in microseconds
 
-/// Reads seconds with a fraction of any number of digits, as "1635188455.02085", into
+/// Reads seconds, which may have a fraction of any number of digits, as "1635188455.02085", into
 /// \a microseconds; digits behind these are dropped. False if there is no such number.
 bool readTime(LineCursor& cursor, qint64& microseconds);
 

@@ -4,6 +4,7 @@
 #include "SavedSignalStream.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 
 #include <cmath>
@@ -95,13 +96,34 @@ QString cannotBe(const QString& done, const QFileDevice& file)
     return QStringLiteral("%1: cannot be %2: %3").arg(file.fileName(), done, file.errorString());
 }
 
+/// Opens \a file for a run, unless that would replace something else.
+QString openToWrite(QSaveFile& file)
+{
+    QFile present(file.fileName());
+    const QString refused = file.fileName() + QStringLiteral(": cannot be written: ");
+    if (present.exists() && !QFileInfo(present).isFile())
+        return refused + QStringLiteral("it is no regular file");
+    if (present.exists() && !present.open(QIODevice::ReadOnly))
+        return cannotBe(QStringLiteral("read"), present);
+    if (present.size() > 0 && present.peek(magic.size()) != magic)
+        return refused + QStringLiteral("there is a file that holds no saved series");
+    return file.open(QIODevice::WriteOnly) ? QString() : cannotBe(QStringLiteral("written"), file);
+}
+
 } // namespace
+
+QString checkSeriesFile(const QString& fileName)
+{
+    QSaveFile file(fileName); // opened it takes a temporary name, and is gone at the end
+    return openToWrite(file);
+}
 
 QString writeSeriesFile(const QString& fileName, const SavedRun& run)
 {
     QSaveFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly))
-        return cannotBe(QStringLiteral("written"), file);
+    const QString error = openToWrite(file);
+    if (!error.isEmpty())
+        return error;
     HashingDevice hashing(file);
     QDataStream stream(&hashing);
     configure(stream);

@@ -54,6 +54,7 @@ void SignalTable::clear()
 {
     for (const auto& signal : monitored)
         signal->clear();
+    begin.reset();
 }
 
 std::vector<MonitoredSignal*> SignalTable::inOrder() const

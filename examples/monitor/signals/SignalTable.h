@@ -36,7 +36,7 @@ public:
     std::optional<qint64> firstTime() const { return begin; }
     void setFirstTime(std::optional<qint64> microseconds) { begin = microseconds; }
 
-    /// Forgets all values and counts; the signals stay.
+    /// Forgets all values, counts and the first time; the signals stay.
     void clear();
 
     /// The signals sorted by name and source address.
