@@ -7,6 +7,7 @@
 #include <QtWidgets/QAction>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QShortcut>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
 
@@ -116,8 +117,7 @@ QAction* MonitorWindow::addTool(const QString& text, const QString& hint,
 void MonitorWindow::addFilter()
 {
     auto* const filter = new QLineEdit;
-    filter->setPlaceholderText(QStringLiteral("Filter signals (/)"));
-    filter->setClearButtonEnabled(true);
+    filter->setPlaceholderText(QStringLiteral("Filter signals (/, Esc)"));
     filter->setMaximumWidth(220);
     connect(filter, &QLineEdit::textChanged, &filtered,
             &QSortFilterProxyModel::setFilterFixedString);
@@ -125,10 +125,11 @@ void MonitorWindow::addFilter()
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     tools->addWidget(space);
     tools->addWidget(filter);
-    auto* const typing = new QAction(this);
-    typing->setShortcut(Qt::Key_Slash);
-    connect(typing, &QAction::triggered, filter, [filter] { filter->setFocus(); });
-    QWidget::addAction(typing);
+    auto* const typing = new QShortcut(Qt::Key_Slash, this);
+    connect(typing, &QShortcut::activated, filter, [filter] { filter->setFocus(); });
+    auto* const all = new QShortcut(Qt::Key_Escape, filter);
+    all->setContext(Qt::WidgetShortcut);
+    connect(all, &QShortcut::activated, filter, &QLineEdit::clear);
 }
 
 // Without an event loop of its own, so that the run goes on, and may end, while it is open.
