@@ -1,9 +1,25 @@
+#include <saving/RunStorage.h>
 #include <saving/SeriesFile.h>
 
 #include <QtCore/QCryptographicHash>
 
 #include <cstdint>
 #include <cstdlib>
+
+namespace
+{
+
+/// What is done next with the run of a file.
+void report(const monitor::SavedRun& run)
+{
+    const QVector<monitor::MessageDescription> noDescriptions;
+    monitor::SignalTable table(noDescriptions);
+    monitor::restoreSignals(run, table);
+    if (table.report(run.k).size() != run.recordedSignals.size())
+        std::abort();
+}
+
+} // namespace
 
 /// The input is what stands between the hash of a file and its version: the hash would keep the
 /// fuzzer out.
@@ -21,5 +37,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (std::visit(count, signal.records.values) != signal.records.microseconds.size())
             std::abort();
     }
+    report(run);
     return 0;
 }

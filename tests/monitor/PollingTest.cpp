@@ -56,6 +56,14 @@ TEST(Polling, FiguresOfAGrowingSeriesAreThoseOfAReport)
     expectSameFigures(describedSignal(0, 50));
 }
 
+TEST(Polling, FiguresOfABoundedSeriesAreThoseOfAReport)
+{
+    SignalDescription signal = describedSignal(0, 16);
+    signal.factor = 0.125;
+    signal.keptRecords = 50;
+    expectSameFigures(signal);
+}
+
 TEST(Polling, CarriedSignalHasItsNewestValue)
 {
     SignalDescription signal = describedSignal(0, 48);
@@ -90,4 +98,24 @@ TEST(Polling, ClearedSignalsStayAndBeginAnew)
     EXPECT_EQ(report.count, 1);
     EXPECT_EQ(report.maximum, 7);
     EXPECT_EQ(report.median, 7);
+}
+
+TEST(Polling, ClearedBoundedSeriesHasTheFiguresOfANewOne)
+{
+    SignalDescription signal = describedSignal(0, 16);
+    signal.keptRecords = 3;
+    const QVector<MessageDescription> messages{describedMessage(0, {signal})};
+    SignalTable cleared(messages);
+    for (const quint64 bits : {5000, 1, 60000, 7, 7, 7, 30000})
+        cleared.feed(measured(bits));
+    cleared.clear();
+    EXPECT_EQ(cleared.report(1).at(0).count, 0);
+    SignalTable fresh(messages);
+    for (const quint64 bits : {10, 40, 20, 50, 30}) {
+        cleared.feed(measured(bits));
+        fresh.feed(measured(bits));
+        const auto expected = reportFieldsOf(fresh.report(1).at(0));
+        EXPECT_EQ(reportFieldsOf(cleared.report(1).at(0)), expected) << bits;
+        EXPECT_EQ(reportFieldsOf(cleared.inOrder().at(0)->poll(1)), expected) << bits;
+    }
 }

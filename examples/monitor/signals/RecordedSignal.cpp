@@ -1,6 +1,6 @@
 #include "RecordedSignal.h"
 
-#include "../decoding/RawBits.h"
+#include "../decoding/RawValue.h"
 #include "DatatypeChoice.h"
 
 #include <vantrel/handlers/GenericValueHandler.h>
@@ -8,51 +8,11 @@
 #include <algorithm>
 #include <cmath>
 
-using CAN::CANopenDataType;
-
 namespace monitor
 {
 
 namespace
 {
-
-/// Whether the bits of a carried signal are a number. Times are taken for one; texts are not.
-bool isNumber(const SignalDescription& description)
-{
-    const auto code = *description.datatype;
-    return code != CANopenDataType::VISIBLE_STRING && code != CANopenDataType::OCTET_STRING &&
-           code != CANopenDataType::UNICODE_STRING && code != CANopenDataType::DOMAIN;
-}
-
-/// The bytes of a text as they stand in the PDO; of a visible one up to its end.
-QVariant textIn(quint64 bits, const SignalDescription& description)
-{
-    QByteArray bytes;
-    for (int shift = 0; shift < description.length; shift += 8)
-        bytes.append(static_cast<char>(bits >> shift & 0xFF));
-    if (description.datatype != CANopenDataType::VISIBLE_STRING)
-        return bytes;
-    return QString::fromLatin1(bytes.constData());
-}
-
-QVariant floatValueOf(double number, int length)
-{
-    return length == 32 ? QVariant(static_cast<float>(number)) : QVariant(number);
-}
-
-/// The raw value as a number of the smallest kind that QVariant has for it.
-QVariant rawValueOf(quint64 bits, const SignalDescription& description)
-{
-    if (description.isFloat)
-        return floatValueOf(floatIn(bits, description.length), description.length);
-    if (description.carried && !isNumber(description))
-        return textIn(bits, description);
-    const bool isShort = description.length <= 32;
-    if (!description.isSigned)
-        return isShort ? QVariant(static_cast<uint>(bits)) : QVariant(bits);
-    const qint64 number = signExtended(bits, description.length);
-    return isShort ? QVariant(static_cast<int>(number)) : QVariant(number);
-}
 
 /// How many scaled values lie outside the band. GenericSignalImpl::getDeviators() compares raw
 /// values with the band, although the band is one of scaled values, so it is right only for
@@ -305,7 +265,7 @@ void RecordedSignal<T>::showNewest(SignalReport& report, const T& newest)
     report.newestText = isBytes ? QString::fromLatin1(newest.scaledValue.toByteArray().toHex(' '))
                                 : newest.scaledValue.toString();
     const double number = newest.scaledValue.toDouble();
-    if (isNumber(description) && std::fabs(number) <= exactNumbers)
+    if (holdsNumber(description) && std::fabs(number) <= exactNumbers)
         report.newestNumber = number;
 }
 
