@@ -106,12 +106,12 @@ TEST(Polling, ClearedBoundedSeriesHasTheFiguresOfANewOne)
     signal.keptRecords = 3;
     const QVector<MessageDescription> messages{describedMessage(0, {signal})};
     SignalTable cleared(messages);
-    for (const quint64 bits : {5000, 1, 60000, 7, 7, 7, 30000})
+    for (const quint64 bits : {5000U, 1U, 60000U, 7U, 7U, 7U, 30000U})
         cleared.feed(measured(bits));
     cleared.clear();
     EXPECT_EQ(cleared.report(1).at(0).count, 0);
     SignalTable fresh(messages);
-    for (const quint64 bits : {10, 40, 20, 50, 30}) {
+    for (const quint64 bits : {10U, 40U, 20U, 50U, 30U}) {
         cleared.feed(measured(bits));
         fresh.feed(measured(bits));
         const auto expected = reportFieldsOf(fresh.report(1).at(0));
