@@ -102,8 +102,7 @@ bool readFormat(const QString& name, OutputFormat& format)
 /// the complaint about it.
 QString readLimits(const QString& text, SignalLimits& given)
 {
-    const QString complaint =
-        QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
+    QString complaint = QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
     const int equals = text.lastIndexOf('=');
     const QStringList numbers = text.mid(equals + 1).split(':');
     if (equals < 1 || numbers.size() != 2)
@@ -132,7 +131,7 @@ QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& opti
     options.patterns = parser.values(signalOption);
     for (const QString& text : parser.values(limitsOption)) {
         SignalLimits given;
-        const QString complaint = readLimits(text, given);
+        QString complaint = readLimits(text, given);
         if (!complaint.isEmpty())
             return complaint;
         options.limits.append(given);

@@ -32,8 +32,8 @@ public:
     {
         qint64 sum = 0;
         quint64 lowHalves = 0, highHalves = 0;
-        for (const qint64 value : values) {
-            const quint64 square = static_cast<quint64>(value) * static_cast<quint64>(value);
+        for (const auto value : values) {
+            const quint64 square = squareOf(value);
             sum += value;
             lowHalves += static_cast<quint32>(square);
             highHalves += square >> 32;
@@ -73,4 +73,10 @@ public:
     static constexpr std::size_t meanWords = 3;
     static constexpr std::size_t wordCount = 5;
     auto words() { return std::tie(count, sumLow, sumHigh, squaresLow, squaresHigh); }
+
+private:
+    static quint64 squareOf(qint64 value)
+    {
+        return static_cast<quint64>(value) * static_cast<quint64>(value);
+    }
 };
