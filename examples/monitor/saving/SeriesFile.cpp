@@ -121,7 +121,7 @@ QString checkSeriesFile(const QString& fileName)
 QString writeSeriesFile(const QString& fileName, const SavedRun& run)
 {
     QSaveFile file(fileName);
-    const QString error = openToWrite(file);
+    QString error = openToWrite(file);
     if (!error.isEmpty())
         return error;
     HashingDevice hashing(file);
