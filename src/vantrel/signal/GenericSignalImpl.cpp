@@ -110,9 +110,9 @@ template <typename N, typename T>
 double medianOf(const StatisticCalculator<N>& calculator, const QVector<T>& values)
 {
     QList<N> elements = listToFill<N>(values.size());
-    auto element = elements.begin();
-    for (const T& value : values)
-        *element++ = readElement<N>(value.scaledValue);
+    auto value = values.constBegin();
+    for (N& element : elements) // as many as were counted, even if there are more by now
+        element = readElement<N>((value++)->scaledValue);
     return calculator.getMedian(std::move(elements));
 }
 
