@@ -7,14 +7,15 @@ behind a bracket, a semicolon or a label.
 
 import hashlib
 import re
+from collections import Counter
 from typing import NamedTuple
 
 SWAPS = {
-    "comparison": {"<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "=="},
-    "logic": {"&&": "||", "||": "&&"},
-    "arithmetic": {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=",
-                   "<<": ">>", ">>": "<<", "&": "|", "|": "&"},
+    "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&",
+    "+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=", "<<": ">>",
+    ">>": "<<", "&": "|", "|": "&",
 }
+SWAPPED = "|".join(re.escape(operator) for operator in sorted(SWAPS, key=len, reverse=True))
 NO_CODE = re.compile(
     r"//[^\n]*|/\*.*?\*/|\"(?:\\.|[^\"\\\n])*\"|'(?:\\.|[^'\\\n])+'"
     r"|^[ \t]*#(?:[^\n]*\\\n)*[^\n]*|^[ \t]*template <[^;{]*?>$|\bstatic_assert\([^;]*;",
@@ -30,10 +31,10 @@ DROPPED_LOCK = re.compile(r"const SequenceWriter writer\(sequence\)")
 class Mutant(NamedTuple):
     path: str
     line: int
-    kind: str
     start: int
     end: int
     replacement: str
+    description: str  # tells its place by the code there: "if (count [== -> !=] 0)"
 
     def applied_to(self, text):
         return text[:self.start] + self.replacement + text[self.end:]
@@ -43,10 +44,6 @@ class Mutant(NamedTuple):
         digest = hashlib.sha1(text.encode()).hexdigest()[:10]
         return f"{self.path}:{self.line}:{self.start}:{self.replacement}:{digest}"
 
-    def describe(self, text):
-        before = " ".join(text[self.start:self.end].split())
-        return f"{self.path}:{self.line}: {self.kind}: {before} -> {self.replacement or 'nothing'}"
-
 
 def code_of(text):
     """The text with everything that is no code blanked out, at the same places."""
@@ -54,10 +51,8 @@ def code_of(text):
 
 
 def swapped_operators(code):
-    for kind, swaps in SWAPS.items():
-        pattern = "|".join(re.escape(operator) for operator in swaps)
-        for found in re.finditer(rf"(?<= )(?:{pattern})(?=\s)", code):
-            yield kind, found.start(), found.end(), swaps[found.group()]
+    for found in re.finditer(rf"(?<= )(?:{SWAPPED})(?=\s)", code):
+        yield found.start(), found.end(), SWAPS[found.group()]
 
 
 def changed_constant(number):
@@ -71,10 +66,10 @@ def changed_constants(code):
     for found in NUMBER.finditer(code):
         is_label = code.endswith("case ", 0, found.start())
         changed = "9" + found.group() if is_label else changed_constant(found.group())
-        yield "constant", found.start(), found.end(), changed
+        yield found.start(), found.end(), changed
     for found in re.finditer(r"\b(true|false)\b", code):
         opposite = "false" if found.group() == "true" else "true"
-        yield "constant", found.start(), found.end(), opposite
+        yield found.start(), found.end(), opposite
 
 
 def statements(code):
@@ -105,35 +100,47 @@ def dropped_statements(code):
         begin += prefix.end()
         statement = code[begin:end]
         if EXPRESSION.match(statement) or DROPPED_LOCK.match(statement):
-            kind = "lock" if DROPPED_LOCK.match(statement) else "statement"
-            yield kind, begin, end, ";"
+            yield begin, end, ";"
 
 
 def skipped_branches(code):
     """Conditions that never hold: the statement behind them is dropped."""
     for found in re.finditer(r"\b(?:if|while) \(", code):
-        yield "branch", found.end(), found.end(), "false && "
+        yield found.end(), found.end(), "false && "
 
 
 def removed_locks(code):
     for found in LOCK.finditer(code):
         group = 1 if found.group(1) else 2
-        yield "lock", found.start(group), found.end(group), "nullptr"
+        yield found.start(group), found.end(group), "nullptr"
 
 
 def swapped_factor_and_offset(code):
     """But for the names in a declaration, which say nothing to the compiler."""
     for found in re.finditer(r"\bfactor\b(?!,\s+double offset\);)([^;{}]*?)\boffset\b", code):
-        yield "factor and offset", found.start(), found.end(), f"offset{found.group(1)}factor"
+        yield found.start(), found.end(), f"offset{found.group(1)}factor"
 
 
 OPERATORS = [swapped_operators, changed_constants, dropped_statements, skipped_branches,
              removed_locks, swapped_factor_and_offset]
 
 
+def marked(text, start, end, replacement):
+    """The code of the line or lines with the change in it."""
+    begin, line_end = text.rfind("\n", 0, start) + 1, text.find("\n", end)
+    change = f"[{text[start:end]} -> {replacement}]"
+    return " ".join((text[begin:start] + change + text[end:line_end]).split())
+
+
 def mutants_of(path, text):
     code = code_of(text)
-    found = sorted({mutant for operator in OPERATORS for mutant in operator(code)},
-                   key=lambda mutant: mutant[1:])
-    return [Mutant(path, text.count("\n", 0, start) + 1, kind, start, end, replacement)
-            for kind, start, end, replacement in found]
+    changes = sorted({change for operator in OPERATORS for change in operator(code)})
+    mutants, seen = [], Counter()
+    for start, end, replacement in changes:
+        description = f"{path}: {marked(text, start, end, replacement)}"
+        seen[description] += 1
+        if seen[description] > 1:
+            description += f" ({seen[description]})"
+        line = text.count("\n", 0, start) + 1
+        mutants.append(Mutant(path, line, start, end, replacement, description))
+    return mutants
