@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
+
+#include <gtest/gtest.h>
 
 /// A finished run of the monitor.
 struct MonitorRun {
@@ -21,3 +25,27 @@ inline MonitorRun runMonitor(const QStringList& arguments)
     run.messages = QString::fromUtf8(process.readAllStandardError());
     return run;
 }
+
+/// Runs the monitor over files of the test's own.
+class MonitorFiles : public testing::Test
+{
+protected:
+    QString path(const QString& name) const { return directory.filePath(name); }
+
+    QString write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return file.fileName();
+    }
+
+    MonitorRun replay(const QByteArray& log, const QByteArray& dbc,
+                      const QStringList& options = {}) const
+    {
+        return runMonitor(
+            QStringList{"replay", write("bus.log", log), "--dbc", write("bus.dbc", dbc)} + options);
+    }
+
+    QTemporaryDir directory;
+};

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QDir>
-#include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 
 namespace
@@ -27,25 +26,15 @@ QByteArray speedLog()
     return log;
 }
 
-class Plots : public testing::Test
+class Plots : public MonitorFiles
 {
 protected:
-    QString path(const QString& name) const { return directory.filePath(name); }
-
-    QString write(const QString& name, const QByteArray& content) const
-    {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return file.fileName();
-    }
-
     MonitorRun plot(const QByteArray& log, const QString& plots) const
     {
-        return runMonitor({"replay", write("bus.log", log), "--dbc",
-                           write("bus.dbc", "BO_ 2364540158 EEC1: 8 X\n SG_ EngineSpeed : "
-                                            "24|16@1+ (0.125,0) [0|0] \"rpm\" X\n"),
-                           "--plot", plots});
+        return replay(log,
+                      "BO_ 2364540158 EEC1: 8 X\n"
+                      " SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|0] \"rpm\" X\n",
+                      {"--plot", plots});
     }
 
     /// The row below the title and the legend, which the overview does not have.
@@ -63,8 +52,6 @@ protected:
         }
         return columns;
     }
-
-    QTemporaryDir directory;
 };
 
 } // namespace

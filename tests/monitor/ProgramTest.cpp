@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
-#include <QtCore/QTemporaryDir>
 
 namespace
 {
@@ -12,28 +10,7 @@ namespace
 const QByteArray speedDbc = "BO_ 2364540158 EEC1: 8 Engine\n"
                             " SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] \"rpm\" X\n";
 
-class Program : public testing::Test
-{
-protected:
-    QString path(const QString& name) const { return directory.filePath(name); }
-
-    QString write(const QString& name, const QByteArray& content) const
-    {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        return file.fileName();
-    }
-
-    MonitorRun replay(const QByteArray& log, const QByteArray& dbc,
-                      const QStringList& options = {}) const
-    {
-        return runMonitor(
-            QStringList{"replay", write("bus.log", log), "--dbc", write("bus.dbc", dbc)} + options);
-    }
-
-    QTemporaryDir directory;
-};
+using Program = MonitorFiles;
 
 } // namespace
 

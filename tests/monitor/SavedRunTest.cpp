@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QFile>
-#include <QtCore/QTemporaryDir>
-
 #include <sys/stat.h>
 
 namespace
@@ -15,11 +12,9 @@ QString sample(const QString& name)
     return QStringLiteral(SAMPLE_DIRECTORY "/") + name;
 }
 
-class SavedRuns : public testing::Test
+class SavedRuns : public MonitorFiles
 {
 protected:
-    QString path(const QString& name) const { return directory.filePath(name); }
-
     MonitorRun save(const QStringList& options) const
     {
         return runMonitor(QStringList{"replay", sample("drive.log"), "--dbc", sample("engine.dbc"),
@@ -27,8 +22,6 @@ protected:
                                       path("run")} +
                           options);
     }
-
-    QTemporaryDir directory;
 };
 
 } // namespace
@@ -55,17 +48,11 @@ TEST_F(SavedRuns, AreShownWithAnotherBandIfOneIsGiven)
 
 TEST_F(SavedRuns, CarriedValuesAreSavedToo)
 {
-    QFile eds(path("bus.eds"));
-    ASSERT_TRUE(eds.open(QIODevice::WriteOnly));
-    eds.write("[1800sub1]\nDefaultValue=0x185\n[1A00sub1]\nDefaultValue=0x20000020\n"
-              "[2000]\nParameterName=Text\nDataType=9\n");
-    eds.close();
-    QFile log(path("bus.log"));
-    ASSERT_TRUE(log.open(QIODevice::WriteOnly));
-    log.write("(1.0) can0 185#4F6B0000\n");
-    log.close();
-    const MonitorRun saved = runMonitor(
-        {"replay", log.fileName(), "--eds", eds.fileName(), "--node", "5", "--save", path("run")});
+    const QString eds = write("bus.eds", "[1800sub1]\nDefaultValue=0x185\n"
+                                         "[1A00sub1]\nDefaultValue=0x20000020\n"
+                                         "[2000]\nParameterName=Text\nDataType=9\n");
+    const MonitorRun saved = runMonitor({"replay", write("bus.log", "(1.0) can0 185#4F6B0000\n"),
+                                         "--eds", eds, "--node", "5", "--save", path("run")});
     EXPECT_TRUE(saved.output.contains("Ok"));
     EXPECT_EQ(runMonitor({"show", path("run")}).output, saved.output);
 }
@@ -142,14 +129,10 @@ TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheFigures)
     QString log; // of as many sources as it takes to print more than is buffered
     for (int source = 0; source < 256; ++source)
         log += QString("(1.0) can0 0CF004%1#FFFFFF2003FFFFFF\n").arg(source, 2, 16, QChar('0'));
-    QFile file(path("bus.log"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(log.toLatin1());
-    file.close();
     QProcess process; // whose output is a pipe that has no reader any more
     process.start("sh", {"-c", "mkfifo $0 && exec 3<>$0 4>$0 3>&- && exec \"$@\" >&4", path("pipe"),
-                         MONITOR_PROGRAM, "replay", path("bus.log"), "--dbc", sample("engine.dbc"),
-                         "--format", "json", "--save", path("run")});
+                         MONITOR_PROGRAM, "replay", write("bus.log", log.toLatin1()), "--dbc",
+                         sample("engine.dbc"), "--format", "json", "--save", path("run")});
     ASSERT_TRUE(process.waitForFinished());
     EXPECT_EQ(process.exitStatus(), QProcess::CrashExit);
     EXPECT_EQ(runMonitor({"show", path("run")}).output.count("EngineSpeed"), 256);
@@ -158,10 +141,7 @@ TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheFigures)
 TEST_F(SavedRuns, ReplaceNothingButSavedSeries)
 {
     const QByteArray text = "VANTREL is not all\n";
-    QFile file(path("run"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text);
-    file.close();
+    QFile file(write("run", text));
     EXPECT_EQ(save({}).exitCode, 2);
     EXPECT_EQ(save({}).messages,
               path("run") + ": cannot be written: there is a file that holds no saved series\n");

@@ -26,6 +26,20 @@ QString forSignals(const QString& pattern, Messages& messages, Call call)
     return found ? QString() : QStringLiteral("there is no signal \"%1\"").arg(pattern);
 }
 
+/// Calls \a call with each of \a all for every signal that its pattern means; the first complaint.
+template <typename Given, typename Call>
+QString setForSignals(const QVector<Given>& all, QVector<MessageDescription>& messages, Call call)
+{
+    QString complaint;
+    for (const Given& given : all) {
+        const QString found = forSignals(given.pattern, messages, [&](auto& message, auto& signal) {
+            call(given, message, signal);
+        });
+        complaint = complaint.isEmpty() ? found : complaint;
+    }
+    return complaint;
+}
+
 bool canBeScaled(const MessageDescription& message, const SignalDescription& signal)
 {
     const ValueRange range = scaledRange(signal);
@@ -51,31 +65,24 @@ QString chooseSignals(const QStringList& patterns, QVector<MessageDescription>& 
 
 QString setLimits(const QVector<SignalLimits>& limits, QVector<MessageDescription>& messages)
 {
-    QString complaint;
-    for (const SignalLimits& given : limits) {
-        const QString found = forSignals(given.pattern, messages, [&given](auto&, auto& signal) {
-            signal.ratingLimits = given.limits;
-        });
-        complaint = complaint.isEmpty() ? found : complaint;
-    }
-    return complaint;
+    return setForSignals(limits, messages, [](const SignalLimits& given, auto&, auto& signal) {
+        signal.ratingLimits = given.limits;
+    });
 }
 
 QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescription>& messages)
 {
-    QString complaint;
-    for (const SignalScaling& given : scalings) {
-        const QString found = forSignals(given.pattern, messages, [&](auto& message, auto& signal) {
+    QString unscalable;
+    const QString complaint = setForSignals(
+        scalings, messages, [&](const SignalScaling& given, auto& message, auto& signal) {
             signal.factor = given.factor;
             signal.offset = given.offset;
             signal.unit = given.unit;
             if (!canBeScaled(message, signal))
-                complaint =
+                unscalable =
                     QStringLiteral("signal \"%1\" cannot be scaled").arg(signal.reportedName);
         });
-        complaint = complaint.isEmpty() ? found : complaint;
-    }
-    return complaint;
+    return unscalable.isEmpty() ? complaint : unscalable;
 }
 
 void setKeptRecords(int records, QVector<MessageDescription>& messages)
@@ -89,14 +96,10 @@ void setKeptRecords(int records, QVector<MessageDescription>& messages)
 QString setReservations(const QVector<SignalReservation>& reservations,
                         QVector<MessageDescription>& messages)
 {
-    QString complaint;
-    for (const SignalReservation& given : reservations) {
-        const QString found = forSignals(given.pattern, messages, [&given](auto&, auto& signal) {
-            signal.reserves = given.reserves;
-        });
-        complaint = complaint.isEmpty() ? found : complaint;
-    }
-    return complaint;
+    return setForSignals(reservations, messages,
+                         [](const SignalReservation& given, auto&, auto& signal) {
+                             signal.reserves = given.reserves;
+                         });
 }
 
 QString checkPatterns(const QStringList& patterns, const QVector<MessageDescription>& messages)
