@@ -1,5 +1,6 @@
 // What many signals cost that update at once, beside as many bare threads that only sleep: start
-// and stop, memory and processor time. Arguments: how many to measure, 1000 and 5000 if none.
+// and stop, memory and processor time. Arguments: how many to measure, 1000 and 5000 if none. Exits
+// with 1 if the signals take more than twice the processor time of the threads.
 
 #include <vantrel/signal/GenericSignalImpl.h>
 
@@ -11,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -21,6 +23,7 @@ namespace
 
 constexpr int observedMs = 10000;
 constexpr int stoppedAtOnce = 256;
+constexpr std::size_t stoppedOneByOne = 100; ///< the others side by side
 
 double processorMs()
 {
@@ -81,14 +84,29 @@ private:
     GenericSignalImpl<J1939Value> signal;
 };
 
+/// How long one takes, in milliseconds.
 template <typename Updating>
-void stopSideBySide(std::vector<Updating>& all)
+double stopOneByOne(std::vector<Updating>& all, std::size_t count)
 {
+    QElapsedTimer timer;
+    timer.start();
+    for (std::size_t i = 0; i < count; ++i)
+        all[i].stop();
+    return static_cast<double>(timer.nsecsElapsed()) / 1e6 / static_cast<double>(count);
+}
+
+/// How long all take from the given one on, in milliseconds.
+template <typename Updating>
+double stopSideBySide(std::vector<Updating>& all, std::size_t begin)
+{
+    QElapsedTimer timer;
+    timer.start();
     QThreadPool pool;
     pool.setMaxThreadCount(stoppedAtOnce);
-    for (Updating& one : all)
-        pool.start([&one] { one.stop(); });
+    for (std::size_t i = begin; i < all.size(); ++i)
+        pool.start([&one = all[i]] { one.stop(); });
     pool.waitForDone();
+    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
 /// Prints the row and returns the share of a core.
@@ -109,11 +127,11 @@ double measure(const char* name, std::size_t count)
     const double share =
         (processorMs() - processorBefore) / (static_cast<double>(timer.nsecsElapsed()) / 1e6);
     const double resident = residentKb() - residentBefore;
-    timer.restart();
-    stopSideBySide(all);
-    const double stopMs = static_cast<double>(timer.nsecsElapsed()) / 1e6;
-    std::printf("| %zu %s | %.0f ms | %.0f ms | %.1f KB | %.1f %% |", count, name, startMs, stopMs,
-                resident / static_cast<double>(count), share * 100);
+    const std::size_t first = std::min(stoppedOneByOne, count);
+    const double stopOneMs = stopOneByOne(all, first);
+    const double stopRestMs = stopSideBySide(all, first);
+    std::printf("| %zu %s | %.0f ms | %.0f ms | %.0f ms | %.1f KB | %.1f %% |", count, name,
+                startMs, stopRestMs, stopOneMs, resident / static_cast<double>(count), share * 100);
     return share;
 }
 
@@ -139,25 +157,29 @@ double measureApart(const char* name, std::size_t count)
     return share;
 }
 
-void compare(std::size_t count)
+/// Whether the signals take at most twice what the threads take.
+bool compare(std::size_t count)
 {
     const double bare = measureApart<BareThread>("bare threads", count);
     std::puts(" |");
     const double own = measureApart<UpdatingSignal>("signals", count);
     std::printf(" %.2f |\n", own / bare);
+    return bare > 0 && own > 0 && own <= 2 * bare;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    std::puts("| | start | stop side by side | memory each | of one core | ratio |\n"
-              "|---|---|---|---|---|---|");
+    std::puts("| | start | stop side by side | one by one, each | memory each | of one core "
+              "| ratio |\n|---|---|---|---|---|---|---|");
+    std::vector<std::size_t> counts;
     for (int i = 1; i < argc; ++i)
-        compare(std::strtoul(argv[i], nullptr, 10));
-    if (argc == 1) {
-        compare(1000);
-        compare(5000);
-    }
-    return 0;
+        counts.push_back(std::strtoul(argv[i], nullptr, 10));
+    if (counts.empty())
+        counts = {1000, 5000};
+    bool asExpected = true;
+    for (const std::size_t count : counts)
+        asExpected = compare(count) && asExpected;
+    return asExpected ? 0 : 1;
 }
