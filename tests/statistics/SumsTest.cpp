@@ -45,6 +45,27 @@ void setSums(LargeIntegerSums<N>& sums, const std::vector<quint64>& words)
     sums.words() = std::tie(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
 }
 
+__extension__ typedef __int128 Int128;
+
+/// Whether no double is nearer to \a sum / \a count than \a mean, and it is the even one of two.
+bool isNearest(double mean, Int128 sum, Int128 count)
+{
+    int exponent = 0;
+    std::frexp(mean, &exponent);
+    const int shift = std::max(0, 54 - exponent); // of which the doubles next to it are multiples
+    const auto distance = [&](double candidate) {
+        const Int128 times =
+            static_cast<Int128>(std::ldexp(candidate, shift)) * count - sum * (Int128(1) << shift);
+        return times < 0 ? -times : times;
+    };
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const Int128 next = std::min(distance(std::nextafter(mean, infinity)),
+                                 distance(std::nextafter(mean, -infinity)));
+    quint64 bits = 0;
+    std::memcpy(&bits, &mean, sizeof bits);
+    return distance(mean) < next || (distance(mean) == next && bits % 2 == 0);
+}
+
 template <typename N>
 class IntegerSums : public testing::Test
 {
@@ -84,6 +105,27 @@ TYPED_TEST(IntegerSums, AddingTheGreatestValuesCarriesIntoEveryWord)
     fresh.squaresLow = 0;
     fresh.add(highest);
     EXPECT_EQ(sums.squaresLow, fresh.squaresLow - 1);
+}
+
+TEST(Means, AreTheNearestDoublesWhateverTheSumAndTheCount)
+{
+    Random random(21);
+    for (int i = 0; i < 300000; ++i) {
+        const Int128 count = 1 + random.below(1 << random.below(20));
+        const Int128 power = Int128(1) << (34 + random.below(30));
+        const Int128 unit =
+            std::max((power >> 52) * count, Int128(1)); // what sums of means differ by
+        Int128 sum = power * count;
+        sum += i % 4 == 0 ? random.next() % power * count : random.next() % (8 * unit) - 4 * unit;
+        if (i % 3 == 0) // at a double or half the way between two
+            sum = sum / unit * unit + (i % 2 == 0 ? unit / 2 : 0);
+        if (i % 5 == 0)
+            sum = -sum;
+        const auto low = static_cast<quint64>(sum), high = static_cast<quint64>(sum >> 64);
+        const auto values = static_cast<quint64>(count);
+        ASSERT_TRUE(isNearest(meanOf(low, high, values), sum, count))
+            << high << " * 2^64 + " << low << ", " << values << " values";
+    }
 }
 
 TEST(WideIntegers, ProductsAndSquaresAgreeWithLongMultiplication)
