@@ -2,8 +2,6 @@
 
 #include "wideIntegers.h"
 
-#include <cstdlib>
-
 // Mean and deviation of whole numbers from their exact sums. The count is at least 1.
 
 /// Up to this magnitude every whole number is a double.
@@ -19,7 +17,8 @@ inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int
 }
 
 /// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
-/// operands may be off by two units in the last place; the residual tells which double is nearest.
+/// operands is off by less than one and a half units in the last place: less than one from rounding
+/// the sum, half a one from rounding the quotient. The residual tells which double is nearest.
 inline double roundedQuotient(const Words<2>& sum, quint64 count)
 {
     constexpr quint64 leadingBit = quint64(1) << 52;
@@ -28,21 +27,18 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
     std::memcpy(&bits, &estimate, sizeof bits);
     int exponent = static_cast<int>(bits >> 52) - exponentBias - 52;
     quint64 mantissa = (bits & (leadingBit - 1)) | leadingBit;
-    // Just below a power of two the doubles lie twice as close.
-    if (mantissa <= leadingBit + 2 && quotientResidual(sum[0], count, leadingBit, exponent) < 0) {
+    // Just below a power of two, where that is the highest estimate, doubles lie twice as close.
+    if (mantissa == leadingBit && quotientResidual(sum[0], count, leadingBit, exponent) < 0) {
         mantissa = 2 * leadingBit;
         --exponent;
     }
-    // Without branches, because nobody could foretell them.
-    qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
+    // Without branches, because nobody could foretell them. Half-way goes to the even mantissa.
+    const qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
     const qint64 unit = static_cast<qint64>(exponent >= 0 ? count << exponent : count);
-    const int steps = (2 * residual > unit ? 1 : 0) + (2 * residual > 3 * unit ? 1 : 0) -
-                      (2 * residual < -unit ? 1 : 0) - (2 * residual < -3 * unit ? 1 : 0);
-    mantissa += static_cast<quint64>(qint64(steps));
-    residual -= steps * unit;
-    if (Q_UNLIKELY(std::abs(2 * residual) == unit && mantissa % 2 == 1))
-        mantissa += residual > 0 ? 1 : ~quint64(0);
-    return static_cast<double>(mantissa) * powerOfTwo(exponent);
+    const qint64 isOdd = mantissa & 1;
+    const int step = (2 * residual + isOdd > unit ? 1 : 0) - (2 * residual - isOdd < -unit ? 1 : 0);
+    return static_cast<double>(mantissa + static_cast<quint64>(qint64(step))) *
+           powerOfTwo(exponent);
 }
 
 /// (\a high * 2^64 + \a low) / \a count, correctly rounded. \a high is signed in its bits. The two
