@@ -60,3 +60,9 @@ bool& failLogSwitches()
     static bool fail = false;
     return fail;
 }
+
+std::atomic<bool>& endNextThread()
+{
+    static std::atomic<bool> end{false};
+    return end;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,6 +28,9 @@ __attribute__((visibility("default"))) bool& failOperations();
 
 /// Whether switching the log of a calculator throws a StandinFailure.
 __attribute__((visibility("default"))) bool& failLogSwitches();
+
+/// Whether the next question for an average ends the thread that asks; it then resets itself.
+__attribute__((visibility("default"))) std::atomic<bool>& endNextThread();
 
 struct __attribute__((visibility("default"))) StandinFailure {
 };
