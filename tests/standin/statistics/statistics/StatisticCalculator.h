@@ -17,10 +17,8 @@ public:
     explicit StatisticCalculator(std::optional<int> capacity)
     {
         note(capacity.has_value() ? "construct with a log" : "construct");
-        if (failNextConstruction()) {
-            failNextConstruction() = false;
+        if (failingConstruction() > 0 && --failingConstruction() == 0)
             throw StandinFailure();
-        }
     }
 
     ~StatisticCalculator() { note("destroy"); }
