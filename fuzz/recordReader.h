@@ -1,5 +1,7 @@
 #pragma once
 
+#include "refusal.h"
+
 #include <saving/PlainRecord.h>
 
 #include <QtCore/QByteArray>
@@ -28,6 +30,7 @@ public:
     {
         QDataStream stream(bytes);
         configure(stream);
+        inputRefused = !monitor::nextRecordIsPlain(stream);
         while (monitor::nextRecordIsPlain(stream)) {
             T record;
             stream >> record;

@@ -1,5 +1,7 @@
 // Stands in for the fuzzer where the compiler has none: gives every file of the folders named as
-// arguments to the target once.
+// arguments to the target once, and requires that it refuses those named refused-*.
+
+#include "refusal.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -21,6 +23,8 @@ int main(int argc, char* argv[])
             const QByteArray bytes = file.readAll();
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
                                    static_cast<std::size_t>(bytes.size()));
+            if (info.fileName().startsWith(QLatin1String("refused-")) && !inputRefused)
+                return std::cerr << qPrintable(info.filePath()) << " is not refused\n", 1;
             ++count;
         }
     }

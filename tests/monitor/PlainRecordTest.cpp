@@ -1,3 +1,4 @@
+#include <readSeries.h>
 #include <records.h>
 #include <saving/PlainRecord.h>
 #include <variants.h>
@@ -204,4 +205,45 @@ TYPED_TEST(PlainRecord, AStreamThatHasFailedIsRefusedAndKeepsItsStatus)
     stream.setStatus(QDataStream::ReadCorruptData);
     EXPECT_FALSE(nextRecordIsPlain(stream));
     EXPECT_EQ(stream.status(), QDataStream::ReadCorruptData);
+}
+
+/// The function that docs/reliability.md shows.
+class ShownReader : public testing::Test
+{
+protected:
+    static QByteArray written(const QVariant& raw)
+    {
+        QByteArray bytes;
+        QDataStream stream(&bytes, QIODevice::WriteOnly);
+        stream << rawRecord<J1939Value>(raw);
+        return bytes;
+    }
+
+    static QVector<QVariant> rawValuesRead(const QByteArray& bytes)
+    {
+        QDataStream stream(bytes);
+        QVector<QVariant> rawValues;
+        for (const J1939Value& record : readSeries(stream))
+            rawValues.append(record.rawValue);
+        return rawValues;
+    }
+};
+
+TEST_F(ShownReader, ReadsEveryRecordOfAPlainStream)
+{
+    EXPECT_EQ(rawValuesRead({}), QVector<QVariant>{});
+    EXPECT_EQ(rawValuesRead(written(1) + written(2) + written(3)), (QVector<QVariant>{1, 2, 3}));
+}
+
+TEST_F(ShownReader, StopsBeforeARecordThatIsNotPlain)
+{
+    const QByteArray list = written(QVariantList{1});
+    EXPECT_EQ(rawValuesRead(written(1) + list + written(2)), QVector<QVariant>{1});
+}
+
+TEST_F(ShownReader, LeavesOutARecordThatIsCutOffAnywhere)
+{
+    const QByteArray whole = written(2);
+    for (int length = 0; length < whole.size(); ++length)
+        EXPECT_EQ(rawValuesRead(written(1) + whole.left(length)), QVector<QVariant>{1}) << length;
 }

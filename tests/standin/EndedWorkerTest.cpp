@@ -3,11 +3,19 @@
 #include <feed.h>
 #include <workers.h>
 
+#include <QtCore/QDir>
+
 namespace
 {
 
-/// A signal whose worker has ended by itself: switching off has told it to, but was broken off by
-/// the calculator before the worker was waited for.
+/// A thread counts from its start on, before it bears the name of a worker.
+int threadCount()
+{
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    return tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+}
+
+/// A signal whose worker's thread has ended in its first pass, while updating stays switched on.
 template <typename T>
 class EndedWorker : public testing::Test
 {
@@ -15,15 +23,17 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(settlesAt(0));
+        endNextThread() = true;
         signal.setUpdatingEnabled(true);
-        ASSERT_TRUE(settlesAt(1));
-        failLogSwitches() = true;
-        EXPECT_THROW(signal.setUpdatingEnabled(false), StandinFailure);
-        failLogSwitches() = false;
+        ASSERT_TRUE(waitUntil([] { return !endNextThread(); }));
         ASSERT_TRUE(settlesAt(0));
     }
 
-    ~EndedWorker() override { failLogSwitches() = false; }
+    ~EndedWorker() override
+    {
+        endNextThread() = false;
+        failLogSwitches() = false;
+    }
 
     GenericSignalImpl<T> signal;
 };
@@ -31,20 +41,32 @@ TYPED_TEST_SUITE(EndedWorker, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(EndedWorker, LeavesTheSignalTakingValues)
+TYPED_TEST(EndedWorker, LeavesTheSignalTakingValuesAndTheCachedFiguresAsTheyWere)
 {
     feed(this->signal, {7});
     EXPECT_EQ(this->signal.getValueCount(), 1);
     EXPECT_EQ(this->signal.getValues().constFirst().scaledValue, QVariant(7));
+    EXPECT_EQ(this->signal.getAverage(), 0.0);
 }
 
-TYPED_TEST(EndedWorker, IsFollowedByAFreshOneAfterSwitchingOff)
+TYPED_TEST(EndedWorker, IsNotReplacedBySwitchingOnAgain)
 {
+    const int threads = threadCount();
     this->signal.setUpdatingEnabled(true);
-    EXPECT_EQ(workerCount(), 0);
+    this->signal.setValueHandling(append);
+    EXPECT_EQ(threadCount(), threads);
+    feed(this->signal, {7});
+    EXPECT_EQ(this->signal.getValueCount(), 1);
+}
+
+TYPED_TEST(EndedWorker, IsNotWaitedForWhenSwitchingOffAndOnStartsAFreshOneThatUpdates)
+{
     this->signal.setUpdatingEnabled(false);
+    EXPECT_EQ(this->signal.getAverage(), 0.0);
     this->signal.setUpdatingEnabled(true);
     EXPECT_TRUE(settlesAt(1));
+    EXPECT_TRUE(waitForCaches(this->signal));
+    EXPECT_EQ(this->signal.getAverage(), 10.0);
     this->signal.setUpdatingEnabled(false);
     EXPECT_TRUE(settlesAt(0));
 }
@@ -52,4 +74,19 @@ TYPED_TEST(EndedWorker, IsFollowedByAFreshOneAfterSwitchingOff)
 TYPED_TEST(EndedWorker, DoesNotKeepTheSignalFromBeingDestroyed)
 {
     // The fixture's destructor would wait for ever.
+}
+
+/// The worker then leaves at the end of its cycle, but nobody has waited for it.
+TYPED_TEST(EndedWorker, IsFollowedByAFreshOneAlsoIfItLeftWhileTheCalculatorBrokeOffTheSwitch)
+{
+    this->signal.setUpdatingEnabled(false);
+    this->signal.setUpdatingEnabled(true);
+    ASSERT_TRUE(settlesAt(1));
+    failLogSwitches() = true;
+    EXPECT_THROW(this->signal.setUpdatingEnabled(false), StandinFailure);
+    failLogSwitches() = false;
+    ASSERT_TRUE(settlesAt(0));
+    this->signal.setUpdatingEnabled(false);
+    this->signal.setUpdatingEnabled(true);
+    EXPECT_TRUE(settlesAt(1));
 }

@@ -21,7 +21,7 @@ protected:
     ~StatisticsCalls() override
     {
         failOperations() = false;
-        failNextConstruction() = false;
+        failingConstruction() = 0;
     }
 };
 TYPED_TEST_SUITE(StatisticsCalls, RecordTypes);

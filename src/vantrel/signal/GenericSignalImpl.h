@@ -53,7 +53,10 @@
 /// statistics library throws in setDatatype(), the signal is left without one: until a later
 /// setDatatype() succeeds, every operation that needs the calculator throws
 /// std::bad_variant_access. The destructor never does. On the worker such an exception, or one of
-/// the statistics library, ends the process: switch updating off before setDatatype().
+/// the statistics library, ends the process: switch updating off before setDatatype(). If an
+/// operation throws std::bad_alloc, its record or batch is stored as a whole or not at all; stored
+/// records that scaling did not reach keep the scaled value that they had or came with, and a
+/// record that was not scaled is not added to the running statistics.
 template <typename T>
 class GenericSignalImpl
 {

@@ -10,10 +10,15 @@ static_assert(sizeof(CANopenObjectValue) == 56);
 static_assert(sizeof(J1939Value) == 40);
 static_assert(sizeof(GenericSignalImpl<CANopenObjectValue>) == 352);
 static_assert(sizeof(GenericSignalImpl<J1939Value>) == 352);
-static_assert(sizeof(StatisticCalculator<double>) == 248);
 static_assert(sizeof(StatisticCalculator<float>) == 240);
-static_assert(sizeof(StatisticCalculator<long long>) == 112);
-static_assert(sizeof(StatisticCalculator<int>) == 104);
+static_assert(sizeof(StatisticCalculator<double>) == 248);
 static_assert(sizeof(StatisticCalculator<signed char>) == 104);
+static_assert(sizeof(StatisticCalculator<unsigned char>) == 104);
+static_assert(sizeof(StatisticCalculator<short>) == 104);
+static_assert(sizeof(StatisticCalculator<unsigned short>) == 104);
+static_assert(sizeof(StatisticCalculator<int>) == 104);
+static_assert(sizeof(StatisticCalculator<unsigned int>) == 104);
+static_assert(sizeof(StatisticCalculator<long long>) == 112);
+static_assert(sizeof(StatisticCalculator<unsigned long long>) == 112);
 static_assert(sizeof(LibVantrel) == 1);
 #endif

@@ -43,15 +43,15 @@ std::vector<Call> callsOfOthers()
     return others;
 }
 
-bool& failNextConstruction()
+int& failingConstruction()
 {
-    static bool fail = false;
-    return fail;
+    static int number = 0;
+    return number;
 }
 
-bool& failOperations()
+std::atomic<bool>& failOperations()
 {
-    static bool fail = false;
+    static std::atomic<bool> fail{false};
     return fail;
 }
 
@@ -59,4 +59,10 @@ bool& failLogSwitches()
 {
     static bool fail = false;
     return fail;
+}
+
+std::atomic<bool>& endNextThread()
+{
+    static std::atomic<bool> end{false};
+    return end;
 }

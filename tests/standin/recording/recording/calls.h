@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,14 +20,18 @@ __attribute__((visibility("default"))) std::vector<std::string> takeOwnCalls();
 /// What other threads than this one have recorded, without forgetting it.
 __attribute__((visibility("default"))) std::vector<Call> callsOfOthers();
 
-/// Whether the next construction of a calculator throws a StandinFailure; it then resets itself.
-__attribute__((visibility("default"))) bool& failNextConstruction();
+/// Which construction of a calculator throws a StandinFailure: 1 the next one, 2 the one after it
+/// and so on, 0 none. Counts down.
+__attribute__((visibility("default"))) int& failingConstruction();
 
 /// Whether the operations of the calculators throw a StandinFailure.
-__attribute__((visibility("default"))) bool& failOperations();
+__attribute__((visibility("default"))) std::atomic<bool>& failOperations();
 
 /// Whether switching the log of a calculator throws a StandinFailure.
 __attribute__((visibility("default"))) bool& failLogSwitches();
+
+/// Whether the next question for an average ends the thread that asks; it then resets itself.
+__attribute__((visibility("default"))) std::atomic<bool>& endNextThread();
 
 struct __attribute__((visibility("default"))) StandinFailure {
 };
