@@ -168,7 +168,8 @@ TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo
     std::atomic<int> listed{0};
     this->whileReading(
         [&] {
-            for (int i = 0; i < rounds || rated == 0 || listed == 0; ++i) {
+            const auto sawAll = [&] { return rated > 0 && listed > 0; };
+            for (int i = 0; i < rounds || (!sawAll() && broken == 0); ++i) {
                 if (i % 5 == 4)
                     this->signal.clearValues();
                 this->signal.setNewValue(i % 2 == 0 ? ordinary : deviating);
