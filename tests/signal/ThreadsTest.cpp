@@ -155,23 +155,41 @@ TYPED_TEST(SignalThreads, ReadersSurviveClearingAndRefilling)
 
 TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo)
 {
+    feed(this->signal, {40, 60});
+    ASSERT_TRUE(waitForCaches(this->signal));
+    this->signal.setUpdatingEnabled(false); // the band stays at 50 +- 10
+    auto ordinary = scaledRecord<TypeParam>(50);
+    ordinary.rawValue = 50;
+    auto deviating = ordinary;
+    deviating.rawValue = 80;
+    this->signal.clearValues();
     std::atomic<int> broken{0};
+    std::atomic<int> rated{0};
+    std::atomic<int> listed{0};
     this->whileReading(
         [&] {
-            for (int i = 0; i < rounds; ++i) {
+            const auto sawAll = [&] { return rated > 0 && listed > 0; };
+            for (int i = 0; i < rounds || (!sawAll() && broken == 0); ++i) {
                 if (i % 5 == 4)
                     this->signal.clearValues();
-                this->signal.setNewValue(scaledRecord<TypeParam>(50));
+                this->signal.setNewValue(i % 2 == 0 ? ordinary : deviating);
             }
         },
         [&] {
-            const int rating = this->signal.getRating(1, true, 0, 100);
-            broken += rating != 100;
-            broken += this->signal.getDeviators(3).size() > 5;
+            // 50 lies below the inner half of the limits; fewer than two records rate 100.
+            const int rating = this->signal.getRating(1, true, 40, 100);
+            broken += rating != 67 && rating != 100;
+            rated += rating == 67;
+            const QVector<TypeParam> deviators = this->signal.getDeviators(1);
+            broken += deviators.size() > 3; // of five records in turn
+            for (const TypeParam& deviator : deviators)
+                broken += deviator.rawValue.toInt() != 80;
+            listed += !deviators.isEmpty();
             TypeParam record;
             if (this->signal.getValue(0, record))
                 broken += record.scaledValue.toInt() != 50;
-            broken += this->signal.getLowerThreshold(1) > this->signal.getUpperThreshold(1);
+            broken += this->signal.getLowerThreshold(2) != 30;
+            broken += this->signal.getUpperThreshold(2) != 70;
         });
     EXPECT_EQ(broken, 0);
 }

@@ -1,5 +1,6 @@
 #include <feed.h>
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -40,38 +41,62 @@ protected:
             thread.join();
     }
 
-    /// Every operation that brings values in or takes them out.
+    /// Every operation that brings values in or takes them out. Between two clears lie eight rounds
+    /// that store at most six records each, with raw values from 0 to 7, and feed values from 1 to
+    /// 22, at first a 1.
     void ingest(int round)
     {
-        signal.setNewValue(rawRecord<T>(round));
-        signal.setNewValue(rawRecord<T>(0.5 * round), 2, 1);
-        signal.appendValues(rawRecords<T>({round, 2.5, 3U}), 2, round);
-        signal.setNewValue(rawRecord<T>(qlonglong(round)), 3, 1);
-        signal.updateScaledValues(3, round);
-        if (round % 8 == 7)
+        const int step = round % 8;
+        signal.setNewValue(rawRecord<T>(step));
+        signal.setNewValue(rawRecord<T>(0.5 * step), 2, 1);
+        signal.appendValues(rawRecords<T>({step, 2.5, 3U}), 2, step);
+        signal.setNewValue(rawRecord<T>(qlonglong(step)), 3, 1);
+        signal.updateScaledValues(3, step);
+        if (step == 7)
             signal.clearValues();
     }
 
-    /// What may be asked while records are being scaled.
+    static bool between(double low, double value, double high)
+    {
+        return low <= value && value <= high;
+    }
+
+    /// What may be asked while records are being scaled and ingest() runs.
     void readBesideScaling()
     {
-        signal.getDatatype();
-        signal.getValueHandling();
-        wrong += signal.getValueCount() < 0;
+        wrong += signal.getDatatype() != dataType(4);
+        const auto handling = signal.getValueHandling();
+        wrong += handling != append && handling != replaceNewest;
+        wrong += !between(0, signal.getValueCount(), 48);
         const QVector<T> snapshot = signal.getValues();
+        wrong += snapshot.size() > 48;
         for (const T& record : snapshot)
-            wrong += QVariant(record.rawValue).toDouble() < 0;
-        wrong += signal.getLowerThreshold(1) > signal.getUpperThreshold(1);
-        wrong += signal.calcDeviation() < 0 || signal.getDeviation() < 0;
-        wrong += signal.calcAverage() < 0 || signal.getAverage() < 0;
-        wrong += signal.getMax() < 0 || signal.getMin() < 0;
+            wrong += !between(0, record.rawValue.toDouble(), 7);
+        checkStatistics(signal.calcAverage(), signal.calcDeviation());
+        checkStatistics(signal.getAverage(), signal.getDeviation());
+        wrong += !between(0, signal.getMax(), 22);
+        wrong += !between(0, signal.getMin(), 1);
+        // Average and deviation may come from different passes.
+        wrong += !between(-10.5, signal.getLowerThreshold(1), 22);
+        wrong += !between(0, signal.getUpperThreshold(1), 32.5);
         signal.updateAverageAndDeviation();
         signal.averageChanged = false;
         signal.deviationChanged.exchange(false);
         signal.valuesChanged.exchange(false);
+        auto own = rawRecord<T>(5);
+        signal.scaleAndAppendValue(own, 2, 1);
+        wrong += own.scaledValue.toInt() != 11;
     }
 
-    /// What copies records, and so may be asked while none is being scaled.
+    /// Those of any of the values that ingest() feeds, or of none.
+    void checkStatistics(double average, double deviation)
+    {
+        wrong += average != 0 && !between(1, average, 22);
+        wrong += !between(0, deviation, 10.5);
+    }
+
+    /// What copies records, and so may be asked while none is being scaled: records with the scaled
+    /// value 50, which lies below the inner half of the limits.
     void readRecords()
     {
         T record;
@@ -79,8 +104,8 @@ protected:
             wrong += record.scaledValue.toInt() != 50;
         for (const T& deviator : signal.getDeviators(1))
             wrong += deviator.scaledValue.toInt() != 50;
-        const int rating = signal.getRating(1, true, 0, 100);
-        wrong += rating != 100;
+        const int rating = signal.getRating(1, true, 40, 100);
+        wrong += rating != 67 && rating != 100; // 100 without an element type or a second record
     }
 
     GenericSignalImpl<T> signal;
@@ -106,7 +131,9 @@ TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
         [this] {
             this->readBesideScaling();
             const Statistics all = statisticsOf(this->signal);
-            this->wrong += all.median != 0;
+            this->wrong += all.median != 0 || all.count > 48;
+            this->checkStatistics(all.average, all.deviation);
+            this->wrong += all.maximum.toDouble() > 22 || all.minimum.toDouble() > 1;
         });
     EXPECT_EQ(this->wrong, 0);
 }
@@ -118,7 +145,7 @@ TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
         10000,
         [this](int round) {
             auto record = scaledRecord<TypeParam>(50);
-            record.rawValue = round;
+            record.rawValue = round % 8;
             this->signal.setNewValue(record);
             if (round % 8 == 7)
                 this->signal.clearValues();
@@ -126,6 +153,45 @@ TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
         [this] {
             this->readBesideScaling();
             this->readRecords();
+        });
+    EXPECT_EQ(this->wrong, 0);
+    this->signal.setNewValue(scaledRecord<TypeParam>(50));
+    this->signal.setNewValue(scaledRecord<TypeParam>(50));
+    EXPECT_EQ(this->signal.getRating(1, true, 40, 100), 67);
+}
+
+TYPED_TEST(SignalUnderStress, OlderRecordsAreReadWhileTheNewestIsBeingScaled)
+{
+    this->signal.setValueHandling(append);
+    const auto storeNext = [this](int raw) {
+        this->signal.setNewValue(rawRecord<TypeParam>(raw), 2, 1);
+    };
+    storeNext(-1000);
+    storeNext(1000);
+    ASSERT_TRUE(waitForCaches(this->signal));
+    this->signal.setUpdatingEnabled(false); // the band stays at 1 +- 2000
+    const auto check = [this](int index, const TypeParam& record) {
+        const int raw = index < 2 ? 2000 * index - 1000 : index % 100;
+        this->wrong += record.rawValue.toInt() != raw;
+        this->wrong += record.scaledValue.toInt() != 2 * raw + 1;
+    };
+    this->writeWhileReading(
+        1000, [&](int round) { storeNext((round + 2) % 100); },
+        [&] {
+            const int newest = this->signal.getValueCount() - 1;
+            TypeParam record;
+            for (int index = std::max(0, newest - 10); index < newest; ++index) {
+                this->wrong += !this->signal.getValue(index, record);
+                check(index, record);
+            }
+            const QVector<TypeParam> snapshot = this->signal.getValues();
+            for (int index = std::max(0, snapshot.size() - 50); index < snapshot.size() - 1;
+                 ++index)
+                check(index, snapshot.at(index));
+            const QVector<TypeParam> deviators = this->signal.getDeviators(0.4);
+            this->wrong += deviators.size() != 2;
+            for (int index = 0; index < deviators.size(); ++index)
+                check(index, deviators.at(index));
         });
     EXPECT_EQ(this->wrong, 0);
 }
@@ -136,8 +202,21 @@ TYPED_TEST(SignalUnderStress, HandlingAndUpdatingChangeWhileTheSignalIsRead)
         10,
         [this](int round) {
             this->signal.setValueHandling(round % 2 == 0 ? append : replaceNewest);
-            this->ingest(round);
+            this->ingest(2 * round);
             this->signal.setUpdatingEnabled(true);
+            this->ingest(2 * round + 1);
+        },
+        [this] { this->readBesideScaling(); });
+    EXPECT_EQ(this->wrong, 0);
+}
+
+TYPED_TEST(SignalUnderStress, UpdatingIsSwitchedAThousandTimesUnderSteadyIngestion)
+{
+    this->writeWhileReading(
+        1000,
+        [this](int round) {
+            this->signal.setUpdatingEnabled(true);
+            this->signal.setUpdatingEnabled(false);
             this->ingest(round);
         },
         [this] { this->readBesideScaling(); });
@@ -146,17 +225,25 @@ TYPED_TEST(SignalUnderStress, HandlingAndUpdatingChangeWhileTheSignalIsRead)
 
 TYPED_TEST(SignalUnderStress, TheDatatypeChangesWhileRecordsAreRead)
 {
-    this->signal.setNewValue(scaledRecord<TypeParam>(50));
+    this->signal.setValueHandling(append);
+    this->signal.setUpdatingEnabled(false);
+    auto record = scaledRecord<TypeParam>(50);
+    record.rawValue = 1; // outside the band of a signal that was not fed
+    this->signal.setNewValue(record);
+    this->signal.setNewValue(record);
     this->writeWhileReading(
         2000,
         [this](int round) { this->signal.setDatatype(dataType(static_cast<quint32>(round % 28))); },
         [this] {
             this->readRecords();
             this->wrong += this->signal.getDatatype() > dataType(27);
-            this->wrong += this->signal.getValueCount() != 1;
+            this->wrong += this->signal.getValueCount() != 2;
+            this->wrong += this->signal.getDeviators(1).size() != 2;
             this->wrong += this->signal.getValues().constFirst().scaledValue.toInt() != 50;
         });
     EXPECT_EQ(this->wrong, 0);
+    this->signal.setDatatype(dataType(4));
+    EXPECT_EQ(this->signal.getRating(1, true, 40, 100), 67);
 }
 
 TYPED_TEST(SignalUnderStress, TheMedianIsAskedFromSeveralThreadsWhileNobodyWrites)
