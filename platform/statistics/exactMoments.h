@@ -17,8 +17,8 @@ inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int
 }
 
 /// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
-/// operands is off by less than one and a half units in the last place: less than one from rounding
-/// the sum, half a one from rounding the quotient. The residual tells which double is nearest.
+/// sum is off by less than one and a half units in the last place: less than one from rounding the
+/// sum, half a one from rounding the quotient. The residual tells which double is nearest.
 inline double roundedQuotient(const Words<2>& sum, quint64 count)
 {
     constexpr quint64 leadingBit = quint64(1) << 52;

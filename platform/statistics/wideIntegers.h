@@ -107,15 +107,16 @@ Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
     return static_cast<double>(leading | isLonger) * powerOfTwo(64 - static_cast<int>(shift));
 }
 
-/// \a a rounded to a double; a second rounding, of the lower word, moves the result by less than
-/// 2^-10 of the first.
+/// \a a rounded to a double. Where the words are converted each by itself, the lower one gives its
+/// leading 53 bits and whether more follow: they only decide which of two doubles is nearer.
 Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
 {
     constexpr quint64 enough = 1 << 11, tooMuch = quint64(1) << 53;
     if (Q_UNLIKELY(a[1] - enough >= tooMuch - enough))
         return gatheredToDouble(a);
+    const quint64 isLonger = (a[0] & 0x7ff) != 0 ? 1 : 0;
     return static_cast<double>(static_cast<qint64>(a[1])) * 0x1p64 +
-           static_cast<double>(static_cast<qint64>(a[0] >> 1)) * 2;
+           static_cast<double>(static_cast<qint64>(a[0] >> 11 | isLonger)) * 0x1p11;
 }
 
 /// \a a as the sum of two doubles: the leading 53 bits and the next 53, rounded. The sum of the two
@@ -126,10 +127,8 @@ inline DoubleDouble toDoubles(const Words<size>& a)
     std::size_t top = size - 1;
     while (top > 0 && a[top] == 0)
         --top;
-    if (a[top] == 0)
-        return {0, 0};
     const quint64 next = top > 0 ? a[top - 1] : 0, last = top > 1 ? a[top - 2] : 0;
-    const uint shift = qCountLeadingZeroBits(a[top]) & 63; // never 64, which not all can see
+    const uint shift = qCountLeadingZeroBits(a[top]) & 63; // 0 has no leading bit
     const quint64 leading = a[top] << shift | (next >> 1) >> (63 - shift);
     const quint64 following = next << shift | (last >> 1) >> (63 - shift);
     constexpr quint64 beyondDouble = 0x7ff;
