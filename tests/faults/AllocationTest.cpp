@@ -125,6 +125,8 @@ protected:
                              const std::function<void(States&)>& addStates, double fedValue = 0,
                              GenericSignal::NewValueHandlingType handling = append)
     {
+        Recorded<T> first(handling, 8, true); // QtCore sets up at its first use what it needs once
+        operation(first.signal);
         int failures = 0;
         for (int length = 0; length <= 8; ++length) {
             for (const bool held : {false, true}) {
