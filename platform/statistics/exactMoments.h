@@ -35,7 +35,7 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
     // Without branches, because nobody could foretell them. Half-way goes to the even mantissa.
     const qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
     const qint64 unit = static_cast<qint64>(exponent >= 0 ? count << exponent : count);
-    const qint64 isOdd = mantissa & 1;
+    const auto isOdd = static_cast<qint64>(mantissa & 1);
     const int step = (2 * residual + isOdd > unit ? 1 : 0) - (2 * residual - isOdd < -unit ? 1 : 0);
     return static_cast<double>(mantissa + static_cast<quint64>(qint64(step))) *
            powerOfTwo(exponent);
