@@ -145,3 +145,11 @@ TEST(DoubleLists, KeepWhatGreaterValuesCoverUntilTheseCancel)
         EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1e-200 / values.size());
     }
 }
+
+// The second of four lanes leaves out the tiny value, and so does its addition to the first one.
+TEST(DoubleLists, KeepWhatALaneAndItsAdditionLeaveOutAlike)
+{
+    const double small = 0x1p-60, tiny = 0x1p-120;
+    const QList<double> values = {0, 1, -1, -small, tiny, small, 0, 0, 0, tiny, 0, 0};
+    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 2 * tiny / 12);
+}
