@@ -1,8 +1,8 @@
 """Mutants of a C++ source: small changes that a test should notice, one at a time.
 
 The sources are formatted by clang-format, which tells apart what bare patterns could not: a binary
-operator stands between spaces, the brackets of template arguments do not, and a statement begins
-behind a bracket, a semicolon or a label.
+operator stands between spaces, the brackets of template arguments do not, a unary operator stands
+directly before its operand, and a statement begins behind a bracket, a semicolon or a label.
 """
 
 import hashlib
@@ -24,6 +24,9 @@ NUMBER = re.compile(r"(?<![\w.'])(0x[\da-fA-F.]+(?:p[+-]?\d+)?|\d+(?:\.\d+)?(?:e
                     r"(?=[^\w.]|[FU]\b)")
 EXPRESSION = re.compile(r"(?:delete |[*+(-]*[\w:]+(?:<[^;]*?>)?(?:\.|->|\(|\[|\+\+|--| [-+*|&]?= )"
                         r"|(?:\+\+|--)\w)")
+UNARY = re.compile(r"(?<=[\s(\[{,])[!-](?=[\w(:*])")
+# What is empty already, and what becomes so as a changed constant.
+NOT_EMPTIED = {"0", "0.0", "N(0)", "{}", "nullptr", "false", "true"}
 LOCK = re.compile(r"\blocker\((&\w+)\)|\bwriteLocker\((&\w+)\)")
 DROPPED_LOCK = re.compile(r"const SequenceWriter writer\(sequence\)")
 
@@ -53,6 +56,11 @@ def code_of(text):
 def swapped_operators(code):
     for found in re.finditer(rf"(?<= )(?:{SWAPPED})(?=\s)", code):
         yield found.start(), found.end(), SWAPS[found.group()]
+
+
+def dropped_unary_operators(code):
+    for found in UNARY.finditer(code):
+        yield found.start(), found.end(), ""
 
 
 def changed_constant(number):
@@ -103,10 +111,42 @@ def dropped_statements(code):
             yield begin, end, ";"
 
 
+def expression_at(code, begin):
+    """The code up to the semicolon or the closing bracket that belongs to no bracket in it."""
+    depth = 0
+    for place in range(begin, len(code)):
+        if depth == 0 and code[place] in ";)]}":
+            return code[begin:place]
+        depth += (code[place] in "([{") - (code[place] in ")]}")
+    raise ValueError(f"no end of: {code[begin:begin + 80]}")
+
+
+def outside_brackets(code):
+    while (outer := re.sub(r"[(\[{][^()\[\]{}]*[)\]}]", "", code)) != code:
+        code = outer
+    return code
+
+
+def emptied_returns(code):
+    """A return without an answer behind a condition is not dropped: skipping the branch does."""
+    for found in re.finditer(r"\breturn\b\s*", code):
+        begin = found.end()
+        answer = expression_at(code, begin)
+        if answer and answer not in NOT_EMPTIED:
+            yield begin, begin + len(answer), "{}"
+        if not answer and not code[:found.start()].rstrip().endswith(")"):
+            yield found.start(), begin + 1, ";"
+
+
 def skipped_branches(code):
     """Conditions that never hold: the statement behind them is dropped."""
     for found in re.finditer(r"\b(?:if|while) \(", code):
-        yield found.end(), found.end(), "false && "
+        condition = expression_at(code, found.end())
+        if "||" in outside_brackets(condition):
+            bracketed = f"false && ({' '.join(condition.split())})"
+            yield found.end(), found.end() + len(condition), bracketed
+        else:
+            yield found.end(), found.end(), "false && "
 
 
 def removed_locks(code):
@@ -121,8 +161,8 @@ def swapped_factor_and_offset(code):
         yield found.start(), found.end(), f"offset{found.group(1)}factor"
 
 
-OPERATORS = [swapped_operators, changed_constants, dropped_statements, skipped_branches,
-             removed_locks, swapped_factor_and_offset]
+OPERATORS = [swapped_operators, dropped_unary_operators, changed_constants, dropped_statements,
+             emptied_returns, skipped_branches, removed_locks, swapped_factor_and_offset]
 
 
 def marked(text, start, end, replacement):

@@ -26,8 +26,12 @@ int Count::next(int step, double factor, double offset)
 """
 
 
-def changes():
-    return [mutant.description.split(": ", 1)[1] for mutant in mutants_of("count.cpp", SOURCE)]
+def changes(source=SOURCE):
+    return [mutant.description.split(": ", 1)[1] for mutant in mutants_of("count.cpp", source)]
+
+
+def changes_in(statement):
+    return changes(f"void f()\n{{\n    {statement}\n}}\n")
 
 
 class Mutants(unittest.TestCase):
@@ -52,6 +56,42 @@ class Mutants(unittest.TestCase):
     def test_branches_are_skipped(self):
         self.assert_changed("if ([ -> false && ]step < 10 && !open)")
 
+    def test_branches_of_alternatives_are_skipped_as_a_whole(self):
+        self.assertIn("if ([open || shut -> false && (open || shut)])",
+                      changes_in("if (open || shut)\n        open = shut;"))
+        self.assertIn("while ([a(b) || c -> false && (a(b) || c)])",
+                      changes_in("while (a(b) ||\n           c)\n        d();"))
+        self.assertIn("if ([ -> false && ]open && (here || there))",
+                      changes_in("if (open && (here || there))\n        open = shut;"))
+
+    def test_names_are_of_one_line_as_results_are(self):
+        source = "void f()\n{\n    if (a ||\n        b)\n        c();\n}\n"
+        self.assertFalse([m for m in mutants_of("count.cpp", source) if "\n" in m.name(source)])
+
+    def test_answers_are_emptied(self):
+        self.assert_changed("return [scaled(step, factor, offset) -> {}];", "return [total -> {}];")
+        self.assertIn("return [call(a), true -> {}];", changes_in("return call(a), true;"))
+        self.assertIn("return [{a, b} -> {}];", changes_in("return {a, b};"))
+        self.assertIn("return [a + f([] { return b; }) -> {}];",
+                      changes_in("return a +\n           f([] { return b; });"))
+
+    def test_empty_answers_and_those_that_become_so_as_a_constant_are_not_emptied(self):
+        for answer in ("0", "0.0", "N(0)", "{}", "nullptr", "false", "true"):
+            self.assertNotIn(f"return [{answer} -> {{}}];", changes_in(f"return {answer};"))
+
+    def test_returns_without_an_answer_are_dropped_but_where_the_branch_is_skipped(self):
+        self.assertEqual(changes_in("return;"), ["[return; -> ;]"])
+        self.assertEqual(changes_in("if (done)\n        return;"), ["if ([ -> false && ]done)"])
+
+    def test_negations_and_unary_minus_are_dropped(self):
+        self.assert_changed("if (step < 10 && [! -> ]open)")
+        self.assertIn("N a = [- -> ]b;", changes_in("N a = -b;"))
+        self.assertIn("N a{b, [- -> ](b + c)};", changes_in("N a{b, -(b + c)};"))
+
+    def test_binary_and_doubled_operators_are_not_dropped(self):
+        for statement in ("N a = b - c;", "N a = b != c;", "N a = b->c;", "N a = --b;"):
+            self.assertFalse([change for change in changes_in(statement) if " -> ]" in change])
+
     def test_locks_are_removed(self):
         self.assert_changed("const QReadLocker locker([&lock -> nullptr]);")
 
@@ -61,7 +101,7 @@ class Mutants(unittest.TestCase):
             "return scaled(step, [factor, offset -> offset, factor]);")
 
     def test_nothing_else_is_changed_as_in_comments_texts_and_declarations(self):
-        self.assertEqual(len(changes()), 12)
+        self.assertEqual(len(changes()), 15)
 
     def test_changes_of_the_same_code_are_numbered(self):
         twice = mutants_of("twice.cpp", "void f()\n{\n    reset(x);\n    reset(x);\n}\n")
