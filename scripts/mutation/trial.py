@@ -1,6 +1,7 @@
 """Trees in which a mutated library is built and tested: one for each mutant that is tried at a time."""
 
 import os
+import re
 import signal
 import subprocess
 import time
@@ -10,6 +11,8 @@ from typing import NamedTuple
 LIBRARIES = ["vantrel", "vantrel-cansupport", "vantrel-statistics"]
 TSAN = ("-O1 -fsanitize=thread -include ${sourceDir}/tests/threads/sharedCount.h"
         " -D_GLIBCXX_ASSERTIONS")
+# Those of a source: a compiler that was killed, or a full disk, says nothing about a mutant.
+ERROR = re.compile(r"\d: (?:fatal )?error: |undefined reference")
 
 
 class Stage(NamedTuple):
@@ -41,7 +44,7 @@ STAGES = [
 def run(command, directory, timeout=None):
     """The exit code of the command, None where it took longer; its output goes to a log."""
     environment = {**os.environ, "GTEST_FILTER": "-Soak*", "STATISTICS_STRESS_VALUES": "100000",
-                   "TSAN_OPTIONS": "halt_on_error=1"}
+                   "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8"}
     with open(directory / "log", "wb") as log:
         process = subprocess.Popen(command, cwd=directory, env=environment, stdout=log,
                                    stderr=subprocess.STDOUT, start_new_session=True)
@@ -91,7 +94,7 @@ class Tree:
     def require(self, command, build):
         if run(command, build) != 0:
             raise RuntimeError(f"Without a mutation this failed: {' '.join(map(str, command))}\n"
-                               + (build / "log").read_text(errors="replace")[-3000:])
+                               + self.log(build)[-3000:])
 
     def try_mutant(self, mutant, text):
         """What noticed the mutant: a test, the compiler, or nothing."""
@@ -112,19 +115,29 @@ class Tree:
         """Whether more is to be compiled once the libraries are built."""
         build = self.build_directory(stage)
         self.require([*self.build_command(self.targets(stage)), "-n"], build)
-        return "Building CXX object" in (build / "log").read_text(errors="replace")
+        return "Building CXX object" in self.log(build)
 
     def try_stage(self, stage, targets, mutant):
         build = self.build_directory(stage)
         if run(self.build_command(targets), build, 600) != 0:
+            if not ERROR.search(self.log(build)):
+                raise RuntimeError(f"No error in the source, but this could not be built:"
+                                   f" {mutant.description}\n{self.log(build)[-3000:]}")
             return "compiler"
         own = Path(mutant.path).parts[-2]
         for test in sorted(stage.tests, key=lambda test: own not in test):
             timeout = 10 + 5 * self.durations[stage.name, test]
-            code = run(self.test_command(build, test), build, timeout)
+            command = self.test_command(build, test)
+            code = run(command, build, timeout)
+            if code is None:  # perhaps as the machine was busy
+                code = run(command, build, timeout)
             if code != 0:
                 return f"{stage.name}: {Path(test).name}" + (" (too long)" if code is None else "")
         return ""
+
+    @staticmethod
+    def log(build):
+        return (build / "log").read_text(errors="replace")
 
     def build_directory(self, stage):
         return self.root / ("unit" if stage.name == "arithmetic" else stage.name)

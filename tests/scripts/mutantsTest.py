@@ -1,13 +1,17 @@
-"""Tests of the mutants that scripts/mutate tries."""
+"""Tests of the mutants that scripts/mutate tries, of a trial, and of the verdict on all."""
 
 import sys
+import tempfile
 import unittest
 from pathlib import Path
+from unittest import mock
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
 
-from mutation.mutants import mutants_of  # noqa: E402
+from mutation.mutants import Mutant, mutants_of  # noqa: E402
+from mutation.trial import Stage, Tree  # noqa: E402
+from mutation.verdict import ENOUGH, verdict  # noqa: E402
 
 SOURCE = """\
 #include <limits> // a < b + 1
@@ -116,6 +120,75 @@ class Mutants(unittest.TestCase):
         first = mutants_of("count.cpp", SOURCE)[0]
         self.assertEqual(first.name(SOURCE), mutants_of("count.cpp", SOURCE)[0].name(SOURCE))
         self.assertNotEqual(first.name(SOURCE), first.name(SOURCE + "\n"))
+
+
+class Trials(unittest.TestCase):
+    def outcome(self, codes, log=""):
+        """What notices a mutant where programs end with these codes: a build, then its test."""
+        mutant = Mutant("src/count.cpp", 1, 0, 0, "", "a change")
+        stage = Stage("unit", ".", [], [], ["test_count"], ("src/",))
+        with tempfile.TemporaryDirectory() as root, \
+                mock.patch("mutation.trial.run", side_effect=codes):
+            tree = Tree(Path(root), Path(root))
+            tree.durations["unit", "test_count"] = 1
+            tree.build_directory(stage).mkdir()
+            (tree.build_directory(stage) / "log").write_text(log)
+            return tree.try_stage(stage, [], mutant)
+
+    def test_a_test_notices_by_failing(self):
+        self.assertEqual(self.outcome([0, 1]), "unit: test_count")
+        self.assertEqual(self.outcome([0, 0]), "")
+
+    def test_a_test_notices_by_taking_too_long_twice(self):
+        self.assertEqual(self.outcome([0, None, None]), "unit: test_count (too long)")
+        self.assertEqual(self.outcome([0, None, 1]), "unit: test_count")
+        self.assertEqual(self.outcome([0, None, 0]), "")
+
+    def test_the_compiler_notices_by_an_error_in_the_source(self):
+        for log in ("a.cpp:1:2: error: no", "a.cpp:(.text+0x5): undefined reference to `f'"):
+            self.assertEqual(self.outcome([1], log), "compiler")
+
+    def test_a_build_that_fails_otherwise_says_nothing(self):
+        for log in ("", "ninja: error: no", "g++: fatal error: Killed signal terminated program"):
+            with self.assertRaises(RuntimeError):
+                self.outcome([1], log)
+
+
+class Verdicts(unittest.TestCase):
+    def verdict(self, noticed, reasons=(), whole=True):
+        """Of mutants described as "0", "1", ..."""
+        outcomes = [(Mutant("count.cpp", 7, 0, 0, "", str(i)), by) for i, by in enumerate(noticed)]
+        (*wrong, self.summary), passed = verdict(outcomes, set(reasons), whole)
+        self.assertEqual(passed, not wrong and None not in noticed)
+        return wrong
+
+    def test_all_is_well_where_everything_is_noticed(self):
+        self.assertEqual(self.verdict(["unit: a", "compiler", "unit: b (too long)"]), [])
+        self.assertEqual(self.summary, "3 mutants, 0 not tried, 1 that do not compile; of the other"
+                         " 2 2 were noticed (100.0 %), 1 of them (too long), 0 cannot be.")
+
+    def test_what_is_not_tried_is_no_success(self):
+        self.assertEqual(self.verdict(["unit: a", None]), [])
+        self.assertIn(" 1 not tried", self.summary)
+
+    def test_survivors_need_a_reason(self):
+        self.assertEqual(self.verdict(["unit: a"] * 99 + [""]), ["no reason: line 7 of 99"])
+        self.assertEqual(self.verdict(["unit: a"] * 99 + [""], ["99"]), [])
+        self.assertIn(" 1 cannot be.", self.summary)
+
+    def test_reasons_need_a_survivor(self):
+        self.assertEqual(self.verdict(["unit: a"], ["0"]), ["noticed, for all its reason: 0"])
+        self.assertEqual(self.verdict(["unit: a"], ["x"]), ["a reason, but no mutant: x"])
+        self.assertEqual(self.verdict(["unit: a"], ["x"], whole=False), [])
+
+    def test_enough_of_all_that_compile_must_be_noticed(self):
+        survivors = [str(i) for i in range(ENOUGH, 101)]
+        enough = ["unit: a"] * ENOUGH + [""] * (100 - ENOUGH)
+        self.assertEqual(self.verdict(enough, survivors[:-1]), [])
+        self.assertEqual(self.verdict([*enough, "compiler"], survivors[:-1]), [])
+        too_few = [*enough, ""]
+        self.assertEqual(len(self.verdict(too_few, survivors)), 1)
+        self.assertEqual(self.verdict(too_few, survivors, whole=False), [])
 
 
 if __name__ == "__main__":
