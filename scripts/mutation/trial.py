@@ -85,9 +85,7 @@ class Tree:
                                text=True).stdout.split("\n")
         for name in filter(None, names):
             text, copy = (self.project / name).read_bytes(), self.source / name
-            # A run that was stopped may have left objects of a mutant behind.
-            mutable = name.startswith(("src/", "platform/"))
-            if mutable or not copy.exists() or copy.read_bytes() != text:
+            if not copy.exists() or copy.read_bytes() != text:
                 copy.parent.mkdir(parents=True, exist_ok=True)
                 copy.write_bytes(text)
 
@@ -126,7 +124,7 @@ class Tree:
             return "compiler"
         own = Path(mutant.path).parts[-2]
         for test in sorted(stage.tests, key=lambda test: own not in test):
-            timeout = 10 + 5 * self.durations[stage.name, test]
+            timeout = 10 + 3 * self.durations[stage.name, test]
             command = self.test_command(build, test)
             code = run(command, build, timeout)
             if code is None:  # perhaps as the machine was busy
