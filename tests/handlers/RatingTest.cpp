@@ -23,9 +23,9 @@ int rating(const QVariant& scaledValue, double lower, double upper, double avera
 /// The rating by its description: full within the middle half, linear in either margin.
 int modelRating(double x, double lower, double upper)
 {
-    if (std::isnan(x) || std::isnan(lower) || std::isnan(upper))
+    if (std::isnan(x))
         return 100;
-    if (!(lower <= x && x <= upper))
+    if (x < lower || x > upper)
         return 0;
     const double quarter = (upper - lower) / 4;
     const double innerLower = lower + quarter;
@@ -120,12 +120,14 @@ TYPED_TEST(Rating, EqualLimitsRateOnlyTheirOwnValueFull)
     EXPECT_EQ((rating<N, T>(QVariant(6), 5, 5)), 0);
 }
 
-TYPED_TEST(Rating, LimitsThatAreNotNumbersCannotBeRated)
+TYPED_TEST(Rating, ALimitThatIsNoNumberExcludesNothingAndTheOtherStillDoes)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
-    EXPECT_EQ((rating<N, T>(QVariant(5), notANumber, 4)), 100);
-    EXPECT_EQ((rating<N, T>(QVariant(5), 6, notANumber)), 100);
+    EXPECT_EQ((rating<N, T>(QVariant(5), notANumber, 4)), 0);
+    EXPECT_EQ((rating<N, T>(QVariant(5), 6, notANumber)), 0);
+    EXPECT_EQ((rating<N, T>(QVariant(5), notANumber, 5)), 100);
+    EXPECT_EQ((rating<N, T>(QVariant(5), 5, notANumber)), 100);
     EXPECT_EQ((rating<N, T>(QVariant(5), notANumber, notANumber)), 100);
     EXPECT_EQ((rating<N, T>(QVariant(5), -infinity, infinity)), 100);
 }

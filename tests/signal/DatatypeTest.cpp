@@ -107,6 +107,7 @@ TYPED_TEST(SignalDatatype, CodesOutsideTheTableCopyTheRawValueAndKeepTheCalculat
 TYPED_TEST(SignalDatatype, Code18MakesTheCalculatorASignedCharOne)
 {
     this->signal.setDatatype(dataType(18));
+    this->signal.setDatatype(dataType(9)); // unscaled, so it is the calculator that narrows
     feed(this->signal, {200});
     EXPECT_EQ(this->signal.calcAverage(), -56.0);
 }
@@ -149,16 +150,16 @@ TYPED_TEST(SignalDatatype, StoredRecordsFlagsAndCachesSurviveAChange)
     feed(this->signal, {10, 20});
     ASSERT_TRUE(waitForCaches(this->signal));
     this->signal.setValueHandling(replaceNewest);
-    resetFlags(this->signal);
-    this->signal.setDatatype(dataType(8));
+    for (const bool changed : {false, true}) {
+        setFlags(this->signal, changed);
+        this->signal.setDatatype(dataType(8));
+        expectFlags(this->signal, changed, changed, changed);
+    }
     EXPECT_EQ(this->signal.getValueCount(), 2);
     EXPECT_EQ(this->signal.getValues().last().scaledValue, QVariant(20));
     EXPECT_EQ(this->signal.getValues().last().scaledValue.userType(), QMetaType::Int);
     EXPECT_EQ(this->signal.getAverage(), 15.0);
     EXPECT_EQ(this->signal.getDeviation(), 5.0);
-    EXPECT_FALSE(this->signal.averageChanged);
-    EXPECT_FALSE(this->signal.deviationChanged);
-    EXPECT_FALSE(this->signal.valuesChanged);
 }
 
 TYPED_TEST(SignalDatatype, BeforeAnyDataTypeValuesReachAnIntCalculator)

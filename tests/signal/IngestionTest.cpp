@@ -20,13 +20,6 @@ protected:
         return result;
     }
 
-    void expectFlags(bool average, bool deviation, bool values) const
-    {
-        EXPECT_EQ(signal.averageChanged, average);
-        EXPECT_EQ(signal.deviationChanged, deviation);
-        EXPECT_EQ(signal.valuesChanged, values);
-    }
-
     GenericSignalImpl<T> signal;
 };
 TYPED_TEST_SUITE(SignalIngestion, RecordTypes);
@@ -39,13 +32,15 @@ TYPED_TEST(SignalIngestion, EveryHandlingButReplaceAndAppendRejectsSingleValues)
     for (const int number : {0, 3, 4, 127, 128, 255}) {
         this->signal.setValueHandling(handlingType(static_cast<quint8>(number)));
         EXPECT_EQ(static_cast<int>(this->signal.getValueHandling()), number);
-        resetFlags(this->signal);
-        EXPECT_FALSE(this->signal.setNewValue(rawRecord<TypeParam>(20)));
-        EXPECT_FALSE(this->signal.setNewValue(rawRecord<TypeParam>(20), 2.0, 1.0));
-        EXPECT_EQ(this->scaledValues(), QVector<int>{10});
-        EXPECT_EQ(this->signal.calcAverage(), 10.0);
-        EXPECT_EQ(this->signal.getMax(), 10.0);
-        this->expectFlags(false, false, false);
+        for (const bool changed : {false, true}) {
+            setFlags(this->signal, changed);
+            EXPECT_FALSE(this->signal.setNewValue(rawRecord<TypeParam>(20)));
+            EXPECT_FALSE(this->signal.setNewValue(rawRecord<TypeParam>(20), 2.0, 1.0));
+            EXPECT_EQ(this->scaledValues(), QVector<int>{10});
+            EXPECT_EQ(this->signal.calcAverage(), 10.0);
+            EXPECT_EQ(this->signal.getMax(), 10.0);
+            expectFlags(this->signal, changed, changed, changed);
+        }
     }
 }
 
@@ -88,16 +83,16 @@ TYPED_TEST(SignalIngestion, ARecordWithoutScalingIsStoredAsGivenAndNotFed)
     EXPECT_TRUE(this->signal.setNewValue(record));
     EXPECT_EQ(this->signal.getValues().last().scaledValue, QVariant(QStringLiteral("as given")));
     EXPECT_EQ(this->signal.calcAverage(), 0.0);
-    this->expectFlags(true, true, true);
+    expectFlags(this->signal, true, true, true);
 }
 
 TYPED_TEST(SignalIngestion, AcceptedSingleValuesSetAllFlags)
 {
     this->signal.setNewValue(rawRecord<TypeParam>(1));
-    this->expectFlags(true, true, true);
-    resetFlags(this->signal);
+    expectFlags(this->signal, true, true, true);
+    setFlags(this->signal, false);
     this->signal.setNewValue(rawRecord<TypeParam>(1), 1, 0);
-    this->expectFlags(true, true, true);
+    expectFlags(this->signal, true, true, true);
 }
 
 TYPED_TEST(SignalIngestion, TheCallersRecordKeepsItsScaledValue)
@@ -152,18 +147,21 @@ TYPED_TEST(SignalIngestion, ABatchIsNotFedToTheCalculator)
 
 TYPED_TEST(SignalIngestion, ABatchSetsAverageAndDeviationChangedAlone)
 {
-    this->signal.appendValues(rawRecords<TypeParam>({1}), 1, 0);
-    this->expectFlags(true, true, false);
+    for (const bool changed : {false, true}) {
+        setFlags(this->signal, changed);
+        this->signal.appendValues(rawRecords<TypeParam>({1}), 1, 0);
+        expectFlags(this->signal, true, true, changed);
+    }
 }
 
 TYPED_TEST(SignalIngestion, AnEmptyBatchStillRescalesAndSetsTheFlags)
 {
     this->signal.setValueHandling(append);
     feed(this->signal, {1, 2});
-    resetFlags(this->signal);
+    setFlags(this->signal, false);
     this->signal.appendValues({}, 3, 0);
     EXPECT_EQ(this->scaledValues(), (QVector<int>{3, 6}));
-    this->expectFlags(true, true, false);
+    expectFlags(this->signal, true, true, false);
     this->signal.clearValues();
     this->signal.appendValues({}, 3, 0);
     EXPECT_EQ(this->signal.getValueCount(), 0);
@@ -173,12 +171,14 @@ TYPED_TEST(SignalIngestion, RescalingChangesEveryScaledValueButNotTheStatistics)
 {
     this->signal.setValueHandling(append);
     feed(this->signal, {1, 2, 3});
-    resetFlags(this->signal);
-    this->signal.updateScaledValues(100, 7);
-    EXPECT_EQ(this->scaledValues(), (QVector<int>{107, 207, 307}));
-    EXPECT_EQ(this->signal.calcAverage(), 2.0);
-    EXPECT_EQ(this->signal.getMax(), 3.0);
-    this->expectFlags(false, false, false);
+    for (const bool changed : {false, true}) {
+        setFlags(this->signal, changed);
+        this->signal.updateScaledValues(100, 7);
+        EXPECT_EQ(this->scaledValues(), (QVector<int>{107, 207, 307}));
+        EXPECT_EQ(this->signal.calcAverage(), 2.0);
+        EXPECT_EQ(this->signal.getMax(), 3.0);
+        expectFlags(this->signal, changed, changed, changed);
+    }
 }
 
 TYPED_TEST(SignalIngestion, RescalingAnEmptySignalDoesNothing)
@@ -206,7 +206,7 @@ TYPED_TEST(SignalIngestion, ScaleAndAppendValueAppendsNothing)
     this->signal.scaleAndAppendValue(record, 1, 0);
     EXPECT_EQ(this->signal.getValueCount(), 0);
     EXPECT_EQ(this->signal.calcAverage(), 0.0);
-    this->expectFlags(false, false, false);
+    expectFlags(this->signal, false, false, false);
 }
 
 TYPED_TEST(SignalIngestion, WithoutAnElementTypeTheScaledValueIsTheRawOne)

@@ -180,10 +180,11 @@ TYPED_TEST(SignalRating, EveryDataTypeInTheTableRatesInItsElementType)
     }
 }
 
-TYPED_TEST(SignalRating, LimitsThatAreNotNumbersRateFull)
+TYPED_TEST(SignalRating, LimitsThatAreNotNumbersExcludeNothing)
 {
     feed(this->signal, {10, 20});
     const double notANumber = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(this->signal.getRating(1, true, notANumber, 5), 100);
+    EXPECT_EQ(this->signal.getRating(1, true, notANumber, 20), 100);
+    EXPECT_EQ(this->signal.getRating(1, true, notANumber, 5), 0);
     EXPECT_EQ(this->signal.getRating(notANumber, false, 0, 5), 100);
 }

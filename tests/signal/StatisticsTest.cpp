@@ -78,7 +78,7 @@ TYPED_TEST(SignalStatistics, UpdateAverageAndDeviationLeavesTheCachesAndSetsBoth
 {
     this->signal.setValueHandling(replaceNewest);
     feed(this->signal, {8, 12});
-    resetFlags(this->signal);
+    setFlags(this->signal, false);
     this->signal.updateAverageAndDeviation();
     EXPECT_EQ(this->signal.getAverage(), 0.0);
     EXPECT_EQ(this->signal.getDeviation(), 0.0);

@@ -19,9 +19,7 @@ TYPED_TEST(SignalStore, ANewSignalIsEmptyWithDataTypeZeroAndHandlingOne)
     EXPECT_EQ(static_cast<int>(this->signal.getValueHandling()), 1);
     EXPECT_EQ(this->signal.getValueCount(), 0);
     EXPECT_TRUE(this->signal.getValues().isEmpty());
-    EXPECT_FALSE(this->signal.averageChanged);
-    EXPECT_FALSE(this->signal.deviationChanged);
-    EXPECT_FALSE(this->signal.valuesChanged);
+    expectFlags(this->signal, false, false, false);
     EXPECT_EQ(this->signal.getAverage(), 0.0);
     EXPECT_EQ(this->signal.getDeviation(), 0.0);
 }
@@ -145,9 +143,12 @@ TYPED_TEST(SignalStore, ClearingEmptiesStoreAndCalculatorAndNothingElse)
     this->signal.setValueHandling(append);
     feed(this->signal, {10, 250});
     ASSERT_TRUE(waitForCaches(this->signal));
-    resetFlags(this->signal);
     this->signal.setUpdatingEnabled(false);
-    this->signal.clearValues();
+    for (const bool changed : {false, true}) {
+        setFlags(this->signal, changed);
+        this->signal.clearValues();
+        expectFlags(this->signal, changed, changed, changed);
+    }
     EXPECT_EQ(this->signal.getValueCount(), 0);
     EXPECT_EQ(this->signal.calcAverage(), 0.0);
     EXPECT_EQ(this->signal.calcDeviation(), 0.0);
@@ -157,9 +158,6 @@ TYPED_TEST(SignalStore, ClearingEmptiesStoreAndCalculatorAndNothingElse)
     EXPECT_EQ(static_cast<int>(this->signal.getValueHandling()), 2);
     EXPECT_EQ(this->signal.getAverage(), 130.0);
     EXPECT_EQ(this->signal.getDeviation(), 120.0);
-    EXPECT_FALSE(this->signal.averageChanged);
-    EXPECT_FALSE(this->signal.deviationChanged);
-    EXPECT_FALSE(this->signal.valuesChanged);
     // The calculator still takes the values as unsigned char.
     feed(this->signal, {300});
     EXPECT_EQ(this->signal.getMax(), 44.0);

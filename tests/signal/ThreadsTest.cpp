@@ -3,11 +3,34 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
 #include <thread>
+#include <utility>
 #include <vector>
+
+/// A raw value whose conversion lets a test do something in the middle of scaling.
+struct Interruption {
+    static inline std::function<void()> during;
+};
+Q_DECLARE_METATYPE(Interruption)
 
 namespace
 {
+
+template <typename T>
+T interruptedRecord(std::function<void()> during)
+{
+    if (!QMetaType::hasRegisteredConverterFunction<Interruption, int>())
+        QMetaType::registerConverter<Interruption, int>([](const Interruption&) {
+            if (const auto call = std::exchange(Interruption::during, nullptr))
+                call();
+            return 1;
+        });
+    Interruption::during = std::move(during);
+    return rawRecord<T>(QVariant::fromValue(Interruption()));
+}
 
 template <typename T>
 class SignalThreads : public testing::Test
@@ -192,6 +215,45 @@ TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo
             broken += this->signal.getUpperThreshold(2) != 70;
         });
     EXPECT_EQ(broken, 0);
+}
+
+TYPED_TEST(SignalThreads, ARescaleKeepsWritersOutAndLetsReadersIn)
+{
+    using namespace std::chrono_literals;
+    QVector<TypeParam> snapshot;
+    for (const bool shared : {false, true}) {
+        std::future<int> reader;
+        std::future<bool> writer;
+        this->signal.setValueHandling(append);
+        this->signal.setNewValue(interruptedRecord<TypeParam>([&] {
+            reader = std::async(std::launch::async, [&] { return this->signal.getValueCount(); });
+            EXPECT_EQ(reader.wait_for(30s), std::future_status::ready);
+            // Rejected, but not before it has the write lock.
+            writer = std::async(std::launch::async,
+                                [&] { return this->signal.setNewValue(TypeParam()); });
+            EXPECT_EQ(writer.wait_for(100ms), std::future_status::timeout);
+        }));
+        this->signal.setValueHandling(reject);
+        if (shared)
+            snapshot = this->signal.getValues();
+        this->signal.updateScaledValues(1, 0);
+        ASSERT_TRUE(writer.valid());
+        EXPECT_FALSE(writer.get());
+    }
+}
+
+TYPED_TEST(SignalThreads, ANewValueIsScaledWithoutALock)
+{
+    std::future<bool> writer;
+    const auto interrupted = interruptedRecord<TypeParam>([&] {
+        this->signal.setValueHandling(reject);
+        writer =
+            std::async(std::launch::async, [&] { return this->signal.setNewValue(TypeParam()); });
+        EXPECT_EQ(writer.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    });
+    EXPECT_TRUE(this->signal.setNewValue(interrupted, 1, 0));
+    ASSERT_TRUE(writer.valid());
+    EXPECT_FALSE(writer.get());
 }
 
 TYPED_TEST(SignalThreads, FlagsMayBeReadAndResetFromAnyThread)

@@ -93,12 +93,10 @@ TYPED_TEST(SignalUpdating, TheWorkersPassSetsNoFlags)
     this->signal.setValueHandling(append);
     feed(this->signal, {8, 12});
     ASSERT_TRUE(waitForCaches(this->signal));
-    resetFlags(this->signal);
+    setFlags(this->signal, false);
     this->signal.clearValues(); // sets no flag, and lets a further pass be seen
     ASSERT_TRUE(waitUntil([&] { return this->signal.getDeviation() == 0.0; }));
-    EXPECT_FALSE(this->signal.averageChanged);
-    EXPECT_FALSE(this->signal.deviationChanged);
-    EXPECT_FALSE(this->signal.valuesChanged);
+    expectFlags(this->signal, false, false, false);
 }
 
 TYPED_TEST(SignalUpdating, UpdateCalculationsReturnsAtOnceWhileUpdatingIsOff)

@@ -44,8 +44,20 @@ TYPED_TEST(CanSupportCalls, FloatReadsRawAndScaledValuesThroughTheRecordItself)
     EXPECT_EQ(Handler::getRating(record, 100, 300, 0), 100);
     EXPECT_EQ(Handler::getRating(record, 0, 199, 0), 0);
     EXPECT_EQ(takeFloatReadings(), (Calls{"scaled to float", "scaled to float"}));
-    Handler::calcTypeBasedAverage({record, record});
-    EXPECT_EQ(takeFloatReadings(), (Calls{"scaled to float", "scaled to float"}));
+    const QVector<TypeParam> series{record, record};
+    const Calls twoReadings{"scaled to float", "scaled to float"};
+    Handler::calcTypeBasedAverage(series);
+    EXPECT_EQ(takeFloatReadings(), twoReadings);
+    Handler::calcTypeBasedDeviation(series);
+    EXPECT_EQ(takeFloatReadings(), twoReadings);
+    Handler::getMax(series);
+    EXPECT_EQ(takeFloatReadings(), twoReadings);
+    Handler::getMin(series);
+    EXPECT_EQ(takeFloatReadings(), twoReadings);
+    double average = 0, median = 0, deviation = 0;
+    QVariant maximum, minimum;
+    Handler::calcTypeBasedStats(average, maximum, minimum, median, deviation, series);
+    EXPECT_EQ(takeFloatReadings(), twoReadings);
 }
 
 TYPED_TEST(CanSupportCalls, OtherElementTypesReadTheFieldsThemselves)

@@ -28,6 +28,13 @@ TYPED_TEST_SUITE(StatisticsCalls, RecordTypes);
 
 } // namespace
 
+/// Found before QtCore's.
+void QThread::msleep(unsigned long milliseconds)
+{
+    record("pause " + std::to_string(milliseconds));
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
 TYPED_TEST(StatisticsCalls, TheConstructorBuildsADoubleCalculatorThenAnIntOneBothWithoutALog)
 {
     const GenericSignalImpl<TypeParam> signal;
@@ -189,22 +196,23 @@ TYPED_TEST(StatisticsCalls, TheMedianIsAskedOfTheWholeSeriesFlaggedRecordsInclud
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(StatisticsCalls, OneWorkerAsksForAverageThenDeviationUntilItIsSwitchedOff)
+TYPED_TEST(StatisticsCalls, OneWorkerAsksForAverageThenDeviationAndPausesUntilItIsSwitchedOff)
 {
     GenericSignalImpl<TypeParam> signal;
     const std::size_t before = callsOfOthers().size();
     signal.setUpdatingEnabled(true);
     signal.setUpdatingEnabled(true);
-    ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 6; }));
+    ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 9; }));
     signal.setUpdatingEnabled(false);
     const std::vector<Call> calls = callsOfOthers();
     std::set<std::thread::id> workers;
+    const Calls pass{"int getAverage", "int getDeviation", "pause 100"};
     for (std::size_t i = before; i < calls.size(); ++i) {
-        EXPECT_EQ(calls[i].what, (i - before) % 2 == 0 ? "int getAverage" : "int getDeviation");
+        EXPECT_EQ(calls[i].what, pass[(i - before) % pass.size()]);
         workers.insert(calls[i].thread);
     }
     EXPECT_EQ(workers.size(), 1U);
-    EXPECT_EQ((calls.size() - before) % 2, 0U);
+    EXPECT_EQ((calls.size() - before) % pass.size(), 0U);
     EXPECT_EQ(signal.getAverage(), 10.0);
     EXPECT_EQ(signal.getDeviation(), 2.0);
 }
@@ -292,7 +300,7 @@ TYPED_TEST(StatisticsCalls, SwitchingOffReturnsOnlyWhenTheWorkerHasFinishedItsPa
         GenericSignalImpl<TypeParam> signal;
         const std::size_t before = callsOfOthers().size();
         signal.setValueHandling(append);
-        ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 2; }));
+        ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 3; }));
         // The worker has just begun its pause of 100 ms.
         const auto start = Clock::now();
         signal.setValueHandling(replaceNewest);

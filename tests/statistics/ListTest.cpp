@@ -146,6 +146,14 @@ TEST(DoubleLists, KeepWhatGreaterValuesCoverUntilTheseCancel)
     }
 }
 
+TEST(DoubleLists, KeepAOneThatALaneLeavesOut)
+{
+    QList<double> values;
+    for (double value : {0x1p170, 0x1p60, 1.0, -0x1p170, -0x1p60})
+        values << 0 << value << 0 << 0;
+    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1.0 / 20);
+}
+
 // The second of four lanes leaves out the tiny value, and so does its addition to the first one.
 TEST(DoubleLists, KeepWhatALaneAndItsAdditionLeaveOutAlike)
 {

@@ -128,6 +128,15 @@ TEST(Means, AreTheNearestDoublesWhateverTheSumAndTheCount)
     }
 }
 
+// A quotient of two doubles is rounded once.
+TEST(Means, OfSmallSumsAreTheQuotientsOfDoubles)
+{
+    for (qint64 sum = -12; sum <= 12; ++sum) {
+        for (quint64 count = 1; count <= 6000; ++count)
+            ASSERT_EQ(meanOf(sum, count), double(sum) / double(count)) << sum << " / " << count;
+    }
+}
+
 TEST(WideIntegers, ProductsAndSquaresAgreeWithLongMultiplication)
 {
     Random random(1);
@@ -187,6 +196,13 @@ TEST(WideIntegers, ConversionToADoubleRoundsOnceAndThatToTwoKeepsOneHundredAndSi
     }
     EXPECT_EQ(toDoubles(Words<2>{0, 0}).high, 0);
     EXPECT_EQ(toDoubles(Words<2>{0, 0}).low, 0);
+}
+
+TEST(WideIntegers, AreRoundedOnceWhereTheUpperWordAloneIsHalfWayBetweenTwoDoubles)
+{
+    const quint64 halfWay = (quint64(1) << 53) + 1;
+    EXPECT_EQ(toDouble({1, halfWay}), 0x1p117 + 0x1p65);
+    EXPECT_EQ(toDouble({0, halfWay}), 0x1p117); // to the even one
 }
 
 TEST(ErrorFreeTransformations, LoseNothing)

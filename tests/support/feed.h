@@ -41,13 +41,22 @@ bool waitForCaches(const GenericSignalImpl<T>& signal)
     });
 }
 
-/// Clears the three change flags of \a signal.
+/// Sets the three change flags of \a signal to \a changed.
 template <typename T>
-void resetFlags(GenericSignalImpl<T>& signal)
+void setFlags(GenericSignalImpl<T>& signal, bool changed)
 {
-    signal.averageChanged = false;
-    signal.deviationChanged = false;
-    signal.valuesChanged = false;
+    signal.averageChanged = changed;
+    signal.deviationChanged = changed;
+    signal.valuesChanged = changed;
+}
+
+/// Checks the three change flags of \a signal.
+template <typename T>
+void expectFlags(const GenericSignalImpl<T>& signal, bool average, bool deviation, bool values)
+{
+    EXPECT_EQ(signal.averageChanged, average);
+    EXPECT_EQ(signal.deviationChanged, deviation);
+    EXPECT_EQ(signal.valuesChanged, values);
 }
 
 /// All five figures and the count of a signal at once.

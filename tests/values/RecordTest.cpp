@@ -2,7 +2,9 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <limits>
+#include <new>
 #include <type_traits>
 
 namespace
@@ -63,9 +65,12 @@ TYPED_TEST(Records, FreshRecordHoldsNoMeasurement)
 
 TYPED_TEST(Records, FreshRecordHasBothBytesZero)
 {
-    const TypeParam value;
-    EXPECT_EQ(value.auxCode1, 0);
-    EXPECT_EQ(value.auxCode2, 0);
+    alignas(TypeParam) unsigned char storage[sizeof(TypeParam)];
+    std::memset(storage, 0xff, sizeof storage);
+    const TypeParam* const value = new (storage) TypeParam;
+    EXPECT_EQ(value->auxCode1, 0);
+    EXPECT_EQ(value->auxCode2, 0);
+    value->~TypeParam();
 }
 
 TYPED_TEST(Records, CopiesIntoAVectorKeepFlagTagAndBothBytes)

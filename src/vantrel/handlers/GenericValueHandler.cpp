@@ -101,7 +101,7 @@ int GenericValueHandler<N, T>::getRating(GenericValue& value, double lowerLimit,
                                          double /*average*/)
 {
     const auto x = static_cast<double>(readScaled<N>(value));
-    if (std::isnan(x) || std::isnan(lowerLimit) || std::isnan(upperLimit))
+    if (std::isnan(x))
         return fullRating;
     if (lowerLimit > x || x > upperLimit)
         return 0;

@@ -16,6 +16,9 @@
 /// holds an N, else through QVariant::convert on a copy; for float through
 /// GenericValue::valueToFloat. What does not convert counts as 0.
 ///
+/// What the statistics of a series are is up to the statistics library; it is said here for the
+/// bundled one, by which a float or double that is not finite is left out.
+///
 /// There is no state and no lock: all operations are thread-safe, as long as nobody changes the
 /// records that they are given meanwhile.
 template <typename N, typename T>
@@ -48,9 +51,9 @@ public:
     /// value. isInvalid is not looked at.
     ///
     /// Limits in the wrong order rate 0. A margin of no more than 1e-12 rates 100 inside the
-    /// limits, and an infinite one 0, as with one infinite limit. What cannot be rated, because the
-    /// value or a limit is not a number or both limits are infinite, rates 100. \a average is
-    /// accepted and not used.
+    /// limits, and an infinite one 0, as with one infinite limit. What cannot be rated rates 100: a
+    /// value that is not a number, and one that no limit excludes where a limit is not a number or
+    /// both are infinite. \a average is accepted and not used.
     static int getRating(GenericValue& value, double lowerLimit, double upperLimit, double average);
 
     /// The arithmetic mean of the scaled values, in their unit; 0 for an empty series.
@@ -60,8 +63,8 @@ public:
     /// records. Exceptions of the statistics library pass through.
     static double calcTypeBasedAverage(const QVector<T>& values);
 
-    /// The deviation of the scaled values as the statistics library defines it (population
-    /// deviation, divisor n), in their unit; 0 for an empty series.
+    /// The population deviation of the scaled values (divisor n), in their unit; 0 for an empty
+    /// series.
     static double calcTypeBasedDeviation(const QVector<T>& values);
 
     /// The greatest scaled value as the nearest double; 0 for an empty series.

@@ -66,14 +66,13 @@ bool withElementType(CANopenDataType datatype, Callable call)
 
 /// Holds the read lock with storage of \a series that no snapshot shares, so that its records may
 /// be written in place. The storage is only ever replaced under the write lock, since a reader that
-/// holds the read lock may be copying it. \a unsharing keeps new snapshots away from letting go of
-/// the write lock until the read lock is held: each would make all records be copied once more.
+/// holds the read lock may be copying it. A snapshot taken after that shares the records that are
+/// being written, as one taken while the read lock is held does.
 template <typename T>
 class UnsharedReadLocker
 {
 public:
-    UnsharedReadLocker(QVector<T>& series, QReadWriteLock& lock, std::atomic<bool>& unsharing)
-        : locker(&lock), values(series)
+    UnsharedReadLocker(QVector<T>& series, QReadWriteLock& lock) : locker(&lock), values(series)
     {
         if (series.isEmpty() || series.isDetached())
             return;
@@ -81,9 +80,7 @@ public:
         {
             const QWriteLocker writeLocker(&lock);
             series.detach();
-            unsharing.store(true, std::memory_order_relaxed);
         }
-        const Ended ended{unsharing};
         locker.relock();
     }
 
@@ -91,11 +88,6 @@ public:
     T* records() const { return const_cast<T*>(values.constData()); }
 
 private:
-    struct Ended {
-        std::atomic<bool>& unsharing;
-        ~Ended() { unsharing.store(false, std::memory_order_relaxed); }
-    };
-
     QReadLocker locker;
     const QVector<T>& values;
 };
@@ -183,12 +175,7 @@ int GenericSignalImpl<T>::getValueCount() const
 template <typename T>
 QVector<T> GenericSignalImpl<T>::getValues() const
 {
-    QReadLocker locker(&valuesLock);
-    while (unsharing.load(std::memory_order_relaxed)) { // lets the writer get to its read lock
-        locker.unlock();
-        QThread::usleep(1);
-        locker.relock();
-    }
+    const QReadLocker locker(&valuesLock);
     return values;
 }
 
@@ -241,7 +228,7 @@ bool GenericSignalImpl<T>::setNewValue(T record, double factor, double offset)
 {
     if (!store(std::move(record)))
         return false;
-    T& stored = UnsharedReadLocker<T>(values, valuesLock, unsharing).records()[values.size() - 1];
+    T& stored = UnsharedReadLocker<T>(values, valuesLock).records()[values.size() - 1];
     scaleAndAppendValue(stored, factor, offset); // the lock is free again, meant so
     averageChanged.store(true, std::memory_order_relaxed);
     deviationChanged.store(true, std::memory_order_relaxed);
@@ -271,7 +258,7 @@ void GenericSignalImpl<T>::appendValues(const QVector<T>& batch, double factor, 
 template <typename T>
 void GenericSignalImpl<T>::updateScaledValues(double factor, double offset)
 {
-    const UnsharedReadLocker<T> locker(values, valuesLock, unsharing);
+    const UnsharedReadLocker<T> locker(values, valuesLock);
     T* const records = locker.records();
     for (int i = 0; i < values.size(); ++i)
         scaleAndAppendValue(records[i], factor, offset);

@@ -41,6 +41,10 @@
 /// So INTEGER40 (18) holds a single byte, and INTEGER48, INTEGER56 and UNSIGNED56 (19, 20, 26) are
 /// not scaled at all: use INTEGER64 or UNSIGNED64 for such values.
 ///
+/// What the statistics are is up to the statistics library. It is said here for the bundled one: a
+/// float or double that is not finite is left out, an empty series answers 0, and the calculator
+/// may be asked while it is fed.
+///
 /// **Threads.** One thread at a time may change a signal ("the writer": value handling, data type,
 /// ingestion, rescaling, clearing) while any number of threads read it and the worker runs. A
 /// reading operation without a remark is thread-safe against the writer. Where the class is built
@@ -117,7 +121,8 @@ public:
     bool getValue(int index, T& value) const;
 
     /// Removes all records, releases their storage and empties the running statistics. Data type,
-    /// handling, flags, cached average and deviation stay.
+    /// handling, flags, cached average and deviation stay. Without a calculator it throws when the
+    /// records are gone.
     /// The host serialises: a change, so not beside another one.
     void clearValues();
 
@@ -126,10 +131,12 @@ public:
     /// The host serialises: a change, so not beside another one.
     bool setNewValue(T record);
 
-    /// Stores \a record like the overload above, then scales the stored copy by \a factor and
-    /// \a offset (see scaleAndAppendValue()) and adds its scaled value to the running statistics,
-    /// read by QVariant::value() as the calculator's element type, 0 if it does not convert. The
-    /// cached average and deviation follow with the worker's next pass.
+    /// Stores \a record like the overload above and returns the same; a rejected one is neither
+    /// scaled nor fed. Then scales the stored copy by \a factor and \a offset (see
+    /// scaleAndAppendValue()) and adds its scaled value to the running statistics, read by
+    /// QVariant::value() as the calculator's element type, 0 if it does not convert. A record with
+    /// isInvalid set is fed too, with the scaled value that it came with. The cached average and
+    /// deviation follow with the worker's next pass.
     /// The host serialises: a change, so not beside another one. The stored copy is scaled without
     /// a lock.
     bool setNewValue(T record, double factor, double offset);
@@ -160,13 +167,15 @@ public:
     /// The cached population deviation, otherwise like getAverage().
     double getDeviation() const;
 
-    /// The greatest value fed in since the last clear, as the nearest double; 0 if there is none.
+    /// The greatest value fed in, as the nearest double; 0 if there is none. This and the following
+    /// three answer for the values fed in since the last clearValues() and the last setDatatype()
+    /// with an element type.
     double getMax() const;
 
-    /// The smallest value fed in since the last clear, as the nearest double; 0 if there is none.
+    /// The smallest value fed in, as the nearest double; 0 if there is none.
     double getMin() const;
 
-    /// The average of the values fed in since the last clear, fresh; 0 if there is none.
+    /// The average of the values fed in, fresh; 0 if there is none.
     double calcAverage() const;
 
     /// Their population deviation (divisor n), fresh; 0 if there is none.
@@ -180,11 +189,13 @@ public:
     double calcMedian() const;
 
     /// Sets averageChanged and deviationChanged and asks the calculator for both figures. The
-    /// cached ones stay: only the worker refreshes them.
+    /// cached ones stay: only the worker refreshes them. Thread-safe against the writer.
     void updateAverageAndDeviation();
 
     /// The body of the worker: refreshes the cached average and deviation every 100 ms until
-    /// updating is switched off, at least once; returns at once if it is off already.
+    /// updating is switched off, at least once; returns at once if it is off already. The worker
+    /// calls it; another thread that does stays in it until updating is switched off, and is not
+    /// waited for.
     void updateCalculations();
 
     /// All statistics at once. \a valueCount is the number of stored records; average, deviation,
@@ -199,7 +210,7 @@ public:
     /// Rates the scaled value of the newest record from 0 to 100 (see
     /// GenericValueHandler::getRating()): against \a lowerLimit and \a upperLimit if
     /// \a useGivenLimits is true, else against the band of \a factor. 100 for fewer than two
-    /// records and for a data type without an element type.
+    /// records and for a data type without an element type. isInvalid is not looked at.
     /// The host serialises: the newest record is not to be scaled meanwhile.
     int getRating(double factor, bool useGivenLimits, double lowerLimit, double upperLimit);
 
@@ -225,7 +236,8 @@ public:
     /// If the system cannot start a thread, or the worker has ended by itself, switching on again
     /// takes effect after switching off.
     /// The host serialises: a change, so not beside another one, and not from the worker.
-    /// To stop many signals quickly, switch them off side by side from several threads.
+    /// To stop many signals quickly, switch them off side by side from some hundred threads: one
+    /// after the other takes up to 100 ms each.
     void setUpdatingEnabled(bool enabled);
 
 private:
@@ -272,9 +284,6 @@ private:
     // The length of values for those who read it without the lock: the vector itself may be
     // moving to other storage at that moment.
     std::atomic<int> storedCount{0};
-    // Set under the write lock while values has been unshared and is about to be written under the
-    // read lock: no snapshot is to share it in between. The lock orders it.
-    std::atomic<bool> unsharing{false};
 };
 
 extern template class VANTREL_TEMPLATE_DECLARATION GenericSignalImpl<CANopenObjectValue>;

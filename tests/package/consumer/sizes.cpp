@@ -8,8 +8,8 @@
 static_assert(sizeof(GenericValue) == 40);
 static_assert(sizeof(CANopenObjectValue) == 56);
 static_assert(sizeof(J1939Value) == 40);
-static_assert(sizeof(GenericSignalImpl<CANopenObjectValue>) == 352);
-static_assert(sizeof(GenericSignalImpl<J1939Value>) == 352);
+static_assert(sizeof(GenericSignalImpl<CANopenObjectValue>) == 344);
+static_assert(sizeof(GenericSignalImpl<J1939Value>) == 344);
 static_assert(sizeof(StatisticCalculator<float>) == 240);
 static_assert(sizeof(StatisticCalculator<double>) == 248);
 static_assert(sizeof(StatisticCalculator<signed char>) == 104);

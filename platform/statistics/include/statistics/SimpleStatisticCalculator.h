@@ -22,11 +22,11 @@ class SimpleStatisticCalculator
                   "char, short, int, long long, their unsigned counterparts, float, double)");
 
 public:
-    /// The arithmetic mean, as exact as StatisticCalculator::getAverage(). One walk, no storage.
+    /// The arithmetic mean, as exact as StatisticCalculator::getAverage(). No storage.
     static double getAverage(QList<N> values);
 
     /// The population deviation: the root of the mean squared distance from the mean (divisor n),
-    /// as exact as StatisticCalculator::getDeviation(). One walk, no storage.
+    /// as exact as StatisticCalculator::getDeviation(). No storage.
     static double getDeviation(QList<N> values);
 
     /// The greatest value.

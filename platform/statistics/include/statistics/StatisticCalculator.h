@@ -14,8 +14,9 @@
 ///
 /// Available for the ten element types of STATISTICS_ELEMENT_TYPES. A float or double that is not
 /// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
-/// values and 0 as long as nothing has been added. They are the same bits whatever the processor,
-/// and those of SimpleStatisticCalculator for the same values in the same order.
+/// values and 0 as long as nothing has been added. They are the same bits whatever the processor.
+/// SimpleStatisticCalculator gives the same for the same values in the same order: integer types to
+/// the bit, floating-point types within two units in the last place.
 ///
 /// An object is 256 bytes at most and takes no further memory for its values, however many; only a
 /// log has storage of its own, for twice its capacity, from the constructor on. Adding a value and
@@ -81,7 +82,8 @@ public:
     N getMinimum() const;
 
     /// The median of \a values, not of the values added: the middle one in order, for an even
-    /// count the mean of the two middle ones. Linear in the length of the list.
+    /// count the mean of the two middle ones; 0 for a list without a measurement. Linear in the
+    /// length of the list.
     double getMedian(QList<N> values) const;
 
 private:
