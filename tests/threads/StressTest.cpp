@@ -1,21 +1,30 @@
 #include <feed.h>
 
+#include <vantrel/handlers/GenericValueHandler.h>
+
+#include <QtCore/QDataStream>
+
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace
 {
 
-template <typename T>
+template <typename Case>
 class SignalUnderStress : public testing::Test
 {
 protected:
+    using N = typename Case::N;
+    using T = typename Case::T;
+
     static constexpr int readerCount = 3;
     static constexpr int leastPasses = 200;
+    static constexpr auto datatype = dataType(std::is_same_v<N, int> ? 4 : 17);
 
-    void SetUp() override { signal.setDatatype(dataType(4)); }
+    void SetUp() override { signal.setDatatype(datatype); }
 
     /// Runs \a reader over and over in threads of its own while \a writer runs round by round in
     /// this one: \a rounds, and more until every reader has made its passes.
@@ -64,7 +73,7 @@ protected:
     /// What may be asked while records are being scaled and ingest() runs.
     void readBesideScaling()
     {
-        wrong += signal.getDatatype() != dataType(4);
+        wrong += signal.getDatatype() != datatype;
         const auto handling = signal.getValueHandling();
         wrong += handling != append && handling != replaceNewest;
         wrong += !between(0, signal.getValueCount(), 48);
@@ -106,12 +115,42 @@ protected:
             wrong += deviator.scaledValue.toInt() != 50;
         const int rating = signal.getRating(1, true, 40, 100);
         wrong += rating != 67 && rating != 100; // 100 without an element type or a second record
+        readWholeSnapshot();
+    }
+
+    /// All that may be done with a snapshot of records that nobody scales.
+    void readWholeSnapshot()
+    {
+        const QVector<T> snapshot = signal.getValues();
+        const double average = GenericValueHandler<N, T>::calcTypeBasedAverage(snapshot);
+        wrong += average != (snapshot.isEmpty() ? 0 : 50);
+        QByteArray bytes;
+        QDataStream writing(&bytes, QIODevice::WriteOnly);
+        writing << snapshot;
+        QVector<T> restored;
+        QDataStream reading(bytes);
+        reading >> restored;
+        wrong += restored.size() != snapshot.size();
+        if constexpr (std::is_same_v<T, CANopenObjectValue>)
+            wrong += !(restored == snapshot);
+        for (const T& record : restored)
+            wrong += record.scaledValue != QVariant(50);
     }
 
     GenericSignalImpl<T> signal;
     std::atomic<int> wrong{0};
 };
-TYPED_TEST_SUITE(SignalUnderStress, RecordTypes);
+using StressCases =
+    testing::Types<HandlerCase<int, CANopenObjectValue>, HandlerCase<int, J1939Value>,
+                   HandlerCase<double, CANopenObjectValue>, HandlerCase<double, J1939Value>>;
+TYPED_TEST_SUITE(SignalUnderStress, StressCases);
+
+/// Switched on and off so often that one data type has to do.
+template <typename T>
+class SignalUnderSwitching : public SignalUnderStress<HandlerCase<int, T>>
+{
+};
+TYPED_TEST_SUITE(SignalUnderSwitching, RecordTypes);
 
 } // namespace
 
@@ -140,11 +179,12 @@ TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
 
 TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
 {
+    using Record = typename TypeParam::T;
     this->signal.setValueHandling(append);
     this->writeWhileReading(
         10000,
         [this](int round) {
-            auto record = scaledRecord<TypeParam>(50);
+            auto record = scaledRecord<Record>(50);
             record.rawValue = round % 8;
             this->signal.setNewValue(record);
             if (round % 8 == 7)
@@ -155,22 +195,23 @@ TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
             this->readRecords();
         });
     EXPECT_EQ(this->wrong, 0);
-    this->signal.setNewValue(scaledRecord<TypeParam>(50));
-    this->signal.setNewValue(scaledRecord<TypeParam>(50));
+    this->signal.setNewValue(scaledRecord<Record>(50));
+    this->signal.setNewValue(scaledRecord<Record>(50));
     EXPECT_EQ(this->signal.getRating(1, true, 40, 100), 67);
 }
 
 TYPED_TEST(SignalUnderStress, OlderRecordsAreReadWhileTheNewestIsBeingScaled)
 {
+    using Record = typename TypeParam::T;
     this->signal.setValueHandling(append);
     const auto storeNext = [this](int raw) {
-        this->signal.setNewValue(rawRecord<TypeParam>(raw), 2, 1);
+        this->signal.setNewValue(rawRecord<Record>(raw), 2, 1);
     };
     storeNext(-1000);
     storeNext(1000);
     ASSERT_TRUE(waitForCaches(this->signal));
     this->signal.setUpdatingEnabled(false); // the band stays at 1 +- 2000
-    const auto check = [this](int index, const TypeParam& record) {
+    const auto check = [this](int index, const Record& record) {
         const int raw = index < 2 ? 2000 * index - 1000 : index % 100;
         this->wrong += record.rawValue.toInt() != raw;
         this->wrong += record.scaledValue.toInt() != 2 * raw + 1;
@@ -179,16 +220,16 @@ TYPED_TEST(SignalUnderStress, OlderRecordsAreReadWhileTheNewestIsBeingScaled)
         1000, [&](int round) { storeNext((round + 2) % 100); },
         [&] {
             const int newest = this->signal.getValueCount() - 1;
-            TypeParam record;
+            Record record;
             for (int index = std::max(0, newest - 10); index < newest; ++index) {
                 this->wrong += !this->signal.getValue(index, record);
                 check(index, record);
             }
-            const QVector<TypeParam> snapshot = this->signal.getValues();
+            const QVector<Record> snapshot = this->signal.getValues();
             for (int index = std::max(0, snapshot.size() - 50); index < snapshot.size() - 1;
                  ++index)
                 check(index, snapshot.at(index));
-            const QVector<TypeParam> deviators = this->signal.getDeviators(0.4);
+            const QVector<Record> deviators = this->signal.getDeviators(0.4);
             this->wrong += deviators.size() != 2;
             for (int index = 0; index < deviators.size(); ++index)
                 check(index, deviators.at(index));
@@ -210,14 +251,24 @@ TYPED_TEST(SignalUnderStress, HandlingAndUpdatingChangeWhileTheSignalIsRead)
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderStress, UpdatingIsSwitchedAThousandTimesUnderSteadyIngestion)
+TYPED_TEST(SignalUnderSwitching, EveryTwentiethOfAThousandWorkersMeetsNewValues)
 {
+    // Each twentieth worker sees the average before and after, the others hardly get to begin.
     this->writeWhileReading(
         1000,
         [this](int round) {
             this->signal.setUpdatingEnabled(true);
-            this->signal.setUpdatingEnabled(false);
-            this->ingest(round);
+            if (round % 20 == 0 && this->wrong == 0) {
+                this->wrong += !waitForCaches(this->signal);
+                const double before = this->signal.getAverage();
+                this->ingest(round);
+                this->wrong += !waitForCaches(this->signal);
+                this->wrong += this->signal.getAverage() == before;
+                this->signal.setUpdatingEnabled(false);
+            } else {
+                this->signal.setUpdatingEnabled(false);
+                this->ingest(round);
+            }
         },
         [this] { this->readBesideScaling(); });
     EXPECT_EQ(this->wrong, 0);
@@ -225,9 +276,10 @@ TYPED_TEST(SignalUnderStress, UpdatingIsSwitchedAThousandTimesUnderSteadyIngesti
 
 TYPED_TEST(SignalUnderStress, TheDatatypeChangesWhileRecordsAreRead)
 {
+    using Record = typename TypeParam::T;
     this->signal.setValueHandling(append);
     this->signal.setUpdatingEnabled(false);
-    auto record = scaledRecord<TypeParam>(50);
+    auto record = scaledRecord<Record>(50);
     record.rawValue = 1; // outside the band of a signal that was not fed
     this->signal.setNewValue(record);
     this->signal.setNewValue(record);
@@ -242,7 +294,7 @@ TYPED_TEST(SignalUnderStress, TheDatatypeChangesWhileRecordsAreRead)
             this->wrong += this->signal.getValues().constFirst().scaledValue.toInt() != 50;
         });
     EXPECT_EQ(this->wrong, 0);
-    this->signal.setDatatype(dataType(4));
+    this->signal.setDatatype(this->datatype);
     EXPECT_EQ(this->signal.getRating(1, true, 40, 100), 67);
 }
 

@@ -1,6 +1,7 @@
 // Hosts that do not serialise what the headers leave to them. ThreadSanitizer has to report each:
 // this shows that it sees what happens inside the library, and that the headers are right. The
-// argument names the host.
+// arguments name the host, and its record type. With --serialised the same calls are made under a
+// mutex, a number of rounds: then nothing may be reported.
 
 #include <feed.h>
 
@@ -8,69 +9,107 @@
 
 #include <QtCore/QBuffer>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <iostream>
 #include <map>
+#include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace
 {
 
-using Signal = GenericSignalImpl<J1939Value>;
 using Clock = std::chrono::steady_clock;
 
 constexpr int length = 2000;
+constexpr int serialisedRounds = 30;
 
-void rescale(Signal& signal)
+template <typename T>
+using Signal = GenericSignalImpl<T>;
+
+template <typename T>
+void rescale(Signal<T>& signal)
 {
     signal.updateScaledValues(1, 0);
 }
 
 /// Under the write lock, all of it: only a reader without any lock is reported.
-void storeAndClear(Signal& signal)
+template <typename T>
+void storeAndClear(Signal<T>& signal)
 {
     for (int i = 0; i < 100; ++i)
-        signal.setNewValue(scaledRecord<J1939Value>(1));
+        signal.setNewValue(scaledRecord<T>(1));
     signal.clearValues();
 }
 
-void scaleNewest(Signal& signal)
+template <typename T>
+void scaleNewest(Signal<T>& signal)
 {
-    signal.setNewValue(rawRecord<J1939Value>(1), 1, 0);
+    signal.setNewValue(rawRecord<T>(1), 1, 0);
 }
 
-void setDatatype(Signal& signal)
+/// A batch of none would be a rescale and nothing else.
+template <typename T>
+void appendOne(Signal<T>& signal)
+{
+    if (signal.getValueCount() >= 2 * length)
+        signal.clearValues();
+    signal.appendValues(rawRecords<T>({1}), 1, 0);
+}
+
+template <typename T>
+void setDatatype(Signal<T>& signal)
 {
     signal.setDatatype(dataType(4));
 }
 
-void switchOn(Signal& signal)
+/// As a host does it that heeds the header.
+template <typename T>
+void setDatatypeWithoutWorker(Signal<T>& signal)
+{
+    signal.setUpdatingEnabled(false);
+    signal.setDatatype(dataType(4));
+    signal.setUpdatingEnabled(true);
+}
+
+template <typename T>
+void handle(Signal<T>& signal)
+{
+    signal.setValueHandling(append);
+}
+
+template <typename T>
+void switchOn(Signal<T>& signal)
 {
     signal.setUpdatingEnabled(true);
 }
 
-void copyNewest(Signal& signal)
+template <typename T>
+void copyNewest(Signal<T>& signal)
 {
-    J1939Value record;
+    T record;
     signal.getValue(length - 1, record);
 }
 
-template <typename N>
-void readSnapshot(Signal& signal)
+template <typename N, typename T>
+void readSnapshot(Signal<T>& signal)
 {
-    GenericValueHandler<N, J1939Value>::calcTypeBasedAverage(signal.getValues());
+    GenericValueHandler<N, T>::calcTypeBasedAverage(signal.getValues());
 }
 
-void compareSnapshot(Signal& signal)
+template <typename T>
+void compareSnapshot(Signal<T>& signal)
 {
-    const QVector<J1939Value> snapshot = signal.getValues();
+    const QVector<T> snapshot = signal.getValues();
     if (snapshot.first().scaledValue != snapshot.last().scaledValue)
         std::cout << "not all of them are 1\n";
 }
 
-void writeSnapshot(Signal& signal)
+template <typename T>
+void writeSnapshot(Signal<T>& signal)
 {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
@@ -78,47 +117,44 @@ void writeSnapshot(Signal& signal)
     stream << signal.getValues();
 }
 
-/// What two threads do over and over, with a data type, by its code, and a handling.
+/// What two threads do over and over, with a data type, by its code, and a handling; and what the
+/// writer does instead where a mutex is not all that serialises it.
+template <typename T>
 struct Host {
-    void (*writer)(Signal&);
-    void (*other)(Signal&);
+    void (*writer)(Signal<T>&);
+    void (*other)(Signal<T>&);
     quint32 datatype = 4;
     GenericSignal::NewValueHandlingType handling = replaceNewest;
+    void (*serialisedWriter)(Signal<T>&) = writer;
 };
 
-const std::map<std::string, Host> hosts{
-    {"median", {storeAndClear, [](Signal& signal) { signal.calcMedian(); }, 4, append}},
-    {"statistics", {storeAndClear, [](Signal& signal) { statisticsOf(signal); }, 4, append}},
+template <typename T>
+const std::map<std::string, Host<T>> hosts{
+    {"median", {storeAndClear, [](Signal<T>& signal) { signal.calcMedian(); }, 4, append}},
+    {"statistics", {storeAndClear, [](Signal<T>& signal) { statisticsOf(signal); }, 4, append}},
     {"snapshot", {rescale, readSnapshot<int>}},
     {"float_snapshot", {rescale, readSnapshot<float>, 8}},
+    {"batches", {appendOne, readSnapshot<int>}},
     {"comparison", {rescale, compareSnapshot}},
     {"stream", {rescale, writeSnapshot}},
     {"copy", {rescale, copyNewest}},
-    {"deviators", {rescale, [](Signal& signal) { signal.getDeviators(0); }}},
-    {"rating", {rescale, [](Signal& signal) { signal.getRating(1, true, 0, 100); }}},
+    {"deviators", {rescale, [](Signal<T>& signal) { signal.getDeviators(0); }}},
+    {"rating", {rescale, [](Signal<T>& signal) { signal.getRating(1, true, 0, 100); }}},
     {"newest", {scaleNewest, copyNewest}},
     {"ingestions", {scaleNewest, scaleNewest}},
     {"rescales", {rescale, rescale}},
+    {"handlings", {handle, handle}},
     {"switches", {switchOn, switchOn}},
-    {"datatype", {setDatatype, [](Signal& signal) { signal.calcAverage(); }}},
-    {"worker", {setDatatype, [](Signal&) { std::this_thread::yield(); }, 4, append}},
+    {"datatype", {setDatatype, [](Signal<T>& signal) { signal.calcAverage(); }}},
+    {"worker",
+     {setDatatype, [](Signal<T>&) { std::this_thread::yield(); }, 4, append,
+      setDatatypeWithoutWorker}},
 };
 
-} // namespace
-
-int main(int argc, char* argv[])
+/// The sanitizer ends the process at its first report.
+template <typename T>
+void runUntilReported(const Host<T>& host, Signal<T>& signal)
 {
-    const auto named = hosts.find(argc == 2 ? argv[1] : "");
-    if (named == hosts.end())
-        return std::cerr << "name one of the hosts\n", 2;
-    const Host& host = named->second;
-
-    Signal signal;
-    signal.setDatatype(dataType(host.datatype));
-    signal.appendValues(QVector<J1939Value>(length, rawRecord<J1939Value>(1)), 1, 0);
-    signal.setValueHandling(host.handling);
-
-    // The sanitizer ends the process at its first report.
     std::atomic<bool> done{false};
     std::thread other([&] {
         while (!done)
@@ -129,5 +165,59 @@ int main(int argc, char* argv[])
         host.writer(signal);
     done = true;
     other.join();
+}
+
+/// Both sides in turn: whoever gets the mutex again at once would keep the other from its rounds.
+/// Whose turn it is orders nothing by itself.
+template <typename T>
+void runSerialised(const Host<T>& host, Signal<T>& signal)
+{
+    std::mutex mutex;
+    std::atomic<int> turn{0};
+    const auto rounds = [&](void (*call)(Signal<T>&), int first) {
+        for (int round = first; round < 2 * serialisedRounds; round += 2) {
+            while (turn.load(std::memory_order_relaxed) != round)
+                std::this_thread::yield();
+            {
+                const std::lock_guard<std::mutex> lock(mutex);
+                call(signal);
+            }
+            turn.store(round + 1, std::memory_order_relaxed);
+        }
+    };
+    std::thread other([&] { rounds(host.other, 1); });
+    rounds(host.serialisedWriter, 0);
+    other.join();
+}
+
+template <typename T>
+int runHost(const std::string& name, bool serialised)
+{
+    const auto named = hosts<T>.find(name);
+    if (named == hosts<T>.end())
+        return std::cerr << "name one of the hosts\n", 2;
+    const Host<T>& host = named->second;
+
+    Signal<T> signal;
+    signal.setDatatype(dataType(host.datatype));
+    signal.appendValues(QVector<T>(length, rawRecord<T>(1)), 1, 0);
+    signal.setValueHandling(host.handling);
+    serialised ? runSerialised(host, signal) : runUntilReported(host, signal);
     std::cout << "nothing was reported\n";
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const auto given = [&](const char* argument) {
+        return std::find(arguments.begin(), arguments.end(), argument) != arguments.end();
+    };
+    if (arguments.empty())
+        return std::cerr << "HOST [--j1939 | --canopen] [--serialised]\n", 2;
+    const bool serialised = given("--serialised");
+    return given("--canopen") ? runHost<CANopenObjectValue>(arguments.front(), serialised)
+                              : runHost<J1939Value>(arguments.front(), serialised);
 }
