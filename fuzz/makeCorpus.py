@@ -77,7 +77,7 @@ REFUSED_VALUES = {
     "list-of-a-huge-length": variant(9, struct.pack(">I", 2**31 - 1)),
     "bit-array-of-a-huge-length": variant(13, struct.pack(">I", 2**32 - 1)),
     "map-of-itself": variant(8, struct.pack(">I", 1) + struct.pack(">I", 0)) * 9,
-    "date-time-of-an-unknown-zone": variant(16, struct.pack(">qIB", 2440588, 0, 3) + b"\0\0\0\0"),
+    "date-time-of-an-unknown-zone": variant(16, struct.pack(">qIBIH", 2440588, 0, 3, 2, ord("X"))),
     "easing-curve": variant(29, b"\x2d" + b"\xff" * 8),
     "pointer-to-an-object": variant(39, b"\xff" * 8),
     "type-by-name": variant(1024, struct.pack(">I", 4) + b"int\0" + struct.pack(">i", 1)),

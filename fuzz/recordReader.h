@@ -9,6 +9,17 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <iostream>
+
+/// Tells at the end of the process how much of its inputs got as far as operator>>.
+struct ReadingReport {
+    ~ReadingReport()
+    {
+        std::cerr << recordsRead << " records read, of " << inputsRead << " inputs\n";
+    }
+    long long inputsRead = 0;
+};
+inline ReadingReport readingReport;
 
 /// The common part of the fuzz targets: reads records of type T from hostile bytes, as a host does
 /// that asks nextRecordIsPlain() first. The first byte configures the stream, in its lowest bits
@@ -31,11 +42,14 @@ public:
         QDataStream stream(bytes);
         configure(stream);
         inputRefused = !monitor::nextRecordIsPlain(stream);
+        const long long readBefore = recordsRead;
         while (monitor::nextRecordIsPlain(stream)) {
             T record;
             stream >> record;
             if (stream.status() != QDataStream::Ok)
                 return;
+            if (recordsRead++ == readBefore)
+                ++readingReport.inputsRead;
             // The first copy may differ from the bytes read: a boolean has many true ones.
             const QByteArray copy = written(record);
             const T again = readBack(copy);

@@ -1,5 +1,6 @@
 // Stands in for the fuzzer where the compiler has none: gives every file of the folders named as
-// arguments to the target once, and requires that it refuses those named refused-*.
+// arguments to the target once, and requires that it refuses those named refused-* and reads a
+// record of those named raw-*, unless they end in cut.
 
 #include "refusal.h"
 
@@ -21,10 +22,15 @@ int main(int argc, char* argv[])
             if (!file.open(QIODevice::ReadOnly))
                 return std::cerr << "cannot read " << qPrintable(info.filePath()) << '\n', 1;
             const QByteArray bytes = file.readAll();
+            const long long readBefore = recordsRead;
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
                                    static_cast<std::size_t>(bytes.size()));
-            if (info.fileName().startsWith(QLatin1String("refused-")) && !inputRefused)
+            const QString name = info.fileName();
+            if (name.startsWith(QLatin1String("refused-")) && !inputRefused)
                 return std::cerr << qPrintable(info.filePath()) << " is not refused\n", 1;
+            if (name.startsWith(QLatin1String("raw-")) && !name.endsWith(QLatin1String("cut")) &&
+                recordsRead == readBefore)
+                return std::cerr << qPrintable(info.filePath()) << " is not read\n", 1;
             ++count;
         }
     }
