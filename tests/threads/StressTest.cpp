@@ -251,14 +251,14 @@ TYPED_TEST(SignalUnderStress, HandlingAndUpdatingChangeWhileTheSignalIsRead)
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderSwitching, EveryTwentiethOfAThousandWorkersMeetsNewValues)
+TYPED_TEST(SignalUnderSwitching, EveryFiftiethOfAThousandWorkersMeetsNewValues)
 {
-    // Each twentieth worker sees the average before and after, the others hardly get to begin.
+    // Each fiftieth worker sees the average before and after, the others hardly get to begin.
     this->writeWhileReading(
         1000,
         [this](int round) {
             this->signal.setUpdatingEnabled(true);
-            if (round % 20 == 0 && this->wrong == 0) {
+            if (round % 50 == 0 && this->wrong == 0) {
                 this->wrong += !waitForCaches(this->signal);
                 const double before = this->signal.getAverage();
                 this->ingest(round);
