@@ -62,7 +62,7 @@ int rateInMargin(double distanceFromLimit, double margin)
     if (std::fabs(margin) <= marginTolerance)
         return fullRating;
     const double rating = distanceFromLimit / margin * fullRating;
-    if (std::isnan(rating))
+    if (std::isnan(rating)) // as for a value that is not a number
         return fullRating;
     return qRound(qBound(0.0, rating, double(fullRating)));
 }
@@ -101,8 +101,6 @@ int GenericValueHandler<N, T>::getRating(GenericValue& value, double lowerLimit,
                                          double /*average*/)
 {
     const auto x = static_cast<double>(readScaled<N>(value));
-    if (std::isnan(x))
-        return fullRating;
     if (lowerLimit > x || x > upperLimit)
         return 0;
     const double quarter = (upperLimit - lowerLimit) * quarterFraction;
