@@ -1,4 +1,5 @@
-"""Trees in which a mutated library is built and tested: one for each mutant that is tried at a time."""
+"""Trees in which mutated libraries are built and tested: one for all mutants that can be built
+together, and one for each of the others that is tried at a time."""
 
 import os
 import re
@@ -7,6 +8,8 @@ import subprocess
 import time
 from pathlib import Path
 from typing import NamedTuple
+
+from mutation.together import LINES, PRELUDE, together
 
 LIBRARIES = ["vantrel", "vantrel-cansupport", "vantrel-statistics"]
 TSAN = ("-O1 -fsanitize=thread -include ${sourceDir}/tests/threads/sharedCount.h"
@@ -41,11 +44,12 @@ STAGES = [
 ]
 
 
-def run(command, directory, timeout=None):
-    """The exit code of the command, None where it took longer; its output goes to a log."""
+def run(command, directory, timeout=None, log_file="log", number=0):
+    """The exit code of the command, None where it took longer; its output goes to the log in the
+    directory. Of mutants built together, that with the number is run."""
     environment = {**os.environ, "GTEST_FILTER": "-Soak*", "STATISTICS_STRESS_VALUES": "100000",
-                   "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8"}
-    with open(directory / "log", "wb") as log:
+                   "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8", "MUTANT": str(number)}
+    with open(directory / log_file, "wb") as log:
         process = subprocess.Popen(command, cwd=directory, env=environment, stdout=log,
                                    stderr=subprocess.STDOUT, start_new_session=True)
         try:
@@ -72,12 +76,19 @@ class Tree:
             build.mkdir(parents=True, exist_ok=True)
             options = [option.replace("${sourceDir}", str(self.source)) for option in stage.options]
             self.require(["cmake", "-G", "Ninja", "-S", self.source / stage.source, "-B", build,
-                          "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=", *options], build)
-            self.require(self.build_command(self.targets(stage)), build)
+                          "-DCMAKE_BUILD_TYPE=Debug", f"-DCMAKE_CXX_FLAGS_DEBUG={self.flags()}",
+                          *options], build)
+            self.build(stage)
             for test in stage.tests:
                 begin = time.monotonic()
                 self.require(self.test_command(build, test), build)
                 self.durations[stage.name, test] = time.monotonic() - begin
+
+    def flags(self):
+        return ""
+
+    def build(self, stage):
+        self.require(self.build_command(self.targets(stage)), self.build_directory(stage))
 
     def copy_sources(self):
         names = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"],
@@ -122,13 +133,18 @@ class Tree:
                 raise RuntimeError(f"No error in the source, but this could not be built:"
                                    f" {mutant.description}\n{self.log(build)[-3000:]}")
             return "compiler"
+        return self.test_stage(stage, mutant)
+
+    def test_stage(self, stage, mutant, number=0):
+        """The test that notices the mutant, or nothing."""
         own = Path(mutant.path).parts[-2]
         for test in sorted(stage.tests, key=lambda test: own not in test):
             timeout = 10 + 3 * self.durations[stage.name, test]
-            command = self.test_command(build, test)
-            code = run(command, build, timeout)
+            build = self.build_directory(stage)
+            trial = self.test_command(build, test), build, timeout, os.devnull, number
+            code = run(*trial)
             if code is None:  # perhaps as the machine was busy
-                code = run(command, build, timeout)
+                code = run(*trial)
             if code != 0:
                 return f"{stage.name}: {Path(test).name}" + (" (too long)" if code is None else "")
         return ""
@@ -154,3 +170,51 @@ class Tree:
 
     def write(self, path, text):
         (self.source / path).write_text(text)
+
+
+class TogetherTree(Tree):
+    """A tree with many mutants in it, of which several may be tried at a time. Those that do not
+    compile and those outside of functions are left to other trees."""
+
+    def __init__(self, project, root, mutants, texts):
+        super().__init__(project, root)
+        self.texts, self.left = texts, set()
+        self.numbers = {mutant: number for number, mutant in enumerate(mutants, 1)}
+
+    def flags(self):
+        prelude = self.root / "mutantNumber.h"
+        prelude.write_text(PRELUDE)
+        return f"-w -include {prelude}"
+
+    def copy_sources(self):
+        super().copy_sources()
+        self.write_mutants()
+
+    def write_mutants(self):
+        tried = [mutant for mutant in self.numbers if mutant not in self.left]
+        within = set()
+        for path, text in self.texts.items():
+            own = [mutant for mutant in tried if mutant.path == path]
+            written, those = together(text, own, self.numbers)
+            within.update(those)
+            if (self.source / path).read_text() != written:
+                self.write(path, written)
+        self.left.update(set(tried) - within)
+
+    def build(self, stage):
+        build = self.build_directory(stage)
+        while run([*self.build_command(self.targets(stage)), "-k0"], build) != 0:
+            lines = re.findall(rf"{re.escape(str(self.source))}/\S+?:(\d+):\d+: .*(?:error|required)",
+                               self.log(build))
+            wrong = {int(line) // LINES for line in lines} - {0}
+            found = {mutant for mutant, number in self.numbers.items() if number in wrong}
+            if not found - self.left:
+                raise RuntimeError(f"The mutants could not be built:\n{self.log(build)[-3000:]}")
+            self.left |= found
+            self.write_mutants()
+
+    def try_mutant(self, mutant, _):
+        for stage in [stage for stage in STAGES if mutant.path.startswith(stage.files)]:
+            if noticed := self.test_stage(stage, mutant, self.numbers[mutant]):
+                return noticed
+        return ""
