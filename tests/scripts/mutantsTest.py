@@ -1,5 +1,7 @@
 """Tests of the mutants that scripts/mutate tries, of a trial, and of the verdict on all."""
 
+import os
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -10,6 +12,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
 
 from mutation.mutants import Mutant, mutants_of  # noqa: E402
+from mutation.together import PRELUDE, together  # noqa: E402
 from mutation.trial import Stage, Tree  # noqa: E402
 from mutation.verdict import ENOUGH, verdict  # noqa: E402
 
@@ -152,6 +155,62 @@ class Trials(unittest.TestCase):
         for log in ("", "ninja: error: no", "g++: fatal error: Killed signal terminated program"):
             with self.assertRaises(RuntimeError):
                 self.outcome([1], log)
+
+
+PROGRAM = """\
+#include <cstdio>
+constexpr int twice(int i) { return 2 * i; }
+struct Pair {
+    explicit Pair(int i) : a(i), b(0) { b = a + 1; }
+    int a, b;
+};
+template <typename N>
+N larger(N a, N b)
+{
+    if (a > b)
+        return a;
+    return b;
+}
+void print(int i)
+{
+    if (i == 7)
+        return;
+    std::printf("%d", i); // it has to be seen
+}
+int main()
+{
+    print(larger(twice(3), 5) + Pair(4).b);
+    print(larger(1, 7));
+    return 0;
+}
+"""
+
+
+class MutantsBuiltTogether(unittest.TestCase):
+    def compiled(self, name, text):
+        source = self.folder / f"{name}.cpp"
+        source.write_text(PRELUDE.replace("#pragma once", "") + text)
+        command = ["c++", "-std=c++17", "-w", source, "-o", self.folder / name]
+        return subprocess.run(command, stderr=subprocess.DEVNULL, check=False).returncode == 0
+
+    def output(self, name, number=0):
+        return subprocess.run([self.folder / name], env={**os.environ, "MUTANT": str(number)},
+                              stdout=subprocess.PIPE, check=False).stdout
+
+    def test_each_does_what_it_does_when_it_is_built_alone(self):
+        with tempfile.TemporaryDirectory() as folder:
+            self.folder = Path(folder)
+            numbers = {mutant: number for number, mutant in
+                       enumerate(mutants_of("program.cpp", PROGRAM), 1)
+                       if self.compiled(f"alone{number}", mutant.applied_to(PROGRAM))}
+            text, within = together(PROGRAM, list(numbers), numbers)
+            self.assertEqual({mutant.line for mutant in numbers} - {m.line for m in within}, {2})
+            self.assertGreater(len(within), 10)
+            self.assertTrue(self.compiled("together", text))
+            self.assertEqual(self.output("together"), b"11")
+            for mutant in within:
+                self.assertEqual(self.output("together", numbers[mutant]),
+                                 self.output(f"alone{numbers[mutant]}"), mutant.description)
 
 
 class Verdicts(unittest.TestCase):
