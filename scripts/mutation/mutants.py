@@ -45,7 +45,8 @@ class Mutant(NamedTuple):
     def name(self, text):
         """The same for as long as the file stays as it is, so that results can be kept."""
         digest = hashlib.sha1(text.encode()).hexdigest()[:10]
-        return f"{self.path}:{self.line}:{self.start}:{self.replacement}:{digest}"
+        replacement = self.replacement.replace("\n", " ")
+        return f"{self.path}:{self.line}:{self.start}:{replacement}:{digest}"
 
 
 def code_of(text):
