@@ -295,8 +295,10 @@ TYPED_TEST(LargeIntegerRules, TheSumsReachIntoEveryWord)
     using Calculator = SimpleStatisticCalculator<TypeParam>;
     constexpr TypeParam middle = std::is_signed_v<TypeParam> ? 0 : TypeParam(1) << 63;
     constexpr TypeParam lowest = std::numeric_limits<TypeParam>::min();
-    // The distances from the first value are -2^63 each.
+    // The distances from the first value are -2^63 each: sums of -2^64 and -2^65.
     EXPECT_DOUBLE_EQ(Calculator::getDeviation({middle, lowest, lowest}), 0x1p63 * std::sqrt(2) / 3);
+    EXPECT_DOUBLE_EQ(Calculator::getDeviation({middle, lowest, lowest, lowest, lowest}),
+                     0x1p63 * 2 / 5);
     const TypeParam far = (TypeParam(1) << 62) - 1 + (TypeParam(1) << 62);
     const TypeParam above = middle + far, below = middle - far;
     const QList<TypeParam> symmetric = {middle, above, below, above, below, above, below};
