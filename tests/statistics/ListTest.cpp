@@ -154,6 +154,35 @@ TEST(DoubleLists, KeepAOneThatALaneLeavesOut)
     EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1.0 / 20);
 }
 
+// A lane leaves out a one from each of its two remainders, twice.
+TEST(DoubleLists, KeepWhatBothRemaindersOfALaneLeaveOut)
+{
+    QList<double> values;
+    for (double value : {1.0, 0x1p120, 0x1p60, 2.0, -0x1p60, -0x1p120})
+        values << value << 1 << 1 << 1;
+    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 21.0 / 24);
+}
+
+// The farther out the first of many equal values lies, the more of its distance counts.
+TEST(DoubleLists, KeepTheSquareOfADistanceThatIsNoDouble)
+{
+    const double first = 0.1, other = 3.3;
+    for (const int count : {10, 1000, 100000}) {
+        QList<double> values = {first};
+        StatisticCalculator<double> running{std::nullopt};
+        running.addValue(first);
+        while (values.size() < count) {
+            values.append(other);
+            running.addValue(other);
+        }
+        const long double distance = other - static_cast<long double>(first); // 58 bits
+        const auto deviation = static_cast<double>(distance * std::sqrt(count - 1.0L) / count);
+        const double ofList = SimpleStatisticCalculator<double>::getDeviation(values);
+        EXPECT_LE(ulpsBetween(ofList, deviation), 1u) << count;
+        EXPECT_LE(ulpsBetween(running.getDeviation(), deviation), 1u) << count;
+    }
+}
+
 // The second of four lanes leaves out the tiny value, and so does its addition to the first one.
 TEST(DoubleLists, KeepWhatALaneAndItsAdditionLeaveOutAlike)
 {
