@@ -239,6 +239,44 @@ TEST(FloatingSums, KeepWhatGreaterValuesCoverUntilTheseCancel)
     EXPECT_EQ(sums.mean(), 1e-200 / 7);
 }
 
+// Ones that two doubles cannot hold beside greater values, left out by a distance and by their sum.
+TEST(FloatingSums, KeepAOneBelowGreaterValues)
+{
+    FloatingSums doubles, floats, floatDistances;
+    for (double value : {-1.0, 0x1p120, -2.0, 0x1p60, -0x1p60, -0x1p120})
+        doubles.add(value);
+    EXPECT_EQ(doubles.mean(), -3.0 / 6);
+    for (float value : {0.0F, 0x1p120F, 0x1p60F, 1.0F, -0x1p60F, -0x1p120F})
+        floats.add(value);
+    EXPECT_EQ(floats.mean(), 1.0 / 6);
+    for (float value : {-1.0F, 0x1p60F, -0x1p60F})
+        floatDistances.add(value);
+    EXPECT_EQ(floatDistances.mean(), -1.0 / 3);
+}
+
+TEST(FloatingSums, KeepWhatIsLeftOfTheFirstValueOnceTheOthersHaveTakenItOff)
+{
+    const double tiny = 7 * 0x1p-104;
+    for (int pairs = 1; pairs <= 100; ++pairs) {
+        const double first = 1 + pairs * 0x1p-52;
+        FloatingSums withTiny, withHuge;
+        for (int i = 0; i < pairs; ++i) {
+            withTiny.add(first);
+            withTiny.add(-first);
+        }
+        withTiny.add(tiny);
+        EXPECT_EQ(withTiny.mean(), tiny / (2 * pairs + 1)) << pairs;
+        for (double value : {first, 0x1p80, -0x1p80})
+            withHuge.add(value);
+        for (int i = 1; i < pairs; ++i) {
+            withHuge.add(-first);
+            withHuge.add(first);
+        }
+        withHuge.add(-first);
+        EXPECT_EQ(withHuge.mean(), 0) << pairs;
+    }
+}
+
 TEST(FloatingSums, ScaleValuesWhoseSquaresAreNoDoubles)
 {
     for (double scale : {0x1p-1074, 0x1p-600, 0x1p-301, 0x1p-299, 1.0, 0x1p449, 0x1p451, 0x1p899,
@@ -272,12 +310,14 @@ TEST(FloatingSums, ChangeTheScaleOfAnEvenSeriesAroundZero)
 TEST(FloatingSums, HoldEighteenDoublesWithoutACommonBit)
 {
     FloatingSums sums;
-    const auto value = [](int i) { return std::ldexp(1.0, 440 - 54 * i); };
-    for (int i = 0; i < 18; ++i)
-        sums.add(value(i));
+    const auto value = [](int i) { return std::ldexp(1.0, 432 - 54 * i); }; // 1 among them
+    for (int twice = 0; twice < 2; ++twice) {
+        for (int i = 0; i < 18; ++i)
+            sums.add(value(i));
+    }
     for (int i = 0; i < 17; ++i)
-        sums.add(-value(i));
-    EXPECT_EQ(sums.mean(), value(17) / 35);
+        sums.add(-2 * value(i));
+    EXPECT_EQ(sums.mean(), 2 * value(17) / 53);
 }
 
 TEST(FloatingSums, KeepTheLowestBitsWhenAGreaterValueChangesTheScaleAndCancels)
@@ -301,4 +341,14 @@ TEST(FloatingSums, ZerosBeforeTinyValuesCostNoDigits)
         EXPECT_EQ(sums.mean(), 0x1p-700 / n);
         EXPECT_LE(ulpsBetween(sums.deviation(), 0x1p-700 * std::sqrt(n - 1) / n), 1u);
     }
+}
+
+TEST(FloatingSums, AZeroAfterTinyValuesThatCancelCostsNoDigits)
+{
+    const double tiny = 0x1p-601;
+    FloatingSums sums;
+    for (double value : {0.0, tiny, -tiny, tiny, -tiny, 0.0})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), 0);
+    EXPECT_LE(ulpsBetween(sums.deviation(), tiny * std::sqrt(4.0 / 6)), 1u);
 }
