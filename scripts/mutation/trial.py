@@ -29,15 +29,17 @@ class Stage(NamedTuple):
     filter: str = "*"  # without tests that take long and tell nothing that others do not
 
 
+UNIT_TEST = ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"]
 STAGES = [
-    Stage("unit", ".", ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"], LIBRARIES,
+    Stage("statistics", ".", UNIT_TEST, ["vantrel-statistics"],
+          ["tests/statistics/test_statistics"], ("platform/statistics/",)),
+    Stage("unit", ".", UNIT_TEST, LIBRARIES,
           ["tests/test_library", "tests/test_values", "tests/test_cansupport",
-           "tests/faults/test_faults", "tests/test_handlers", "tests/statistics/test_statistics",
-           "tests/test_signal"], ("src/", "platform/"), "-Soak*:*Under*:*Fleet*"),
-    Stage("arithmetic", ".", ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"], ["test_arithmetic"],
-          ["tests/test_arithmetic"], ("src/vantrel/handlers", "src/vantrel/signal")),
-    Stage("standin", "tests/standin", ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"],
-          ["test_standin"], ["test_standin"], ("src/",)),
+           "tests/faults/test_faults", "tests/test_handlers", "tests/test_signal"],
+          ("src/", "platform/"), "-Soak*:*Under*:*Fleet*"),
+    Stage("arithmetic", ".", UNIT_TEST, ["test_arithmetic"], ["tests/test_arithmetic"],
+          ("src/vantrel/handlers", "src/vantrel/signal")),
+    Stage("standin", "tests/standin", UNIT_TEST, ["test_standin"], ["test_standin"], ("src/",)),
     Stage("threads", ".", [f"-DCMAKE_CXX_FLAGS={TSAN}"], LIBRARIES,
           ["tests/threads/test_threads", "tests/threads/test_statistics_threads"],
           ("src/vantrel/signal", "platform/statistics/StatisticCalculator",
@@ -155,7 +157,8 @@ class Tree:
         return (build / "log").read_text(errors="replace")
 
     def build_directory(self, stage):
-        return self.root / ("unit" if stage.name == "arithmetic" else stage.name)
+        return self.root / ("unit" if stage.options == UNIT_TEST and stage.source == "."
+                            else stage.name)
 
     @staticmethod
     def targets(stage):

@@ -136,6 +136,13 @@ TYPED_TEST(Rules, TheMedianOfGreatValuesDoesNotOverflow)
     EXPECT_EQ(this->calculator.getMedian({lowest, lowest}), static_cast<double>(lowest));
 }
 
+TYPED_TEST(FloatingRules, TheMedianOfSmallValuesKeepsTheirLastBit)
+{
+    EXPECT_EQ(this->calculator.getMedian({0.25, 0.75}), 0.5);
+    const auto lowest = std::numeric_limits<TypeParam>::denorm_min();
+    EXPECT_EQ(this->calculator.getMedian({lowest, lowest}), static_cast<double>(lowest));
+}
+
 TYPED_TEST(Rules, TheMedianIsThatOfTheListAndNotOfTheValuesAdded)
 {
     addAll<TypeParam>(this->calculator, {100, 101, 102});
