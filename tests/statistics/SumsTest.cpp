@@ -137,6 +137,36 @@ TEST(Means, OfSmallSumsAreTheQuotientsOfDoubles)
     }
 }
 
+TEST(Deviations, OfSumsThatLeaveAWordOnceMultipliedAreRight)
+{
+    SmallIntegerSums narrow, wide;
+    for (int i = 0; i < 16; ++i)
+        narrow.add(i % 2 == 0 ? 1 << 29 : -(1 << 29));
+    EXPECT_EQ(narrow.deviation(), 1 << 29); // 2^62 by 16
+    const quint64 count = (1 << 22) - 1, squares = (quint64(1) << 42) - 1;
+    wide.words() = std::make_tuple(count, 0, 0, squares, 0);
+    EXPECT_EQ(wide.deviation(), std::sqrt(double(squares) / double(count))); // 2^64 - 1
+    LargeIntegerSums<long long> twoWords;
+    for (long long value : {0LL, 1LL << 31, -(1LL << 31), 1LL << 31, -(1LL << 31)})
+        twoWords.add(value);
+    EXPECT_DOUBLE_EQ(twoWords.deviation(), 0x1p32 / std::sqrt(5)); // 2^64 by 5
+}
+
+TEST(Deviations, OfVeryLongSeriesAreWithinOneUnitInTheLastPlace)
+{
+    Random random(9);
+    for (int i = 0; i < 100000; ++i) {
+        const quint64 count = exactSquareInDouble + 1 + (random.next() >> (24 + random.below(12)));
+        const quint64 low = random.next(), high = random.next() >> random.below(64);
+        const auto squares = static_cast<long double>(high) * 0x1p64L + low;
+        const long double exact = std::sqrt(squares / static_cast<long double>(count));
+        const double deviation = deviationOf(Words<2>{}, Words<3>{low, high, 0}, count);
+        const double unit = std::nextafter(deviation, HUGE_VAL) - deviation;
+        ASSERT_LE(std::fabs(static_cast<double>(deviation - exact)), unit)
+            << high << " * 2^64 + " << low << ", " << count << " values";
+    }
+}
+
 TEST(WideIntegers, ProductsAndSquaresAgreeWithLongMultiplication)
 {
     Random random(1);
