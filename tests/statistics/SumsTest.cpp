@@ -150,6 +150,11 @@ TEST(Deviations, OfSumsThatLeaveAWordOnceMultipliedAreRight)
     for (long long value : {0LL, 1LL << 31, -(1LL << 31), 1LL << 31, -(1LL << 31)})
         twoWords.add(value);
     EXPECT_DOUBLE_EQ(twoWords.deviation(), 0x1p32 / std::sqrt(5)); // 2^64 by 5
+    // Twice the squares, 2^128 + 2^80 + 2^41, less the square of 2^40 + 1: only the lowest word
+    // borrows, from one that is 0 then.
+    EXPECT_EQ(deviationOf((quint64(1) << 40) + 1, 0, quint64(1) << 40,
+                          (quint64(1) << 63) + (1 << 15), 0, 2),
+              0x1p63);
 }
 
 TEST(Deviations, OfVeryLongSeriesAreWithinOneUnitInTheLastPlace)
