@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-/// A raw value whose conversion lets a test do something in the middle of scaling.
+/// A raw value whose conversion lets a test do something in the middle of scaling or reading.
 struct Interruption {
     static inline std::function<void()> during;
 };
@@ -22,12 +22,15 @@ namespace
 template <typename T>
 T interruptedRecord(std::function<void()> during)
 {
-    if (!QMetaType::hasRegisteredConverterFunction<Interruption, int>())
-        QMetaType::registerConverter<Interruption, int>([](const Interruption&) {
-            if (const auto call = std::exchange(Interruption::during, nullptr))
-                call();
-            return 1;
-        });
+    const auto convert = [](const Interruption&) {
+        if (const auto call = std::exchange(Interruption::during, nullptr))
+            call();
+        return 1;
+    };
+    if (!QMetaType::hasRegisteredConverterFunction<Interruption, int>()) {
+        QMetaType::registerConverter<Interruption, int>(convert);
+        QMetaType::registerConverter<Interruption, double>(convert);
+    }
     Interruption::during = std::move(during);
     return rawRecord<T>(QVariant::fromValue(Interruption()));
 }
@@ -240,6 +243,22 @@ TYPED_TEST(SignalThreads, ARescaleKeepsWritersOutAndLetsReadersIn)
         ASSERT_TRUE(writer.valid());
         EXPECT_FALSE(writer.get());
     }
+}
+
+TYPED_TEST(SignalThreads, ARescaleWaitsForNoReaderUnlessASnapshotSharesTheSeries)
+{
+    std::promise<void> reading, rescaled;
+    const auto interrupted = interruptedRecord<TypeParam>([&] {
+        reading.set_value();
+        EXPECT_EQ(rescaled.get_future().wait_for(std::chrono::seconds(30)),
+                  std::future_status::ready);
+    });
+    EXPECT_TRUE(this->signal.setNewValue(interrupted));
+    const auto reader =
+        std::async(std::launch::async, [&] { return this->signal.getDeviators(1).size(); });
+    reading.get_future().wait(); // in the middle of the series, under the read lock
+    this->signal.updateScaledValues(1, 0);
+    rescaled.set_value();
 }
 
 TYPED_TEST(SignalThreads, ANewValueIsScaledWithoutALock)
