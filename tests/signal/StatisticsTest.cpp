@@ -175,6 +175,20 @@ TYPED_TEST(SignalStatistics, TheMedianReadsTextsInEveryElementType)
     }
 }
 
+TYPED_TEST(SignalStatistics, OfAClearedSeriesAreAllZero)
+{
+    this->signal.setValueHandling(append);
+    feed(this->signal, {1, 2, 3});
+    this->signal.clearValues();
+    const Statistics statistics = statisticsOf(this->signal);
+    EXPECT_EQ(statistics.count, 0U);
+    EXPECT_EQ(statistics.average, 0.0);
+    EXPECT_EQ(statistics.deviation, 0.0);
+    EXPECT_EQ(statistics.maximum.toDouble(), 0.0);
+    EXPECT_EQ(statistics.minimum.toDouble(), 0.0);
+    EXPECT_EQ(statistics.median, 0.0);
+}
+
 TEST(SignalStatisticsEdges, TheMedianReadsFloatsByQtsConversion)
 {
     GenericSignalImpl<J1939Value> signal;

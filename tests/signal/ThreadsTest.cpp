@@ -275,6 +275,15 @@ TYPED_TEST(SignalThreads, ANewValueIsScaledWithoutALock)
     EXPECT_FALSE(writer.get());
 }
 
+TYPED_TEST(SignalThreads, FlagsResetWhileAValueIsScaledAreSetAgain)
+{
+    const auto interrupted =
+        interruptedRecord<TypeParam>([this] { setFlags(this->signal, false); });
+    EXPECT_TRUE(this->signal.setNewValue(interrupted, 1, 0));
+    EXPECT_FALSE(Interruption::during); // it has been called
+    expectFlags(this->signal, true, true, true);
+}
+
 TYPED_TEST(SignalThreads, FlagsMayBeReadAndResetFromAnyThread)
 {
     std::atomic<int> seen{0};
