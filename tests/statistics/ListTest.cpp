@@ -1,6 +1,7 @@
 #include "Random.h"
 #include "Reference.h"
 
+#include "FloatingLanes.h"
 #include "sums.h"
 
 #include <statistics/SimpleStatisticCalculator.h>
@@ -152,6 +153,29 @@ TEST(DoubleLists, KeepAOneThatALaneLeavesOut)
     for (double value : {0x1p170, 0x1p60, 1.0, -0x1p170, -0x1p60})
         values << 0 << value << 0 << 0;
     EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1.0 / 20);
+}
+
+// The way of nearly all lists is the short one; what it cannot do goes the long one.
+TEST(DoubleLists, AreSummedInLanesUnlessTheirSquaresOrSumsAreNoDoubles)
+{
+    const auto inLanes = [](const QList<double>& values) {
+        OrdinaryFloatingSums sums;
+        return sumOrdinary<true>(values, sums);
+    };
+    const auto meanInLanes = [](const QList<double>& values) {
+        OrdinaryFloatingSums sums;
+        return sumOrdinary<false>(values, sums);
+    };
+    EXPECT_TRUE(inLanes({0.1, 3.3, 5, 7, 8, 2}));
+    EXPECT_FALSE(inLanes({}));
+    EXPECT_TRUE(inLanes({0, 1.25 * 0x1p-450}));
+    EXPECT_FALSE(inLanes({0, 0x1p-450}));
+    EXPECT_TRUE(inLanes({0, 0.75 * 0x1p448}));
+    EXPECT_FALSE(inLanes({0, 0x1p448}));
+    EXPECT_FALSE(inLanes({0, 1.25 * 0x1p448}));
+    EXPECT_TRUE(meanInLanes({0x1.fp899, 0x1.fp899}));
+    EXPECT_FALSE(meanInLanes({0x1p900, 0x1p900}));
+    EXPECT_FALSE(meanInLanes({0x1.8p900, 0x1.8p900}));
 }
 
 // A lane leaves out a one from each of its two remainders, twice.

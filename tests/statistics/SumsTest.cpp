@@ -312,6 +312,26 @@ TEST(FloatingSums, KeepWhatIsLeftOfTheFirstValueOnceTheOthersHaveTakenItOff)
     }
 }
 
+// The way of nearly all values is the short one; what it cannot do goes the long one.
+TEST(FloatingSums, OfZerosAndOrdinaryValuesStayOrdinary)
+{
+    FloatingSums zeros, great;
+    zeros.add(0.0);
+    EXPECT_TRUE(zeros.isOrdinary());
+    OrdinaryFloatingSums& sums = zeros;
+    EXPECT_TRUE(sums.add(0.0));
+    EXPECT_FALSE(sums.add(0x1p-301));
+    EXPECT_TRUE(sums.add(0x1p-300));
+    EXPECT_TRUE(sums.add(1.0));
+    EXPECT_EQ(sums.count, 4U);
+    sums = OrdinaryFloatingSums();
+    sums.form = OrdinaryFloatingSums::ordinaryForm;
+    EXPECT_FALSE(sums.add(0x1p450));
+    EXPECT_TRUE(sums.add(0x1.fp449));
+    great.add(0x1p450);
+    EXPECT_FALSE(great.isOrdinary());
+}
+
 TEST(FloatingSums, ScaleValuesWhoseSquaresAreNoDoubles)
 {
     for (double scale : {0x1p-1074, 0x1p-600, 0x1p-301, 0x1p-299, 1.0, 0x1p449, 0x1p451, 0x1p899,
