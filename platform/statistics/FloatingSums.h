@@ -64,11 +64,16 @@ public:
         const double n = static_cast<double>(qint64(count));
         const DoubleDouble meanDistance = quotient({sum, sumRest}, n);
         const DoubleDouble mean = twoSum(anchor, meanDistance.high);
-        // Where a sum has cancelled, the digits of two doubles may not do.
-        if (Q_UNLIKELY(std::fabs(mean.high) < std::fabs(anchor) * 0x1p-30 ||
-                       std::fabs(sumRest) > std::fabs(sum) * 0x1p-20))
+        if (Q_UNLIKELY(hasCancelled(mean.high)))
             return exactMean();
         return mean.high + (mean.low + meanDistance.low);
+    }
+
+    /// Whether two doubles may have too few digits left for \a mean.
+    bool hasCancelled(double mean) const
+    {
+        return std::fabs(mean) < std::fabs(anchor) * 0x1p-30 ||
+               std::fabs(sumRest) > std::fabs(sum) * 0x1p-20;
     }
 
     double deviation() const { return deviationFrom({sum, sumRest}); }
@@ -286,8 +291,6 @@ private:
 
     Q_NEVER_INLINE double anyDeviation() const
     {
-        if (squares == 0)
-            return 0;
         const Level scale = level();
         const double change = scale.ofSquares / scale.ofSum;
         const DoubleDouble distances = distilledWith({0, 0});

@@ -53,11 +53,10 @@ public:
     {
         if (count == 0)
             return 0;
-        if (Q_UNLIKELY(count > fewValues))
+        if (Q_UNLIKELY(!areFew(count)))
             return deviationOf(Words<2>{sumLow, sumHigh},
                                Words<3>{squaresLow, squaresMiddle, squaresHigh}, count);
-        constexpr quint64 largeSquares = quint64(1) << 37;
-        if (isOneWord(sumLow, sumHigh) && squaresHigh == 0 && squaresMiddle < largeSquares)
+        if (areShort())
             return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresMiddle}, count);
         return deviationOf(sumLow, sumHigh, squaresLow, squaresMiddle, squaresHigh, count);
     }
@@ -69,6 +68,13 @@ public:
     quint64 squaresLow = 0;
     quint64 squaresMiddle = 0;
     quint64 squaresHigh = 0;
+
+    /// Whether the sum takes one word and the squares of few values, times their count, take two.
+    bool areShort() const
+    {
+        constexpr quint64 largeSquares = quint64(1) << 37;
+        return isOneWord(sumLow, sumHigh) && squaresHigh == 0 && squaresMiddle < largeSquares;
+    }
 
     static constexpr std::size_t meanWords = 4;
     static constexpr std::size_t wordCount = 7;

@@ -48,7 +48,7 @@ template <typename N>
 double midpoint(N a, N b)
 {
     if constexpr (std::is_same_v<N, double>)
-        return std::fabs(a) > 1 || std::fabs(b) > 1 ? a / 2 + b / 2 : (a + b) / 2;
+        return std::isfinite(a + b) ? (a + b) / 2 : a / 2 + b / 2;
     SumsOf<N> sums;
     sums.add(a);
     sums.add(b);

@@ -49,8 +49,8 @@ public:
     {
         if (count == 0)
             return 0;
-        // No sum of so few values leaves one word.
-        if (count <= quint64(1) << 31)
+        // No sum of few values leaves one word.
+        if (areFew(count))
             return meanOf(static_cast<qint64>(sumLow), count);
         return meanOf(sumLow, sumHigh, count);
     }
@@ -59,7 +59,7 @@ public:
     {
         if (count == 0)
             return 0;
-        if (count <= fewValues)
+        if (areFew(count))
             return deviationOf(static_cast<qint64>(sumLow), {squaresLow, squaresHigh}, count);
         return deviationOf(Words<2>{sumLow, sumHigh}, Words<3>{squaresLow, squaresHigh, 0}, count);
     }

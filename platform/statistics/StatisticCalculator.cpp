@@ -12,19 +12,9 @@ namespace
 constexpr std::memory_order own = std::memory_order_relaxed, foreign = std::memory_order_acquire;
 
 template <typename Field>
-quint64 toWord(Field field)
-{
-    static_assert(sizeof(Field) == sizeof(quint64));
-    quint64 word = 0;
-    std::memcpy(&word, &field, sizeof word);
-    return word;
-}
-
-template <typename Field>
 void fromWord(Field& field, quint64 word)
 {
-    static_assert(sizeof(Field) == sizeof(quint64));
-    std::memcpy(&field, &word, sizeof field);
+    field = bitCast<Field>(word);
 }
 
 template <std::memory_order order, typename Fields, std::size_t... i>
@@ -38,7 +28,7 @@ template <typename Fields, std::size_t... i>
 Q_ALWAYS_INLINE void storeFields(Fields fields, std::atomic<quint64>* words,
                                  std::index_sequence<i...>)
 {
-    (SequenceWriter::store(words[i], toWord(std::get<i>(fields))), ...);
+    (SequenceWriter::store(words[i], bitCast<quint64>(std::get<i>(fields))), ...);
 }
 
 template <std::size_t count, std::memory_order order, typename Sums, typename Array>
@@ -74,7 +64,8 @@ Q_NEVER_INLINE void addWithTail(N value, Array& words)
     updated.add(value);
     store(updated, words);
     for (quint64 i = 0; i < updated.tailLength(); ++i)
-        SequenceWriter::store(words[FloatingSums::wordCount + i], toWord(updated.tail[i]));
+        SequenceWriter::store(words[FloatingSums::wordCount + i],
+                              bitCast<quint64>(updated.tail[i]));
 }
 
 /// An answer of all words, when a change falls into the reading as well.

@@ -23,8 +23,7 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
 {
     constexpr quint64 leadingBit = quint64(1) << 52;
     const double estimate = toDouble(sum) / static_cast<double>(qint64(count));
-    quint64 bits = 0;
-    std::memcpy(&bits, &estimate, sizeof bits);
+    const auto bits = bitCast<quint64>(estimate);
     int exponent = static_cast<int>(bits >> 52) - exponentBias - 52;
     quint64 mantissa = (bits & (leadingBit - 1)) | leadingBit;
     // Just below a power of two, where that is the highest estimate, doubles lie twice as close.
@@ -55,10 +54,15 @@ Q_NEVER_INLINE inline double meanOf(quint64 low, quint64 high, quint64 count)
     return negative ? -mean : mean;
 }
 
+inline bool isExactInDouble(qint64 sum)
+{
+    return sum >= -exactInDouble && sum <= exactInDouble;
+}
+
 /// \a sum / \a count, correctly rounded.
 inline double meanOf(qint64 sum, quint64 count)
 {
-    if (sum >= -exactInDouble && sum <= exactInDouble)
+    if (isExactInDouble(sum))
         return static_cast<double>(sum) / static_cast<double>(qint64(count));
     return meanOf(static_cast<quint64>(sum), sum < 0 ? ~quint64(0) : 0, count);
 }
@@ -91,8 +95,18 @@ Q_NEVER_INLINE inline double deviationOf(const Words<2>& sum, const Words<3>& sq
     return deviationFrom(scaledVariance, count);
 }
 
-/// Up to this count nothing below takes more words than it has.
-constexpr quint64 fewValues = quint64(1) << 26;
+/// Whether nothing below takes more words than it has for so many values.
+inline bool areFew(quint64 count)
+{
+    return count <= quint64(1) << 26;
+}
+
+/// Whether \a squares * \a count is less than 2^63, by the number of their bits.
+inline bool isShortProduct(const Words<2>& squares, quint64 count)
+{
+    constexpr int countBits = 22, squaresBits = 63 - countBits;
+    return (squares[0] >> squaresBits | squares[1] | count >> countBits) == 0;
+}
 
 /// The same for few values and sums of one and two words, which nearly all series have.
 inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
@@ -100,8 +114,7 @@ inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
     const double n = static_cast<double>(qint64(count));
     const quint64 magnitude = sum < 0 ? 0 - static_cast<quint64>(sum) : static_cast<quint64>(sum);
     // Most of them are short and close enough for one word.
-    constexpr int shortCount = 22, shortSquares = 63 - shortCount;
-    if ((squares[0] >> shortSquares | squares[1] | count >> shortCount) == 0) {
+    if (isShortProduct(squares, count)) {
         const quint64 scaledVariance = squares[0] * count - magnitude * magnitude;
         return std::sqrt(static_cast<double>(qint64(scaledVariance)) / (n * n));
     }

@@ -14,6 +14,16 @@ Build it for such a unit; on 32-bit x86 with -msse2 -mfpmath=sse."
 #error "The statistics library needs strict IEEE arithmetic. Build it without -ffast-math."
 #endif
 
+/// The bits of \a from as another type of the same size.
+template <typename To, typename From>
+Q_ALWAYS_INLINE To bitCast(From from)
+{
+    static_assert(sizeof(To) == sizeof(From));
+    To to;
+    std::memcpy(&to, &from, sizeof to);
+    return to;
+}
+
 // Error-free transformations of doubles (Knuth, Dekker): the rounded result and what the rounding
 // left out, together the exact result. They use neither a fused multiply-add nor a comparison, so
 // they give the same bits on every machine and cost the same for all values.
@@ -47,11 +57,7 @@ inline DoubleDouble quickTwoSum(double a, double b)
 /// the usual multiplication, and no number is too great for it.
 inline DoubleDouble halves(double a)
 {
-    quint64 bits = 0;
-    std::memcpy(&bits, &a, sizeof bits);
-    bits &= ~quint64(0x7ffffff);
-    double high = 0;
-    std::memcpy(&high, &bits, sizeof high);
+    const double high = bitCast<double>(bitCast<quint64>(a) & ~quint64(0x7ffffff));
     return {high, a - high};
 }
 
@@ -71,12 +77,17 @@ inline DoubleDouble twoSquare(double a)
     return {square, ((x.high * x.high - square) + 2 * x.high * x.low) + x.low * x.low};
 }
 
+/// Whether \a count has at most 26 bits.
+inline bool isShortCount(double count)
+{
+    return count <= 1 << 26;
+}
+
 /// The product of \a a and a whole number, exact up to 2^26: nearly all counts are short enough
 /// for half the work.
 inline DoubleDouble timesCount(double a, double count)
 {
-    constexpr double shortCount = 1 << 26;
-    if (count > shortCount)
+    if (!isShortCount(count))
         return twoProduct(a, count);
     const double product = a * count;
     const DoubleDouble x = halves(a);
@@ -98,8 +109,5 @@ inline DoubleDouble quotient(DoubleDouble a, double count)
 constexpr int exponentBias = 1023;
 inline double powerOfTwo(int exponent)
 {
-    const quint64 bits = quint64(exponentBias + exponent) << 52;
-    double result;
-    std::memcpy(&result, &bits, sizeof result);
-    return result;
+    return bitCast<double>(quint64(exponentBias + exponent) << 52);
 }

@@ -47,8 +47,9 @@ class Mutants(unittest.TestCase):
             self.assertIn(change, changes())
 
     def test_comparisons_are_swapped(self):
-        self.assert_changed("if (step [< -> <=] 10 && !open)",
+        self.assert_changed("if (step [< -> <=] 10 && !open)", "if (step [< -> >] 10 && !open)",
                             "for (int i = 0; i [< -> <=] step; ++i)")
+        self.assertIn("if (a [!= -> ==] b)", changes_in("if (a != b)\n        c();"))
 
     def test_logic_and_arithmetic_are_swapped(self):
         self.assert_changed("if (step < 10 [&& -> ||] !open)", "total = total [+ -> -] step;")
@@ -108,7 +109,7 @@ class Mutants(unittest.TestCase):
             "return scaled(step, [factor, offset -> offset, factor]);")
 
     def test_nothing_else_is_changed_as_in_comments_texts_and_declarations(self):
-        self.assertEqual(len(changes()), 15)
+        self.assertEqual(len(changes()), 17)
 
     def test_changes_of_the_same_code_are_numbered(self):
         twice = mutants_of("twice.cpp", "void f()\n{\n    reset(x);\n    reset(x);\n}\n")
@@ -162,7 +163,7 @@ PROGRAM = """\
 constexpr int twice(int i) { return 2 * i; }
 struct Pair {
     explicit Pair(int i) : a(i), b(0) { b = a + 1; }
-    int a, b;
+    int a, b, c = 1;
 };
 template <typename N>
 N larger(N a, N b)
@@ -179,7 +180,7 @@ void print(int i)
 }
 int main()
 {
-    print(larger(twice(3), 5) + Pair(4).b);
+    print(larger(twice(3), 5) + Pair(4).b + Pair(4).c);
     print(larger(1, 7));
     return 0;
 }
@@ -207,7 +208,7 @@ class MutantsBuiltTogether(unittest.TestCase):
             self.assertEqual({mutant.line for mutant in numbers} - {m.line for m in within}, {2})
             self.assertGreater(len(within), 10)
             self.assertTrue(self.compiled("together", text))
-            self.assertEqual(self.output("together"), b"11")
+            self.assertEqual(self.output("together"), b"12")
             for mutant in within:
                 self.assertEqual(self.output("together", numbers[mutant]),
                                  self.output(f"alone{numbers[mutant]}"), mutant.description)

@@ -137,6 +137,42 @@ TEST(Means, OfSmallSumsAreTheQuotientsOfDoubles)
     }
 }
 
+TEST(ShortWays, EndWhereTheyWouldLeaveAWordOrADouble)
+{
+    EXPECT_TRUE(areFew(1 << 26));
+    EXPECT_FALSE(areFew((1 << 26) + 1));
+    EXPECT_TRUE(isShortCount(0x1p26));
+    EXPECT_FALSE(isShortCount(0x1p26 + 1));
+    const qint64 lastExact = qint64(1) << 53;
+    EXPECT_TRUE(isExactInDouble(lastExact));
+    EXPECT_TRUE(isExactInDouble(-lastExact));
+    EXPECT_FALSE(isExactInDouble(lastExact + 1));
+    EXPECT_FALSE(isExactInDouble(-lastExact - 1));
+    const quint64 squares = (quint64(1) << 41) - 1, count = (1 << 22) - 1;
+    EXPECT_TRUE(isShortProduct({squares, 0}, count));
+    EXPECT_FALSE(isShortProduct({squares + 1, 0}, count));
+    EXPECT_FALSE(isShortProduct({squares, 0}, count + 1));
+    EXPECT_FALSE(isShortProduct({0, 1}, 1));
+    const auto areShort = [](quint64 sumHigh, quint64 squaresMiddle, quint64 squaresHigh) {
+        LargeIntegerSums<long long> sums;
+        sums.words() = std::make_tuple(1, 0, ~quint64(0), sumHigh, 0, squaresMiddle, squaresHigh);
+        return sums.areShort();
+    };
+    const quint64 minusOne = ~quint64(0), large = quint64(1) << 37;
+    EXPECT_TRUE(areShort(minusOne, large - 1, 0));
+    EXPECT_FALSE(areShort(0, large - 1, 0));
+    EXPECT_FALSE(areShort(minusOne, large, 0));
+    EXPECT_FALSE(areShort(minusOne, large - 1, 1));
+    OrdinaryFloatingSums sums;
+    sums.anchor = sums.sum = 1;
+    EXPECT_FALSE(sums.hasCancelled(0x1p-30));
+    EXPECT_TRUE(sums.hasCancelled(std::nextafter(0x1p-30, 0)));
+    sums.sumRest = 0x1p-20;
+    EXPECT_FALSE(sums.hasCancelled(1));
+    sums.sumRest = std::nextafter(0x1p-20, 1);
+    EXPECT_TRUE(sums.hasCancelled(1));
+}
+
 TEST(Deviations, OfSumsThatLeaveAWordOnceMultipliedAreRight)
 {
     SmallIntegerSums narrow, wide;
