@@ -15,6 +15,7 @@ SWAPS = {
     "+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=", "<<": ">>",
     ">>": "<<", "&": "|", "|": "&",
 }
+OPPOSITES = {"<": ">", ">": "<", "<=": ">=", ">=": "<="}
 SWAPPED = "|".join(re.escape(operator) for operator in sorted(SWAPS, key=len, reverse=True))
 NO_CODE = re.compile(
     r"//[^\n]*|/\*.*?\*/|\"(?:\\.|[^\"\\\n])*\"|'(?:\\.|[^'\\\n])+'"
@@ -57,6 +58,8 @@ def code_of(text):
 def swapped_operators(code):
     for found in re.finditer(rf"(?<= )(?:{SWAPPED})(?=\s)", code):
         yield found.start(), found.end(), SWAPS[found.group()]
+        if found.group() in OPPOSITES:
+            yield found.start(), found.end(), OPPOSITES[found.group()]
 
 
 def dropped_unary_operators(code):

@@ -1,9 +1,10 @@
-"""A source with all its mutants in it. Every function begins with a switch that leads to the mutant
-body whose number the environment names, so that a thousand mutants are built at once."""
+"""A source with nearly all its mutants in it. Every function begins with a switch that leads to the
+mutant body whose number the environment names, and so does a question in the place of an initial
+value, so that a thousand mutants are built at once."""
 
 import re
 
-from mutation.mutants import code_of
+from mutation.mutants import NUMBER, code_of
 
 # Put before every source. Functions that have to be inlined would multiply within each other.
 PRELUDE = """\
@@ -18,6 +19,8 @@ inline const int mutantNumber = std::getenv("MUTANT") ? std::atoi(std::getenv("M
 """
 LINES = 1000  # a mutant's lines are counted from its number times this, so that errors tell it
 FUNCTION = re.compile(r"\)\s*(?:const)?\s*(?:noexcept)?\s*(?::\s*\w+\(.*\)\s*)?$", re.DOTALL)
+CONSTANT = re.compile(rf"{NUMBER.pattern}|\b(?:true|false)\b")
+FOR_COMPILERS = re.compile(r"\b(?:constexpr|enum|template|static_assert)\b")
 SPECIFIERS = {"inline", "static", "explicit", "public:", "private:", "protected:",
               "Q_ALWAYS_INLINE", "Q_NEVER_INLINE", "Q_DECL_HIDDEN"}
 
@@ -52,22 +55,51 @@ def returns_nothing(head):
     return len(words) == 1 or words[0] == "void"
 
 
+def initial_values(text, code, mutants, bodies):
+    """Those of the mutants that change a constant outside of functions which compilers need not
+    know: the initial value of a member, or what stands in a table."""
+    for mutant in mutants:
+        before = code[:mutant.start]
+        statement = before[before.rfind(";") + 1:]
+        is_argument = before.endswith("<") or code[mutant.end:mutant.end + 1] == ">"
+        if (CONSTANT.match(text, mutant.start) and not is_argument
+                and not FOR_COMPILERS.search(statement)
+                and not any(begin < mutant.start < end for begin, end in bodies)):
+            yield mutant
+
+
 def together(text, mutants, numbers):
-    """The text with those of the mutants in it that lie within functions, and these."""
-    code, parts, within, done = code_of(text), [], [], 0
+    """The text with those of the mutants in it that lie within functions or change an initial
+    value, and these."""
+    code, changes, within, bodies = code_of(text), [], [], []
+
+    def line_of(place):
+        return text.count("\n", 0, place) + 1
+
     for begin, end, head in functions(code):
+        bodies.append((begin, end))
         own = [mutant for mutant in mutants if begin < mutant.start and mutant.end <= end]
         if not own or re.search(r"\bconstexpr\b", head):
             continue
-        parts += [text[done:begin + 1], "\nswitch (mutantNumber) {"]
+        cases = []
         for mutant in own:
             grown = len(mutant.replacement) - (mutant.end - mutant.start)
             body = mutant.applied_to(text)[begin + 1:end + grown]
             leave = "return;" if returns_nothing(head) else "std::abort();"
             number = numbers[mutant]
-            parts.append(f"\n#line {number * LINES}\ncase {number}: {{{body}}} {leave}")
-        line = text.count("\n", 0, begin) + 1
-        parts.append(f"\n#line {line}\n}}")
+            cases.append(f"\n#line {number * LINES}\ncase {number}: {{{body}}} {leave}")
+        switch = "".join(["\nswitch (mutantNumber) {", *cases, f"\n#line {line_of(begin)}\n}}"])
+        changes.append((begin + 1, begin + 1, switch))
         within += own
-        done = begin + 1
+    for mutant in initial_values(text, code, mutants, bodies):
+        number, value = numbers[mutant], text[mutant.start:mutant.end]
+        changes.append((mutant.start, mutant.end,
+                        f"\n#line {number * LINES}\n"
+                        f"(mutantNumber == {number} ? {mutant.replacement} : {value})"
+                        f"\n#line {line_of(mutant.end)}\n"))
+        within.append(mutant)
+    parts, done = [], 0
+    for begin, end, change in sorted(changes):
+        parts += [text[done:begin], change]
+        done = end
     return "".join([*parts, text[done:]]), within

@@ -178,7 +178,7 @@ class Tree:
 
 class TogetherTree(Tree):
     """A tree with many mutants in it, of which several may be tried at a time. Those that do not
-    compile and those outside of functions are left to other trees."""
+    compile and those of types and of constants are left to other trees."""
 
     def __init__(self, project, root, mutants, texts):
         super().__init__(project, root)
