@@ -50,8 +50,8 @@ STAGES = [
 def run(command, directory, timeout=None, log_file="log", number=0):
     """The exit code of the command, None where it took longer; its output goes to the log in the
     directory. Of mutants built together, that with the number is run."""
-    environment = {**os.environ, "STATISTICS_STRESS_VALUES": "100000",
-                   "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8", "MUTANT": str(number)}
+    environment = {**os.environ, "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8",
+                   "MUTANT": str(number)}
     with open(directory / log_file, "wb") as log:
         process = subprocess.Popen(command, cwd=directory, env=environment, stdout=log,
                                    stderr=subprocess.STDOUT, start_new_session=True)

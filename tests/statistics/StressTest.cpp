@@ -135,6 +135,22 @@ TYPED_TEST(Stress, EveryAnswerIsThatOfOneMomentWhileAWriterAddsAndClears)
     EXPECT_TRUE(readersSawChanges);
 }
 
+TYPED_TEST(Stress, AClearIsSeenAsAWhole)
+{
+    const auto write = [this] {
+        for (int i = 0; i < valueCount / 2; ++i) {
+            this->calculator.addValue(TypeParam(0));
+            this->calculator.addValue(TypeParam(2));
+            this->calculator.clear();
+        }
+    };
+    readWhile(write, [this] {
+        const double deviation = this->calculator.getDeviation();
+        this->require(deviation == 0 || deviation == 1);
+    });
+    EXPECT_EQ(this->failures.load(), 0);
+}
+
 TYPED_TEST(Stress, ALogIsReadInOnePieceWhileAWriterAddsAndClears)
 {
     this->calculator.setLogValues(true);
