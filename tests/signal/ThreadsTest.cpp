@@ -256,7 +256,8 @@ TYPED_TEST(SignalThreads, ARescaleWaitsForNoReaderUnlessASnapshotSharesTheSeries
     EXPECT_TRUE(this->signal.setNewValue(interrupted));
     const auto reader =
         std::async(std::launch::async, [&] { return this->signal.getDeviators(1).size(); });
-    reading.get_future().wait(); // in the middle of the series, under the read lock
+    // In the middle of the series, under the read lock.
+    ASSERT_EQ(reading.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
     this->signal.updateScaledValues(1, 0);
     rescaled.set_value();
 }
