@@ -47,10 +47,16 @@ def functions(code):
         place += 1
 
 
+def without_template_arguments(code):
+    """Those that are not closed stay."""
+    while (shorter := re.sub(r"(?<=\w)<[^<>]*>", "", code)) != code:
+        code = shorter
+    return code
+
+
 def returns_nothing(head):
     """Whether the function is a void one, a constructor or a destructor."""
-    while (shorter := re.sub(r"<[^<>]*>", "", head)) != head:
-        head = shorter
+    head = without_template_arguments(head)
     words = [word for word in head.split("(")[0].split() if word not in SPECIFIERS]
     return len(words) == 1 or words[0] == "void"
 
@@ -61,7 +67,7 @@ def initial_values(text, code, mutants, bodies):
     for mutant in mutants:
         before = code[:mutant.start]
         statement = before[before.rfind(";") + 1:]
-        is_argument = before.endswith("<") or code[mutant.end:mutant.end + 1] == ">"
+        is_argument = re.search(r"\w<", without_template_arguments(statement))
         if (CONSTANT.match(text, mutant.start) and not is_argument
                 and not FOR_COMPILERS.search(statement)
                 and not any(begin < mutant.start < end for begin, end in bodies)):
