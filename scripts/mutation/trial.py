@@ -33,6 +33,8 @@ UNIT_TEST = ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS"]
 STAGES = [
     Stage("statistics", ".", UNIT_TEST, ["vantrel-statistics"],
           ["tests/statistics/test_statistics"], ("platform/statistics/",)),
+    Stage("cansupport", ".", UNIT_TEST, ["vantrel-cansupport"], ["tests/test_cansupport"],
+          ("platform/cansupport/",)),
     Stage("unit", ".", UNIT_TEST, LIBRARIES,
           ["tests/test_library", "tests/test_values", "tests/test_cansupport",
            "tests/faults/test_faults", "tests/test_handlers", "tests/test_signal"],

@@ -88,6 +88,16 @@ TYPED_TEST(Records, CopiesIntoAVectorKeepFlagTagAndBothBytes)
     EXPECT_EQ(records.first().auxCode2, -12);
 }
 
+TEST(CANopenObjectValue, FreshRecordHasBothNumbersZero)
+{
+    alignas(CANopenObjectValue) unsigned char storage[sizeof(CANopenObjectValue)];
+    std::memset(storage, 0xff, sizeof storage);
+    const CANopenObjectValue* const value = new (storage) CANopenObjectValue;
+    EXPECT_EQ(value->auxNumber1, 0.0);
+    EXPECT_EQ(value->auxNumber2, 0.0);
+    value->~CANopenObjectValue();
+}
+
 TEST(CANopenObjectValue, CopyAndAssignmentKeepEveryField)
 {
     const CANopenObjectValue original = sampleRecord();
