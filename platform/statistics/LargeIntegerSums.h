@@ -85,5 +85,5 @@ public:
 
 private:
     /// Whether the upper word only repeats the sign of the lower one.
-    static bool isOneWord(quint64 low, quint64 high) { return high == 0 - (low >> 63); }
+    static bool isOneWord(quint64 low, quint64 high) { return high == signWord(low); }
 };

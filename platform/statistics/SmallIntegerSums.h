@@ -40,7 +40,7 @@ public:
         }
         count = static_cast<quint64>(values.size());
         sumLow = static_cast<quint64>(sum);
-        sumHigh = sum < 0 ? ~quint64(0) : 0;
+        sumHigh = signWord(sumLow);
         squaresLow = (highHalves << 32) + lowHalves;
         squaresHigh = (highHalves >> 32) + (squaresLow < lowHalves ? 1 : 0);
     }

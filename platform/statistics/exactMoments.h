@@ -2,6 +2,8 @@
 
 #include "wideIntegers.h"
 
+#include <algorithm>
+
 // Mean and deviation of whole numbers from their exact sums. The count is at least 1.
 
 /// Up to this magnitude every whole number is a double.
@@ -12,8 +14,8 @@ constexpr qint64 exactInDouble = qint64(1) << 53;
 /// distance to be small, so it is right modulo 2^64.
 inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int exponent)
 {
-    return exponent >= 0 ? static_cast<qint64>(sum - (mantissa << (exponent & 63)) * count)
-                         : static_cast<qint64>((sum << (-exponent & 63)) - mantissa * count);
+    const int up = std::max(exponent, 0), down = std::max(-exponent, 0);
+    return static_cast<qint64>((sum << down) - (mantissa << up) * count);
 }
 
 /// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
@@ -33,7 +35,7 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
     }
     // Without branches, because nobody could foretell them. Half-way goes to the even mantissa.
     const qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
-    const qint64 unit = static_cast<qint64>(exponent >= 0 ? count << exponent : count);
+    const qint64 unit = static_cast<qint64>(count << std::max(exponent, 0));
     const auto isOdd = static_cast<qint64>(mantissa & 1);
     const int step = (2 * residual + isOdd > unit ? 1 : 0) - (2 * residual - isOdd < -unit ? 1 : 0);
     return static_cast<double>(mantissa + static_cast<quint64>(qint64(step))) *
@@ -64,19 +66,23 @@ inline double meanOf(qint64 sum, quint64 count)
 {
     if (isExactInDouble(sum))
         return static_cast<double>(sum) / static_cast<double>(qint64(count));
-    return meanOf(static_cast<quint64>(sum), sum < 0 ? ~quint64(0) : 0, count);
+    const auto word = static_cast<quint64>(sum);
+    return meanOf(word, signWord(word), count);
 }
 
-/// The root of \a scaledVariance / \a count^2. Up to this count its square is a double and the root
-/// of the rounded quotient is near enough to the root of the exact one.
-constexpr quint64 exactSquareInDouble = 94906265;
+/// Whether the square of \a count is a double.
+inline bool hasExactSquare(quint64 count)
+{
+    return count <= 94906265;
+}
 
+/// The root of \a scaledVariance / \a count^2.
 template <std::size_t size>
 Q_NEVER_INLINE inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
 {
     const DoubleDouble variance = toDoubles(scaledVariance);
     const double n = static_cast<double>(count);
-    if (count <= exactSquareInDouble)
+    if (hasExactSquare(count)) // the root of the rounded quotient is near enough
         return std::sqrt((variance.high + variance.low) / (n * n));
     const DoubleDouble divisor = twoProduct(n, n);
     const double estimate = variance.high / divisor.high;
@@ -112,7 +118,7 @@ inline bool isShortProduct(const Words<2>& squares, quint64 count)
 inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
 {
     const double n = static_cast<double>(qint64(count));
-    const quint64 magnitude = sum < 0 ? 0 - static_cast<quint64>(sum) : static_cast<quint64>(sum);
+    const quint64 magnitude = magnitudeOf(sum);
     // Most of them are short and close enough for one word.
     if (isShortProduct(squares, count)) {
         const quint64 scaledVariance = squares[0] * count - magnitude * magnitude;
@@ -123,6 +129,13 @@ inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
     const double variance =
         toDouble({minuend[0] - subtrahend[0], minuend[1] - subtrahend[1] - borrow});
     return std::sqrt(variance / (n * n));
+}
+
+/// Whether so little is left of a difference, \a upper being its upper word, that a double takes
+/// digits of the third word too.
+inline bool hasCancelled(quint64 upper)
+{
+    return upper < 1 << 11;
 }
 
 /// The same for few values with sums of up to 90 and 154 bits, as 64-bit numbers have.
@@ -141,7 +154,7 @@ Q_NEVER_INLINE inline double deviationOf(quint64 sumLow, quint64 sumHigh, quint6
     const quint64 difference1 = minuend[1] - subtrahend1;
     const quint64 borrow1 = (minuend[1] < subtrahend1 ? 1 : 0) | (difference1 < borrow0 ? 1 : 0);
     const quint64 upper = minuend[2] - subtrahend2 - borrow1, middle = difference1 - borrow0;
-    if (upper < 1 << 11)
-        return deviationFrom(Words<3>{minuend[0] - square0[0], middle, upper}, count);
+    if (hasCancelled(upper))
+        return deviationFrom(std::array{minuend[0] - square0[0], middle, upper}, count);
     return std::sqrt(toDouble({middle, upper}) / (n * n)) * 0x1p32;
 }

@@ -14,6 +14,19 @@
 template <std::size_t size>
 using Words = std::array<quint64, size>;
 
+/// The word above \a low where this alone holds a signed number.
+Q_ALWAYS_INLINE quint64 signWord(quint64 low)
+{
+    return 0 - (low >> 63);
+}
+
+/// The magnitude of \a number; that of the least one has a bit more than the type.
+Q_ALWAYS_INLINE quint64 magnitudeOf(qint64 number)
+{
+    const auto word = static_cast<quint64>(number);
+    return (word ^ signWord(word)) - signWord(word);
+}
+
 Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
 {
     const quint64 aLow = quint32(a), aHigh = a >> 32;
@@ -66,7 +79,7 @@ inline Words<size> negated(Words<size> a)
 {
     for (quint64& word : a)
         word = ~word;
-    add(a, Words<1>{1});
+    add(a, std::array{quint64(1)});
     return a;
 }
 
@@ -103,18 +116,25 @@ Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
         return static_cast<double>(a[0]);
     const uint shift = qCountLeadingZeroBits(a[1]);
     const quint64 leading = a[1] << shift | (a[0] >> 1) >> (63 - shift);
-    const quint64 isLonger = (a[0] << shift) != 0 ? 1 : 0;
+    const auto isLonger = quint64((a[0] << shift) != 0);
     return static_cast<double>(leading | isLonger) * powerOfTwo(64 - static_cast<int>(shift));
 }
 
-/// \a a rounded to a double. Where the words are converted each by itself, the lower one gives its
-/// leading 53 bits and whether more follow: they only decide which of two doubles is nearer.
-Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
+/// Whether the words of a number can be converted each by itself: the upper one is a double, and
+/// long enough for the lowest 11 bits of the other to only decide which of two doubles is nearer.
+Q_ALWAYS_INLINE bool convertsByWord(quint64 upper)
 {
     constexpr quint64 enough = 1 << 11, tooMuch = quint64(1) << 53;
-    if (Q_UNLIKELY(a[1] - enough >= tooMuch - enough))
+    return upper - enough < tooMuch - enough;
+}
+
+/// \a a rounded to a double. Where the words are converted each by itself, the lower one gives its
+/// leading 53 bits and whether more follow.
+Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
+{
+    if (Q_UNLIKELY(!convertsByWord(a[1])))
         return gatheredToDouble(a);
-    const quint64 isLonger = (a[0] & 0x7ff) != 0 ? 1 : 0;
+    const auto isLonger = quint64((a[0] & 0x7ff) != 0);
     return static_cast<double>(static_cast<qint64>(a[1])) * 0x1p64 +
            static_cast<double>(static_cast<qint64>(a[0] >> 11 | isLonger)) * 0x1p11;
 }

@@ -92,6 +92,14 @@ TYPED_TEST_SUITE(Scaling, HandlerCases);
 
 } // namespace
 
+TEST(ElementTypes, AreNumbersOfAtMostEightBytes)
+{
+    EXPECT_TRUE(isElementType<double>);
+    EXPECT_FALSE(isElementType<long double>);
+    EXPECT_FALSE(isElementType<bool>);
+    EXPECT_FALSE(isElementType<QVariant>);
+}
+
 TEST(ScalingEdges, SignedCharProductWrapsBeforeTheOffsetIsAdded)
 {
     EXPECT_EQ(scaled<signed char>(ownVariant<signed char>(100), 2, 0), QVariant(-56));

@@ -13,6 +13,12 @@ TYPED_TEST_SUITE(SignalStore, RecordTypes);
 
 } // namespace
 
+TYPED_TEST(SignalStore, ASignalIsNeverCopied)
+{
+    EXPECT_FALSE(std::is_copy_constructible_v<GenericSignalImpl<TypeParam>>);
+    EXPECT_FALSE(std::is_copy_assignable_v<GenericSignalImpl<TypeParam>>);
+}
+
 TYPED_TEST(SignalStore, ANewSignalIsEmptyWithDataTypeZeroAndHandlingOne)
 {
     EXPECT_EQ(static_cast<int>(this->signal.getDatatype()), 0);

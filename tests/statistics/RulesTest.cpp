@@ -58,6 +58,14 @@ TYPED_TEST_SUITE(LargeIntegerRules, LargeIntegerTypes, ElementTypeName);
 
 } // namespace
 
+TEST(ElementTypes, AreNumbersOfAtMostEightBytes)
+{
+    EXPECT_TRUE(isStatisticElementType<double>);
+    EXPECT_FALSE(isStatisticElementType<long double>);
+    EXPECT_FALSE(isStatisticElementType<bool>);
+    EXPECT_FALSE(isStatisticElementType<void*>);
+}
+
 TYPED_TEST(Rules, DeviationIsThePopulationDeviation)
 {
     addAll<TypeParam>(this->calculator, {8, 12});

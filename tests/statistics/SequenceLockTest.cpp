@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -20,6 +21,12 @@ std::function<void(unsigned long)> duringPause = [](unsigned long) {
 void QThread::usleep(unsigned long microseconds)
 {
     duringPause(microseconds);
+}
+
+TEST(SequenceLock, AChangeIsOneWritersOwn)
+{
+    EXPECT_FALSE(std::is_copy_constructible_v<SequenceWriter>);
+    EXPECT_FALSE(std::is_copy_assignable_v<SequenceWriter>);
 }
 
 TEST(SequenceLock, AReaderLeavesTheProcessorToTheWriterAtEveryThousandthTry)

@@ -45,6 +45,9 @@ void setSums(LargeIntegerSums<N>& sums, const std::vector<quint64>& words)
     sums.words() = std::tie(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
 }
 
+/// The greatest number whose square is a double.
+const auto lastExactSquare = static_cast<quint64>(std::sqrt(0x1p53));
+
 __extension__ typedef __int128 Int128;
 
 /// Whether no double is nearer to \a sum / \a count than \a mean, and it is the even one of two.
@@ -153,6 +156,17 @@ TEST(ShortWays, EndWhereTheyWouldLeaveAWordOrADouble)
     EXPECT_FALSE(isShortProduct({squares + 1, 0}, count));
     EXPECT_FALSE(isShortProduct({squares, 0}, count + 1));
     EXPECT_FALSE(isShortProduct({0, 1}, 1));
+    EXPECT_TRUE(hasExactSquare(lastExactSquare));
+    EXPECT_FALSE(hasExactSquare(lastExactSquare + 1));
+    const quint64 enoughBesideAWord = 1 << 11;
+    EXPECT_TRUE(hasCancelled(enoughBesideAWord - 1));
+    EXPECT_FALSE(hasCancelled(enoughBesideAWord));
+    EXPECT_FALSE(convertsByWord(enoughBesideAWord - 1));
+    EXPECT_TRUE(convertsByWord(enoughBesideAWord));
+    EXPECT_TRUE(convertsByWord((quint64(1) << 53) - 1));
+    EXPECT_FALSE(convertsByWord(quint64(1) << 53));
+    EXPECT_TRUE(SmallIntegerSums::isOrdinary());
+    EXPECT_TRUE(LargeIntegerSums<long long>::isOrdinary());
     const auto areShort = [](quint64 sumHigh, quint64 squaresMiddle, quint64 squaresHigh) {
         LargeIntegerSums<long long> sums;
         sums.words() = std::make_tuple(1, 0, ~quint64(0), sumHigh, 0, squaresMiddle, squaresHigh);
@@ -197,7 +211,7 @@ TEST(Deviations, OfVeryLongSeriesAreWithinOneUnitInTheLastPlace)
 {
     Random random(9);
     for (int i = 0; i < 100000; ++i) {
-        const quint64 count = exactSquareInDouble + 1 + (random.next() >> (24 + random.below(12)));
+        const quint64 count = lastExactSquare + 1 + (random.next() >> (24 + random.below(12)));
         const quint64 low = random.next(), high = random.next() >> random.below(64);
         const auto squares = static_cast<long double>(high) * 0x1p64L + low;
         const long double exact = std::sqrt(squares / static_cast<long double>(count));

@@ -52,7 +52,7 @@ N narrowed(double x)
         if (!std::isfinite(x))
             return 0;
         const auto magnitude = static_cast<quint64>(std::fmod(std::fabs(x), 2 * twoToThe63));
-        return static_cast<N>(x < 0 ? 0 - magnitude : magnitude);
+        return static_cast<N>(std::signbit(x) ? 0 - magnitude : magnitude);
     }
 }
 
