@@ -5,9 +5,10 @@
 #include <signals/DatatypeChoice.h>
 
 #include <cstdlib>
+#include <vector>
 
-/// Uses \a messages as the monitor does: every signal gets a name and a data type, and frames of
-/// every length are decoded by them.
+/// Uses \a messages as the monitor does: every signal gets a name and a data type, and data of
+/// every length is decoded by them, with nothing behind it that could be read unnoticed.
 inline void checkDescriptions(QVector<monitor::MessageDescription> messages)
 {
     monitor::giveReportedNames(messages);
@@ -19,14 +20,17 @@ inline void checkDescriptions(QVector<monitor::MessageDescription> messages)
         }
     }
     monitor::Decoder decoder(messages);
+    constexpr auto longestFrame =
+        static_cast<int>(std::tuple_size_v<decltype(monitor::Frame::data)>);
     for (const monitor::MessageDescription& message : messages) {
-        monitor::Frame frame;
-        frame.id = message.id;
-        frame.extended = message.extended;
-        frame.data.fill(0x5A);
-        for (frame.length = 0; frame.length < frame.data.size(); ++frame.length) {
-            for (const monitor::DecodedSignal& found : decoder.decode(frame))
-                frame.data.at(0) = static_cast<quint8>(found.bits);
+        quint8 first = 0x5A; // may be a multiplexor
+        for (int length = 0; length <= longestFrame; ++length) {
+            std::vector<quint8> bytes(static_cast<std::size_t>(length), 0x5A);
+            if (length > 0)
+                bytes.front() = first;
+            const monitor::Payload payload{message.id, message.extended, bytes.data(), length, {}};
+            for (const monitor::DecodedSignal& found : decoder.decode(payload))
+                first = static_cast<quint8>(found.bits);
         }
     }
 }

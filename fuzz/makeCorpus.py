@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the kept corpus of the two targets of records: corpus/<target>/<what it is>. Those of the
-other targets are small files by hand and what fuzzing has found."""
+"""Writes the kept corpus of the targets of records and of transported frames:
+corpus/<target>/<what it is>. Those of the other targets are small files by hand and what fuzzing
+has found."""
 
 import pathlib
 import struct
@@ -116,5 +117,40 @@ def write_target(folder, tail):
           bytes([LITTLE_ENDIAN | SINGLE_PRECISION | QT_5_15]) + little)
 
 
+EVERYBODY, SENDER, RECEIVER = 255, 3, 7
+
+
+def control(source, destination, *content):
+    return bytes([source << 1, destination, *content, 0xE3, 0xFE, 0])
+
+
+def announcement(destination, size):
+    kind = 32 if destination == EVERYBODY else 16
+    return control(SENDER, destination, kind, size % 256, size // 256, (size + 6) // 7, 255)
+
+
+def packets(destination, *numbers):
+    return b"".join(bytes([SENDER << 1 | 1, destination, n]) + b"packet." for n in numbers)
+
+
+def write_frames(folder):
+    folder.mkdir(parents=True, exist_ok=True)
+    to_one = announcement(RECEIVER, 20)
+    second = control(RECEIVER, SENDER, 17, 1, 2, 255, 255) + packets(RECEIVER, 2)
+    abort = control(RECEIVER, SENDER, 255, 1, 255, 255, 255)
+    write(folder, "to-all", announcement(EVERYBODY, 20) + packets(EVERYBODY, 1, 2, 3))
+    write(folder, "to-all-with-a-gap", announcement(EVERYBODY, 20) + packets(EVERYBODY, 1, 3, 2))
+    write(folder, "longest", announcement(RECEIVER, 1785) + packets(RECEIVER, *range(1, 256)))
+    write(folder, "asked-for-again", to_one + packets(RECEIVER, 1, 3) + second)
+    write(folder, "behind-the-last", to_one + packets(RECEIVER, 3, 4, 5))
+    write(folder, "packet-zero", to_one + packets(RECEIVER, 1, 0))
+    write(folder, "aborted", to_one + packets(RECEIVER, 1) + abort + packets(RECEIVER, 2))
+    write(folder, "announced-again", to_one * 2 + packets(RECEIVER, 1, 2, 3))
+    write(folder, "not-announced", packets(RECEIVER, 1))
+    write(folder, "impossible-size", announcement(RECEIVER, 8))
+
+
+CORPUS = pathlib.Path(__file__).parent / "corpus"
 for target, tail_bytes in TAILS.items():
-    write_target(pathlib.Path(__file__).parent / "corpus" / target, tail_bytes)
+    write_target(CORPUS / target, tail_bytes)
+write_frames(CORPUS / "transportFrames")

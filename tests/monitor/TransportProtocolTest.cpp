@@ -134,6 +134,15 @@ TEST(TransportProtocol, PacketThatComesTwiceIsCountedAndDoesNotComplete)
     EXPECT_EQ(messagesIn(protocol, {packet(3, 7, 2)}), QStringList{"fee303 14"});
 }
 
+TEST(TransportProtocol, APacketBehindTheLastOneEndsTheMessage)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol,
+                         {announced(3, 7, 14), packet(3, 7, 2), packet(3, 7, 3), packet(3, 7, 1)}),
+              QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 2 1 1")); // of the lost ones one has no message
+}
+
 TEST(TransportProtocol, NextAnnouncementReplacesTheMessage)
 {
     TransportProtocol protocol;
@@ -189,11 +198,11 @@ TEST(TransportProtocol, AnyFramesGiveMessagesWithinTheirLimitsOnly)
     std::mt19937 random(60416);
     TransportProtocol protocol;
     for (int i = 0; i < 200000; ++i) {
-        Frame frame = announced(static_cast<quint8>(random() % 2), static_cast<quint8>(random()),
-                                static_cast<int>(random() % 60));
+        const auto source = static_cast<quint8>(random() % 2);
+        const quint8 destination = random() % 2 == 0 ? everybody : 7;
+        Frame frame = announced(source, destination, static_cast<int>(random() % 60));
         if (random() % 8 != 0)
-            frame = packet(static_cast<quint8>(random() % 2), everybody,
-                           static_cast<int>(random() % 6));
+            frame = packet(source, destination, static_cast<int>(random() % 6));
         if (random() % 4 == 0)
             frame.data.at(random() % 8) = static_cast<quint8>(random());
         const auto message = protocol.take(frame);

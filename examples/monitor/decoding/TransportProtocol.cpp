@@ -144,18 +144,19 @@ std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& fra
     return isComplete ? std::optional(finish(frame, session)) : std::nullopt;
 }
 
-/// Counts what is wrong with the number of a packet. False if the message cannot become complete
-/// any more: what was sent to all is not sent again.
+/// Counts what is wrong with the number of a packet. False if there is no such packet, or if the
+/// message cannot become complete any more: what was sent to all is not sent again.
 bool TransportProtocol::checkOrder(const Frame& frame, Session& session)
 {
     const int number = frame.data[0];
-    if (number == session.next)
+    const bool exists = number > 0 && number <= session.packets; // behind the last none does
+    if (exists && number == session.next)
         return true;
-    if (number > session.next && number <= session.packets)
+    if (exists && number > session.next)
         counted.lost += number - session.next;
     else
         ++counted.outOfOrder;
-    return destinationOf(frame) != everybody && number > 0 && number <= session.packets;
+    return exists && destinationOf(frame) != everybody;
 }
 
 void TransportProtocol::store(const Frame& frame, Session& session)

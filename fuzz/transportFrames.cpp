@@ -1,0 +1,42 @@
+#include <decoding/TransportProtocol.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+namespace
+{
+
+constexpr int framedBytes = 10;
+
+/// Of ten bytes: in the lowest bit of the first whether the frame is a packet or controls them, in
+/// the others its source; the destination; its data.
+monitor::Frame frameOf(const std::uint8_t* bytes)
+{
+    monitor::Frame frame;
+    const quint32 pgn = (bytes[0] & 1) != 0 ? 60160 : 60416;
+    frame.id = pgn << 8 | static_cast<quint32>(bytes[1] << 8) | bytes[0] >> 1;
+    frame.extended = true;
+    frame.length = monitor::longestClassicFrame;
+    std::copy_n(bytes + 2, monitor::longestClassicFrame, frame.data.begin());
+    return frame;
+}
+
+} // namespace
+
+/// Every message has a possible length, that many bytes, and came in as many frames as it takes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    monitor::TransportProtocol protocol;
+    for (; size >= framedBytes; data += framedBytes, size -= framedBytes) {
+        const auto message = protocol.take(frameOf(data));
+        if (!message)
+            continue;
+        const monitor::Payload& payload = message->payload;
+        const QByteArray bytes(reinterpret_cast<const char*>(payload.data), payload.length);
+        if (bytes.size() < 9 || bytes.size() > 1785 || message->frames <= (bytes.size() + 6) / 7)
+            std::abort();
+    }
+    return 0;
+}
