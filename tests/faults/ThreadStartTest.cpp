@@ -2,6 +2,7 @@
 #include "failing.h"
 
 #include <feed.h>
+#include <workers.h>
 
 #include <system_error>
 #include <thread>
@@ -34,6 +35,7 @@ TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadTakesValuesAndAnswers)
 {
     const FailingThreadStart failing;
     this->signal.setValueHandling(append);
+    EXPECT_EQ(failing.count(), 1);
     feed(this->signal, {8, 12});
     EXPECT_EQ(this->signal.calcAverage(), 10.0);
     EXPECT_EQ(this->signal.calcMedian(), 10.0);
@@ -47,8 +49,10 @@ TYPED_TEST(ThreadStartFailure, SwitchingOffReturnsAndOnTakesEffectOnceThreadsCan
         const FailingThreadStart failing;
         this->signal.setUpdatingEnabled(true);
         this->signal.setUpdatingEnabled(true);
+        EXPECT_EQ(failing.count(), 1); // the signal takes it for started
         this->signal.setUpdatingEnabled(false);
         this->signal.setUpdatingEnabled(true);
+        EXPECT_EQ(failing.count(), 2);
     }
     EXPECT_TRUE(this->updatesAgain());
 }
@@ -58,6 +62,7 @@ TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadIsDestroyed)
     const FailingThreadStart failing;
     GenericSignalImpl<TypeParam> passing;
     passing.setUpdatingEnabled(true);
+    EXPECT_EQ(failing.count(), 1);
 }
 
 TYPED_TEST(ThreadStartFailure, ASignalGoesOnWithoutRoomForAStackAndUpdatesOnceThereIsSome)
@@ -65,12 +70,14 @@ TYPED_TEST(ThreadStartFailure, ASignalGoesOnWithoutRoomForAStackAndUpdatesOnceTh
     {
         const AddressSpaceLimit limit;
         ASSERT_THROW(std::thread([] {}), std::system_error);
+        const int threads = threadCount();
         this->signal.setValueHandling(append);
         feed(this->signal, {6, 14});
         EXPECT_EQ(this->signal.calcAverage(), 10.0);
         EXPECT_EQ(this->signal.calcMedian(), 10.0);
         this->signal.setUpdatingEnabled(false);
         this->signal.setUpdatingEnabled(true);
+        EXPECT_EQ(threadCount(), threads);
         EXPECT_EQ(this->signal.getAverage(), 0.0);
     }
     EXPECT_TRUE(this->updatesAgain());

@@ -27,6 +27,7 @@ namespace
 thread_local int allocationsToGo = 0; // 0: none fails
 thread_local bool allocationFailed = false;
 std::atomic<bool> threadsFail{false};
+std::atomic<int> failedThreads{0};
 
 bool failsNow()
 {
@@ -57,8 +58,10 @@ extern "C" void* realloc(void* block, std::size_t size) noexcept
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*run)(void*), void* argument) noexcept
 {
-    if (threadsFail)
+    if (threadsFail) {
+        ++failedThreads;
         return EAGAIN;
+    }
     static const auto real =
         reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
     return real(thread, attributes, run, argument);
@@ -82,10 +85,16 @@ bool FailingAllocation::hasFailed() const
 
 FailingThreadStart::FailingThreadStart()
 {
+    failedThreads = 0;
     threadsFail = true;
 }
 
 FailingThreadStart::~FailingThreadStart()
 {
     threadsFail = false;
+}
+
+int FailingThreadStart::count() const
+{
+    return failedThreads;
 }

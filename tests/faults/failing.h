@@ -24,4 +24,7 @@ public:
 
     FailingThreadStart(const FailingThreadStart&) = delete;
     FailingThreadStart& operator=(const FailingThreadStart&) = delete;
+
+    /// How many starts have failed.
+    int count() const;
 };

@@ -3,17 +3,8 @@
 #include <feed.h>
 #include <workers.h>
 
-#include <QtCore/QDir>
-
 namespace
 {
-
-/// A thread counts from its start on, before it bears the name of a worker.
-int threadCount()
-{
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    return tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
-}
 
 /// A signal whose worker's thread has ended in its first pass, while updating stays switched on.
 template <typename T>

@@ -2,6 +2,7 @@
 
 #include <waitUntil.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 
@@ -15,6 +16,13 @@ inline int workerCount()
         count += name.open(QIODevice::ReadOnly) && name.readAll() == "QThread\n";
     }
     return count;
+}
+
+/// How many threads it has: one counts from its start on, before it bears a name.
+inline int threadCount()
+{
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    return tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
 }
 
 /// Waits until this process has \a count workers: one begins to bear its name a moment after its
