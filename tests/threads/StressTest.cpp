@@ -165,6 +165,7 @@ TYPED_TEST(SignalUnderStress, ValuesAppendedByEveryOperationAreReadMeanwhile)
 TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
 {
     this->signal.setUpdatingEnabled(true);
+    std::thread secondWorker([this] { this->signal.updateCalculations(); });
     this->writeWhileReading(
         2000, [this](int round) { this->ingest(round); },
         [this] {
@@ -174,6 +175,8 @@ TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
             this->checkStatistics(all.average, all.deviation);
             this->wrong += all.maximum.toDouble() > 22 || all.minimum.toDouble() > 1;
         });
+    this->signal.setUpdatingEnabled(false);
+    secondWorker.join();
     EXPECT_EQ(this->wrong, 0);
 }
 

@@ -60,6 +60,13 @@ void appendOne(Signal<T>& signal)
     signal.appendValues(rawRecords<T>({1}), 1, 0);
 }
 
+/// Replaces the newest record by one with storage of its own.
+template <typename T>
+void storeUnscaled(Signal<T>& signal)
+{
+    signal.setNewValue(scaledRecord<T>(1));
+}
+
 template <typename T>
 void setDatatype(Signal<T>& signal)
 {
@@ -142,6 +149,8 @@ const std::map<std::string, Host<T>> hosts{
     {"rating", {rescale, [](Signal<T>& signal) { signal.getRating(1, true, 0, 100); }}},
     {"newest", {scaleNewest, copyNewest}},
     {"ingestions", {scaleNewest, scaleNewest}},
+    {"replacements", {scaleNewest, storeUnscaled}},
+    {"growth", {scaleNewest, appendOne}},
     {"rescales", {rescale, rescale}},
     {"handlings", {handle, handle}},
     {"switches", {switchOn, switchOn}},
