@@ -244,6 +244,15 @@ TEST(RatingEdges, AValueThatIsNotANumberCannotBeRated)
     EXPECT_EQ(rating<double>(notANumber, 1, 0), 100);
 }
 
+TEST(RatingEdges, InfinitelyFarInAnInfiniteMarginCannotBeRated)
+{
+    EXPECT_EQ(rating<double>(infinity, 0, infinity), 100);
+    EXPECT_EQ(rating<double>(-infinity, -infinity, 10), 100);
+    constexpr double greatest = std::numeric_limits<double>::max();
+    EXPECT_EQ(rating<double>(-1e300, -greatest, greatest), 100); // distance from the upper limit
+    EXPECT_EQ(rating<double>(5, -greatest, greatest), 0);
+}
+
 TEST(RatingEdges, InfiniteValuesLieOutsideFiniteLimits)
 {
     EXPECT_EQ(rating<double>(infinity, 0, 1), 0);

@@ -52,8 +52,9 @@ public:
     ///
     /// Limits in the wrong order rate 0. A margin of no more than 1e-12 rates 100 inside the
     /// limits, and an infinite one 0, as with one infinite limit. What cannot be rated rates 100: a
-    /// value that is not a number, and one that no limit excludes where a limit is not a number or
-    /// both are infinite. \a average is accepted and not used.
+    /// value that is not a number, and one that no limit excludes where a limit is not a number,
+    /// both are infinite, or margin and distance from the limit are. \a average is accepted and
+    /// not used.
     static int getRating(GenericValue& value, double lowerLimit, double upperLimit, double average);
 
     /// The arithmetic mean of the scaled values, in their unit; 0 for an empty series.

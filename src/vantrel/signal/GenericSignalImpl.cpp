@@ -59,9 +59,8 @@ bool withElementType(CANopenDataType datatype, Callable call)
     case 25:
     case 27:
         return call(ElementType<unsigned long long>()), true;
-    default:
-        return false;
     }
+    return false;
 }
 
 /// Holds the read lock with storage of \a series that no snapshot shares, so that its records may
