@@ -192,7 +192,7 @@ TYPED_TEST(PlainRecord, FollowsByteOrderPrecisionAndVersionOfTheStream)
 
 TYPED_TEST(PlainRecord, StreamsThatNumberTheTypesOtherwiseAreRefused)
 {
-    for (int version = QDataStream::Qt_4_0; version <= QDataStream::Qt_5_15; ++version) {
+    for (int version = QDataStream::Qt_1_0; version <= QDataStream::Qt_5_15; ++version) {
         QDataStream stream(this->written(this->recordOf(1, 1), version));
         stream.setVersion(version);
         EXPECT_EQ(nextRecordIsPlain(stream), version >= QDataStream::Qt_5_0) << version;

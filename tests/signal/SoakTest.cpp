@@ -15,18 +15,18 @@ namespace
 constexpr int signalCount = 100;
 constexpr int period = 50; ///< the raw values are 0 to 49 over and over
 
-/// Every data type that has an element type of its own.
+/// A data type for every element type.
 constexpr quint32 codes[] = {2, 3, 4, 5, 6, 7, 8, 17, 21, 27};
 constexpr int typeCount = std::size(codes);
 
 /// How many values go through all signals together, SOAK_VALUES if that is more.
 const int values = std::max(2000000, qEnvironmentVariableIntValue("SOAK_VALUES"));
 
-/// Values of a series until it is cleared: every signal holds every data type four times at least.
+/// Values of a series until it is cleared: every signal holds every one four times at least.
 const int lifeLength = std::min(10000, values / (signalCount * typeCount * 4) / period * period);
 const int lives = values / (signalCount * lifeLength);
 
-/// Memory is compared from here on: every signal has held every data type.
+/// Memory is compared from here on: every signal has held every element type.
 constexpr int warmUp = typeCount;
 
 #ifdef __SANITIZE_ADDRESS__
