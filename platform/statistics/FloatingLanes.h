@@ -37,15 +37,25 @@ public:
         }
     }
 
-    /// Fills \a sums, which are empty, with those of all lanes and \a count values, and returns
-    /// whether they are right.
-    template <bool withSquares>
-    bool collect(OrdinaryFloatingSums& sums, int count) const
+    /// Moves the squares of all lanes to \a sums. Their rests are not evened out with every value,
+    /// so it is done before these grow long enough for their own roundings to count.
+    void moveSquares(OrdinaryFloatingSums& sums)
     {
+        for (int i = 0; i < laneCount; ++i) {
+            sums.addSquares({squares[i], squaresRest[i]});
+            squares[i] = squaresRest[i] = 0;
+        }
+    }
+
+    /// Completes \a sums, which have no more than squares, with those of all lanes and \a count
+    /// values, and returns whether they are right.
+    template <bool withSquares>
+    bool collect(OrdinaryFloatingSums& sums, int count)
+    {
+        moveSquares(sums);
         double allLeftOut = 0;
         for (int i = 0; i < laneCount; ++i)
-            allLeftOut +=
-                leftOut[i] + sums.addLane({sum[i], sumRest[i]}, {squares[i], squaresRest[i]});
+            allLeftOut += leftOut[i] + sums.addDistances({sum[i], sumRest[i]});
         sums.count = static_cast<quint64>(count);
         sums.form = OrdinaryFloatingSums::ordinaryForm;
         sums.anchor = anchor;
@@ -70,9 +80,15 @@ bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
         return false;
     FloatingLanes lanes(static_cast<double>(values.constFirst()));
     auto value = values.constBegin();
-    for (int i = values.size() / FloatingLanes::laneCount; i > 0; --i) {
-        lanes.add<withSquares>(value);
-        value += FloatingLanes::laneCount;
+    constexpr int passesBetweenMoves = 1000;
+    for (int passes = values.size() / FloatingLanes::laneCount; passes > 0;) {
+        const int next = std::min(passes, passesBetweenMoves);
+        passes -= next;
+        for (int i = 0; i < next; ++i) {
+            lanes.add<withSquares>(value);
+            value += FloatingLanes::laneCount;
+        }
+        lanes.moveSquares(sums);
     }
     std::array<N, FloatingLanes::laneCount> last;
     last.fill(values.constFirst());

@@ -62,7 +62,7 @@ public:
     double mean() const
     {
         const double n = static_cast<double>(qint64(count));
-        const DoubleDouble meanDistance = quotient({sum, sumRest}, n);
+        const DoubleDouble meanDistance = quotient(twoSum(sum, sumRest), n);
         const DoubleDouble mean = twoSum(anchor, meanDistance.high);
         if (Q_UNLIKELY(hasCancelled(mean.high)))
             return exactMean();
@@ -70,11 +70,7 @@ public:
     }
 
     /// Whether two doubles may have too few digits left for \a mean.
-    bool hasCancelled(double mean) const
-    {
-        return std::fabs(mean) < std::fabs(anchor) * 0x1p-30 ||
-               std::fabs(sumRest) > std::fabs(sum) * 0x1p-20;
-    }
+    bool hasCancelled(double mean) const { return std::fabs(mean) < std::fabs(anchor) * 0x1p-30; }
 
     double deviation() const { return deviationFrom({sum, sumRest}); }
 
@@ -93,17 +89,22 @@ public:
 
     static constexpr quint64 ordinaryForm = 1;
 
-    /// Adds sums of distances and of squares. Returns what is left out of the former, 0 if nothing.
-    double addLane(DoubleDouble distances, DoubleDouble laneSquares)
+    /// Adds a sum of distances. Returns what is left out of it, 0 if nothing.
+    double addDistances(DoubleDouble distances)
     {
         const DoubleDouble total = twoSum(sum, distances.high);
         const DoubleDouble lows = twoSum(total.low, distances.low);
         const DoubleDouble rest = twoSum(sumRest, lows.high);
         sum = total.high;
         sumRest = rest.high;
-        const DoubleDouble squaresTotal = twoSum(squares, laneSquares.high);
-        evenOutSquares(squaresTotal.high, squaresRest + (squaresTotal.low + laneSquares.low));
         return std::fabs(rest.low) + std::fabs(lows.low);
+    }
+
+    /// Adds a square or a sum of squares.
+    void addSquares(DoubleDouble added)
+    {
+        const DoubleDouble total = twoSum(squares, added.high);
+        evenOutSquares(total.high, squaresRest + (total.low + added.low));
     }
 
 protected:
@@ -112,12 +113,7 @@ protected:
     /// until the first value that is not 0 shows which way it goes.
     static constexpr double tinyLimit = 0x1p-300;
 
-    void addSquare(double distance)
-    {
-        const DoubleDouble square = twoSquare(distance);
-        const DoubleDouble total = twoSum(squares, square.high);
-        evenOutSquares(total.high, squaresRest + (total.low + square.low));
-    }
+    void addSquare(double distance) { addSquares(twoSquare(distance)); }
 
     void addSquare(DoubleDouble distance)
     {

@@ -118,7 +118,8 @@ void SimpleStatisticCalculator<N>::calcStatistics(QList<N> values, N& maximum, N
     maximum = extremeOf(values, std::less<N>());
     minimum = extremeOf(values, std::greater<N>());
     const SumsOf<N> sums = sumsOf<true>(values);
-    average = sums.mean();
+    // Those without squares may come from lanes where these do not.
+    average = sums.isOrdinary() ? sums.mean() : getAverage(values);
     deviation = sums.deviation();
     median = medianOf(values);
 }

@@ -139,8 +139,7 @@ Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
            static_cast<double>(static_cast<qint64>(a[0] >> 11 | isLonger)) * 0x1p11;
 }
 
-/// \a a as the sum of two doubles: the leading 53 bits and the next 53, rounded. The sum of the two
-/// is \a a rounded to a double.
+/// \a a as the sum of two doubles: the leading 53 bits and the next 53, rounded.
 template <std::size_t size>
 inline DoubleDouble toDoubles(const Words<size>& a)
 {

@@ -39,6 +39,12 @@ void appendEdges(QVector<QVariant>& fields)
           Stored(32768), Stored(65536), Limits::min(), Limits::max(), Limits::lowest()})
         fields.append(ownVariant<Stored>(value));
     fields.append(QVariant(static_cast<QVariant::Type>(typeIdOf<Stored>))); // null
+    if constexpr (std::is_integral_v<Stored> && sizeof(Stored) == 8) {
+        // Just above the middle of two floats, where a double between them lies.
+        const Stored aboveMiddle = (Stored(1) << 60) + (Stored(1) << 36) + 1;
+        fields.append(ownVariant<Stored>(aboveMiddle));
+        fields.append(ownVariant<Stored>(0 - aboveMiddle));
+    }
     if constexpr (std::is_floating_point_v<Stored>) {
         for (const double value : {0.5, 1.5, 2.5, -0.5, -1.5, -0.0, 0.49999999999999994, 1e-300})
             fields.append(ownVariant(static_cast<Stored>(value)));

@@ -214,3 +214,16 @@ TEST(DoubleLists, KeepWhatALaneAndItsAdditionLeaveOutAlike)
     const QList<double> values = {0, 1, -1, -small, tiny, small, 0, 0, 0, tiny, 0, 0};
     EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 2 * tiny / 12);
 }
+
+// The mean alone may come from lanes where the squares are too great or too small for them.
+TEST(DoubleLists, HaveTheSameAverageAmongAllStatistics)
+{
+    for (const QList<double>& values :
+         {QList<double>{0x1p-1074, 0x1p-1073}, QList<double>{0, 1.7e308, -1.7e308, 3e-308},
+          QList<double>{1e200, 1e180, 3}, QList<double>{1e-160, 3e-160, 1}, QList<double>{}}) {
+        double maximum = 0, minimum = 0, median = 0, average = 0, deviation = 0;
+        using List = SimpleStatisticCalculator<double>;
+        List::calcStatistics(values, maximum, minimum, median, average, deviation);
+        EXPECT_EQ(average, List::getAverage(values)) << print(values);
+    }
+}

@@ -45,6 +45,22 @@ TEST(LongSeries, AnOutlierBeforeManyEqualValuesCostsNoDigits)
     }
 }
 
+TEST(LongSeries, AListThatBeginsApartFromManyEqualValuesKeepsItsDeviation)
+{
+    for (const int n : {1 << 22, 1 << 24}) {
+        for (const double value : {0.1, 36.6, 230.4}) {
+            QList<double> values{0.0};
+            values.reserve(n);
+            while (values.size() < n)
+                values.append(value);
+            const double expected = value * deviationOfOneApart(n);
+            EXPECT_NEAR(SimpleStatisticCalculator<double>::getDeviation(values), expected,
+                        2 * std::numeric_limits<double>::epsilon() * expected)
+                << n << " values, " << value;
+        }
+    }
+}
+
 TEST(LongSeries, AFarOutlierBeforeManyEqualValuesCostsNoDigits)
 {
     constexpr int n = 1 << 22;

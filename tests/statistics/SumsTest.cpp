@@ -3,6 +3,8 @@
 
 #include "sums.h"
 
+#include <statistics/SimpleStatisticCalculator.h>
+
 namespace
 {
 
@@ -69,12 +71,27 @@ bool isNearest(double mean, Int128 sum, Int128 count)
     return distance(mean) < next || (distance(mean) == next && bits % 2 == 0);
 }
 
+/// The same for the doubles beside \a mean too.
+bool isNearestToAnUlp(double mean, Int128 sum, Int128 count)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    return isNearest(mean, sum, count) || isNearest(std::nextafter(mean, infinity), sum, count) ||
+           isNearest(std::nextafter(mean, -infinity), sum, count);
+}
+
 template <typename N>
 class IntegerSums : public testing::Test
 {
 };
 using WideElementTypes = testing::Types<int, unsigned int, long long, unsigned long long>;
 TYPED_TEST_SUITE(IntegerSums, WideElementTypes, ElementTypeName);
+
+template <typename N>
+class FloatingMeans : public testing::Test
+{
+};
+using FloatingTypes = testing::Types<float, double>;
+TYPED_TEST_SUITE(FloatingMeans, FloatingTypes, ElementTypeName);
 
 } // namespace
 
@@ -178,13 +195,9 @@ TEST(ShortWays, EndWhereTheyWouldLeaveAWordOrADouble)
     EXPECT_FALSE(areShort(minusOne, large, 0));
     EXPECT_FALSE(areShort(minusOne, large - 1, 1));
     OrdinaryFloatingSums sums;
-    sums.anchor = sums.sum = 1;
+    sums.anchor = 1;
     EXPECT_FALSE(sums.hasCancelled(0x1p-30));
     EXPECT_TRUE(sums.hasCancelled(std::nextafter(0x1p-30, 0)));
-    sums.sumRest = 0x1p-20;
-    EXPECT_FALSE(sums.hasCancelled(1));
-    sums.sumRest = std::nextafter(0x1p-20, 1);
-    EXPECT_TRUE(sums.hasCancelled(1));
 }
 
 TEST(Deviations, OfSumsThatLeaveAWordOnceMultipliedAreRight)
@@ -313,6 +326,36 @@ TEST(ErrorFreeTransformations, LoseNothing)
         ASSERT_EQ(longProduct.low, twoProduct(x, longCount).low);
         const DoubleDouble sum = twoSum(x, y * 0x1p-20);
         ASSERT_EQ((x - sum.high) + y * 0x1p-20, sum.low);
+    }
+}
+
+TYPED_TEST(FloatingMeans, OfValuesThatCoverAndTakeOffEachOtherAreWithinOneUnitInTheLastPlace)
+{
+    using N = TypeParam;
+    Random random(11);
+    for (int i = 0; i < 300000; ++i) {
+        QList<N> values; // whole numbers, so that a word of 128 bits has their sum
+        Int128 sum = 0;
+        const int reach = random.below(60);
+        for (int length = 1 + random.below(12); length > 0; --length) {
+            const quint64 bits = random.next() >> random.below(64);
+            N value = std::ldexp(static_cast<N>(bits >> 11), random.below(reach + 1));
+            if (!values.isEmpty() && random.below(2) == 0)
+                value = values.at(random.below(values.size()));
+            if (random.below(2) == 0)
+                value = -value;
+            values.append(value);
+            sum += static_cast<Int128>(value);
+        }
+        FloatingSums sums;
+        for (N value : values)
+            sums.add(value);
+        const auto isRight = [&](double mean) {
+            return sum == 0 ? mean == 0 : isNearestToAnUlp(mean, sum, values.size());
+        };
+        ASSERT_TRUE(isRight(sums.mean())) << i << ": " << testing::PrintToString(values);
+        ASSERT_TRUE(isRight(SimpleStatisticCalculator<N>::getAverage(values)))
+            << i << ": " << testing::PrintToString(values);
     }
 }
 

@@ -16,21 +16,11 @@ Stored storedIn(const QVariant& field)
     return *static_cast<const Stored*>(d.is_shared ? d.data.shared->ptr : &d.data);
 }
 
-/// A number as Qt converts it: to the floating-point types through double, from one integer type
-/// to another modulo 2^bits.
-template <typename N, typename Stored>
-N castElement(Stored number)
-{
-    if constexpr (std::is_floating_point_v<N>)
-        return static_cast<N>(static_cast<double>(number));
-    else
-        return static_cast<N>(number);
-}
-
 /// The number in \a field as an N, where Qt's answer is known without asking: if it is an N, and,
 /// unless \a field is null and \a nullIsNothing, if it is one of the numbers that raw and scaled
-/// values are usually stored as, int above all for the 8- and 16-bit types. How Qt rounds a double
-/// to an integer is left to Qt. \a byQt answers else.
+/// values are usually stored as, int above all for the 8- and 16-bit types: Qt converts from one
+/// integer type to another modulo 2^bits, and to the floating-point types at once. How it rounds a
+/// double to an integer is left to it. \a byQt answers else.
 template <typename N, bool nullIsNothing, typename ByQt>
 N readDirectly(const QVariant& field, ByQt byQt)
 {
@@ -41,17 +31,17 @@ N readDirectly(const QVariant& field, ByQt byQt)
         return byQt();
     switch (d.type) {
     case QMetaType::Int:
-        return castElement<N>(storedIn<int>(field));
+        return static_cast<N>(storedIn<int>(field));
     case QMetaType::UInt:
-        return castElement<N>(storedIn<uint>(field));
+        return static_cast<N>(storedIn<uint>(field));
     case QMetaType::LongLong:
-        return castElement<N>(storedIn<qlonglong>(field));
+        return static_cast<N>(storedIn<qlonglong>(field));
     case QMetaType::ULongLong:
-        return castElement<N>(storedIn<qulonglong>(field));
+        return static_cast<N>(storedIn<qulonglong>(field));
     case QMetaType::Double:
-        return std::is_floating_point_v<N> ? castElement<N>(storedIn<double>(field)) : byQt();
+        return std::is_floating_point_v<N> ? static_cast<N>(storedIn<double>(field)) : byQt();
     case QMetaType::Float:
-        return std::is_floating_point_v<N> ? castElement<N>(storedIn<float>(field)) : byQt();
+        return std::is_floating_point_v<N> ? static_cast<N>(storedIn<float>(field)) : byQt();
     default:
         return byQt();
     }

@@ -16,7 +16,8 @@
 /// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
 /// values and 0 as long as nothing has been added. They are the same bits whatever the processor.
 /// SimpleStatisticCalculator gives the same for the same values in the same order: integer types to
-/// the bit, floating-point types within two units in the last place.
+/// the bit, floating-point types within two units in the last place (but for means of which either
+/// has lost digits).
 ///
 /// An object is 256 bytes at most and takes no further memory for its values, however many; only a
 /// log has storage of its own, for twice its capacity, from the constructor on. Adding a value and
@@ -58,8 +59,9 @@ public:
     ///
     /// Integer types: the double nearest to the exact mean, for up to 2^48 values. Floating-point
     /// types: the same to one unit in the last place. Their sum is exact as long as 18 doubles hold
-    /// all of its bits, wherever these lie; only a series that spreads over more than about 900
-    /// bits and then cancels down to the lowest of them loses digits.
+    /// all of its bits, wherever these lie, but for those below 2^-946 in a series with a value of
+    /// 2^900 or more; only a series that spreads over more than about 900 bits and then cancels
+    /// down to the lowest of them loses digits.
     double getAverage() const;
 
     /// The population deviation: the root of the mean squared distance from the mean (divisor n).
