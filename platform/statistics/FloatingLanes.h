@@ -6,8 +6,8 @@
 
 /// The sums of a list of ordinary values, formed by the same steps as OrdinaryFloatingSums in lanes
 /// that do not wait for each other, without a branch, so that compilers make vector instructions of
-/// them. Whether the list was one of ordinary values turns out at the end: then nothing has been
-/// left out. A value that is not finite leaves a remainder that is not a number.
+/// them. Whether the values were ordinary turns out at the end: then nothing has been left out. A
+/// value that is not finite leaves a remainder that is not a number.
 class FloatingLanes
 {
 public:
@@ -37,32 +37,15 @@ public:
         }
     }
 
-    /// Moves the squares of all lanes to \a sums. Their rests are not evened out with every value,
-    /// so it is done before these grow long enough for their own roundings to count.
-    void moveSquares(OrdinaryFloatingSums& sums)
+    /// Adds the sums of all lanes to \a sums. Returns what is left out of them, 0 if nothing.
+    double addTo(OrdinaryFloatingSums& sums) const
     {
-        for (int i = 0; i < laneCount; ++i) {
-            sums.addSquares({squares[i], squaresRest[i]});
-            squares[i] = squaresRest[i] = 0;
-        }
-    }
-
-    /// Completes \a sums, which have no more than squares, with those of all lanes and \a count
-    /// values, and returns whether they are right.
-    template <bool withSquares>
-    bool collect(OrdinaryFloatingSums& sums, int count)
-    {
-        moveSquares(sums);
         double allLeftOut = 0;
-        for (int i = 0; i < laneCount; ++i)
+        for (int i = 0; i < laneCount; ++i) {
             allLeftOut += leftOut[i] + sums.addDistances({sum[i], sumRest[i]});
-        sums.count = static_cast<quint64>(count);
-        sums.form = OrdinaryFloatingSums::ordinaryForm;
-        sums.anchor = anchor;
-        // Between these limits no square overflows, and those too small for a double do not count.
-        const bool squaresAreRight = sums.squares > 0x1p-900 && sums.squares < 0x1p896;
-        constexpr double limit = 0x1p900; // no count of anchors overflows
-        return allLeftOut == 0 && std::fabs(anchor) < limit && (!withSquares || squaresAreRight);
+            sums.addSquares({squares[i], squaresRest[i]});
+        }
+        return allLeftOut;
     }
 
 private:
@@ -71,6 +54,19 @@ private:
     double squares[laneCount] = {}, squaresRest[laneCount] = {};
 };
 
+/// The lanes of \a passes times a value for each, from \a value on. In a function of its own they
+/// stay in registers.
+template <bool withSquares, typename Iterator>
+Q_NEVER_INLINE FloatingLanes lanesOf(Iterator value, int passes, double anchor)
+{
+    FloatingLanes lanes(anchor);
+    for (; passes > 0; --passes) {
+        lanes.add<withSquares>(value);
+        value += FloatingLanes::laneCount;
+    }
+    return lanes;
+}
+
 /// Fills \a sums, which are empty, with those of \a values, and returns whether all of these are
 /// ordinary. Without squares only the mean may be asked for.
 template <bool withSquares, typename N>
@@ -78,21 +74,27 @@ bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
 {
     if (values.isEmpty())
         return false;
-    FloatingLanes lanes(static_cast<double>(values.constFirst()));
+    sums.count = static_cast<quint64>(values.size());
+    sums.form = OrdinaryFloatingSums::ordinaryForm;
+    sums.anchor = static_cast<double>(values.constFirst());
+    double leftOut = 0;
     auto value = values.constBegin();
-    constexpr int passesBetweenMoves = 1000;
-    for (int passes = values.size() / FloatingLanes::laneCount; passes > 0;) {
-        const int next = std::min(passes, passesBetweenMoves);
-        passes -= next;
-        for (int i = 0; i < next; ++i) {
-            lanes.add<withSquares>(value);
-            value += FloatingLanes::laneCount;
-        }
-        lanes.moveSquares(sums);
+    // The rests of a lane's squares are not evened out with every value, so a lane ends before they
+    // grow long enough for their own roundings to count.
+    constexpr int passesOfALane = 1000;
+    for (int left = values.size() / FloatingLanes::laneCount; left > 0; left -= passesOfALane) {
+        const int passes = std::min(left, passesOfALane);
+        leftOut += lanesOf<withSquares>(value, passes, sums.anchor).addTo(sums);
+        value += passes * FloatingLanes::laneCount;
     }
     std::array<N, FloatingLanes::laneCount> last;
     last.fill(values.constFirst());
     std::copy(value, values.constEnd(), last.begin());
+    FloatingLanes lanes(sums.anchor);
     lanes.add<withSquares>(last.cbegin());
-    return lanes.collect<withSquares>(sums, values.size());
+    leftOut += lanes.addTo(sums);
+    // Between these limits no square overflows, and those too small for a double do not count.
+    const bool squaresAreRight = sums.squares > 0x1p-900 && sums.squares < 0x1p896;
+    constexpr double limit = 0x1p900; // no count of anchors overflows
+    return leftOut == 0 && std::fabs(sums.anchor) < limit && (!withSquares || squaresAreRight);
 }
