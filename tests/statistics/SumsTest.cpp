@@ -87,11 +87,11 @@ using WideElementTypes = testing::Types<int, unsigned int, long long, unsigned l
 TYPED_TEST_SUITE(IntegerSums, WideElementTypes, ElementTypeName);
 
 template <typename N>
-class FloatingMeans : public testing::Test
+class FloatingSeries : public testing::Test
 {
 };
 using FloatingTypes = testing::Types<float, double>;
-TYPED_TEST_SUITE(FloatingMeans, FloatingTypes, ElementTypeName);
+TYPED_TEST_SUITE(FloatingSeries, FloatingTypes, ElementTypeName);
 
 } // namespace
 
@@ -329,7 +329,7 @@ TEST(ErrorFreeTransformations, LoseNothing)
     }
 }
 
-TYPED_TEST(FloatingMeans, OfValuesThatCoverAndTakeOffEachOtherAreWithinOneUnitInTheLastPlace)
+TYPED_TEST(FloatingSeries, HaveMeansWithinOneUnitInTheLastPlaceWhereValuesTakeEachOtherOff)
 {
     using N = TypeParam;
     Random random(11);
@@ -356,6 +356,35 @@ TYPED_TEST(FloatingMeans, OfValuesThatCoverAndTakeOffEachOtherAreWithinOneUnitIn
         ASSERT_TRUE(isRight(sums.mean())) << i << ": " << testing::PrintToString(values);
         ASSERT_TRUE(isRight(SimpleStatisticCalculator<N>::getAverage(values)))
             << i << ": " << testing::PrintToString(values);
+    }
+}
+
+TYPED_TEST(FloatingSeries, HaveDeviationsWithinOneUnitInTheLastPlace)
+{
+    using N = TypeParam;
+    Random random(12);
+    for (int i = 0; i < 300000; ++i) {
+        QList<N> values; // whole numbers of 51 bits, for the same reason
+        Int128 sum = 0, squares = 0;
+        const quint64 base = random.next() >> (14 + random.below(50));
+        const int bits = random.below(50);
+        for (int length = 1 + random.below(12); length > 0; --length) {
+            N value = static_cast<N>(base + (random.next() >> (14 + bits)));
+            if (random.below(4) == 0)
+                value = -value;
+            values.append(value);
+            sum += static_cast<Int128>(value);
+            squares += static_cast<Int128>(value) * static_cast<Int128>(value);
+        }
+        const auto variance = static_cast<long double>(values.size() * squares - sum * sum);
+        const auto exact = static_cast<double>(std::sqrt(variance) / values.size());
+        FloatingSums sums;
+        for (N value : values)
+            sums.add(value);
+        const double list = SimpleStatisticCalculator<N>::getDeviation(values);
+        for (const double deviation : {sums.deviation(), list})
+            ASSERT_LE(ulpsBetween(deviation, exact), 1U)
+                << i << ": " << testing::PrintToString(values);
     }
 }
 
