@@ -227,3 +227,11 @@ TEST(DoubleLists, HaveTheSameAverageAmongAllStatistics)
         EXPECT_EQ(average, List::getAverage(values)) << print(values);
     }
 }
+
+// Three passes of the lanes leave out the tiny value, and so does the last one, which is not full.
+TEST(DoubleLists, KeepWhatTheLastValuesAndThoseBeforeLeaveOutAlike)
+{
+    const double small = 0x1p-60, tiny = 0x1p-120;
+    const QList<double> values = {0, 1, 0, 0, 0, small, 0, 0, 0, tiny, 0, 0, tiny, -1, -small};
+    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 2 * tiny / 15);
+}
