@@ -1,3 +1,6 @@
+#include "FileSizeLimit.h"
+
+#include <plotting/PlotFiles.h>
 #include <saving/SeriesFile.h>
 #include <signals/SignalSeries.h>
 
@@ -7,6 +10,7 @@
 #include <QtCore/QDataStream>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
+#include <QtGui/QImage>
 
 using monitor::SavedRun;
 using monitor::SavedSignal;
@@ -65,7 +69,7 @@ SavedRun smallRun()
     SavedSignal speed;
     speed.protocol = monitor::Protocol::J1939;
     speed.source = quint8{255};
-    speed.description.reportedName = QString::fromUtf8("Geschwindigkeit \u00e4");
+    speed.description.reportedName = QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1";
     speed.description.unit = "rpm";
     speed.description.length = 16;
     speed.description.factor = 0.125;
@@ -100,7 +104,8 @@ TEST_F(SeriesFile, WhatIsWrittenIsReadBack)
     const SavedSignal& speed = run.recordedSignals.at(0);
     EXPECT_EQ(speed.protocol, monitor::Protocol::J1939);
     EXPECT_EQ(speed.source, quint8{255});
-    EXPECT_EQ(speed.description.reportedName, QString::fromUtf8("Geschwindigkeit \u00e4"));
+    EXPECT_EQ(speed.description.reportedName,
+              QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1");
     EXPECT_EQ(speed.description.unit, QString("rpm"));
     EXPECT_EQ(speed.description.length, 16);
     EXPECT_EQ(speed.description.factor, 0.125);
@@ -229,4 +234,34 @@ TEST_F(SeriesFile, MoreSignalsThanAreReadAreNotWrittenAndTheFileStaysAsItWas)
     QFile file(path("run"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), before);
+}
+
+TEST_F(SeriesFile, WithoutRoomForItsLastBytesNothingIsReplaced)
+{
+    const QByteArray before = contentOf(smallRun());
+    SavedRun run = smallRun();
+    run.recordedSignals[0].records.values = recordsOf<J1939Value>({1U, 2U, 3U});
+    run.recordedSignals[0].records.microseconds = {1, 2, 3};
+    QString error;
+    {
+        const FileSizeLimit limit(static_cast<rlim_t>(before.size()));
+        error = monitor::writeSeriesFile(path("run"), run);
+    }
+    EXPECT_TRUE(error.startsWith(path("run") + ": cannot be written: ")) << error.toStdString();
+    QFile file(path("run"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), before);
+}
+
+TEST_F(SeriesFile, WithoutRoomForItNoImageIsLeft)
+{
+    QImage image(100, 100, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QString error;
+    {
+        const FileSizeLimit limit(10);
+        error = monitor::writeImage(image, path("image"));
+    }
+    EXPECT_TRUE(error.startsWith(path("image"))) << error.toStdString();
+    EXPECT_FALSE(QFile::exists(path("image")));
 }

@@ -1,10 +1,10 @@
 #include "PlotFiles.h"
 
+#include "../saving/WholeFile.h"
 #include "../showing/Progress.h"
 #include "SignalChart.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QSaveFile>
 #include <QtCore/QSet>
 #include <QtGui/QPainter>
 #include <QtWidgets/QGraphicsScene>
@@ -124,7 +124,7 @@ QString plotNameOf(const SignalReport& report)
 QString writeImage(const QImage& image, const QString& fileName)
 {
     QSaveFile file(fileName);
-    if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && file.commit())
+    if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && commitWhole(file))
         return QString();
     return cannotBeWritten(file);
 }

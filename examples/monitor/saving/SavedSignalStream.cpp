@@ -32,7 +32,7 @@ bool readText(QDataStream& stream, QString& text)
     QByteArray bytes(static_cast<int>(length), Qt::Uninitialized);
     if (stream.readRawData(bytes.data(), bytes.size()) != bytes.size())
         return false;
-    text = QString::fromUtf8(bytes);
+    text = QString::fromUtf8(bytes.constData(), bytes.size()); // zero bytes included
     return true;
 }
 

@@ -2,10 +2,10 @@
 
 #include "HashingDevice.h"
 #include "SavedSignalStream.h"
+#include "WholeFile.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
 
 #include <cmath>
 
@@ -133,7 +133,7 @@ QString writeSeriesFile(const QString& fileName, const SavedRun& run)
     if (!fits)
         return QStringLiteral("%1: cannot be written: there is more than such a file can hold")
             .arg(fileName);
-    return file.commit() ? QString() : cannotBe(QStringLiteral("written"), file);
+    return commitWhole(file) ? QString() : cannotBe(QStringLiteral("written"), file);
 }
 
 QString readSeries(const QByteArray& content, SavedRun& run)

@@ -1,9 +1,9 @@
 #include "MonitorWindow.h"
 
 #include "../plotting/PlotFiles.h"
+#include "../saving/WholeFile.h"
 #include "../showing/ReportCsv.h"
 
-#include <QtCore/QSaveFile>
 #include <QtWidgets/QAction>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
@@ -62,7 +62,7 @@ QString MonitorWindow::writeFigures(const QString& fileName)
 {
     const QByteArray csv = formatCsv(model.reports()).toUtf8();
     QSaveFile file(fileName);
-    if (file.open(QIODevice::WriteOnly) && file.write(csv) == csv.size() && file.commit())
+    if (file.open(QIODevice::WriteOnly) && file.write(csv) == csv.size() && commitWhole(file))
         return QString();
     return QStringLiteral("%1: cannot be written: %2").arg(fileName, file.errorString());
 }
