@@ -1,6 +1,6 @@
-#include "AddressSpaceLimit.h"
 #include "failing.h"
 
+#include <AddressSpaceLimit.h>
 #include <feed.h>
 #include <workers.h>
 

@@ -1,5 +1,6 @@
 #include "SimulatedBus.h"
 
+#include <AddressSpaceLimit.h>
 #include <buses/BusConnection.h>
 #include <buses/BusReceiver.h>
 
@@ -53,4 +54,13 @@ TEST(BusReceiver, FramesThatWereSentBeforeItStopsComeWithTheirTimes)
     EXPECT_GT(received.frames.front().microseconds, 0);
     EXPECT_LE(received.frames.back().microseconds, receiver.now());
     EXPECT_EQ(receiver.complaint(), QString());
+}
+
+TEST(BusReceiver, SaysSoIfItsThreadCannotBeStarted)
+{
+    BusReceiver receiver(BusAddress{"virtualcan", "can0"});
+    const AddressSpaceLimit limit;
+    EXPECT_EQ(receiver.start(),
+              QString("virtualcan can0: the system starts no thread to receive it"));
+    receiver.stop();
 }

@@ -1,8 +1,13 @@
 #include "Descriptions.h"
 
+#include <AddressSpaceLimit.h>
 #include <signals/SignalTable.h>
 
 #include <gtest/gtest.h>
+
+#include <memory>
+#include <system_error>
+#include <thread>
 
 using monitor::Availability;
 using monitor::DecodedSignal;
@@ -246,4 +251,16 @@ TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
         table.feed(decoded);
         EXPECT_EQ(table.firstTime(), time);
     }
+}
+
+// It used to wait for ever.
+TEST(SignalTable, EndsWhereNoMoreThreadsCanBeStarted)
+{
+    const QVector<MessageDescription> messages = oneSignal(16, 1, 0);
+    auto table = std::make_unique<SignalTable>(messages);
+    for (quint8 source = 0; source < 3; ++source)
+        table->feed(measured(source, 0, source));
+    const AddressSpaceLimit limit;
+    table.reset();
+    EXPECT_THROW(std::thread([] {}), std::system_error);
 }

@@ -33,6 +33,8 @@ QString BusReceiver::start()
     thread.reset(QThread::create([this] { run(); }));
     thread->setObjectName(QStringLiteral("bus")); // its name for the system too
     thread->start();
+    if (!thread->isRunning() && !thread->isFinished())
+        return address.name() + QStringLiteral(": the system starts no thread to receive it");
     QString error = connected.get_future().get();
     if (!error.isEmpty())
         stop();

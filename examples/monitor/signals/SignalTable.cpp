@@ -1,8 +1,9 @@
 #include "SignalTable.h"
 
-#include <QtCore/QThreadPool>
-
 #include <algorithm>
+#include <atomic>
+#include <system_error>
+#include <thread>
 #include <tuple>
 
 namespace monitor
@@ -38,16 +39,26 @@ void SignalTable::feed(const DecodedSignal& decoded)
     signalOf(decoded).feed(decoded);
 }
 
-// Each signal may need up to 100 ms to stop, mostly waiting, so they are stopped side by side: two
-// by two even if there are hundreds.
+// Each signal may need up to 100 ms to stop, mostly waiting, so they are stopped side by side by as
+// many threads as there may be. QThreadPool would wait for ever for those that cannot be started.
 void SignalTable::stopUpdating()
 {
-    constexpr int waitingAtOnce = 256;
-    QThreadPool pool;
-    pool.setMaxThreadCount(waitingAtOnce);
-    for (const auto& signal : monitored)
-        pool.start([&signal] { signal->stopUpdating(); });
-    pool.waitForDone();
+    constexpr std::size_t helpersAtMost = 256;
+    std::atomic<std::size_t> next{0};
+    const auto stopOthers = [&] {
+        for (std::size_t i = next++; i < monitored.size(); i = next++)
+            monitored[i]->stopUpdating();
+    };
+    std::vector<std::thread> helpers;
+    helpers.reserve(helpersAtMost);
+    try {
+        while (helpers.size() < std::min(monitored.size(), helpersAtMost))
+            helpers.emplace_back(stopOthers);
+    } catch (const std::system_error&) { // those that there are will do
+    }
+    stopOthers();
+    for (std::thread& helper : helpers)
+        helper.join();
 }
 
 void SignalTable::clear()
