@@ -4,6 +4,7 @@
 #include "LiveDisplay.h"
 #include "LiveSource.h"
 #include "Preparation.h"
+#include "showing/Table.h"
 #include "terminal/EndRequest.h"
 #include "window/MonitorWindow.h"
 
@@ -64,7 +65,7 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& mess
     if (error.isEmpty())
         error = source.start();
     if (!error.isEmpty()) {
-        messages << error << '\n';
+        messages << printable(error) << '\n'; // names of signals among it
         return ExitCode::WrongUse;
     }
     messages << options.bus.name() << ": connected" << Qt::endl;

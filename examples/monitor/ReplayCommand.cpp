@@ -4,6 +4,7 @@
 #include "Preparation.h"
 #include "reading/RecordingFile.h"
 #include "showing/Progress.h"
+#include "showing/Table.h"
 #include "signals/SignalMonitor.h"
 
 namespace monitor
@@ -43,7 +44,7 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
         error = readRecording(options.recording, messages, signalMonitor);
     if (error.isEmpty())
         return printReport(options, prepared.k, options.recording, signalMonitor, output, messages);
-    messages << error << '\n';
+    messages << printable(error) << '\n'; // names of signals among it
     return ExitCode::WrongUse;
 }
 

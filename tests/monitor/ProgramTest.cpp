@@ -59,6 +59,26 @@ TEST_F(Program, PatternWithoutASignalIsExitCode2)
     }
 }
 
+TEST_F(Program, ControlCharactersInNamesDoNotReachTheTerminalByMessages)
+{
+    const MonitorRun run = replay("", speedDbc, {"--signal", "\x1b[2JNothing"});
+    EXPECT_EQ(run.messages, QString("there is no signal \" [2JNothing\"\n"));
+}
+
+TEST_F(Program, FramesThatAreDecodedByThemselvesAndInAMessageCountOnce)
+{
+    const MonitorRun run = replay("(1.0) can0 1CECFF05#200A0002FFE0FE00\n"
+                                  "(1.1) can0 1CEBFF05#0101020304050607\n"
+                                  "(1.2) can0 1CEBFF05#0208090AFFFFFFFF\n",
+                                  "BO_ 2632711936 Packet: 8 X\n"
+                                  " SG_ Number : 0|8@1+ (1,0) [0|255] \"\" X\n"
+                                  "BO_ 2566840320 Long: 16 X\n"
+                                  " SG_ Value : 64|8@1+ (1,0) [0|255] \"\" X\n",
+                                  {});
+    EXPECT_TRUE(run.output.contains("frames      3\ndecoded     3\nundecoded   0\n"))
+        << run.output.toStdString();
+}
+
 TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
 {
     const MonitorRun run = replay("# comment\n\nnonsense\n"

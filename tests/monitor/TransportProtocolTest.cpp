@@ -134,6 +134,22 @@ TEST(TransportProtocol, PacketThatComesTwiceIsCountedAndDoesNotComplete)
     EXPECT_EQ(messagesIn(protocol, {packet(3, 7, 2)}), QStringList{"fee303 14"});
 }
 
+TEST(TransportProtocol, FramesThatCountAlreadyAreNotAmongThoseOfTheMessage)
+{
+    for (const bool first : {false, true}) {
+        for (const bool second : {false, true}) {
+            TransportProtocol protocol;
+            protocol.take(announced(3, 7, 14), first);
+            protocol.take(packet(3, 7, 1), second);
+            EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 3 - int(first) - int(second));
+        }
+    }
+    TransportProtocol protocol;
+    messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1)});
+    protocol.clearCounts();
+    EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 1);
+}
+
 TEST(TransportProtocol, APacketBehindTheLastOneEndsTheMessage)
 {
     TransportProtocol protocol;

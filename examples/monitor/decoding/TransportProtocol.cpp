@@ -55,24 +55,31 @@ quint32 idOf(quint32 pgn, const Frame& packet)
 
 } // namespace
 
-std::optional<TransportedMessage> TransportProtocol::take(const Frame& frame)
+std::optional<TransportedMessage> TransportProtocol::take(const Frame& frame, bool isDecoded)
 {
     if (!frame.extended || frame.remote || frame.length != longestClassicFrame)
         return std::nullopt;
     const quint32 pgn = pgnOf(frame.id);
     if (pgn == controlPgn)
-        takeControl(frame);
-    return pgn == packetPgn ? takePacket(frame) : std::nullopt;
+        takeControl(frame, isDecoded);
+    return pgn == packetPgn ? takePacket(frame, isDecoded) : std::nullopt;
 }
 
-void TransportProtocol::takeControl(const Frame& frame)
+void TransportProtocol::clearCounts()
+{
+    counted = TransportCounts();
+    for (Session& session : sessions)
+        session.frames = 0;
+}
+
+void TransportProtocol::takeControl(const Frame& frame, bool isDecoded)
 {
     const bool toEverybody = destinationOf(frame) == everybody;
     switch (frame.data[0]) {
     case RequestToSend:
     case BroadcastAnnounce:
         if (toEverybody == (frame.data[0] == BroadcastAnnounce))
-            begin(frame);
+            begin(frame, isDecoded);
         break;
     case ClearToSend:
         rewind(frame);
@@ -85,13 +92,14 @@ void TransportProtocol::takeControl(const Frame& frame)
     }
 }
 
-void TransportProtocol::begin(const Frame& frame)
+void TransportProtocol::begin(const Frame& frame, bool isDecoded)
 {
     giveUp(sentKeyOf(frame));
     Session session;
     session.pgn = announcedPgn(frame);
     session.size = frame.data[1] | frame.data[2] << 8;
     session.packets = frame.data[3];
+    session.frames = isDecoded ? 0 : 1;
     const bool isPossible = session.size >= shortestMessage && session.size <= longestMessage &&
                             session.packets == (session.size + bytesInPacket - 1) / bytesInPacket &&
                             session.pgn <= lastPgn;
@@ -128,7 +136,7 @@ void TransportProtocol::giveUp(quint32 key)
     counted.interrupted += sessions.remove(key);
 }
 
-std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& frame)
+std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& frame, bool isDecoded)
 {
     const auto session = sessions.find(sentKeyOf(frame));
     if (session == sessions.end()) {
@@ -140,6 +148,7 @@ std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& fra
         return std::nullopt;
     }
     store(frame, *session);
+    session->frames += isDecoded ? 0 : 1;
     const bool isComplete = static_cast<int>(session->received.count()) == session->packets;
     return isComplete ? std::optional(finish(frame, session)) : std::nullopt;
 }
@@ -167,7 +176,6 @@ void TransportProtocol::store(const Frame& frame, Session& session)
     std::copy(begin, begin + bytesInPacket, session.data.begin() + place);
     session.received.set(static_cast<size_t>(number));
     session.next = number + 1;
-    ++session.frames;
 }
 
 TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::iterator session)

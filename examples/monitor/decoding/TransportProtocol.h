@@ -19,7 +19,8 @@ struct TransportCounts {
     qint64 interrupted = 0; ///< messages given up: aborted, replaced by the next, or with a gap
 };
 
-/// A message put together, and how many frames it took.
+/// A message put together, and how many frames it took that were not decoded by themselves, since
+/// the counts were cleared.
 struct TransportedMessage {
     Payload payload;
     int frames = 0;
@@ -33,14 +34,14 @@ struct TransportedMessage {
 class TransportProtocol
 {
 public:
-    /// Takes in \a frame, and returns the message if it is the last packet of one. The answer is
-    /// good until the next call.
-    std::optional<TransportedMessage> take(const Frame& frame);
+    /// Takes in \a frame, and returns the message if it is the last packet of one. \a isDecoded
+    /// tells that the frame counts already. The answer is good until the next call.
+    std::optional<TransportedMessage> take(const Frame& frame, bool isDecoded = false);
 
     const TransportCounts& counts() const { return counted; }
 
     /// Counts from zero again; messages that have begun stay so.
-    void clearCounts() { counted = TransportCounts(); }
+    void clearCounts();
 
 private:
     struct Session {
@@ -49,19 +50,19 @@ private:
         int size = 0;
         int packets = 0;
         int next = 1;   // the packet that is due
-        int frames = 1; // with the announcement
+        int frames = 0; // with the announcement
         std::bitset<256> received;
     };
     using Sessions = QHash<quint32, Session>;
 
-    void takeControl(const Frame& frame);
-    void begin(const Frame& frame);
+    void takeControl(const Frame& frame, bool isDecoded);
+    void begin(const Frame& frame, bool isDecoded);
     void rewind(const Frame& frame);
     void abort(const Frame& frame);
     void giveUp(quint32 key);
-    std::optional<TransportedMessage> takePacket(const Frame& frame);
+    std::optional<TransportedMessage> takePacket(const Frame& frame, bool isDecoded);
     bool checkOrder(const Frame& frame, Session& session);
-    void store(const Frame& frame, Session& session);
+    static void store(const Frame& frame, Session& session);
     TransportedMessage finish(const Frame& frame, Sessions::iterator session);
 
     Sessions sessions; // by source and destination

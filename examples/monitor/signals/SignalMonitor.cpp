@@ -15,7 +15,7 @@ void SignalMonitor::take(const Frame& frame)
     ++counted.total;
     const bool isDecoded = feed(decoder.decode(frame));
     counted.decoded += isDecoded ? 1 : 0;
-    const auto message = transport.take(frame);
+    const auto message = transport.take(frame, isDecoded);
     if (message && feed(decoder.decode(message->payload)))
         counted.decoded += message->frames;
 }
