@@ -91,3 +91,9 @@ TEST(ColumnReduction, NoPeakOfAMillionPointsIsLost)
         EXPECT_EQ(std::max(first, second), highest) << column;
     }
 }
+
+TEST(ColumnReduction, PointsFarOutsideARangeStayOnTheirSidesOfIt)
+{
+    const QVector<QPointF> points{{-5000, 0}, {5000, 1}};
+    EXPECT_EQ(reduceToColumns(through(points), 2.0, 2.001, 1000), (Lines{points}));
+}

@@ -110,6 +110,15 @@ TEST(DbcReader, NestedMultiplexingLeavesOnlyWhatIsClear)
     EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:1: ")) << dbc.warnings.toStdString();
 }
 
+TEST(DbcReader, SignalsBelowOneOfTwoMultiplexorsAreNotClear)
+{
+    const Dbc dbc = readDbcSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Part M : 8|8@1+ (1,0) [0|0] \"\" X\n"
+                                  " SG_ Deep m1 : 16|8@1+ (1,0) [0|0] \"\" X");
+    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), 2);
+    EXPECT_TRUE(dbc.warnings.contains("which multiplexor is not clear"));
+}
+
 TEST(DbcReader, MultiplexedSignalWithoutAMultiplexorIsAWarning)
 {
     const Dbc dbc = readDbcSignal(" SG_ A m0 : 8|8@1+ (1,0) [0|0] \"\" X");

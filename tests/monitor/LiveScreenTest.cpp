@@ -59,6 +59,14 @@ TEST(LiveScreen, HeaderHasTheCountsAndTheLoad)
                       "12.3 % of 250 kbit/s"));
 }
 
+TEST(LiveScreen, PlaceMarkersInTheNameOfTheBusStayAsTheyAre)
+{
+    LiveScreen screen(50);
+    LiveHeader live = header();
+    live.bus = "virtualcan tcp://host%2Fcan0";
+    EXPECT_TRUE(screen.draw(live, {}, 0, {}, {200, 24}).startsWith(live.bus + "  1.3 s"));
+}
+
 TEST(LiveScreen, RowsStandBelowTheTitlesAndKeysBelowThem)
 {
     LiveScreen screen(50);

@@ -83,6 +83,16 @@ TEST(LiveView, RowsScrollByOneByPageAndToEitherEndAndNoFurther)
     EXPECT_EQ(rowAfter(Key::Home), 0);
 }
 
+TEST(LiveView, KeysBehindEndScrollOnFromThereBeforeItIsDrawn)
+{
+    LiveView view;
+    view.fitTo(100, 10);
+    for (const Key::Kind kind : {Key::End, Key::Down, Key::PageDown, Key::End, Key::PageDown})
+        view.press({kind});
+    view.fitTo(100, 10);
+    EXPECT_EQ(view.firstRow(), 90);
+}
+
 TEST(LiveView, FewerRowsThanBeforeAreShownFromTheFirst)
 {
     LiveView view;

@@ -1,6 +1,7 @@
 #include <showing/ReportCsv.h>
 #include <showing/ReportFields.h>
 #include <showing/ReportJson.h>
+#include <showing/ReportTable.h>
 
 #include <gtest/gtest.h>
 
@@ -158,4 +159,13 @@ TEST(ReportCsv, WhatIsNullIsEmptyAndTextsAreQuotedWhereNeeded)
     report.unit = "m\r\ns";
     EXPECT_EQ(monitor::formatCsv({report}).section("\r\n", 1),
               QString("\"a,\"\"b\"\"\",canopen,,0,0,1,,,,,,,,,,,\"m\r\ns\"\r\n"));
+}
+
+TEST(ReportTable, MessagesOfSeveralFramesAreCountedUnlessThereAreNone)
+{
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    EXPECT_EQ(monitor::formatTransport({0, 0, 0, 0}), QString());
+    EXPECT_EQ(monitor::formatTransport({most, most, 2, 0}),
+              QString("transport   9223372036854775807 message(s), 0 interrupted; packets: "
+                      "9223372036854775807 lost, 2 out of order\n"));
 }

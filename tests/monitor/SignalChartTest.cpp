@@ -148,6 +148,14 @@ TEST_F(SignalChart, MarkupInANameIsShownAsItIs)
     EXPECT_EQ(chart(report, speedTrace())->title(), QString("&lt;img src=x&gt; , source 7"));
 }
 
+TEST_F(SignalChart, PlaceMarkersInANameStayAsTheyAre)
+{
+    SignalReport report = speed();
+    report.name = "a%1 x";
+    report.source = 7;
+    EXPECT_EQ(monitor::plotTitleOf(report), QString("a%1 x, source 7"));
+}
+
 TEST_F(SignalChart, ValuesAtTheEndsOfDoubleLeaveAnAxisToReckonWith)
 {
     constexpr double greatest = std::numeric_limits<double>::max();

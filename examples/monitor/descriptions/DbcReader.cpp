@@ -32,10 +32,10 @@ bool changesText(const QString& line)
     return unescaped.count('"') % 2 != 0;
 }
 
-bool has(const MessageDescription& message, Multiplexing multiplexing)
+auto countOf(Multiplexing multiplexing, const MessageDescription& message)
 {
     const auto& descriptions = message.signalDescriptions;
-    return std::any_of(
+    return std::count_if(
         descriptions.begin(), descriptions.end(),
         [multiplexing](const auto& signal) { return signal.multiplexing == multiplexing; });
 }
@@ -175,7 +175,8 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
 
 void DbcReader::dropUnclearSignals(MessageDescription& message)
 {
-    if (has(message, Multiplexing::Multiplexor) && !has(message, Multiplexing::Nested))
+    if (countOf(Multiplexing::Multiplexor, message) == 1 &&
+        countOf(Multiplexing::Nested, message) == 0)
         return;
     const auto dependsOnAnother = [](const SignalDescription& signal) {
         return signal.multiplexing == Multiplexing::Multiplexed ||

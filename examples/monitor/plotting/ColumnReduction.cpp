@@ -12,7 +12,7 @@ int columnOf(double x, double from, double to, int columns)
 {
     if (!(to > from))
         return 0;
-    return std::clamp(static_cast<int>((x - from) / (to - from) * columns), 0, columns - 1);
+    return static_cast<int>(std::clamp((x - from) / (to - from) * columns, 0.0, columns - 1.0));
 }
 
 void appendExtremes(const QPointF* begin, const QPointF* end, QVector<QPointF>& line)

@@ -91,7 +91,7 @@ void addAxis(QChart& chart, Qt::Alignment side, const AxisRange& range, const QS
 QString plotTitleOf(const SignalReport& report)
 {
     const QString name = printable(report.name);
-    return report.source ? QStringLiteral("%1, source %2").arg(name).arg(*report.source) : name;
+    return report.source ? name + QStringLiteral(", source %1").arg(*report.source) : name;
 }
 
 AxisRange rangeOf(const Trace& trace)

@@ -59,10 +59,10 @@ void LiveView::pressInFilter(const Key& key)
 void LiveView::scroll(Key::Kind kind)
 {
     constexpr int columnStep = 8;
-    constexpr int last = std::numeric_limits<int>::max();
+    constexpr int last = std::numeric_limits<int>::max() / 2; // from where a page fits in
     const int up = kind == Key::Up ? 1 : kind == Key::PageUp ? page : kind == Key::Home ? row : 0;
     const int down = kind == Key::Down ? 1 : kind == Key::PageDown ? page : 0;
-    row = kind == Key::End ? last : std::max(0, row - up + down);
+    row = kind == Key::End ? last : std::clamp(row - up + down, 0, last);
     const int right = kind == Key::Right ? columnStep : kind == Key::Left ? -columnStep : 0;
     column = std::max(0, column + right);
 }

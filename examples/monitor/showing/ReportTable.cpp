@@ -98,7 +98,7 @@ QString formatLimits(const QVector<SignalReport>& reports)
 
 QString formatTransport(const TransportCounts& counts)
 {
-    if (counts.messages + counts.lost + counts.outOfOrder + counts.interrupted == 0)
+    if ((counts.messages | counts.lost | counts.outOfOrder | counts.interrupted) == 0)
         return QString();
     return QStringLiteral("transport   %1 message(s), %2 interrupted; packets: %3 lost, %4 out of "
                           "order\n")
