@@ -1,5 +1,6 @@
 #include <saving/RunStorage.h>
 #include <saving/SeriesFile.h>
+#include <showing/Report.h>
 
 #include <QtCore/QCryptographicHash>
 
@@ -15,8 +16,10 @@ void report(const monitor::SavedRun& run)
     const QVector<monitor::MessageDescription> noDescriptions;
     monitor::SignalTable table(noDescriptions);
     monitor::restoreSignals(run, table);
-    if (table.report(run.k).size() != run.recordedSignals.size())
+    const QVector<monitor::SignalReport> reports = table.report(run.k);
+    if (reports.size() != run.recordedSignals.size())
         std::abort();
+    monitor::formatReport(monitor::OutputFormat::Table, run.k, run.counts, reports);
 }
 
 } // namespace
