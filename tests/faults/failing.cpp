@@ -4,6 +4,8 @@
 
 #include "failing.h"
 
+#include <sanitizers.h>
+
 #include <dlfcn.h>
 #include <pthread.h>
 
@@ -11,7 +13,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if ADDRESS_SANITIZER
 #define REAL(name) __interceptor_##name
 #else
 #define REAL(name) __libc_##name

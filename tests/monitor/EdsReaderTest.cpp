@@ -1,4 +1,5 @@
 #include <descriptions/EdsReader.h>
+#include <sanitizers.h>
 
 #include <gtest/gtest.h>
 
@@ -185,7 +186,7 @@ TEST(EdsReader, DamagedFilesGiveNoSignalOutsideItsPdo)
     std::mt19937 random(306);
     const QByteArray valid =
         objects + pdo("$NODEID+0x180", "3", {"0x20000008", "0x20010010", "0x20030020"});
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < repetitions(3000); ++i) {
         QByteArray eds = valid;
         for (auto damage = 1 + random() % 8; damage > 0; --damage)
             eds[static_cast<uint>(random()) % static_cast<uint>(eds.size())] =

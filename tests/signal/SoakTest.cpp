@@ -1,4 +1,5 @@
 #include <feed.h>
+#include <sanitizers.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QThreadPool>
@@ -29,7 +30,7 @@ const int lives = values / (signalCount * lifeLength);
 /// Memory is compared from here on: every signal has held every element type.
 constexpr int warmUp = typeCount;
 
-#ifdef __SANITIZE_ADDRESS__
+#if ADDRESS_SANITIZER
 constexpr bool freedMemoryReturns = false; ///< AddressSanitizer keeps it for a while
 #else
 constexpr bool freedMemoryReturns = true;

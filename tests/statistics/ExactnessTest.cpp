@@ -1,6 +1,7 @@
 #include "Reference.h"
 #include "dataSets.h"
 
+#include <sanitizers.h>
 #include <statistics/SimpleStatisticCalculator.h>
 #include <statistics/StatisticCalculator.h>
 
@@ -126,7 +127,7 @@ TYPED_TEST(Exactness, TheOrderOfTheValuesMovesNoAnswerByMoreThanTwoUlp)
         };
         const bool isLong = values.size() > 100000;
         Random random(99);
-        for (int i = isLong ? 1 : 10; i > 0; --i) {
+        for (int i = isLong ? 1 : repetitions(10); i > 0; --i) {
             random.shuffle(values);
             expectNearFirst();
         }

@@ -1,6 +1,7 @@
 #include "Reference.h"
 
 #include "sequenceLock.h"
+#include <sanitizers.h>
 #include <statistics/StatisticCalculator.h>
 #include <waitUntil.h>
 
@@ -12,7 +13,7 @@ namespace
 {
 
 // Sanitizers slow every access down by far; they find in fewer values what they are there to find.
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || !defined(NDEBUG)
+#if defined(__SANITIZE_THREAD__) || ADDRESS_SANITIZER || !defined(NDEBUG)
 constexpr int usualValueCount = 300000;
 #else
 constexpr int usualValueCount = 10000000;

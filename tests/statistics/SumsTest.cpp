@@ -3,6 +3,7 @@
 
 #include "sums.h"
 
+#include <sanitizers.h>
 #include <statistics/SimpleStatisticCalculator.h>
 
 namespace
@@ -130,7 +131,7 @@ TYPED_TEST(IntegerSums, AddingTheGreatestValuesCarriesIntoEveryWord)
 TEST(Means, AreTheNearestDoublesWhateverTheSumAndTheCount)
 {
     Random random(21);
-    for (int i = 0; i < 300000; ++i) {
+    for (int i = 0; i < repetitions(300000); ++i) {
         const Int128 count = 1 + random.below(1 << random.below(20));
         const Int128 power = Int128(1) << (34 + random.below(30));
         const Int128 unit =
@@ -223,7 +224,7 @@ TEST(Deviations, OfSumsThatLeaveAWordOnceMultipliedAreRight)
 TEST(Deviations, OfVeryLongSeriesAreWithinOneUnitInTheLastPlace)
 {
     Random random(9);
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < repetitions(100000); ++i) {
         const quint64 count = lastExactSquare + 1 + (random.next() >> (24 + random.below(12)));
         const quint64 low = random.next(), high = random.next() >> random.below(64);
         const auto squares = static_cast<long double>(high) * 0x1p64L + low;
@@ -238,7 +239,7 @@ TEST(Deviations, OfVeryLongSeriesAreWithinOneUnitInTheLastPlace)
 TEST(WideIntegers, ProductsAndSquaresAgreeWithLongMultiplication)
 {
     Random random(1);
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < repetitions(100000); ++i) {
         const quint64 a = random.next() >> random.below(64), b = random.next() >> random.below(64);
         // Bit by bit.
         Words<2> expected{};
@@ -273,7 +274,7 @@ TEST(WideIntegers, AdditionCarriesThroughAllWordsAndNegationUndoesIt)
 TEST(WideIntegers, ConversionToADoubleRoundsOnceAndThatToTwoKeepsOneHundredAndSixBits)
 {
     Random random(2);
-    for (int i = 0; i < 300000; ++i) {
+    for (int i = 0; i < repetitions(300000); ++i) {
         const int length = 1 + random.below(127);
         const Int128 any = (Int128(random.next() >> 1) << 64 | random.next()) >> (127 - length);
         const Int128 half = Int128(1) << std::max(0, length - 54);
@@ -306,7 +307,7 @@ TEST(WideIntegers, AreRoundedOnceWhereTheUpperWordAloneIsHalfWayBetweenTwoDouble
 TEST(ErrorFreeTransformations, LoseNothing)
 {
     Random random(3);
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < repetitions(100000); ++i) {
         // Whole numbers of 53 bits, whose sums and products words can hold.
         const quint64 a = random.next() >> 11, b = random.next() >> 11;
         const double x = static_cast<double>(a), y = static_cast<double>(b);
@@ -333,7 +334,7 @@ TYPED_TEST(FloatingSeries, HaveMeansWithinOneUnitInTheLastPlaceWhereValuesTakeEa
 {
     using N = TypeParam;
     Random random(11);
-    for (int i = 0; i < 300000; ++i) {
+    for (int i = 0; i < repetitions(300000); ++i) {
         QList<N> values; // whole numbers, so that a word of 128 bits has their sum
         Int128 sum = 0;
         const int reach = random.below(60);
@@ -363,7 +364,7 @@ TYPED_TEST(FloatingSeries, HaveDeviationsWithinOneUnitInTheLastPlace)
 {
     using N = TypeParam;
     Random random(12);
-    for (int i = 0; i < 300000; ++i) {
+    for (int i = 0; i < repetitions(300000); ++i) {
         QList<N> values; // whole numbers of 51 bits, for the same reason
         Int128 sum = 0, squares = 0;
         const quint64 base = random.next() >> (14 + random.below(50));
