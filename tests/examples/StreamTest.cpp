@@ -1,0 +1,188 @@
+#include "waitUntil.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
+#include <QtNetwork/QLocalSocket>
+
+namespace
+{
+
+constexpr int patience = 60000; // milliseconds
+
+/// The exit code of `stream`, -1 if it does not end by itself.
+int run(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(STREAM_PROGRAM, arguments);
+    if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
+        return process.exitCode();
+    process.kill();
+    process.waitForFinished();
+    return -1;
+}
+
+/// A record with the raw value 4800 in an int, as its header describes the format.
+const QByteArray plainRecord = QByteArray::fromHex("0001"
+                                                   "0000000200000012c0"
+                                                   "0000000001"
+                                                   "00000000");
+
+QByteArray withLength(const QByteArray& message)
+{
+    return QByteArray::fromHex(QByteArray::number(message.size(), 16).rightJustified(8, '0')) +
+           message;
+}
+
+/// `stream receive`, which cannot have more than 150 MB of address space.
+class Receiver
+{
+public:
+    Receiver()
+    {
+        process.start("sh", {"-c", "ulimit -v 150000 && exec \"$0\" receive \"$1\"", STREAM_PROGRAM,
+                             address()});
+        EXPECT_TRUE(waitUntil([this] { return QFile::exists(address()); }));
+    }
+
+    ~Receiver()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+
+    Receiver(const Receiver&) = delete;
+    Receiver& operator=(const Receiver&) = delete;
+
+    QString address() const { return directory.filePath("socket"); }
+
+    /// Connects, sends \a bytes, and disconnects.
+    void feed(const QByteArray& bytes)
+    {
+        QLocalSocket socket;
+        socket.connectToServer(address());
+        ASSERT_TRUE(socket.waitForConnected(patience));
+        socket.write(bytes);
+        while (socket.waitForBytesWritten(patience)) {
+        }
+    }
+
+    void waitForEnd()
+    {
+        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
+            exitCode = process.exitCode();
+        output = process.readAllStandardOutput().toStdString();
+        messages = process.readAllStandardError().toStdString();
+    }
+
+    int exitCode = -1;
+    std::string output;
+    std::string messages;
+
+private:
+    QTemporaryDir directory;
+    QProcess process;
+};
+
+void expectRejected(const QByteArray& bytes, const std::string& message)
+{
+    Receiver receiver;
+    receiver.feed(bytes);
+    receiver.waitForEnd();
+    EXPECT_EQ(receiver.exitCode, 1) << bytes.toHex().toStdString();
+    EXPECT_EQ(receiver.messages, "stream: " + message + '\n') << bytes.toHex().toStdString();
+    EXPECT_EQ(receiver.output, "");
+}
+
+} // namespace
+
+// The raw values are the 1001 whole numbers from 4800 on, whose deviation is the square root of
+// (1001^2 - 1) / 12, 288.9637. Scaled by 0.125 that is 36.1205.
+TEST(Stream, ReceiverPrintsTheStatisticsOfWhatWasSent)
+{
+    Receiver receiver;
+    EXPECT_EQ(run({"send", receiver.address()}), 0);
+    receiver.waitForEnd();
+    EXPECT_EQ(receiver.messages, "");
+    EXPECT_EQ(receiver.output, "1001 records, average 662.5, deviation 36.1205, 600 to 725\n");
+    EXPECT_EQ(receiver.exitCode, 0);
+}
+
+TEST(Stream, ReceiverAcceptsRecordsByTheBytesOfTheirFormat)
+{
+    Receiver receiver;
+    receiver.feed(withLength(plainRecord));
+    receiver.waitForEnd();
+    EXPECT_EQ(receiver.output, "1 records, average 600, deviation 0, 600 to 600\n");
+    EXPECT_EQ(receiver.exitCode, 0);
+}
+
+// If the receiver kept them, they would not fit into its memory.
+TEST(Stream, AnyNumberOfRecordsFitsIntoTheMemoryOfTheReceiver)
+{
+    constexpr int many = 1000000;
+    Receiver receiver;
+    receiver.feed(withLength(plainRecord).repeated(many));
+    receiver.waitForEnd();
+    EXPECT_EQ(receiver.output, "1000000 records, average 600, deviation 0, 600 to 600\n");
+    EXPECT_EQ(receiver.messages, "");
+}
+
+TEST(Stream, HostileValuesAreRejectedBeforeTheyAreRead)
+{
+    const char* const hostile[] = {
+        "000100000009007fffffff",                             // a list of two billion members
+        "00010000000900000000010000000900000000010000000900", // lists within each other
+        "00010000000a007ffffffe0041",                         // a text of 2 GB
+        "00010000000a00000000020041000000000100000000",       // any text
+        "00010000000c007fffffff00",                           // a byte array of 2 GB
+        "000100000400000000000200",                           // a type of the program's own
+        "00010000000200000012c0000000000a007ffffffe00000000", // the scaled value a text
+        "00020000000200000012c0000000000100000000",           // another version
+        "00010000000001000000000100000000",                   // no raw value
+        "00010000000200000012c000000000010000000000",         // a byte too many
+        "",
+    };
+    for (const char* const bytes : hostile)
+        expectRejected(withLength(QByteArray::fromHex(bytes)),
+                       "message is not a record of plain numbers");
+}
+
+TEST(Stream, RecordsCutOffAnywhereAreRejected)
+{
+    for (int size = 0; size < plainRecord.size(); ++size)
+        expectRejected(withLength(plainRecord.left(size)),
+                       "message is not a record of plain numbers");
+}
+
+TEST(Stream, MessagesLongerThanAnyRecordAreRejectedByTheirLength)
+{
+    expectRejected(withLength(QByteArray(65, 'x')), "message of 65 bytes, longer than a record");
+    expectRejected(withLength(plainRecord) + QByteArray::fromHex("ffffffff"),
+                   "message of 4294967295 bytes, longer than a record");
+    expectRejected(withLength(QByteArray(10000000, 'x')),
+                   "message of 10000000 bytes, longer than a record");
+}
+
+TEST(Stream, ConnectionThatEndsWithinAMessageIsAnError)
+{
+    const QByteArray whole = withLength(plainRecord);
+    for (const int size : {1, 3, 4, 5, whole.size() - 1})
+        expectRejected(whole + whole.left(size), "message incomplete");
+}
+
+TEST(Stream, WrongArgumentsAreExitCode2)
+{
+    EXPECT_EQ(run({}), 2);
+    EXPECT_EQ(run({"send"}), 2);
+    EXPECT_EQ(run({"forward", "socket"}), 2);
+}
+
+TEST(Stream, AddressThatCannotBeUsedIsExitCode2)
+{
+    const QTemporaryDir directory;
+    EXPECT_EQ(run({"send", directory.filePath("nobody")}), 2);
+    EXPECT_EQ(run({"receive", directory.filePath("no/folder")}), 2);
+}
