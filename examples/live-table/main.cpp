@@ -35,7 +35,7 @@ public:
 
     void add(const QCanBusFrame& frame)
     {
-        const quint32 id = frame.hasExtendedFrameFormat() ? frame.frameId() & 0x3FFFFFF : 0;
+        const quint32 id = frame.frameId() & 0x3FFFFFF; // PGN and source, without the priority
         const QByteArray data = frame.payload();
         for (Signal& row : rows) {
             if (id != (row.pgn << 8 | row.source) || data.size() < row.firstByte + 2)

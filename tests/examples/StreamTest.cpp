@@ -25,10 +25,8 @@ int run(const QStringList& arguments)
 }
 
 /// A record with the raw value 4800 in an int, as its header describes the format.
-const QByteArray plainRecord = QByteArray::fromHex("0001"
-                                                   "0000000200000012c0"
-                                                   "0000000001"
-                                                   "00000000");
+const QByteArray plainRecord =
+    QByteArray::fromHex("0001 00000002 00 000012c0 00000000 01 00000000");
 
 QByteArray withLength(const QByteArray& message)
 {
@@ -110,12 +108,19 @@ TEST(Stream, ReceiverPrintsTheStatisticsOfWhatWasSent)
     EXPECT_EQ(receiver.exitCode, 0);
 }
 
-TEST(Stream, ReceiverAcceptsRecordsByTheBytesOfTheirFormat)
+// 4800 as int, unsigned int, both 64-bit integers, and double.
+TEST(Stream, ReceiverAcceptsRecordsWithNumbersOfAnyType)
 {
+    QByteArray sent;
     Receiver receiver;
-    receiver.feed(withLength(plainRecord));
+    for (const char* const rawValue :
+         {"00000002 00 000012c0", "00000003 00 000012c0", "00000004 00 00000000000012c0",
+          "00000005 00 00000000000012c0", "00000006 00 40b2c00000000000"})
+        sent += withLength(QByteArray::fromHex("0001") + QByteArray::fromHex(rawValue) +
+                           QByteArray::fromHex("00000000 01 00000000"));
+    receiver.feed(sent);
     receiver.waitForEnd();
-    EXPECT_EQ(receiver.output, "1 records, average 600, deviation 0, 600 to 600\n");
+    EXPECT_EQ(receiver.output, "5 records, average 600, deviation 0, 600 to 600\n");
     EXPECT_EQ(receiver.exitCode, 0);
 }
 
@@ -130,20 +135,21 @@ TEST(Stream, AnyNumberOfRecordsFitsIntoTheMemoryOfTheReceiver)
     EXPECT_EQ(receiver.messages, "");
 }
 
+// Each message has the length that it would have if the values were numbers of the size of the type
+// in memory, so that only the types give it away.
 TEST(Stream, HostileValuesAreRejectedBeforeTheyAreRead)
 {
     const char* const hostile[] = {
-        "000100000009007fffffff",                             // a list of two billion members
-        "00010000000900000000010000000900000000010000000900", // lists within each other
-        "00010000000a007ffffffe0041",                         // a text of 2 GB
-        "00010000000a00000000020041000000000100000000",       // any text
-        "00010000000c007fffffff00",                           // a byte array of 2 GB
-        "000100000400000000000200",                           // a type of the program's own
-        "00010000000200000012c0000000000a007ffffffe00000000", // the scaled value a text
-        "00020000000200000012c0000000000100000000",           // another version
-        "00010000000001000000000100000000",                   // no raw value
-        "00010000000200000012c000000000010000000000",         // a byte too many
-        "",
+        "0001 00000009 00 7fffffff00000000 00000000 01 00000000",          // 2 billion members
+        "0001 00000009 00 0000000100000009 00000000 01 00000000",          // a list in a list
+        "0001 0000000a 00 7ffffffe00000000 00000000 01 00000000",          // a text of 2 GB
+        "0001 0000000a 00 0000000400410042 00000000 01 00000000",          // a short text
+        "0001 0000000c 00 7fffffff00000000 00000000 01 00000000",          // 2 GB of bytes
+        "0001 00000400 00 00000000 01 00000000",                           // a type of a program
+        "0001 00000002 00 000012c0 0000000a 00 7ffffffe00000000 00000000", // scaled value a text
+        "0002 00000002 00 000012c0 00000000 01 00000000",                  // another version
+        "0001 00000000 01 00000000 01 00000000",                           // no raw value
+        "0001 00000002 00 000012c0 00000000 01 00000000 00",               // a byte too many
     };
     for (const char* const bytes : hostile)
         expectRejected(withLength(QByteArray::fromHex(bytes)),
