@@ -1,7 +1,7 @@
 #include "frameCheck.h"
 #include "textLines.h"
 
-#include <reading/CandumpLine.h>
+#include <sources/recording/CandumpLine.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

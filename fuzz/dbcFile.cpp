@@ -1,7 +1,7 @@
 #include "descriptionCheck.h"
 #include "textLines.h"
 
-#include <descriptions/DbcReader.h>
+#include <catalogue/dbc/DbcReader.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <decoding/Decoder.h>
-#include <descriptions/SignalNames.h>
-#include <signals/DatatypeChoice.h>
+#include <catalogue/SignalNames.h>
+#include <engine/DatatypeChoice.h>
 
 #include <cstdlib>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <reading/Frame.h>
+#include <can/Frame.h>
 
 #include <cstdlib>
 

@@ -2,7 +2,7 @@
 
 #include "refusal.h"
 
-#include <saving/PlainRecord.h>
+#include <engine/PlainRecord.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QDataStream>

@@ -1,6 +1,6 @@
-#include <saving/RunStorage.h>
-#include <saving/SeriesFile.h>
-#include <showing/Report.h>
+#include <engine/RunStorage.h>
+#include <outputs/SeriesFile.h>
+#include <outputs/Report.h>
 
 #include <QtCore/QCryptographicHash>
 

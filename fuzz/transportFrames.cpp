@@ -1,4 +1,4 @@
-#include <decoding/TransportProtocol.h>
+#include <can/TransportProtocol.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,0 +1,136 @@
+#include "DbcLine.h"
+
+#include "can/Frame.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <cmath>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr quint32 extendedFlag = 0x80000000;
+constexpr int longestMessage = 1785; // bytes, what the J1939 transport protocol can carry
+constexpr int longestSignal = 64;    // bits
+
+QRegularExpressionMatch matchMessage(const QString& line)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(^\s*BO_\s+(\d+)\s+(\w+)\s*:\s*(\d+)(?:\s+\w+)?\s*;?\s*$)"));
+    return pattern.match(line);
+}
+
+QRegularExpressionMatch matchSignal(const QString& line)
+{
+    static const QRegularExpression pattern(QStringLiteral(
+        R"RE(^\s*SG_\s+(?<name>\w+)(?:\s+(?<multiplex>M|m\d+M?))?\s*:)RE"
+        R"RE(\s*(?<start>\d+)\s*\|\s*(?<length>\d+)\s*@\s*(?<order>[01])\s*(?<sign>[+-]))RE"
+        R"RE(\s*\(\s*(?<factor>[^\s,()]+)\s*,\s*(?<offset>[^\s,()]+)\s*\))RE"
+        R"RE(\s*\[\s*(?<lower>[^\s|\[\]]+)\s*\|\s*(?<upper>[^\s|\[\]]+)\s*\])RE"
+        R"RE(\s*"(?<unit>[^"]*)")RE"));
+    return pattern.match(line);
+}
+
+bool readNumber(const QString& text, double& number)
+{
+    bool understood = false;
+    number = text.toDouble(&understood);
+    return understood && std::isfinite(number);
+}
+
+/// A number of up to \a last; -1 if it is greater. The text is digits only.
+int readCount(const QString& digits, int last)
+{
+    bool understood = false;
+    const int count = digits.toInt(&understood);
+    return understood && count <= last ? count : -1;
+}
+
+Multiplexing multiplexingOf(const QString& marker)
+{
+    if (marker.isEmpty())
+        return Multiplexing::Plain;
+    if (marker == QLatin1String("M"))
+        return Multiplexing::Multiplexor;
+    return marker.endsWith('M') ? Multiplexing::Nested : Multiplexing::Multiplexed;
+}
+
+/// Reads nothing, M, m5 or m5M.
+bool readMultiplexing(QString marker, SignalDescription& signal)
+{
+    signal.multiplexing = multiplexingOf(marker);
+    marker.remove('m').remove('M');
+    bool understood = marker.isEmpty();
+    if (!understood)
+        signal.multiplexorValue = marker.toULongLong(&understood);
+    return understood;
+}
+
+bool readPlace(const QRegularExpressionMatch& match, SignalDescription& signal)
+{
+    signal.startBit = readCount(match.captured("start"), longestMessage * 8 - 1);
+    signal.length = readCount(match.captured("length"), longestSignal);
+    signal.byteOrder =
+        match.captured("order") == QLatin1String("1") ? ByteOrder::Intel : ByteOrder::Motorola;
+    signal.isSigned = match.captured("sign") == QLatin1String("-");
+    return signal.startBit >= 0 && signal.length > 0;
+}
+
+bool readScaling(const QRegularExpressionMatch& match, SignalDescription& signal)
+{
+    if (!readNumber(match.captured("factor"), signal.factor) || signal.factor == 0 ||
+        !readNumber(match.captured("offset"), signal.offset) ||
+        !readNumber(match.captured("lower"), signal.lowerLimit) ||
+        !readNumber(match.captured("upper"), signal.upperLimit))
+        return false;
+    const ValueRange range = scaledRange(signal);
+    return std::isfinite(range.lowest) && std::isfinite(range.highest);
+}
+
+} // namespace
+
+bool readDbcId(const QString& digits, MessageDescription& message)
+{
+    bool isNumber = false;
+    const quint32 id = digits.toUInt(&isNumber);
+    message.extended = (id & extendedFlag) != 0;
+    message.id = id & ~extendedFlag;
+    return isNumber;
+}
+
+DbcComplaint readDbcMessage(const QString& line, MessageDescription& message)
+{
+    const QRegularExpressionMatch match = matchMessage(line);
+    const bool isNumber = readDbcId(match.captured(1), message);
+    message.name = match.captured(2);
+    message.protocol = message.extended ? Protocol::J1939 : Protocol::CANopen;
+    message.size = readCount(match.captured(3), longestMessage);
+    if (!match.hasMatch() || !isNumber)
+        return QStringLiteral("message (BO_) not understood");
+    if (message.id > (message.extended ? lastExtendedId : lastStandardId))
+        return QStringLiteral("message (BO_) with an impossible id");
+    if (message.size < 0)
+        return QStringLiteral("message (BO_) with an impossible size");
+    return DbcComplaint();
+}
+
+DbcComplaint readDbcSignal(const QString& line, int messageSize, SignalDescription& signal)
+{
+    const QRegularExpressionMatch match = matchSignal(line);
+    if (!match.hasMatch())
+        return QStringLiteral("signal (SG_) not understood");
+    signal.name = match.captured("name");
+    signal.unit = match.captured("unit").simplified();
+    if (!readMultiplexing(match.captured("multiplex"), signal))
+        return QStringLiteral("signal (SG_) with an impossible multiplexor value");
+    if (!readPlace(match, signal) || !fitsInto(signal, messageSize))
+        return QStringLiteral("signal (SG_) that does not fit into its message");
+    if (!readScaling(match, signal))
+        return QStringLiteral("signal (SG_) with an impossible scaling");
+    return DbcComplaint();
+}
+
+} // namespace monitor

@@ -1,0 +1,209 @@
+#include "DbcReader.h"
+
+#include "text/LineReader.h"
+#include "text/LineText.h"
+#include "DbcLine.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <algorithm>
+
+namespace monitor
+{
+
+namespace
+{
+
+/// The message of this name and id holds the signals that belong to none.
+const QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
+const QLatin1String independentId("3221225472");
+
+QString keywordOf(const QString& line)
+{
+    static const QRegularExpression pattern(QStringLiteral(R"(^\s*(\w+))"));
+    return pattern.match(line).captured(1);
+}
+
+/// Whether a text begins in \a line, or ends in it, without doing the other too.
+bool changesText(const QString& line)
+{
+    QString unescaped = line;
+    unescaped.remove(QLatin1String("\\\""));
+    return unescaped.count('"') % 2 != 0;
+}
+
+auto countOf(Multiplexing multiplexing, const MessageDescription& message)
+{
+    const auto& descriptions = message.signalDescriptions;
+    return std::count_if(
+        descriptions.begin(), descriptions.end(),
+        [multiplexing](const auto& signal) { return signal.multiplexing == multiplexing; });
+}
+
+/// Removes the signals for which \a unwanted says so, and returns whether there were any.
+template <typename Predicate>
+bool removeSignals(MessageDescription& message, Predicate unwanted)
+{
+    auto& descriptions = message.signalDescriptions;
+    const auto first = std::remove_if(descriptions.begin(), descriptions.end(), unwanted);
+    const bool found = first != descriptions.end();
+    descriptions.erase(first, descriptions.end());
+    return found;
+}
+
+} // namespace
+
+void DbcReader::readLine(qint64 number, const QByteArray& bytes)
+{
+    const QString line = textOf(bytes);
+    const QString keyword = textBegunInLine == 0 ? keywordOf(line) : QString();
+    if (keyword == QLatin1String("BO_"))
+        readMessage(number, line);
+    else if (keyword == QLatin1String("SG_"))
+        readSignal(number, line);
+    else if (keyword == QLatin1String("SIG_VALTYPE_"))
+        readValueType(number, line);
+    else if (keyword == QLatin1String("BA_"))
+        readAttribute(number, line);
+    else
+        skip(number, line);
+}
+
+QVector<MessageDescription> DbcReader::finish()
+{
+    if (textBegunInLine != 0)
+        warnings.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
+    for (MessageDescription& message : messages) {
+        removeSignals(message, [](const auto& signal) { return signal.length == 0; });
+        dropUnclearSignals(message);
+    }
+    return std::move(messages);
+}
+
+void DbcReader::readMessage(qint64 number, const QString& line)
+{
+    MessageDescription message;
+    const bool isIndependent = line.contains(independentSignals);
+    holder = isIndependent ? SignalHolder::Independent : SignalHolder::None;
+    if (isIndependent)
+        return;
+    const DbcComplaint complaint = readDbcMessage(line, message);
+    if (!complaint.isEmpty())
+        return warnings.add(number, complaint);
+    message.line = number;
+    messages.append(message);
+    holder = SignalHolder::Message;
+}
+
+void DbcReader::readSignal(qint64 number, const QString& line)
+{
+    if (holder == SignalHolder::Independent)
+        return;
+    if (holder == SignalHolder::None)
+        return warnings.add(number, QStringLiteral("signal (SG_) without a message"));
+    SignalDescription signal;
+    const DbcComplaint complaint = readDbcSignal(line, messages.last().size, signal);
+    if (!complaint.isEmpty())
+        return warnings.add(number, complaint);
+    messages.last().signalDescriptions.append(signal);
+}
+
+QVector<SignalDescription*> DbcReader::find(const QString& dbcId, const QString& signalName)
+{
+    QVector<SignalDescription*> found;
+    MessageDescription wanted;
+    if (!readDbcId(dbcId, wanted))
+        return found;
+    for (MessageDescription& message : messages) {
+        if (message.id != wanted.id || message.extended != wanted.extended)
+            continue;
+        for (SignalDescription& signal : message.signalDescriptions) {
+            if (signal.name == signalName)
+                found += &signal;
+        }
+    }
+    return found;
+}
+
+// Comes after all messages. Left as a whole number the bits of an IEEE number would give wrong
+// figures, so a signal that is neither is not decoded.
+void DbcReader::readValueType(qint64 number, const QString& line)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(^\s*SIG_VALTYPE_\s+(\d+)\s+(\w+)\s*:?\s*([0-3])\s*;)"));
+    const QRegularExpressionMatch match = pattern.match(line);
+    if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
+        return; // in the list of the keywords that the file may use
+    if (!match.hasMatch())
+        return warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+    const auto found = find(match.captured(1), match.captured(2));
+    if (found.isEmpty() && match.captured(1) != independentId)
+        warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) of no signal"));
+    const int floatBits[] = {0, 32, 64, 0};
+    for (SignalDescription* signal : found)
+        setFloat(number, floatBits[match.captured(3).toInt()], *signal);
+}
+
+/// Makes \a signal one of IEEE numbers of \a bits; 0: of whole numbers.
+void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
+{
+    signal.isFloat = bits != 0;
+    if (bits == 0 || signal.length == bits)
+        return;
+    signal.length = 0;
+    warnings.add(number, QStringLiteral("floating-point signal of another length than %1 bits is "
+                                        "not decoded")
+                             .arg(bits));
+}
+
+void DbcReader::readAttribute(qint64 number, const QString& line)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral(R"RE(^\s*BA_\s+"SPN"\s+SG_\s+(\d+)\s+(\w+)\s+(\d+)\s*;)RE"));
+    const QRegularExpressionMatch match = pattern.match(line);
+    if (!match.hasMatch() || match.captured(1) == independentId)
+        return skip(number, line);
+    constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
+    bool understood = false;
+    const quint32 spn = match.captured(3).toUInt(&understood);
+    const auto found = find(match.captured(1), match.captured(2));
+    if (found.isEmpty() || !understood || spn > lastSpn)
+        return warnings.add(number, QStringLiteral("SPN that is none, or of no signal"));
+    for (SignalDescription* signal : found)
+        signal->spn = spn;
+}
+
+void DbcReader::dropUnclearSignals(MessageDescription& message)
+{
+    if (countOf(Multiplexing::Multiplexor, message) == 1 &&
+        countOf(Multiplexing::Nested, message) == 0)
+        return;
+    const auto dependsOnAnother = [](const SignalDescription& signal) {
+        return signal.multiplexing == Multiplexing::Multiplexed ||
+               signal.multiplexing == Multiplexing::Nested;
+    };
+    if (removeSignals(message, dependsOnAnother))
+        warnings.add(message.line, QStringLiteral("multiplexed signals of this message are not "
+                                                  "decoded: which multiplexor is not clear"));
+}
+
+void DbcReader::skip(qint64 number, const QString& line)
+{
+    if (changesText(line))
+        textBegunInLine = textBegunInLine == 0 ? number : 0;
+}
+
+QString readDbcFile(const QString& fileName, QTextStream& warningStream,
+                    QVector<MessageDescription>& messages)
+{
+    LineReader lines(fileName);
+    LineWarnings warnings(warningStream, fileName);
+    DbcReader reader(warnings);
+    for (QByteArray line; lines.readLine(line);)
+        reader.readLine(lines.lineNumber(), line);
+    messages = reader.finish();
+    warnings.printTotal(QStringLiteral("place(s) in all that are not used"));
+    return lines.error();
+}
+
+} // namespace monitor

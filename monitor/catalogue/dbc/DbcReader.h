@@ -1,0 +1,48 @@
+#pragma once
+
+#include "text/LineWarnings.h"
+#include "catalogue/Description.h"
+
+namespace monitor
+{
+
+/// Reads a DBC description line by line: messages (BO_), their signals (SG_), which of these are
+/// IEEE numbers (SIG_VALTYPE_) and their SPNs (BA_). Everything else is skipped, texts over several
+/// lines and signals that belong to no message included. A line of these that cannot be understood
+/// is a warning, and the rest is used. This class is reentrant.
+class DbcReader
+{
+public:
+    explicit DbcReader(LineWarnings& lineWarnings) : warnings(lineWarnings) {}
+
+    /// Takes in the line of that \a number, counted from 1.
+    void readLine(qint64 number, const QByteArray& line);
+
+    /// Says that there are no more lines, and returns the messages in the order of the file.
+    QVector<MessageDescription> finish();
+
+private:
+    /// What the signals that come next belong to: nothing, the last message, or nothing on purpose.
+    enum class SignalHolder { None, Message, Independent };
+
+    void readMessage(qint64 number, const QString& line);
+    void readSignal(qint64 number, const QString& line);
+    void readValueType(qint64 number, const QString& line);
+    void readAttribute(qint64 number, const QString& line);
+    void setFloat(qint64 number, int bits, SignalDescription& signal);
+    QVector<SignalDescription*> find(const QString& dbcId, const QString& signalName);
+    void dropUnclearSignals(MessageDescription& message);
+    void skip(qint64 number, const QString& line);
+
+    LineWarnings& warnings;
+    QVector<MessageDescription> messages;
+    SignalHolder holder = SignalHolder::None;
+    qint64 textBegunInLine = 0; // 0: not within a text
+};
+
+/// Reads the DBC file of that name into \a messages. Returns what made that impossible, naming
+/// the file; empty if nothing did.
+QString readDbcFile(const QString& fileName, QTextStream& warningStream,
+                    QVector<MessageDescription>& messages);
+
+} // namespace monitor

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "engine/MonitoredSignal.h"
+#include "TimeSpan.h"
+
+#include <QtCharts/QChartView>
+
+namespace monitor
+{
+
+/// The chart of one signal of a live run. The wheel zooms, dragging moves through the time, and a
+/// double click follows the end again.
+class SignalPlot : public QtCharts::QChartView
+{
+public:
+    SignalPlot();
+
+    /// Shows \a signal, whose figures are in \a figures, as it is \a seconds after the beginning.
+    void plot(MonitoredSignal& signal, const SignalReport& figures, double seconds);
+
+    /// Forgets the values, which the signals have forgotten too.
+    void clear();
+
+    /// Shows the end from now on.
+    void follow();
+
+    bool isFollowing() const { return span.isFollowing(); }
+
+protected:
+    void wheelEvent(QWheelEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void draw();
+    double timeAt(double x) const;
+    double secondsPerPixel() const;
+
+    const MonitoredSignal* plotted = nullptr;
+    SignalReport report;
+    SignalSeries series;
+    double end = 0; // how long the run has lasted
+    TimeSpan span;
+    double grabbed = 0; // where the mouse has taken hold
+};
+
+} // namespace monitor

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "catalogue/Description.h"
+#include "FrameCounts.h"
+#include "SignalRecords.h"
+
+namespace monitor
+{
+
+/// A signal with everything that was recorded of it.
+struct SavedSignal {
+    Protocol protocol = Protocol::CANopen;
+    std::optional<quint8> source; ///< J1939 source address or CANopen node
+    SignalDescription description;
+    SignalRecords records;
+};
+
+/// What a file of saved series holds.
+struct SavedRun {
+    double k = 3; ///< half the width of the band, in deviations
+    FrameCounts counts;
+    std::optional<qint64> firstTime; ///< when the first signal was seen, in microseconds
+    QVector<SavedSignal> recordedSignals;
+};
+
+} // namespace monitor

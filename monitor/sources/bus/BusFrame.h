@@ -1,0 +1,17 @@
+#pragma once
+
+#include "can/Frame.h"
+
+#include <QtSerialBus/QCanBusFrame>
+
+namespace monitor
+{
+
+/// The data or remote frame \a busFrame, without a time: the time stamps of Qt Serial Bus have
+/// another epoch with each plugin, and not every one sets them.
+Frame frameOf(const QCanBusFrame& busFrame);
+
+/// \a frame for the bus. One of a length that there is none of on a bus is not isValid().
+QCanBusFrame busFrameOf(const Frame& frame);
+
+} // namespace monitor

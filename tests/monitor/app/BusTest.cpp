@@ -1,0 +1,151 @@
+#include "LiveRun.h"
+#include "sources/bus/SimulatedBus.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+namespace
+{
+
+MonitorRun liveOn(const QString& plugin, const QString& device)
+{
+    return runMonitor(QStringList{"live", "--plugin", plugin, "--interface", device} +
+                      sampleOptions());
+}
+
+QString write(const QTemporaryDir& directory, const QByteArray& log)
+{
+    QFile file(directory.filePath("bus.log"));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(log);
+    return file.fileName();
+}
+
+} // namespace
+
+TEST(Bus, LiveShowsTheFiguresThatAReplayOfWhatIsSentShows)
+{
+    const SimulatedBus bus;
+    LiveRun live(bus);
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.output, replayedSample());
+    EXPECT_TRUE(run.output.contains("frames      1371\n"));
+}
+
+TEST(Bus, LiveTakesTheOptionsOfAReplay)
+{
+    const QStringList options{"--format", "json",    "--k",      "2",
+                              "--signal", "Engine*", "--limits", "EngineSpeed=600:2200"};
+    const SimulatedBus bus;
+    LiveRun live(bus, options);
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, replayedSample(options));
+    EXPECT_TRUE(run.output.contains("\"EngineSpeed\""));
+}
+
+TEST(Bus, TwoListenersHearTheSame)
+{
+    const SimulatedBus bus;
+    LiveRun first(bus, {"--frames", "1371"});
+    LiveRun second(bus, {"--frames", "1371"});
+    bus.send(sampleFile("drive.log"));
+    const QString expected = replayedSample();
+    EXPECT_EQ(second.waitForEnd().output, expected);
+    EXPECT_EQ(first.waitForEnd().output, expected);
+}
+
+// 0.4 s of recording in 0.1 s, and what has an earlier time or none at once.
+TEST(Bus, RecordingIsSentWithItsWaitsWhateverItsTimes)
+{
+    const QTemporaryDir directory;
+    const QString recording = write(directory, " (1000.0)  can0  123   [2]  11 22\n"
+                                               "can0  123   [2]  11 22\n"
+                                               " (1000.4)  can0  123   [2]  11 22\n"
+                                               " (0.0)  can0  123   [2]  remote request\n"
+                                               " (0.0)  can0  20000088   [8]  00 00 00 00 00 00 "
+                                               "00 00   ERRORFRAME\n");
+    const SimulatedBus bus;
+    LiveRun live(bus);
+    const MonitorRun run =
+        runMonitor(QStringList{"send", recording, "--speed", "4"} + bus.options());
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, QString("sent        4\nnot sent    1 error frame(s), 0 of a length that "
+                                  "no frame has\n"));
+    EXPECT_TRUE(live.end().output.contains("frames      4\ndecoded     0\n"));
+}
+
+TEST(Bus, FramesOfCanFdAreSentAndReceivedIfThatIsAskedFor)
+{
+    const QTemporaryDir directory;
+    const QString recording =
+        write(directory, "(1.0) can0 123##1" + QByteArray("5A").repeated(64) + '\n');
+    const SimulatedBus bus;
+    LiveRun live(bus, {"--fd"});
+    bus.send(recording, {"--fd"});
+    const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.messages, bus.name() + ": a CAN FD frame of the recording needs --fd\n");
+    EXPECT_TRUE(live.end().output.contains("frames      1\n"));
+}
+
+TEST(Bus, LiveEndsByItselfWhenItsTimeIsOver)
+{
+    const SimulatedBus bus;
+    LiveRun live(bus, {"--duration", "0.1"});
+    const MonitorRun run = live.waitForEnd();
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.output.contains("frames      0\n"));
+    EXPECT_EQ(run.messages, bus.name() + ": no frame could be decoded with " +
+                                sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") + '\n');
+}
+
+TEST(Bus, LostConnectionEndsWithTheFiguresSoFarAndExitCode2)
+{
+    const SimulatedBus bus;
+    LiveRun host(bus); // the first program on this kind of bus is the bus
+    LiveRun live(bus);
+    host.kill();
+    const MonitorRun run = live.waitForEnd();
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.output.contains("frames      0\n"));
+    EXPECT_TRUE(run.messages.endsWith(bus.name() + ": the connection is lost\n"));
+}
+
+TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
+{
+    const MonitorRun noPlugin = liveOn("nonsense", "can0");
+    EXPECT_EQ(noPlugin.exitCode, 2);
+    EXPECT_TRUE(noPlugin.messages.startsWith(
+        "nonsense can0: cannot be connected: there is no such plugin; there are "));
+    EXPECT_TRUE(noPlugin.messages.contains("virtualcan"));
+    const MonitorRun noDevice = liveOn("socketcan", "nonsense0");
+    EXPECT_EQ(noDevice.exitCode, 2);
+    EXPECT_TRUE(noDevice.messages.startsWith("socketcan nonsense0: cannot be connected: "));
+    EXPECT_EQ(noDevice.output, QString());
+}
+
+TEST(Bus, RecordingWithoutAFrameToSendIsExitCode1AndAMessageWithItsName)
+{
+    const QTemporaryDir directory;
+    for (const char* log : {"", "nonsense\n", "(1.0) can0 20000088#0000000000000000\n"}) {
+        const SimulatedBus bus;
+        const QString recording = write(directory, log);
+        const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.messages.endsWith(recording + ": holds no frame that can be sent\n"))
+            << run.messages.toStdString();
+    }
+}
+
+TEST(Bus, RecordingThatCannotBeReadIsNotSent)
+{
+    const SimulatedBus bus;
+    const MonitorRun run = runMonitor(QStringList{"send", "/nonsense.log"} + bus.options());
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith("/nonsense.log: cannot be read: "));
+}

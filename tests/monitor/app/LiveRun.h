@@ -1,0 +1,50 @@
+#pragma once
+
+#include "sources/bus/SimulatedBus.h"
+
+/// `monitor live` beside the test, or `monitor window`.
+class LiveRun
+{
+public:
+    explicit LiveRun(const SimulatedBus& bus, const QStringList& options = {},
+                     const QString& command = "live")
+    {
+        process.setReadChannel(QProcess::StandardError);
+        process.start(MONITOR_PROGRAM,
+                      QStringList(command) + bus.options() + sampleOptions() + options);
+        while (!messages.contains("connected\n") && process.waitForReadyRead(10000))
+            messages += process.readAllStandardError();
+        EXPECT_TRUE(messages.endsWith(bus.name() + ": connected\n")) << messages.toStdString();
+    }
+
+    ~LiveRun() { kill(); }
+
+    LiveRun(const LiveRun&) = delete;
+    LiveRun& operator=(const LiveRun&) = delete;
+
+    void kill()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+
+    MonitorRun end()
+    {
+        process.terminate();
+        return waitForEnd();
+    }
+
+    MonitorRun waitForEnd()
+    {
+        MonitorRun run;
+        if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
+            run.exitCode = process.exitCode();
+        run.output = QString::fromUtf8(process.readAllStandardOutput());
+        run.messages = QString::fromUtf8(process.readAllStandardError());
+        return run;
+    }
+
+private:
+    QProcess process;
+    QString messages;
+};

@@ -1,0 +1,280 @@
+#include "MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QElapsedTimer>
+
+namespace
+{
+
+const QByteArray speedDbc = "BO_ 2364540158 EEC1: 8 Engine\n"
+                            " SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] \"rpm\" X\n";
+
+using Program = MonitorFiles;
+
+} // namespace
+
+// 800, 1600 and 2400 bits are 100, 200 and 300 rpm: mean 200, deviation 100 x root of 2/3.
+TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
+{
+    const MonitorRun run = replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
+                                  "(1.1) can0 0CF00400#FFFFFF4006FFFFFF\n"
+                                  "(1.2) can0 0CF00400#FFFFFFFFFFFFFFFF\n"
+                                  "(1.3) can0 0CF00400#FFFFFF00FEFFFFFF\n"
+                                  "(1.4) can0 0CF00400#FFFFFF6009FFFFFF\n"
+                                  "(1.5) can0 18FEEE00#FFFFFFFFFFFFFFFF\n",
+                                  speedDbc, {"--k", "1"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.output.section('\n', 1, 1).simplified(),
+              QString("EngineSpeed 0 3 300 200 81.6496581 100 300 200 0 "
+                      "118.350342 .. 281.649658 2 rpm 1 1"));
+    EXPECT_EQ(run.output.section('\n', 2).simplified(),
+              QString("band average -/+ 1 deviations frames 6 decoded 5 undecoded 1 dropped 0 "
+                      "errors 0 no frame 0"));
+}
+
+TEST_F(Program, ChosenSignalsAloneAreShownAndGivenLimitsRateThem)
+{
+    const QByteArray dbc = speedDbc + " SG_ Torque : 16|8@1+ (1,-125) [0|0] \"%\" X\n";
+    const QByteArray log = "(1.0) can0 0CF00400#FFFF8C2003FFFFFF\n"
+                           "(1.1) can0 0CF00400#FFFF964006FFFFFF\n";
+    const MonitorRun run =
+        replay(log, dbc, {"--signal", "Engine?peed", "--limits", "*=0:100", "--format", "csv"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.count("\r\n"), 2);
+    EXPECT_EQ(run.output.section("\r\n", 1, 1).section(',', 0, 7),
+              QString("EngineSpeed,j1939,0,2,0,0,200,150"));
+    EXPECT_EQ(run.output.section("\r\n", 1, 1).section(',', 12, 12), QString("0"));
+    EXPECT_TRUE(replay(log, dbc, {"--limits", "Torque=0:100"})
+                    .output.contains("limits      0 .. 100 rate Torque\n"));
+}
+
+TEST_F(Program, PatternWithoutASignalIsExitCode2)
+{
+    for (const char* option : {"--signal", "--limits"}) {
+        const MonitorRun run = replay("", speedDbc, {option, "Nothing=1:2"});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith("there is no signal \"Nothing"));
+    }
+}
+
+TEST_F(Program, ControlCharactersInNamesDoNotReachTheTerminalByMessages)
+{
+    const MonitorRun run = replay("", speedDbc, {"--signal", "\x1b[2JNothing"});
+    EXPECT_EQ(run.messages, QString("there is no signal \" [2JNothing\"\n"));
+}
+
+TEST_F(Program, FramesThatAreDecodedByThemselvesAndInAMessageCountOnce)
+{
+    const MonitorRun run = replay("(1.0) can0 1CECFF05#200A0002FFE0FE00\n"
+                                  "(1.1) can0 1CEBFF05#0101020304050607\n"
+                                  "(1.2) can0 1CEBFF05#0208090AFFFFFFFF\n",
+                                  "BO_ 2632711936 Packet: 8 X\n"
+                                  " SG_ Number : 0|8@1+ (1,0) [0|255] \"\" X\n"
+                                  "BO_ 2566840320 Long: 16 X\n"
+                                  " SG_ Value : 64|8@1+ (1,0) [0|255] \"\" X\n",
+                                  {});
+    EXPECT_TRUE(run.output.contains("frames      3\ndecoded     3\nundecoded   0\n"))
+        << run.output.toStdString();
+}
+
+TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
+{
+    const MonitorRun run = replay("# comment\n\nnonsense\n"
+                                  "(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
+                                  "(1.1) can0 0CF00400#FFFFFF200",
+                                  speedDbc);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString("%1:3: not a frame\n%1:5: not a frame\n"
+                                    "%1: 2 line(s) in all that are no frame\n")
+                                .arg(path("bus.log")));
+    EXPECT_TRUE(run.output.contains("no frame    2\n"));
+    EXPECT_TRUE(run.output.contains("frames      1\n"));
+}
+
+TEST_F(Program, WhatIsLostOrAnErrorIsCountedApart)
+{
+    const MonitorRun run = replay(" (000.000000)  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
+                                  " (000.000100)  can0  20000088   [8]  00 00 00 00 00 00 00 00"
+                                  "   ERRORFRAME\n"
+                                  "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total 12)\n"
+                                  "DROPCOUNT: dropped 1 CAN frame on 'can0' socket (total 13)\n"
+                                  " (000.000050)  can0  0CF00400   [8]  remote request\n",
+                                  speedDbc, {"--format", "json"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_TRUE(run.output.contains("\"frames\": {\"total\": 2, \"decoded\": 1, \"undecoded\": 1, "
+                                    "\"dropped\": 13, \"errors\": 1}"))
+        << run.output.toStdString();
+}
+
+// Two nodes of one kind; 300 and -300 have the mean 0 and the deviation 300.
+TEST_F(Program, ObjectsOfCanopenNodesAreShownByNode)
+{
+    const QString eds = write("drive.eds", "[1800Sub1]\nDefaultValue=$NODEID+0x40000180\n"
+                                           "[1a00sub0]\nDefaultValue=3\n"
+                                           "[1A00SUB1]\nDefaultValue=0x60440010\n"
+                                           "[1A00sub2]\nDefaultValue=0x20000030\n"
+                                           "[6044]\nParameterName=Speed\nDataType=0x0003\n"
+                                           "[2000]\nParameterName=Uptime\nDataType=0x0013\n");
+    const QString log = write("bus.log", "(1.0) can0 185#2C01FFFFFFFFFFFF\n"
+                                         "(1.1) can0 185#R8\n"
+                                         "(1.2) can0 187#0100010000000000\n"
+                                         "(1.3) can0 185#D4FE0000000000F0\n");
+    const MonitorRun run = runMonitor({"replay", log, "--eds", eds, "--node", "5", "--eds", eds,
+                                       "--node", "7", "--format", "csv"});
+    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.section("\r\n", 1),
+              QString("Speed,canopen,5,2,0,0,-300,0,300,-300,300,0,100,-900,900,0,\r\n"
+                      "Speed,canopen,7,1,0,0,1,1,0,1,1,1,100,1,1,0,\r\n"
+                      "Uptime,canopen,5,2,0,0,-17592186044416,,,,,,,,,,\r\n"
+                      "Uptime,canopen,7,1,0,0,1,,,,,,,,,,\r\n"));
+}
+
+// The message is announced with 20 bytes: the signal lies in bytes 15 and 16, in the third packet.
+TEST_F(Program, MessageOfSeveralFramesIsDecoded)
+{
+    const QByteArray dbc = "BO_ 2566849278 Long: 20 X\n"
+                           " SG_ Mass : 120|16@1+ (2,0) [0|0] \"kg\" X\n";
+    const QByteArray log = "(1.0) can0 1CECFF21#20140003FF02FF00\n"
+                           "(1.1) can0 1CEBFF21#0100000000000000\n"
+                           "(1.2) can0 1CEBFF21#0200000000000000\n"
+                           "(1.3) can0 1CEBFF21#03003412FFFFFFFF\n";
+    const MonitorRun run = replay(log, dbc);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.output.section('\n', 1, 1).simplified().startsWith("Mass 33 1 9320 "))
+        << run.output.toStdString();
+    EXPECT_TRUE(run.output.contains("decoded     4\nundecoded   0\n"));
+    EXPECT_TRUE(run.output.endsWith(
+        "transport   1 message(s), 0 interrupted; packets: 0 lost, 0 out of order\n"));
+}
+
+TEST_F(Program, ConfigurationScalesAndRatesAndOptionsCountMore)
+{
+    const QString eds = write("drive.eds", "[1800sub1]\nDefaultValue=0x185\n"
+                                           "[1A00sub1]\nDefaultValue=0x60440010\n"
+                                           "[6044]\nParameterName=Speed\nDataType=0x0003\n");
+    const QString log = write("bus.log", "(1.0) can0 185#0100\n(1.0) can0 185#0300\n");
+    const QString config = write("bus.json", R"({"k": 1, "signals": {"Speed": {"factor": 0.5,
+        "offset": 1, "unit": "rpm", "limits": [0, 10]}}})");
+    const QStringList arguments{"replay", log,        "--eds", eds,        "--node",
+                                "5",      "--config", config,  "--format", "csv"};
+    EXPECT_EQ(runMonitor(arguments).output.section("\r\n", 1, 1),
+              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,100,1.5,2.5,0,rpm"));
+    EXPECT_EQ(runMonitor(arguments + QStringList{"--k", "0", "--limits", "Speed=0:2"})
+                  .output.section("\r\n", 1, 1),
+              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm"));
+}
+
+TEST_F(Program, LastPatternOfTheConfigurationSaysWhatIsReserved)
+{
+    const auto countsWith = [this](const char* config) {
+        const MonitorRun run = replay("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", speedDbc,
+                                      {"--format", "csv", "--config", write("bus.json", config)});
+        return run.output.section("\r\n", 1, 1).section(',', 3, 4);
+    };
+    EXPECT_EQ(countsWith(R"({"signals": {"E*": {"reserved": false}, "En*": {"reserved": true}}})"),
+              QString("0,1"));
+    EXPECT_EQ(countsWith(R"({"signals": {"E*": {"reserved": true}, "En*": {"reserved": false}}})"),
+              QString("1,0"));
+}
+
+TEST_F(Program, ConfigurationThatIsWrongIsExitCode2)
+{
+    for (const char* text :
+         {"", "{\"k\": \"many\"}", "{\"signals\": {\"Nothing\": {\"limits\": [0, 1]}}}",
+          "{\"signals\": {\"EngineSpeed\": {\"factor\": 2}}}", "{\"signals\": {\"Nothing\": {}}}",
+          "{\"signals\": {\"Nothing\": {\"reserved\": true}}}"}) {
+        const QString config = write("bus.json", text);
+        const MonitorRun run = replay("", speedDbc, {"--config", config});
+        EXPECT_EQ(run.exitCode, 2) << text;
+        EXPECT_TRUE(run.messages.startsWith(config + ": ")) << run.messages.toStdString();
+    }
+    const MonitorRun run = replay("", speedDbc, {"--config", path("missing")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith(path("missing") + ": cannot be read: "));
+}
+
+TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
+{
+    const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_LT(run.messages.count('\n'), 20);
+    EXPECT_TRUE(run.messages.contains("5000 line(s)"));
+}
+
+TEST_F(Program, DescriptionLinesThatAreNotUnderstoodAreReportedWithFileAndLine)
+{
+    const MonitorRun run =
+        replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n", speedDbc + " SG_ Broken : 0|8@1+\n");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.messages.startsWith(path("bus.dbc") + ":3: ")) << run.messages.toStdString();
+}
+
+TEST_F(Program, NothingDecodedIsExitCode1AndAMessageWithBothFiles)
+{
+    for (const QByteArray& log :
+         {QByteArray(), QByteArray("(1.0) can0 18FEEE00#FFFFFFFFFFFFFFFF\n"),
+          QByteArray("(1.0) can0 0CF00400#R8\n")}) {
+        const MonitorRun run = replay(log, speedDbc);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.messages.contains(path("bus.log"))) << run.messages.toStdString();
+        EXPECT_TRUE(run.messages.contains(path("bus.dbc")));
+        EXPECT_TRUE(run.output.contains("decoded     0\n"));
+    }
+}
+
+TEST_F(Program, FileThatCannotBeReadIsExitCode2AndAMessageWithItsName)
+{
+    const QString log = write("bus.log", "");
+    const QString dbc = write("bus.dbc", speedDbc);
+    const QString missing = path("missing");
+    for (const auto& run : {runMonitor({"replay", missing, "--dbc", dbc}),
+                            runMonitor({"replay", log, "--dbc", missing})}) {
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith(missing + ": cannot be read: "));
+        EXPECT_EQ(run.output, QString());
+    }
+    const MonitorRun run = runMonitor({"replay", directory.path(), "--dbc", dbc});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.messages.startsWith(directory.path() + ": cannot be read: "));
+}
+
+TEST_F(Program, WrongUseIsExitCode2AndAMessage)
+{
+    for (const QStringList& arguments :
+         {QStringList{}, QStringList{"replay"}, QStringList{"--colour"}}) {
+        const MonitorRun run = runMonitor(arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.messages.startsWith("vantrel: ")) << run.messages.toStdString();
+        EXPECT_EQ(run.output, QString());
+    }
+}
+
+TEST_F(Program, HelpIsExitCode0)
+{
+    const MonitorRun run = runMonitor({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.output.contains("--dbc"));
+    EXPECT_EQ(run.messages, QString());
+}
+
+// Stopped one after the other, 512 signals would need up to 51 s.
+TEST_F(Program, HundredsOfSignalsEndSideBySide)
+{
+    QByteArray log;
+    for (int source = 0; source < 256; ++source)
+        log += QByteArray("(1.0) can0 18FF00") +
+               QByteArray::number(source, 16).rightJustified(2, '0') + "#0102030405060708\n";
+    QElapsedTimer timer;
+    timer.start();
+    const MonitorRun run = replay(log, "BO_ 2566848766 B: 8 X\n"
+                                       " SG_ First : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                       " SG_ Second : 8|8@1+ (1,0) [0|0] \"\" X\n");
+    EXPECT_LT(timer.elapsed(), 10000);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output.count("First"), 256);
+    EXPECT_EQ(run.output.count("Second"), 256);
+}

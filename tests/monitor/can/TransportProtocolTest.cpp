@@ -1,0 +1,227 @@
+#include <can/TransportProtocol.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+#include <initializer_list>
+#include <random>
+
+using monitor::Frame;
+using monitor::TransportProtocol;
+
+namespace
+{
+
+constexpr quint8 everybody = 255;
+
+Frame frameOf(quint32 pgn, quint8 source, quint8 destination, std::initializer_list<int> bytes)
+{
+    Frame frame;
+    frame.id = 7U << 26U | pgn << 8U | static_cast<quint32>(destination << 8) | source;
+    frame.extended = true;
+    for (const int byte : bytes)
+        frame.data.at(frame.length++) = static_cast<quint8>(byte);
+    return frame;
+}
+
+Frame control(quint8 source, quint8 destination, std::initializer_list<int> bytes)
+{
+    return frameOf(0xEC00, source, destination, bytes);
+}
+
+/// Announces \a size bytes of the PGN 0xFEE3 to all, or to one.
+Frame announced(quint8 source, quint8 destination, int size)
+{
+    return control(source, destination,
+                   {destination == everybody ? 32 : 16, size & 0xFF, size >> 8, (size + 6) / 7,
+                    0xFF, 0xE3, 0xFE, 0x00});
+}
+
+Frame packet(quint8 source, quint8 destination, int number)
+{
+    const int first = (number - 1) * 7;
+    return frameOf(
+        0xEB00, source, destination,
+        {number, first, first + 1, first + 2, first + 3, first + 4, first + 5, first + 6});
+}
+
+/// What comes out of \a frames: "id length" of each message. Its bytes count up from 0.
+QStringList messagesIn(TransportProtocol& protocol, const QVector<Frame>& frames)
+{
+    QStringList messages;
+    for (const Frame& frame : frames) {
+        const auto message = protocol.take(frame);
+        if (!message)
+            continue;
+        for (int i = 0; i < message->payload.length; ++i)
+            EXPECT_EQ(message->payload.data[i], static_cast<quint8>(i));
+        messages += QString("%1 %2").arg(message->payload.id, 0, 16).arg(message->payload.length);
+    }
+    return messages;
+}
+
+/// "messages lost outOfOrder interrupted"
+QString countsOf(const TransportProtocol& protocol)
+{
+    const monitor::TransportCounts& counts = protocol.counts();
+    return QString("%1 %2 %3 %4")
+        .arg(counts.messages)
+        .arg(counts.lost)
+        .arg(counts.outOfOrder)
+        .arg(counts.interrupted);
+}
+
+} // namespace
+
+TEST(TransportProtocol, PutsTogetherWhatIsAnnouncedToAll)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol, {announced(0, everybody, 20), packet(0, everybody, 1),
+                                    packet(0, everybody, 2), packet(0, everybody, 3)}),
+              QStringList{"fee300 20"});
+    EXPECT_EQ(countsOf(protocol), QString("1 0 0 0"));
+}
+
+TEST(TransportProtocol, LongestMessageHas255Packets)
+{
+    TransportProtocol protocol;
+    QVector<Frame> frames{announced(3, 7, 1785)};
+    for (int number = 1; number <= 255; ++number)
+        frames += packet(3, 7, number);
+    EXPECT_EQ(messagesIn(protocol, frames), QStringList{"fee303 1785"});
+}
+
+TEST(TransportProtocol, SourcesAndDestinationsAreKeptApart)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol, {announced(1, everybody, 9), announced(2, everybody, 10),
+                                    announced(1, 2, 11), packet(2, everybody, 1), packet(1, 2, 1),
+                                    packet(1, everybody, 1), packet(1, 2, 2),
+                                    packet(1, everybody, 2), packet(2, everybody, 2)}),
+              (QStringList{"fee301 11", "fee301 9", "fee302 10"}));
+    EXPECT_EQ(countsOf(protocol), QString("3 0 0 0"));
+}
+
+TEST(TransportProtocol, GapEndsWhatIsSentToAll)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol, {announced(0, everybody, 28), packet(0, everybody, 1),
+                                    packet(0, everybody, 4)}),
+              QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 2 0 1"));
+    messagesIn(protocol, {packet(0, everybody, 2)});
+    EXPECT_EQ(countsOf(protocol), QString("0 3 0 1"));
+}
+
+TEST(TransportProtocol, PacketsToOneMayBeAskedForAgain)
+{
+    TransportProtocol protocol;
+    const Frame again = control(7, 3, {17, 2, 2, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    EXPECT_EQ(messagesIn(protocol, {announced(3, 7, 20), packet(3, 7, 1), packet(3, 7, 3), again,
+                                    packet(3, 7, 2)}),
+              QStringList{"fee303 20"});
+    EXPECT_EQ(countsOf(protocol), QString("1 1 0 0"));
+}
+
+TEST(TransportProtocol, PacketThatComesTwiceIsCountedAndDoesNotComplete)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1), packet(3, 7, 1)}),
+              QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 0 1 0"));
+    EXPECT_EQ(messagesIn(protocol, {packet(3, 7, 2)}), QStringList{"fee303 14"});
+}
+
+TEST(TransportProtocol, FramesThatCountAlreadyAreNotAmongThoseOfTheMessage)
+{
+    for (const bool first : {false, true}) {
+        for (const bool second : {false, true}) {
+            TransportProtocol protocol;
+            protocol.take(announced(3, 7, 14), first);
+            protocol.take(packet(3, 7, 1), second);
+            EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 3 - int(first) - int(second));
+        }
+    }
+    TransportProtocol protocol;
+    messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1)});
+    protocol.clearCounts();
+    EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 1);
+}
+
+TEST(TransportProtocol, APacketBehindTheLastOneEndsTheMessage)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol,
+                         {announced(3, 7, 14), packet(3, 7, 2), packet(3, 7, 3), packet(3, 7, 1)}),
+              QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 2 1 1")); // of the lost ones one has no message
+}
+
+TEST(TransportProtocol, NextAnnouncementReplacesTheMessage)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol, {announced(0, everybody, 20), packet(0, everybody, 1),
+                                    announced(0, everybody, 9), packet(0, everybody, 1),
+                                    packet(0, everybody, 2)}),
+              QStringList{"fee300 9"});
+    EXPECT_EQ(countsOf(protocol), QString("1 0 0 1"));
+}
+
+TEST(TransportProtocol, EitherSideMayAbort)
+{
+    for (const bool bySender : {true, false}) {
+        TransportProtocol protocol;
+        const Frame other = control(3, 7, {255, 1, 0xFF, 0xFF, 0xFF, 0xE4, 0xFE, 0x00});
+        const Frame abort = control(bySender ? 3 : 7, bySender ? 7 : 3,
+                                    {255, 1, 0xFF, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+        EXPECT_EQ(messagesIn(protocol,
+                             {announced(3, 7, 14), other, packet(3, 7, 1), abort, packet(3, 7, 2)}),
+                  QStringList());
+        EXPECT_EQ(countsOf(protocol), QString("0 1 0 1"));
+    }
+}
+
+TEST(TransportProtocol, ImpossibleAnnouncementsAreCounted)
+{
+    TransportProtocol protocol;
+    const Frame tooLong = control(0, everybody, {32, 0xFA, 6, 255, 0xFF, 0xE3, 0xFE, 0});
+    const Frame tooShort = control(0, everybody, {32, 8, 0, 2, 0xFF, 0xE3, 0xFE, 0});
+    const Frame wrongCount = control(0, everybody, {32, 20, 0, 4, 0xFF, 0xE3, 0xFE, 0});
+    const Frame wrongPgn = control(0, everybody, {32, 20, 0, 3, 0xFF, 0xE3, 0xFE, 4});
+    for (const Frame& frame : {tooLong, tooShort, wrongCount, wrongPgn})
+        EXPECT_EQ(messagesIn(protocol, {frame, packet(0, everybody, 1)}), QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 4 0 4"));
+}
+
+TEST(TransportProtocol, OtherFramesAreLeftAlone)
+{
+    TransportProtocol protocol;
+    Frame remote = packet(0, everybody, 1);
+    remote.remote = true;
+    Frame standard = packet(0, everybody, 1);
+    standard.extended = false;
+    Frame cut = packet(0, everybody, 1);
+    cut.length = 7;
+    EXPECT_EQ(messagesIn(protocol, {remote, standard, cut, frameOf(0xEA00, 0, 0, {1, 2, 3})}),
+              QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 0 0 0"));
+}
+
+TEST(TransportProtocol, AnyFramesGiveMessagesWithinTheirLimitsOnly)
+{
+    std::mt19937 random(60416);
+    TransportProtocol protocol;
+    for (int i = 0; i < 200000; ++i) {
+        const auto source = static_cast<quint8>(random() % 2);
+        const quint8 destination = random() % 2 == 0 ? everybody : 7;
+        Frame frame = announced(source, destination, static_cast<int>(random() % 60));
+        if (random() % 8 != 0)
+            frame = packet(source, destination, static_cast<int>(random() % 6));
+        if (random() % 4 == 0)
+            frame.data.at(random() % 8) = static_cast<quint8>(random());
+        const auto message = protocol.take(frame);
+        ASSERT_TRUE(!message || (message->payload.length >= 9 && message->payload.length <= 1785));
+    }
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <catalogue/dbc/DbcReader.h>
+
+struct Dbc {
+    QVector<monitor::MessageDescription> messages;
+    QString warnings;
+};
+
+inline Dbc readDbc(const QByteArray& content)
+{
+    Dbc dbc;
+    QTextStream stream(&dbc.warnings);
+    monitor::LineWarnings warnings(stream, "x.dbc");
+    monitor::DbcReader reader(warnings);
+    qint64 number = 0;
+    for (const QByteArray& line : content.split('\n'))
+        reader.readLine(++number, line);
+    dbc.messages = reader.finish();
+    return dbc;
+}
+
+const QByteArray messageLine = "BO_ 2364540158 EEC1: 8 Engine";
+const QByteArray signalLine =
+    R"( SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm" Vector__XXX)";
+
+inline Dbc readDbcSignal(const QByteArray& line)
+{
+    return readDbc(messageLine + "\n" + line);
+}

@@ -1,0 +1,200 @@
+#include <catalogue/eds/EdsReader.h>
+#include <sanitizers.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QList>
+
+#include <random>
+
+using CAN::CANopenDataType;
+using monitor::MessageDescription;
+using monitor::SignalDescription;
+
+namespace
+{
+
+struct Pdos {
+    QVector<MessageDescription> messages;
+    QString warnings;
+};
+
+Pdos read(const QByteArray& content, quint8 node = 5)
+{
+    Pdos pdos;
+    QTextStream stream(&pdos.warnings);
+    monitor::LineWarnings warnings(stream, "x.eds");
+    monitor::EdsFile file;
+    qint64 number = 0;
+    for (const QByteArray& line : content.split('\n'))
+        file.readLine(++number, line, warnings);
+    pdos.messages = readTransmitPdos(monitor::EdsDictionary(file), node, warnings);
+    return pdos;
+}
+
+QByteArray pdo(const QByteArray& cobId, const QByteArray& count, const QList<QByteArray>& mapped)
+{
+    QByteArray eds = "[1800sub1]\nDefaultValue=" + cobId + "\n[1A00sub0]\nDefaultValue=" + count;
+    for (int i = 0; i < mapped.size(); ++i)
+        eds += "\n[1A00sub" + QByteArray::number(i + 1, 16) + "]\nDefaultValue=" + mapped.at(i);
+    return eds + '\n';
+}
+
+const QByteArray objects = "[2000]\nParameterName=Byte\nDataType=0x0005\n"
+                           "[2001]\nParameterName=Word\nDataType=0x0003\n"
+                           "[2002]\nParameterName=Bit\nDataType=0x0001\n"
+                           "[2003]\nParameterName=Real\nDataType=0x0008\n"
+                           "[2004]\nParameterName=Long\nDataType=0x0013\n"
+                           "[2005]\nParameterName=Text\nDataType=0x0009\n";
+
+/// "name start length" of the signals of the only message.
+QStringList placesIn(const QByteArray& eds)
+{
+    QStringList places;
+    const Pdos pdos = read(eds);
+    EXPECT_EQ(pdos.warnings, QString());
+    EXPECT_LE(pdos.messages.size(), 1);
+    for (const MessageDescription& message : pdos.messages) {
+        for (const SignalDescription& signal : message.signalDescriptions)
+            places += QString("%1 %2 %3").arg(signal.name).arg(signal.startBit).arg(signal.length);
+    }
+    return places;
+}
+
+} // namespace
+
+TEST(EdsReader, ReadsAPdoWithItsObjects)
+{
+    const Pdos pdos = read(objects + pdo("$NODEID+0x180", "2", {"0x20000008", "0x20010010"}));
+    EXPECT_EQ(pdos.warnings, QString());
+    ASSERT_EQ(pdos.messages.size(), 1);
+    const MessageDescription& message = pdos.messages.at(0);
+    EXPECT_EQ(message.name, QString("TPDO1"));
+    EXPECT_EQ(message.id, 0x185U);
+    EXPECT_FALSE(message.extended);
+    EXPECT_EQ(message.protocol, monitor::Protocol::CANopen);
+    EXPECT_EQ(message.node, quint8{5});
+    EXPECT_EQ(message.size, 3);
+    ASSERT_EQ(message.signalDescriptions.size(), 2);
+    EXPECT_EQ(message.signalDescriptions.at(0).datatype, CANopenDataType::UNSIGNED8);
+    EXPECT_FALSE(message.signalDescriptions.at(0).isSigned);
+    EXPECT_EQ(message.signalDescriptions.at(1).datatype, CANopenDataType::INTEGER16);
+    EXPECT_TRUE(message.signalDescriptions.at(1).isSigned);
+    EXPECT_EQ(message.signalDescriptions.at(1).startBit, 8);
+}
+
+TEST(EdsReader, FlagsOfTheCobIdAreNoPartOfTheId)
+{
+    const QList<QByteArray> mapped{"0x20000008"};
+    EXPECT_EQ(read(objects + pdo("0x40000185", "1", mapped)).messages.at(0).id, 0x185U);
+    EXPECT_TRUE(read(objects + pdo("0x80000185", "1", mapped)).messages.isEmpty());
+    EXPECT_TRUE(read(objects + pdo("$NODEID+0xC0000180", "1", mapped)).messages.isEmpty());
+    const Pdos pdos = read(objects + pdo("0x3234567F", "1", mapped));
+    EXPECT_TRUE(pdos.messages.at(0).extended);
+    EXPECT_EQ(pdos.messages.at(0).id, 0x1234567FU);
+}
+
+TEST(EdsReader, ImpossibleCobIdIsAWarning)
+{
+    for (const char* cobId : {"0", "0x800", "0x40000000", "0x1FFFFFFF", "0x20000000", "none"}) {
+        const Pdos pdos = read(objects + pdo(cobId, "1", {"0x20000008"}));
+        EXPECT_TRUE(pdos.messages.isEmpty()) << cobId;
+        EXPECT_EQ(pdos.warnings.count('\n'), 1) << cobId;
+        EXPECT_TRUE(pdos.warnings.startsWith("x.eds:20: ")) << pdos.warnings.toStdString();
+    }
+}
+
+TEST(EdsReader, LengthsNeedNotBeWholeBytes)
+{
+    EXPECT_EQ(placesIn(objects +
+                       pdo("0x185", "4", {"0x20020001", "0x20000003", "0x20010010", "0x20020001"})),
+              (QStringList{"Bit 0 1", "Byte 1 3", "Word 4 16", "Bit 20 1"}));
+}
+
+TEST(EdsReader, DummyEntriesTakeTheirRoomOnly)
+{
+    EXPECT_EQ(placesIn(objects +
+                       pdo("0x185", "4", {"0x00010001", "0x00050008", "0x00070020", "0x20010010"})),
+              QStringList{"Word 41 16"});
+}
+
+TEST(EdsReader, CountMayBeMoreThanWhatIsFilled)
+{
+    EXPECT_EQ(placesIn(objects + pdo("0x185", "8", {"0x20000008", "0x20010010"})).size(), 2);
+    EXPECT_EQ(placesIn(objects + pdo("0x185", "64", {"0x20000008", "0", "0x00000000"})).size(), 1);
+    EXPECT_EQ(placesIn(objects + pdo("0x185", "1", {"0x20000008", "0x20010010"})).size(), 1);
+    EXPECT_EQ(placesIn(objects + pdo("0x185", "0", {"0x20000008"})).size(), 0);
+    EXPECT_EQ(placesIn(objects + pdo("0x185", "", {"0x20000008", "0x20010010"})).size(), 2);
+}
+
+TEST(EdsReader, WhatHasNoCertainPlaceIsNotUsed)
+{
+    const QByteArray last = "0x20010010";
+    for (const QList<QByteArray>& mapped :
+         {QList<QByteArray>{"0x20000008", "", last}, QList<QByteArray>{"0x20000008", "many", last},
+          QList<QByteArray>{"0x20000008", "0x20000000", last},
+          QList<QByteArray>{"0x20000008", "0x20000040", last}}) {
+        const Pdos pdos = read(objects + pdo("0x185", "3", mapped));
+        ASSERT_EQ(pdos.messages.at(0).signalDescriptions.size(), 1) << mapped.at(1).constData();
+        EXPECT_EQ(pdos.warnings.count('\n'), 1) << pdos.warnings.toStdString();
+    }
+}
+
+TEST(EdsReader, ObjectThatCannotBeUsedKeepsItsRoom)
+{
+    for (const char* mapped : {"0x20990010", "0x20000010", "0x20030010"}) {
+        const Pdos pdos = read(objects + pdo("0x185", "2", {mapped, "0x20010010"}));
+        ASSERT_EQ(pdos.messages.at(0).signalDescriptions.size(), 1) << mapped;
+        EXPECT_EQ(pdos.messages.at(0).signalDescriptions.at(0).startBit, 16);
+        EXPECT_TRUE(pdos.warnings.startsWith("x.eds:24: mapped object ")) << mapped;
+    }
+}
+
+TEST(EdsReader, ObjectsWithoutAnElementTypeAreCarried)
+{
+    const Pdos pdos = read(objects + pdo("0x185", "2", {"0x20040030", "0x20050010"}));
+    EXPECT_EQ(pdos.warnings, QString());
+    const auto& found = pdos.messages.at(0).signalDescriptions;
+    ASSERT_EQ(found.size(), 2);
+    EXPECT_TRUE(found.at(0).carried);
+    EXPECT_TRUE(found.at(0).isSigned);
+    EXPECT_EQ(found.at(0).datatype, CANopenDataType::INTEGER48);
+    EXPECT_TRUE(found.at(1).carried);
+}
+
+TEST(EdsReader, CompactMappingIsReadToo)
+{
+    EXPECT_EQ(placesIn(objects + "[1800sub1]\nParameterValue=0x185\n[1A00]\nDataType=7\n"
+                                 "CompactSubObj=2\n[1A00Value]\n1=0x20000008\n2=0x20010010\n"),
+              (QStringList{"Byte 0 8", "Word 8 16"}));
+}
+
+TEST(EdsReader, EveryPrefixOfAFileIsReadWithoutASignalOutsideItsPdo)
+{
+    const QByteArray eds =
+        objects + pdo("$NODEID+0x180", "3", {"0x20000008", "0x20010010", "0x20030020"});
+    for (int size = 0; size <= eds.size(); ++size) {
+        for (const MessageDescription& message : read(eds.left(size)).messages) {
+            for (const SignalDescription& signal : message.signalDescriptions)
+                ASSERT_TRUE(monitor::fitsInto(signal, 8)) << size;
+        }
+    }
+}
+
+TEST(EdsReader, DamagedFilesGiveNoSignalOutsideItsPdo)
+{
+    std::mt19937 random(306);
+    const QByteArray valid =
+        objects + pdo("$NODEID+0x180", "3", {"0x20000008", "0x20010010", "0x20030020"});
+    for (int i = 0; i < repetitions(3000); ++i) {
+        QByteArray eds = valid;
+        for (auto damage = 1 + random() % 8; damage > 0; --damage)
+            eds[static_cast<uint>(random()) % static_cast<uint>(eds.size())] =
+                static_cast<char>(random());
+        for (const MessageDescription& message : read(eds).messages) {
+            ASSERT_LE(message.id, message.extended ? 0x1FFFFFFFU : 0x7FFU);
+            for (const SignalDescription& signal : message.signalDescriptions)
+                ASSERT_TRUE(signal.length > 0 && monitor::fitsInto(signal, 8)) << eds.constData();
+        }
+    }
+}

@@ -1,0 +1,150 @@
+#include "PseudoTerminal.h"
+#include "sources/bus/SimulatedBus.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryFile>
+
+#include <algorithm>
+#include <csignal>
+
+namespace
+{
+
+QStringList live(const SimulatedBus& bus, const QStringList& more = {})
+{
+    return QStringList("live") + bus.options() + sampleOptions() + more;
+}
+
+/// The row of a signal in a table, without its mark.
+QString rowOf(const QString& table, const QString& name)
+{
+    const int begin = table.indexOf(name);
+    return table.mid(begin, table.indexOf(QRegularExpression("[\r\n\x1b]"), begin) - begin)
+        .simplified();
+}
+
+/// What was printed after the table left the terminal.
+QString printedAtTheEnd(const PseudoTerminal& terminal)
+{
+    const QByteArray leaving = "\x1b[?1049l";
+    const int end = terminal.output().lastIndexOf(leaving);
+    return QString::fromUtf8(terminal.output().mid(end + leaving.size())).remove('\r');
+}
+
+bool operator==(const termios& left, const termios& right)
+{
+    return left.c_iflag == right.c_iflag && left.c_oflag == right.c_oflag &&
+           left.c_cflag == right.c_cflag && left.c_lflag == right.c_lflag &&
+           std::equal(std::begin(left.c_cc), std::end(left.c_cc), std::begin(right.c_cc));
+}
+
+} // namespace
+
+TEST(Terminal, TableShowsTheFiguresAndStaysAtTheEnd)
+{
+    const SimulatedBus bus;
+    PseudoTerminal terminal(live(bus), 40, 200);
+    ASSERT_TRUE(terminal.waitForScreen("frames 0 ")) << terminal.output().toStdString();
+    bus.send(sampleFile("drive.log"));
+    ASSERT_TRUE(terminal.waitForScreen("frames 1371  undecoded 21  dropped 0  errors 0  load "));
+    EXPECT_TRUE(terminal.screen().startsWith("\x1b[H" + bus.name()));
+    const QString expected = replayedSample();
+    for (const char* name : {"EngineSpeed ", "Velocity actual value ", "ShaftTorque "})
+        EXPECT_EQ(rowOf(terminal.screen(), name), rowOf(expected, name));
+    EXPECT_TRUE(terminal.type("q"));
+    EXPECT_EQ(terminal.waitForEnd(), 0);
+    EXPECT_EQ(printedAtTheEnd(terminal), expected);
+}
+
+TEST(Terminal, SignalsThatStayAwayAreMarked)
+{
+    const SimulatedBus bus;
+    PseudoTerminal terminal(live(bus), 40, 200);
+    ASSERT_TRUE(terminal.waitForScreen("frames 0 "));
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(terminal.waitForScreen("\x1b[33m~  EngineSpeed "));
+}
+
+TEST(Terminal, KeysFilterScrollPauseAndReset)
+{
+    const SimulatedBus bus;
+    PseudoTerminal terminal(live(bus), 9, 60);
+    ASSERT_TRUE(terminal.waitForScreen("frames 0 "));
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(terminal.waitForScreen("signals 1-5 of 17"));
+    EXPECT_TRUE(terminal.type("\x1b[B"));
+    EXPECT_TRUE(terminal.waitForScreen("signals 2-6 of 17"));
+    EXPECT_TRUE(terminal.type("/ENG\r"));
+    EXPECT_TRUE(terminal.waitForScreen("signals 1-5 of 6"));
+    EXPECT_FALSE(terminal.screen().contains("BatteryPotential"));
+    EXPECT_TRUE(terminal.type("\x1b"));
+    EXPECT_TRUE(terminal.waitForScreen("signals 1-5 of 17"));
+    EXPECT_TRUE(terminal.type("p"));
+    EXPECT_TRUE(terminal.waitForScreen("paused"));
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(terminal.type("\x1b[F"));
+    EXPECT_TRUE(terminal.waitForScreen("signals 13-17 of 17"));
+    EXPECT_TRUE(terminal.screen().contains("frames 1371 "));
+    EXPECT_TRUE(terminal.type("p"));
+    EXPECT_TRUE(terminal.waitForScreen("frames 2742 "));
+    EXPECT_TRUE(terminal.type("r"));
+    EXPECT_TRUE(terminal.waitForScreen("frames 0 "));
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(terminal.waitForScreen("frames 1371 "));
+    EXPECT_TRUE(terminal.type("q"));
+    EXPECT_EQ(terminal.waitForEnd(), 0);
+    EXPECT_EQ(printedAtTheEnd(terminal), replayedSample());
+}
+
+TEST(Terminal, IsAsItWasBeforeHoweverTheProgramEnds)
+{
+    for (const char* way : {"key", "interrupt", "terminate"}) {
+        const SimulatedBus bus;
+        PseudoTerminal terminal(live(bus), 24, 80);
+        const termios before = terminal.modes();
+        ASSERT_TRUE(terminal.waitForScreen("frames 0 "));
+        EXPECT_FALSE(terminal.modes() == before);
+        if (qstrcmp(way, "terminate") == 0)
+            terminal.signal(SIGTERM);
+        else
+            EXPECT_TRUE(terminal.type(qstrcmp(way, "key") == 0 ? "q" : "\x03"));
+        EXPECT_EQ(terminal.waitForEnd(), 1) << way;
+        EXPECT_TRUE(terminal.modes() == before) << way;
+        EXPECT_TRUE(terminal.output().contains("\x1b[?7h\x1b[?25h\x1b[?1049l")) << way;
+        EXPECT_TRUE(printedAtTheEnd(terminal).contains("frames      0\n")) << way;
+    }
+}
+
+// Ctrl-S stops the output until Ctrl-Q. More frames than have room in the queue come meanwhile.
+TEST(Terminal, ThatTakesNoTableHoldsUpTheDisplayOnlyAndWhatIsDroppedIsCounted)
+{
+    const int frames = 100000;
+    QTemporaryFile recording;
+    ASSERT_TRUE(recording.open());
+    recording.write(QByteArray("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n").repeated(frames));
+    recording.flush();
+    const SimulatedBus bus;
+    PseudoTerminal terminal(live(bus), 24, 200);
+    ASSERT_TRUE(terminal.waitForScreen("frames 0 "));
+    EXPECT_TRUE(terminal.type("\x13"));
+    bus.send(recording.fileName());
+    EXPECT_TRUE(terminal.type("\x11"));
+    const auto numberBehind = [&terminal](const QString& title) {
+        return terminal.screen().section(title + ' ', 1).section(' ', 0, 0).toInt();
+    };
+    EXPECT_TRUE(terminal.waitUntil(
+        [&] { return numberBehind("frames") + numberBehind("dropped") == frames; }));
+    EXPECT_GT(numberBehind("dropped"), 0);
+    EXPECT_GE(numberBehind("frames"), 65536);
+    EXPECT_TRUE(terminal.type("q"));
+    EXPECT_EQ(terminal.waitForEnd(), 0);
+}
+
+TEST(Terminal, GetsNoTableThatIsAskedForInAnotherFormat)
+{
+    const SimulatedBus bus;
+    PseudoTerminal terminal(live(bus, {"--format", "csv", "--duration", "0.1"}), 24, 80);
+    EXPECT_EQ(terminal.waitForEnd(), 1);
+    EXPECT_FALSE(terminal.output().contains('\x1b'));
+    EXPECT_TRUE(terminal.output().contains("name,kind,source"));
+}

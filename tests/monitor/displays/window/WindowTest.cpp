@@ -1,0 +1,384 @@
+#include "app/LiveRun.h"
+#include "sources/bus/SimulatedBus.h"
+#include "VirtualDisplay.h"
+
+#include <app/Preparation.h>
+#include <displays/window/MonitorWindow.h>
+
+#include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
+#include <QtCore/QEventLoop>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QTimer>
+#include <QtGui/QWheelEvent>
+#include <QtWidgets/QAction>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QStatusBar>
+
+using monitor::LiveSource;
+using monitor::MonitorWindow;
+
+namespace
+{
+
+const QColor averageColor(0x2e, 0x7d, 0x32);
+const QColor deviatorColor(0xd0, 0x10, 0x30);
+const QColor silenceColor(0xff, 0xf2, 0xc4);
+
+constexpr int sampleFrames = 1371;
+
+int pixelsOf(const QImage& image, const QColor& color)
+{
+    int pixels = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            pixels += image.pixelColor(x, y) == color ? 1 : 0;
+    }
+    return pixels;
+}
+
+/// The window of a live run on a bus of its own.
+class Window : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        options.bus = {"virtualcan", bus.options().at(3)};
+        options.dbc = sampleFile("engine.dbc");
+        options.nodes = {{sampleFile("drive.eds"), 5}};
+        QString text;
+        QTextStream messages(&text);
+        monitor::Preparation prepared;
+        ASSERT_EQ(prepare(options, messages, prepared), QString());
+        source.emplace(options.bus, options.bitRate, prepared.descriptions);
+        ASSERT_EQ(source->start(), QString());
+        window.emplace(options, prepared.k, *source);
+    }
+
+    /// Takes and shows what comes until \a condition holds; false if it never does.
+    template <typename Condition>
+    bool waitUntil(Condition condition)
+    {
+        QEventLoop loop;
+        QTimer refreshing;
+        QObject::connect(&refreshing, &QTimer::timeout, [&] {
+            source->takeFrames();
+            window->refresh();
+            if (condition())
+                loop.exit(1);
+        });
+        QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+        refreshing.start(10);
+        return loop.exec() == 1;
+    }
+
+    bool waitForFrames(int frames)
+    {
+        return waitUntil([=] { return source->signalMonitor().counts().total == frames; });
+    }
+
+    void showSample()
+    {
+        bus.send(sampleFile("drive.log"));
+        ASSERT_TRUE(waitForFrames(sampleFrames));
+    }
+
+    QAbstractItemView& table() const { return *window->findChild<QAbstractItemView*>(); }
+    QtCharts::QChartView& plot() const { return *window->findChild<QtCharts::QChartView*>(); }
+
+    QString cell(int row, int column) const
+    {
+        return table().model()->index(row, column).data().toString();
+    }
+
+    /// Clicks at the signal of that name.
+    void select(const QString& name) const
+    {
+        const QModelIndexList found =
+            table().model()->match(table().model()->index(0, 1), Qt::DisplayRole, name, 1);
+        ASSERT_EQ(found.size(), 1) << name.toStdString();
+        table().scrollTo(found.first());
+        const QPointF place = table().visualRect(found.first()).center();
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+            mouse(*table().viewport(), type, place);
+    }
+
+    static void mouse(QWidget& widget, QEvent::Type type, const QPointF& place)
+    {
+        const bool released = type == QEvent::MouseButtonRelease;
+        QMouseEvent event(type, place, widget.mapToGlobal(place.toPoint()), Qt::LeftButton,
+                          released ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&widget, &event);
+    }
+
+    /// Turns the wheel by \a steps over the place of the plot.
+    void turnWheel(const QPointF& place, int steps) const
+    {
+        QWidget& widget = *plot().viewport();
+        QWheelEvent event(place, widget.mapToGlobal(place.toPoint()), QPoint(),
+                          QPoint(0, 120 * steps), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                          false);
+        QCoreApplication::sendEvent(&widget, &event);
+    }
+
+    void drag(const QPointF& from, const QPointF& to) const
+    {
+        mouse(*plot().viewport(), QEvent::MouseButtonPress, from);
+        mouse(*plot().viewport(), QEvent::MouseMove, to);
+        mouse(*plot().viewport(), QEvent::MouseButtonRelease, to);
+    }
+
+    QPointF middleOfPlot() const { return plot().chart()->plotArea().center(); }
+
+    QtCharts::QValueAxis& times() const
+    {
+        return *qobject_cast<QtCharts::QValueAxis*>(plot().chart()->axes(Qt::Horizontal).first());
+    }
+
+    double extent() const { return times().max() - times().min(); }
+
+    /// The points of all series of that name.
+    QVector<QPointF> pointsOf(const QString& name) const
+    {
+        QVector<QPointF> points;
+        for (QtCharts::QAbstractSeries* const series : plot().chart()->series()) {
+            auto* const xy = qobject_cast<QtCharts::QXYSeries*>(series);
+            if (xy != nullptr && xy->name() == name)
+                points += xy->pointsVector();
+        }
+        return points;
+    }
+
+    void press(const QString& tool) const
+    {
+        for (QAction* const action : window->findChildren<QAction*>()) {
+            if (action->text() == tool)
+                return action->trigger();
+        }
+        FAIL() << tool.toStdString();
+    }
+
+    /// Lets a tool save a file of that name.
+    void save(const QString& tool, const QString& fileName) const
+    {
+        press(tool);
+        auto* const dialog = window->findChild<QFileDialog*>();
+        ASSERT_NE(dialog, nullptr);
+        dialog->selectFile(fileName);
+        static_cast<QDialog*>(dialog)->accept();
+        QCoreApplication::sendPostedEvents(dialog, QEvent::DeferredDelete);
+    }
+
+    const VirtualDisplay display;
+    char program[5] = "test";
+    char* argv[2] = {program, nullptr};
+    int argc = 1;
+    const QApplication application{argc, argv};
+    const QTemporaryDir directory;
+    const SimulatedBus bus;
+    const LiveRun host{bus}; // keeps the bus up, which a program can do once only
+    monitor::LiveOptions options;
+    std::optional<LiveSource> source;
+    std::optional<MonitorWindow> window;
+};
+
+} // namespace
+
+TEST_F(Window, TableShowsTheFiguresComputedIndependently)
+{
+    showSample();
+    const QList<QStringList> expected = expectedRows("drive.expected");
+    ASSERT_EQ(table().model()->rowCount(), expected.size());
+    for (int row = 0; row < expected.size(); ++row) {
+        QStringList shown;
+        for (int column = 1; column < 16; ++column)
+            shown += cell(row, column);
+        shown.replace(10, shown.at(10).section(" .. ", 0, 0));
+        shown.insert(11, cell(row, 11).section(" .. ", 1, 1));
+        shown.removeAt(13); // the unit
+        ASSERT_EQ(shown.size(), expected.at(row).size());
+        for (int i = 0; i < shown.size(); ++i)
+            expectSame(shown.at(i), expected.at(row).at(i), expected.at(row).at(0));
+    }
+}
+
+TEST_F(Window, ChartShowsTheSelectedSignal)
+{
+    showSample();
+    EXPECT_EQ(plot().chart()->title(), QString("ActualEnginePercentTorque, source 0"));
+    select("EngineSpeed");
+    EXPECT_EQ(plot().chart()->title(), QString("EngineSpeed, source 0"));
+    QVector<QPointF> values = pointsOf("values") + pointsOf(QString());
+    ASSERT_FALSE(values.isEmpty());
+    const auto isLower = [](const QPointF& a, const QPointF& b) { return a.y() < b.y(); };
+    const auto [lowest, highest] = std::minmax_element(values.begin(), values.end(), isLower);
+    EXPECT_EQ(lowest->y(), 1219.125);
+    EXPECT_EQ(highest->y(), 1843.875);
+    EXPECT_NEAR(pointsOf("average").value(0).y(), 1499.58, 1e-9);
+    EXPECT_TRUE(pointsOf("deviators").contains(*highest));
+}
+
+TEST_F(Window, PictureOfTheWindowHasTheColoursOfTheChartAndTheTable)
+{
+    showSample();
+    select("EngineSpeed");
+    EXPECT_TRUE(waitUntil([this] { return cell(7, 0) == "~"; }));
+    const QImage picture = window->grab().toImage();
+    EXPECT_GT(pixelsOf(picture, averageColor), plot().width() / 2);
+    EXPECT_GT(pixelsOf(picture, deviatorColor), 3);
+    EXPECT_GT(pixelsOf(picture, silenceColor), 1000);
+    select("EngineTorqueMode"); // which has no deviators
+    EXPECT_EQ(pixelsOf(window->grab().toImage(), deviatorColor), 0);
+}
+
+TEST_F(Window, ChartFollowsTheEnd)
+{
+    showSample();
+    const double end = times().max();
+    EXPECT_TRUE(waitUntil([&] { return times().max() > end + 0.1; }));
+    EXPECT_EQ(times().min(), 0);
+}
+
+TEST_F(Window, WheelZoomsAroundTheMouseAndDoubleClickFollowsAgain)
+{
+    showSample();
+    press("Pause");
+    const double usual = extent();
+    drag(middleOfPlot(), middleOfPlot() - QPointF(50, 0));
+    EXPECT_EQ(extent(), usual) << "there is nothing after the end";
+    turnWheel(middleOfPlot(), 1);
+    EXPECT_NEAR(extent(), 0.8 * usual, 1e-9);
+    EXPECT_NEAR(times().max(), usual, 1e-9) << "the end is followed";
+    drag(middleOfPlot(), middleOfPlot() + QPointF(30, 0));
+    const double middle = (times().min() + times().max()) / 2;
+    EXPECT_LT(times().max(), usual);
+    turnWheel(middleOfPlot(), 3);
+    EXPECT_NEAR(extent(), 0.8 * 0.8 * 0.8 * 0.8 * usual, 1e-9);
+    EXPECT_NEAR((times().min() + times().max()) / 2, middle, 1e-9);
+    mouse(*plot().viewport(), QEvent::MouseButtonDblClick, middleOfPlot());
+    EXPECT_NEAR(times().max(), usual, 1e-9);
+}
+
+TEST_F(Window, PauseLetsThePictureStandStillAndNothingIsLost)
+{
+    showSample();
+    press("Pause");
+    const double end = times().max();
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(waitForFrames(2 * sampleFrames));
+    EXPECT_EQ(cell(0, 3), QString("500"));
+    EXPECT_EQ(times().max(), end);
+    press("Pause");
+    EXPECT_EQ(cell(0, 3), QString("1000"));
+    EXPECT_GT(times().max(), end);
+}
+
+TEST_F(Window, ResetForgetsTheValuesInTheTableAndInTheChart)
+{
+    showSample();
+    press("Reset");
+    EXPECT_EQ(cell(0, 3), QString("0"));
+    EXPECT_EQ(cell(0, 4), QString("-"));
+    EXPECT_EQ(plot().chart()->title(), QString("ActualEnginePercentTorque, source 0: no values"));
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(waitForFrames(sampleFrames));
+    EXPECT_EQ(cell(0, 3), QString("500"));
+    EXPECT_FALSE(pointsOf("average").isEmpty());
+}
+
+TEST_F(Window, FilterShowsTheSignalsWhoseNamesContainIt)
+{
+    showSample();
+    window->findChild<QLineEdit*>()->setText("speed");
+    ASSERT_EQ(table().model()->rowCount(), 1);
+    EXPECT_EQ(cell(0, 1), QString("EngineSpeed"));
+    window->findChild<QLineEdit*>()->clear();
+    EXPECT_EQ(table().model()->rowCount(), expectedRows("drive.expected").size());
+}
+
+TEST_F(Window, SelectedSignalStaysSoWhenOthersComeBeforeIt)
+{
+    QFile file(directory.filePath("speed.log"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("(1.0) can0 0CF00400#FFFFFF803EFFFFFF\n");
+    file.close();
+    bus.send(file.fileName());
+    EXPECT_TRUE(waitForFrames(1));
+    ASSERT_EQ(table().model()->rowCount(), 3);
+    select("EngineSpeed");
+    EXPECT_EQ(table().currentIndex().row(), 1);
+    bus.send(sampleFile("drive.log"));
+    EXPECT_TRUE(waitForFrames(1 + sampleFrames));
+    EXPECT_EQ(plot().chart()->title(), QString("EngineSpeed, source 0"));
+    EXPECT_EQ(table().currentIndex().row(), 7);
+}
+
+TEST_F(Window, ChartIsSavedAsAPicture)
+{
+    showSample();
+    select("EngineSpeed");
+    save("Save chart", directory.filePath("speed.png"));
+    const QImage image(directory.filePath("speed.png"));
+    EXPECT_EQ(image.size(), plot().size());
+    EXPECT_GT(pixelsOf(image, averageColor), image.width() / 2);
+    EXPECT_GT(pixelsOf(image, deviatorColor), 3);
+}
+
+TEST_F(Window, FiguresAreSavedAsAReplayPrintsThem)
+{
+    showSample();
+    save("Save figures", directory.filePath("figures.csv"));
+    EXPECT_EQ(QString::fromUtf8(contentOf(directory.filePath("figures.csv"))),
+              replayedSample({"--format", "csv"}));
+}
+
+TEST_F(Window, FileThatCannotBeWrittenIsAMessage)
+{
+    save("Save figures", directory.filePath("missing/figures.csv"));
+    const QString message = window->statusBar()->currentMessage();
+    EXPECT_TRUE(message.contains("missing/figures.csv: cannot be written: "))
+        << message.toStdString();
+}
+
+TEST_F(Window, ClosingItIsTheWishToEnd)
+{
+    EXPECT_TRUE(window->refresh());
+    window->close();
+    EXPECT_FALSE(window->refresh());
+}
+
+TEST(WindowProgram, PrintsTheFiguresOfAReplayAtItsEnd)
+{
+    const VirtualDisplay display;
+    const SimulatedBus bus;
+    LiveRun run(bus, {"--frames", "1371"}, "window");
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun ended = run.waitForEnd();
+    EXPECT_EQ(ended.exitCode, 0);
+    EXPECT_EQ(ended.messages, QString());
+    EXPECT_EQ(ended.output, replayedSample());
+}
+
+TEST(WindowProgram, EndsWhenItIsAskedTo)
+{
+    const VirtualDisplay display;
+    const SimulatedBus bus;
+    LiveRun run(bus, {"--format", "csv"}, "window");
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun ended = run.end();
+    EXPECT_EQ(ended.exitCode, 0);
+    EXPECT_EQ(ended.output, replayedSample({"--format", "csv"}));
+}
+
+TEST(WindowProgram, WithoutADisplayThereIsAMessageAndExitCode2)
+{
+    const SimulatedBus bus;
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("DISPLAY", "");
+    const MonitorRun run = runMonitor(QStringList("window") + bus.options() + sampleOptions());
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.output, QString());
+    EXPECT_EQ(run.messages, QString("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n"));
+}

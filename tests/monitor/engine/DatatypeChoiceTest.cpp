@@ -1,0 +1,120 @@
+#include "catalogue/Descriptions.h"
+
+#include <engine/DatatypeChoice.h>
+
+#include <vantrel/signal/GenericSignalImpl.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+using CAN::CANopenDataType;
+using monitor::datatypeOf;
+using monitor::SignalDescription;
+
+namespace
+{
+
+CANopenDataType typeOf(int length, bool isSigned, double factor, double offset)
+{
+    SignalDescription signal = describedSignal(0, length);
+    signal.isSigned = isSigned;
+    signal.factor = factor;
+    signal.offset = offset;
+    return datatypeOf(signal);
+}
+
+} // namespace
+
+TEST(DatatypeChoice, PlainSignalGetsTheSmallestTypeThatTheLibraryCountsIn)
+{
+    struct Row {
+        int length;
+        CANopenDataType unsignedType;
+        CANopenDataType signedType;
+    };
+    for (const Row& row : {
+             Row{1, CANopenDataType::UNSIGNED8, CANopenDataType::INTEGER8},
+             Row{8, CANopenDataType::UNSIGNED8, CANopenDataType::INTEGER8},
+             Row{9, CANopenDataType::UNSIGNED16, CANopenDataType::INTEGER16},
+             Row{16, CANopenDataType::UNSIGNED16, CANopenDataType::INTEGER16},
+             Row{24, CANopenDataType::UNSIGNED24, CANopenDataType::INTEGER24},
+             Row{32, CANopenDataType::UNSIGNED32, CANopenDataType::INTEGER32},
+             Row{40, CANopenDataType::UNSIGNED40, CANopenDataType::INTEGER64},
+             Row{48, CANopenDataType::UNSIGNED48, CANopenDataType::INTEGER64},
+             Row{53, CANopenDataType::UNSIGNED64, CANopenDataType::INTEGER64},
+             Row{54, CANopenDataType::REAL64, CANopenDataType::REAL64},
+             Row{64, CANopenDataType::REAL64, CANopenDataType::REAL64},
+         }) {
+        EXPECT_EQ(typeOf(row.length, false, 1, 0), row.unsignedType) << row.length;
+        EXPECT_EQ(typeOf(row.length, true, 1, 0), row.signedType) << row.length;
+    }
+}
+
+TEST(DatatypeChoice, FractionsAreReal)
+{
+    EXPECT_EQ(typeOf(16, false, 0.125, 0), CANopenDataType::REAL64);
+    EXPECT_EQ(typeOf(16, false, 1, 0.5), CANopenDataType::REAL64);
+    EXPECT_EQ(typeOf(16, false, 1.5, 0), CANopenDataType::REAL64);
+}
+
+TEST(DatatypeChoice, WhatLeavesTheRangeOfItsTypeIsReal)
+{
+    EXPECT_EQ(typeOf(8, false, 1, -40), CANopenDataType::REAL64);
+    EXPECT_EQ(typeOf(8, false, 1, 1), CANopenDataType::REAL64);
+    EXPECT_EQ(typeOf(8, false, 2, 0), CANopenDataType::REAL64);
+    EXPECT_EQ(typeOf(8, false, -1, 255), CANopenDataType::REAL64); // the product leaves it
+    EXPECT_EQ(typeOf(8, true, -1, 0), CANopenDataType::REAL64);
+    EXPECT_EQ(typeOf(7, false, 2, 1), CANopenDataType::UNSIGNED8);
+    EXPECT_EQ(typeOf(10, false, 4, 3), CANopenDataType::UNSIGNED16);
+}
+
+TEST(DatatypeChoice, LibraryScalesTheExtremesOfEverySignalExactly)
+{
+    std::mt19937_64 random(17);
+    const auto between = [&random](int lowest, int highest) {
+        return lowest + static_cast<int>(random() % static_cast<quint64>(highest - lowest + 1));
+    };
+    for (int i = 0; i < 20000; ++i) {
+        SignalDescription signal = describedSignal(0, between(1, 40));
+        signal.isSigned = random() % 2 == 0;
+        signal.factor = between(-9, 9) * (i % 4 == 0 ? 0.25 : 1.0);
+        signal.offset = between(-300, 300);
+        GenericSignalImpl<J1939Value> scaling;
+        scaling.setDatatype(datatypeOf(signal));
+        const qint64 lowest = signal.isSigned ? -(qint64{1} << (signal.length - 1)) : 0;
+        for (const qint64 raw : {lowest, lowest + (qint64{1} << signal.length) - 1}) {
+            J1939Value value;
+            value.rawValue = raw;
+            scaling.scaleAndAppendValue(value, signal.factor, signal.offset);
+            ASSERT_EQ(value.scaledValue.toDouble(),
+                      static_cast<double>(raw) * signal.factor + signal.offset)
+                << "length " << signal.length << (signal.isSigned ? " signed" : " unsigned")
+                << " raw " << raw << " factor " << signal.factor << " offset " << signal.offset;
+        }
+    }
+}
+
+TEST(DatatypeChoice, CanopenObjectKeepsItsTypeWhereThatShowsItAsItIs)
+{
+    using Type = CAN::CANopenDataType;
+    const auto chosen = [](Type type, int length, double factor = 1) {
+        monitor::SignalDescription signal = describedSignal(0, length);
+        signal.datatype = type;
+        signal.factor = factor;
+        signal.isSigned = type == Type::INTEGER40 || type == Type::INTEGER24;
+        signal.isFloat = type == Type::REAL32 || type == Type::REAL64;
+        signal.carried = type == Type::INTEGER48;
+        return monitor::datatypeOf(signal);
+    };
+    EXPECT_EQ(chosen(Type::UNSIGNED8, 3), Type::UNSIGNED8);
+    EXPECT_EQ(chosen(Type::INTEGER24, 24), Type::INTEGER24);
+    EXPECT_EQ(chosen(Type::REAL32, 32), Type::REAL32);
+    EXPECT_EQ(chosen(Type::REAL64, 64), Type::REAL64);
+    EXPECT_EQ(chosen(Type::INTEGER48, 48), Type::INTEGER48);
+    EXPECT_EQ(chosen(Type::INTEGER40, 40), Type::INTEGER64);
+    EXPECT_EQ(chosen(Type::UNSIGNED64, 64), Type::REAL64);
+    EXPECT_EQ(chosen(Type::UNSIGNED8, 8, 0.5), Type::REAL64);
+    EXPECT_EQ(chosen(Type::REAL32, 32, 0.5), Type::REAL64);
+}

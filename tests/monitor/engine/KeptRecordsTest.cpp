@@ -1,0 +1,121 @@
+#include "catalogue/Descriptions.h"
+
+#include <catalogue/SignalSettings.h>
+#include <engine/SignalTable.h>
+
+#include <gtest/gtest.h>
+
+using monitor::MessageDescription;
+using monitor::SignalReport;
+using monitor::SignalTable;
+
+namespace
+{
+
+/// A signal whose raw values are twice the values, fed with 1, 2, 3 and so on, one a second.
+class KeptRecords : public testing::Test
+{
+protected:
+    KeptRecords()
+    {
+        messages[0].signalDescriptions[0].factor = 0.5;
+        monitor::setKeptRecords(3, messages);
+    }
+
+    void feed(SignalTable& table, int values)
+    {
+        for (int i = 0; i < values; ++i) {
+            monitor::DecodedSignal decoded;
+            decoded.bits = static_cast<quint64>(++fed) * 2;
+            decoded.microseconds = fed * 1000000;
+            table.feed(decoded);
+        }
+    }
+
+    QVector<MessageDescription> messages{describedMessage(0, {describedSignal(0, 16)})};
+    qint64 fed = 0;
+};
+
+} // namespace
+
+// Of 1 to 10 the mean is 5.5 and the deviation the root of 8.25, which is 2.87: the band is 2.63 to
+// 8.37. Of the newest three, 8 lies in it.
+TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherFiguresOfAllValues)
+{
+    SignalTable table(messages);
+    feed(table, 10);
+    const SignalReport report = table.report(1).at(0);
+    EXPECT_EQ(report.count, 10);
+    EXPECT_EQ(report.average, 5.5);
+    EXPECT_NEAR(report.deviation, 2.8722813232690143, 1e-14);
+    EXPECT_EQ(report.minimum, 1);
+    EXPECT_EQ(report.maximum, 10);
+    EXPECT_EQ(report.newest, 10);
+    EXPECT_EQ(report.rating, 0);
+    EXPECT_EQ(report.median, 9);
+    EXPECT_EQ(report.deviators, 2);
+}
+
+TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
+{
+    SignalTable table(messages);
+    for (int count = 1; count <= 20; ++count) {
+        feed(table, 1);
+        const auto series = table.inOrder().at(0)->series();
+        const auto expected = qMin(count, 3);
+        ASSERT_EQ(series.values.size(), expected) << count;
+        ASSERT_EQ(series.microseconds.size(), expected) << count;
+        EXPECT_EQ(series.values.last(), count);
+        EXPECT_EQ(series.values.first(), count - expected + 1);
+        EXPECT_EQ(series.microseconds.first(), (count - expected + 1) * 1000000);
+    }
+}
+
+TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
+{
+    SignalTable table(messages);
+    feed(table, 1000);
+    const auto records = table.inOrder().at(0)->records();
+    EXPECT_EQ(records.microseconds, (QVector<qint64>{998000000, 999000000, 1000000000}));
+    const auto& values = std::get<QVector<J1939Value>>(records.values);
+    ASSERT_EQ(values.size(), 3);
+    EXPECT_EQ(values.at(0).rawValue, QVariant(1996U));
+    EXPECT_EQ(values.at(0).scaledValue, QVariant(998.0));
+}
+
+TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheFiguresOfAnUnboundedSeries)
+{
+    SignalTable bounded(messages);
+    feed(bounded, 3);
+    fed = 0;
+    monitor::setKeptRecords(0, messages);
+    SignalTable unbounded(messages);
+    feed(unbounded, 3);
+    const SignalReport left = bounded.report(0.5).at(0);
+    const SignalReport right = unbounded.report(0.5).at(0);
+    EXPECT_EQ(left.count, right.count);
+    EXPECT_EQ(left.average, right.average);
+    EXPECT_EQ(left.deviation, right.deviation);
+    EXPECT_EQ(left.median, right.median);
+    EXPECT_EQ(left.rating, right.rating);
+    EXPECT_EQ(left.deviators, right.deviators);
+    EXPECT_EQ(left.deviators, 2);
+}
+
+TEST_F(KeptRecords, CarriedValuesAreBoundedToo)
+{
+    monitor::SignalDescription description = describedSignal(0, 16);
+    description.carried = true;
+    description.datatype = CAN::CANopenDataType::INTEGER48;
+    MessageDescription message = describedMessage(0, {description});
+    message.protocol = monitor::Protocol::CANopen;
+    messages = {message};
+    monitor::setKeptRecords(3, messages);
+    SignalTable table(messages);
+    feed(table, 100);
+    const SignalReport report = table.report(3).at(0);
+    EXPECT_EQ(report.count, 100);
+    EXPECT_EQ(report.newestText, QString("200"));
+    const auto records = table.inOrder().at(0)->records();
+    EXPECT_EQ(std::get<QVector<CANopenObjectValue>>(records.values).size(), 3);
+}

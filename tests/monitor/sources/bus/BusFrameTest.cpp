@@ -1,0 +1,68 @@
+#include <sources/bus/BusFrame.h>
+
+#include <gtest/gtest.h>
+
+using monitor::busFrameOf;
+using monitor::Frame;
+using monitor::frameOf;
+
+TEST(BusFrame, DataFrameFromTheBusKeepsItsIdItsFormatAndItsBytes)
+{
+    QCanBusFrame received(0x123, QByteArray::fromHex("00ff7f"));
+    Frame frame = frameOf(received);
+    EXPECT_EQ(frame.id, 0x123U);
+    EXPECT_FALSE(frame.extended);
+    EXPECT_FALSE(frame.remote);
+    ASSERT_EQ(frame.length, 3);
+    EXPECT_EQ(frame.data.at(1), 0xFF);
+    EXPECT_EQ(frame.data.at(2), 0x7F);
+    received.setExtendedFrameFormat(true); // a small id of 29 bits
+    frame = frameOf(received);
+    EXPECT_TRUE(frame.extended);
+}
+
+TEST(BusFrame, RemoteFrameFromTheBusCarriesNoData)
+{
+    QCanBusFrame received(0x185, QByteArray(6, '\0'));
+    received.setFrameType(QCanBusFrame::RemoteRequestFrame);
+    const Frame frame = frameOf(received);
+    EXPECT_TRUE(frame.remote);
+    EXPECT_EQ(frame.id, 0x185U);
+    EXPECT_EQ(frame.length, 0);
+}
+
+TEST(BusFrame, LongestFrameOfCanFdFits)
+{
+    const Frame frame = frameOf(QCanBusFrame(0x123, QByteArray(64, '\x5a')));
+    EXPECT_EQ(frame.length, 64);
+    EXPECT_EQ(frame.data.back(), 0x5A);
+}
+
+TEST(BusFrame, FramesForTheBusAreWhatComesBackFromIt)
+{
+    Frame frame;
+    frame.id = 0x18FEDF00;
+    frame.extended = true;
+    frame.length = 8;
+    frame.data = {0x8A, 0xA0};
+    const QCanBusFrame sent = busFrameOf(frame);
+    EXPECT_TRUE(sent.isValid());
+    EXPECT_EQ(sent.frameType(), QCanBusFrame::DataFrame);
+    EXPECT_EQ(sent.frameId(), 0x18FEDF00U);
+    EXPECT_TRUE(sent.hasExtendedFrameFormat());
+    EXPECT_FALSE(sent.hasFlexibleDataRateFormat());
+    EXPECT_EQ(sent.payload(), QByteArray::fromHex("8aa0000000000000"));
+    frame.remote = true;
+    frame.length = 0;
+    EXPECT_EQ(busFrameOf(frame).frameType(), QCanBusFrame::RemoteRequestFrame);
+}
+
+TEST(BusFrame, LengthThatNoFrameHasIsNotValidForTheBus)
+{
+    Frame frame;
+    frame.length = 9;
+    EXPECT_FALSE(busFrameOf(frame).isValid());
+    frame.length = 12;
+    EXPECT_TRUE(busFrameOf(frame).isValid());
+    EXPECT_TRUE(busFrameOf(frame).hasFlexibleDataRateFormat());
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/ExpectedFigures.h"
+#include "app/MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QtNetwork/QTcpServer>
+
+/// A bus of the plugin virtualcan on a port of its own, and the programs on it.
+class SimulatedBus
+{
+public:
+    SimulatedBus()
+    {
+        QTcpServer server;
+        EXPECT_TRUE(server.listen(QHostAddress::LocalHost));
+        device = QStringLiteral("tcp://127.0.0.1:%1/can0").arg(server.serverPort());
+    }
+
+    QStringList options() const { return {"--plugin", "virtualcan", "--interface", device}; }
+
+    QString name() const { return "virtualcan " + device; }
+
+    /// Sends a recording as fast as possible.
+    void send(const QString& recording, const QStringList& more = {"--speed", "max"}) const
+    {
+        const MonitorRun run = runMonitor(QStringList{"send", recording} + options() + more);
+        EXPECT_EQ(run.exitCode, 0) << run.messages.toStdString();
+    }
+
+private:
+    QString device;
+};
+
+/// What describes the signals of the sample.
+inline QStringList sampleOptions()
+{
+    return {"--dbc", sampleFile("engine.dbc"), "--eds", sampleFile("drive.eds"), "--node", "5"};
+}
+
+inline QString replayedSample(const QStringList& options = {})
+{
+    return runMonitor(QStringList{"replay", sampleFile("drive.log")} + sampleOptions() + options)
+        .output;
+}

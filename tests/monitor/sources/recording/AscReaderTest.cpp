@@ -1,0 +1,196 @@
+#include <sources/recording/AscReader.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using monitor::AscReader;
+using monitor::Frame;
+using monitor::LineKind;
+
+namespace
+{
+
+QByteArray dataOf(const Frame& frame)
+{
+    return QByteArray(reinterpret_cast<const char*>(frame.data.data()), frame.length).toHex();
+}
+
+Frame frameIn(const QByteArray& line, const QByteArray& header = QByteArray())
+{
+    AscReader reader;
+    Frame frame;
+    EXPECT_EQ(reader.readLine(header, frame), LineKind::Nothing);
+    EXPECT_EQ(reader.readLine(line, frame), LineKind::Frame) << line.constData();
+    return frame;
+}
+
+LineKind kindOf(const QByteArray& line)
+{
+    Frame frame;
+    return AscReader().readLine(line, frame);
+}
+
+const QByteArray classicLine =
+    "   0.015991 1  18FEDF00x       Rx   d 8 8A A0 0F A6 60 3B D1 40  Length = 273910 ID = 1x";
+const QByteArray fdLine = "   0.018991 CANFD   1 Rx        4EE  Name  1 0 9 12 00 11 22 33 44 55 "
+                          "66 77 88 99 AA BB 130000 130 303000 e0006659";
+
+} // namespace
+
+TEST(AscReader, ReadsAClassicFrame)
+{
+    const Frame frame = frameIn(classicLine);
+    EXPECT_EQ(frame.microseconds, 15991);
+    EXPECT_EQ(frame.id, 0x18FEDF00U);
+    EXPECT_TRUE(frame.extended);
+    EXPECT_FALSE(frame.remote);
+    EXPECT_EQ(dataOf(frame), "8aa00fa6603bd140");
+    EXPECT_FALSE(frameIn("0.1 2 7ff Tx d 1 0a").extended);
+    EXPECT_EQ(frameIn("0.1 2 7ff Tx d 1 0a").id, 0x7FFU);
+    EXPECT_EQ(frameIn("0.1 2 7ff Tx d F 01 02 03 04 05 06 07 08").length, 8);
+    EXPECT_EQ(frameIn("0.1 2 1 Tx d 0").length, 0);
+}
+
+TEST(AscReader, ReadsACanFdFrameWithAndWithoutAName)
+{
+    const Frame frame = frameIn(fdLine);
+    EXPECT_EQ(frame.id, 0x4EEU);
+    EXPECT_EQ(dataOf(frame), "00112233445566778899aabb");
+    EXPECT_EQ(dataOf(frameIn("0.1 CANFD 3 Tx 50005x 0 0 2 2 14 73 200050 7a60")), "1473");
+    EXPECT_TRUE(frameIn("0.1 CANFD 3 Tx 50005x 0 0 5 0 140000 73 200050").remote);
+    EXPECT_FALSE(frameIn("0.1 CANFD 3 Tx 50005x 0 0 0 0 140000 73 200050").remote);
+}
+
+TEST(AscReader, HeaderTellsTheBaseOfNumbers)
+{
+    const QByteArray line = "0.1 1 100x Rx d 2 10 99";
+    EXPECT_EQ(frameIn(line, "base hex  timestamps absolute").id, 0x100U);
+    EXPECT_EQ(dataOf(frameIn(line)), "1099");
+    EXPECT_EQ(frameIn(line, "base dec  timestamps absolute").id, 100U);
+    EXPECT_EQ(dataOf(frameIn(line, "base dec timestamps absolute")), "0a63");
+}
+
+TEST(AscReader, RelativeTimesCountFromTheLineBeforeEvents)
+{
+    AscReader reader;
+    Frame frame;
+    reader.readLine("base hex timestamps relative", frame);
+    reader.readLine("1.0 Start of measurement", frame);
+    reader.readLine("0.5 1 123 Rx d 0", frame);
+    EXPECT_EQ(frame.microseconds, 1500000);
+    reader.readLine("0.25 1 123 Rx d 0", frame);
+    EXPECT_EQ(frame.microseconds, 1750000);
+    reader.readLine("base hex timestamps absolute", frame);
+    reader.readLine("0.25 1 123 Rx d 0", frame);
+    EXPECT_EQ(frame.microseconds, 250000);
+}
+
+TEST(AscReader, RelativeTimesThatAddUpToMoreThanCanBeReadAreNoFrame)
+{
+    AscReader reader;
+    Frame frame;
+    reader.readLine("base hex timestamps relative", frame);
+    EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::Frame);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::NoFrame);
+    EXPECT_EQ(reader.readLine("0.999999 1 123 Rx d 0", frame), LineKind::Frame);
+    EXPECT_EQ(frame.microseconds, 999999999999999999);
+}
+
+TEST(AscReader, RemoteFramesCarryNoData)
+{
+    for (const char* line : {"0.1 1 181 Rx r", "0.1 1 181 Rx r 6", "0.1 1 181 Rx r Length = 0"}) {
+        const Frame frame = frameIn(line);
+        EXPECT_TRUE(frame.remote);
+        EXPECT_EQ(frame.length, 0);
+    }
+}
+
+TEST(AscReader, ErrorFramesAreToldApart)
+{
+    for (const char* line : {"0.1 1 ErrorFrame", "0.1 1  ErrorFrame ECC: 10100010",
+                             "0.1 CANFD 1 Rx ErrorFrame Not Acknowledge", "0.1 CANFD 1 ErrorFrame"})
+        EXPECT_EQ(kindOf(line), LineKind::ErrorFrame) << line;
+}
+
+TEST(AscReader, HeadersCommentsAndOtherEventsAreNothing)
+{
+    for (const char* line :
+         {"", "  ", "date Mon Nov 16 10:38:11.123 2020", "base hex  timestamps absolute",
+          "no internal events logged", "internal events logged", "// version 9.0.0", "//",
+          "Begin Triggerblock Mon Nov 16", "End TriggerBlock", " 0.000000 Start of measurement",
+          " 0.015991 CAN 1 Status:chip status error active", "0.1 1  OverloadFrame",
+          "0.1 1  Statistic: D 0 R 0 XD 0 XR 0 E 0 O 0 B 0.00%", "0.1 1  123 TxRq d 1 11",
+          "0.1 CANFD 1 TxRq 123 0 0 1 1 11", "0.1 Li 5 Rx 8 1 2 3", "0.1 SV: 3 0 1 ::x = 1"})
+        EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
+}
+
+TEST(AscReader, FramesThatCannotBeUnderstoodAreNoFrame)
+{
+    for (const char* line : {"hello",
+                             "(1.0) can0 123#11",
+                             "0.1",
+                             "0.1 1",
+                             "0.1 1 123",
+                             "0.1 1 123 Rx",
+                             ".1 1 123 Rx r",
+                             "0.1 1 123 Rx d",
+                             "0.1 1 123 Rx d 2 11",
+                             "0.1 1 123 Rx d 1 1G",
+                             "0.1 1 123 Rx d 1 100",
+                             "0.1 1 123 Rx d 1 4",
+                             "0.1 1 123 Rx x 1 11",
+                             "0.1 1 800 Rx d 0",
+                             "0.1 1 20000000x Rx d 0",
+                             "0.1 1 x Rx d 0",
+                             "0.1 1 EngineData Rx d 0",
+                             "0.1 1 123 Rx d 10 11",
+                             "0.1 CANFD",
+                             "0.1 CANFD 1",
+                             "0.1 CANFD 1 Rx",
+                             "0.1 CANFD 1 Rx 123",
+                             "0.1 CANFD 1 Rx 123 0 0 1 1",
+                             "0.1 CANFD 1 Rx 123 0 2 1 1 11",
+                             "0.1 CANFD 1 Rx 123 0 0 F 65 11",
+                             "0.1 CANFD 1 Rx 800 0 0 1 1 11"})
+        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+}
+
+TEST(AscReader, LineThatIsNoFrameLeavesTheFrameAsItIs)
+{
+    AscReader reader;
+    Frame frame;
+    reader.readLine("0.1 1 123 Rx d 1 11", frame);
+    reader.readLine("0.2 1 124 Rx d 2 22", frame);
+    reader.readLine("0.3 1 ErrorFrame", frame);
+    EXPECT_EQ(frame.id, 0x123U);
+    EXPECT_EQ(dataOf(frame), "11");
+}
+
+TEST(AscReader, EveryPrefixBeforeTheLastByteIsNoFrame)
+{
+    const int classicEnd = classicLine.indexOf(" 40 ") + 3;
+    for (int size = 4; size < classicEnd; ++size)
+        EXPECT_NE(kindOf(classicLine.left(size)), LineKind::Frame) << size;
+    const int fdEnd = fdLine.indexOf(" BB ") + 3;
+    for (int size = 4; size < fdEnd; ++size)
+        EXPECT_NE(kindOf(fdLine.left(size)), LineKind::Frame) << size;
+}
+
+TEST(AscReader, DamagedLinesGiveNoFrameBeyondTheLimits)
+{
+    std::mt19937 random(20201116);
+    for (int i = 0; i < 200000; ++i) {
+        QByteArray line = (i % 2 ? classicLine : fdLine).left(static_cast<int>(random() % 120));
+        for (auto damage = random() % 3; damage > 0 && !line.isEmpty(); --damage)
+            line[static_cast<uint>(random()) % static_cast<uint>(line.size())] =
+                static_cast<char>(random());
+        Frame frame;
+        if (kindOf(line) == LineKind::Frame) {
+            AscReader().readLine(line, frame);
+            ASSERT_LE(frame.length, 64) << line.toHex().constData();
+            ASSERT_LE(frame.id, frame.extended ? 0x1FFFFFFFU : 0x7FFU);
+        }
+    }
+}

@@ -1,0 +1,297 @@
+#include <sources/recording/CandumpLine.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using monitor::Frame;
+using monitor::LineKind;
+using monitor::readCandumpLine;
+
+namespace
+{
+
+QByteArray dataOf(const Frame& frame)
+{
+    QByteArray data;
+    for (int i = 0; i < frame.length; ++i)
+        data.append(static_cast<char>(frame.data.at(static_cast<size_t>(i))));
+    return data.toHex();
+}
+
+Frame frameIn(const QByteArray& line)
+{
+    Frame frame;
+    EXPECT_EQ(readCandumpLine(line, frame), LineKind::Frame) << line.constData();
+    return frame;
+}
+
+LineKind kindOf(const QByteArray& line)
+{
+    Frame frame;
+    return readCandumpLine(line, frame);
+}
+
+} // namespace
+
+TEST(CandumpLine, EightDigitsAreA29BitId)
+{
+    const Frame frame = frameIn("(1635188455.020850) can1 18F00E00#821639C4FFFFFF0A");
+    EXPECT_EQ(frame.microseconds, 1635188455020850);
+    EXPECT_EQ(frame.id, 0x18F00E00U);
+    EXPECT_TRUE(frame.extended);
+    EXPECT_FALSE(frame.remote);
+    EXPECT_EQ(dataOf(frame), "821639c4ffffff0a");
+}
+
+TEST(CandumpLine, ThreeDigitsAreAn11BitIdEvenWithLeadingZeros)
+{
+    const Frame frame = frameIn("(0.000001) vcan0 009#0102");
+    EXPECT_EQ(frame.microseconds, 1);
+    EXPECT_EQ(frame.id, 9U);
+    EXPECT_FALSE(frame.extended);
+    EXPECT_EQ(dataOf(frame), "0102");
+}
+
+TEST(CandumpLine, LowerCaseDigitsAndBlanksAroundTheFieldsAreAccepted)
+{
+    const Frame frame = frameIn(" \t(1.5)   can0\t0cf004fe#abCd  ");
+    EXPECT_EQ(frame.microseconds, 1500000);
+    EXPECT_EQ(frame.id, 0x0CF004FEU);
+    EXPECT_EQ(dataOf(frame), "abcd");
+}
+
+TEST(CandumpLine, AnyNumberOfFractionDigitsIsCutToMicroseconds)
+{
+    EXPECT_EQ(frameIn("(2.1) c 001#").microseconds, 2100000);
+    EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").microseconds, 2123456);
+}
+
+TEST(CandumpLine, SecondsMayHaveNoFraction)
+{
+    EXPECT_EQ(frameIn("(2) can0 001#").microseconds, 2000000);
+    EXPECT_EQ(frameIn(" (2)  can0  001   [1]  11").microseconds, 2000000);
+    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55)  can0  123   [2]  11 22").microseconds,
+              1635188455000000);
+    for (const char* line : {"() can0 001#", "(2.) can0 001#", "(2x) can0 001#", "(2:0) can0 001#",
+                             "(1000000000000) can0 001#"})
+        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+}
+
+// Seconds by `date -u -d "2021-10-25 19:00:55" +%s`.
+TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
+{
+    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55.020850)  can0  123   [2]  11 22").microseconds,
+              1635188455020850);
+    for (const char* line :
+         {"(2021-13-25 19:00:55.020850)  can0  123   [2]  11 22",
+          "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
+          "(2021-10-25 19:00:)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
+        Frame frame;
+        EXPECT_EQ(readCandumpLine(line, frame), LineKind::NoFrame) << line;
+    }
+}
+
+TEST(CandumpLine, FrameWithoutATimeHasNoneAndOneAtTheBeginningHas0)
+{
+    EXPECT_EQ(frameIn("  can0  123   [2]  11 22").microseconds, std::nullopt);
+    EXPECT_EQ(frameIn(" (000.000000)  can0  123   [2]  11 22").microseconds, 0);
+    EXPECT_EQ(frameIn("(0.0) can0 123#").microseconds, 0);
+}
+
+TEST(CandumpLine, FrameMayCarryNoData)
+{
+    EXPECT_EQ(frameIn("(1.0) can0 123#").length, 0);
+}
+
+TEST(CandumpLine, RemoteFrameCarriesNoDataWhateverLengthItAsksFor)
+{
+    for (const char* line : {"(1.0) can0 181#R", "(1.0) can0 181#R6", "(1.0) can0 181#R0 "}) {
+        const Frame frame = frameIn(line);
+        EXPECT_TRUE(frame.remote);
+        EXPECT_EQ(frame.length, 0);
+    }
+}
+
+TEST(CandumpLine, PointsMayStandBetweenBytes)
+{
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123#11.22.33")), "112233");
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123#11.2233")), "112233");
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123##4.11.22")), "1122");
+}
+
+TEST(CandumpLine, CanFdHasFlagsAndUpTo64Bytes)
+{
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123##0")), "");
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 18FEDF00##F112233445566778899")), "112233445566778899");
+    const QByteArray bytes = QByteArray("ab").repeated(64);
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123##1" + bytes)), bytes);
+    EXPECT_EQ(kindOf("(1.0) can0 123##1" + bytes + "ab"), LineKind::NoFrame);
+}
+
+TEST(CandumpLine, LengthCodeAndDirectionBehindTheDataAreAccepted)
+{
+    EXPECT_EQ(frameIn("(1.0) can0 123#1122334455667788_F").length, 8);
+    EXPECT_TRUE(frameIn("(1.0) can0 123#R8_9").remote);
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123#11 T")), "11");
+    EXPECT_EQ(dataOf(frameIn("(1.0) can0 123# R ")), "");
+}
+
+TEST(CandumpLine, FormForTheScreenIsReadWithAndWithoutTime)
+{
+    const Frame frame = frameIn(" (000.005001)  can0  18FEDF00   [8]  8A A0 00 01 02 03 04 fF");
+    EXPECT_EQ(frame.microseconds, 5001);
+    EXPECT_EQ(frame.id, 0x18FEDF00U);
+    EXPECT_TRUE(frame.extended);
+    EXPECT_EQ(dataOf(frame), "8aa00001020304ff");
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [2]  11 22")), "1122");
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [0]")), "");
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [2]  11 22   '.\"'")), "1122");
+    EXPECT_EQ(dataOf(frameIn("  can0  RX - -  123   [1]  11")), "11");
+    EXPECT_EQ(dataOf(frameIn("  can0  TX B E  123  [09]  11 22 33 44 55 66 77 88 99")),
+              "112233445566778899");
+}
+
+TEST(CandumpLine, RemoteRequestOnTheScreenCarriesNoData)
+{
+    const Frame frame = frameIn("  can0  181   [6]  remote request");
+    EXPECT_TRUE(frame.remote);
+    EXPECT_EQ(frame.id, 0x181U);
+    EXPECT_EQ(frame.length, 0);
+}
+
+TEST(CandumpLine, ErrorFramesAreNoFramesOfData)
+{
+    EXPECT_EQ(kindOf("(1.0) can0 20000088#0000000000000000"), LineKind::ErrorFrame);
+    EXPECT_EQ(kindOf("  can0  20000004   [8]  00 04 00 00 00 00 00 60   ERRORFRAME"),
+              LineKind::ErrorFrame);
+}
+
+TEST(CandumpLine, DropcountTellsHowManyFramesAreLost)
+{
+    const QByteArray line = "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 30)";
+    EXPECT_EQ(kindOf(line), LineKind::Dropped);
+    EXPECT_EQ(monitor::droppedFrames(line), 12);
+    EXPECT_EQ(monitor::droppedFrames("(1.0) can0 123#11"), 0);
+}
+
+TEST(CandumpLine, EveryPrefixOnTheScreenIsNoFrameBeforeAllItsBytes)
+{
+    const QByteArray line = " (000.005001)  can0  123   [4]  8A A0 FF 01";
+    for (int size = 2; size < line.size(); ++size)
+        EXPECT_EQ(kindOf(line.left(size)), LineKind::NoFrame) << size;
+}
+
+TEST(CandumpLine, BlankLinesAndCommentsAreNothing)
+{
+    for (const char* line : {"", "  ", "\t", "# a comment", "  # (1.0) can0 123#11"})
+        EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
+}
+
+TEST(CandumpLine, WhatIsNoClassicFrameIsNoFrame)
+{
+    for (const char* line : {
+             "hello",
+             "1.0 can0 123#11",
+             "(1.0 can0 123#11",
+             "(.5) can0 123#11",
+             "(1.) can0 123#11",
+             "(-1.0) can0 123#11",
+             "(9999999999999.0) can0 123#11",
+             "(99999999999999999999.0) can0 123#11",
+             "(1.0)can0 123#11",
+             "(1.0) can0",
+             "(1.0) can0 #11",
+             "(1.0) can0 12#11",
+             "(1.0) can0 1234#11",
+             "(1.0) can0 1234567#11",
+             "(1.0) can0 123456789#11",
+             "(1.0) can0 12G#11",
+             "(1.0) can0 800#11",
+             "(1.0) can0 40000000#11",
+             "(1.0) can0 FFFFFFFF#11",
+             "(1.0) can0 123",
+             "(1.0) can0 123#1",
+             "(1.0) can0 123#1G",
+             "(1.0) can0 123#G1",
+             "(1.0) can0 123#1 1",
+             "(1.0) can0 123#112233445566778899",
+             "(1.0) can0 123##",
+             "(1.0) can0 123##G",
+             "(1.0) can0 123##01",
+             "(1.0) can0 123##0.",
+             "(1.0) can0 123#11.",
+             "(1.0) can0 123#.11",
+             "(1.0) can0 123#11..22",
+             "(1.0) can0 123#1.1",
+             "(1.0) can0 123#11_9",
+             "(1.0) can0 123#1122334455667788_8",
+             "(1.0) can0 123#11R",
+             "(1.0) can0 123#11 X",
+             "(1.0) can0 123#R9",
+             "(1.0) can0 123#R66",
+             "(1.0) can0 123#11 and more",
+             "(1.0) can0 123 [1]",
+             "(1.0) can0 123 [1] 1",
+             "(1.0) can0 123 [1] 111",
+             "(1.0) can0 123 [1] 11 22",
+             "(1.0) can0 123 [2] 1122",
+             "(1.0) can0 123 [9] 11 22 33 44 55 66 77 88 99",
+             "(1.0) can0 123 [65] 11",
+             "(1.0) can0 123 [008] 11",
+             "(1.0) can0 123 [] 11",
+             "(1.0) can0 123 8 11",
+             "(1.0) can0 123 [8] remote",
+             "(1.0) can0 123 [8] remote request 11",
+             "(1.0) can0 123 [2] 22`11",
+             "(1.0) can0 20000088 [1] 11",
+             "can0 123#11",
+             "DROPCOUNT: dropped",
+             "DROPCOUNT: dropped many CAN frames",
+         })
+        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+}
+
+TEST(CandumpLine, ZeroByteIsNotTakenForTheEndOfTheLine)
+{
+    EXPECT_EQ(kindOf(QByteArray("(1.0) can0 123#11\0\0", 19)), LineKind::NoFrame);
+    EXPECT_EQ(kindOf(QByteArray("\0", 1)), LineKind::NoFrame);
+}
+
+TEST(CandumpLine, LineThatIsNoFrameLeavesTheFrameAsItIs)
+{
+    Frame frame = frameIn("(1.0) can0 123#11");
+    EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::NoFrame);
+    EXPECT_EQ(readCandumpLine("# comment", frame), LineKind::Nothing);
+    EXPECT_EQ(frame.id, 0x123U);
+    EXPECT_EQ(frame.microseconds, 1000000);
+}
+
+TEST(CandumpLine, EveryPrefixIsAFrameOnlyWhereItsDataEndsWithAWholeByte)
+{
+    const QByteArray line = "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF";
+    const int dataBegin = line.indexOf('#') + 1;
+    EXPECT_EQ(kindOf(line.left(0)), LineKind::Nothing);
+    for (int size = 1; size < line.size(); ++size) {
+        const bool isFrame = size >= dataBegin && (size - dataBegin) % 2 == 0;
+        EXPECT_EQ(kindOf(line.left(size)), isFrame ? LineKind::Frame : LineKind::NoFrame) << size;
+    }
+}
+
+TEST(CandumpLine, DamagedLinesGiveNoFrameBeyondTheLimits)
+{
+    std::mt19937 random(20211025);
+    const QByteArray valid = "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF";
+    const QByteArray onScreen = " (000.005001)  can0  18FEDF00   [8]  8A A0 FF 01 02 03 04 05";
+    for (int i = 0; i < 200000; ++i) {
+        QByteArray line = (i % 2 ? valid : onScreen).mid(0, static_cast<int>(random() % 60));
+        for (auto damage = random() % 3; damage > 0 && !line.isEmpty(); --damage)
+            line[static_cast<uint>(random()) % static_cast<uint>(line.size())] =
+                static_cast<char>(random());
+        Frame frame;
+        if (readCandumpLine(line, frame) != LineKind::Frame)
+            continue;
+        ASSERT_LE(frame.length, 64) << line.toHex().constData();
+        ASSERT_LE(frame.id, frame.extended ? 0x1FFFFFFFU : 0x7FFU) << line.toHex().constData();
+    }
+}

@@ -1,0 +1,176 @@
+#include <views/SignalChart.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCharts/QAreaSeries>
+#include <QtCharts/QLegendMarker>
+#include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
+#include <QtWidgets/QApplication>
+
+#include <cmath>
+
+using monitor::chartOf;
+using monitor::SignalReport;
+using monitor::Trace;
+
+namespace
+{
+
+/// Charts need an application that can show them, though nothing is shown.
+class SignalChart : public testing::Test
+{
+protected:
+    std::unique_ptr<QtCharts::QChart> chart(const SignalReport& report, const Trace& trace) const
+    {
+        return chartOf(report, trace, monitor::rangeOf(trace), {1000, 500});
+    }
+
+    /// The points of all series of that name.
+    static QVector<QPointF> pointsOf(const QtCharts::QChart& chart, const QString& name)
+    {
+        QVector<QPointF> points;
+        for (QtCharts::QAbstractSeries* const series : chart.series()) {
+            if (auto* const xy = qobject_cast<QtCharts::QXYSeries*>(series);
+                xy != nullptr && xy->name() == name)
+                points += xy->pointsVector();
+        }
+        return points;
+    }
+
+    static QtCharts::QValueAxis* axisOf(const QtCharts::QChart& chart, Qt::Orientation direction)
+    {
+        return qobject_cast<QtCharts::QValueAxis*>(chart.axes(direction).value(0));
+    }
+
+private:
+    char name[5] = "test";
+    char platform[10] = "-platform";
+    char offscreen[10] = "offscreen";
+    char* argv[4] = {name, platform, offscreen, nullptr};
+    int argc = 3;
+    const QApplication application{argc, argv};
+};
+
+SignalReport speed()
+{
+    SignalReport report;
+    report.name = "Speed";
+    report.source = quint8{7};
+    report.unit = "rpm";
+    report.count = 4;
+    report.minimum = 10;
+    report.maximum = 90;
+    report.average = 50;
+    report.lowerThreshold = 40;
+    report.upperThreshold = 60;
+    return report;
+}
+
+Trace speedTrace()
+{
+    Trace trace;
+    trace.points = {{0, 50}, {1, 90}, {2, 10}, {10, 55}};
+    trace.breaks = {3};
+    return trace;
+}
+
+} // namespace
+
+TEST_F(SignalChart, ShowsValuesAverageAndBandWithTheirUnit)
+{
+    const auto shown = chart(speed(), speedTrace());
+    EXPECT_EQ(shown->title(), QString("Speed, source 7"));
+    EXPECT_EQ(pointsOf(*shown, "values"), (QVector<QPointF>{{0, 50}, {1, 90}, {2, 10}}));
+    EXPECT_EQ(pointsOf(*shown, "average"), (QVector<QPointF>{{0, 50}, {10, 50}}));
+    const auto* const band = qobject_cast<QtCharts::QAreaSeries*>(shown->series().value(0));
+    ASSERT_NE(band, nullptr);
+    EXPECT_EQ(band->lowerSeries()->pointsVector(), (QVector<QPointF>{{0, 40}, {10, 40}}));
+    EXPECT_EQ(band->upperSeries()->pointsVector(), (QVector<QPointF>{{0, 60}, {10, 60}}));
+    EXPECT_EQ(axisOf(*shown, Qt::Vertical)->titleText(), QString("rpm"));
+    EXPECT_EQ(axisOf(*shown, Qt::Horizontal)->titleText(), QString("time [s]"));
+}
+
+TEST_F(SignalChart, ValuesOutsideTheBandAreMarked)
+{
+    const auto shown = chart(speed(), speedTrace());
+    EXPECT_EQ(pointsOf(*shown, "deviators"), (QVector<QPointF>{{1, 90}, {2, 10}}));
+    SignalReport wide = speed();
+    wide.lowerThreshold = 10;
+    wide.upperThreshold = 90;
+    EXPECT_TRUE(pointsOf(*chart(wide, speedTrace()), "deviators").isEmpty());
+}
+
+TEST_F(SignalChart, ValueBetweenTwoGapsIsAPointOfItsOwn)
+{
+    Trace trace = speedTrace();
+    EXPECT_EQ(pointsOf(*chart(speed(), trace), ""),
+              (QVector<QPointF>{{10, 55}, {0, 40}, {10, 40}, {0, 60}, {10, 60}}));
+    trace.breaks = {1, 2, 3};
+    EXPECT_EQ(pointsOf(*chart(speed(), trace), "values"), trace.points);
+}
+
+TEST_F(SignalChart, GivenLimitsAreShownAndHaveRoom)
+{
+    SignalReport report = speed();
+    report.limits = monitor::ValueRange{0, 200};
+    const auto shown = chart(report, speedTrace());
+    EXPECT_EQ(pointsOf(*shown, "limits"), (QVector<QPointF>{{0, 0}, {10, 0}}));
+    EXPECT_LT(axisOf(*shown, Qt::Vertical)->min(), 0);
+    EXPECT_GT(axisOf(*shown, Qt::Vertical)->max(), 200);
+}
+
+TEST_F(SignalChart, EachKindOfLineIsOnceInTheLegend)
+{
+    SignalReport report = speed();
+    report.limits = monitor::ValueRange{0, 200};
+    const auto shown = chart(report, speedTrace());
+    QStringList names;
+    for (const QtCharts::QLegendMarker* const marker : shown->legend()->markers()) {
+        if (marker->isVisible())
+            names += marker->label();
+    }
+    EXPECT_EQ(names, (QStringList{"band", "limits", "values", "average", "deviators"}));
+}
+
+TEST_F(SignalChart, ValuesWithoutTimesAreShownByTheirNumbers)
+{
+    Trace trace = speedTrace();
+    trace.hasTimes = false;
+    EXPECT_EQ(axisOf(*chart(speed(), trace), Qt::Horizontal)->titleText(),
+              QString("number of the value"));
+}
+
+TEST_F(SignalChart, MarkupInANameIsShownAsItIs)
+{
+    SignalReport report = speed();
+    report.name = "<img src=x>\n";
+    EXPECT_EQ(chart(report, speedTrace())->title(), QString("&lt;img src=x&gt; , source 7"));
+}
+
+TEST_F(SignalChart, PlaceMarkersInANameStayAsTheyAre)
+{
+    SignalReport report = speed();
+    report.name = "a%1 x";
+    report.source = 7;
+    EXPECT_EQ(monitor::plotTitleOf(report), QString("a%1 x, source 7"));
+}
+
+TEST_F(SignalChart, ValuesAtTheEndsOfDoubleLeaveAnAxisToReckonWith)
+{
+    constexpr double greatest = std::numeric_limits<double>::max();
+    for (const double lowest : {-greatest, 1e20, 0.0, 5e-324}) {
+        SignalReport report = speed();
+        const double highest = lowest < 0 ? greatest : lowest;
+        report.minimum = report.average = report.lowerThreshold = lowest;
+        report.maximum = report.upperThreshold = highest;
+        Trace trace;
+        trace.points = {{0, lowest}, {0, highest}};
+        const auto shown = chart(report, trace);
+        for (const auto direction : {Qt::Horizontal, Qt::Vertical}) {
+            const auto* const axis = axisOf(*shown, direction);
+            EXPECT_GT(axis->max(), axis->min()) << lowest;
+            EXPECT_TRUE(std::isfinite(axis->max() - axis->min())) << lowest;
+        }
+    }
+}
