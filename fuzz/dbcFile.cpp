@@ -6,10 +6,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    QString text;
-    QTextStream stream(&text);
-    monitor::LineWarnings warnings(stream, QStringLiteral("fuzzed.dbc"));
-    monitor::DbcReader reader(warnings);
+    monitor::Problems problems(QStringLiteral("fuzzed.dbc"));
+    monitor::DbcReader reader(problems);
     qint64 number = 0;
     for (const QByteArray& line : textLines(data, size))
         reader.readLine(++number, line);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <decoding/Decoder.h>
 #include <catalogue/SignalNames.h>
+#include <decoding/Decoder.h>
 #include <engine/DatatypeChoice.h>
 
 #include <cstdlib>

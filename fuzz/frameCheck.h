@@ -1,6 +1,6 @@
 #pragma once
 
-#include <can/Frame.h>
+#include <sources/recording/TextRecording.h>
 
 #include <cstdlib>
 

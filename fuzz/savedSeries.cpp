@@ -1,6 +1,6 @@
 #include <engine/RunStorage.h>
-#include <outputs/SeriesFile.h>
 #include <outputs/Report.h>
+#include <outputs/SeriesFile.h>
 
 #include <QtCore/QCryptographicHash>
 

@@ -1,8 +1,8 @@
 #include "FinalReport.h"
 
 #include "Preparation.h"
-#include "outputs/PlotFiles.h"
 #include "engine/RunStorage.h"
+#include "outputs/PlotFiles.h"
 #include "outputs/SeriesFile.h"
 #include "views/ReportTable.h"
 

@@ -1,12 +1,12 @@
 #include "LiveCommand.h"
 
-#include "FinalReport.h"
-#include "displays/terminal/LiveDisplay.h"
-#include "displays/LiveSource.h"
-#include "Preparation.h"
-#include "text/Table.h"
 #include "EndRequest.h"
+#include "FinalReport.h"
+#include "Preparation.h"
+#include "displays/LiveSource.h"
+#include "displays/terminal/LiveDisplay.h"
 #include "displays/window/MonitorWindow.h"
+#include "text/Table.h"
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>

@@ -1,11 +1,12 @@
 #include "Preparation.h"
 
 #include "catalogue/ConfigFile.h"
+#include "catalogue/SignalNames.h"
 #include "catalogue/dbc/DbcReader.h"
 #include "catalogue/eds/EdsReader.h"
-#include "catalogue/SignalNames.h"
 #include "outputs/PlotFiles.h"
 #include "outputs/SeriesFile.h"
+#include "printProblems.h"
 
 namespace monitor
 {
@@ -18,11 +19,15 @@ QString readDescriptions(const MonitorOptions& options, QTextStream& messages,
                          QVector<MessageDescription>& descriptions)
 {
     QString error;
+    Problems problems;
     if (!options.dbc.isEmpty())
-        error = readDbcFile(options.dbc, messages, descriptions);
+        error = readDbcFile(options.dbc, problems, descriptions);
+    print(problems, messages);
     for (const NodeDescription& node : options.nodes) {
+        problems = Problems();
         if (error.isEmpty())
-            error = readEdsFile(node.fileName, node.node, messages, descriptions);
+            error = readEdsFile(node.fileName, node.node, problems, descriptions);
+        print(problems, messages);
     }
     giveReportedNames(descriptions);
     return error;

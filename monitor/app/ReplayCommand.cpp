@@ -2,10 +2,11 @@
 
 #include "FinalReport.h"
 #include "Preparation.h"
-#include "sources/recording/RecordingFile.h"
+#include "engine/SignalMonitor.h"
+#include "printProblems.h"
+#include "sources/recording/formats.h"
 #include "text/Progress.h"
 #include "text/Table.h"
-#include "engine/SignalMonitor.h"
 
 namespace monitor
 {
@@ -15,22 +16,26 @@ namespace
 
 constexpr qint64 framesPerUpdate = 4096; // so that asking costs nothing
 
-/// Feeds the frames of the recording to \a signalMonitor. Returns what made that impossible, if
-/// anything.
-QString readRecording(const QString& fileName, QTextStream& messages, SignalMonitor& signalMonitor)
+/// Feeds the frames of the recording to \a signalMonitor. Returns why that failed, if it did.
+[[nodiscard]] QString readRecording(const QString& fileName, QTextStream& messages,
+                                    SignalMonitor& signalMonitor)
 {
-    RecordingFile recording(fileName, messages);
-    Progress progress(messages, QStringLiteral("reading"));
-    qint64 frames = 0;
-    for (Frame frame; recording.readFrame(frame);) {
-        signalMonitor.take(frame);
-        if (++frames % framesPerUpdate == 0)
-            progress.update(recording.position(), recording.size());
+    const OpenedRecording opened = openRecording(fileName);
+    if (!opened.source)
+        return opened.error;
+    FrameSource& source = *opened.source;
+    {
+        Progress progress(messages, QStringLiteral("reading"));
+        qint64 frames = 0;
+        for (Frame frame; source.next(frame);) {
+            signalMonitor.take(frame);
+            if (++frames % framesPerUpdate == 0)
+                progress.update(source.progress().done, source.progress().total);
+        }
     }
-    signalMonitor.countErrorFrames(recording.errorFrames());
-    signalMonitor.countDropped(recording.dropped());
-    signalMonitor.countNoFrame(recording.noFrame());
-    return recording.error();
+    print(source.problems(), messages);
+    signalMonitor.count(source.counts());
+    return source.error();
 }
 
 } // namespace

@@ -1,7 +1,9 @@
 #include "SendCommand.h"
 
+#include "printProblems.h"
 #include "sources/bus/BusConnection.h"
 #include "sources/bus/BusSender.h"
+#include "sources/recording/formats.h"
 
 namespace monitor
 {
@@ -9,10 +11,10 @@ namespace monitor
 namespace
 {
 
-void printCounts(const BusSender& sender, const RecordingFile& recording, QTextStream& output)
+void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStream& output)
 {
     output << "sent        " << sender.sent() << '\n'
-           << "not sent    " << recording.errorFrames() << " error frame(s), " << sender.unfit()
+           << "not sent    " << counts.errorFrames << " error frame(s), " << sender.unfit()
            << " of a length that no frame has\n";
 }
 
@@ -20,8 +22,8 @@ void printCounts(const BusSender& sender, const RecordingFile& recording, QTextS
 
 ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& messages)
 {
-    RecordingFile recording(options.recording, messages);
-    QString error = recording.error();
+    const OpenedRecording recording = openRecording(options.recording);
+    QString error = recording.error;
     BusConnection connection;
     if (error.isEmpty())
         error = connection.connect(options.bus);
@@ -29,15 +31,17 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& mess
         messages << error << '\n';
         return ExitCode::WrongUse;
     }
-    BusSender sender(connection.device(), recording, options.speed);
+    FrameSource& source = *recording.source;
+    BusSender sender(connection.device(), source, options.speed);
     const QString busError = sender.send();
     connection.disconnect();
-    printCounts(sender, recording, output);
+    print(source.problems(), messages);
+    printCounts(sender, source.counts(), output);
     if (!busError.isEmpty())
         messages << options.bus.name() << ": " << busError << '\n';
-    if (!recording.error().isEmpty())
-        messages << recording.error() << '\n';
-    if (!busError.isEmpty() || !recording.error().isEmpty())
+    if (!source.error().isEmpty())
+        messages << source.error() << '\n';
+    if (!busError.isEmpty() || !source.error().isEmpty())
         return ExitCode::WrongUse;
     if (sender.sent() > 0)
         return ExitCode::Success;

@@ -44,8 +44,7 @@ void endWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
 {
     if (type != QtFatalMsg)
         return;
-    std::fputs("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n",
-               stderr);
+    std::fputs("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n", stderr);
     std::_Exit(static_cast<int>(ExitCode::WrongUse));
 }
 

@@ -24,13 +24,4 @@ struct Frame {
     std::array<quint8, 64> data{};
 };
 
-/// What a line of a recording turned out to be.
-enum class LineKind {
-    Frame,
-    ErrorFrame, ///< an error on the bus, which carries no data of a node
-    Dropped,    ///< tells that the recorder has lost frames
-    Nothing,    ///< a blank line, a comment, or an event that is no frame
-    NoFrame     ///< anything else
-};
-
 } // namespace monitor

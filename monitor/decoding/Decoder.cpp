@@ -1,7 +1,7 @@
 #include "Decoder.h"
 
-#include "can/J1939Id.h"
 #include "RawBits.h"
+#include "can/J1939Id.h"
 
 #include <algorithm>
 #include <utility>

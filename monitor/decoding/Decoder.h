@@ -1,8 +1,8 @@
 #pragma once
 
-#include "catalogue/Description.h"
 #include "Availability.h"
 #include "can/Payload.h"
+#include "catalogue/Description.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QVector>

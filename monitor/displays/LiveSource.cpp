@@ -1,49 +1,38 @@
 #include "LiveSource.h"
 
-#include "can/FrameBits.h"
-
 namespace monitor
 {
 
 LiveSource::LiveSource(const BusAddress& address, double busBitRate,
                        const QVector<MessageDescription>& descriptions)
-    : busName(address.name()),
-      bitRate(busBitRate),
-      fed(descriptions),
-      load(busBitRate),
-      receiver(address)
+    : busName(address.name()), bitRate(busBitRate), fed(descriptions), bus(address, busBitRate)
 {
 }
 
 void LiveSource::takeFrames()
 {
-    taken = receiver.now();
-    receiver.queue().takeAll(received);
-    qint64 bits = 0;
-    for (const Frame& frame : received.frames) {
+    for (Frame frame; bus.next(frame);)
         fed.take(frame);
-        bits += bitsOnBus(frame);
-    }
-    load.add(taken, bits);
-    fed.countDropped(received.dropped);
-    fed.countErrorFrames(received.errors);
+    const SourceCounts counts = bus.counts();
+    fed.count({counts.errorFrames - counted.errorFrames, counts.lost - counted.lost, 0});
+    counted = counts;
 }
 
 QString LiveSource::stop()
 {
-    receiver.stop();
+    bus.stop();
     takeFrames();
-    return receiver.complaint();
+    return bus.error();
 }
 
 LiveHeader LiveSource::header() const
 {
-    return {busName, seconds(), fed.counts(), load.percent(), bitRate};
+    return {busName, seconds(), fed.counts(), bus.loadPercent(), bitRate};
 }
 
 LiveRow LiveSource::rowOf(MonitoredSignal& shown, double k) const
 {
-    return {shown.poll(k), shown.rhythm().isSilent(taken)};
+    return {shown.poll(k), shown.rhythm().isSilent(bus.takenAt())};
 }
 
 } // namespace monitor

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "can/BusLoad.h"
-#include "sources/bus/BusReceiver.h"
+#include "engine/SignalMonitor.h"
+#include "sources/bus/BusSource.h"
 #include "views/LiveHeader.h"
 #include "views/LiveRow.h"
-#include "engine/SignalMonitor.h"
 
 namespace monitor
 {
@@ -19,7 +18,7 @@ public:
 
     /// Connects and begins to receive. Returns what made that impossible, naming the bus; empty if
     /// nothing did. Called once.
-    QString start() { return receiver.start(); }
+    [[nodiscard]] QString start() { return bus.start(); }
 
     /// Feeds all that has come since the call before.
     void takeFrames();
@@ -32,13 +31,13 @@ public:
     void clear() { fed.clear(); }
 
     /// Whether the bus is gone.
-    bool isLost() const { return receiver.isLost(); }
+    bool isLost() const { return bus.isLost(); }
 
     /// Since the beginning.
-    double seconds() const { return static_cast<double>(receiver.now()) / 1e6; }
+    double seconds() const { return static_cast<double>(bus.now()) / 1e6; }
 
     /// On the clock of the frames, when what has been fed was taken.
-    qint64 newestTime() const { return taken; }
+    qint64 newestTime() const { return bus.takenAt(); }
 
     /// What there is to say of the bus as it is now.
     LiveHeader header() const;
@@ -52,10 +51,8 @@ private:
     QString busName;
     double bitRate;
     SignalMonitor fed;
-    BusLoad load;
-    BusReceiver receiver;
-    ReceivedFrames received;
-    qint64 taken = 0;
+    BusSource bus;
+    SourceCounts counted;
 };
 
 } // namespace monitor

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "decoding/Decoder.h"
 #include "Rhythm.h"
 #include "SignalRecords.h"
 #include "SignalReport.h"
 #include "SignalSeries.h"
+#include "decoding/Decoder.h"
 
 #include <memory>
 

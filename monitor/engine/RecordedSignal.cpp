@@ -1,7 +1,7 @@
 #include "RecordedSignal.h"
 
-#include "decoding/RawValue.h"
 #include "DatatypeChoice.h"
+#include "decoding/RawValue.h"
 
 #include <vantrel/handlers/GenericValueHandler.h>
 

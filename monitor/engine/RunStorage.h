@@ -1,7 +1,7 @@
 #pragma once
 
-#include "SignalTable.h"
 #include "SavedRun.h"
+#include "SignalTable.h"
 
 namespace monitor
 {

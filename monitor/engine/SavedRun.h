@@ -1,8 +1,8 @@
 #pragma once
 
-#include "catalogue/Description.h"
 #include "FrameCounts.h"
 #include "SignalRecords.h"
+#include "catalogue/Description.h"
 
 namespace monitor
 {

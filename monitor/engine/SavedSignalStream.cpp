@@ -1,7 +1,7 @@
 #include "SavedSignalStream.h"
 
-#include "SignalSeries.h"
 #include "PlainRecord.h"
+#include "SignalSeries.h"
 
 #include <QtCore/QIODevice>
 

@@ -20,6 +20,13 @@ void SignalMonitor::take(const Frame& frame)
         counted.decoded += message->frames;
 }
 
+void SignalMonitor::count(const SourceCounts& counts)
+{
+    counted.errors += counts.errorFrames;
+    counted.dropped += counts.lost;
+    counted.noFrame += counts.unreadable;
+}
+
 void SignalMonitor::clear()
 {
     signalTable.clear();

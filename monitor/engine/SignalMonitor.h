@@ -1,8 +1,9 @@
 #pragma once
 
-#include "can/TransportProtocol.h"
 #include "FrameCounts.h"
 #include "SignalTable.h"
+#include "can/TransportProtocol.h"
+#include "sources/FrameSource.h"
 
 namespace monitor
 {
@@ -18,10 +19,8 @@ public:
     /// decoded if there are any.
     void take(const Frame& frame);
 
-    /// What else became of frames and of lines that might have been some.
-    void countErrorFrames(qint64 frames) { counted.errors += frames; }
-    void countDropped(qint64 frames) { counted.dropped += frames; }
-    void countNoFrame(qint64 lines) { counted.noFrame += lines; }
+    /// Adds what a source has brought beside frames.
+    void count(const SourceCounts& counts);
 
     /// Forgets all values and counts. Messages of several frames that have begun stay so.
     void clear();

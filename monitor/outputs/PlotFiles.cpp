@@ -1,7 +1,7 @@
 #include "PlotFiles.h"
 
-#include "text/WholeFile.h"
 #include "text/Progress.h"
+#include "text/WholeFile.h"
 #include "views/SignalChart.h"
 
 #include <QtCore/QDir>

@@ -1,7 +1,7 @@
 #include "Report.h"
 
-#include "views/ReportCsv.h"
 #include "ReportJson.h"
+#include "views/ReportCsv.h"
 #include "views/ReportTable.h"
 
 namespace monitor

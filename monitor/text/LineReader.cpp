@@ -1,17 +1,25 @@
 #include "LineReader.h"
 
+#include <QtCore/QFile>
+
+#include <utility>
+
 namespace monitor
 {
 
-LineReader::LineReader(const QString& fileName)
-    : file(fileName), buffer(longestLine, Qt::Uninitialized)
+LineReader::LineReader(const QString& file) : LineReader(std::make_unique<QFile>(file), file)
 {
-    file.open(QIODevice::ReadOnly);
+    input->open(QIODevice::ReadOnly);
+}
+
+LineReader::LineReader(std::unique_ptr<QIODevice> device, const QString& name)
+    : input(std::move(device)), fileName(name), buffer(longestLine, Qt::Uninitialized)
+{
 }
 
 bool LineReader::readLine(QByteArray& line)
 {
-    const qint64 size = file.isOpen() ? file.readLine(buffer.data(), buffer.size()) : -1;
+    const qint64 size = input->isOpen() ? input->readLine(buffer.data(), buffer.size()) : -1;
     if (size <= 0)
         return false;
     ++number;
@@ -26,9 +34,10 @@ bool LineReader::readLine(QByteArray& line)
 
 QString LineReader::error() const
 {
-    if (file.error() == QFileDevice::NoError)
+    const auto* const file = qobject_cast<const QFileDevice*>(input.get());
+    if (file == nullptr || file->error() == QFileDevice::NoError)
         return QString();
-    return QStringLiteral("%1: cannot be read: %2").arg(file.fileName(), file.errorString());
+    return QStringLiteral("%1: cannot be read: %2").arg(fileName, file->errorString());
 }
 
 void LineReader::skipRestOfLine()
@@ -36,7 +45,7 @@ void LineReader::skipRestOfLine()
     QByteArray rest(longestLine, Qt::Uninitialized);
     qint64 size = 0;
     do {
-        size = file.readLine(rest.data(), rest.size());
+        size = input->readLine(rest.data(), rest.size());
     } while (size > 0 && rest.at(static_cast<int>(size) - 1) != '\n');
 }
 

@@ -1,13 +1,15 @@
 #pragma once
 
 #include <QtCore/QByteArray>
-#include <QtCore/QFile>
+#include <QtCore/QIODevice>
 #include <QtCore/QString>
+
+#include <memory>
 
 namespace monitor
 {
 
-/// Reads a text file line by line in bounded memory, whatever the file holds.
+/// Reads a text line by line in bounded memory, whatever the file holds.
 class LineReader
 {
 public:
@@ -17,6 +19,9 @@ public:
     /// Opens the file. Afterwards error() tells whether that worked.
     explicit LineReader(const QString& fileName);
 
+    /// Reads from \a device, which is open; \a name is for messages.
+    LineReader(std::unique_ptr<QIODevice> device, const QString& name);
+
     /// Reads the next line without its line end into \a line and returns true; false at the end
     /// of the file and after an error.
     bool readLine(QByteArray& line);
@@ -25,8 +30,8 @@ public:
     qint64 lineNumber() const { return number; }
 
     /// How many bytes have been read, and how many there are, 0 if the file does not tell.
-    qint64 position() const { return file.pos(); }
-    qint64 size() const { return file.size(); }
+    qint64 position() const { return input->pos(); }
+    qint64 size() const { return input->size(); }
 
     /// What went wrong, naming the file; empty if nothing did.
     QString error() const;
@@ -34,7 +39,8 @@ public:
 private:
     void skipRestOfLine();
 
-    QFile file;
+    std::unique_ptr<QIODevice> input;
+    QString fileName;
     QByteArray buffer;
     qint64 number = 0;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/SignalReport.h"
 #include "SignalChart.h"
+#include "engine/SignalReport.h"
 
 #include <QtCharts/QLineSeries>
 

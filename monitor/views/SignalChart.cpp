@@ -1,8 +1,8 @@
 #include "SignalChart.h"
 
-#include "text/Table.h"
 #include "ChartDrawing.h"
 #include "ColumnReduction.h"
+#include "text/Table.h"
 
 #include <QtCharts/QValueAxis>
 

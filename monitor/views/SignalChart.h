@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/SignalReport.h"
 #include "Trace.h"
+#include "engine/SignalReport.h"
 
 #include <QtCharts/QChart>
 

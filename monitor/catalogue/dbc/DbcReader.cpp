@@ -1,8 +1,8 @@
 #include "DbcReader.h"
 
+#include "DbcLine.h"
 #include "text/LineReader.h"
 #include "text/LineText.h"
-#include "DbcLine.h"
 
 #include <QtCore/QRegularExpression>
 
@@ -72,7 +72,7 @@ void DbcReader::readLine(qint64 number, const QByteArray& bytes)
 QVector<MessageDescription> DbcReader::finish()
 {
     if (textBegunInLine != 0)
-        warnings.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
+        problems.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
     for (MessageDescription& message : messages) {
         removeSignals(message, [](const auto& signal) { return signal.length == 0; });
         dropUnclearSignals(message);
@@ -89,7 +89,7 @@ void DbcReader::readMessage(qint64 number, const QString& line)
         return;
     const DbcComplaint complaint = readDbcMessage(line, message);
     if (!complaint.isEmpty())
-        return warnings.add(number, complaint);
+        return problems.add(number, complaint);
     message.line = number;
     messages.append(message);
     holder = SignalHolder::Message;
@@ -100,11 +100,11 @@ void DbcReader::readSignal(qint64 number, const QString& line)
     if (holder == SignalHolder::Independent)
         return;
     if (holder == SignalHolder::None)
-        return warnings.add(number, QStringLiteral("signal (SG_) without a message"));
+        return problems.add(number, QStringLiteral("signal (SG_) without a message"));
     SignalDescription signal;
     const DbcComplaint complaint = readDbcSignal(line, messages.last().size, signal);
     if (!complaint.isEmpty())
-        return warnings.add(number, complaint);
+        return problems.add(number, complaint);
     messages.last().signalDescriptions.append(signal);
 }
 
@@ -135,10 +135,10 @@ void DbcReader::readValueType(qint64 number, const QString& line)
     if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
         return; // in the list of the keywords that the file may use
     if (!match.hasMatch())
-        return warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+        return problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
     const auto found = find(match.captured(1), match.captured(2));
     if (found.isEmpty() && match.captured(1) != independentId)
-        warnings.add(number, QStringLiteral("value type (SIG_VALTYPE_) of no signal"));
+        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) of no signal"));
     const int floatBits[] = {0, 32, 64, 0};
     for (SignalDescription* signal : found)
         setFloat(number, floatBits[match.captured(3).toInt()], *signal);
@@ -151,7 +151,7 @@ void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
     if (bits == 0 || signal.length == bits)
         return;
     signal.length = 0;
-    warnings.add(number, QStringLiteral("floating-point signal of another length than %1 bits is "
+    problems.add(number, QStringLiteral("floating-point signal of another length than %1 bits is "
                                         "not decoded")
                              .arg(bits));
 }
@@ -168,7 +168,7 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
     const quint32 spn = match.captured(3).toUInt(&understood);
     const auto found = find(match.captured(1), match.captured(2));
     if (found.isEmpty() || !understood || spn > lastSpn)
-        return warnings.add(number, QStringLiteral("SPN that is none, or of no signal"));
+        return problems.add(number, QStringLiteral("SPN that is none, or of no signal"));
     for (SignalDescription* signal : found)
         signal->spn = spn;
 }
@@ -183,7 +183,7 @@ void DbcReader::dropUnclearSignals(MessageDescription& message)
                signal.multiplexing == Multiplexing::Nested;
     };
     if (removeSignals(message, dependsOnAnother))
-        warnings.add(message.line, QStringLiteral("multiplexed signals of this message are not "
+        problems.add(message.line, QStringLiteral("multiplexed signals of this message are not "
                                                   "decoded: which multiplexor is not clear"));
 }
 
@@ -193,16 +193,15 @@ void DbcReader::skip(qint64 number, const QString& line)
         textBegunInLine = textBegunInLine == 0 ? number : 0;
 }
 
-QString readDbcFile(const QString& fileName, QTextStream& warningStream,
+QString readDbcFile(const QString& fileName, Problems& problems,
                     QVector<MessageDescription>& messages)
 {
     LineReader lines(fileName);
-    LineWarnings warnings(warningStream, fileName);
-    DbcReader reader(warnings);
+    problems = Problems(fileName, QStringLiteral("place(s) in all that are not used"));
+    DbcReader reader(problems);
     for (QByteArray line; lines.readLine(line);)
         reader.readLine(lines.lineNumber(), line);
     messages = reader.finish();
-    warnings.printTotal(QStringLiteral("place(s) in all that are not used"));
     return lines.error();
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "text/LineWarnings.h"
 #include "catalogue/Description.h"
+#include "text/Problems.h"
 
 namespace monitor
 {
@@ -13,7 +13,7 @@ namespace monitor
 class DbcReader
 {
 public:
-    explicit DbcReader(LineWarnings& lineWarnings) : warnings(lineWarnings) {}
+    explicit DbcReader(Problems& found) : problems(found) {}
 
     /// Takes in the line of that \a number, counted from 1.
     void readLine(qint64 number, const QByteArray& line);
@@ -34,15 +34,15 @@ private:
     void dropUnclearSignals(MessageDescription& message);
     void skip(qint64 number, const QString& line);
 
-    LineWarnings& warnings;
+    Problems& problems;
     QVector<MessageDescription> messages;
     SignalHolder holder = SignalHolder::None;
     qint64 textBegunInLine = 0; // 0: not within a text
 };
 
-/// Reads the DBC file of that name into \a messages. Returns what made that impossible, naming
-/// the file; empty if nothing did.
-QString readDbcFile(const QString& fileName, QTextStream& warningStream,
-                    QVector<MessageDescription>& messages);
+/// Reads the DBC file of that name into \a messages, and what could not be used of it into
+/// \a problems. Returns why the file cannot be read, naming it; empty otherwise.
+[[nodiscard]] QString readDbcFile(const QString& fileName, Problems& problems,
+                                  QVector<MessageDescription>& messages);
 
 } // namespace monitor

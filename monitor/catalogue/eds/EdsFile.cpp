@@ -27,36 +27,36 @@ QString normalized(const QString& name)
 
 } // namespace
 
-void EdsFile::readLine(qint64 number, const QByteArray& bytes, LineWarnings& warnings)
+void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problems)
 {
     const QString line = textOf(bytes).trimmed();
     if (line.isEmpty() || line.startsWith(';'))
         return;
     if (!line.startsWith('['))
-        return addEntry(number, line, warnings);
+        return addEntry(number, line, problems);
     const int end = line.indexOf(']');
     const QString rest = line.mid(end + 1).trimmed();
     inSection = end > 1 && (rest.isEmpty() || rest.startsWith(';'));
     if (!inSection)
-        return warnings.add(number, QStringLiteral("section not understood; what is in it is not "
+        return problems.add(number, QStringLiteral("section not understood; what is in it is not "
                                                    "used"));
     current = normalized(line.mid(1, end - 1));
     if (sections.contains(current))
-        warnings.add(number, QStringLiteral("section that was there before"));
+        problems.add(number, QStringLiteral("section that was there before"));
     sections[current];
 }
 
-void EdsFile::addEntry(qint64 number, const QString& line, LineWarnings& warnings)
+void EdsFile::addEntry(qint64 number, const QString& line, Problems& problems)
 {
     const int equals = line.indexOf('=');
     const QString key = line.left(equals).trimmed().toLower();
     if (equals < 0 || key.isEmpty())
-        return warnings.add(number, QStringLiteral("neither a section nor an entry"));
+        return problems.add(number, QStringLiteral("neither a section nor an entry"));
     if (!inSection)
         return;
     auto& entries = sections[current];
     if (entries.contains(key))
-        return warnings.add(number, QStringLiteral("entry that was there before is not used"));
+        return problems.add(number, QStringLiteral("entry that was there before is not used"));
     entries.insert(key, {line.mid(equals + 1).trimmed(), number});
     if (key != QLatin1String("parametername"))
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "text/LineWarnings.h"
+#include "text/Problems.h"
 
 #include <QtCore/QHash>
 
@@ -21,7 +21,7 @@ class EdsFile
 {
 public:
     /// Takes in the line of that \a number, counted from 1.
-    void readLine(qint64 number, const QByteArray& line, LineWarnings& warnings);
+    void readLine(qint64 number, const QByteArray& line, Problems& problems);
 
     /// The entry \a key in \a section, both in lower case; an empty one if there is none.
     EdsEntry entry(const QString& section, const QString& key) const;
@@ -42,7 +42,7 @@ public:
     static QString sectionOf(quint32 index, quint32 subIndex);
 
 private:
-    void addEntry(qint64 number, const QString& line, LineWarnings& warnings);
+    void addEntry(qint64 number, const QString& line, Problems& problems);
 
     QHash<QString, QHash<QString, EdsEntry>> sections;
     QHash<QString, int> names; // also "index=name"

@@ -1,9 +1,9 @@
 #include "EdsReader.h"
 
-#include "can/Frame.h"
-#include "text/LineReader.h"
 #include "CanopenType.h"
 #include "EdsNumber.h"
+#include "can/Frame.h"
+#include "text/LineReader.h"
 
 namespace monitor
 {
@@ -24,8 +24,8 @@ constexpr quint32 lastDummy = 7; // the data types 1 to 7, mapped for the room t
 class PdoReader
 {
 public:
-    PdoReader(const EdsDictionary& objects, quint8 nodeId, LineWarnings& lineWarnings)
-        : dictionary(objects), node(nodeId), warnings(lineWarnings)
+    PdoReader(const EdsDictionary& objects, quint8 nodeId, Problems& found)
+        : dictionary(objects), node(nodeId), problems(found)
     {
     }
 
@@ -58,7 +58,7 @@ private:
 
     const EdsDictionary& dictionary;
     const quint8 node;
-    LineWarnings& warnings;
+    Problems& problems;
 };
 
 /// The number in \a entry; none without a value, and none with a warning if it is not understood.
@@ -68,7 +68,7 @@ std::optional<quint32> PdoReader::readValue(const EdsEntry& entry)
         return std::nullopt;
     const auto number = readEdsNumber(entry.value, node);
     if (!number)
-        warnings.add(entry.line, QStringLiteral("value that is no number"));
+        problems.add(entry.line, QStringLiteral("value that is no number"));
     return number;
 }
 
@@ -83,7 +83,7 @@ bool PdoReader::readCobId(quint32 index, MessageDescription& message)
     message.line = entry.line;
     const bool isPossible = message.id > 0 && (message.extended || message.id <= lastStandardId);
     if (!isPossible)
-        warnings.add(entry.line, QStringLiteral("COB-ID that no PDO can have"));
+        problems.add(entry.line, QStringLiteral("COB-ID that no PDO can have"));
     return isPossible;
 }
 
@@ -94,7 +94,7 @@ quint32 PdoReader::mappedCount(quint32 index)
     const quint32 count = readValue(entry).value_or(mostMapped);
     if (count <= mostMapped)
         return count;
-    warnings.add(entry.line, QStringLiteral("number of mapped objects that is none"));
+    problems.add(entry.line, QStringLiteral("number of mapped objects that is none"));
     return 0;
 }
 
@@ -120,7 +120,7 @@ void PdoReader::checkRest(quint32 index, quint32 subIndex, quint32 count)
         const EdsEntry entry = valueOf(index, subIndex);
         if (entry.value.isEmpty() || readEdsNumber(entry.value, node) == 0U)
             continue;
-        return warnings.add(entry.line, QStringLiteral("mapped object behind an entry that is not "
+        return problems.add(entry.line, QStringLiteral("mapped object behind an entry that is not "
                                                        "filled is not used"));
     }
 }
@@ -132,7 +132,7 @@ bool PdoReader::readMapped(const EdsEntry& entry, int& position, MessageDescript
     const auto mapped = readValue(entry);
     const int length = static_cast<int>(mapped.value_or(0) & 0xFF);
     if (mapped && (length == 0 || position + length > pdoBits))
-        warnings.add(entry.line, QStringLiteral("mapped object that does not fit into its PDO"));
+        problems.add(entry.line, QStringLiteral("mapped object that does not fit into its PDO"));
     if (!mapped || length == 0 || position + length > pdoBits)
         return false;
     if (*mapped >> 16 > lastDummy)
@@ -146,16 +146,16 @@ void PdoReader::addSignal(const EdsEntry& entry, quint32 mapped, int position,
 {
     const auto object = dictionary.object(mapped >> 16, mapped >> 8 & 0xFF);
     if (!object)
-        return warnings.add(entry.line, QStringLiteral("mapped object that is not described"));
+        return problems.add(entry.line, QStringLiteral("mapped object that is not described"));
     const auto datatype = readEdsNumber(object->datatype.value, node);
     if (!datatype)
-        return warnings.add(entry.line, QStringLiteral("mapped object without a data type"));
+        return problems.add(entry.line, QStringLiteral("mapped object without a data type"));
     SignalDescription signal;
     signal.name = object->name.simplified();
     signal.startBit = position;
     signal.length = static_cast<int>(mapped & 0xFF);
     if (!setCanopenType(*datatype, signal))
-        return warnings.add(entry.line, QStringLiteral("mapped object whose length does not suit "
+        return problems.add(entry.line, QStringLiteral("mapped object whose length does not suit "
                                                        "its data type"));
     message.signalDescriptions.append(signal);
 }
@@ -163,10 +163,10 @@ void PdoReader::addSignal(const EdsEntry& entry, quint32 mapped, int position,
 } // namespace
 
 QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, quint8 node,
-                                             LineWarnings& warnings)
+                                             Problems& problems)
 {
     QVector<MessageDescription> messages;
-    PdoReader reader(dictionary, node, warnings);
+    PdoReader reader(dictionary, node, problems);
     for (quint32 number = 0; number < pdos; ++number) {
         const MessageDescription message = reader.read(number);
         if (!message.signalDescriptions.isEmpty())
@@ -175,16 +175,15 @@ QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, qu
     return messages;
 }
 
-QString readEdsFile(const QString& fileName, quint8 node, QTextStream& warningStream,
+QString readEdsFile(const QString& fileName, quint8 node, Problems& problems,
                     QVector<MessageDescription>& messages)
 {
     LineReader lines(fileName);
-    LineWarnings warnings(warningStream, fileName);
+    problems = Problems(fileName, QStringLiteral("place(s) in all that are not used"));
     EdsFile file;
     for (QByteArray line; lines.readLine(line);)
-        file.readLine(lines.lineNumber(), line, warnings);
-    messages += readTransmitPdos(EdsDictionary(std::move(file)), node, warnings);
-    warnings.printTotal(QStringLiteral("place(s) in all that are not used"));
+        file.readLine(lines.lineNumber(), line, problems);
+    messages += readTransmitPdos(EdsDictionary(std::move(file)), node, problems);
     return lines.error();
 }
 

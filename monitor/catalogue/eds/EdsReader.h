@@ -1,8 +1,8 @@
 #pragma once
 
-#include "text/LineWarnings.h"
-#include "catalogue/Description.h"
 #include "EdsDictionary.h"
+#include "catalogue/Description.h"
+#include "text/Problems.h"
 
 namespace monitor
 {
@@ -12,11 +12,11 @@ namespace monitor
 /// valid (bit 31 of the COB-ID) are left out; what cannot be understood is a warning, and the rest
 /// is used as far as its place in the PDO is certain.
 QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, quint8 node,
-                                             LineWarnings& warnings);
+                                             Problems& problems);
 
 /// Appends the PDOs that the EDS or DCF of that name describes for \a node to \a messages. Returns
 /// what made that impossible, naming the file; empty if nothing did.
-QString readEdsFile(const QString& fileName, quint8 node, QTextStream& warningStream,
-                    QVector<MessageDescription>& messages);
+[[nodiscard]] QString readEdsFile(const QString& fileName, quint8 node, Problems& problems,
+                                  QVector<MessageDescription>& messages);
 
 } // namespace monitor

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "displays/Display.h"
-#include "app/LiveCommand.h"
-#include "displays/LiveSource.h"
-#include "LiveScreen.h"
 #include "KeyReader.h"
+#include "LiveScreen.h"
 #include "Terminal.h"
+#include "app/LiveCommand.h"
+#include "displays/Display.h"
+#include "displays/LiveSource.h"
 
 #include <optional>
 

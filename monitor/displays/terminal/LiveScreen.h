@@ -1,8 +1,8 @@
 #pragma once
 
+#include "LiveView.h"
 #include "views/LiveHeader.h"
 #include "views/LiveRow.h"
-#include "LiveView.h"
 
 #include <QtCore/QSize>
 #include <QtCore/QStringList>

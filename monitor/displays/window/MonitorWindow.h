@@ -1,10 +1,10 @@
 #pragma once
 
-#include "displays/Display.h"
-#include "app/LiveCommand.h"
 #include "SignalModel.h"
 #include "SignalPlot.h"
 #include "SignalView.h"
+#include "app/LiveCommand.h"
+#include "displays/Display.h"
 
 #include <QtCore/QSortFilterProxyModel>
 #include <QtWidgets/QLabel>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/MonitoredSignal.h"
 #include "TimeSpan.h"
+#include "engine/MonitoredSignal.h"
 
 #include <QtCharts/QChartView>
 

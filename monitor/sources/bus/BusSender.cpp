@@ -10,8 +10,8 @@
 namespace monitor
 {
 
-BusSender::BusSender(QCanBusDevice& connectedDevice, RecordingFile& recordingFile, double speed)
-    : device(connectedDevice), recording(recordingFile), pacing(speed)
+BusSender::BusSender(QCanBusDevice& connectedDevice, FrameSource& frameSource, double speed)
+    : device(connectedDevice), source(frameSource), pacing(speed)
 {
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
@@ -48,7 +48,7 @@ void BusSender::sendDue()
 
 bool BusSender::readNext()
 {
-    if (!recording.readFrame(frame))
+    if (!source.next(frame))
         return false;
     due = pacing.dueTimeOf(frame);
     return true;

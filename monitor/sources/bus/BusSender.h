@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sources/recording/RecordingFile.h"
 #include "Pacing.h"
+#include "sources/FrameSource.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QEventLoop>
@@ -11,7 +11,7 @@
 namespace monitor
 {
 
-/// Plays a recording onto a bus, in the thread of the connection.
+/// Sends the frames of a source onto a bus, in the thread of the connection.
 class BusSender
 {
 public:
@@ -20,7 +20,7 @@ public:
     static constexpr int atOnce = 32;
 
     /// Sends \a speed times as fast as recorded, see Pacing. Both others must outlive this object.
-    BusSender(QCanBusDevice& connectedDevice, RecordingFile& recordingFile, double speed);
+    BusSender(QCanBusDevice& connectedDevice, FrameSource& frameSource, double speed);
 
     /// Sends all frames and returns when the last one has been given to the bus. Returns what the
     /// bus made of it if that was impossible; empty otherwise.
@@ -39,7 +39,7 @@ private:
     void end(const QString& reason);
 
     QCanBusDevice& device;
-    RecordingFile& recording;
+    FrameSource& source;
     Pacing pacing;
     QElapsedTimer clock;
     QTimer timer;

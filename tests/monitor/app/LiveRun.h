@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sources/bus/SimulatedBus.h"
+#include "../sources/bus/SimulatedBus.h"
 
 /// `monitor live` beside the test, or `monitor window`.
 class LiveRun

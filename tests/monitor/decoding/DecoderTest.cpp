@@ -1,7 +1,7 @@
-#include "catalogue/Descriptions.h"
+#include "../catalogue/Descriptions.h"
 
-#include <decoding/Decoder.h>
 #include <can/J1939Id.h>
+#include <decoding/Decoder.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "catalogue/Descriptions.h"
+#include "../catalogue/Descriptions.h"
 
-#include <decoding/RawBits.h>
 #include <can/Frame.h>
+#include <decoding/RawBits.h>
 
 #include <gtest/gtest.h>
 

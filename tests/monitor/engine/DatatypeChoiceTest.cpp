@@ -1,4 +1,4 @@
-#include "catalogue/Descriptions.h"
+#include "../catalogue/Descriptions.h"
 
 #include <engine/DatatypeChoice.h>
 

@@ -1,6 +1,6 @@
+#include <engine/PlainRecord.h>
 #include <readSeries.h>
 #include <records.h>
-#include <engine/PlainRecord.h>
 #include <variants.h>
 
 #include <QtCore/QBitArray>

@@ -1,7 +1,7 @@
-#include "catalogue/Descriptions.h"
+#include "../catalogue/Descriptions.h"
 
-#include <views/ReportFields.h>
 #include <engine/SignalTable.h>
+#include <views/ReportFields.h>
 
 #include <gtest/gtest.h>
 

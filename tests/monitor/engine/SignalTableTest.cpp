@@ -1,4 +1,4 @@
-#include "catalogue/Descriptions.h"
+#include "../catalogue/Descriptions.h"
 
 #include <AddressSpaceLimit.h>
 #include <engine/SignalTable.h>

@@ -1,6 +1,6 @@
+#include <outputs/ReportJson.h>
 #include <views/ReportCsv.h>
 #include <views/ReportFields.h>
-#include <outputs/ReportJson.h>
 #include <views/ReportTable.h>
 
 #include <gtest/gtest.h>

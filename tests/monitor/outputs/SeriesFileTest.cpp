@@ -1,8 +1,8 @@
-#include "app/FileSizeLimit.h"
+#include "../app/FileSizeLimit.h"
 
+#include <engine/SignalSeries.h>
 #include <outputs/PlotFiles.h>
 #include <outputs/SeriesFile.h>
-#include <engine/SignalSeries.h>
 
 #include <gtest/gtest.h>
 

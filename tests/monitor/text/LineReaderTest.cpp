@@ -1,12 +1,12 @@
 #include <text/LineReader.h>
-#include <text/LineWarnings.h>
+#include <text/Problems.h>
 
 #include <gtest/gtest.h>
 
 #include <QtCore/QTemporaryFile>
 
 using monitor::LineReader;
-using monitor::LineWarnings;
+using monitor::Problems;
 
 namespace
 {
@@ -58,24 +58,20 @@ TEST(LineReader, NamesTheFileThatCannotBeRead)
     }
 }
 
-TEST(LineWarnings, PrintsTheFirstFewAndCountsAll)
+TEST(Problems, KeepsTheFirstFewAndCountsAll)
 {
-    QString text;
-    QTextStream stream(&text);
-    LineWarnings warnings(stream, "bus.log");
+    Problems problems("bus.log", "are odd");
     for (int line = 1; line <= 1000; ++line)
-        warnings.add(line, "odd");
-    warnings.printTotal("are odd");
-    EXPECT_EQ(warnings.count(), 1000);
-    EXPECT_EQ(text.count('\n'), LineWarnings::printedAtMost + 1);
-    EXPECT_TRUE(text.startsWith("bus.log:1: odd\nbus.log:2: odd\n"));
-    EXPECT_TRUE(text.endsWith("bus.log: 1000 are odd\n"));
+        problems.add(line, "odd");
+    EXPECT_EQ(problems.count(), 1000);
+    EXPECT_EQ(problems.lines().size(), Problems::keptAtMost);
+    EXPECT_EQ(problems.lines().mid(0, 2), (QStringList{"bus.log:1: odd", "bus.log:2: odd"}));
+    EXPECT_EQ(problems.total(), QString("bus.log: 1000 are odd"));
 }
 
-TEST(LineWarnings, SaysNothingWhereThereWasNothing)
+TEST(Problems, SaysNothingWhereThereWasNothing)
 {
-    QString text;
-    QTextStream stream(&text);
-    LineWarnings(stream, "bus.log").printTotal("are odd");
-    EXPECT_EQ(text, QString());
+    const Problems problems("bus.log", "are odd");
+    EXPECT_EQ(problems.lines(), QStringList());
+    EXPECT_EQ(problems.total(), QString());
 }

@@ -1,5 +1,5 @@
-#include <views/ReportTable.h>
 #include <text/Table.h>
+#include <views/ReportTable.h>
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../../text/problemText.h"
+
 #include <catalogue/dbc/DbcReader.h>
 
 struct Dbc {
@@ -10,13 +12,13 @@ struct Dbc {
 inline Dbc readDbc(const QByteArray& content)
 {
     Dbc dbc;
-    QTextStream stream(&dbc.warnings);
-    monitor::LineWarnings warnings(stream, "x.dbc");
-    monitor::DbcReader reader(warnings);
+    monitor::Problems problems("x.dbc");
+    monitor::DbcReader reader(problems);
     qint64 number = 0;
     for (const QByteArray& line : content.split('\n'))
         reader.readLine(++number, line);
     dbc.messages = reader.finish();
+    dbc.warnings = textOf(problems);
     return dbc;
 }
 

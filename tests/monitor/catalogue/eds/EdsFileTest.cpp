@@ -1,3 +1,5 @@
+#include "../../text/problemText.h"
+
 #include <catalogue/eds/EdsDictionary.h>
 #include <catalogue/eds/EdsNumber.h>
 
@@ -18,11 +20,11 @@ struct Eds {
 Eds read(const QByteArray& content)
 {
     Eds eds;
-    QTextStream stream(&eds.warnings);
-    monitor::LineWarnings warnings(stream, "x.eds");
+    monitor::Problems problems("x.eds");
     qint64 number = 0;
     for (const QByteArray& line : content.split('\n'))
-        eds.file.readLine(++number, line, warnings);
+        eds.file.readLine(++number, line, problems);
+    eds.warnings = textOf(problems);
     return eds;
 }
 

@@ -1,3 +1,5 @@
+#include "../../text/problemText.h"
+
 #include <catalogue/eds/EdsReader.h>
 #include <sanitizers.h>
 
@@ -22,13 +24,13 @@ struct Pdos {
 Pdos read(const QByteArray& content, quint8 node = 5)
 {
     Pdos pdos;
-    QTextStream stream(&pdos.warnings);
-    monitor::LineWarnings warnings(stream, "x.eds");
+    monitor::Problems problems("x.eds");
     monitor::EdsFile file;
     qint64 number = 0;
     for (const QByteArray& line : content.split('\n'))
-        file.readLine(++number, line, warnings);
-    pdos.messages = readTransmitPdos(monitor::EdsDictionary(file), node, warnings);
+        file.readLine(++number, line, problems);
+    pdos.messages = readTransmitPdos(monitor::EdsDictionary(file), node, problems);
+    pdos.warnings = textOf(problems);
     return pdos;
 }
 

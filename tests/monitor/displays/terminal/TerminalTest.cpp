@@ -1,5 +1,5 @@
 #include "PseudoTerminal.h"
-#include "sources/bus/SimulatedBus.h"
+#include "../../sources/bus/SimulatedBus.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryFile>

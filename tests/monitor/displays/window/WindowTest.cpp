@@ -1,6 +1,6 @@
-#include "app/LiveRun.h"
-#include "sources/bus/SimulatedBus.h"
 #include "VirtualDisplay.h"
+#include "../../app/LiveRun.h"
+#include "../../sources/bus/SimulatedBus.h"
 
 #include <app/Preparation.h>
 #include <displays/window/MonitorWindow.h>
@@ -380,5 +380,6 @@ TEST(WindowProgram, WithoutADisplayThereIsAMessageAndExitCode2)
     const MonitorRun run = runMonitor(QStringList("window") + bus.options() + sampleOptions());
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(run.output, QString());
-    EXPECT_EQ(run.messages, QString("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n"));
+    EXPECT_EQ(run.messages,
+              QString("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n"));
 }

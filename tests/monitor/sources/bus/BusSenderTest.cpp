@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QTemporaryFile>
 
 #include <limits>
 
 using monitor::BusSender;
-using monitor::RecordingFile;
+using monitor::Frame;
 
 namespace
 {
@@ -42,23 +41,34 @@ protected:
     void close() override {}
 };
 
+/// 40 frames of one byte with the ids 0 to 39.
+class FortyFrames : public monitor::FrameSource
+{
+public:
+    [[nodiscard]] bool next(Frame& frame) override
+    {
+        if (sent == 40)
+            return false;
+        frame = Frame();
+        frame.id = sent++;
+        frame.length = 1;
+        return true;
+    }
+    monitor::SourceCounts counts() const override { return {}; }
+    QString error() const override { return QString(); }
+
+private:
+    quint32 sent = 0;
+};
+
 /// Sends 40 frames with the ids 0 to 39.
 class BusSenderTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(file.open());
-        for (int id = 0; id < 40; ++id)
-            file.write("(1.0) can0 " + QByteArray::number(id, 16).rightJustified(3, '0') + "#11\n");
-        file.flush();
-    }
-
     QString send()
     {
-        QTextStream messages(&text);
-        RecordingFile recording(file.fileName(), messages);
-        BusSender sender(device, recording, std::numeric_limits<double>::infinity());
+        FortyFrames frames;
+        BusSender sender(device, frames, std::numeric_limits<double>::infinity());
         const QString error = sender.send();
         EXPECT_EQ(sender.sent(), device.written.size());
         return error;
@@ -68,8 +78,6 @@ protected:
     char* argv[2] = {name, nullptr};
     int argc = 1;
     QCoreApplication application{argc, argv};
-    QTemporaryFile file;
-    QString text;
     Device device;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/ExpectedFigures.h"
-#include "app/MonitorRun.h"
+#include "../../app/ExpectedFigures.h"
+#include "../../app/MonitorRun.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <sources/recording/AscReader.h>
+#include <sources/recording/Asc.h>
 
 #include <gtest/gtest.h>
 
@@ -86,14 +86,14 @@ TEST(AscReader, RelativeTimesCountFromTheLineBeforeEvents)
     EXPECT_EQ(frame.microseconds, 250000);
 }
 
-TEST(AscReader, RelativeTimesThatAddUpToMoreThanCanBeReadAreNoFrame)
+TEST(AscReader, RelativeTimesThatAddUpToMoreThanCanBeReadAreUnknown)
 {
     AscReader reader;
     Frame frame;
     reader.readLine("base hex timestamps relative", frame);
     EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::Frame);
     for (int i = 0; i < 20; ++i)
-        EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::NoFrame);
+        EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::Unknown);
     EXPECT_EQ(reader.readLine("0.999999 1 123 Rx d 0", frame), LineKind::Frame);
     EXPECT_EQ(frame.microseconds, 999999999999999999);
 }
@@ -126,7 +126,7 @@ TEST(AscReader, HeadersCommentsAndOtherEventsAreNothing)
         EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
 }
 
-TEST(AscReader, FramesThatCannotBeUnderstoodAreNoFrame)
+TEST(AscReader, FramesThatCannotBeUnderstoodAreUnknown)
 {
     for (const char* line : {"hello",
                              "(1.0) can0 123#11",
@@ -154,7 +154,7 @@ TEST(AscReader, FramesThatCannotBeUnderstoodAreNoFrame)
                              "0.1 CANFD 1 Rx 123 0 2 1 1 11",
                              "0.1 CANFD 1 Rx 123 0 0 F 65 11",
                              "0.1 CANFD 1 Rx 800 0 0 1 1 11"})
-        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+        EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
 TEST(AscReader, LineThatIsNoFrameLeavesTheFrameAsItIs)

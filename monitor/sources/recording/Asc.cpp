@@ -1,4 +1,4 @@
-#include "AscReader.h"
+#include "Asc.h"
 
 #include <algorithm>
 
@@ -61,7 +61,7 @@ LineKind readClassicData(AscLine& line)
     // The length code may say up to 15, which stands for 8 bytes as well.
     if (!(kind == "d") || !readNumber(line.cursor.takeNextWord(), 16, 15, length) ||
         !readBytes(line, std::min<quint32>(length, longestClassicFrame)))
-        return LineKind::NoFrame;
+        return LineKind::Unknown;
     return LineKind::Frame;
 }
 
@@ -80,9 +80,9 @@ LineKind readClassic(AscLine& line)
     const Word direction = line.cursor.takeNextWord();
     if (!isDirection(direction)) {
         const bool isEvent = direction == "TxRq" || (!id.isEmpty() && !looksLikeAnId(id));
-        return isEvent ? LineKind::Nothing : LineKind::NoFrame;
+        return isEvent ? LineKind::Nothing : LineKind::Unknown;
     }
-    return readId(id, line.base, line.frame) ? readClassicData(line) : LineKind::NoFrame;
+    return readId(id, line.base, line.frame) ? readClassicData(line) : LineKind::Unknown;
 }
 
 bool isFlag(const Word& word)
@@ -116,7 +116,7 @@ LineKind readFd(AscLine& line)
     quint32 length = 0;
     if (!isDirection(direction) || !readId(id, line.base, line.frame) ||
         !readFdLength(line.cursor, code, length) || !readBytes(line, length))
-        return LineKind::NoFrame;
+        return LineKind::Unknown;
     line.frame.remote = code != 0 && length == 0;
     return LineKind::Frame;
 }
@@ -130,7 +130,7 @@ LineKind readEvent(AscLine& line)
     quint32 channel = 0;
     if (readNumber(first, 10, 255, channel))
         return readClassic(line);
-    return first.isEmpty() ? LineKind::NoFrame : LineKind::Nothing;
+    return first.isEmpty() ? LineKind::Unknown : LineKind::Nothing;
 }
 
 /// Whether \a word begins a line that stands outside of the recorded events.
@@ -153,22 +153,16 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return LineKind::Nothing;
     if (!isDigit(cursor.peek())) {
         readHeader(line);
-        return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::NoFrame;
+        return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::Unknown;
     }
     Frame read;
     if (!readEventTime(cursor, read))
-        return LineKind::NoFrame;
+        return LineKind::Unknown;
     AscLine rest{cursor, base, read};
     const LineKind kind = readEvent(rest);
     if (kind == LineKind::Frame)
         frame = read;
     return kind;
-}
-
-bool AscReader::isHeader(const QByteArray& line)
-{
-    LineCursor cursor(line);
-    return isHeaderWord(cursor.takeNextWord());
 }
 
 void AscReader::readHeader(const QByteArray& line)
@@ -193,6 +187,17 @@ bool AscReader::readEventTime(LineCursor& cursor, Frame& frame)
     microseconds = time;
     frame.microseconds = time;
     return true;
+}
+
+qint64 findAsc(const QByteArray& start)
+{
+    return findLine(start, [](const QByteArray& line) {
+        AscReader reader;
+        Frame ignored;
+        LineCursor cursor(line);
+        return !cursor.takeNextWord().isEmpty() &&
+               reader.readLine(line, ignored) != LineKind::Unknown;
+    });
 }
 
 } // namespace monitor

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "can/Frame.h"
+#include "TextRecording.h"
 #include "text/LineCursor.h"
-
-#include <QtCore/QByteArray>
 
 namespace monitor
 {
@@ -16,17 +14,13 @@ namespace monitor
 ///        0.017991 1  ErrorFrame
 ///        0.018991 CANFD   1 Rx  123  Name  0 0 9 12 00 11 22 33 44 55 66 77 88 99 AA BB
 ///
-/// The header tells the base of identifiers and data bytes (16 if it does not) and whether times
-/// count from the line before. Frames received (Rx) and sent (Tx) count; header lines, comments
-/// and other events are LineKind::Nothing. This class is reentrant.
-class AscReader
+/// The header gives the base of identifiers and data bytes (16 without one) and says whether times
+/// are relative to the line before. Frames received (Rx) and sent (Tx) are read; header lines,
+/// comments and other events are LineKind::Nothing. This class is reentrant.
+class AscReader : public LineParser
 {
 public:
-    /// Reads one line into \a frame; for every kind but Frame that is left as it is.
-    LineKind readLine(const QByteArray& line, Frame& frame);
-
-    /// Whether \a line can only be the header of such a recording.
-    static bool isHeader(const QByteArray& line);
+    LineKind readLine(const QByteArray& line, Frame& frame) override;
 
 private:
     void readHeader(const QByteArray& line);
@@ -36,5 +30,9 @@ private:
     bool relative = false;
     qint64 microseconds = 0; // of the line before
 };
+
+/// Where the first line that only such a recording has begins in \a start, its first bytes; -1 if
+/// there is none.
+qint64 findAsc(const QByteArray& start);
 
 } // namespace monitor

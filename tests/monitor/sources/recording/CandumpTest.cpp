@@ -1,4 +1,4 @@
-#include <sources/recording/CandumpLine.h>
+#include <sources/recording/Candump.h>
 
 #include <gtest/gtest.h>
 
@@ -75,7 +75,7 @@ TEST(CandumpLine, SecondsMayHaveNoFraction)
               1635188455000000);
     for (const char* line : {"() can0 001#", "(2.) can0 001#", "(2x) can0 001#", "(2:0) can0 001#",
                              "(1000000000000) can0 001#"})
-        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+        EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
 // Seconds by `date -u -d "2021-10-25 19:00:55" +%s`.
@@ -88,7 +88,7 @@ TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
           "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
           "(2021-10-25 19:00:)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
         Frame frame;
-        EXPECT_EQ(readCandumpLine(line, frame), LineKind::NoFrame) << line;
+        EXPECT_EQ(readCandumpLine(line, frame), LineKind::Unknown) << line;
     }
 }
 
@@ -126,7 +126,7 @@ TEST(CandumpLine, CanFdHasFlagsAndUpTo64Bytes)
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 18FEDF00##F112233445566778899")), "112233445566778899");
     const QByteArray bytes = QByteArray("ab").repeated(64);
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 123##1" + bytes)), bytes);
-    EXPECT_EQ(kindOf("(1.0) can0 123##1" + bytes + "ab"), LineKind::NoFrame);
+    EXPECT_EQ(kindOf("(1.0) can0 123##1" + bytes + "ab"), LineKind::Unknown);
 }
 
 TEST(CandumpLine, LengthCodeAndDirectionBehindTheDataAreAccepted)
@@ -170,16 +170,16 @@ TEST(CandumpLine, ErrorFramesAreNoFramesOfData)
 TEST(CandumpLine, DropcountTellsHowManyFramesAreLost)
 {
     const QByteArray line = "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 30)";
-    EXPECT_EQ(kindOf(line), LineKind::Dropped);
-    EXPECT_EQ(monitor::droppedFrames(line), 12);
-    EXPECT_EQ(monitor::droppedFrames("(1.0) can0 123#11"), 0);
+    EXPECT_EQ(kindOf(line), LineKind::Lost);
+    EXPECT_EQ(monitor::lostFrames(line), 12);
+    EXPECT_EQ(monitor::lostFrames("(1.0) can0 123#11"), 0);
 }
 
 TEST(CandumpLine, EveryPrefixOnTheScreenIsNoFrameBeforeAllItsBytes)
 {
     const QByteArray line = " (000.005001)  can0  123   [4]  8A A0 FF 01";
     for (int size = 2; size < line.size(); ++size)
-        EXPECT_EQ(kindOf(line.left(size)), LineKind::NoFrame) << size;
+        EXPECT_EQ(kindOf(line.left(size)), LineKind::Unknown) << size;
 }
 
 TEST(CandumpLine, BlankLinesAndCommentsAreNothing)
@@ -249,19 +249,19 @@ TEST(CandumpLine, WhatIsNoClassicFrameIsNoFrame)
              "DROPCOUNT: dropped",
              "DROPCOUNT: dropped many CAN frames",
          })
-        EXPECT_EQ(kindOf(line), LineKind::NoFrame) << line;
+        EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
 TEST(CandumpLine, ZeroByteIsNotTakenForTheEndOfTheLine)
 {
-    EXPECT_EQ(kindOf(QByteArray("(1.0) can0 123#11\0\0", 19)), LineKind::NoFrame);
-    EXPECT_EQ(kindOf(QByteArray("\0", 1)), LineKind::NoFrame);
+    EXPECT_EQ(kindOf(QByteArray("(1.0) can0 123#11\0\0", 19)), LineKind::Unknown);
+    EXPECT_EQ(kindOf(QByteArray("\0", 1)), LineKind::Unknown);
 }
 
 TEST(CandumpLine, LineThatIsNoFrameLeavesTheFrameAsItIs)
 {
     Frame frame = frameIn("(1.0) can0 123#11");
-    EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::NoFrame);
+    EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::Unknown);
     EXPECT_EQ(readCandumpLine("# comment", frame), LineKind::Nothing);
     EXPECT_EQ(frame.id, 0x123U);
     EXPECT_EQ(frame.microseconds, 1000000);
@@ -274,7 +274,7 @@ TEST(CandumpLine, EveryPrefixIsAFrameOnlyWhereItsDataEndsWithAWholeByte)
     EXPECT_EQ(kindOf(line.left(0)), LineKind::Nothing);
     for (int size = 1; size < line.size(); ++size) {
         const bool isFrame = size >= dataBegin && (size - dataBegin) % 2 == 0;
-        EXPECT_EQ(kindOf(line.left(size)), isFrame ? LineKind::Frame : LineKind::NoFrame) << size;
+        EXPECT_EQ(kindOf(line.left(size)), isFrame ? LineKind::Frame : LineKind::Unknown) << size;
     }
 }
 

@@ -1,4 +1,4 @@
-#include "CandumpLine.h"
+#include "Candump.h"
 
 #include "text/LineCursor.h"
 
@@ -224,13 +224,13 @@ LineKind readCandumpLine(const QByteArray& line, Frame& frame)
     cursor.skipBlanks();
     if (cursor.atEnd() || cursor.peek() == '#')
         return LineKind::Nothing;
-    if (droppedFrames(line) > 0)
-        return LineKind::Dropped;
+    if (lostFrames(line) > 0)
+        return LineKind::Lost;
     Frame read;
     if (!readCompact(cursor, read)) {
         read = Frame();
         if (!readScreen(cursor, read))
-            return LineKind::NoFrame;
+            return LineKind::Unknown;
     }
     if (kindOf(read) == LineKind::Frame)
         frame = read;
@@ -238,7 +238,7 @@ LineKind readCandumpLine(const QByteArray& line, Frame& frame)
 }
 
 // As in "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
-qint64 droppedFrames(const QByteArray& line)
+qint64 lostFrames(const QByteArray& line)
 {
     if (!line.startsWith(droppedPrefix))
         return 0;
@@ -248,6 +248,23 @@ qint64 droppedFrames(const QByteArray& line)
     quint32 number = 0;
     constexpr quint32 most = 0xFFFFFFFF; // candump counts in 32 bits
     return readNumber(cursor.takeNextWord(), 10, most, number) ? number : 0;
+}
+
+LineKind CandumpReader::readLine(const QByteArray& line, Frame& frame)
+{
+    const LineKind kind = readCandumpLine(line, frame);
+    if (kind == LineKind::Lost)
+        lostSoFar += lostFrames(line);
+    return kind;
+}
+
+qint64 findCandump(const QByteArray& start)
+{
+    return findLine(start, [](const QByteArray& line) {
+        Frame ignored;
+        const LineKind kind = readCandumpLine(line, ignored);
+        return kind != LineKind::Nothing && kind != LineKind::Unknown;
+    });
 }
 
 } // namespace monitor

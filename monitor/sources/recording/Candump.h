@@ -1,8 +1,6 @@
 #pragma once
 
-#include "can/Frame.h"
-
-#include <QtCore/QByteArray>
+#include "TextRecording.h"
 
 namespace monitor
 {
@@ -27,7 +25,22 @@ namespace monitor
 /// \a frame is left as it is.
 LineKind readCandumpLine(const QByteArray& line, Frame& frame);
 
-/// How many frames are lost according to a line of LineKind::Dropped.
-qint64 droppedFrames(const QByteArray& line);
+/// How many frames are lost according to a line of LineKind::Lost; 0 for other lines.
+qint64 lostFrames(const QByteArray& line);
+
+/// Reads a recording of candump line by line. This class is reentrant.
+class CandumpReader : public LineParser
+{
+public:
+    LineKind readLine(const QByteArray& line, Frame& frame) override;
+    qint64 lost() const override { return lostSoFar; }
+
+private:
+    qint64 lostSoFar = 0;
+};
+
+/// Where the first line that candump writes begins in \a start, the first bytes of a recording; -1
+/// if there is none.
+qint64 findCandump(const QByteArray& start);
 
 } // namespace monitor

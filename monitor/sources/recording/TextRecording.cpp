@@ -1,0 +1,54 @@
+#include "TextRecording.h"
+
+namespace monitor
+{
+
+TextRecording::TextRecording(std::unique_ptr<QIODevice> device, const QString& name,
+                             std::unique_ptr<LineParser> lineParser)
+    : lines(std::move(device), name),
+      parser(std::move(lineParser)),
+      unreadable(name, QStringLiteral("line(s) in all that are not frames"))
+{
+}
+
+bool TextRecording::next(Frame& frame)
+{
+    while (lines.readLine(line)) {
+        switch (parser->readLine(line, frame)) {
+        case LineKind::Frame:
+            return true;
+        case LineKind::ErrorFrame:
+            ++errorFrames;
+            break;
+        case LineKind::Unknown:
+            unreadable.add(lines.lineNumber(), QStringLiteral("not a frame"));
+            break;
+        case LineKind::Lost:
+        case LineKind::Nothing:
+            break;
+        }
+    }
+    return false;
+}
+
+SourceCounts TextRecording::counts() const
+{
+    return {errorFrames, parser->lost(), unreadable.count()};
+}
+
+qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line))
+{
+    for (int begin = 0; begin < start.size();) {
+        const int lineFeed = start.indexOf('\n', begin);
+        const int end = lineFeed < 0 ? start.size() : lineFeed;
+        int length = end - begin;
+        while (length > 0 && start.at(begin + length - 1) == '\r')
+            --length;
+        if (isTypical(start.mid(begin, length)))
+            return begin;
+        begin = end + 1;
+    }
+    return -1;
+}
+
+} // namespace monitor

@@ -1,0 +1,60 @@
+#include "formats.h"
+
+#include "Asc.h"
+#include "Candump.h"
+
+#include <QtCore/QFile>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr qint64 examinedBytes = 1024 * 1024;
+
+template <typename Parser>
+std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const QString& name)
+{
+    return std::make_unique<TextRecording>(std::move(device), name, std::make_unique<Parser>());
+}
+
+} // namespace
+
+const QVector<RecordingFormat>& recordingFormats()
+{
+    static const QVector<RecordingFormat> formats{
+        {QStringLiteral("candump"), findCandump, openText<CandumpReader>},
+        {QStringLiteral("Vector ASC"), findAsc, openText<AscReader>},
+    };
+    return formats;
+}
+
+const RecordingFormat& formatOf(const QByteArray& start)
+{
+    const RecordingFormat* best = &recordingFormats().constFirst();
+    qint64 bestPlace = -1;
+    for (const RecordingFormat& format : recordingFormats()) {
+        const qint64 place = format.find(start);
+        if (place >= 0 && (bestPlace < 0 || place < bestPlace)) {
+            best = &format;
+            bestPlace = place;
+        }
+    }
+    return *best;
+}
+
+OpenedRecording openRecording(const QString& fileName)
+{
+    OpenedRecording opened;
+    auto file = std::make_unique<QFile>(fileName);
+    if (!file->open(QIODevice::ReadOnly)) {
+        opened.error = fileName + QStringLiteral(": cannot be read: ") + file->errorString();
+        return opened;
+    }
+    opened.format = &formatOf(file->peek(examinedBytes));
+    opened.source = opened.format->open(std::move(file), fileName);
+    return opened;
+}
+
+} // namespace monitor

@@ -1,0 +1,134 @@
+#include <sources/recording/formats.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QTemporaryFile>
+
+using monitor::Frame;
+using monitor::FrameSource;
+using monitor::openRecording;
+
+namespace
+{
+
+/// What the program makes of a recording with \a content.
+struct Read {
+    QString format;
+    int frames = 0;
+    monitor::SourceCounts counts;
+    QStringList problems;
+};
+
+Read read(const QByteArray& content)
+{
+    const monitor::RecordingFormat& format = monitor::formatOf(content);
+    auto buffer = std::make_unique<QBuffer>();
+    buffer->setData(content);
+    buffer->open(QIODevice::ReadOnly);
+    const std::unique_ptr<FrameSource> source = format.open(std::move(buffer), "x.log");
+    Read read;
+    read.format = format.name;
+    for (Frame frame; source->next(frame);)
+        ++read.frames;
+    EXPECT_EQ(source->error(), QString());
+    EXPECT_EQ(source->progress().done, content.size());
+    EXPECT_EQ(source->progress().total, content.size());
+    read.counts = source->counts();
+    read.problems = source->problems().lines();
+    return read;
+}
+
+QByteArray linesOf(const QList<QByteArray>& lines)
+{
+    return lines.join("\r\n") + "\r\n";
+}
+
+const QByteArray candumpLine = "(1.0) can0 123#1122";
+const QByteArray ascLine = "   0.015991 1  123             Rx   d 2 11 22";
+
+} // namespace
+
+TEST(RecordingFormats, EachIsRecognisedByItsFirstLine)
+{
+    EXPECT_EQ(read(candumpLine).format, QString("candump"));
+    EXPECT_EQ(read(" can0  123   [1]  11").format, QString("candump"));
+    EXPECT_EQ(read("DROPCOUNT: dropped 1 CAN frame on 'can0' socket").format, QString("candump"));
+    EXPECT_EQ(read(ascLine).format, QString("Vector ASC"));
+    EXPECT_EQ(read("date Mon Nov 16 10:38:11 2020").format, QString("Vector ASC"));
+    EXPECT_EQ(read("// version 9.0.0").format, QString("Vector ASC"));
+}
+
+TEST(RecordingFormats, TheFirstCharacteristicLineDecides)
+{
+    const Read candump = read(linesOf({"# comment", "", ascLine.mid(100), candumpLine, ascLine}));
+    EXPECT_EQ(candump.format, QString("candump"));
+    EXPECT_EQ(candump.frames, 1);
+    EXPECT_EQ(candump.problems, QStringList("x.log:5: not a frame"));
+    const Read asc =
+        read(linesOf({"date Mon Nov 16 10:38:11 2020", ascLine, candumpLine, ascLine}));
+    EXPECT_EQ(asc.format, QString("Vector ASC"));
+    EXPECT_EQ(asc.frames, 2);
+    EXPECT_EQ(asc.problems, QStringList("x.log:3: not a frame"));
+}
+
+TEST(RecordingFormats, NonsenseBeforeTheFirstLineDecidesNothing)
+{
+    const Read candump = read(linesOf({"hello", "1.0", candumpLine}));
+    EXPECT_EQ(candump.format, QString("candump"));
+    EXPECT_EQ(candump.counts.unreadable, 2);
+    const Read asc = read(linesOf({"hello", "1.0", ascLine}));
+    EXPECT_EQ(asc.format, QString("Vector ASC"));
+    EXPECT_EQ(asc.counts.unreadable, 2);
+}
+
+TEST(RecordingFormats, FileOfAnotherKindIsAllProblems)
+{
+    const Read other = read(linesOf({"hello", "world"}));
+    EXPECT_EQ(other.frames, 0);
+    EXPECT_EQ(other.counts.unreadable, 2);
+}
+
+TEST(RecordingFormats, ErrorFramesAndLostFramesAreCounted)
+{
+    const Read recording =
+        read(linesOf({"DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)",
+                      candumpLine, "(1.0) can0 20000088#0000000000000000",
+                      "DROPCOUNT: dropped 1 CAN frame on 'can0' socket (total drops 13)"}));
+    EXPECT_EQ(recording.frames, 1);
+    EXPECT_EQ(recording.counts.lost, 13);
+    EXPECT_EQ(recording.counts.errorFrames, 1);
+    EXPECT_EQ(recording.counts.unreadable, 0);
+}
+
+TEST(RecordingFormats, WordWithZeroBytesIsNotTakenForAShorterOne)
+{
+    const QByteArray line = " 0.1 1 123 " + QByteArray("Rx\0\0", 4) + " d 0";
+    EXPECT_EQ(read(linesOf({ascLine, line})).frames, 1);
+}
+
+TEST(RecordingFormats, FileIsOpenedInItsFormat)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    file.write(linesOf({ascLine, ascLine}));
+    file.close();
+    const monitor::OpenedRecording recording = openRecording(file.fileName());
+    ASSERT_TRUE(recording.source);
+    EXPECT_EQ(recording.format->name, QString("Vector ASC"));
+    Frame frame;
+    ASSERT_TRUE(recording.source->next(frame));
+    EXPECT_EQ(frame.id, 0x123U);
+}
+
+TEST(RecordingFormats, FileThatCannotBeReadIsNamed)
+{
+    const monitor::OpenedRecording missing = openRecording("/nonexistent/bus.log");
+    EXPECT_FALSE(missing.source);
+    EXPECT_TRUE(missing.error.startsWith("/nonexistent/bus.log: cannot be read: "));
+    const monitor::OpenedRecording folder = openRecording("/");
+    Frame frame;
+    EXPECT_TRUE(!folder.source || !folder.source->next(frame));
+    const QString error = folder.source ? folder.source->error() : folder.error;
+    EXPECT_TRUE(error.startsWith("/: cannot be read: ")) << error.toStdString();
+}
