@@ -9,12 +9,13 @@
 
 /// Uses \a messages as the monitor does: every signal gets a name and a data type, and data of
 /// every length is decoded by them, with nothing behind it that could be read unnoticed.
-inline void checkDescriptions(QVector<monitor::MessageDescription> messages)
+inline void checkDescriptions(const QVector<monitor::MessageDescription>& described)
 {
-    monitor::giveReportedNames(messages);
-    for (const monitor::MessageDescription& message : messages) {
-        for (const monitor::SignalDescription& signal : message.signalDescriptions) {
-            if (signal.length < 1 || signal.length > 64 || signal.reportedName.isEmpty())
+    const auto messages = monitor::giveReportedNames(described);
+    for (const monitor::CatalogueMessage& message : messages) {
+        for (const monitor::CatalogueSignal& signal : message.catalogueSignals) {
+            if (signal.layout.length < 1 || signal.layout.length > 64 ||
+                signal.reportedName.isEmpty())
                 std::abort();
             monitor::datatypeOf(signal);
         }
@@ -22,7 +23,7 @@ inline void checkDescriptions(QVector<monitor::MessageDescription> messages)
     monitor::Decoder decoder(messages);
     constexpr auto longestFrame =
         static_cast<int>(std::tuple_size_v<decltype(monitor::Frame::data)>);
-    for (const monitor::MessageDescription& message : messages) {
+    for (const monitor::CatalogueMessage& message : messages) {
         quint8 first = 0x5A; // may be a multiplexor
         for (int length = 0; length <= longestFrame; ++length) {
             std::vector<quint8> bytes(static_cast<std::size_t>(length), 0x5A);

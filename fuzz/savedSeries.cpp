@@ -13,7 +13,7 @@ namespace
 /// What is done next with the run of a file.
 void report(const monitor::SavedRun& run)
 {
-    const QVector<monitor::MessageDescription> noDescriptions;
+    const QVector<monitor::CatalogueMessage> noDescriptions;
     monitor::SignalTable table(noDescriptions);
     monitor::restoreSignals(run, table);
     const QVector<monitor::SignalReport> reports = table.report(run.k);

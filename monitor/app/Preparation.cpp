@@ -16,20 +16,21 @@ namespace
 
 /// The messages and signals to look for, or what made that impossible.
 QString readDescriptions(const MonitorOptions& options, QTextStream& messages,
-                         QVector<MessageDescription>& descriptions)
+                         QVector<CatalogueMessage>& descriptions)
 {
     QString error;
     Problems problems;
+    QVector<MessageDescription> read;
     if (!options.dbc.isEmpty())
-        error = readDbcFile(options.dbc, problems, descriptions);
+        error = readDbcFile(options.dbc, problems, read);
     print(problems, messages);
     for (const NodeDescription& node : options.nodes) {
         problems = Problems();
         if (error.isEmpty())
-            error = readEdsFile(node.fileName, node.node, problems, descriptions);
+            error = readEdsFile(node.fileName, node.node, problems, read);
         print(problems, messages);
     }
-    giveReportedNames(descriptions);
+    descriptions = giveReportedNames(read);
     return error;
 }
 

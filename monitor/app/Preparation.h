@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MonitorOptions.h"
+#include "catalogue/Catalogue.h"
 
 #include <QtCore/QTextStream>
 
@@ -9,7 +10,7 @@ namespace monitor
 
 /// What the options lead to before the first frame comes.
 struct Preparation {
-    QVector<MessageDescription> descriptions;
+    QVector<CatalogueMessage> descriptions;
     double k = 3; ///< half the width of the band, in deviations
 };
 

@@ -16,7 +16,7 @@ ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& mess
         error = readSeriesFile(options.file, run);
     if (!error.isEmpty())
         return messages << error << '\n', ExitCode::WrongUse;
-    const QVector<MessageDescription> noDescriptions; // nothing is to be decoded
+    const QVector<CatalogueMessage> noDescriptions; // nothing is to be decoded
     SignalTable table(noDescriptions);
     restoreSignals(run, table);
     if (!printFigures(options, options.k.value_or(run.k), run.counts, table, output, messages))

@@ -6,21 +6,21 @@
 namespace monitor
 {
 
-bool fitsInto(const SignalDescription& signal, int size)
+bool fitsInto(const SignalLayout& layout, int size)
 {
-    const int byte = signal.startBit / 8;
-    const int bit = signal.startBit % 8;
+    const int byte = layout.startBit / 8;
+    const int bit = layout.startBit % 8;
     // Motorola bits are walked from the highest bit of a byte to its lowest, then on to the next.
-    const int first = signal.byteOrder == ByteOrder::Intel ? signal.startBit : byte * 8 + 7 - bit;
-    return first + signal.length <= size * 8;
+    const int first = layout.byteOrder == ByteOrder::Intel ? layout.startBit : byte * 8 + 7 - bit;
+    return first + layout.length <= size * 8;
 }
 
-ValueRange scaledRange(const SignalDescription& signal)
+ValueRange scaledRange(const SignalLayout& layout, const Scaling& scaling)
 {
-    const double values = std::ldexp(1.0, signal.length);
-    const double lowestRaw = signal.isSigned ? -values / 2 : 0;
-    const double first = lowestRaw * signal.factor + signal.offset;
-    const double last = (lowestRaw + values - 1) * signal.factor + signal.offset;
+    const double values = std::ldexp(1.0, layout.length);
+    const double lowestRaw = layout.isSigned ? -values / 2 : 0;
+    const double first = lowestRaw * scaling.factor + scaling.offset;
+    const double last = (lowestRaw + values - 1) * scaling.factor + scaling.offset;
     return {std::min(first, last), std::max(first, last)};
 }
 

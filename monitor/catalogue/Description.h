@@ -32,9 +32,8 @@ struct ValueRange {
     double highest;
 };
 
-/// One signal of a message: where its bits are and what they mean.
-struct SignalDescription {
-    QString name;
+/// Where the bits of a signal are in its message, and what kind of value they are.
+struct SignalLayout {
     /// The number of its lowest bit (Intel) or of its highest (Motorola): 8 x byte + bit, bit 0
     /// being the lowest of its byte.
     int startBit = 0;
@@ -43,39 +42,48 @@ struct SignalDescription {
     bool isSigned = false;                        ///< two's complement
     bool isFloat = false;                         ///< an IEEE number of 32 or 64 bits
     std::optional<CAN::CANopenDataType> datatype; ///< of a CANopen object
-    bool carried = false; ///< true: recorded as it is, there are no figures of it
-    double factor = 1;    ///< value = raw x factor + offset, in \a unit
-    double offset = 0;
-    double lowerLimit = 0; ///< limits of the value; 0 and 0 if there are none
-    double upperLimit = 0;
-    QString unit;
+    bool passThrough = false; ///< true: recorded as received, without scaling and statistics
     Multiplexing multiplexing = Multiplexing::Plain;
     quint64 multiplexorValue = 0; ///< of a multiplexed or nested signal
-    std::optional<quint32> spn;   ///< suspect parameter number of a J1939 signal
-
-    QString reportedName; ///< see giveReportedNames()
-    bool chosen = true;   ///< false: not to be reported
-    bool reserves = true; ///< false: every raw value is a measured one, in J1939 too
-    int keptRecords = 0;  ///< how many of its newest records are kept; 0: all
-    std::optional<ValueRange> ratingLimits; ///< what to rate it by instead of its band
 };
 
-/// One message: which frames carry it and what signals are in it.
-struct MessageDescription {
+/// value = raw x factor + offset, in \a unit.
+struct Scaling {
+    double factor = 1;
+    double offset = 0;
+    QString unit;
+};
+
+/// One signal of a message, as its description file declares it.
+struct SignalDescription {
+    QString name;
+    SignalLayout layout;
+    Scaling scaling;
+    double lowerLimit = 0; ///< limits of the value; 0 and 0 if there are none
+    double upperLimit = 0;
+    std::optional<quint32> spn; ///< suspect parameter number of a J1939 signal
+};
+
+/// What identifies a message.
+struct MessageHeader {
     QString name;
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> node; ///< CANopen node that sends it, if it is described as such
     int size = 0;               ///< in bytes
-    QVector<SignalDescription> signalDescriptions;
-    qint64 line = 0; ///< where the description of the message begins, for warnings
+    qint64 line = 0;            ///< where its description begins, for warnings
 };
 
-/// Whether the bits of \a signal lie within the first \a size bytes of the data.
-bool fitsInto(const SignalDescription& signal, int size);
+/// One message with its signals, as its description file declares them.
+struct MessageDescription : MessageHeader {
+    QVector<SignalDescription> signalDescriptions;
+};
 
-/// The scaled values that the lowest and the highest raw value lead to, the smaller one first.
-ValueRange scaledRange(const SignalDescription& signal);
+/// Whether bits of that \a layout lie within the first \a size bytes of the data.
+bool fitsInto(const SignalLayout& layout, int size);
+
+/// The scaled values of the lowest and the highest raw value, the smaller one first.
+ValueRange scaledRange(const SignalLayout& layout, const Scaling& scaling);
 
 } // namespace monitor

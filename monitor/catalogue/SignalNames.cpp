@@ -27,22 +27,27 @@ QRegularExpression expressionOf(const QString& pattern)
 
 } // namespace
 
-void giveReportedNames(QVector<MessageDescription>& messages)
+QVector<CatalogueMessage> giveReportedNames(const QVector<MessageDescription>& messages)
 {
     QHash<QString, int> messagesWithName;
-    for (const MessageDescription& message : qAsConst(messages)) {
+    for (const MessageDescription& message : messages) {
         for (const SignalDescription& signal : message.signalDescriptions)
             ++messagesWithName[keyOf(message, signal)];
     }
-    for (MessageDescription& message : messages) {
-        for (SignalDescription& signal : message.signalDescriptions) {
+    QVector<CatalogueMessage> catalogue;
+    for (const MessageDescription& message : messages) {
+        CatalogueMessage known{message, {}};
+        for (const SignalDescription& signal : message.signalDescriptions) {
             const bool isClear = messagesWithName.value(keyOf(message, signal)) == 1;
-            signal.reportedName = isClear ? signal.name : message.name + '.' + signal.name;
+            const QString name = isClear ? signal.name : message.name + '.' + signal.name;
+            known.catalogueSignals.append({signal, name, {}});
         }
+        catalogue.append(known);
     }
+    return catalogue;
 }
 
-bool isMeant(const SignalDescription& signal, const QString& pattern)
+bool isMeant(const CatalogueSignal& signal, const QString& pattern)
 {
     const QRegularExpression expression = expressionOf(pattern);
     QStringList names{signal.reportedName, signal.name};

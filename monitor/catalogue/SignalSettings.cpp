@@ -16,7 +16,7 @@ QString forSignals(const QString& pattern, Messages& messages, Call call)
 {
     bool found = false;
     for (auto& message : messages) {
-        for (auto& signal : message.signalDescriptions) {
+        for (auto& signal : message.catalogueSignals) {
             if (!isMeant(signal, pattern))
                 continue;
             call(message, signal);
@@ -28,7 +28,7 @@ QString forSignals(const QString& pattern, Messages& messages, Call call)
 
 /// Calls \a call with each of \a all for every signal that its pattern means; the first complaint.
 template <typename Given, typename Call>
-QString setForSignals(const QVector<Given>& all, QVector<MessageDescription>& messages, Call call)
+QString setForSignals(const QVector<Given>& all, QVector<CatalogueMessage>& messages, Call call)
 {
     QString complaint;
     for (const Given& given : all) {
@@ -40,44 +40,44 @@ QString setForSignals(const QVector<Given>& all, QVector<MessageDescription>& me
     return complaint;
 }
 
-bool canBeScaled(const MessageDescription& message, const SignalDescription& signal)
+bool canBeScaled(const CatalogueMessage& message, const CatalogueSignal& signal)
 {
-    const ValueRange range = scaledRange(signal);
-    return message.node && !signal.carried && std::isfinite(range.lowest) &&
+    const ValueRange range = scaledRange(signal.layout, signal.scaling);
+    return message.node && !signal.layout.passThrough && std::isfinite(range.lowest) &&
            std::isfinite(range.highest);
 }
 
 } // namespace
 
-QString chooseSignals(const QStringList& patterns, QVector<MessageDescription>& messages)
+QString chooseSignals(const QStringList& patterns, QVector<CatalogueMessage>& messages)
 {
     if (!patterns.isEmpty())
         forSignals(QStringLiteral("*"), messages,
-                   [](auto&, auto& signal) { signal.chosen = false; });
+                   [](auto&, auto& signal) { signal.rules.chosen = false; });
     QString complaint;
     for (const QString& pattern : patterns) {
         const QString found =
-            forSignals(pattern, messages, [](auto&, auto& signal) { signal.chosen = true; });
+            forSignals(pattern, messages, [](auto&, auto& signal) { signal.rules.chosen = true; });
         complaint = complaint.isEmpty() ? found : complaint;
     }
     return complaint;
 }
 
-QString setLimits(const QVector<SignalLimits>& limits, QVector<MessageDescription>& messages)
+QString setLimits(const QVector<SignalLimits>& limits, QVector<CatalogueMessage>& messages)
 {
     return setForSignals(limits, messages, [](const SignalLimits& given, auto&, auto& signal) {
-        signal.ratingLimits = given.limits;
+        signal.rules.limits = given.limits;
     });
 }
 
-QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescription>& messages)
+QString setScalings(const QVector<SignalScaling>& scalings, QVector<CatalogueMessage>& messages)
 {
     QString unscalable;
     const QString complaint = setForSignals(
         scalings, messages, [&](const SignalScaling& given, auto& message, auto& signal) {
-            signal.factor = given.factor;
-            signal.offset = given.offset;
-            signal.unit = given.unit;
+            signal.scaling.factor = given.factor;
+            signal.scaling.offset = given.offset;
+            signal.scaling.unit = given.unit;
             if (!canBeScaled(message, signal))
                 unscalable =
                     QStringLiteral("signal \"%1\" cannot be scaled").arg(signal.reportedName);
@@ -85,24 +85,24 @@ QString setScalings(const QVector<SignalScaling>& scalings, QVector<MessageDescr
     return unscalable.isEmpty() ? complaint : unscalable;
 }
 
-void setKeptRecords(int records, QVector<MessageDescription>& messages)
+void setKeptRecords(int records, QVector<CatalogueMessage>& messages)
 {
-    for (MessageDescription& message : messages) {
-        for (SignalDescription& signal : message.signalDescriptions)
-            signal.keptRecords = records;
+    for (CatalogueMessage& message : messages) {
+        for (CatalogueSignal& signal : message.catalogueSignals)
+            signal.rules.keptRecords = records;
     }
 }
 
 QString setReservations(const QVector<SignalReservation>& reservations,
-                        QVector<MessageDescription>& messages)
+                        QVector<CatalogueMessage>& messages)
 {
     return setForSignals(reservations, messages,
                          [](const SignalReservation& given, auto&, auto& signal) {
-                             signal.reserves = given.reserves;
+                             signal.rules.reservesRawValues = given.reserves;
                          });
 }
 
-QString checkPatterns(const QStringList& patterns, const QVector<MessageDescription>& messages)
+QString checkPatterns(const QStringList& patterns, const QVector<CatalogueMessage>& messages)
 {
     for (const QString& pattern : patterns) {
         QString complaint = forSignals(pattern, messages, [](auto&, auto&) {});

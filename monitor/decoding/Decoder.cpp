@@ -20,38 +20,40 @@ quint32 keyOf(quint32 id, bool extended)
 }
 
 /// The value of the multiplexor of \a message in \a payload, none if it has none there.
-std::optional<quint64> multiplexorValue(const Payload& payload, const MessageDescription& message)
+std::optional<quint64> multiplexorValue(const Payload& payload, const CatalogueMessage& message)
 {
-    for (const SignalDescription& signal : message.signalDescriptions) {
-        if (signal.multiplexing == Multiplexing::Multiplexor && fitsInto(signal, payload.length))
-            return extractBits(payload.data, signal);
+    for (const CatalogueSignal& signal : message.catalogueSignals) {
+        if (signal.layout.multiplexing == Multiplexing::Multiplexor &&
+            fitsInto(signal.layout, payload.length))
+            return extractBits(payload.data, signal.layout);
     }
     return std::nullopt;
 }
 
 /// What is finite in the frame may still leave the range of double by its scaling.
-double scaledFloat(quint64 bits, const SignalDescription& signal)
+double scaledFloat(quint64 bits, const CatalogueSignal& signal)
 {
-    return floatIn(bits, signal.length) * signal.factor + signal.offset;
+    return floatIn(bits, signal.layout.length) * signal.scaling.factor + signal.scaling.offset;
 }
 
-bool isPresent(const SignalDescription& signal, const Payload& payload,
+bool isPresent(const CatalogueSignal& signal, const Payload& payload,
                std::optional<quint64> multiplexor)
 {
-    const bool depends = signal.multiplexing == Multiplexing::Multiplexed ||
-                         signal.multiplexing == Multiplexing::Nested;
-    return fitsInto(signal, payload.length) && (!depends || multiplexor == signal.multiplexorValue);
+    const bool depends = signal.layout.multiplexing == Multiplexing::Multiplexed ||
+                         signal.layout.multiplexing == Multiplexing::Nested;
+    return fitsInto(signal.layout, payload.length) &&
+           (!depends || multiplexor == signal.layout.multiplexorValue);
 }
 
 } // namespace
 
-Decoder::Decoder(QVector<MessageDescription> messageDescriptions)
+Decoder::Decoder(QVector<CatalogueMessage> messageDescriptions)
     : descriptions(std::move(messageDescriptions))
 {
     // The hash gives the entry inserted last first, so the order of the description is kept by
     // going through it backwards.
     for (int i = descriptions.size() - 1; i >= 0; --i) {
-        const MessageDescription& message = descriptions.at(i);
+        const CatalogueMessage& message = descriptions.at(i);
         if (message.protocol == Protocol::J1939)
             byPgn.insert(pgnOf(message.id), i);
         else
@@ -85,25 +87,25 @@ void Decoder::decodeAll(const Payload& payload, const Messages& messagesByKey, q
 
 void Decoder::decodeMessage(const Payload& payload, int message)
 {
-    const MessageDescription& description = descriptions.at(message);
+    const CatalogueMessage& description = descriptions.at(message);
     const std::optional<quint64> multiplexor = multiplexorValue(payload, description);
-    for (int i = 0; i < description.signalDescriptions.size(); ++i) {
-        const SignalDescription& signal = description.signalDescriptions.at(i);
-        if (!signal.chosen || !isPresent(signal, payload, multiplexor))
+    for (int i = 0; i < description.catalogueSignals.size(); ++i) {
+        const CatalogueSignal& signal = description.catalogueSignals.at(i);
+        if (!signal.rules.chosen || !isPresent(signal, payload, multiplexor))
             continue;
         DecodedSignal found;
         found.message = message;
         found.signal = i;
-        found.bits = extractBits(payload.data, signal);
+        found.bits = extractBits(payload.data, signal.layout);
         found.microseconds = payload.microseconds;
         if (description.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(payload.id);
-            if (signal.reserves)
-                found.availability = availabilityOf(found.bits, signal.length);
+            if (signal.rules.reservesRawValues)
+                found.availability = availabilityOf(found.bits, signal.layout.length);
         } else {
             found.source = description.node;
         }
-        if (signal.isFloat)
+        if (signal.layout.isFloat)
             found.availability = availabilityOf(scaledFloat(found.bits, signal));
         decoded.append(found);
     }

@@ -2,7 +2,7 @@
 
 #include "Availability.h"
 #include "can/Payload.h"
-#include "catalogue/Description.h"
+#include "catalogue/Catalogue.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QVector>
@@ -28,9 +28,9 @@ struct DecodedSignal {
 class Decoder
 {
 public:
-    explicit Decoder(QVector<MessageDescription> messageDescriptions);
+    explicit Decoder(QVector<CatalogueMessage> messageDescriptions);
 
-    const QVector<MessageDescription>& messages() const { return descriptions; }
+    const QVector<CatalogueMessage>& messages() const { return descriptions; }
 
     /// The signals in \a frame, in the order of the description; none in a remote frame. Left out
     /// are signals that the data is too short for, and multiplexed ones of another multiplexor
@@ -46,7 +46,7 @@ private:
     void decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key);
     void decodeMessage(const Payload& payload, int message);
 
-    QVector<MessageDescription> descriptions;
+    QVector<CatalogueMessage> descriptions;
     Messages byPgn; // J1939
     Messages byId;  // all others
     QVector<DecodedSignal> decoded;

@@ -23,14 +23,14 @@ int nextLower(int position, ByteOrder order)
 
 } // namespace
 
-quint64 extractBits(const quint8* data, const SignalDescription& signal)
+quint64 extractBits(const quint8* data, const SignalLayout& layout)
 {
-    const bool intel = signal.byteOrder == ByteOrder::Intel;
-    int position = intel ? signal.startBit + signal.length - 1 : signal.startBit;
+    const bool intel = layout.byteOrder == ByteOrder::Intel;
+    int position = intel ? layout.startBit + layout.length - 1 : layout.startBit;
     quint64 bits = 0;
-    for (int i = 0; i < signal.length; ++i) {
+    for (int i = 0; i < layout.length; ++i) {
         bits = bits << 1 | bitAt(data, position);
-        position = nextLower(position, signal.byteOrder);
+        position = nextLower(position, layout.byteOrder);
     }
     return bits;
 }

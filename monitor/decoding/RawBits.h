@@ -5,9 +5,9 @@
 namespace monitor
 {
 
-/// The bits of \a signal in \a data as an unsigned number. The signal must fit into the data (see
+/// The bits of that \a layout in \a data as an unsigned number. They must fit into the data (see
 /// fitsInto()).
-quint64 extractBits(const quint8* data, const SignalDescription& signal);
+quint64 extractBits(const quint8* data, const SignalLayout& layout);
 
 /// \a bits as an IEEE number of \a length 32 or 64.
 double floatIn(quint64 bits, int length);

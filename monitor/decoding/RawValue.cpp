@@ -10,12 +10,12 @@ namespace monitor
 namespace
 {
 
-QVariant textIn(quint64 bits, const SignalDescription& description)
+QVariant textIn(quint64 bits, const SignalLayout& layout)
 {
     QByteArray bytes;
-    for (int shift = 0; shift < description.length; shift += 8)
+    for (int shift = 0; shift < layout.length; shift += 8)
         bytes.append(static_cast<char>(bits >> shift & 0xFF));
-    if (description.datatype != CANopenDataType::VISIBLE_STRING)
+    if (layout.datatype != CANopenDataType::VISIBLE_STRING)
         return bytes;
     return QString::fromLatin1(bytes.constData());
 }
@@ -27,23 +27,23 @@ QVariant floatValueOf(double number, int length)
 
 } // namespace
 
-bool holdsNumber(const SignalDescription& description)
+bool holdsNumber(const SignalLayout& layout)
 {
-    const auto code = *description.datatype;
+    const auto code = *layout.datatype;
     return code != CANopenDataType::VISIBLE_STRING && code != CANopenDataType::OCTET_STRING &&
            code != CANopenDataType::UNICODE_STRING && code != CANopenDataType::DOMAIN;
 }
 
-QVariant rawValueOf(quint64 bits, const SignalDescription& description)
+QVariant rawValueOf(quint64 bits, const SignalLayout& layout)
 {
-    if (description.isFloat)
-        return floatValueOf(floatIn(bits, description.length), description.length);
-    if (description.carried && !holdsNumber(description))
-        return textIn(bits, description);
-    const bool isShort = description.length <= 32;
-    if (!description.isSigned)
+    if (layout.isFloat)
+        return floatValueOf(floatIn(bits, layout.length), layout.length);
+    if (layout.passThrough && !holdsNumber(layout))
+        return textIn(bits, layout);
+    const bool isShort = layout.length <= 32;
+    if (!layout.isSigned)
         return isShort ? QVariant(static_cast<uint>(bits)) : QVariant(bits);
-    const qint64 number = signExtended(bits, description.length);
+    const qint64 number = signExtended(bits, layout.length);
     return isShort ? QVariant(static_cast<int>(number)) : QVariant(number);
 }
 

@@ -7,12 +7,12 @@
 namespace monitor
 {
 
-/// Whether the bits of a carried signal are a number. Times are taken for one; texts are not.
-bool holdsNumber(const SignalDescription& description);
+/// Whether the bits of a pass-through signal are a number. Times count as numbers, texts do not.
+bool holdsNumber(const SignalLayout& layout);
 
 /// The raw value in \a bits (see extractBits()) as a number of the smallest kind that QVariant has
-/// for it. Of a carried signal that holds none, a text up to its end or the bytes as they stand in
-/// the PDO.
-QVariant rawValueOf(quint64 bits, const SignalDescription& description);
+/// for it. For a pass-through signal that is not a number: the text up to its end, or the bytes as
+/// they are in the PDO.
+QVariant rawValueOf(quint64 bits, const SignalLayout& layout);
 
 } // namespace monitor

@@ -4,7 +4,7 @@ namespace monitor
 {
 
 LiveSource::LiveSource(const BusAddress& address, double busBitRate,
-                       const QVector<MessageDescription>& descriptions)
+                       const QVector<CatalogueMessage>& descriptions)
     : busName(address.name()), bitRate(busBitRate), fed(descriptions), bus(address, busBitRate)
 {
 }

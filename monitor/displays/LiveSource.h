@@ -14,7 +14,7 @@ class LiveSource
 {
 public:
     LiveSource(const BusAddress& address, double busBitRate,
-               const QVector<MessageDescription>& descriptions);
+               const QVector<CatalogueMessage>& descriptions);
 
     /// Connects and begins to receive. Returns what made that impossible, naming the bus; empty if
     /// nothing did. Called once.

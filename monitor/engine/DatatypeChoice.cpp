@@ -39,11 +39,11 @@ bool isWhole(double number)
 /// included: the library brings both into the type, and either wraps where it does not fit.
 bool staysIn(const SignalDescription& signal, int bits)
 {
-    const double lowest = signal.isSigned ? -std::ldexp(1.0, bits - 1) : 0;
-    const double highest = std::ldexp(1.0, signal.isSigned ? bits - 1 : bits) - 1;
-    SignalDescription product = signal;
-    product.offset = 0;
-    for (const ValueRange& range : {scaledRange(product), scaledRange(signal)}) {
+    const double lowest = signal.layout.isSigned ? -std::ldexp(1.0, bits - 1) : 0;
+    const double highest = std::ldexp(1.0, signal.layout.isSigned ? bits - 1 : bits) - 1;
+    const Scaling product{signal.scaling.factor, 0, {}};
+    for (const ValueRange& range :
+         {scaledRange(signal.layout, product), scaledRange(signal.layout, signal.scaling)}) {
         if (range.lowest < lowest || range.highest > highest)
             return false;
     }
@@ -54,10 +54,10 @@ bool staysIn(const SignalDescription& signal, int bits)
 /// selects the element type of a single byte.
 bool keepsItsType(const SignalDescription& signal)
 {
-    const bool isScaled = signal.factor != 1 || signal.offset != 0;
-    const bool isExact = signal.isFloat || signal.length <= exactBits;
-    return signal.carried ||
-           (!isScaled && isExact && *signal.datatype != CANopenDataType::INTEGER40);
+    const bool isScaled = signal.scaling.factor != 1 || signal.scaling.offset != 0;
+    const bool isExact = signal.layout.isFloat || signal.layout.length <= exactBits;
+    return signal.layout.passThrough ||
+           (!isScaled && isExact && *signal.layout.datatype != CANopenDataType::INTEGER40);
 }
 
 } // namespace
@@ -69,16 +69,16 @@ bool keepsItsType(const SignalDescription& signal)
 // were exact, and the greatest one, rounded up, even as 0.
 CANopenDataType datatypeOf(const SignalDescription& signal)
 {
-    if (signal.datatype && keepsItsType(signal))
-        return *signal.datatype;
-    if (signal.isFloat || !isWhole(signal.factor) || !isWhole(signal.offset))
+    if (signal.layout.datatype && keepsItsType(signal))
+        return *signal.layout.datatype;
+    if (signal.layout.isFloat || !isWhole(signal.scaling.factor) || !isWhole(signal.scaling.offset))
         return CANopenDataType::REAL64;
     for (const IntegerType& type : integerTypes) {
-        if (signal.length > type.bits)
+        if (signal.layout.length > type.bits)
             continue;
         if (!staysIn(signal, type.bits))
             return CANopenDataType::REAL64;
-        return signal.isSigned ? type.signedType : type.unsignedType;
+        return signal.layout.isSigned ? type.signedType : type.unsignedType;
     }
     return CANopenDataType::REAL64;
 }

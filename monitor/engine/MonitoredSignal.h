@@ -27,7 +27,7 @@ public:
     /// What every report begins with: all but the figures.
     virtual const SignalReport& heading() const = 0;
 
-    virtual const SignalDescription& signalDescription() const = 0;
+    virtual const CatalogueSignal& signalDescription() const = 0;
 
     /// Ends the background updating of the average and deviation that the library offers for
     /// display. Waits for its current cycle, up to 100 ms. What is recorded stays.
@@ -63,8 +63,8 @@ public:
 };
 
 /// Begins to record a signal of \a message in the library's record for its protocol.
-std::unique_ptr<MonitoredSignal> monitorSignal(const MessageDescription& message,
-                                               const SignalDescription& description,
+std::unique_ptr<MonitoredSignal> monitorSignal(const MessageHeader& message,
+                                               const CatalogueSignal& description,
                                                std::optional<quint8> sourceAddress);
 
 } // namespace monitor

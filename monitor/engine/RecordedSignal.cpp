@@ -31,13 +31,13 @@ int countOutside(const QVector<T>& values, double lower, double upper)
 } // namespace
 
 template <typename T>
-RecordedSignal<T>::RecordedSignal(const SignalDescription& signalDescription,
+RecordedSignal<T>::RecordedSignal(const CatalogueSignal& signalDescription,
                                   const SignalReport& reportHeading)
     : description(signalDescription), commonHeading(reportHeading)
 {
     recorded.setDatatype(datatypeOf(description));
     recorded.setValueHandling(GenericSignal::NewValueHandlingType::Append);
-    if (description.keptRecords == 0 || description.carried)
+    if (description.rules.keptRecords == 0 || description.layout.passThrough)
         return;
     running =
         std::make_unique<GenericSignalImpl<T>>(); // replaces its newest record, without worker
@@ -60,7 +60,7 @@ void RecordedSignal<T>::feed(const DecodedSignal& decoded)
     if (decoded.microseconds)
         valueRhythm.add(*decoded.microseconds);
     T value;
-    value.rawValue = rawValueOf(decoded.bits, description);
+    value.rawValue = rawValueOf(decoded.bits, description.layout);
     record(std::move(value), decoded.microseconds.value_or(SignalSeries::noTime));
 }
 
@@ -72,14 +72,14 @@ void RecordedSignal<T>::record(T value, qint64 microseconds)
     ++count;
     times.append(microseconds);
     if (running)
-        running->setNewValue(value, description.factor, description.offset);
-    if (!description.carried && !running)
-        return static_cast<void>(
-            recorded.setNewValue(std::move(value), description.factor, description.offset));
+        running->setNewValue(value, description.scaling.factor, description.scaling.offset);
+    if (!description.layout.passThrough && !running)
+        return static_cast<void>(recorded.setNewValue(std::move(value), description.scaling.factor,
+                                                      description.scaling.offset));
     // Not to the running statistics too, which would make numbers of anything.
-    recorded.scaleAndAppendValue(value, description.factor, description.offset);
+    recorded.scaleAndAppendValue(value, description.scaling.factor, description.scaling.offset);
     recorded.setNewValue(std::move(value));
-    if (description.keptRecords > 0 && times.size() / 2 >= description.keptRecords)
+    if (description.rules.keptRecords > 0 && times.size() / 2 >= description.rules.keptRecords)
         dropOldest();
 }
 
@@ -88,12 +88,12 @@ void RecordedSignal<T>::record(T value, qint64 microseconds)
 template <typename T>
 void RecordedSignal<T>::dropOldest()
 {
-    const int surplus = times.size() - description.keptRecords;
-    if (description.keptRecords == 0 || surplus <= 0)
+    const int surplus = times.size() - description.rules.keptRecords;
+    if (description.rules.keptRecords == 0 || surplus <= 0)
         return;
     const QVector<T> newest = recorded.getValues().mid(surplus);
     recorded.clearValues();
-    recorded.appendValues(newest, description.factor, description.offset);
+    recorded.appendValues(newest, description.scaling.factor, description.scaling.offset);
     times.remove(0, surplus);
 }
 
@@ -130,7 +130,7 @@ SignalReport RecordedSignal<T>::report(double k)
 template <typename T>
 void RecordedSignal<T>::follow()
 {
-    if (description.carried || running)
+    if (description.layout.passThrough || running)
         return;
     T value;
     while (recorded.getValue(static_cast<int>(valueCounts.count()), value))
@@ -155,7 +155,7 @@ SignalSeries RecordedSignal<T>::series()
 {
     dropOldest();
     SignalSeries series;
-    if (description.carried)
+    if (description.layout.passThrough)
         return series;
     const QVector<T> values = recorded.getValues();
     series.values.reserve(values.size());
@@ -172,7 +172,7 @@ void RecordedSignal<T>::extend(SignalSeries& series)
     if (running)
         series = this->series();
     T value;
-    while (!description.carried && recorded.getValue(series.values.size(), value)) {
+    while (!description.layout.passThrough && recorded.getValue(series.values.size(), value)) {
         series.microseconds.append(times.at(series.values.size()));
         series.values.append(value.scaledValue.toDouble());
     }
@@ -207,7 +207,7 @@ void RecordedSignal<T>::measure(SignalReport& report, double k)
     if (values.isEmpty())
         return;
     report.count = count;
-    if (description.carried)
+    if (description.layout.passThrough)
         return showNewest(report, values.constLast());
     QVariant maximum;
     QVariant minimum;
@@ -234,7 +234,7 @@ void RecordedSignal<T>::measureAgain(SignalReport& report, double k)
     if (count == 0 || !recorded.getValue(recorded.getValueCount() - 1, newest))
         return;
     report.count = count;
-    if (description.carried)
+    if (description.layout.passThrough)
         return showNewest(report, newest);
     follow();
     report.average = recorded.calcAverage();
@@ -265,7 +265,7 @@ void RecordedSignal<T>::showNewest(SignalReport& report, const T& newest)
     report.newestText = isBytes ? QString::fromLatin1(newest.scaledValue.toByteArray().toHex(' '))
                                 : newest.scaledValue.toString();
     const double number = newest.scaledValue.toDouble();
-    if (holdsNumber(description) && std::fabs(number) <= exactNumbers)
+    if (holdsNumber(description.layout) && std::fabs(number) <= exactNumbers)
         report.newestNumber = number;
 }
 

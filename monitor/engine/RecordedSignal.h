@@ -14,12 +14,12 @@ class RecordedSignal : public MonitoredSignal
 {
 public:
     /// \a reportHeading is what every report of the signal begins with.
-    RecordedSignal(const SignalDescription& signalDescription, const SignalReport& reportHeading);
+    RecordedSignal(const CatalogueSignal& signalDescription, const SignalReport& reportHeading);
 
     void feed(const DecodedSignal& decoded) override;
     void clear() override;
     const SignalReport& heading() const override { return commonHeading; }
-    const SignalDescription& signalDescription() const override { return description; }
+    const CatalogueSignal& signalDescription() const override { return description; }
     void stopUpdating() override;
     SignalReport report(double k) override;
     void follow() override;
@@ -40,7 +40,7 @@ private:
     void showNewest(SignalReport& report, const T& newest);
     int rate(const SignalReport& report, double k);
 
-    SignalDescription description;
+    CatalogueSignal description;
     SignalReport commonHeading;
     GenericSignalImpl<T> recorded;
     QVector<qint64> times;                         // of the recorded values

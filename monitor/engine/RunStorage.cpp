@@ -18,7 +18,7 @@ SavedRun runOf(const SignalTable& table, double k, const FrameCounts& counts)
 void restoreSignals(const SavedRun& run, SignalTable& table)
 {
     for (const SavedSignal& saved : run.recordedSignals) {
-        MessageDescription message;
+        MessageHeader message;
         message.protocol = saved.protocol;
         auto signal = monitorSignal(message, saved.description, saved.source);
         signal->restore(saved.records);

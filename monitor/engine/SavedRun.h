@@ -2,7 +2,7 @@
 
 #include "FrameCounts.h"
 #include "SignalRecords.h"
-#include "catalogue/Description.h"
+#include "catalogue/Catalogue.h"
 
 namespace monitor
 {
@@ -11,7 +11,7 @@ namespace monitor
 struct SavedSignal {
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source; ///< J1939 source address or CANopen node
-    SignalDescription description;
+    CatalogueSignal description;
     SignalRecords records;
 };
 

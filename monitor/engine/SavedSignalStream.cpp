@@ -58,20 +58,21 @@ bool readFinite(QDataStream& stream, double& number)
     return stream.status() == QDataStream::Ok && std::isfinite(number);
 }
 
-void writeDescription(QDataStream& stream, const SignalDescription& description)
+void writeDescription(QDataStream& stream, const CatalogueSignal& description)
 {
     writeText(stream, description.reportedName);
-    writeText(stream, description.unit);
-    stream << static_cast<quint8>(description.length) << description.isSigned << description.isFloat
-           << description.carried << description.factor << description.offset
-           << description.datatype.has_value()
-           << static_cast<quint32>(description.datatype.value_or(CAN::CANopenDataType::None))
-           << description.ratingLimits.has_value();
-    const ValueRange limits = description.ratingLimits.value_or(ValueRange{0, 0});
+    writeText(stream, description.scaling.unit);
+    stream << static_cast<quint8>(description.layout.length) << description.layout.isSigned
+           << description.layout.isFloat << description.layout.passThrough
+           << description.scaling.factor << description.scaling.offset
+           << description.layout.datatype.has_value()
+           << static_cast<quint32>(description.layout.datatype.value_or(CAN::CANopenDataType::None))
+           << description.rules.limits.has_value();
+    const ValueRange limits = description.rules.limits.value_or(ValueRange{0, 0});
     stream << limits.lowest << limits.highest;
 }
 
-bool readDatatype(QDataStream& stream, SignalDescription& description)
+bool readDatatype(QDataStream& stream, CatalogueSignal& description)
 {
     bool isGiven = false;
     quint32 code = 0;
@@ -79,11 +80,11 @@ bool readDatatype(QDataStream& stream, SignalDescription& description)
         return false;
     stream >> code;
     if (isGiven)
-        description.datatype = static_cast<CAN::CANopenDataType>(code);
-    return isGiven || !description.carried;
+        description.layout.datatype = static_cast<CAN::CANopenDataType>(code);
+    return isGiven || !description.layout.passThrough;
 }
 
-bool readLimits(QDataStream& stream, SignalDescription& description)
+bool readLimits(QDataStream& stream, CatalogueSignal& description)
 {
     bool areGiven = false;
     ValueRange limits{0, 0};
@@ -91,21 +92,24 @@ bool readLimits(QDataStream& stream, SignalDescription& description)
         !readFinite(stream, limits.highest) || limits.lowest > limits.highest)
         return false;
     if (areGiven)
-        description.ratingLimits = limits;
+        description.rules.limits = limits;
     return true;
 }
 
-bool readDescription(QDataStream& stream, SignalDescription& description)
+bool readDescription(QDataStream& stream, CatalogueSignal& description)
 {
     constexpr quint8 longest = 64;
     quint8 length = 0;
-    if (!readText(stream, description.reportedName) || !readText(stream, description.unit) ||
-        !readUpTo(stream, longest, length) || !readFlag(stream, description.isSigned) ||
-        !readFlag(stream, description.isFloat) || !readFlag(stream, description.carried) ||
-        !readFinite(stream, description.factor) || !readFinite(stream, description.offset))
+    if (!readText(stream, description.reportedName) ||
+        !readText(stream, description.scaling.unit) || !readUpTo(stream, longest, length) ||
+        !readFlag(stream, description.layout.isSigned) ||
+        !readFlag(stream, description.layout.isFloat) ||
+        !readFlag(stream, description.layout.passThrough) ||
+        !readFinite(stream, description.scaling.factor) ||
+        !readFinite(stream, description.scaling.offset))
         return false;
-    description.length = length;
-    return length > 0 && (!description.isFloat || length == 32 || length == 64) &&
+    description.layout.length = length;
+    return length > 0 && (!description.layout.isFloat || length == 32 || length == 64) &&
            readDatatype(stream, description) && readLimits(stream, description);
 }
 

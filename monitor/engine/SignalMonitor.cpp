@@ -5,7 +5,7 @@
 namespace monitor
 {
 
-SignalMonitor::SignalMonitor(QVector<MessageDescription> descriptions)
+SignalMonitor::SignalMonitor(QVector<CatalogueMessage> descriptions)
     : decoder(std::move(descriptions)), signalTable(decoder.messages())
 {
 }

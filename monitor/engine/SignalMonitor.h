@@ -13,7 +13,7 @@ namespace monitor
 class SignalMonitor
 {
 public:
-    explicit SignalMonitor(QVector<MessageDescription> descriptions);
+    explicit SignalMonitor(QVector<CatalogueMessage> descriptions);
 
     /// Feeds the signals in \a frame, or in the message that it helps to bring. It counts as
     /// decoded if there are any.

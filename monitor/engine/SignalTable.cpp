@@ -91,10 +91,10 @@ MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
     const auto known = positions.constFind(key);
     if (known != positions.cend())
         return *monitored.at(known.value());
-    const MessageDescription& message = descriptions.at(decoded.message);
+    const CatalogueMessage& message = descriptions.at(decoded.message);
     positions.insert(key, monitored.size());
     monitored.push_back(
-        monitorSignal(message, message.signalDescriptions.at(decoded.signal), decoded.source));
+        monitorSignal(message, message.catalogueSignals.at(decoded.signal), decoded.source));
     return *monitored.back();
 }
 

@@ -15,7 +15,7 @@ class SignalTable
 {
 public:
     /// \a messageDescriptions must outlive this object.
-    explicit SignalTable(const QVector<MessageDescription>& messageDescriptions)
+    explicit SignalTable(const QVector<CatalogueMessage>& messageDescriptions)
         : descriptions(messageDescriptions)
     {
     }
@@ -49,7 +49,7 @@ private:
     void stopUpdating();
     MonitoredSignal& signalOf(const DecodedSignal& decoded);
 
-    const QVector<MessageDescription>& descriptions;
+    const QVector<CatalogueMessage>& descriptions;
     std::vector<std::unique_ptr<MonitoredSignal>> monitored;
     QHash<quint64, size_t> positions; // in monitored
     std::optional<qint64> begin;

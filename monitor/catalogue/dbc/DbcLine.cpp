@@ -61,32 +61,33 @@ Multiplexing multiplexingOf(const QString& marker)
 /// Reads nothing, M, m5 or m5M.
 bool readMultiplexing(QString marker, SignalDescription& signal)
 {
-    signal.multiplexing = multiplexingOf(marker);
+    signal.layout.multiplexing = multiplexingOf(marker);
     marker.remove('m').remove('M');
     bool understood = marker.isEmpty();
     if (!understood)
-        signal.multiplexorValue = marker.toULongLong(&understood);
+        signal.layout.multiplexorValue = marker.toULongLong(&understood);
     return understood;
 }
 
 bool readPlace(const QRegularExpressionMatch& match, SignalDescription& signal)
 {
-    signal.startBit = readCount(match.captured("start"), longestMessage * 8 - 1);
-    signal.length = readCount(match.captured("length"), longestSignal);
-    signal.byteOrder =
+    signal.layout.startBit = readCount(match.captured("start"), longestMessage * 8 - 1);
+    signal.layout.length = readCount(match.captured("length"), longestSignal);
+    signal.layout.byteOrder =
         match.captured("order") == QLatin1String("1") ? ByteOrder::Intel : ByteOrder::Motorola;
-    signal.isSigned = match.captured("sign") == QLatin1String("-");
-    return signal.startBit >= 0 && signal.length > 0;
+    signal.layout.isSigned = match.captured("sign") == QLatin1String("-");
+    return signal.layout.startBit >= 0 && signal.layout.length > 0;
 }
 
 bool readScaling(const QRegularExpressionMatch& match, SignalDescription& signal)
 {
-    if (!readNumber(match.captured("factor"), signal.factor) || signal.factor == 0 ||
-        !readNumber(match.captured("offset"), signal.offset) ||
+    if (!readNumber(match.captured("factor"), signal.scaling.factor) ||
+        signal.scaling.factor == 0 ||
+        !readNumber(match.captured("offset"), signal.scaling.offset) ||
         !readNumber(match.captured("lower"), signal.lowerLimit) ||
         !readNumber(match.captured("upper"), signal.upperLimit))
         return false;
-    const ValueRange range = scaledRange(signal);
+    const ValueRange range = scaledRange(signal.layout, signal.scaling);
     return std::isfinite(range.lowest) && std::isfinite(range.highest);
 }
 
@@ -123,10 +124,10 @@ DbcComplaint readDbcSignal(const QString& line, int messageSize, SignalDescripti
     if (!match.hasMatch())
         return QStringLiteral("signal (SG_) not understood");
     signal.name = match.captured("name");
-    signal.unit = match.captured("unit").simplified();
+    signal.scaling.unit = match.captured("unit").simplified();
     if (!readMultiplexing(match.captured("multiplex"), signal))
         return QStringLiteral("signal (SG_) with an impossible multiplexor value");
-    if (!readPlace(match, signal) || !fitsInto(signal, messageSize))
+    if (!readPlace(match, signal) || !fitsInto(signal.layout, messageSize))
         return QStringLiteral("signal (SG_) that does not fit into its message");
     if (!readScaling(match, signal))
         return QStringLiteral("signal (SG_) with an impossible scaling");

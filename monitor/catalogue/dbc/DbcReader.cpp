@@ -37,7 +37,7 @@ auto countOf(Multiplexing multiplexing, const MessageDescription& message)
     const auto& descriptions = message.signalDescriptions;
     return std::count_if(
         descriptions.begin(), descriptions.end(),
-        [multiplexing](const auto& signal) { return signal.multiplexing == multiplexing; });
+        [multiplexing](const auto& signal) { return signal.layout.multiplexing == multiplexing; });
 }
 
 /// Removes the signals for which \a unwanted says so, and returns whether there were any.
@@ -74,7 +74,7 @@ QVector<MessageDescription> DbcReader::finish()
     if (textBegunInLine != 0)
         problems.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
     for (MessageDescription& message : messages) {
-        removeSignals(message, [](const auto& signal) { return signal.length == 0; });
+        removeSignals(message, [](const auto& signal) { return signal.layout.length == 0; });
         dropUnclearSignals(message);
     }
     return std::move(messages);
@@ -147,10 +147,10 @@ void DbcReader::readValueType(qint64 number, const QString& line)
 /// Makes \a signal one of IEEE numbers of \a bits; 0: of whole numbers.
 void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
 {
-    signal.isFloat = bits != 0;
-    if (bits == 0 || signal.length == bits)
+    signal.layout.isFloat = bits != 0;
+    if (bits == 0 || signal.layout.length == bits)
         return;
-    signal.length = 0;
+    signal.layout.length = 0;
     problems.add(number, QStringLiteral("floating-point signal of another length than %1 bits is "
                                         "not decoded")
                              .arg(bits));
@@ -179,8 +179,8 @@ void DbcReader::dropUnclearSignals(MessageDescription& message)
         countOf(Multiplexing::Nested, message) == 0)
         return;
     const auto dependsOnAnother = [](const SignalDescription& signal) {
-        return signal.multiplexing == Multiplexing::Multiplexed ||
-               signal.multiplexing == Multiplexing::Nested;
+        return signal.layout.multiplexing == Multiplexing::Multiplexed ||
+               signal.layout.multiplexing == Multiplexing::Nested;
     };
     if (removeSignals(message, dependsOnAnother))
         problems.add(message.line, QStringLiteral("multiplexed signals of this message are not "

@@ -50,13 +50,14 @@ bool setCanopenType(quint32 code, SignalDescription& signal)
     const auto type = std::find_if(std::begin(types), std::end(types), [code](const auto& known) {
         return known.code == static_cast<CANopenDataType>(code);
     });
-    signal.datatype = static_cast<CANopenDataType>(code);
-    signal.carried = type == std::end(types) || type->carried;
+    signal.layout.datatype = static_cast<CANopenDataType>(code);
+    signal.layout.passThrough = type == std::end(types) || type->carried;
     if (type == std::end(types))
         return true;
-    signal.isSigned = type->numbers == Numbers::Signed;
-    signal.isFloat = type->numbers == Numbers::Float;
-    return signal.isFloat ? signal.length == type->bits : signal.length <= type->bits;
+    signal.layout.isSigned = type->numbers == Numbers::Signed;
+    signal.layout.isFloat = type->numbers == Numbers::Float;
+    return signal.layout.isFloat ? signal.layout.length == type->bits
+                                 : signal.layout.length <= type->bits;
 }
 
 } // namespace monitor

@@ -152,8 +152,8 @@ void PdoReader::addSignal(const EdsEntry& entry, quint32 mapped, int position,
         return problems.add(entry.line, QStringLiteral("mapped object without a data type"));
     SignalDescription signal;
     signal.name = object->name.simplified();
-    signal.startBit = position;
-    signal.length = static_cast<int>(mapped & 0xFF);
+    signal.layout.startBit = position;
+    signal.layout.length = static_cast<int>(mapped & 0xFF);
     if (!setCanopenType(*datatype, signal))
         return problems.add(entry.line, QStringLiteral("mapped object whose length does not suit "
                                                        "its data type"));

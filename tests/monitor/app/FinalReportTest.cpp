@@ -4,7 +4,7 @@
 
 #include <QtCore/QTemporaryDir>
 
-using monitor::MessageDescription;
+using monitor::CatalogueMessage;
 using monitor::MonitorOptions;
 using monitor::SignalTable;
 
@@ -14,7 +14,7 @@ TEST(FinalReport, PlotsAndFiguresDoNotHangOnTheSavedSeries)
     MonitorOptions options;
     options.saveFile = directory.filePath("missing/run");
     options.plotDirectory = directory.filePath("plots");
-    const QVector<MessageDescription> noDescriptions;
+    const QVector<CatalogueMessage> noDescriptions;
     SignalTable table(noDescriptions);
     QString figures;
     QString text;

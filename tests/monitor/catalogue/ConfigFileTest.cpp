@@ -6,8 +6,8 @@
 
 #include <random>
 
+using monitor::CatalogueMessage;
 using monitor::Config;
-using monitor::MessageDescription;
 using monitor::readConfig;
 
 namespace
@@ -100,18 +100,18 @@ TEST(ConfigFile, EveryPrefixIsAComplaintAndDamageIsNoCrash)
 
 TEST(SignalSettings, ScalingIsForCanopenObjectsThatHoldNumbers)
 {
-    MessageDescription message = describedMessage(0, {describedSignal(0, 8)});
-    QVector<MessageDescription> messages{message};
+    CatalogueMessage message = describedMessage(0, {describedSignal(0, 8)});
+    QVector<CatalogueMessage> messages{message};
     const QString complaint = "signal \"Signal\" cannot be scaled";
     EXPECT_EQ(monitor::setScalings({{"Signal", 2, 0, "A"}}, messages), complaint);
     message.node = 5;
     messages = {message};
     EXPECT_EQ(monitor::setScalings({{"Signal", 2, 1, "A"}}, messages), QString());
-    EXPECT_EQ(messages.at(0).signalDescriptions.at(0).factor, 2);
-    EXPECT_EQ(messages.at(0).signalDescriptions.at(0).offset, 1);
-    EXPECT_EQ(messages.at(0).signalDescriptions.at(0).unit, QString("A"));
+    EXPECT_EQ(messages.at(0).catalogueSignals.at(0).scaling.factor, 2);
+    EXPECT_EQ(messages.at(0).catalogueSignals.at(0).scaling.offset, 1);
+    EXPECT_EQ(messages.at(0).catalogueSignals.at(0).scaling.unit, QString("A"));
     EXPECT_EQ(monitor::setScalings({{"Signal", 1e308, 0, "A"}}, messages), complaint);
-    message.signalDescriptions[0].carried = true;
+    message.catalogueSignals[0].layout.passThrough = true;
     messages = {message};
     EXPECT_EQ(monitor::setScalings({{"Signal", 2, 0, "A"}}, messages), complaint);
 }

@@ -1,27 +1,35 @@
 #pragma once
 
-#include <catalogue/Description.h>
+#include <catalogue/Catalogue.h>
 
-/// A plain unsigned Intel signal, to be varied by the tests.
-inline monitor::SignalDescription describedSignal(int startBit, int length)
+/// The layout of a plain unsigned Intel signal, to be varied by the tests.
+inline monitor::SignalLayout describedLayout(int startBit, int length)
 {
-    monitor::SignalDescription signal;
+    monitor::SignalLayout layout;
+    layout.startBit = startBit;
+    layout.length = length;
+    return layout;
+}
+
+/// A signal of that layout, to be varied by the tests.
+inline monitor::CatalogueSignal describedSignal(int startBit, int length)
+{
+    monitor::CatalogueSignal signal;
     signal.name = signal.reportedName = QStringLiteral("Signal");
-    signal.startBit = startBit;
-    signal.length = length;
+    signal.layout = describedLayout(startBit, length);
     return signal;
 }
 
 /// A 29-bit message of 8 bytes.
-inline monitor::MessageDescription
-describedMessage(quint32 id, const QVector<monitor::SignalDescription>& descriptions)
+inline monitor::CatalogueMessage
+describedMessage(quint32 id, const QVector<monitor::CatalogueSignal>& descriptions)
 {
-    monitor::MessageDescription message;
+    monitor::CatalogueMessage message;
     message.name = QStringLiteral("Message");
     message.id = id;
     message.extended = true;
     message.protocol = monitor::Protocol::J1939;
     message.size = 8;
-    message.signalDescriptions = descriptions;
+    message.catalogueSignals = descriptions;
     return message;
 }

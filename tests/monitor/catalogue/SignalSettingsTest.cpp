@@ -5,36 +5,42 @@
 
 #include <gtest/gtest.h>
 
+using monitor::CatalogueMessage;
+using monitor::CatalogueSignal;
 using monitor::MessageDescription;
 using monitor::SignalDescription;
 
 namespace
 {
 
-SignalDescription named(const QString& name)
+MessageDescription messageOf(const QString& name, const QStringList& signalNames)
 {
-    SignalDescription signal = describedSignal(0, 8);
-    signal.name = name;
-    signal.reportedName.clear();
-    return signal;
+    MessageDescription message;
+    message.name = name;
+    for (const QString& signalName : signalNames) {
+        SignalDescription signal;
+        signal.name = signalName;
+        signal.layout = describedLayout(0, 8);
+        message.signalDescriptions.append(signal);
+    }
+    return message;
 }
 
 /// Speed and Load in one message, Speed and A/B in another.
 QVector<MessageDescription> twoMessages()
 {
-    QVector<MessageDescription> messages{describedMessage(0, {named("Speed"), named("Load")}),
-                                         describedMessage(1, {named("Speed"), named("A/B")})};
-    messages[1].name = "Other";
+    QVector<MessageDescription> messages{messageOf("Message", {"Speed", "Load"}),
+                                         messageOf("Other", {"Speed", "A/B"})};
     messages[0].signalDescriptions[1].spn = 92;
     return messages;
 }
 
-QStringList namesOf(const QVector<MessageDescription>& messages, bool chosenOnly = false)
+QStringList namesOf(const QVector<CatalogueMessage>& messages, bool chosenOnly = false)
 {
     QStringList names;
-    for (const MessageDescription& message : messages) {
-        for (const SignalDescription& signal : message.signalDescriptions) {
-            if (signal.chosen || !chosenOnly)
+    for (const CatalogueMessage& message : messages) {
+        for (const CatalogueSignal& signal : message.catalogueSignals) {
+            if (signal.rules.chosen || !chosenOnly)
                 names += signal.reportedName;
         }
     }
@@ -43,8 +49,7 @@ QStringList namesOf(const QVector<MessageDescription>& messages, bool chosenOnly
 
 QStringList chosenBy(const QStringList& patterns)
 {
-    QVector<MessageDescription> messages = twoMessages();
-    monitor::giveReportedNames(messages);
+    QVector<CatalogueMessage> messages = monitor::giveReportedNames(twoMessages());
     EXPECT_EQ(monitor::chooseSignals(patterns, messages), QString());
     return namesOf(messages, true);
 }
@@ -53,16 +58,15 @@ QStringList chosenBy(const QStringList& patterns)
 
 TEST(SignalNames, NameThatTwoMessagesUseIsReportedWithItsMessage)
 {
-    QVector<MessageDescription> messages = twoMessages();
-    monitor::giveReportedNames(messages);
+    QVector<CatalogueMessage> messages = monitor::giveReportedNames(twoMessages());
     EXPECT_EQ(namesOf(messages), (QStringList{"Message.Speed", "Load", "Other.Speed", "A/B"}));
 }
 
 TEST(SignalNames, NodesAreToldApartByTheirNumbersAndNotByNames)
 {
-    QVector<MessageDescription> messages = twoMessages();
-    messages[1].node = 5;
-    monitor::giveReportedNames(messages);
+    QVector<MessageDescription> described = twoMessages();
+    described[1].node = 5;
+    const QVector<CatalogueMessage> messages = monitor::giveReportedNames(described);
     EXPECT_EQ(namesOf(messages), (QStringList{"Speed", "Load", "Speed", "A/B"}));
 }
 
@@ -82,8 +86,7 @@ TEST(SignalSettings, PatternsChooseByWholeNames)
 TEST(SignalSettings, PatternThatMeansNothingIsAComplaint)
 {
     for (const char* pattern : {"load", "Loa", "oad", "Load.", "Lo.d", "SPN9", "[A-Z]*", ""}) {
-        QVector<MessageDescription> messages = twoMessages();
-        monitor::giveReportedNames(messages);
+        QVector<CatalogueMessage> messages = monitor::giveReportedNames(twoMessages());
         EXPECT_EQ(monitor::chooseSignals({"A/B", pattern}, messages),
                   QString("there is no signal \"%1\"").arg(pattern));
         EXPECT_EQ(monitor::setLimits({{pattern, {0, 1}}}, messages),
@@ -93,10 +96,9 @@ TEST(SignalSettings, PatternThatMeansNothingIsAComplaint)
 
 TEST(SignalSettings, LastLimitsOfASignalCount)
 {
-    QVector<MessageDescription> messages = twoMessages();
-    monitor::giveReportedNames(messages);
+    QVector<CatalogueMessage> messages = monitor::giveReportedNames(twoMessages());
     EXPECT_EQ(monitor::setLimits({{"*", {0, 1}}, {"Load", {2, 3}}}, messages), QString());
-    EXPECT_EQ(messages[0].signalDescriptions[0].ratingLimits->highest, 1);
-    EXPECT_EQ(messages[0].signalDescriptions[1].ratingLimits->lowest, 2);
-    EXPECT_EQ(messages[0].signalDescriptions[1].ratingLimits->highest, 3);
+    EXPECT_EQ(messages[0].catalogueSignals[0].rules.limits->highest, 1);
+    EXPECT_EQ(messages[0].catalogueSignals[1].rules.limits->lowest, 2);
+    EXPECT_EQ(messages[0].catalogueSignals[1].rules.limits->highest, 3);
 }

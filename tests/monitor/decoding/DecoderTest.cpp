@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 
 using monitor::Availability;
+using monitor::CatalogueMessage;
+using monitor::CatalogueSignal;
 using monitor::Decoder;
 using monitor::Frame;
-using monitor::MessageDescription;
 using monitor::Multiplexing;
-using monitor::SignalDescription;
 
 namespace
 {
@@ -31,9 +31,9 @@ Frame standardFrame(quint32 id)
     return frame;
 }
 
-MessageDescription standardMessage(quint32 id, const SignalDescription& signal)
+CatalogueMessage standardMessage(quint32 id, const CatalogueSignal& signal)
 {
-    MessageDescription message = describedMessage(id, {signal});
+    CatalogueMessage message = describedMessage(id, {signal});
     message.extended = false;
     message.protocol = monitor::Protocol::CANopen;
     return message;
@@ -134,8 +134,8 @@ TEST(Decoder, LeavesOutSignalsThatTheDataIsTooShortFor)
 
 TEST(Decoder, SignalThatReservesNothingIsAlwaysMeasured)
 {
-    SignalDescription signal = describedSignal(0, 8);
-    signal.reserves = false;
+    CatalogueSignal signal = describedSignal(0, 8);
+    signal.rules.reservesRawValues = false;
     Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
     Frame frame = extendedFrame(0x18FEF100);
     frame.data.at(0) = 0xFF;
@@ -145,9 +145,9 @@ TEST(Decoder, SignalThatReservesNothingIsAlwaysMeasured)
 
 TEST(Decoder, FloatingPointSignalsReserveNothingButWhatIsNoNumber)
 {
-    SignalDescription signal = describedSignal(0, 64);
-    signal.isFloat = true;
-    signal.factor = 10;
+    CatalogueSignal signal = describedSignal(0, 64);
+    signal.layout.isFloat = true;
+    signal.scaling.factor = 10;
     Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
     const auto availabilityIn = [&decoder](quint8 first, quint8 second) {
         Frame frame = extendedFrame(0x18FEF100);
@@ -172,14 +172,14 @@ TEST(Decoder, FindsNothingInARemoteFrame)
 
 TEST(Decoder, MultiplexedSignalIsThereOnlyForItsMultiplexorValue)
 {
-    SignalDescription page = describedSignal(0, 4);
-    page.multiplexing = Multiplexing::Multiplexor;
-    SignalDescription onPage5 = describedSignal(8, 8);
-    onPage5.multiplexing = Multiplexing::Multiplexed;
-    onPage5.multiplexorValue = 5;
+    CatalogueSignal page = describedSignal(0, 4);
+    page.layout.multiplexing = Multiplexing::Multiplexor;
+    CatalogueSignal onPage5 = describedSignal(8, 8);
+    onPage5.layout.multiplexing = Multiplexing::Multiplexed;
+    onPage5.layout.multiplexorValue = 5;
     Decoder decoder({standardMessage(0x123, page)});
-    MessageDescription message = standardMessage(0x123, page);
-    message.signalDescriptions.prepend(onPage5);
+    CatalogueMessage message = standardMessage(0x123, page);
+    message.catalogueSignals.prepend(onPage5);
     decoder = Decoder({message});
     for (quint8 value = 0; value < 16; ++value) {
         Frame frame = standardFrame(0x123);

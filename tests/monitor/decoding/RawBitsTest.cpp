@@ -9,7 +9,7 @@
 
 using monitor::ByteOrder;
 using monitor::Frame;
-using monitor::SignalDescription;
+using monitor::SignalLayout;
 
 namespace
 {
@@ -24,13 +24,13 @@ quint64 wholeData(const Frame& frame, ByteOrder order)
 }
 
 /// The bits cut out of that number by one shift.
-quint64 modelledBits(const Frame& frame, const SignalDescription& signal)
+quint64 modelledBits(const Frame& frame, const SignalLayout& layout)
 {
-    const quint64 mask = ~quint64{0} >> (64 - signal.length);
-    if (signal.byteOrder == ByteOrder::Intel)
-        return wholeData(frame, ByteOrder::Intel) >> signal.startBit & mask;
-    const int highest = 63 - (signal.startBit ^ 7);
-    return wholeData(frame, ByteOrder::Motorola) >> (highest - signal.length + 1) & mask;
+    const quint64 mask = ~quint64{0} >> (64 - layout.length);
+    if (layout.byteOrder == ByteOrder::Intel)
+        return wholeData(frame, ByteOrder::Intel) >> layout.startBit & mask;
+    const int highest = 63 - (layout.startBit ^ 7);
+    return wholeData(frame, ByteOrder::Motorola) >> (highest - layout.length + 1) & mask;
 }
 
 } // namespace
@@ -39,17 +39,17 @@ TEST(RawBits, KnownFieldsAreCutOutInBothByteOrders)
 {
     Frame frame;
     frame.data = {0x60, 0x7D, 0x84, 0x48, 0x14, 0x00, 0xF0, 0x84};
-    SignalDescription signal = describedSignal(24, 16);
-    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x1448U);
-    signal.byteOrder = ByteOrder::Motorola;
-    signal.startBit = 15;
-    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x7D84U);
-    signal.startBit = 3;
-    signal.length = 12;
-    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x07DU);
-    signal.startBit = 7;
-    signal.length = 64;
-    EXPECT_EQ(monitor::extractBits(frame.data.data(), signal), 0x607D84481400F084U);
+    SignalLayout layout = describedLayout(24, 16);
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), layout), 0x1448U);
+    layout.byteOrder = ByteOrder::Motorola;
+    layout.startBit = 15;
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), layout), 0x7D84U);
+    layout.startBit = 3;
+    layout.length = 12;
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), layout), 0x07DU);
+    layout.startBit = 7;
+    layout.length = 64;
+    EXPECT_EQ(monitor::extractBits(frame.data.data(), layout), 0x607D84481400F084U);
 }
 
 TEST(RawBits, AgreeWithAnIndependentModelInBothByteOrders)
@@ -59,13 +59,13 @@ TEST(RawBits, AgreeWithAnIndependentModelInBothByteOrders)
         Frame frame;
         for (quint8& byte : frame.data)
             byte = static_cast<quint8>(random());
-        SignalDescription signal = describedSignal(0, 1 + static_cast<int>(random() % 64));
-        const int first = static_cast<int>(random() % static_cast<quint64>(65 - signal.length));
-        signal.byteOrder = i % 2 == 0 ? ByteOrder::Intel : ByteOrder::Motorola;
-        signal.startBit = i % 2 == 0 ? first : first ^ 7;
-        ASSERT_TRUE(monitor::fitsInto(signal, 8));
-        ASSERT_EQ(monitor::extractBits(frame.data.data(), signal), modelledBits(frame, signal))
-            << "case " << i << ": start " << signal.startBit << ", length " << signal.length
+        SignalLayout layout = describedLayout(0, 1 + static_cast<int>(random() % 64));
+        const int first = static_cast<int>(random() % static_cast<quint64>(65 - layout.length));
+        layout.byteOrder = i % 2 == 0 ? ByteOrder::Intel : ByteOrder::Motorola;
+        layout.startBit = i % 2 == 0 ? first : first ^ 7;
+        ASSERT_TRUE(monitor::fitsInto(layout, 8));
+        ASSERT_EQ(monitor::extractBits(frame.data.data(), layout), modelledBits(frame, layout))
+            << "case " << i << ": start " << layout.startBit << ", length " << layout.length
             << (i % 2 == 0 ? ", Intel, data " : ", Motorola, data ") << std::hex
             << wholeData(frame, ByteOrder::Motorola);
     }
@@ -84,10 +84,10 @@ TEST(RawBits, SignIsExtendedFromTheHighestBit)
 
 TEST(RawBits, FieldFitsIntoTheDataOnlyWithAllItsBits)
 {
-    EXPECT_TRUE(monitor::fitsInto(describedSignal(24, 16), 5));
-    EXPECT_FALSE(monitor::fitsInto(describedSignal(24, 16), 4));
-    EXPECT_FALSE(monitor::fitsInto(describedSignal(0, 1), 0));
-    SignalDescription motorola = describedSignal(7, 16);
+    EXPECT_TRUE(monitor::fitsInto(describedLayout(24, 16), 5));
+    EXPECT_FALSE(monitor::fitsInto(describedLayout(24, 16), 4));
+    EXPECT_FALSE(monitor::fitsInto(describedLayout(0, 1), 0));
+    SignalLayout motorola = describedLayout(7, 16);
     motorola.byteOrder = ByteOrder::Motorola;
     EXPECT_TRUE(monitor::fitsInto(motorola, 2));
     EXPECT_FALSE(monitor::fitsInto(motorola, 1));

@@ -6,17 +6,17 @@
 
 using CAN::CANopenDataType;
 using monitor::rawValueOf;
-using monitor::SignalDescription;
+using monitor::SignalLayout;
 
 namespace
 {
 
-SignalDescription carried(CANopenDataType datatype, int length)
+SignalLayout carried(CANopenDataType datatype, int length)
 {
-    SignalDescription signal = describedSignal(0, length);
-    signal.carried = true;
-    signal.datatype = datatype;
-    return signal;
+    SignalLayout layout = describedLayout(0, length);
+    layout.passThrough = true;
+    layout.datatype = datatype;
+    return layout;
 }
 
 void expectSame(const QVariant& value, const QVariant& expected)
@@ -29,23 +29,23 @@ void expectSame(const QVariant& value, const QVariant& expected)
 
 TEST(RawValue, WholeNumberIsOfTheSmallestKindThatHoldsItsLength)
 {
-    expectSame(rawValueOf(0xFFFFFFFF, describedSignal(0, 32)), QVariant(0xFFFFFFFFU));
-    expectSame(rawValueOf(0x1FFFFFFFF, describedSignal(0, 33)), QVariant(quint64{0x1FFFFFFFF}));
-    SignalDescription signal = describedSignal(0, 32);
-    signal.isSigned = true;
-    expectSame(rawValueOf(0xFFFFFFFE, signal), QVariant(-2));
-    signal.length = 33;
-    expectSame(rawValueOf(0x1FFFFFFFE, signal), QVariant(qint64{-2}));
+    expectSame(rawValueOf(0xFFFFFFFF, describedLayout(0, 32)), QVariant(0xFFFFFFFFU));
+    expectSame(rawValueOf(0x1FFFFFFFF, describedLayout(0, 33)), QVariant(quint64{0x1FFFFFFFF}));
+    SignalLayout layout = describedLayout(0, 32);
+    layout.isSigned = true;
+    expectSame(rawValueOf(0xFFFFFFFE, layout), QVariant(-2));
+    layout.length = 33;
+    expectSame(rawValueOf(0x1FFFFFFFE, layout), QVariant(qint64{-2}));
 }
 
 // 1.5 is 1.1 in binary: an exponent of 0, biased 127 or 1023, and the highest bit behind it.
 TEST(RawValue, FloatingPointNumberIsOfItsLength)
 {
-    SignalDescription signal = describedSignal(0, 32);
-    signal.isFloat = true;
-    expectSame(rawValueOf(0x3FC00000, signal), QVariant(1.5F));
-    signal.length = 64;
-    expectSame(rawValueOf(0x3FF8000000000000, signal), QVariant(1.5));
+    SignalLayout layout = describedLayout(0, 32);
+    layout.isFloat = true;
+    expectSame(rawValueOf(0x3FC00000, layout), QVariant(1.5F));
+    layout.length = 64;
+    expectSame(rawValueOf(0x3FF8000000000000, layout), QVariant(1.5));
 }
 
 TEST(RawValue, CarriedTextEndsAtItsEndAndBytesDoNot)

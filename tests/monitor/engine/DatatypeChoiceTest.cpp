@@ -10,18 +10,18 @@
 #include <random>
 
 using CAN::CANopenDataType;
+using monitor::CatalogueSignal;
 using monitor::datatypeOf;
-using monitor::SignalDescription;
 
 namespace
 {
 
 CANopenDataType typeOf(int length, bool isSigned, double factor, double offset)
 {
-    SignalDescription signal = describedSignal(0, length);
-    signal.isSigned = isSigned;
-    signal.factor = factor;
-    signal.offset = offset;
+    CatalogueSignal signal = describedSignal(0, length);
+    signal.layout.isSigned = isSigned;
+    signal.scaling.factor = factor;
+    signal.scaling.offset = offset;
     return datatypeOf(signal);
 }
 
@@ -77,21 +77,23 @@ TEST(DatatypeChoice, LibraryScalesTheExtremesOfEverySignalExactly)
         return lowest + static_cast<int>(random() % static_cast<quint64>(highest - lowest + 1));
     };
     for (int i = 0; i < 20000; ++i) {
-        SignalDescription signal = describedSignal(0, between(1, 40));
-        signal.isSigned = random() % 2 == 0;
-        signal.factor = between(-9, 9) * (i % 4 == 0 ? 0.25 : 1.0);
-        signal.offset = between(-300, 300);
+        CatalogueSignal signal = describedSignal(0, between(1, 40));
+        signal.layout.isSigned = random() % 2 == 0;
+        signal.scaling.factor = between(-9, 9) * (i % 4 == 0 ? 0.25 : 1.0);
+        signal.scaling.offset = between(-300, 300);
         GenericSignalImpl<J1939Value> scaling;
         scaling.setDatatype(datatypeOf(signal));
-        const qint64 lowest = signal.isSigned ? -(qint64{1} << (signal.length - 1)) : 0;
-        for (const qint64 raw : {lowest, lowest + (qint64{1} << signal.length) - 1}) {
+        const qint64 lowest =
+            signal.layout.isSigned ? -(qint64{1} << (signal.layout.length - 1)) : 0;
+        for (const qint64 raw : {lowest, lowest + (qint64{1} << signal.layout.length) - 1}) {
             J1939Value value;
             value.rawValue = raw;
-            scaling.scaleAndAppendValue(value, signal.factor, signal.offset);
+            scaling.scaleAndAppendValue(value, signal.scaling.factor, signal.scaling.offset);
             ASSERT_EQ(value.scaledValue.toDouble(),
-                      static_cast<double>(raw) * signal.factor + signal.offset)
-                << "length " << signal.length << (signal.isSigned ? " signed" : " unsigned")
-                << " raw " << raw << " factor " << signal.factor << " offset " << signal.offset;
+                      static_cast<double>(raw) * signal.scaling.factor + signal.scaling.offset)
+                << "length " << signal.layout.length
+                << (signal.layout.isSigned ? " signed" : " unsigned") << " raw " << raw
+                << " factor " << signal.scaling.factor << " offset " << signal.scaling.offset;
         }
     }
 }
@@ -100,12 +102,12 @@ TEST(DatatypeChoice, CanopenObjectKeepsItsTypeWhereThatShowsItAsItIs)
 {
     using Type = CAN::CANopenDataType;
     const auto chosen = [](Type type, int length, double factor = 1) {
-        monitor::SignalDescription signal = describedSignal(0, length);
-        signal.datatype = type;
-        signal.factor = factor;
-        signal.isSigned = type == Type::INTEGER40 || type == Type::INTEGER24;
-        signal.isFloat = type == Type::REAL32 || type == Type::REAL64;
-        signal.carried = type == Type::INTEGER48;
+        monitor::CatalogueSignal signal = describedSignal(0, length);
+        signal.layout.datatype = type;
+        signal.scaling.factor = factor;
+        signal.layout.isSigned = type == Type::INTEGER40 || type == Type::INTEGER24;
+        signal.layout.isFloat = type == Type::REAL32 || type == Type::REAL64;
+        signal.layout.passThrough = type == Type::INTEGER48;
         return monitor::datatypeOf(signal);
     };
     EXPECT_EQ(chosen(Type::UNSIGNED8, 3), Type::UNSIGNED8);

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-using monitor::MessageDescription;
+using monitor::CatalogueMessage;
 using monitor::SignalReport;
 using monitor::SignalTable;
 
@@ -18,7 +18,7 @@ class KeptRecords : public testing::Test
 protected:
     KeptRecords()
     {
-        messages[0].signalDescriptions[0].factor = 0.5;
+        messages[0].catalogueSignals[0].scaling.factor = 0.5;
         monitor::setKeptRecords(3, messages);
     }
 
@@ -32,7 +32,7 @@ protected:
         }
     }
 
-    QVector<MessageDescription> messages{describedMessage(0, {describedSignal(0, 16)})};
+    QVector<CatalogueMessage> messages{describedMessage(0, {describedSignal(0, 16)})};
     qint64 fed = 0;
 };
 
@@ -104,10 +104,10 @@ TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheFiguresOfAnUnboundedSeries)
 
 TEST_F(KeptRecords, CarriedValuesAreBoundedToo)
 {
-    monitor::SignalDescription description = describedSignal(0, 16);
-    description.carried = true;
-    description.datatype = CAN::CANopenDataType::INTEGER48;
-    MessageDescription message = describedMessage(0, {description});
+    monitor::CatalogueSignal description = describedSignal(0, 16);
+    description.layout.passThrough = true;
+    description.layout.datatype = CAN::CANopenDataType::INTEGER48;
+    CatalogueMessage message = describedMessage(0, {description});
     message.protocol = monitor::Protocol::CANopen;
     messages = {message};
     monitor::setKeptRecords(3, messages);

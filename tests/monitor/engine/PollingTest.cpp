@@ -7,10 +7,10 @@
 
 #include <random>
 
+using monitor::CatalogueMessage;
+using monitor::CatalogueSignal;
 using monitor::DecodedSignal;
-using monitor::MessageDescription;
 using monitor::MonitoredSignal;
-using monitor::SignalDescription;
 using monitor::SignalTable;
 
 namespace
@@ -25,12 +25,12 @@ DecodedSignal measured(quint64 bits)
 
 /// Feeds values of any size with others between them, and compares what a display sees meanwhile
 /// with a report.
-void expectSameFigures(const SignalDescription& signal)
+void expectSameFigures(const CatalogueSignal& signal)
 {
-    const QVector<MessageDescription> messages{describedMessage(0, {signal})};
+    const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
     SignalTable table(messages);
     std::mt19937_64 random(3);
-    const quint64 mask = (quint64{1} << signal.length) - 1;
+    const quint64 mask = (quint64{1} << signal.layout.length) - 1;
     for (int i = 1; i <= 3000; ++i) {
         table.feed(measured(random() & mask >> i % 7));
         if (i > 3 && i % 599 != 0)
@@ -44,34 +44,34 @@ void expectSameFigures(const SignalDescription& signal)
 
 TEST(Polling, FiguresOfAGrowingSeriesAreThoseOfAReport)
 {
-    SignalDescription signal = describedSignal(0, 16);
+    CatalogueSignal signal = describedSignal(0, 16);
     expectSameFigures(signal);
-    signal.isSigned = true;
+    signal.layout.isSigned = true;
     expectSameFigures(signal);
-    signal.factor = 0.125;
-    signal.offset = -40;
+    signal.scaling.factor = 0.125;
+    signal.scaling.offset = -40;
     expectSameFigures(signal);
-    signal.ratingLimits = monitor::ValueRange{0, 1000};
+    signal.rules.limits = monitor::ValueRange{0, 1000};
     expectSameFigures(signal);
     expectSameFigures(describedSignal(0, 50));
 }
 
 TEST(Polling, FiguresOfABoundedSeriesAreThoseOfAReport)
 {
-    SignalDescription signal = describedSignal(0, 16);
-    signal.factor = 0.125;
-    signal.keptRecords = 50;
+    CatalogueSignal signal = describedSignal(0, 16);
+    signal.scaling.factor = 0.125;
+    signal.rules.keptRecords = 50;
     expectSameFigures(signal);
 }
 
 TEST(Polling, CarriedSignalHasItsNewestValue)
 {
-    SignalDescription signal = describedSignal(0, 48);
-    signal.datatype = CAN::CANopenDataType::UNSIGNED56;
-    signal.carried = true;
-    MessageDescription message = describedMessage(0, {signal});
+    CatalogueSignal signal = describedSignal(0, 48);
+    signal.layout.datatype = CAN::CANopenDataType::UNSIGNED56;
+    signal.layout.passThrough = true;
+    CatalogueMessage message = describedMessage(0, {signal});
     message.protocol = monitor::Protocol::CANopen;
-    const QVector<MessageDescription> messages{message};
+    const QVector<CatalogueMessage> messages{message};
     SignalTable table(messages);
     table.feed(measured(1));
     table.feed(measured(0x123456789A));
@@ -82,7 +82,7 @@ TEST(Polling, CarriedSignalHasItsNewestValue)
 
 TEST(Polling, ClearedSignalsStayAndBeginAnew)
 {
-    const QVector<MessageDescription> messages{describedMessage(0, {describedSignal(0, 8)})};
+    const QVector<CatalogueMessage> messages{describedMessage(0, {describedSignal(0, 8)})};
     SignalTable table(messages);
     table.feed(measured(200));
     DecodedSignal error = measured(0xFE);
@@ -102,9 +102,9 @@ TEST(Polling, ClearedSignalsStayAndBeginAnew)
 
 TEST(Polling, ClearedBoundedSeriesHasTheFiguresOfANewOne)
 {
-    SignalDescription signal = describedSignal(0, 16);
-    signal.keptRecords = 3;
-    const QVector<MessageDescription> messages{describedMessage(0, {signal})};
+    CatalogueSignal signal = describedSignal(0, 16);
+    signal.rules.keptRecords = 3;
+    const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
     SignalTable cleared(messages);
     for (const quint64 bits : {5000U, 1U, 60000U, 7U, 7U, 7U, 30000U})
         cleared.feed(measured(bits));

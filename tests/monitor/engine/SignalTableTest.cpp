@@ -10,9 +10,9 @@
 #include <thread>
 
 using monitor::Availability;
+using monitor::CatalogueMessage;
+using monitor::CatalogueSignal;
 using monitor::DecodedSignal;
-using monitor::MessageDescription;
-using monitor::SignalDescription;
 using monitor::SignalReport;
 using monitor::SignalTable;
 
@@ -35,28 +35,28 @@ DecodedSignal without(Availability availability)
     return decoded;
 }
 
-QVector<MessageDescription> oneSignal(int length, double factor, double offset)
+QVector<CatalogueMessage> oneSignal(int length, double factor, double offset)
 {
-    SignalDescription signal = describedSignal(0, length);
-    signal.factor = factor;
-    signal.offset = offset;
-    signal.unit = "rpm";
+    CatalogueSignal signal = describedSignal(0, length);
+    signal.scaling.factor = factor;
+    signal.scaling.offset = offset;
+    signal.scaling.unit = "rpm";
     return {describedMessage(0, {signal})};
 }
 
-QVector<MessageDescription> oneObject(CAN::CANopenDataType datatype, int length, bool carried)
+QVector<CatalogueMessage> oneObject(CAN::CANopenDataType datatype, int length, bool carried)
 {
-    SignalDescription signal = describedSignal(0, length);
-    signal.datatype = datatype;
-    signal.carried = carried;
-    signal.isSigned =
+    CatalogueSignal signal = describedSignal(0, length);
+    signal.layout.datatype = datatype;
+    signal.layout.passThrough = carried;
+    signal.layout.isSigned =
         datatype == CAN::CANopenDataType::INTEGER40 || datatype == CAN::CANopenDataType::INTEGER48;
-    MessageDescription message = describedMessage(0, {signal});
+    CatalogueMessage message = describedMessage(0, {signal});
     message.protocol = monitor::Protocol::CANopen;
     return {message};
 }
 
-SignalReport reportOf(const QVector<MessageDescription>& messages, const QVector<quint64>& raw,
+SignalReport reportOf(const QVector<CatalogueMessage>& messages, const QVector<quint64>& raw,
                       double k)
 {
     SignalTable table(messages);
@@ -115,10 +115,10 @@ TEST(SignalTable, RatingIsThatOfTheNewestValueInTheBand)
 
 TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
 {
-    SignalDescription signal = describedSignal(0, 8);
-    signal.isSigned = true;
+    CatalogueSignal signal = describedSignal(0, 8);
+    signal.layout.isSigned = true;
     EXPECT_EQ(reportOf({describedMessage(0, {signal})}, {0x80}, 3).newest, -128);
-    signal.length = 40;
+    signal.layout.length = 40;
     EXPECT_EQ(reportOf({describedMessage(0, {signal})}, {0xFFFFFFFFFE}, 3).newest, -2);
     EXPECT_EQ(reportOf(oneSignal(48, 1, 0), {0xABCDEF012345}, 3).newest, 0xABCDEF012345);
 }
@@ -127,10 +127,10 @@ TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
 TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
 {
     auto messages = oneSignal(32, 0.1, 1);
-    messages[0].signalDescriptions[0].isFloat = true;
+    messages[0].catalogueSignals[0].layout.isFloat = true;
     EXPECT_EQ(reportOf(messages, {0x3FC00000}, 3).newest, 1.5 * 0.1 + 1);
     messages = oneSignal(64, 1, 0);
-    messages[0].signalDescriptions[0].isFloat = true;
+    messages[0].catalogueSignals[0].layout.isFloat = true;
     EXPECT_EQ(reportOf(messages, {0x400CCCCCCCCCCCCD}, 3).newest, 3.6);
     EXPECT_EQ(reportOf(messages, {0xBFF0000000000000}, 3).average, -1);
 }
@@ -172,10 +172,10 @@ TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
 
 TEST(SignalTable, SourcesAreKeptApartAndSorted)
 {
-    SignalDescription speed = describedSignal(0, 8);
-    SignalDescription load = describedSignal(8, 8);
+    CatalogueSignal speed = describedSignal(0, 8);
+    CatalogueSignal load = describedSignal(8, 8);
     load.reportedName = "Load";
-    const QVector<MessageDescription> messages{describedMessage(0, {speed, load})};
+    const QVector<CatalogueMessage> messages{describedMessage(0, {speed, load})};
     SignalTable table(messages);
     table.feed(measured(1, 0, 49));
     table.feed(measured(2, 0, 7));
@@ -197,7 +197,7 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
 TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
 {
     auto messages = oneSignal(8, 1, 0);
-    messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
+    messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
     // Margins of 4: 12 lies 4 from the end, 14 lies 2.
     EXPECT_EQ(reportOf(messages, {8, 12}, 1).rating, 100);
     EXPECT_EQ(reportOf(messages, {8, 14}, 1).rating, 50);
@@ -209,7 +209,7 @@ TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
 TEST(SignalTable, GivenLimitsRateASingleValueToo)
 {
     auto messages = oneSignal(8, 1, 0);
-    messages[0].signalDescriptions[0].ratingLimits = monitor::ValueRange{0, 16};
+    messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
     EXPECT_EQ(reportOf(messages, {17}, 1).rating, 0);
     EXPECT_EQ(reportOf(messages, {8}, 1).rating, 100);
 }
@@ -241,7 +241,7 @@ TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
 
 TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
 {
-    const QVector<MessageDescription> messages = oneSignal(8, 1, 0);
+    const QVector<CatalogueMessage> messages = oneSignal(8, 1, 0);
     SignalTable table(messages);
     DecodedSignal decoded = measured(1);
     for (const qint64 time : {7, 8}) {
@@ -256,7 +256,7 @@ TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
 // It used to wait for ever.
 TEST(SignalTable, EndsWhereNoMoreThreadsCanBeStarted)
 {
-    const QVector<MessageDescription> messages = oneSignal(16, 1, 0);
+    const QVector<CatalogueMessage> messages = oneSignal(16, 1, 0);
     auto table = std::make_unique<SignalTable>(messages);
     for (quint8 source = 0; source < 3; ++source)
         table->feed(measured(source, 0, source));

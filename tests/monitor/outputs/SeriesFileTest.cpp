@@ -70,17 +70,17 @@ SavedRun smallRun()
     speed.protocol = monitor::Protocol::J1939;
     speed.source = quint8{255};
     speed.description.reportedName = QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1";
-    speed.description.unit = "rpm";
-    speed.description.length = 16;
-    speed.description.factor = 0.125;
-    speed.description.offset = -40;
-    speed.description.ratingLimits = monitor::ValueRange{-1.5, 8000};
+    speed.description.scaling.unit = "rpm";
+    speed.description.layout.length = 16;
+    speed.description.scaling.factor = 0.125;
+    speed.description.scaling.offset = -40;
+    speed.description.rules.limits = monitor::ValueRange{-1.5, 8000};
     speed.records = {recordsOf<J1939Value>({8U, 16U}), {1000000, 500000}, 3, 4};
     SavedSignal text;
     text.description.reportedName = "Text";
-    text.description.length = 16;
-    text.description.carried = true;
-    text.description.datatype = CAN::CANopenDataType::VISIBLE_STRING;
+    text.description.layout.length = 16;
+    text.description.layout.passThrough = true;
+    text.description.layout.datatype = CAN::CANopenDataType::VISIBLE_STRING;
     text.records.values = recordsOf<CANopenObjectValue>({QString("Ok")});
     text.records.microseconds = {monitor::SignalSeries::noTime};
     run.recordedSignals = {speed, text};
@@ -106,12 +106,12 @@ TEST_F(SeriesFile, WhatIsWrittenIsReadBack)
     EXPECT_EQ(speed.source, quint8{255});
     EXPECT_EQ(speed.description.reportedName,
               QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1");
-    EXPECT_EQ(speed.description.unit, QString("rpm"));
-    EXPECT_EQ(speed.description.length, 16);
-    EXPECT_EQ(speed.description.factor, 0.125);
-    EXPECT_EQ(speed.description.offset, -40);
-    EXPECT_EQ(speed.description.ratingLimits->highest, 8000);
-    EXPECT_EQ(speed.description.datatype, std::nullopt);
+    EXPECT_EQ(speed.description.scaling.unit, QString("rpm"));
+    EXPECT_EQ(speed.description.layout.length, 16);
+    EXPECT_EQ(speed.description.scaling.factor, 0.125);
+    EXPECT_EQ(speed.description.scaling.offset, -40);
+    EXPECT_EQ(speed.description.rules.limits->highest, 8000);
+    EXPECT_EQ(speed.description.layout.datatype, std::nullopt);
     EXPECT_EQ(speed.records.microseconds, (QVector<qint64>{1000000, 500000}));
     EXPECT_EQ(speed.records.notAvailable, 3);
     EXPECT_EQ(speed.records.errors, 4);
@@ -120,9 +120,9 @@ TEST_F(SeriesFile, WhatIsWrittenIsReadBack)
     EXPECT_EQ(values.at(1).rawValue, QVariant(16U));
     const SavedSignal& text = run.recordedSignals.at(1);
     EXPECT_EQ(text.source, std::nullopt);
-    EXPECT_TRUE(text.description.carried);
-    EXPECT_EQ(text.description.datatype, CAN::CANopenDataType::VISIBLE_STRING);
-    EXPECT_EQ(text.description.ratingLimits.has_value(), false);
+    EXPECT_TRUE(text.description.layout.passThrough);
+    EXPECT_EQ(text.description.layout.datatype, CAN::CANopenDataType::VISIBLE_STRING);
+    EXPECT_EQ(text.description.rules.limits.has_value(), false);
     EXPECT_EQ(std::get<QVector<CANopenObjectValue>>(text.records.values).at(0).rawValue,
               QVariant("Ok"));
 }
@@ -197,14 +197,14 @@ TEST_F(SeriesFile, DescriptionsThatCannotBeAreRefused)
         return errorOf(contentOf(run)).contains("the description of a signal");
     };
     EXPECT_FALSE(refused([](auto&) {}));
-    EXPECT_TRUE(refused([](auto& description) { description.length = 0; }));
-    EXPECT_TRUE(refused([](auto& description) { description.length = 65; }));
-    EXPECT_TRUE(refused([](auto& description) { description.isFloat = true; }));
-    EXPECT_TRUE(refused([](auto& description) { description.factor = qInf(); }));
-    EXPECT_TRUE(refused([](auto& description) { description.offset = qQNaN(); }));
-    EXPECT_TRUE(refused([](auto& description) { description.datatype.reset(); }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.length = 0; }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.length = 65; }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.isFloat = true; }));
+    EXPECT_TRUE(refused([](auto& description) { description.scaling.factor = qInf(); }));
+    EXPECT_TRUE(refused([](auto& description) { description.scaling.offset = qQNaN(); }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.datatype.reset(); }));
     EXPECT_TRUE(refused([](auto& description) {
-        description.ratingLimits = monitor::ValueRange{2, 1};
+        description.rules.limits = monitor::ValueRange{2, 1};
     }));
 }
 

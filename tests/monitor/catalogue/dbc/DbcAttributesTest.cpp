@@ -12,9 +12,9 @@ TEST(DbcAttributes, FloatingPointSignalsAreMarked)
                                   "SIG_VALTYPE_ 2364540158 I : 0;\n"
                                   "SIG_VALTYPE_ 291 F 2 ;");
     EXPECT_EQ(dbc.warnings, QString());
-    EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.at(0).isFloat);
-    EXPECT_FALSE(dbc.messages.at(0).signalDescriptions.at(1).isFloat);
-    EXPECT_TRUE(dbc.messages.at(1).signalDescriptions.at(0).isFloat);
+    EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.at(0).layout.isFloat);
+    EXPECT_FALSE(dbc.messages.at(0).signalDescriptions.at(1).layout.isFloat);
+    EXPECT_TRUE(dbc.messages.at(1).signalDescriptions.at(0).layout.isFloat);
 }
 
 TEST(DbcAttributes, FloatingPointSignalOfAWrongLengthIsLeftOutInsteadOfShownWrong)

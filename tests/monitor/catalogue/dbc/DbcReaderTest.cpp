@@ -37,16 +37,16 @@ TEST(DbcReader, ReadsAMessageWithItsSignal)
     ASSERT_EQ(message.signalDescriptions.size(), 1);
     const SignalDescription& signal = message.signalDescriptions.at(0);
     EXPECT_EQ(signal.name, QString("EngineSpeed"));
-    EXPECT_EQ(signal.startBit, 24);
-    EXPECT_EQ(signal.length, 16);
-    EXPECT_EQ(signal.byteOrder, ByteOrder::Intel);
-    EXPECT_FALSE(signal.isSigned);
-    EXPECT_EQ(signal.factor, 0.125);
-    EXPECT_EQ(signal.offset, 0);
+    EXPECT_EQ(signal.layout.startBit, 24);
+    EXPECT_EQ(signal.layout.length, 16);
+    EXPECT_EQ(signal.layout.byteOrder, ByteOrder::Intel);
+    EXPECT_FALSE(signal.layout.isSigned);
+    EXPECT_EQ(signal.scaling.factor, 0.125);
+    EXPECT_EQ(signal.scaling.offset, 0);
     EXPECT_EQ(signal.lowerLimit, 0);
     EXPECT_EQ(signal.upperLimit, 8031.875);
-    EXPECT_EQ(signal.unit, QString("rpm"));
-    EXPECT_EQ(signal.multiplexing, Multiplexing::Plain);
+    EXPECT_EQ(signal.scaling.unit, QString("rpm"));
+    EXPECT_EQ(signal.layout.multiplexing, Multiplexing::Plain);
 }
 
 TEST(DbcReader, IdWithoutBit31Has11Bits)
@@ -60,13 +60,13 @@ TEST(DbcReader, IdWithoutBit31Has11Bits)
 TEST(DbcReader, MotorolaSignedAndExponentsAreUnderstood)
 {
     const auto signal = signalIn(R"(SG_ T:7|12@0- ( 1e-3 , -2.5E+1 ) [ -1 | 1.5 ] "" A,B)");
-    EXPECT_EQ(signal.byteOrder, ByteOrder::Motorola);
-    EXPECT_TRUE(signal.isSigned);
-    EXPECT_EQ(signal.factor, 0.001);
-    EXPECT_EQ(signal.offset, -25);
+    EXPECT_EQ(signal.layout.byteOrder, ByteOrder::Motorola);
+    EXPECT_TRUE(signal.layout.isSigned);
+    EXPECT_EQ(signal.scaling.factor, 0.001);
+    EXPECT_EQ(signal.scaling.offset, -25);
     EXPECT_EQ(signal.lowerLimit, -1);
     EXPECT_EQ(signal.upperLimit, 1.5);
-    EXPECT_EQ(signal.unit, QString());
+    EXPECT_EQ(signal.scaling.unit, QString());
 }
 
 TEST(DbcReader, UnitMayBeWrittenInLatin1OrUtf8)
@@ -74,11 +74,11 @@ TEST(DbcReader, UnitMayBeWrittenInLatin1OrUtf8)
     const QByteArray before = R"( SG_ T : 0|8@1+ (1,-40) [0|0] ")";
     EXPECT_EQ(signalIn(before + "\xB0"
                                 "C\" X")
-                  .unit,
+                  .scaling.unit,
               QString::fromUtf8("°C"));
     EXPECT_EQ(signalIn(before + "\xC2\xB0"
                                 "C\" X")
-                  .unit,
+                  .scaling.unit,
               QString::fromUtf8("°C"));
 }
 
@@ -90,10 +90,10 @@ TEST(DbcReader, MultiplexingMarkersAreUnderstood)
     EXPECT_EQ(dbc.warnings, QString());
     const auto& found = dbc.messages.at(0).signalDescriptions;
     ASSERT_EQ(found.size(), 3);
-    EXPECT_EQ(found.at(0).multiplexing, Multiplexing::Multiplexor);
-    EXPECT_EQ(found.at(1).multiplexing, Multiplexing::Multiplexed);
-    EXPECT_EQ(found.at(1).multiplexorValue, 0U);
-    EXPECT_EQ(found.at(2).multiplexorValue, 17U);
+    EXPECT_EQ(found.at(0).layout.multiplexing, Multiplexing::Multiplexor);
+    EXPECT_EQ(found.at(1).layout.multiplexing, Multiplexing::Multiplexed);
+    EXPECT_EQ(found.at(1).layout.multiplexorValue, 0U);
+    EXPECT_EQ(found.at(2).layout.multiplexorValue, 17U);
 }
 
 TEST(DbcReader, NestedMultiplexingLeavesOnlyWhatIsClear)
@@ -254,7 +254,7 @@ TEST(DbcReader, DamagedLinesGiveNoSignalOutsideItsMessage)
         const Dbc dbc = readDbcSignal(line.replace('\n', ' '));
         for (const auto& message : dbc.messages) {
             for (const auto& signal : message.signalDescriptions)
-                ASSERT_TRUE(monitor::fitsInto(signal, 8)) << line.toHex().constData();
+                ASSERT_TRUE(monitor::fitsInto(signal.layout, 8)) << line.toHex().constData();
         }
     }
 }

@@ -58,7 +58,10 @@ QStringList placesIn(const QByteArray& eds)
     EXPECT_LE(pdos.messages.size(), 1);
     for (const MessageDescription& message : pdos.messages) {
         for (const SignalDescription& signal : message.signalDescriptions)
-            places += QString("%1 %2 %3").arg(signal.name).arg(signal.startBit).arg(signal.length);
+            places += QString("%1 %2 %3")
+                          .arg(signal.name)
+                          .arg(signal.layout.startBit)
+                          .arg(signal.layout.length);
     }
     return places;
 }
@@ -78,11 +81,11 @@ TEST(EdsReader, ReadsAPdoWithItsObjects)
     EXPECT_EQ(message.node, quint8{5});
     EXPECT_EQ(message.size, 3);
     ASSERT_EQ(message.signalDescriptions.size(), 2);
-    EXPECT_EQ(message.signalDescriptions.at(0).datatype, CANopenDataType::UNSIGNED8);
-    EXPECT_FALSE(message.signalDescriptions.at(0).isSigned);
-    EXPECT_EQ(message.signalDescriptions.at(1).datatype, CANopenDataType::INTEGER16);
-    EXPECT_TRUE(message.signalDescriptions.at(1).isSigned);
-    EXPECT_EQ(message.signalDescriptions.at(1).startBit, 8);
+    EXPECT_EQ(message.signalDescriptions.at(0).layout.datatype, CANopenDataType::UNSIGNED8);
+    EXPECT_FALSE(message.signalDescriptions.at(0).layout.isSigned);
+    EXPECT_EQ(message.signalDescriptions.at(1).layout.datatype, CANopenDataType::INTEGER16);
+    EXPECT_TRUE(message.signalDescriptions.at(1).layout.isSigned);
+    EXPECT_EQ(message.signalDescriptions.at(1).layout.startBit, 8);
 }
 
 TEST(EdsReader, FlagsOfTheCobIdAreNoPartOfTheId)
@@ -147,7 +150,7 @@ TEST(EdsReader, ObjectThatCannotBeUsedKeepsItsRoom)
     for (const char* mapped : {"0x20990010", "0x20000010", "0x20030010"}) {
         const Pdos pdos = read(objects + pdo("0x185", "2", {mapped, "0x20010010"}));
         ASSERT_EQ(pdos.messages.at(0).signalDescriptions.size(), 1) << mapped;
-        EXPECT_EQ(pdos.messages.at(0).signalDescriptions.at(0).startBit, 16);
+        EXPECT_EQ(pdos.messages.at(0).signalDescriptions.at(0).layout.startBit, 16);
         EXPECT_TRUE(pdos.warnings.startsWith("x.eds:24: mapped object ")) << mapped;
     }
 }
@@ -158,10 +161,10 @@ TEST(EdsReader, ObjectsWithoutAnElementTypeAreCarried)
     EXPECT_EQ(pdos.warnings, QString());
     const auto& found = pdos.messages.at(0).signalDescriptions;
     ASSERT_EQ(found.size(), 2);
-    EXPECT_TRUE(found.at(0).carried);
-    EXPECT_TRUE(found.at(0).isSigned);
-    EXPECT_EQ(found.at(0).datatype, CANopenDataType::INTEGER48);
-    EXPECT_TRUE(found.at(1).carried);
+    EXPECT_TRUE(found.at(0).layout.passThrough);
+    EXPECT_TRUE(found.at(0).layout.isSigned);
+    EXPECT_EQ(found.at(0).layout.datatype, CANopenDataType::INTEGER48);
+    EXPECT_TRUE(found.at(1).layout.passThrough);
 }
 
 TEST(EdsReader, CompactMappingIsReadToo)
@@ -178,7 +181,7 @@ TEST(EdsReader, EveryPrefixOfAFileIsReadWithoutASignalOutsideItsPdo)
     for (int size = 0; size <= eds.size(); ++size) {
         for (const MessageDescription& message : read(eds.left(size)).messages) {
             for (const SignalDescription& signal : message.signalDescriptions)
-                ASSERT_TRUE(monitor::fitsInto(signal, 8)) << size;
+                ASSERT_TRUE(monitor::fitsInto(signal.layout, 8)) << size;
         }
     }
 }
@@ -196,7 +199,8 @@ TEST(EdsReader, DamagedFilesGiveNoSignalOutsideItsPdo)
         for (const MessageDescription& message : read(eds).messages) {
             ASSERT_LE(message.id, message.extended ? 0x1FFFFFFFU : 0x7FFU);
             for (const SignalDescription& signal : message.signalDescriptions)
-                ASSERT_TRUE(signal.length > 0 && monitor::fitsInto(signal, 8)) << eds.constData();
+                ASSERT_TRUE(signal.layout.length > 0 && monitor::fitsInto(signal.layout, 8))
+                    << eds.constData();
         }
     }
 }
