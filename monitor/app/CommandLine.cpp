@@ -2,7 +2,7 @@
 
 #include "BusArguments.h"
 #include "FileArguments.h"
-#include "catalogue/eds/EdsNumber.h"
+#include "catalogue/readers.h"
 
 #include <QtCore/QCommandLineParser>
 
@@ -139,15 +139,6 @@ QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& opti
     return QString();
 }
 
-/// Reads a node number, decimal or hexadecimal.
-bool readNode(const QString& text, quint8& node)
-{
-    constexpr quint32 lastNode = 127;
-    const quint32 number = readEdsNumber(text, 0).value_or(0);
-    node = static_cast<quint8>(number);
-    return number > 0 && number <= lastNode;
-}
-
 /// The complaint about the options that name descriptions. Each --eds goes with the --node at the
 /// same place.
 QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions& options)
@@ -160,9 +151,10 @@ QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions&
         return QStringLiteral("every --eds FILE.eds needs a --node N, and the other way round");
     options.dbc = parser.value(dbcOption);
     for (int i = 0; i < files.size(); ++i) {
-        NodeDescription description{files.at(i), 0};
-        if (!readNode(nodes.at(i), description.node))
+        const auto node = readNodeId(nodes.at(i));
+        if (!node)
             return QStringLiteral("--node needs a number from 1 to 127");
+        const NodeDescription description{files.at(i), *node};
         for (const NodeDescription& other : options.nodes) {
             if (other.node == description.node)
                 return QStringLiteral("--node %1 is given twice").arg(other.node);

@@ -2,8 +2,7 @@
 
 #include "catalogue/ConfigFile.h"
 #include "catalogue/SignalNames.h"
-#include "catalogue/dbc/DbcReader.h"
-#include "catalogue/eds/EdsReader.h"
+#include "catalogue/readers.h"
 #include "outputs/PlotFiles.h"
 #include "outputs/SeriesFile.h"
 #include "printProblems.h"
@@ -14,24 +13,35 @@ namespace monitor
 namespace
 {
 
+struct GivenDescription {
+    const DescriptionReader* reader;
+    DescriptionFile file;
+};
+
+QVector<GivenDescription> descriptionsIn(const MonitorOptions& options)
+{
+    QVector<GivenDescription> given;
+    if (!options.dbc.isEmpty())
+        given.append({findDescriptionReader(QStringLiteral("dbc")), {options.dbc, std::nullopt}});
+    for (const NodeDescription& node : options.nodes)
+        given.append({findDescriptionReader(QStringLiteral("eds")), {node.fileName, node.node}});
+    return given;
+}
+
 /// The messages and signals to look for, or what made that impossible.
 QString readDescriptions(const MonitorOptions& options, QTextStream& messages,
                          QVector<CatalogueMessage>& descriptions)
 {
-    QString error;
-    Problems problems;
-    QVector<MessageDescription> read;
-    if (!options.dbc.isEmpty())
-        error = readDbcFile(options.dbc, problems, read);
-    print(problems, messages);
-    for (const NodeDescription& node : options.nodes) {
-        problems = Problems();
-        if (error.isEmpty())
-            error = readEdsFile(node.fileName, node.node, problems, read);
-        print(problems, messages);
+    QVector<MessageDescription> found;
+    for (const GivenDescription& given : descriptionsIn(options)) {
+        const ReadDescription read = given.reader->read(given.file);
+        print(read.problems, messages);
+        if (!read.error.isEmpty())
+            return read.error;
+        found += read.messages;
     }
-    descriptions = giveReportedNames(read);
-    return error;
+    descriptions = giveReportedNames(found);
+    return QString();
 }
 
 /// Reads the configuration, if there is one, and changes \a prepared as it says.

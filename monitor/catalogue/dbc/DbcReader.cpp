@@ -193,16 +193,17 @@ void DbcReader::skip(qint64 number, const QString& line)
         textBegunInLine = textBegunInLine == 0 ? number : 0;
 }
 
-QString readDbcFile(const QString& fileName, Problems& problems,
-                    QVector<MessageDescription>& messages)
+ReadDescription readDbcFile(const DescriptionFile& file)
 {
-    LineReader lines(fileName);
-    problems = Problems(fileName, QStringLiteral("place(s) in all that are not used"));
-    DbcReader reader(problems);
+    ReadDescription read;
+    read.problems = Problems(file.fileName, QStringLiteral("problem(s) found"));
+    LineReader lines(file.fileName);
+    DbcReader reader(read.problems);
     for (QByteArray line; lines.readLine(line);)
         reader.readLine(lines.lineNumber(), line);
-    messages = reader.finish();
-    return lines.error();
+    read.messages = reader.finish();
+    read.error = lines.error();
+    return read;
 }
 
 } // namespace monitor

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "catalogue/Description.h"
-#include "text/Problems.h"
+#include "catalogue/readers.h"
 
 namespace monitor
 {
@@ -40,9 +39,7 @@ private:
     qint64 textBegunInLine = 0; // 0: not within a text
 };
 
-/// Reads the DBC file of that name into \a messages, and what could not be used of it into
-/// \a problems. Returns why the file cannot be read, naming it; empty otherwise.
-[[nodiscard]] QString readDbcFile(const QString& fileName, Problems& problems,
-                                  QVector<MessageDescription>& messages);
+/// The messages of a DBC file. Its node does not matter.
+[[nodiscard]] ReadDescription readDbcFile(const DescriptionFile& file);
 
 } // namespace monitor

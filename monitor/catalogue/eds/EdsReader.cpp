@@ -175,16 +175,21 @@ QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, qu
     return messages;
 }
 
-QString readEdsFile(const QString& fileName, quint8 node, Problems& problems,
-                    QVector<MessageDescription>& messages)
+ReadDescription readEdsFile(const DescriptionFile& file)
 {
-    LineReader lines(fileName);
-    problems = Problems(fileName, QStringLiteral("place(s) in all that are not used"));
-    EdsFile file;
+    ReadDescription read;
+    read.problems = Problems(file.fileName, QStringLiteral("problem(s) found"));
+    if (!file.node) {
+        read.error = QStringLiteral("%1: the node id is missing").arg(file.fileName);
+        return read;
+    }
+    LineReader lines(file.fileName);
+    EdsFile edsFile;
     for (QByteArray line; lines.readLine(line);)
-        file.readLine(lines.lineNumber(), line, problems);
-    messages += readTransmitPdos(EdsDictionary(std::move(file)), node, problems);
-    return lines.error();
+        edsFile.readLine(lines.lineNumber(), line, read.problems);
+    read.messages = readTransmitPdos(EdsDictionary(std::move(edsFile)), *file.node, read.problems);
+    read.error = lines.error();
+    return read;
 }
 
 } // namespace monitor

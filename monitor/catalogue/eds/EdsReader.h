@@ -1,8 +1,7 @@
 #pragma once
 
 #include "EdsDictionary.h"
-#include "catalogue/Description.h"
-#include "text/Problems.h"
+#include "catalogue/readers.h"
 
 namespace monitor
 {
@@ -14,9 +13,7 @@ namespace monitor
 QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, quint8 node,
                                              Problems& problems);
 
-/// Appends the PDOs that the EDS or DCF of that name describes for \a node to \a messages. Returns
-/// what made that impossible, naming the file; empty if nothing did.
-[[nodiscard]] QString readEdsFile(const QString& fileName, quint8 node, Problems& problems,
-                                  QVector<MessageDescription>& messages);
+/// The PDOs that an EDS or DCF describes for its node, without which it is an error.
+[[nodiscard]] ReadDescription readEdsFile(const DescriptionFile& file);
 
 } // namespace monitor

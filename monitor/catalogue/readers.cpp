@@ -1,0 +1,46 @@
+#include "readers.h"
+
+#include "dbc/DbcReader.h"
+#include "eds/EdsReader.h"
+
+#include <QtCore/QRegularExpression>
+
+#include <algorithm>
+
+namespace monitor
+{
+
+const QVector<DescriptionReader>& descriptionReaders()
+{
+    static const QVector<DescriptionReader> readers{
+        {"dbc", "FILE.dbc", "The description of the messages and signals.", false, false,
+         readDbcFile},
+        {"eds", "FILE.eds", "The EDS or DCF of a CANopen node, whose node id --node gives.", true,
+         true, readEdsFile},
+    };
+    return readers;
+}
+
+const DescriptionReader* findDescriptionReader(const QString& name)
+{
+    const auto& readers = descriptionReaders();
+    const auto found =
+        std::find_if(readers.cbegin(), readers.cend(), [&name](const DescriptionReader& reader) {
+            return name == QLatin1String(reader.name);
+        });
+    return found == readers.cend() ? nullptr : &*found;
+}
+
+std::optional<quint8> readNodeId(const QString& text)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\A(?:[0-9]+|0[xX][0-9a-fA-F]+)\\z"));
+    constexpr uint lastNode = 127;
+    const bool isHex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
+    // 0 if the number is too long
+    const uint node = pattern.match(text).hasMatch() ? text.toUInt(nullptr, isHex ? 16 : 10) : 0;
+    if (node == 0 || node > lastNode)
+        return std::nullopt;
+    return static_cast<quint8>(node);
+}
+
+} // namespace monitor
