@@ -1,6 +1,6 @@
 #pragma once
 
-#include <catalogue/SignalNames.h>
+#include <catalogue/Catalogue.h>
 #include <decoding/Decoder.h>
 #include <engine/DatatypeChoice.h>
 
@@ -11,7 +11,7 @@
 /// every length is decoded by them, with nothing behind it that could be read unnoticed.
 inline void checkDescriptions(const QVector<monitor::MessageDescription>& described)
 {
-    const auto messages = monitor::giveReportedNames(described);
+    const auto messages = monitor::Catalogue(described).messages();
     for (const monitor::CatalogueMessage& message : messages) {
         for (const monitor::CatalogueSignal& signal : message.catalogueSignals) {
             if (signal.layout.length < 1 || signal.layout.length > 64 ||

@@ -100,7 +100,7 @@ bool readFormat(const QString& name, OutputFormat& format)
 
 /// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one. Returns
 /// the complaint about it.
-QString readLimits(const QString& text, SignalLimits& given)
+QString readLimits(const QString& text, SignalSettings& given)
 {
     QString complaint = QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
     const int equals = text.lastIndexOf('=');
@@ -110,11 +110,11 @@ QString readLimits(const QString& text, SignalLimits& given)
     bool isLower = false;
     bool isUpper = false;
     given.pattern = text.left(equals);
-    given.limits = {numbers.at(0).toDouble(&isLower), numbers.at(1).toDouble(&isUpper)};
-    if (!isLower || !isUpper || !std::isfinite(given.limits.lowest) ||
-        !std::isfinite(given.limits.highest))
+    given.limits = ValueRange{numbers.at(0).toDouble(&isLower), numbers.at(1).toDouble(&isUpper)};
+    if (!isLower || !isUpper || !std::isfinite(given.limits->lowest) ||
+        !std::isfinite(given.limits->highest))
         return complaint;
-    if (given.limits.lowest > given.limits.highest)
+    if (given.limits->lowest > given.limits->highest)
         return QStringLiteral("--limits \"%1\": the lower limit is above the upper one").arg(text);
     return QString();
 }
@@ -130,7 +130,7 @@ QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& opti
     options.config = parser.value(configOption);
     options.patterns = parser.values(signalOption);
     for (const QString& text : parser.values(limitsOption)) {
-        SignalLimits given;
+        SignalSettings given;
         QString complaint = readLimits(text, given);
         if (!complaint.isEmpty())
             return complaint;

@@ -61,7 +61,7 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& mess
 {
     Preparation prepared;
     QString error = prepare(options, messages, prepared);
-    LiveSource source(options.bus, options.bitRate, prepared.descriptions);
+    LiveSource source(options.bus, options.bitRate, prepared.catalogue.messages());
     if (error.isEmpty())
         error = source.start();
     if (!error.isEmpty()) {

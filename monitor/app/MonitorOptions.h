@@ -1,6 +1,6 @@
 #pragma once
 
-#include "catalogue/SignalSettings.h"
+#include "catalogue/Catalogue.h"
 #include "outputs/Report.h"
 
 #include <optional>
@@ -19,7 +19,7 @@ struct MonitorOptions {
     QString dbc; ///< file name of a DBC; empty if there is none
     QVector<NodeDescription> nodes;
     QStringList patterns; ///< of the signals to report; none: all of them
-    QVector<SignalLimits> limits;
+    QVector<SignalSettings> limits;
     QString config;          ///< file name of a configuration; empty if there is none
     std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
     OutputFormat format = OutputFormat::Table;

@@ -1,7 +1,6 @@
 #include "Preparation.h"
 
 #include "catalogue/ConfigFile.h"
-#include "catalogue/SignalNames.h"
 #include "catalogue/readers.h"
 #include "outputs/PlotFiles.h"
 #include "outputs/SeriesFile.h"
@@ -28,9 +27,8 @@ QVector<GivenDescription> descriptionsIn(const MonitorOptions& options)
     return given;
 }
 
-/// The messages and signals to look for, or what made that impossible.
-QString readDescriptions(const MonitorOptions& options, QTextStream& messages,
-                         QVector<CatalogueMessage>& descriptions)
+/// Reads all description files. Returns an error, or an empty text.
+QString readDescriptions(const MonitorOptions& options, QTextStream& messages, Catalogue& catalogue)
 {
     QVector<MessageDescription> found;
     for (const GivenDescription& given : descriptionsIn(options)) {
@@ -40,43 +38,36 @@ QString readDescriptions(const MonitorOptions& options, QTextStream& messages,
             return read.error;
         found += read.messages;
     }
-    descriptions = giveReportedNames(found);
+    catalogue = Catalogue(found);
     return QString();
 }
 
-/// Reads the configuration, if there is one, and changes \a prepared as it says.
+/// Applies the configuration, if there is one. Returns an error, or an empty text.
 QString applyConfig(const QString& fileName, Preparation& prepared)
 {
     if (fileName.isEmpty())
         return QString();
-    Config config;
-    QString error = readConfigFile(fileName, config);
-    if (!error.isEmpty())
-        return error;
+    const Config config = readConfigFile(fileName);
+    if (!config.error.isEmpty())
+        return config.error;
     prepared.k = config.k.value_or(prepared.k);
-    for (const QString& complaint : {checkPatterns(config.patterns, prepared.descriptions),
-                                     setScalings(config.scalings, prepared.descriptions),
-                                     setLimits(config.limits, prepared.descriptions),
-                                     setReservations(config.reservations, prepared.descriptions)}) {
-        if (!complaint.isEmpty())
-            return fileName + QStringLiteral(": ") + complaint;
-    }
-    return QString();
+    const QString error = prepared.catalogue.apply(config.settings);
+    return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
 }
 
 } // namespace
 
 QString prepare(const MonitorOptions& options, QTextStream& messages, Preparation& prepared)
 {
-    QString error = readDescriptions(options, messages, prepared.descriptions);
+    QString error = readDescriptions(options, messages, prepared.catalogue);
     if (error.isEmpty())
         error = applyConfig(options.config, prepared);
     if (error.isEmpty())
-        error = chooseSignals(options.patterns, prepared.descriptions);
-    setKeptRecords(options.keptRecords, prepared.descriptions);
-    prepared.k = options.k.value_or(prepared.k);
+        error = prepared.catalogue.choose(options.patterns);
     if (error.isEmpty())
-        error = setLimits(options.limits, prepared.descriptions);
+        error = prepared.catalogue.apply(options.limits);
+    prepared.catalogue.setKeptRecords(options.keptRecords);
+    prepared.k = options.k.value_or(prepared.k);
     return error.isEmpty() ? checkTargets(options) : error;
 }
 

@@ -44,7 +44,7 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
 {
     Preparation prepared;
     QString error = prepare(options, messages, prepared);
-    SignalMonitor signalMonitor(prepared.descriptions);
+    SignalMonitor signalMonitor(prepared.catalogue.messages());
     if (error.isEmpty())
         error = readRecording(options.recording, messages, signalMonitor);
     if (error.isEmpty())

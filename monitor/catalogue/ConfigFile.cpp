@@ -1,5 +1,7 @@
 #include "ConfigFile.h"
 
+#include "text/suggestions.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -11,120 +13,154 @@ namespace monitor
 namespace
 {
 
-/// The complaint about a member of \a object that is not among \a known.
-QString findUnknown(const QJsonObject& object, const QStringList& known)
+/// A setting of a signal.
+struct Setting {
+    const char* name;
+    const char* need; ///< what its value must be, for messages
+    bool (*read)(const QJsonValue& value, SignalSettings& settings);
+};
+
+Scaling& scalingOf(SignalSettings& settings)
 {
-    for (const QString& key : object.keys()) {
-        if (!known.contains(key))
-            return QStringLiteral("unknown setting \"%1\"").arg(key);
-    }
-    return QString();
+    return settings.scaling ? *settings.scaling : settings.scaling.emplace();
 }
 
-/// Whether the member is missing or a number, which then replaces \a number.
-bool readDouble(const QJsonValue& value, double& number)
+bool readFactor(const QJsonValue& value, SignalSettings& settings)
 {
-    if (value.isDouble())
-        number = value.toDouble();
-    return value.isDouble() || value.isUndefined();
+    scalingOf(settings).factor = value.toDouble();
+    return value.toDouble() != 0;
 }
 
-bool readScaling(const QJsonObject& settings, SignalScaling& scaling)
+bool readOffset(const QJsonValue& value, SignalSettings& settings)
 {
-    const QJsonValue unit = settings.value(QLatin1String("unit"));
-    scaling.unit = unit.toString().simplified();
-    return readDouble(settings.value(QLatin1String("factor")), scaling.factor) &&
-           readDouble(settings.value(QLatin1String("offset")), scaling.offset) &&
-           scaling.factor != 0 && (unit.isUndefined() || unit.isString());
+    scalingOf(settings).offset = value.toDouble();
+    return value.isDouble();
 }
 
-bool readLimits(const QJsonValue& value, ValueRange& limits)
+bool readUnit(const QJsonValue& value, SignalSettings& settings)
+{
+    scalingOf(settings).unit = value.toString().simplified();
+    return value.isString();
+}
+
+bool readLimits(const QJsonValue& value, SignalSettings& settings)
 {
     const QJsonArray ends = value.toArray();
-    limits = {ends.at(0).toDouble(), ends.at(1).toDouble()};
+    settings.limits = ValueRange{ends.at(0).toDouble(), ends.at(1).toDouble()};
     return ends.size() == 2 && ends.at(0).isDouble() && ends.at(1).isDouble() &&
-           limits.lowest <= limits.highest;
+           settings.limits->lowest <= settings.limits->highest;
 }
 
-/// Reads the settings of the signals that \a pattern means.
-QString readSignal(const QString& pattern, const QJsonObject& settings, Config& config)
+bool readReserved(const QJsonValue& value, SignalSettings& settings)
 {
-    QString complaint = findUnknown(settings, {QStringLiteral("factor"), QStringLiteral("offset"),
-                                               QStringLiteral("unit"), QStringLiteral("limits"),
-                                               QStringLiteral("reserved")});
-    SignalScaling scaling{pattern};
-    if (!complaint.isEmpty())
-        return complaint;
-    if (!readScaling(settings, scaling))
-        return QStringLiteral("factor and offset need numbers, not 0 as a factor; unit a text");
-    if (settings.contains("factor") || settings.contains("offset") || settings.contains("unit"))
-        config.scalings += scaling;
-    SignalLimits given{pattern, {0, 0}};
-    if (settings.contains("limits") && !readLimits(settings.value("limits"), given.limits))
-        return QStringLiteral("limits need two numbers, the lower one first");
-    if (settings.contains("limits"))
-        config.limits += given;
-    if (!settings.value("reserved").isBool() && settings.contains("reserved"))
-        return QStringLiteral("reserved needs true or false");
-    if (settings.contains("reserved"))
-        config.reservations += {pattern, settings.value("reserved").toBool()};
+    settings.reservesRawValues = value.toBool();
+    return value.isBool();
+}
+
+constexpr Setting signalSettings[] = {
+    {"factor", "a number other than 0", readFactor},
+    {"offset", "a number", readOffset},
+    {"unit", "a text", readUnit},
+    {"limits", "two numbers, the lower one first", readLimits},
+    {"reserved", "true or false", readReserved},
+};
+
+QString unknownSetting(const QString& name, const QStringList& known)
+{
+    return QStringLiteral("unknown setting \"%1\"").arg(name) + didYouMean(name, known);
+}
+
+/// Reads one setting of a signal. Returns what is wrong with it, or an empty text.
+QString readSetting(const QString& name, const QJsonValue& value, SignalSettings& settings)
+{
+    QStringList known;
+    for (const Setting& setting : signalSettings) {
+        if (name == QLatin1String(setting.name))
+            return setting.read(value, settings)
+                       ? QString()
+                       : QStringLiteral("%1 needs %2").arg(setting.name, setting.need);
+        known += setting.name;
+    }
+    return unknownSetting(name, known);
+}
+
+/// Reads all settings of the signals that \a pattern matches.
+QString readSignal(const QString& pattern, const QJsonValue& value, Config& config)
+{
+    if (!value.isObject())
+        return QStringLiteral("settings need an object");
+    SignalSettings settings{pattern};
+    const QJsonObject members = value.toObject();
+    for (auto it = members.constBegin(); it != members.constEnd(); ++it) {
+        const QString error = readSetting(it.key(), it.value(), settings);
+        if (!error.isEmpty())
+            return error;
+    }
+    config.settings.append(settings);
     return QString();
 }
 
 QString readSignals(const QJsonValue& value, Config& config)
 {
-    const QJsonObject patterns = value.toObject();
-    if (!value.isUndefined() && !value.isObject())
+    if (!value.isObject())
         return QStringLiteral("signals needs an object");
-    for (auto it = patterns.constBegin(); it != patterns.constEnd(); ++it) {
-        const QString complaint = it.value().isObject()
-                                      ? readSignal(it.key(), it.value().toObject(), config)
-                                      : QStringLiteral("settings need an object");
-        if (!complaint.isEmpty())
-            return QStringLiteral("signal \"%1\": %2").arg(it.key(), complaint);
-        config.patterns += it.key();
+    const QJsonObject members = value.toObject();
+    for (auto it = members.constBegin(); it != members.constEnd(); ++it) {
+        const QString error = readSignal(it.key(), it.value(), config);
+        if (!error.isEmpty())
+            return QStringLiteral("signal \"%1\": %2").arg(it.key(), error);
     }
     return QString();
 }
 
-QString readSettings(const QJsonObject& settings, Config& config)
+QString readMember(const QString& name, const QJsonValue& value, Config& config)
 {
-    QString complaint = findUnknown(settings, {QStringLiteral("k"), QStringLiteral("signals")});
-    if (!complaint.isEmpty())
-        return complaint;
-    const QJsonValue k = settings.value(QLatin1String("k"));
-    if (!k.isUndefined())
-        config.k = k.toDouble(-1);
-    if (config.k && *config.k < 0)
-        return QStringLiteral("k needs a number that is not negative");
-    return readSignals(settings.value(QLatin1String("signals")), config);
+    if (name == QLatin1String("signals"))
+        return readSignals(value, config);
+    if (name != QLatin1String("k"))
+        return unknownSetting(name, {QStringLiteral("k"), QStringLiteral("signals")});
+    config.k = value.toDouble(-1);
+    return *config.k < 0 ? QStringLiteral("k needs a number that is not negative") : QString();
+}
+
+Config failedConfig(const QString& error)
+{
+    Config config;
+    config.error = error;
+    return config;
 }
 
 } // namespace
 
-QString readConfig(const QByteArray& text, Config& config)
+Config readConfig(const QByteArray& text)
 {
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError)
-        return QStringLiteral("line %1: %2")
-            .arg(text.left(error.offset).count('\n') + 1)
-            .arg(error.errorString());
+        return failedConfig(QStringLiteral("line %1: %2")
+                                .arg(text.left(error.offset).count('\n') + 1)
+                                .arg(error.errorString()));
     if (!document.isObject())
-        return QStringLiteral("no object of settings");
-    return readSettings(document.object(), config);
+        return failedConfig(QStringLiteral("not an object of settings"));
+    Config config;
+    const QJsonObject members = document.object();
+    for (auto it = members.constBegin(); it != members.constEnd() && config.error.isEmpty(); ++it)
+        config.error = readMember(it.key(), it.value(), config);
+    return config;
 }
 
-QString readConfigFile(const QString& fileName, Config& config)
+Config readConfigFile(const QString& fileName)
 {
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return QStringLiteral("%1: cannot be read: %2").arg(fileName, file.errorString());
-    const QByteArray text = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return QStringLiteral("%1: cannot be read: %2").arg(fileName, file.errorString());
-    const QString complaint = readConfig(text, config);
-    return complaint.isEmpty() ? complaint : fileName + QStringLiteral(": ") + complaint;
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    const QByteArray text = isOpen ? file.readAll() : QByteArray();
+    if (!isOpen || file.error() != QFileDevice::NoError)
+        return failedConfig(
+            QStringLiteral("%1: cannot be read: %2").arg(fileName, file.errorString()));
+    Config config = readConfig(text);
+    if (!config.error.isEmpty())
+        config.error = fileName + QStringLiteral(": ") + config.error;
+    return config;
 }
 
 } // namespace monitor

@@ -70,11 +70,11 @@ TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
     EXPECT_EQ(line.replay->patterns, (QStringList{"Engine*", "Speed"}));
     ASSERT_EQ(line.replay->limits.size(), 2);
     EXPECT_EQ(line.replay->limits.at(0).pattern, QString("EngineSpeed"));
-    EXPECT_EQ(line.replay->limits.at(0).limits.lowest, 600);
-    EXPECT_EQ(line.replay->limits.at(0).limits.highest, 2200);
+    EXPECT_EQ(line.replay->limits.at(0).limits->lowest, 600);
+    EXPECT_EQ(line.replay->limits.at(0).limits->highest, 2200);
     EXPECT_EQ(line.replay->limits.at(1).pattern, QString("a=b"));
-    EXPECT_EQ(line.replay->limits.at(1).limits.lowest, -1.5);
-    EXPECT_EQ(line.replay->limits.at(1).limits.highest, -0.001);
+    EXPECT_EQ(line.replay->limits.at(1).limits->lowest, -1.5);
+    EXPECT_EQ(line.replay->limits.at(1).limits->highest, -0.001);
 }
 
 TEST(CommandLine, ShowTakesAFileAndAFactor)

@@ -55,14 +55,14 @@ TEST_F(Program, PatternWithoutASignalIsExitCode2)
     for (const char* option : {"--signal", "--limits"}) {
         const MonitorRun run = replay("", speedDbc, {option, "Nothing=1:2"});
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_TRUE(run.messages.startsWith("there is no signal \"Nothing"));
+        EXPECT_TRUE(run.messages.startsWith("no signal matches \"Nothing"));
     }
 }
 
 TEST_F(Program, ControlCharactersInNamesDoNotReachTheTerminalByMessages)
 {
     const MonitorRun run = replay("", speedDbc, {"--signal", "\x1b[2JNothing"});
-    EXPECT_EQ(run.messages, QString("there is no signal \" [2JNothing\"\n"));
+    EXPECT_EQ(run.messages, QString("no signal matches \" [2JNothing\"\n"));
 }
 
 TEST_F(Program, FramesThatAreDecodedByThemselvesAndInAMessageCountOnce)

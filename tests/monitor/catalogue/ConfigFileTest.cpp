@@ -1,14 +1,12 @@
-#include "Descriptions.h"
-
 #include <catalogue/ConfigFile.h>
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-using monitor::CatalogueMessage;
 using monitor::Config;
 using monitor::readConfig;
+using monitor::SignalSettings;
 
 namespace
 {
@@ -26,36 +24,48 @@ const QByteArray valid = R"({
 
 TEST(ConfigFile, ReadsEverySetting)
 {
-    Config config;
-    ASSERT_EQ(readConfig(valid, config), QString());
+    const Config config = readConfig(valid);
+    ASSERT_EQ(config.error, QString());
     EXPECT_EQ(config.k, 2.5);
-    ASSERT_EQ(config.scalings.size(), 1);
-    EXPECT_EQ(config.scalings.at(0).pattern, QString("Speed"));
-    EXPECT_EQ(config.scalings.at(0).factor, 0.1);
-    EXPECT_EQ(config.scalings.at(0).offset, -2);
-    EXPECT_EQ(config.scalings.at(0).unit, QString("rpm"));
-    ASSERT_EQ(config.limits.size(), 2);
-    EXPECT_EQ(config.limits.at(1).pattern, QString("Speed"));
-    EXPECT_EQ(config.limits.at(1).limits.lowest, -1);
-    EXPECT_EQ(config.limits.at(1).limits.highest, 3000);
-    ASSERT_EQ(config.reservations.size(), 2);
-    EXPECT_EQ(config.reservations.at(0).pattern, QString("Gear*"));
-    EXPECT_FALSE(config.reservations.at(0).reserves);
-    EXPECT_EQ(config.reservations.at(1).pattern, QString("Load"));
-    EXPECT_TRUE(config.reservations.at(1).reserves);
-    EXPECT_EQ(config.patterns, (QStringList{"Gear*", "Load", "Speed"}));
+    ASSERT_EQ(config.settings.size(), 3);
+    const SignalSettings& gear = config.settings.at(0);
+    EXPECT_EQ(gear.pattern, QString("Gear*"));
+    EXPECT_FALSE(gear.scaling);
+    EXPECT_EQ(gear.limits->highest, 0);
+    EXPECT_EQ(gear.reservesRawValues, false);
+    const SignalSettings& load = config.settings.at(1);
+    EXPECT_EQ(load.pattern, QString("Load"));
+    EXPECT_FALSE(load.limits);
+    EXPECT_EQ(load.reservesRawValues, true);
+    const SignalSettings& speed = config.settings.at(2);
+    EXPECT_EQ(speed.pattern, QString("Speed"));
+    EXPECT_EQ(speed.scaling->factor, 0.1);
+    EXPECT_EQ(speed.scaling->offset, -2);
+    EXPECT_EQ(speed.scaling->unit, QString("rpm"));
+    EXPECT_EQ(speed.limits->lowest, -1);
+    EXPECT_EQ(speed.limits->highest, 3000);
+    EXPECT_EQ(speed.reservesRawValues, std::nullopt);
 }
 
 TEST(ConfigFile, NothingNeedsToBeSet)
 {
-    Config config;
-    EXPECT_EQ(readConfig("{}", config), QString());
-    EXPECT_EQ(readConfig(R"({"signals": {"Speed": {}}})", config), QString());
-    EXPECT_FALSE(config.k);
-    EXPECT_TRUE(config.scalings.isEmpty());
+    EXPECT_EQ(readConfig("{}").error, QString());
+    EXPECT_FALSE(readConfig("{}").k);
+    const Config config = readConfig(R"({"signals": {"Speed": {}}})");
+    EXPECT_EQ(config.error, QString());
+    ASSERT_EQ(config.settings.size(), 1);
+    EXPECT_EQ(config.settings.at(0).pattern, QString("Speed"));
+    EXPECT_FALSE(config.settings.at(0).scaling);
 }
 
-TEST(ConfigFile, WhatIsWrongIsAComplaint)
+TEST(ConfigFile, AUnitAloneScalesByOne)
+{
+    const Config config = readConfig(R"({"signals": {"Speed": {"unit": "rpm"}}})");
+    EXPECT_EQ(config.settings.at(0).scaling->factor, 1);
+    EXPECT_EQ(config.settings.at(0).scaling->offset, 0);
+}
+
+TEST(ConfigFile, WhatIsWrongIsAnError)
 {
     for (const char* text :
          {"", "[]", "1", "{\"k\": }", "{\"k\": -1}", "{\"k\": true}", "{\"K\": 1}",
@@ -67,22 +77,35 @@ TEST(ConfigFile, WhatIsWrongIsAComplaint)
           "{\"signals\": {\"A\": {\"limits\": [1, \"2\"]}}}",
           "{\"signals\": {\"A\": {\"limits\": [1, 2, 3]}}}",
           "{\"signals\": {\"A\": {\"reserved\": 0}}}"}) {
-        Config config;
-        EXPECT_FALSE(readConfig(text, config).isEmpty()) << text;
+        EXPECT_FALSE(readConfig(text).error.isEmpty()) << text;
     }
 }
 
-TEST(ConfigFile, ComplaintNamesTheLine)
+TEST(ConfigFile, ErrorNamesTheLine)
 {
-    Config config;
-    EXPECT_TRUE(readConfig("{\n\"k\": 1,\n oops\n}", config).startsWith("line 3: "));
+    EXPECT_TRUE(readConfig("{\n\"k\": 1,\n oops\n}").error.startsWith("line 3: "));
 }
 
-TEST(ConfigFile, EveryPrefixIsAComplaintAndDamageIsNoCrash)
+TEST(ConfigFile, ErrorNamesTheSignalAndWhatItNeeds)
+{
+    EXPECT_EQ(readConfig(R"({"signals": {"A": {"factor": 0}}})").error,
+              QString("signal \"A\": factor needs a number other than 0"));
+    EXPECT_EQ(readConfig(R"({"signals": {"A": {"offest": 1}}})").error,
+              QString("signal \"A\": unknown setting \"offest\" (did you mean offset?)"));
+    EXPECT_EQ(readConfig(R"({"signal": {}})").error,
+              QString("unknown setting \"signal\" (did you mean signals?)"));
+}
+
+TEST(ConfigFile, AFileThatCannotBeReadIsAnErrorThatNamesIt)
+{
+    EXPECT_TRUE(monitor::readConfigFile("/nowhere/x.json")
+                    .error.startsWith("/nowhere/x.json: cannot be read: "));
+}
+
+TEST(ConfigFile, EveryPrefixIsAnErrorAndDamageIsNoCrash)
 {
     for (int size = 0; size < valid.size(); ++size) {
-        Config config;
-        EXPECT_FALSE(readConfig(valid.left(size), config).isEmpty()) << size;
+        EXPECT_FALSE(readConfig(valid.left(size)).error.isEmpty()) << size;
     }
     std::mt19937 random(7);
     for (int i = 0; i < 20000; ++i) {
@@ -90,28 +113,12 @@ TEST(ConfigFile, EveryPrefixIsAComplaintAndDamageIsNoCrash)
         for (auto damage = 1 + random() % 4; damage > 0; --damage)
             text[static_cast<uint>(random()) % static_cast<uint>(text.size())] =
                 static_cast<char>(random());
-        Config config;
-        if (!readConfig(text, config).isEmpty())
+        const Config config = readConfig(text);
+        if (!config.error.isEmpty())
             continue;
-        for (const auto& given : config.limits)
-            ASSERT_LE(given.limits.lowest, given.limits.highest);
+        for (const SignalSettings& settings : config.settings) {
+            const auto limits = settings.limits.value_or(monitor::ValueRange{0, 0});
+            ASSERT_LE(limits.lowest, limits.highest);
+        }
     }
-}
-
-TEST(SignalSettings, ScalingIsForCanopenObjectsThatHoldNumbers)
-{
-    CatalogueMessage message = describedMessage(0, {describedSignal(0, 8)});
-    QVector<CatalogueMessage> messages{message};
-    const QString complaint = "signal \"Signal\" cannot be scaled";
-    EXPECT_EQ(monitor::setScalings({{"Signal", 2, 0, "A"}}, messages), complaint);
-    message.node = 5;
-    messages = {message};
-    EXPECT_EQ(monitor::setScalings({{"Signal", 2, 1, "A"}}, messages), QString());
-    EXPECT_EQ(messages.at(0).catalogueSignals.at(0).scaling.factor, 2);
-    EXPECT_EQ(messages.at(0).catalogueSignals.at(0).scaling.offset, 1);
-    EXPECT_EQ(messages.at(0).catalogueSignals.at(0).scaling.unit, QString("A"));
-    EXPECT_EQ(monitor::setScalings({{"Signal", 1e308, 0, "A"}}, messages), complaint);
-    message.catalogueSignals[0].layout.passThrough = true;
-    messages = {message};
-    EXPECT_EQ(monitor::setScalings({{"Signal", 2, 0, "A"}}, messages), complaint);
 }

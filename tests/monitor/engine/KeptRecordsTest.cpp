@@ -1,6 +1,5 @@
 #include "../catalogue/Descriptions.h"
 
-#include <catalogue/SignalSettings.h>
 #include <engine/SignalTable.h>
 
 #include <gtest/gtest.h>
@@ -19,7 +18,7 @@ protected:
     KeptRecords()
     {
         messages[0].catalogueSignals[0].scaling.factor = 0.5;
-        monitor::setKeptRecords(3, messages);
+        messages[0].catalogueSignals[0].rules.keptRecords = 3;
     }
 
     void feed(SignalTable& table, int values)
@@ -88,7 +87,7 @@ TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheFiguresOfAnUnboundedSeries)
     SignalTable bounded(messages);
     feed(bounded, 3);
     fed = 0;
-    monitor::setKeptRecords(0, messages);
+    messages[0].catalogueSignals[0].rules.keptRecords = 0;
     SignalTable unbounded(messages);
     feed(unbounded, 3);
     const SignalReport left = bounded.report(0.5).at(0);
@@ -110,7 +109,7 @@ TEST_F(KeptRecords, CarriedValuesAreBoundedToo)
     CatalogueMessage message = describedMessage(0, {description});
     message.protocol = monitor::Protocol::CANopen;
     messages = {message};
-    monitor::setKeptRecords(3, messages);
+    messages[0].catalogueSignals[0].rules.keptRecords = 3;
     SignalTable table(messages);
     feed(table, 100);
     const SignalReport report = table.report(3).at(0);
