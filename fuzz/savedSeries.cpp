@@ -1,6 +1,5 @@
-#include <engine/RunStorage.h>
-#include <outputs/Report.h>
-#include <outputs/SeriesFile.h>
+#include <outputs/SavedRunFile.h>
+#include <outputs/printedOutputs.h>
 
 #include <QtCore/QCryptographicHash>
 
@@ -13,13 +12,12 @@ namespace
 /// What is done next with the run of a file.
 void report(const monitor::SavedRun& run)
 {
-    const QVector<monitor::CatalogueMessage> noDescriptions;
-    monitor::SignalTable table(noDescriptions);
-    monitor::restoreSignals(run, table);
-    const QVector<monitor::SignalReport> reports = table.report(run.k);
-    if (reports.size() != run.recordedSignals.size())
+    monitor::Session session({}, run.k);
+    monitor::restore(run, session);
+    const monitor::Snapshot snapshot = session.calcSnapshot();
+    if (snapshot.rows.size() != run.recordedSignals.size())
         std::abort();
-    monitor::formatReport(monitor::OutputFormat::Table, run.k, run.counts, reports);
+    monitor::formatTable(snapshot);
 }
 
 } // namespace
@@ -33,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     content.append(reinterpret_cast<const char*>(data), static_cast<int>(size));
     content += QCryptographicHash::hash(content, QCryptographicHash::Sha256);
     monitor::SavedRun run;
-    if (!monitor::readSeries(content, run).isEmpty())
+    if (!monitor::parseSavedRun(content, run).isEmpty())
         return 0;
     for (const monitor::SavedSignal& signal : run.recordedSignals) {
         const auto count = [](const auto& values) { return values.size(); };

@@ -3,9 +3,11 @@
 #include "BusArguments.h"
 #include "FileArguments.h"
 #include "catalogue/readers.h"
+#include "outputs/outputs.h"
 
 #include <QtCore/QCommandLineParser>
 
+#include <algorithm>
 #include <cmath>
 
 namespace monitor
@@ -87,15 +89,13 @@ QStringList monitorOptionNames()
            fileOptionNames();
 }
 
-bool readFormat(const QString& name, OutputFormat& format)
+bool readFormat(const QString& name, QString& format)
 {
-    if (name == QLatin1String("json"))
-        format = OutputFormat::Json;
-    else if (name == QLatin1String("csv"))
-        format = OutputFormat::Csv;
-    else
-        return name == QLatin1String("table");
-    return true;
+    format = name;
+    const auto isMeant = [&](const OutputKind& kind) {
+        return kind.isPrinted() && kind.name == name;
+    };
+    return std::any_of(outputKinds().begin(), outputKinds().end(), isMeant);
 }
 
 /// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one. Returns

@@ -1,11 +1,11 @@
 #include "LiveCommand.h"
 
 #include "EndRequest.h"
-#include "FinalReport.h"
 #include "Preparation.h"
-#include "displays/LiveSource.h"
-#include "displays/terminal/LiveDisplay.h"
+#include "RunOutputs.h"
+#include "displays/terminal/TerminalDisplay.h"
 #include "displays/window/MonitorWindow.h"
+#include "sources/bus/BusSource.h"
 #include "text/Table.h"
 
 #include <QtCore/QEventLoop>
@@ -21,62 +21,88 @@ namespace
 
 constexpr int refreshPeriod = 100; // in ms
 
-bool isOver(const LiveOptions& options, LiveSource& source)
-{
-    return source.isLost() || source.seconds() >= options.duration ||
-           static_cast<double>(source.signalMonitor().counts().total) >= options.frames;
-}
-
-/// A display of \a source as \a options ask for it; none if it is not to be shown until the end.
-std::unique_ptr<Display> makeDisplay(const LiveOptions& options, double k, LiveSource& source)
+/// The display that \a options ask for; null if nothing is shown before the end.
+std::unique_ptr<SnapshotSink> makeDisplay(const LiveOptions& options, Session& session)
 {
     if (options.window)
-        return std::make_unique<MonitorWindow>(options, k, source);
-    if (options.format == OutputFormat::Table && Terminal::isThere())
-        return std::make_unique<LiveDisplay>(options, k, source);
+        return std::make_unique<MonitorWindow>(session, options.bus.name(), options.leastRating);
+    if (options.format == outputKinds().constFirst().name && Terminal::isThere())
+        return std::make_unique<TerminalDisplay>(session, options.leastRating);
     return nullptr;
 }
 
-/// Takes in what comes, and shows it if there is a display for that, until somebody or something
-/// ends it.
-void watch(const LiveOptions& options, double k, LiveSource& source)
+/// A run on a bus.
+class LiveRun
 {
-    QEventLoop loop;
-    const EndRequest endRequest([&loop] { loop.quit(); });
-    // After the other: it is to be ended in any case.
-    const std::unique_ptr<Display> display = makeDisplay(options, k, source);
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        source.takeFrames();
-        if (isOver(options, source) || (display && !display->refresh()))
-            loop.quit();
-    });
-    timer.start(refreshPeriod);
-    loop.exec();
-}
+public:
+    LiveRun(const LiveOptions& liveOptions, BusSource& busSource, Session& liveSession)
+        : options(liveOptions), source(busSource), session(liveSession)
+    {
+    }
+
+    /// Takes what is received, and shows it, until somebody or something ends it.
+    void watch()
+    {
+        QEventLoop loop;
+        const EndRequest endRequest([&loop] { loop.quit(); });
+        // After the request, which must work in any case.
+        const std::unique_ptr<SnapshotSink> display = makeDisplay(options, session);
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, [&] {
+            session.takeAll(source);
+            if (isOver() || (display && !display->take(snapshot(), state())))
+                loop.quit();
+        });
+        timer.start(refreshPeriod);
+        loop.exec();
+    }
+
+private:
+    bool isOver() const
+    {
+        return source.isLost() || static_cast<double>(source.now()) >= options.duration * 1e6 ||
+               static_cast<double>(session.counts().total) >= options.frames;
+    }
+
+    Snapshot snapshot() { return session.getSnapshot(source.takenAt()); }
+
+    BusState state() const
+    {
+        return {options.bus.name(), source.takenAt(), source.loadPercent(), options.bitRate};
+    }
+
+    const LiveOptions& options;
+    BusSource& source;
+    Session& session;
+};
 
 } // namespace
 
 ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& messages)
 {
     Preparation prepared;
+    RunOutputs outputs(options, output);
     QString error = prepare(options, messages, prepared);
-    LiveSource source(options.bus, options.bitRate, prepared.catalogue.messages());
+    if (error.isEmpty())
+        error = outputs.check();
+    Session session(prepared.catalogue.messages(), prepared.k);
+    BusSource source(options.bus, options.bitRate);
     if (error.isEmpty())
         error = source.start();
     if (!error.isEmpty()) {
-        messages << printable(error) << '\n'; // names of signals among it
+        messages << printable(error) << '\n'; // it may contain names of signals
         return ExitCode::WrongUse;
     }
     messages << options.bus.name() << ": connected" << Qt::endl;
-    watch(options, prepared.k, source);
-    const bool lost = source.isLost();
-    const QString complaint = source.stop();
-    const ExitCode code = printReport(options, prepared.k, options.bus.name(),
-                                      source.signalMonitor(), output, messages);
-    if (!complaint.isEmpty())
-        messages << complaint << '\n';
-    return lost ? ExitCode::WrongUse : code;
+    LiveRun(options, source, session).watch();
+    const bool isLost = source.isLost();
+    source.stop();
+    session.takeAll(source);
+    const ExitCode code =
+        outputs.finish(session, nothingDecoded(options.bus.name(), options), messages);
+    if (!source.error().isEmpty())
+        messages << source.error() << '\n';
+    return isLost ? ExitCode::WrongUse : code;
 }
 
 } // namespace monitor

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "catalogue/Catalogue.h"
-#include "outputs/Report.h"
 
 #include <optional>
 
@@ -22,7 +21,7 @@ struct MonitorOptions {
     QVector<SignalSettings> limits;
     QString config;          ///< file name of a configuration; empty if there is none
     std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
-    OutputFormat format = OutputFormat::Table;
+    QString format = QStringLiteral("table"); ///< name of a printed output
     int keptRecords = 0;   ///< how many of the newest records each signal keeps; 0: all
     QString plotDirectory; ///< where to write plots to; empty: nowhere
     QString saveFile;      ///< name of the file to save the series in; empty: in none

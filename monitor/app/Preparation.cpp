@@ -2,8 +2,6 @@
 
 #include "catalogue/ConfigFile.h"
 #include "catalogue/readers.h"
-#include "outputs/PlotFiles.h"
-#include "outputs/SeriesFile.h"
 #include "printProblems.h"
 
 namespace monitor
@@ -68,27 +66,18 @@ QString prepare(const MonitorOptions& options, QTextStream& messages, Preparatio
         error = prepared.catalogue.apply(options.limits);
     prepared.catalogue.setKeptRecords(options.keptRecords);
     prepared.k = options.k.value_or(prepared.k);
-    return error.isEmpty() ? checkTargets(options) : error;
-}
-
-QString checkTargets(const MonitorOptions& options)
-{
-    QString error;
-    if (!options.saveFile.isEmpty())
-        error = checkSeriesFile(options.saveFile);
-    if (error.isEmpty() && !options.plotDirectory.isEmpty())
-        error = makePlotDirectory(options.plotDirectory);
     return error;
 }
 
-QString descriptionFilesOf(const MonitorOptions& options)
+QString nothingDecoded(const QString& origin, const MonitorOptions& options)
 {
     QStringList names;
     if (!options.dbc.isEmpty())
         names += options.dbc;
     for (const NodeDescription& node : options.nodes)
         names += node.fileName;
-    return names.join(QStringLiteral(", "));
+    return QStringLiteral("%1: no frame could be decoded with %2")
+        .arg(origin, names.join(QStringLiteral(", ")));
 }
 
 } // namespace monitor

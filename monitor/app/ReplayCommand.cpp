@@ -1,8 +1,7 @@
 #include "ReplayCommand.h"
 
-#include "FinalReport.h"
 #include "Preparation.h"
-#include "engine/SignalMonitor.h"
+#include "RunOutputs.h"
 #include "printProblems.h"
 #include "sources/recording/formats.h"
 #include "text/Progress.h"
@@ -14,11 +13,9 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 framesPerUpdate = 4096; // so that asking costs nothing
-
-/// Feeds the frames of the recording to \a signalMonitor. Returns why that failed, if it did.
+/// Records the signals of the recording in \a session. Returns why that failed, if it did.
 [[nodiscard]] QString readRecording(const QString& fileName, QTextStream& messages,
-                                    SignalMonitor& signalMonitor)
+                                    Session& session)
 {
     const OpenedRecording opened = openRecording(fileName);
     if (!opened.source)
@@ -26,15 +23,12 @@ constexpr qint64 framesPerUpdate = 4096; // so that asking costs nothing
     FrameSource& source = *opened.source;
     {
         Progress progress(messages, QStringLiteral("reading"));
-        qint64 frames = 0;
-        for (Frame frame; source.next(frame);) {
-            signalMonitor.take(frame);
-            if (++frames % framesPerUpdate == 0)
-                progress.update(source.progress().done, source.progress().total);
-        }
+        session.takeAll(source, [&] {
+            const SourceProgress read = source.progress();
+            progress.update(read.done, read.total);
+        });
     }
     print(source.problems(), messages);
-    signalMonitor.count(source.counts());
     return source.error();
 }
 
@@ -43,13 +37,16 @@ constexpr qint64 framesPerUpdate = 4096; // so that asking costs nothing
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages)
 {
     Preparation prepared;
+    RunOutputs outputs(options, output);
     QString error = prepare(options, messages, prepared);
-    SignalMonitor signalMonitor(prepared.catalogue.messages());
     if (error.isEmpty())
-        error = readRecording(options.recording, messages, signalMonitor);
+        error = outputs.check();
+    Session session(prepared.catalogue.messages(), prepared.k);
     if (error.isEmpty())
-        return printReport(options, prepared.k, options.recording, signalMonitor, output, messages);
-    messages << printable(error) << '\n'; // names of signals among it
+        error = readRecording(options.recording, messages, session);
+    if (error.isEmpty())
+        return outputs.finish(session, nothingDecoded(options.recording, options), messages);
+    messages << printable(error) << '\n'; // it may contain names of signals
     return ExitCode::WrongUse;
 }
 

@@ -1,30 +1,26 @@
 #include "ShowCommand.h"
 
-#include "FinalReport.h"
-#include "Preparation.h"
-#include "engine/RunStorage.h"
-#include "outputs/SeriesFile.h"
+#include "RunOutputs.h"
+#include "outputs/SavedRunFile.h"
 
 namespace monitor
 {
 
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& messages)
 {
+    RunOutputs outputs(options, output);
     SavedRun run;
-    QString error = checkTargets(options);
+    QString error = outputs.check();
     if (error.isEmpty())
-        error = readSeriesFile(options.file, run);
-    if (!error.isEmpty())
-        return messages << error << '\n', ExitCode::WrongUse;
-    const QVector<CatalogueMessage> noDescriptions; // nothing is to be decoded
-    SignalTable table(noDescriptions);
-    restoreSignals(run, table);
-    if (!printFigures(options, options.k.value_or(run.k), run.counts, table, output, messages))
+        error = readSavedRun(options.file, run);
+    if (!error.isEmpty()) {
+        messages << error << '\n';
         return ExitCode::WrongUse;
-    if (run.counts.decoded > 0)
-        return ExitCode::Success;
-    messages << options.file << ": holds no frame that was decoded\n";
-    return ExitCode::NothingDecoded;
+    }
+    Session session({}, options.k.value_or(run.k)); // nothing is to be decoded
+    restore(run, session);
+    return outputs.finish(session, options.file + QStringLiteral(": contains no decoded frames"),
+                          messages);
 }
 
 } // namespace monitor

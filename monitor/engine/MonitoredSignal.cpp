@@ -1,26 +1,144 @@
 #include "MonitoredSignal.h"
 
-#include "RecordedSignal.h"
+#include "decoding/RawValue.h"
 
 namespace monitor
 {
 
-std::unique_ptr<MonitoredSignal> monitorSignal(const MessageHeader& message,
-                                               const CatalogueSignal& description,
-                                               std::optional<quint8> sourceAddress)
+MonitoredSignal::Recording MonitoredSignal::makeRecording(Protocol protocol,
+                                                          const CatalogueSignal& description)
 {
-    SignalReport heading;
-    heading.name = description.reportedName;
-    heading.protocol = message.protocol;
-    heading.source = sourceAddress;
-    heading.unit = description.scaling.unit;
-    heading.factor = description.scaling.factor;
-    heading.offset = description.scaling.offset;
-    heading.isFloat = description.layout.isFloat;
-    heading.limits = description.rules.limits;
-    if (message.protocol == Protocol::J1939)
-        return std::make_unique<RecordedSignal<J1939Value>>(description, heading);
-    return std::make_unique<RecordedSignal<CANopenObjectValue>>(description, heading);
+    if (protocol == Protocol::J1939)
+        return Recording(std::in_place_type<SignalRecording<J1939Value>>, description);
+    return Recording(std::in_place_type<SignalRecording<CANopenObjectValue>>, description);
+}
+
+MonitoredSignal::MonitoredSignal(const MessageHeader& message,
+                                 const CatalogueSignal& signalDescription,
+                                 std::optional<quint8> source)
+    : signal(signalDescription), recording(makeRecording(message.protocol, signalDescription))
+{
+    empty.name = signal.reportedName;
+    empty.protocol = message.protocol;
+    empty.source = source;
+    empty.unit = signal.scaling.unit;
+    empty.factor = signal.scaling.factor;
+    empty.offset = signal.scaling.offset;
+    empty.isFloat = signal.layout.isFloat;
+    empty.limits = signal.rules.limits;
+}
+
+void MonitoredSignal::record(const DecodedSignal& decoded)
+{
+    newestStatistics.reset();
+    switch (decoded.availability) {
+    case Availability::NotAvailable:
+        ++notAvailable;
+        return;
+    case Availability::Error:
+        ++errors;
+        return;
+    case Availability::Measured:
+        break;
+    }
+    if (decoded.microseconds)
+        valueRhythm.add(*decoded.microseconds);
+    const qint64 time = decoded.microseconds.value_or(SignalSeries::noTime);
+    std::visit(
+        [&](auto& values) {
+            typename std::decay_t<decltype(values)>::Record value;
+            value.rawValue = rawValueOf(decoded.bits, signal.layout);
+            values.record(std::move(value), time);
+        },
+        recording);
+}
+
+void MonitoredSignal::clear()
+{
+    std::visit([](auto& values) { values.clear(); }, recording);
+    running.clear();
+    newestStatistics.reset();
+    notAvailable = 0;
+    errors = 0;
+}
+
+void MonitoredSignal::stopUpdating()
+{
+    std::visit([](auto& values) { values.stopUpdating(); }, recording);
+}
+
+SignalStatistics MonitoredSignal::calcStatistics(double k)
+{
+    SignalStatistics statistics = empty;
+    statistics.notAvailable = notAvailable;
+    statistics.errors = errors;
+    std::visit([&](auto& values) { monitor::calcStatistics(values, signal, k, statistics); },
+               recording);
+    return statistics;
+}
+
+std::shared_ptr<const SignalStatistics> MonitoredSignal::getRunningStatistics(double k)
+{
+    if (newestStatistics)
+        return newestStatistics;
+    auto statistics = std::make_shared<SignalStatistics>(empty);
+    statistics->notAvailable = notAvailable;
+    statistics->errors = errors;
+    std::visit([&](auto& values) { running.get(values, signal, k, *statistics); }, recording);
+    newestStatistics = statistics;
+    return newestStatistics;
+}
+
+SignalSeries MonitoredSignal::getSeries()
+{
+    std::visit([](auto& values) { values.dropOldest(); }, recording);
+    SignalSeries series;
+    appendNewValues(series);
+    return series;
+}
+
+// One by one, since a snapshot would make the next value copy all that are stored.
+void MonitoredSignal::appendNewValues(SignalSeries& series)
+{
+    if (signal.layout.passThrough)
+        return;
+    std::visit(
+        [&](auto& values) {
+            if (values.isBounded()) {
+                values.dropOldest();
+                series = SignalSeries();
+            }
+            typename std::decay_t<decltype(values)>::Record value;
+            while (values.kept().getValue(series.values.size(), value)) {
+                series.microseconds.append(values.times().at(series.values.size()));
+                series.values.append(value.scaledValue.toDouble());
+            }
+        },
+        recording);
+}
+
+SignalRecords MonitoredSignal::getRecords()
+{
+    return std::visit(
+        [&](auto& values) {
+            values.dropOldest();
+            return SignalRecords{values.kept().getValues(), values.times(), notAvailable, errors};
+        },
+        recording);
+}
+
+void MonitoredSignal::restore(const SignalRecords& saved)
+{
+    std::visit(
+        [&](auto& values) {
+            using Records = QVector<typename std::decay_t<decltype(values)>::Record>;
+            const auto& records = std::get<Records>(saved.values);
+            for (int i = 0; i < records.size(); ++i)
+                values.record(records.at(i), saved.microseconds.at(i));
+        },
+        recording);
+    notAvailable = saved.notAvailable;
+    errors = saved.errors;
 }
 
 } // namespace monitor

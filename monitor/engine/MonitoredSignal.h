@@ -1,70 +1,77 @@
 #pragma once
 
 #include "Rhythm.h"
+#include "RunningStatistics.h"
 #include "SignalRecords.h"
-#include "SignalReport.h"
-#include "SignalSeries.h"
 #include "decoding/Decoder.h"
 
-#include <memory>
+#include <variant>
 
 namespace monitor
 {
 
-/// One signal of one source: its recorded values and what was received instead of values.
-/// One thread uses it at a time; different objects are independent.
+/// One signal of one source: records what is received of it, and computes its statistics. One
+/// thread uses an object at a time; different objects are independent.
 class MonitoredSignal
 {
 public:
-    virtual ~MonitoredSignal() = default;
+    /// Begins to record a signal of \a message, in the library's record for its protocol.
+    MonitoredSignal(const MessageHeader& message, const CatalogueSignal& signalDescription,
+                    std::optional<quint8> source);
+
+    const CatalogueSignal& description() const { return signal; }
+
+    /// Its name, source, unit and so on, without statistics.
+    const SignalStatistics& identity() const { return empty; }
+
+    /// When its values are received.
+    const Rhythm& rhythm() const { return valueRhythm; }
 
     /// Records a value, or counts that there was none.
-    virtual void feed(const DecodedSignal& decoded) = 0;
+    void record(const DecodedSignal& decoded);
 
-    /// Forgets all values and counts, to begin anew. The rhythm stays known.
-    virtual void clear() = 0;
+    /// Forgets all values and counts. The rhythm stays known.
+    void clear();
 
-    /// What every report begins with: all but the figures.
-    virtual const SignalReport& heading() const = 0;
+    /// Ends the background updating that the library offers for display. Waits for its current
+    /// cycle, up to 100 ms. What is recorded stays.
+    void stopUpdating();
 
-    virtual const CatalogueSignal& signalDescription() const = 0;
+    /// All statistics, with a band of \a k deviations, from all values that are kept.
+    SignalStatistics calcStatistics(double k);
 
-    /// Ends the background updating of the average and deviation that the library offers for
-    /// display. Waits for its current cycle, up to 100 ms. What is recorded stays.
-    virtual void stopUpdating() = 0;
+    /// The same for a display that asks again and again: the cost depends on the number of values
+    /// since the last call of it. Without any, that call's answer is returned again.
+    std::shared_ptr<const SignalStatistics> getRunningStatistics(double k);
 
-    /// All figures as they are now, with a band of \a k deviations. Nobody may feed meanwhile.
-    virtual SignalReport report(double k) = 0;
+    /// The kept values; none of a signal that is passed through.
+    SignalSeries getSeries();
 
-    /// Takes the values that have come since the last call into what poll() goes by. A display
-    /// calls it for signals out of sight too, so that none falls far behind.
-    virtual void follow() = 0;
+    /// Appends what is missing to \a series, which is empty or the result of an earlier call, with
+    /// no clear() since. The cost depends on the number of new values, unless only some are kept.
+    void appendNewValues(SignalSeries& series);
 
-    /// The same as report() for a display that asks again and again: what it costs hangs on the
-    /// values that have come since the last follow(), hardly on how many there are.
-    virtual SignalReport poll(double k) = 0;
+    /// All that is kept of what was received.
+    SignalRecords getRecords();
 
-    /// When its values come.
-    virtual const Rhythm& rhythm() const = 0;
+    /// Records what getRecords() has returned for a signal of the same description and protocol.
+    /// Values are scaled and recorded again, which leads to the same statistics.
+    void restore(const SignalRecords& saved);
 
-    /// The values that are kept; none of a carried signal. Nobody may feed meanwhile.
-    virtual SignalSeries series() = 0;
+private:
+    using Recording =
+        std::variant<SignalRecording<CANopenObjectValue>, SignalRecording<J1939Value>>;
 
-    /// Brings \a series up to date, which is empty or what an earlier call has left, with no
-    /// clear() since. What it costs hangs on what has come since then, unless only some records are
-    /// kept. Nobody may feed meanwhile.
-    virtual void extend(SignalSeries& series) = 0;
+    static Recording makeRecording(Protocol protocol, const CatalogueSignal& description);
 
-    /// All that is kept of what was received. Nobody may feed meanwhile.
-    virtual SignalRecords records() = 0;
-
-    /// Records what records() has returned for a signal of the same description and protocol.
-    virtual void restore(const SignalRecords& saved) = 0;
+    CatalogueSignal signal;
+    SignalStatistics empty;
+    Recording recording;
+    RunningStatistics running;
+    std::shared_ptr<const SignalStatistics> newestStatistics; // null: to be computed
+    Rhythm valueRhythm;
+    qint64 notAvailable = 0;
+    qint64 errors = 0;
 };
-
-/// Begins to record a signal of \a message in the library's record for its protocol.
-std::unique_ptr<MonitoredSignal> monitorSignal(const MessageHeader& message,
-                                               const CatalogueSignal& description,
-                                               std::optional<quint8> sourceAddress);
 
 } // namespace monitor

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "FrameCounts.h"
-#include "SignalRecords.h"
-#include "catalogue/Catalogue.h"
+#include "Session.h"
 
 namespace monitor
 {
@@ -15,12 +13,19 @@ struct SavedSignal {
     SignalRecords records;
 };
 
-/// What a file of saved series holds.
+/// A session as it is saved: everything that its statistics are computed from.
 struct SavedRun {
     double k = 3; ///< half the width of the band, in deviations
     FrameCounts counts;
     std::optional<qint64> firstTime; ///< when the first signal was seen, in microseconds
     QVector<SavedSignal> recordedSignals;
 };
+
+/// What is to be saved of \a session.
+SavedRun runOf(Session& session);
+
+/// Records the signals of \a run again in \a session, which is new; its statistics are then those
+/// of the run.
+void restore(const SavedRun& run, Session& session);
 
 } // namespace monitor

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <numeric>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -12,10 +13,9 @@ namespace monitor
 namespace
 {
 
-constexpr quint64 sources = 257; // 256 source addresses and none
-
 quint64 keyOf(const DecodedSignal& decoded)
 {
+    constexpr quint64 sources = 257;                // 256 source addresses, and no source
     constexpr quint64 signalsOfMessage = 1U << 20U; // more than any message has bits
     const auto message = static_cast<quint64>(decoded.message);
     const auto signal = static_cast<quint64>(decoded.signal);
@@ -23,24 +23,18 @@ quint64 keyOf(const DecodedSignal& decoded)
     return (message * signalsOfMessage + signal) * sources + source;
 }
 
-bool isBefore(const MonitoredSignal* left, const MonitoredSignal* right)
-{
-    const SignalReport& first = left->heading();
-    const SignalReport& second = right->heading();
-    return std::tie(first.name, first.source) < std::tie(second.name, second.source);
-}
-
 } // namespace
 
-void SignalTable::feed(const DecodedSignal& decoded)
+void SignalTable::record(const DecodedSignal& decoded)
 {
     if (!begin)
         begin = decoded.microseconds;
-    signalOf(decoded).feed(decoded);
+    signalOf(decoded).record(decoded);
 }
 
-// Each signal may need up to 100 ms to stop, mostly waiting, so they are stopped side by side by as
-// many threads as there may be. QThreadPool would wait for ever for those that cannot be started.
+// Each signal may need up to 100 ms to stop, mostly waiting, so they are stopped by as many threads
+// as the system starts, up to a limit. QThreadPool would wait forever for threads that cannot be
+// started.
 void SignalTable::stopUpdating()
 {
     constexpr std::size_t helpersAtMost = 256;
@@ -54,7 +48,7 @@ void SignalTable::stopUpdating()
     try {
         while (helpers.size() < std::min(monitored.size(), helpersAtMost))
             helpers.emplace_back(stopOthers);
-    } catch (const std::system_error&) { // those that there are will do
+    } catch (const std::system_error&) { // the threads that could be started do the work
     }
     stopOthers();
     for (std::thread& helper : helpers)
@@ -68,21 +62,19 @@ void SignalTable::clear()
     begin.reset();
 }
 
-std::vector<MonitoredSignal*> SignalTable::inOrder() const
+const QVector<int>& SignalTable::inOrder()
 {
-    std::vector<MonitoredSignal*> sorted;
-    for (const auto& signal : monitored)
-        sorted.push_back(signal.get());
-    std::stable_sort(sorted.begin(), sorted.end(), isBefore);
-    return sorted;
-}
-
-QVector<SignalReport> SignalTable::report(double k)
-{
-    QVector<SignalReport> reports;
-    for (MonitoredSignal* signal : inOrder())
-        reports.append(signal->report(k));
-    return reports;
+    const int size = static_cast<int>(monitored.size());
+    if (order.size() == size)
+        return order;
+    order.resize(size);
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [this](int left, int right) {
+        const SignalStatistics& first = at(left).identity();
+        const SignalStatistics& second = at(right).identity();
+        return std::tie(first.name, first.source) < std::tie(second.name, second.source);
+    });
+    return order;
 }
 
 MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
@@ -93,8 +85,8 @@ MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
         return *monitored.at(known.value());
     const CatalogueMessage& message = descriptions.at(decoded.message);
     positions.insert(key, monitored.size());
-    monitored.push_back(
-        monitorSignal(message, message.catalogueSignals.at(decoded.signal), decoded.source));
+    monitored.push_back(std::make_unique<MonitoredSignal>(
+        message, message.catalogueSignals.at(decoded.signal), decoded.source));
     return *monitored.back();
 }
 

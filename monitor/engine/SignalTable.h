@@ -10,7 +10,8 @@
 namespace monitor
 {
 
-/// The signals that have been seen, one for each signal of the description and source address.
+/// The signals that have been seen, one for each signal of the catalogue and source address. Their
+/// numbers, counted from 0, stay the same.
 class SignalTable
 {
 public:
@@ -20,17 +21,22 @@ public:
     {
     }
 
-    /// Ends the background updating of all signals, whose values are no longer wanted.
+    /// Ends the background updating of all signals.
     ~SignalTable() { stopUpdating(); }
 
     SignalTable(const SignalTable&) = delete;
     SignalTable& operator=(const SignalTable&) = delete;
 
-    /// Feeds the signal that \a decoded belongs to, which begins with its first frame.
-    void feed(const DecodedSignal& decoded);
+    /// Records \a decoded for the signal that it belongs to, which is added if it is new.
+    void record(const DecodedSignal& decoded);
 
-    /// Takes \a signal in beside those that are fed.
+    /// Adds \a signal, for which nothing will be recorded.
     void add(std::unique_ptr<MonitoredSignal> signal) { monitored.push_back(std::move(signal)); }
+
+    MonitoredSignal& at(int signal) const { return *monitored.at(static_cast<size_t>(signal)); }
+
+    /// The numbers of the signals, sorted by name and source.
+    const QVector<int>& inOrder();
 
     /// When the first signal was seen whose time is known.
     std::optional<qint64> firstTime() const { return begin; }
@@ -39,12 +45,6 @@ public:
     /// Forgets all values, counts and the first time; the signals stay.
     void clear();
 
-    /// The signals sorted by name and source address.
-    std::vector<MonitoredSignal*> inOrder() const;
-
-    /// The reports of all signals in that order.
-    QVector<SignalReport> report(double k);
-
 private:
     void stopUpdating();
     MonitoredSignal& signalOf(const DecodedSignal& decoded);
@@ -52,6 +52,7 @@ private:
     const QVector<CatalogueMessage>& descriptions;
     std::vector<std::unique_ptr<MonitoredSignal>> monitored;
     QHash<quint64, size_t> positions; // in monitored
+    QVector<int> order;               // up to date if it is as long as monitored
     std::optional<qint64> begin;
 };
 

@@ -1,15 +1,23 @@
 #include "SignalChart.h"
 
-#include "ChartDrawing.h"
 #include "ColumnReduction.h"
 #include "text/Table.h"
+#include "text/WholeFile.h"
 
+#include <QtCharts/QAreaSeries>
+#include <QtCharts/QLegendMarker>
+#include <QtCharts/QLineSeries>
+#include <QtCharts/QScatterSeries>
 #include <QtCharts/QValueAxis>
+#include <QtGui/QImage>
 
 #include <algorithm>
 #include <cmath>
 
+using QtCharts::QAreaSeries;
 using QtCharts::QChart;
+using QtCharts::QLineSeries;
+using QtCharts::QScatterSeries;
 using QtCharts::QValueAxis;
 
 namespace monitor
@@ -17,6 +25,138 @@ namespace monitor
 
 namespace
 {
+
+const QColor valueColor(0x1f, 0x4e, 0x9c);
+const QColor averageColor(0x2e, 0x7d, 0x32);
+const QColor bandColor(0xd9, 0xee, 0xd9);
+const QColor edgeColor(0x7c, 0xc5, 0x7f);
+const QColor limitColor(0xe0, 0x7b, 0x00);
+const QColor deviatorColor(0xd0, 0x10, 0x30);
+
+constexpr qreal pointSize = 4;
+constexpr qreal deviatorSize = 6;
+
+/// Adds the series of one signal to a chart, from the back to the front. The chart and the
+/// statistics must outlive it.
+class ChartDrawing
+{
+public:
+    /// \a horizontal is the range of the horizontal axis.
+    ChartDrawing(QChart& drawnChart, const SignalStatistics& drawnStatistics,
+                 const AxisRange& horizontal)
+        : chart(drawnChart), statistics(drawnStatistics), range(horizontal)
+    {
+    }
+
+    void addBand();
+    void addLimits();
+    void addValues(const QVector<QVector<QPointF>>& lines);
+    void addLevels(); ///< the average and the edges of the band, which many values would hide
+    void addDeviators(const QVector<QVector<QPointF>>& lines);
+
+private:
+    QLineSeries* level(double y) const;
+    void addLine(QLineSeries* line, const QPen& pen, const QString& name);
+    void addPoints(const QVector<QPointF>& points, const QColor& color, qreal size,
+                   const QString& name);
+    void add(QtCharts::QAbstractSeries* series, const QString& name);
+
+    QChart& chart;
+    const SignalStatistics& statistics;
+    AxisRange range;
+};
+
+void ChartDrawing::addBand()
+{
+    auto* const band =
+        new QAreaSeries(level(statistics.upperThreshold), level(statistics.lowerThreshold));
+    band->upperSeries()->setParent(band);
+    band->lowerSeries()->setParent(band);
+    band->setColor(bandColor);
+    band->setBorderColor(bandColor);
+    add(band, QStringLiteral("band"));
+}
+
+void ChartDrawing::addLimits()
+{
+    if (!statistics.limits)
+        return;
+    const QPen pen(limitColor, 2, Qt::DashLine);
+    addLine(level(statistics.limits->lowest), pen, QStringLiteral("limits"));
+    addLine(level(statistics.limits->highest), pen, QString());
+}
+
+void ChartDrawing::addLevels()
+{
+    addLine(level(statistics.lowerThreshold), QPen(edgeColor, 1), QString());
+    addLine(level(statistics.upperThreshold), QPen(edgeColor, 1), QString());
+    addLine(level(statistics.average), QPen(averageColor, 2), QStringLiteral("average"));
+}
+
+// A line of a single point would not be seen.
+void ChartDrawing::addValues(const QVector<QVector<QPointF>>& lines)
+{
+    QVector<QPointF> lonely;
+    QString name = QStringLiteral("values");
+    for (const QVector<QPointF>& points : lines) {
+        if (points.size() == 1) {
+            lonely += points;
+            continue;
+        }
+        auto* const line = new QLineSeries;
+        line->replace(points);
+        addLine(line, QPen(valueColor, 1), name);
+        name.clear();
+    }
+    if (!lonely.isEmpty())
+        addPoints(lonely, valueColor, pointSize, name);
+}
+
+void ChartDrawing::addDeviators(const QVector<QVector<QPointF>>& lines)
+{
+    const auto isOutside = [this](const QPointF& point) {
+        return point.y() < statistics.lowerThreshold || point.y() > statistics.upperThreshold;
+    };
+    QVector<QPointF> outside;
+    for (const QVector<QPointF>& points : lines)
+        std::copy_if(points.begin(), points.end(), std::back_inserter(outside), isOutside);
+    if (!outside.isEmpty())
+        addPoints(outside, deviatorColor, deviatorSize, QStringLiteral("deviators"));
+}
+
+QLineSeries* ChartDrawing::level(double y) const
+{
+    auto* const line = new QLineSeries;
+    line->append(range.from, y);
+    line->append(range.to, y);
+    return line;
+}
+
+void ChartDrawing::addLine(QLineSeries* line, const QPen& pen, const QString& name)
+{
+    line->setPen(pen);
+    add(line, name);
+}
+
+void ChartDrawing::addPoints(const QVector<QPointF>& points, const QColor& color, qreal size,
+                             const QString& name)
+{
+    auto* const scatter = new QScatterSeries;
+    scatter->replace(points);
+    scatter->setColor(color);
+    scatter->setBorderColor(color);
+    scatter->setMarkerSize(size);
+    add(scatter, name);
+}
+
+// What has no name is not in the legend.
+void ChartDrawing::add(QtCharts::QAbstractSeries* series, const QString& name)
+{
+    series->setName(name);
+    chart.addSeries(series);
+    for (QtCharts::QLegendMarker* const marker : chart.legend()->markers(series))
+        marker->setVisible(!name.isEmpty());
+}
 
 /// Room for something at \a value alone.
 double roomAround(double value)
@@ -26,15 +166,15 @@ double roomAround(double value)
 
 /// From the lowest to the highest of all that is drawn, with some room at both ends. What lies
 /// near the end of the range of double would leave none to reckon with.
-AxisRange heightOf(const SignalReport& report)
+AxisRange heightOf(const SignalStatistics& statistics)
 {
     constexpr double greatest = 1e300;
     constexpr double roomShare = 0.05;
-    double lowest = std::min(report.minimum, report.lowerThreshold);
-    double highest = std::max(report.maximum, report.upperThreshold);
-    if (report.limits) {
-        lowest = std::min(lowest, report.limits->lowest);
-        highest = std::max(highest, report.limits->highest);
+    double lowest = std::min(statistics.minimum, statistics.lowerThreshold);
+    double highest = std::max(statistics.maximum, statistics.upperThreshold);
+    if (statistics.limits) {
+        lowest = std::min(lowest, statistics.limits->lowest);
+        highest = std::max(highest, statistics.limits->highest);
     }
     lowest = std::clamp(lowest, -greatest, greatest);
     highest = std::clamp(highest, -greatest, greatest);
@@ -88,10 +228,10 @@ void addAxis(QChart& chart, Qt::Alignment side, const AxisRange& range, const QS
 
 } // namespace
 
-QString plotTitleOf(const SignalReport& report)
+QString plotTitleOf(const SignalStatistics& statistics)
 {
-    const QString name = printable(report.name);
-    return report.source ? name + QStringLiteral(", source %1").arg(*report.source) : name;
+    const QString name = printable(statistics.name);
+    return statistics.source ? name + QStringLiteral(", source %1").arg(*statistics.source) : name;
 }
 
 AxisRange rangeOf(const Trace& trace)
@@ -100,16 +240,16 @@ AxisRange rangeOf(const Trace& trace)
     return range.from < range.to ? range : AxisRange{range.from - 0.5, range.to + 0.5};
 }
 
-std::unique_ptr<QChart> chartOf(const SignalReport& report, const Trace& trace,
+std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace& trace,
                                 const AxisRange& range, const QSize& size)
 {
     constexpr int lowHeight = 300;
     const bool isLow = size.height() < lowHeight;
     auto chart = std::make_unique<QChart>();
-    chart->setTitle(plotTitleOf(report).toHtmlEscaped());
+    chart->setTitle(plotTitleOf(statistics).toHtmlEscaped());
     const auto lines = reduceToColumns(trace, range.from, range.to, size.width());
     chart->legend()->setVisible(!isLow);
-    ChartDrawing drawing(*chart, report, range);
+    ChartDrawing drawing(*chart, statistics, range);
     drawing.addBand();
     drawing.addLimits();
     drawing.addValues(lines);
@@ -117,11 +257,20 @@ std::unique_ptr<QChart> chartOf(const SignalReport& report, const Trace& trace,
     drawing.addDeviators(lines);
     addAxis(*chart, Qt::AlignBottom, range,
             trace.hasTimes ? QStringLiteral("time [s]") : QStringLiteral("number of the value"), 8);
-    addAxis(*chart, Qt::AlignLeft, heightOf(report), report.unit.toHtmlEscaped(), isLow ? 2 : 5);
+    addAxis(*chart, Qt::AlignLeft, heightOf(statistics), statistics.unit.toHtmlEscaped(),
+            isLow ? 2 : 5);
     if (isLow)
         chart->setPlotArea(QRectF(QPointF(90, 35), size - QSize(110, 85)));
     chart->resize(size);
     return chart;
+}
+
+QString writeImage(const QImage& image, const QString& fileName)
+{
+    QSaveFile file(fileName);
+    if (file.open(QIODevice::WriteOnly) && image.save(&file, "PNG") && commitWhole(file))
+        return QString();
+    return cannotBeWritten(file);
 }
 
 } // namespace monitor

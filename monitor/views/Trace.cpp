@@ -1,5 +1,7 @@
 #include "Trace.h"
 
+#include "engine/Rhythm.h"
+
 #include <algorithm>
 
 namespace monitor
@@ -9,7 +11,6 @@ namespace
 {
 
 constexpr double secondsPerMicrosecond = 1e-6;
-constexpr double joinedPeriods = 5;
 
 Trace numbered(const QVector<double>& values)
 {
@@ -47,7 +48,7 @@ double usualPeriodOf(QVector<double> steps)
 /// Where the steps lead from \a x on.
 void follow(const QVector<double>& steps, const QVector<double>& values, double x, Trace& trace)
 {
-    const double longest = joinedPeriods * usualPeriodOf(steps);
+    const double longest = Rhythm::silentPeriods * usualPeriodOf(steps);
     trace.points.reserve(values.size());
     trace.points.append({x, values.first()});
     for (int i = 0; i < steps.size(); ++i) {

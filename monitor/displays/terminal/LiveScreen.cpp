@@ -1,6 +1,6 @@
 #include "LiveScreen.h"
 
-#include "views/ReportTable.h"
+#include "views/statisticsTable.h"
 
 #include <algorithm>
 
@@ -13,18 +13,16 @@ namespace
 constexpr int otherLines = 4; // header, filter, titles and keys
 constexpr int titleLine = 2;
 
-const QString plain = QStringLiteral("\x1b[0m");
-const QString bold = QStringLiteral("\x1b[1m");
-const QString lowRating = QStringLiteral("\x1b[1;31m");
-const QString silence = QStringLiteral("\x1b[33m");
+constexpr char plain[] = "\x1b[0m";
+constexpr char bold[] = "\x1b[1m";
 
 QString styleOf(Highlight highlight)
 {
     switch (highlight) {
     case Highlight::LowRating:
-        return lowRating;
+        return QStringLiteral("\x1b[1;31m");
     case Highlight::Silence:
-        return silence;
+        return QStringLiteral("\x1b[33m");
     case Highlight::None:
         break;
     }
@@ -61,49 +59,36 @@ int LiveScreen::rowsOn(const QSize& size)
     return std::max(0, size.height() - otherLines);
 }
 
-QString LiveScreen::draw(const LiveHeader& header, const QVector<LiveRow>& rows, int rowCount,
-                         const LiveView& view, const QSize& size)
+QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSize& size)
 {
-    const QStringList table = tableLines(rows);
-    const auto scrolled = [&](const QString& line) {
-        return line.left(fixedWidth()) + line.mid(fixedWidth() + view.firstColumn());
-    };
-    QStringList lines{formatHeader(header), formatFilter(view), scrolled(table.first())};
-    for (int i = 0; i < rows.size(); ++i)
-        lines += scrolled(table.at(i + 1));
-    lines += formatKeys(view, rows.size(), rowCount);
+    const int first = view.firstRow();
+    const int shown = std::clamp(table.rowCount() - first, 0, rowsOn(size));
+    QVector<QStringList> cells;
+    for (int row = first; row < first + shown; ++row)
+        cells += table.cells(row);
+    const QVector<Column> columns =
+        QVector<Column>{{QString(' '), Alignment::Left}} + statisticsColumns();
+    QStringList lines{formatHeader(table.bus(), table.snapshot().counts), formatFilter(view)};
+    for (const QString& line : formatLines(columns, cells, widths))
+        lines += line.left(fixedWidth()) + line.mid(fixedWidth() + view.firstColumn());
+    lines += formatKeys(view, shown, table.rowCount());
     for (QString& line : lines)
         line.truncate(size.width());
-    setStyles(rows, lines);
-    return lines.join('\n');
-}
-
-/// Puts control sequences around the titles and the rows in \a lines.
-void LiveScreen::setStyles(const QVector<LiveRow>& rows, QStringList& lines) const
-{
     lines[titleLine] = bold + lines.at(titleLine) + plain;
-    for (int i = 0; i < rows.size(); ++i) {
-        const QString style = styleOf(highlightOf(rows.at(i), leastRating));
+    for (int i = 0; i < shown; ++i) {
+        const QString style = styleOf(table.highlight(first + i));
         QString& line = lines[titleLine + 1 + i];
         if (!style.isEmpty())
             line = style + line + plain;
     }
+    return lines.join('\n');
 }
 
-/// The columns that stand still when the others are scrolled: the mark, the name and the source.
+/// The width of the columns that are not scrolled: the mark, the name and the source.
 int LiveScreen::fixedWidth() const
 {
     constexpr int gap = 2;
     return widths.at(0) + widths.at(1) + widths.at(2) + 3 * gap;
-}
-
-QStringList LiveScreen::tableLines(const QVector<LiveRow>& rows)
-{
-    QVector<QStringList> cells;
-    for (const LiveRow& row : rows)
-        cells += QStringList(markOf(highlightOf(row, leastRating))) + reportRow(row.report);
-    return formatLines(QVector<Column>{{QString(' '), Alignment::Left}} + reportColumns(), cells,
-                       widths);
 }
 
 } // namespace monitor

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "LiveView.h"
-#include "views/LiveHeader.h"
-#include "views/LiveRow.h"
+#include "displays/LiveTable.h"
 
 #include <QtCore/QSize>
 #include <QtCore/QStringList>
@@ -11,28 +10,21 @@
 namespace monitor
 {
 
-/// Draws a live table as a screen of text. Columns only grow, so that they stay where they were.
+/// Draws a live table as a screen of text. Columns only grow, so that they stay in place.
 class LiveScreen
 {
 public:
-    /// Signals rated under \a rating are highlighted.
-    explicit LiveScreen(int rating) : leastRating(rating) {}
-
-    /// The rows that have room on a screen of \a size.
+    /// The number of rows that fit on a screen of \a size.
     static int rowsOn(const QSize& size);
 
-    /// The screen: the header, the columns' titles, \a rows, which are those of all \a rowCount
-    /// that the view begins with, and what the keys do. A row that is highlighted has a mark
-    /// before it, and control sequences around it.
-    QString draw(const LiveHeader& header, const QVector<LiveRow>& rows, int rowCount,
-                 const LiveView& view, const QSize& size);
+    /// The screen: the bus, the filter, the titles of the columns, the rows of \a table from the
+    /// first one of \a view on, and the keys. A highlighted row begins with a mark and is enclosed
+    /// in control sequences.
+    QString draw(const LiveTable& table, const LiveView& view, const QSize& size);
 
 private:
-    QStringList tableLines(const QVector<LiveRow>& rows);
-    void setStyles(const QVector<LiveRow>& rows, QStringList& lines) const;
     int fixedWidth() const;
 
-    int leastRating;
     QVector<int> widths;
 };
 

@@ -25,9 +25,7 @@ public:
     bool isPaused() const { return paused; }
     bool isTyping() const { return typing; }
 
-    /// Whether a signal of that name is to be shown: it contains the filter, in either case.
-    bool shows(const QString& name) const { return name.contains(filter, Qt::CaseInsensitive); }
-
+    /// What the names of the shown signals contain.
     const QString& filterText() const { return filter; }
     int firstRow() const { return row; }
     int firstColumn() const { return column; }

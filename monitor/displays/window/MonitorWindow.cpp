@@ -1,8 +1,8 @@
 #include "MonitorWindow.h"
 
-#include "outputs/PlotFiles.h"
 #include "text/WholeFile.h"
-#include "views/ReportCsv.h"
+#include "views/SignalChart.h"
+#include "views/statisticsFields.h"
 
 #include <QtWidgets/QAction>
 #include <QtWidgets/QFileDialog>
@@ -18,23 +18,20 @@ namespace
 {
 
 constexpr QSize usualSize(1120, 700);
-constexpr int nameColumn = 1; // after the mark
 
 } // namespace
 
-MonitorWindow::MonitorWindow(const LiveOptions& options, double k, LiveSource& liveSource)
-    : source(liveSource),
-      model(liveSource, k, options.leastRating),
+MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int leastRating)
+    : session(shownSession),
+      liveTable(leastRating),
+      model(liveTable),
       tools(new QToolBar),
       header(new QLabel),
       table(new SignalView),
       plot(new SignalPlot)
 {
-    filtered.setSourceModel(&model);
-    filtered.setFilterKeyColumn(nameColumn);
-    filtered.setFilterCaseSensitivity(Qt::CaseInsensitive);
-    setWindowTitle(options.bus.name() + QStringLiteral(" - vantrel"));
-    table->setModel(&filtered);
+    setWindowTitle(name + QStringLiteral(" - vantrel"));
+    table->setModel(&model);
     connect(table->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { showChart(); });
     addTools();
@@ -44,11 +41,12 @@ MonitorWindow::MonitorWindow(const LiveOptions& options, double k, LiveSource& l
     show();
 }
 
-bool MonitorWindow::refresh()
+bool MonitorWindow::take(const Snapshot& snapshot, const BusState& bus)
 {
+    liveTable.update(snapshot, bus);
     if (!isVisible())
         return false;
-    if (!paused)
+    if (!liveTable.isPaused())
         showNow();
     return true;
 }
@@ -58,13 +56,9 @@ QString MonitorWindow::writeChart(const QString& fileName)
     return writeImage(plot->grab().toImage(), fileName);
 }
 
-QString MonitorWindow::writeFigures(const QString& fileName)
+QString MonitorWindow::writeStatistics(const QString& fileName)
 {
-    const QByteArray csv = formatCsv(model.reports()).toUtf8();
-    QSaveFile file(fileName);
-    if (file.open(QIODevice::WriteOnly) && file.write(csv) == csv.size() && commitWhole(file))
-        return QString();
-    return QStringLiteral("%1: cannot be written: %2").arg(fileName, file.errorString());
+    return writeWholeFile(fileName, formatCsv(liveTable.snapshot()).toUtf8());
 }
 
 void MonitorWindow::layOut()
@@ -84,25 +78,25 @@ void MonitorWindow::layOut()
 void MonitorWindow::addTools()
 {
     tools->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    QAction* const pausing =
-        addTool(QStringLiteral("Pause"), QStringLiteral("Let the picture stand still"),
-                QStyle::SP_MediaPause, Qt::Key_P);
+    QAction* const pausing = addTool(QStringLiteral("Pause"), QStringLiteral("Freeze the display"),
+                                     QStyle::SP_MediaPause, Qt::Key_P);
     pausing->setCheckable(true);
     connect(pausing, &QAction::toggled, this, &MonitorWindow::pause);
     connect(addTool(QStringLiteral("Reset"), QStringLiteral("Forget all values and counts"),
                     QStyle::SP_BrowserReload, Qt::Key_R),
             &QAction::triggered, this, &MonitorWindow::forget);
-    connect(addTool(QStringLiteral("Follow"), QStringLiteral("Let the chart follow the end"),
+    connect(addTool(QStringLiteral("Follow"),
+                    QStringLiteral("Scroll the chart to the end and follow it"),
                     QStyle::SP_MediaSkipForward, Qt::Key_F),
             &QAction::triggered, plot, &SignalPlot::follow);
     connect(addTool(QStringLiteral("Save chart"), QStringLiteral("Save the chart as PNG"),
                     QStyle::SP_DialogSaveButton, QKeySequence::Save),
             &QAction::triggered, this,
             [this] { askForFile(QStringLiteral("png"), &MonitorWindow::writeChart); });
-    connect(addTool(QStringLiteral("Save figures"), QStringLiteral("Save all figures as CSV"),
+    connect(addTool(QStringLiteral("Save statistics"), QStringLiteral("Save all statistics as CSV"),
                     QStyle::SP_DialogSaveButton, QKeySequence(QStringLiteral("Ctrl+Shift+S"))),
             &QAction::triggered, this,
-            [this] { askForFile(QStringLiteral("csv"), &MonitorWindow::writeFigures); });
+            [this] { askForFile(QStringLiteral("csv"), &MonitorWindow::writeStatistics); });
 }
 
 QAction* MonitorWindow::addTool(const QString& text, const QString& hint,
@@ -119,8 +113,10 @@ void MonitorWindow::addFilter()
     auto* const filter = new QLineEdit;
     filter->setPlaceholderText(QStringLiteral("Filter signals (/, Esc)"));
     filter->setMaximumWidth(220);
-    connect(filter, &QLineEdit::textChanged, &filtered,
-            &QSortFilterProxyModel::setFilterFixedString);
+    connect(filter, &QLineEdit::textChanged, this, [this](const QString& text) {
+        liveTable.setFilter(text);
+        showNow();
+    });
     auto* const space = new QWidget;
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     tools->addWidget(space);
@@ -141,37 +137,31 @@ void MonitorWindow::askForFile(const QString& suffix, Writer write)
     dialog->setNameFilter(QStringLiteral("*.") + suffix);
     dialog->setDefaultSuffix(suffix);
     connect(dialog, &QFileDialog::fileSelected, this, [this, write](const QString& fileName) {
-        const QString complaint = (this->*write)(fileName);
-        statusBar()->showMessage(complaint.isEmpty() ? fileName + QStringLiteral(": saved")
-                                                     : complaint);
+        const QString error = (this->*write)(fileName);
+        statusBar()->showMessage(error.isEmpty() ? fileName + QStringLiteral(": saved") : error);
     });
     dialog->open();
 }
 
 void MonitorWindow::pause(bool wanted)
 {
-    paused = wanted;
-    if (paused)
-        model.hold();
-    else
-        showNow();
+    liveTable.setPaused(wanted);
+    showNow();
 }
 
 void MonitorWindow::forget()
 {
-    source.clear();
+    session.clear();
     plot->clear();
+    liveTable.replace(session.getSnapshot(liveTable.bus().now), liveTable.bus());
     showNow();
 }
 
 void MonitorWindow::showNow()
 {
     model.refresh();
-    if (paused)
-        model.hold();
-    header->setText(formatHeader(source.header()));
-    shownAt = source.seconds();
-    if (selectedRow() < 0 && filtered.rowCount() > 0)
+    header->setText(formatHeader(liveTable.bus(), liveTable.snapshot().counts));
+    if (!table->currentIndex().isValid() && model.rowCount() > 0)
         table->selectRow(0);
     table->widenColumns();
     showChart();
@@ -179,15 +169,12 @@ void MonitorWindow::showNow()
 
 void MonitorWindow::showChart()
 {
-    const int row = selectedRow();
-    if (row >= 0)
-        plot->plot(model.signalAt(row), model.reportAt(row), shownAt);
-}
-
-/// In the model; -1 if there is none.
-int MonitorWindow::selectedRow() const
-{
-    return filtered.mapToSource(table->currentIndex()).row();
+    const int row = table->currentIndex().row();
+    if (row < 0 || row >= liveTable.rowCount()) // while rows come and go
+        return;
+    const SnapshotRow& shown = liveTable.row(row);
+    plot->plot(session.table().at(shown.signal), *shown.statistics,
+               static_cast<double>(liveTable.bus().now) / 1e6);
 }
 
 } // namespace monitor

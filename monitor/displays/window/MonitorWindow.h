@@ -3,10 +3,9 @@
 #include "SignalModel.h"
 #include "SignalPlot.h"
 #include "SignalView.h"
-#include "app/LiveCommand.h"
-#include "displays/Display.h"
+#include "engine/Session.h"
+#include "engine/SnapshotSink.h"
 
-#include <QtCore/QSortFilterProxyModel>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMainWindow>
 #include <QtWidgets/QStyle>
@@ -16,17 +15,19 @@ namespace monitor
 {
 
 /// A live run as a window: the table of its signals, and the chart of the selected one. Closing it
-/// is the wish to end the run.
-class MonitorWindow : public QMainWindow, public Display
+/// ends the run.
+class MonitorWindow : public QMainWindow, public SnapshotSink
 {
 public:
-    /// Opens and shows what \a liveSource brings, which must outlive this object.
-    MonitorWindow(const LiveOptions& options, double k, LiveSource& liveSource);
+    /// Opens and shows \a shownSession, which must outlive this object. \a name is that of the bus,
+    /// for the title. Signals rated under \a leastRating are highlighted.
+    MonitorWindow(Session& shownSession, const QString& name, int leastRating);
 
-    bool refresh() override;
+    /// Shows the run as it is now. Returns false once the window is closed.
+    [[nodiscard]] bool take(const Snapshot& snapshot, const BusState& bus) override;
 
 private:
-    /// Writes a file. Returns what made that impossible, naming the file; empty if nothing did.
+    /// Writes a file. Returns why that failed, naming the file; empty if it did not.
     using Writer = QString (MonitorWindow::*)(const QString& fileName);
 
     void layOut();
@@ -35,24 +36,21 @@ private:
                      const QKeySequence& shortcut);
     void addFilter();
     void askForFile(const QString& suffix, Writer write);
-    QString writeChart(const QString& fileName);   // as it is seen
-    QString writeFigures(const QString& fileName); // of all signals, as they are seen
+    QString writeChart(const QString& fileName);      // as it is seen
+    QString writeStatistics(const QString& fileName); // of all signals, as they are seen
     void pause(bool wanted);
     void forget();
     void showNow();
     void showChart();
-    int selectedRow() const;
 
-    LiveSource& source;
+    Session& session;
+    LiveTable liveTable;
     SignalModel model;
-    QSortFilterProxyModel filtered;
-    // The window's:
+    // Owned by the window:
     QToolBar* const tools;
     QLabel* const header;
     SignalView* const table;
     SignalPlot* const plot;
-    bool paused = false;
-    double shownAt = 0; // seconds since the beginning
 };
 
 } // namespace monitor

@@ -1,64 +1,59 @@
 #include "SignalModel.h"
 
-#include "views/ReportTable.h"
+#include "views/statisticsTable.h"
 
 #include <QtGui/QColor>
+
+#include <algorithm>
 
 namespace monitor
 {
 
-namespace
-{
-
-constexpr int nameColumn = 1; // after the mark
-
-const QColor lowRatingColor(0xff, 0xd6, 0xd6);
-const QColor silenceColor(0xff, 0xf2, 0xc4);
-
-} // namespace
-
-SignalModel::SignalModel(LiveSource& liveSource, double k, int rating)
-    : source(liveSource),
-      factor(k),
-      leastRating(rating),
-      columns(QVector<Column>{{QString(), Alignment::Left}} + reportColumns())
-{
-}
-
 void SignalModel::refresh()
 {
-    const std::vector<MonitoredSignal*> inOrder = source.signalMonitor().table().inOrder();
-    addNew(inOrder);
-    for (MonitoredSignal* const signal : inOrder)
-        signal->follow();
-    for (Entry& entry : entries)
-        entry.shown.reset();
-    if (!entries.empty())
+    cells = QVector<QStringList>(table.rowCount());
+    removeMissing();
+    insertNew();
+    if (!signalOfRow.isEmpty())
         emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
 }
 
-void SignalModel::hold()
+void SignalModel::removeMissing()
 {
-    for (int row = 0; row < rowCount(); ++row)
-        shownAt(row);
+    QVector<int> shown;
+    for (int row = 0; row < table.rowCount(); ++row)
+        shown.append(table.row(row).signal);
+    std::sort(shown.begin(), shown.end());
+    for (int row = signalOfRow.size() - 1; row >= 0; --row) {
+        if (std::binary_search(shown.constBegin(), shown.constEnd(), signalOfRow.at(row)))
+            continue;
+        beginRemoveRows(QModelIndex(), row, row);
+        signalOfRow.remove(row);
+        endRemoveRows();
+    }
 }
 
-QVector<SignalReport> SignalModel::reports()
+/// The order of the rows never changes, so what differs from the table is new.
+void SignalModel::insertNew()
 {
-    QVector<SignalReport> reports;
-    for (int row = 0; row < rowCount(); ++row)
-        reports.append(reportAt(row));
-    return reports;
+    for (int row = 0; row < table.rowCount(); ++row) {
+        const int signal = table.row(row).signal;
+        if (row < signalOfRow.size() && signalOfRow.at(row) == signal)
+            continue;
+        beginInsertRows(QModelIndex(), row, row);
+        signalOfRow.insert(row, signal);
+        endInsertRows();
+    }
 }
 
 int SignalModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : static_cast<int>(entries.size());
+    return parent.isValid() ? 0 : signalOfRow.size();
 }
 
 int SignalModel::columnCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : columns.size();
+    return parent.isValid() ? 0 : 1 + statisticsColumns().size();
 }
 
 QVariant SignalModel::data(const QModelIndex& index, int role) const
@@ -80,54 +75,34 @@ QVariant SignalModel::headerData(int section, Qt::Orientation orientation, int r
 {
     if (orientation != Qt::Horizontal)
         return QVariant();
-    const Column& column = columns.at(section);
+    const Column column =
+        section == 0 ? Column{QString(), Alignment::Left} : statisticsColumns().at(section - 1);
     if (role == Qt::DisplayRole)
         return column.title;
     const Qt::Alignment side = column.alignment == Alignment::Left ? Qt::AlignLeft : Qt::AlignRight;
     return role == Qt::TextAlignmentRole ? QVariant(side | Qt::AlignVCenter) : QVariant();
 }
 
-/// Signals that have been seen for the first time get their rows where the order has their place.
-void SignalModel::addNew(const std::vector<MonitoredSignal*>& inOrder)
-{
-    for (size_t place = 0; place < inOrder.size(); ++place) {
-        if (place < entries.size() && entries.at(place).signal == inOrder.at(place))
-            continue;
-        const int row = static_cast<int>(place);
-        beginInsertRows(QModelIndex(), row, row);
-        entries.insert(entries.begin() + row, Entry{inOrder.at(place), std::nullopt});
-        endInsertRows();
-    }
-}
-
-const SignalModel::Shown& SignalModel::shownAt(int row) const
-{
-    Entry& entry = entries.at(static_cast<size_t>(row));
-    if (!entry.shown) {
-        const LiveRow measured = source.rowOf(*entry.signal, factor);
-        const QString mark = markOf(highlightOf(measured, leastRating));
-        entry.shown.emplace(Shown{measured, QStringList(mark) + reportRow(measured.report)});
-    }
-    return *entry.shown;
-}
-
-// The filter asks for the names of all rows, which need not be measured for that.
 QString SignalModel::textAt(int row, int column) const
 {
-    if (column == nameColumn)
-        return printable(signalAt(row).heading().name);
-    return printable(shownAt(row).cells.at(column));
+    if (row >= cells.size()) // while rows come and go
+        return QString();
+    if (cells.at(row).isEmpty())
+        cells[row] = table.cells(row);
+    return printable(cells.at(row).at(column));
 }
 
 /// The colours of a highlighted row, whatever those of the others are.
 QVariant SignalModel::colorAt(int row, int role) const
 {
-    const Highlight highlight = highlightOf(shownAt(row).row, leastRating);
+    if (row >= table.rowCount()) // while rows come and go
+        return QVariant();
+    const Highlight highlight = table.highlight(row);
     if (highlight == Highlight::None)
         return QVariant();
     if (role == Qt::ForegroundRole)
         return QColor(Qt::black);
-    return highlight == Highlight::Silence ? silenceColor : lowRatingColor;
+    return highlight == Highlight::Silence ? QColor(0xff, 0xf2, 0xc4) : QColor(0xff, 0xd6, 0xd6);
 }
 
 } // namespace monitor

@@ -1,37 +1,23 @@
 #pragma once
 
-#include "displays/LiveSource.h"
-#include "text/Table.h"
+#include "displays/LiveTable.h"
 
 #include <QtCore/QAbstractTableModel>
-
-#include <optional>
-#include <vector>
 
 namespace monitor
 {
 
-/// The signals of a live run as a table: a mark for highlighted ones, and the columns of the table
-/// on the terminal. Rows are sorted by name and source; there are more and more of them, and none
-/// goes. Only those that are asked for are measured.
+/// The rows of a live table for a view: a mark for highlighted signals, and the columns of the
+/// table on the terminal.
 class SignalModel : public QAbstractTableModel
 {
 public:
-    /// Signals rated under \a rating are highlighted, and the band is one of \a k deviations.
-    /// \a liveSource must outlive this object.
-    SignalModel(LiveSource& liveSource, double k, int rating);
+    /// \a shownTable must outlive this object.
+    explicit SignalModel(const LiveTable& shownTable) : table(shownTable) {}
 
-    /// Shows what there is now.
+    /// Follows the table, which has changed. Rows of signals that are still shown stay the same
+    /// rows for a view, so that the selection stays.
     void refresh();
-
-    /// Measures all signals, so that no row changes before the next refresh().
-    void hold();
-
-    /// The reports of all rows.
-    QVector<SignalReport> reports();
-
-    const SignalReport& reportAt(int row) const { return shownAt(row).row.report; }
-    MonitoredSignal& signalAt(int row) const { return *entryAt(row).signal; }
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -40,26 +26,14 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
-    struct Shown {
-        LiveRow row;
-        QStringList cells;
-    };
-    struct Entry {
-        MonitoredSignal* signal;
-        std::optional<Shown> shown; // none: has not been asked for yet
-    };
-
-    void addNew(const std::vector<MonitoredSignal*>& inOrder);
-    const Entry& entryAt(int row) const { return entries.at(static_cast<size_t>(row)); }
-    const Shown& shownAt(int row) const;
+    void removeMissing();
+    void insertNew();
     QString textAt(int row, int column) const;
     QVariant colorAt(int row, int role) const;
 
-    LiveSource& source;
-    double factor; // half the width of the band, in deviations
-    int leastRating;
-    QVector<Column> columns;
-    mutable std::vector<Entry> entries; // filled while they are read
+    const LiveTable& table;
+    QVector<int> signalOfRow;           // numbers in the session, as the view knows the rows
+    mutable QVector<QStringList> cells; // of the rows of the table; empty: not formatted yet
 };
 
 } // namespace monitor

@@ -34,14 +34,14 @@ SignalPlot::SignalPlot()
     setToolTip(QStringLiteral("Wheel: zoom. Drag: move. Double click: follow the end."));
 }
 
-void SignalPlot::plot(MonitoredSignal& signal, const SignalReport& figures, double seconds)
+void SignalPlot::plot(MonitoredSignal& signal, const SignalStatistics& shown, double seconds)
 {
     if (plotted != &signal)
         series = SignalSeries();
     plotted = &signal;
-    report = figures;
+    statistics = shown;
     end = seconds;
-    signal.extend(series);
+    signal.appendNewValues(series);
     draw();
 }
 
@@ -106,9 +106,9 @@ void SignalPlot::draw()
     if (plotted == nullptr)
         drawn = emptyChart(QString());
     else if (trace.points.isEmpty())
-        drawn = emptyChart(plotTitleOf(report) + QStringLiteral(": no values"));
+        drawn = emptyChart(plotTitleOf(statistics) + QStringLiteral(": no values"));
     else
-        drawn = chartOf(report, trace, range, size());
+        drawn = chartOf(statistics, trace, range, size());
     const std::unique_ptr<QChart> before(chart());
     setChart(drawn.release());
     chart()->layout()->setContentsMargins(0, 0, 0, 0);

@@ -15,8 +15,8 @@ class SignalPlot : public QtCharts::QChartView
 public:
     SignalPlot();
 
-    /// Shows \a signal, whose figures are in \a figures, as it is \a seconds after the beginning.
-    void plot(MonitoredSignal& signal, const SignalReport& figures, double seconds);
+    /// Shows \a signal, whose statistics are \a shown, as it was \a seconds after the beginning.
+    void plot(MonitoredSignal& signal, const SignalStatistics& shown, double seconds);
 
     /// Forgets the values, which the signals have forgotten too.
     void clear();
@@ -40,7 +40,7 @@ private:
     double secondsPerPixel() const;
 
     const MonitoredSignal* plotted = nullptr;
-    SignalReport report;
+    SignalStatistics statistics;
     SignalSeries series;
     double end = 0; // how long the run has lasted
     TimeSpan span;

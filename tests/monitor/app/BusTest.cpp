@@ -1,5 +1,5 @@
-#include "LiveRun.h"
 #include "../sources/bus/SimulatedBus.h"
+#include "LiveRun.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

@@ -154,7 +154,7 @@ TEST_F(Plots, PlaceThatCannotBeWrittenIsExitCode2AndAMessageWithItsName)
     const QString file = write("file", "");
     MonitorRun run = plot(speedLog(), file);
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.messages, file + ": the directory cannot be made\n");
+    EXPECT_EQ(run.messages, file + ": the directory cannot be created\n");
     EXPECT_EQ(run.output, QString());
     ASSERT_TRUE(QDir().mkpath(path("plots/overview.png")));
     run = plot(speedLog(), path("plots"));

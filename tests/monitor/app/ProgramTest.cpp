@@ -87,7 +87,7 @@ TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
                                   speedDbc);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.messages, QString("%1:3: not a frame\n%1:5: not a frame\n"
-                                    "%1: 2 line(s) in all that are no frame\n")
+                                    "%1: 2 line(s) in all that are not frames\n")
                                 .arg(path("bus.log")));
     EXPECT_TRUE(run.output.contains("no frame    2\n"));
     EXPECT_TRUE(run.output.contains("frames      1\n"));

@@ -102,7 +102,7 @@ TEST_F(SavedRuns, RunWithoutADecodedFrameIsExitCode1)
               1);
     const MonitorRun run = runMonitor({"show", path("run")});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.messages, path("run") + ": holds no frame that was decoded\n");
+    EXPECT_EQ(run.messages, path("run") + ": contains no decoded frames\n");
 }
 
 TEST_F(SavedRuns, TargetThatCannotBeWrittenIsNoticedBeforeAnythingElseIsDone)

@@ -1,11 +1,12 @@
 #include "../catalogue/Descriptions.h"
+#include "statisticsOf.h"
 
 #include <engine/SignalTable.h>
 
 #include <gtest/gtest.h>
 
 using monitor::CatalogueMessage;
-using monitor::SignalReport;
+using monitor::SignalStatistics;
 using monitor::SignalTable;
 
 namespace
@@ -27,7 +28,7 @@ protected:
             monitor::DecodedSignal decoded;
             decoded.bits = static_cast<quint64>(++fed) * 2;
             decoded.microseconds = fed * 1000000;
-            table.feed(decoded);
+            table.record(decoded);
         }
     }
 
@@ -39,20 +40,20 @@ protected:
 
 // Of 1 to 10 the mean is 5.5 and the deviation the root of 8.25, which is 2.87: the band is 2.63 to
 // 8.37. Of the newest three, 8 lies in it.
-TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherFiguresOfAllValues)
+TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherStatisticsOfAllValues)
 {
     SignalTable table(messages);
     feed(table, 10);
-    const SignalReport report = table.report(1).at(0);
-    EXPECT_EQ(report.count, 10);
-    EXPECT_EQ(report.average, 5.5);
-    EXPECT_NEAR(report.deviation, 2.8722813232690143, 1e-14);
-    EXPECT_EQ(report.minimum, 1);
-    EXPECT_EQ(report.maximum, 10);
-    EXPECT_EQ(report.newest, 10);
-    EXPECT_EQ(report.rating, 0);
-    EXPECT_EQ(report.median, 9);
-    EXPECT_EQ(report.deviators, 2);
+    const SignalStatistics statistics = statisticsOf(table, 1).at(0);
+    EXPECT_EQ(statistics.count, 10);
+    EXPECT_EQ(statistics.average, 5.5);
+    EXPECT_NEAR(statistics.deviation, 2.8722813232690143, 1e-14);
+    EXPECT_EQ(statistics.minimum, 1);
+    EXPECT_EQ(statistics.maximum, 10);
+    EXPECT_EQ(statistics.newest, 10);
+    EXPECT_EQ(statistics.rating, 0);
+    EXPECT_EQ(statistics.median, 9);
+    EXPECT_EQ(statistics.deviators, 2);
 }
 
 TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
@@ -60,7 +61,7 @@ TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
     SignalTable table(messages);
     for (int count = 1; count <= 20; ++count) {
         feed(table, 1);
-        const auto series = table.inOrder().at(0)->series();
+        const auto series = firstSignal(table).getSeries();
         const auto expected = qMin(count, 3);
         ASSERT_EQ(series.values.size(), expected) << count;
         ASSERT_EQ(series.microseconds.size(), expected) << count;
@@ -74,7 +75,7 @@ TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
 {
     SignalTable table(messages);
     feed(table, 1000);
-    const auto records = table.inOrder().at(0)->records();
+    const auto records = firstSignal(table).getRecords();
     EXPECT_EQ(records.microseconds, (QVector<qint64>{998000000, 999000000, 1000000000}));
     const auto& values = std::get<QVector<J1939Value>>(records.values);
     ASSERT_EQ(values.size(), 3);
@@ -82,7 +83,7 @@ TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
     EXPECT_EQ(values.at(0).scaledValue, QVariant(998.0));
 }
 
-TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheFiguresOfAnUnboundedSeries)
+TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheStatisticsOfAnUnboundedSeries)
 {
     SignalTable bounded(messages);
     feed(bounded, 3);
@@ -90,8 +91,8 @@ TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheFiguresOfAnUnboundedSeries)
     messages[0].catalogueSignals[0].rules.keptRecords = 0;
     SignalTable unbounded(messages);
     feed(unbounded, 3);
-    const SignalReport left = bounded.report(0.5).at(0);
-    const SignalReport right = unbounded.report(0.5).at(0);
+    const SignalStatistics left = statisticsOf(bounded, 0.5).at(0);
+    const SignalStatistics right = statisticsOf(unbounded, 0.5).at(0);
     EXPECT_EQ(left.count, right.count);
     EXPECT_EQ(left.average, right.average);
     EXPECT_EQ(left.deviation, right.deviation);
@@ -112,9 +113,9 @@ TEST_F(KeptRecords, CarriedValuesAreBoundedToo)
     messages[0].catalogueSignals[0].rules.keptRecords = 3;
     SignalTable table(messages);
     feed(table, 100);
-    const SignalReport report = table.report(3).at(0);
-    EXPECT_EQ(report.count, 100);
-    EXPECT_EQ(report.newestText, QString("200"));
-    const auto records = table.inOrder().at(0)->records();
+    const SignalStatistics statistics = statisticsOf(table, 3).at(0);
+    EXPECT_EQ(statistics.count, 100);
+    EXPECT_EQ(statistics.newestText, QString("200"));
+    const auto records = firstSignal(table).getRecords();
     EXPECT_EQ(std::get<QVector<CANopenObjectValue>>(records.values).size(), 3);
 }

@@ -1,4 +1,5 @@
 #include "../catalogue/Descriptions.h"
+#include "statisticsOf.h"
 
 #include <AddressSpaceLimit.h>
 #include <engine/SignalTable.h>
@@ -13,7 +14,7 @@ using monitor::Availability;
 using monitor::CatalogueMessage;
 using monitor::CatalogueSignal;
 using monitor::DecodedSignal;
-using monitor::SignalReport;
+using monitor::SignalStatistics;
 using monitor::SignalTable;
 
 namespace
@@ -56,71 +57,73 @@ QVector<CatalogueMessage> oneObject(CAN::CANopenDataType datatype, int length, b
     return {message};
 }
 
-SignalReport reportOf(const QVector<CatalogueMessage>& messages, const QVector<quint64>& raw,
-                      double k)
+SignalStatistics statisticsAfter(const QVector<CatalogueMessage>& messages,
+                                 const QVector<quint64>& raw, double k)
 {
     SignalTable table(messages);
     for (const quint64 bits : raw)
-        table.feed(measured(bits));
-    return table.report(k).at(0);
+        table.record(measured(bits));
+    return statisticsOf(table, k).at(0);
 }
 
 } // namespace
 
 // Raw 4, 4, 8, 8 and 36 at 0.5 per bit from 10: 12, 12, 14, 14, 28. Their mean is 16, their squared
 // distances 16 + 16 + 4 + 4 + 144 = 184, so the deviation is the root of 184 / 5.
-TEST(SignalTable, FiguresAreThoseOfTheScaledValues)
+TEST(SignalTable, StatisticsAreOfTheScaledValues)
 {
-    const SignalReport report = reportOf(oneSignal(16, 0.5, 10), {4, 36, 4, 8, 8}, 1);
+    const SignalStatistics statistics =
+        statisticsAfter(oneSignal(16, 0.5, 10), {4, 36, 4, 8, 8}, 1);
     const double deviation = 6.06630035524124;
-    EXPECT_EQ(report.name, QString("Signal"));
-    EXPECT_EQ(report.source, quint8{0});
-    EXPECT_EQ(report.unit, QString("rpm"));
-    EXPECT_EQ(report.count, 5);
-    EXPECT_EQ(report.newest, 14);
-    EXPECT_DOUBLE_EQ(report.average, 16);
-    EXPECT_NEAR(report.deviation, deviation, 1e-13);
-    EXPECT_EQ(report.minimum, 12);
-    EXPECT_EQ(report.maximum, 28);
-    EXPECT_EQ(report.median, 14);
-    EXPECT_NEAR(report.lowerThreshold, 16 - deviation, 1e-13);
-    EXPECT_NEAR(report.upperThreshold, 16 + deviation, 1e-13);
-    EXPECT_EQ(report.rating, 100); // 2 from the middle, within half of the deviation
-    EXPECT_EQ(report.deviators, 1);
+    EXPECT_EQ(statistics.name, QString("Signal"));
+    EXPECT_EQ(statistics.source, quint8{0});
+    EXPECT_EQ(statistics.unit, QString("rpm"));
+    EXPECT_EQ(statistics.count, 5);
+    EXPECT_EQ(statistics.newest, 14);
+    EXPECT_DOUBLE_EQ(statistics.average, 16);
+    EXPECT_NEAR(statistics.deviation, deviation, 1e-13);
+    EXPECT_EQ(statistics.minimum, 12);
+    EXPECT_EQ(statistics.maximum, 28);
+    EXPECT_EQ(statistics.median, 14);
+    EXPECT_NEAR(statistics.lowerThreshold, 16 - deviation, 1e-13);
+    EXPECT_NEAR(statistics.upperThreshold, 16 + deviation, 1e-13);
+    EXPECT_EQ(statistics.rating, 100); // 2 from the middle, within half of the deviation
+    EXPECT_EQ(statistics.deviators, 1);
 }
 
 TEST(SignalTable, DeviatorsAreCountedByScaledValuesAndNotByRawOnes)
 {
     const auto temperatures = oneSignal(8, 1, -40);
-    EXPECT_EQ(reportOf(temperatures, {120, 121, 122}, 3).deviators, 0);
-    EXPECT_EQ(reportOf(temperatures, {120, 121, 122}, 1).deviators, 2);
-    EXPECT_EQ(reportOf(temperatures, {120, 120, 120, 120, 120, 120, 120, 120, 0}, 2).deviators, 1);
+    EXPECT_EQ(statisticsAfter(temperatures, {120, 121, 122}, 3).deviators, 0);
+    EXPECT_EQ(statisticsAfter(temperatures, {120, 121, 122}, 1).deviators, 2);
+    EXPECT_EQ(
+        statisticsAfter(temperatures, {120, 120, 120, 120, 120, 120, 120, 120, 0}, 2).deviators, 1);
 }
 
 TEST(SignalTable, ValueOnTheEdgeOfTheBandIsNoDeviator)
 {
-    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {8, 12}, 1).deviators, 0);
-    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {8, 12}, 0.5).deviators, 2);
+    EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 1).deviators, 0);
+    EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 0.5).deviators, 2);
 }
 
 TEST(SignalTable, RatingIsThatOfTheNewestValueInTheBand)
 {
     // Mean 10, deviation 2, band 4 to 16, margins of 3: 8 lies 4 from the end, 12 as well.
-    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {12, 8}, 3).rating, 100);
+    EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 3).rating, 100);
     // Band 8 to 12: the newest value lies on its end.
-    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {12, 8}, 1).rating, 0);
+    EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 1).rating, 0);
     // Band 7 to 13, margins of 1.5: 8 lies 1 from the end.
-    EXPECT_EQ(reportOf(oneSignal(8, 1, 0), {12, 8}, 1.5).rating, 67);
+    EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 1.5).rating, 67);
 }
 
 TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
 {
     CatalogueSignal signal = describedSignal(0, 8);
     signal.layout.isSigned = true;
-    EXPECT_EQ(reportOf({describedMessage(0, {signal})}, {0x80}, 3).newest, -128);
+    EXPECT_EQ(statisticsAfter({describedMessage(0, {signal})}, {0x80}, 3).newest, -128);
     signal.layout.length = 40;
-    EXPECT_EQ(reportOf({describedMessage(0, {signal})}, {0xFFFFFFFFFE}, 3).newest, -2);
-    EXPECT_EQ(reportOf(oneSignal(48, 1, 0), {0xABCDEF012345}, 3).newest, 0xABCDEF012345);
+    EXPECT_EQ(statisticsAfter({describedMessage(0, {signal})}, {0xFFFFFFFFFE}, 3).newest, -2);
+    EXPECT_EQ(statisticsAfter(oneSignal(48, 1, 0), {0xABCDEF012345}, 3).newest, 0xABCDEF012345);
 }
 
 // 0x3FC00000 and 0x400CCCCCCCCCCCCD are 1.5 and 3.6 by IEEE 754.
@@ -128,46 +131,47 @@ TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
 {
     auto messages = oneSignal(32, 0.1, 1);
     messages[0].catalogueSignals[0].layout.isFloat = true;
-    EXPECT_EQ(reportOf(messages, {0x3FC00000}, 3).newest, 1.5 * 0.1 + 1);
+    EXPECT_EQ(statisticsAfter(messages, {0x3FC00000}, 3).newest, 1.5 * 0.1 + 1);
     messages = oneSignal(64, 1, 0);
     messages[0].catalogueSignals[0].layout.isFloat = true;
-    EXPECT_EQ(reportOf(messages, {0x400CCCCCCCCCCCCD}, 3).newest, 3.6);
-    EXPECT_EQ(reportOf(messages, {0xBFF0000000000000}, 3).average, -1);
+    EXPECT_EQ(statisticsAfter(messages, {0x400CCCCCCCCCCCCD}, 3).newest, 3.6);
+    EXPECT_EQ(statisticsAfter(messages, {0xBFF0000000000000}, 3).average, -1);
 }
 
 TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
 {
-    const SignalReport report = reportOf(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);
-    EXPECT_EQ(report.newest, 18446744073709551616.0);
-    EXPECT_EQ(report.maximum, 18446744073709551616.0);
-    EXPECT_EQ(report.minimum, 1);
-    EXPECT_EQ(report.deviators, 0);
+    const SignalStatistics statistics =
+        statisticsAfter(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);
+    EXPECT_EQ(statistics.newest, 18446744073709551616.0);
+    EXPECT_EQ(statistics.maximum, 18446744073709551616.0);
+    EXPECT_EQ(statistics.minimum, 1);
+    EXPECT_EQ(statistics.deviators, 0);
 }
 
 TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverFed)
 {
     const auto messages = oneSignal(16, 0.125, 0);
     SignalTable table(messages);
-    table.feed(without(Availability::NotAvailable));
-    table.feed(measured(8));
-    table.feed(without(Availability::Error));
-    table.feed(without(Availability::NotAvailable));
-    const SignalReport report = table.report(3).at(0);
-    EXPECT_EQ(report.count, 1);
-    EXPECT_EQ(report.maximum, 1);
-    EXPECT_EQ(report.notAvailable, 2);
-    EXPECT_EQ(report.errors, 1);
+    table.record(without(Availability::NotAvailable));
+    table.record(measured(8));
+    table.record(without(Availability::Error));
+    table.record(without(Availability::NotAvailable));
+    const SignalStatistics statistics = statisticsOf(table, 3).at(0);
+    EXPECT_EQ(statistics.count, 1);
+    EXPECT_EQ(statistics.maximum, 1);
+    EXPECT_EQ(statistics.notAvailable, 2);
+    EXPECT_EQ(statistics.errors, 1);
 }
 
 TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
 {
     const auto messages = oneSignal(16, 0.125, 0);
     SignalTable table(messages);
-    table.feed(without(Availability::Error));
-    const auto reports = table.report(3);
-    ASSERT_EQ(reports.size(), 1);
-    EXPECT_EQ(reports.at(0).count, 0);
-    EXPECT_EQ(reports.at(0).errors, 1);
+    table.record(without(Availability::Error));
+    const auto all = statisticsOf(table, 3);
+    ASSERT_EQ(all.size(), 1);
+    EXPECT_EQ(all.at(0).count, 0);
+    EXPECT_EQ(all.at(0).errors, 1);
 }
 
 TEST(SignalTable, SourcesAreKeptApartAndSorted)
@@ -177,20 +181,20 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
     load.reportedName = "Load";
     const QVector<CatalogueMessage> messages{describedMessage(0, {speed, load})};
     SignalTable table(messages);
-    table.feed(measured(1, 0, 49));
-    table.feed(measured(2, 0, 7));
-    table.feed(measured(3, 1, 49));
+    table.record(measured(1, 0, 49));
+    table.record(measured(2, 0, 7));
+    table.record(measured(3, 1, 49));
     DecodedSignal noSource = measured(4);
     noSource.source.reset();
-    table.feed(noSource);
-    table.feed(measured(5, 0, 49));
+    table.record(noSource);
+    table.record(measured(5, 0, 49));
     QStringList rows;
-    for (const SignalReport& report : table.report(3))
+    for (const SignalStatistics& statistics : statisticsOf(table, 3))
         rows += QString("%1 %2 %3 %4")
-                    .arg(report.name)
-                    .arg(report.source ? int(*report.source) : -1)
-                    .arg(report.count)
-                    .arg(report.newest);
+                    .arg(statistics.name)
+                    .arg(statistics.source ? int(*statistics.source) : -1)
+                    .arg(statistics.count)
+                    .arg(statistics.newest);
     EXPECT_EQ(rows, (QStringList{"Load 49 1 3", "Signal -1 1 4", "Signal 7 1 2", "Signal 49 2 5"}));
 }
 
@@ -199,44 +203,45 @@ TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
     auto messages = oneSignal(8, 1, 0);
     messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
     // Margins of 4: 12 lies 4 from the end, 14 lies 2.
-    EXPECT_EQ(reportOf(messages, {8, 12}, 1).rating, 100);
-    EXPECT_EQ(reportOf(messages, {8, 14}, 1).rating, 50);
-    EXPECT_EQ(reportOf(messages, {8, 20}, 1).rating, 0);
-    EXPECT_EQ(reportOf(messages, {8, 12}, 1).lowerThreshold, 8);
-    EXPECT_EQ(reportOf(messages, {8, 12}, 0.5).deviators, 2);
+    EXPECT_EQ(statisticsAfter(messages, {8, 12}, 1).rating, 100);
+    EXPECT_EQ(statisticsAfter(messages, {8, 14}, 1).rating, 50);
+    EXPECT_EQ(statisticsAfter(messages, {8, 20}, 1).rating, 0);
+    EXPECT_EQ(statisticsAfter(messages, {8, 12}, 1).lowerThreshold, 8);
+    EXPECT_EQ(statisticsAfter(messages, {8, 12}, 0.5).deviators, 2);
 }
 
 TEST(SignalTable, GivenLimitsRateASingleValueToo)
 {
     auto messages = oneSignal(8, 1, 0);
     messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
-    EXPECT_EQ(reportOf(messages, {17}, 1).rating, 0);
-    EXPECT_EQ(reportOf(messages, {8}, 1).rating, 100);
+    EXPECT_EQ(statisticsAfter(messages, {17}, 1).rating, 0);
+    EXPECT_EQ(statisticsAfter(messages, {8}, 1).rating, 100);
 }
 
-TEST(SignalTable, CarriedSignalsShowTheirNewestValueAndNoFigures)
+TEST(SignalTable, PassedThroughSignalsHaveANewestValueAndNoStatistics)
 {
     using Type = CAN::CANopenDataType;
-    SignalReport report = reportOf(oneObject(Type::INTEGER48, 48, true), {1, 0xFFFFFFFFFFFE}, 3);
-    EXPECT_TRUE(report.carried);
-    EXPECT_EQ(report.count, 2);
-    EXPECT_EQ(report.newestNumber, -2);
-    EXPECT_EQ(report.newestText, QString("-2"));
-    report = reportOf(oneObject(Type::UNSIGNED56, 56, true), {0x00FFFFFFFFFFFFFF}, 3);
-    EXPECT_EQ(report.newestNumber, std::nullopt); // not exact in double
-    EXPECT_EQ(report.newestText, QString("72057594037927935"));
-    report = reportOf(oneObject(Type::VISIBLE_STRING, 32, true), {0x00006B4F}, 3);
-    EXPECT_EQ(report.newestText, QString("Ok"));
-    report = reportOf(oneObject(Type::OCTET_STRING, 32, true), {0x00006B4F}, 3);
-    EXPECT_EQ(report.newestText, QString("4f 6b 00 00"));
-    EXPECT_EQ(report.newestNumber, std::nullopt);
+    SignalStatistics statistics =
+        statisticsAfter(oneObject(Type::INTEGER48, 48, true), {1, 0xFFFFFFFFFFFE}, 3);
+    EXPECT_TRUE(statistics.isPassedThrough);
+    EXPECT_EQ(statistics.count, 2);
+    EXPECT_EQ(statistics.newestNumber, -2);
+    EXPECT_EQ(statistics.newestText, QString("-2"));
+    statistics = statisticsAfter(oneObject(Type::UNSIGNED56, 56, true), {0x00FFFFFFFFFFFFFF}, 3);
+    EXPECT_EQ(statistics.newestNumber, std::nullopt); // not exact in double
+    EXPECT_EQ(statistics.newestText, QString("72057594037927935"));
+    statistics = statisticsAfter(oneObject(Type::VISIBLE_STRING, 32, true), {0x00006B4F}, 3);
+    EXPECT_EQ(statistics.newestText, QString("Ok"));
+    statistics = statisticsAfter(oneObject(Type::OCTET_STRING, 32, true), {0x00006B4F}, 3);
+    EXPECT_EQ(statistics.newestText, QString("4f 6b 00 00"));
+    EXPECT_EQ(statistics.newestNumber, std::nullopt);
 }
 
 TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
 {
     const auto messages = oneObject(CAN::CANopenDataType::INTEGER40, 40, false);
-    EXPECT_EQ(reportOf(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
-    EXPECT_EQ(reportOf(messages, {0x8000000000}, 3).average, -549755813888.0);
+    EXPECT_EQ(statisticsAfter(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
+    EXPECT_EQ(statisticsAfter(messages, {0x8000000000}, 3).average, -549755813888.0);
 }
 
 TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
@@ -248,7 +253,7 @@ TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
         table.clear();
         EXPECT_EQ(table.firstTime(), std::nullopt);
         decoded.microseconds = time;
-        table.feed(decoded);
+        table.record(decoded);
         EXPECT_EQ(table.firstTime(), time);
     }
 }
@@ -259,7 +264,7 @@ TEST(SignalTable, EndsWhereNoMoreThreadsCanBeStarted)
     const QVector<CatalogueMessage> messages = oneSignal(16, 1, 0);
     auto table = std::make_unique<SignalTable>(messages);
     for (quint8 source = 0; source < 3; ++source)
-        table->feed(measured(source, 0, source));
+        table->record(measured(source, 0, source));
     const AddressSpaceLimit limit;
     table.reset();
     EXPECT_THROW(std::thread([] {}), std::system_error);

@@ -11,7 +11,7 @@
 #include <cmath>
 
 using monitor::chartOf;
-using monitor::SignalReport;
+using monitor::SignalStatistics;
 using monitor::Trace;
 
 namespace
@@ -21,9 +21,10 @@ namespace
 class SignalChart : public testing::Test
 {
 protected:
-    std::unique_ptr<QtCharts::QChart> chart(const SignalReport& report, const Trace& trace) const
+    std::unique_ptr<QtCharts::QChart> chart(const SignalStatistics& statistics,
+                                            const Trace& trace) const
     {
-        return chartOf(report, trace, monitor::rangeOf(trace), {1000, 500});
+        return chartOf(statistics, trace, monitor::rangeOf(trace), {1000, 500});
     }
 
     /// The points of all series of that name.
@@ -52,19 +53,19 @@ private:
     const QApplication application{argc, argv};
 };
 
-SignalReport speed()
+SignalStatistics speed()
 {
-    SignalReport report;
-    report.name = "Speed";
-    report.source = quint8{7};
-    report.unit = "rpm";
-    report.count = 4;
-    report.minimum = 10;
-    report.maximum = 90;
-    report.average = 50;
-    report.lowerThreshold = 40;
-    report.upperThreshold = 60;
-    return report;
+    SignalStatistics statistics;
+    statistics.name = "Speed";
+    statistics.source = quint8{7};
+    statistics.unit = "rpm";
+    statistics.count = 4;
+    statistics.minimum = 10;
+    statistics.maximum = 90;
+    statistics.average = 50;
+    statistics.lowerThreshold = 40;
+    statistics.upperThreshold = 60;
+    return statistics;
 }
 
 Trace speedTrace()
@@ -95,7 +96,7 @@ TEST_F(SignalChart, ValuesOutsideTheBandAreMarked)
 {
     const auto shown = chart(speed(), speedTrace());
     EXPECT_EQ(pointsOf(*shown, "deviators"), (QVector<QPointF>{{1, 90}, {2, 10}}));
-    SignalReport wide = speed();
+    SignalStatistics wide = speed();
     wide.lowerThreshold = 10;
     wide.upperThreshold = 90;
     EXPECT_TRUE(pointsOf(*chart(wide, speedTrace()), "deviators").isEmpty());
@@ -112,9 +113,9 @@ TEST_F(SignalChart, ValueBetweenTwoGapsIsAPointOfItsOwn)
 
 TEST_F(SignalChart, GivenLimitsAreShownAndHaveRoom)
 {
-    SignalReport report = speed();
-    report.limits = monitor::ValueRange{0, 200};
-    const auto shown = chart(report, speedTrace());
+    SignalStatistics statistics = speed();
+    statistics.limits = monitor::ValueRange{0, 200};
+    const auto shown = chart(statistics, speedTrace());
     EXPECT_EQ(pointsOf(*shown, "limits"), (QVector<QPointF>{{0, 0}, {10, 0}}));
     EXPECT_LT(axisOf(*shown, Qt::Vertical)->min(), 0);
     EXPECT_GT(axisOf(*shown, Qt::Vertical)->max(), 200);
@@ -122,9 +123,9 @@ TEST_F(SignalChart, GivenLimitsAreShownAndHaveRoom)
 
 TEST_F(SignalChart, EachKindOfLineIsOnceInTheLegend)
 {
-    SignalReport report = speed();
-    report.limits = monitor::ValueRange{0, 200};
-    const auto shown = chart(report, speedTrace());
+    SignalStatistics statistics = speed();
+    statistics.limits = monitor::ValueRange{0, 200};
+    const auto shown = chart(statistics, speedTrace());
     QStringList names;
     for (const QtCharts::QLegendMarker* const marker : shown->legend()->markers()) {
         if (marker->isVisible())
@@ -143,30 +144,30 @@ TEST_F(SignalChart, ValuesWithoutTimesAreShownByTheirNumbers)
 
 TEST_F(SignalChart, MarkupInANameIsShownAsItIs)
 {
-    SignalReport report = speed();
-    report.name = "<img src=x>\n";
-    EXPECT_EQ(chart(report, speedTrace())->title(), QString("&lt;img src=x&gt; , source 7"));
+    SignalStatistics statistics = speed();
+    statistics.name = "<img src=x>\n";
+    EXPECT_EQ(chart(statistics, speedTrace())->title(), QString("&lt;img src=x&gt; , source 7"));
 }
 
 TEST_F(SignalChart, PlaceMarkersInANameStayAsTheyAre)
 {
-    SignalReport report = speed();
-    report.name = "a%1 x";
-    report.source = 7;
-    EXPECT_EQ(monitor::plotTitleOf(report), QString("a%1 x, source 7"));
+    SignalStatistics statistics = speed();
+    statistics.name = "a%1 x";
+    statistics.source = 7;
+    EXPECT_EQ(monitor::plotTitleOf(statistics), QString("a%1 x, source 7"));
 }
 
 TEST_F(SignalChart, ValuesAtTheEndsOfDoubleLeaveAnAxisToReckonWith)
 {
     constexpr double greatest = std::numeric_limits<double>::max();
     for (const double lowest : {-greatest, 1e20, 0.0, 5e-324}) {
-        SignalReport report = speed();
+        SignalStatistics statistics = speed();
         const double highest = lowest < 0 ? greatest : lowest;
-        report.minimum = report.average = report.lowerThreshold = lowest;
-        report.maximum = report.upperThreshold = highest;
+        statistics.minimum = statistics.average = statistics.lowerThreshold = lowest;
+        statistics.maximum = statistics.upperThreshold = highest;
         Trace trace;
         trace.points = {{0, lowest}, {0, highest}};
-        const auto shown = chart(report, trace);
+        const auto shown = chart(statistics, trace);
         for (const auto direction : {Qt::Horizontal, Qt::Vertical}) {
             const auto* const axis = axisOf(*shown, direction);
             EXPECT_GT(axis->max(), axis->min()) << lowest;

@@ -4,44 +4,57 @@
 
 #include <QtCore/QRegularExpression>
 
+using monitor::BusState;
 using monitor::Key;
-using monitor::LiveHeader;
-using monitor::LiveRow;
 using monitor::LiveScreen;
+using monitor::LiveTable;
 using monitor::LiveView;
+using monitor::SignalStatistics;
+using monitor::Snapshot;
 
 namespace
 {
 
-LiveRow rowOf(const QString& name, int rating, bool silent = false)
+struct Row {
+    SignalStatistics statistics;
+    bool isSilent = false;
+};
+
+Row rowOf(const QString& name, int rating, bool isSilent = false)
 {
-    LiveRow row;
-    row.report.name = name;
-    row.report.count = 1000;
-    row.report.newest = 1234567;
-    row.report.rating = rating;
-    row.silent = silent;
+    Row row;
+    row.statistics.name = name;
+    row.statistics.count = 1000;
+    row.statistics.newest = 1234567;
+    row.statistics.rating = rating;
+    row.isSilent = isSilent;
     return row;
 }
 
-LiveHeader header()
+BusState busState()
 {
-    LiveHeader header;
-    header.bus = "virtualcan can0";
-    header.seconds = 1.25;
-    header.counts.total = 30;
-    header.counts.decoded = 10;
-    header.counts.dropped = 4;
-    header.counts.errors = 5;
-    header.load = 12.345;
-    header.bitRate = 250000;
-    return header;
+    return {"virtualcan can0", 1250000, 12.345, 250000};
 }
 
-QStringList drawn(LiveScreen& screen, const QVector<LiveRow>& rows, const LiveView& view = {},
+Snapshot snapshotOf(const QVector<Row>& rows)
+{
+    Snapshot snapshot;
+    snapshot.counts.total = 30;
+    snapshot.counts.decoded = 10;
+    snapshot.counts.dropped = 4;
+    snapshot.counts.errors = 5;
+    for (const Row& row : rows)
+        snapshot.rows.append({snapshot.rows.size(),
+                              std::make_shared<SignalStatistics>(row.statistics), row.isSilent});
+    return snapshot;
+}
+
+QStringList drawn(LiveScreen& screen, const QVector<Row>& rows, const LiveView& view = {},
                   const QSize& size = {200, 24})
 {
-    return screen.draw(header(), rows, rows.size(), view, size).split('\n');
+    LiveTable table(50);
+    table.update(snapshotOf(rows), busState());
+    return screen.draw(table, view, size).split('\n');
 }
 
 QString withoutStyle(QString line)
@@ -53,7 +66,7 @@ QString withoutStyle(QString line)
 
 TEST(LiveScreen, HeaderHasTheCountsAndTheLoad)
 {
-    LiveScreen screen(50);
+    LiveScreen screen;
     EXPECT_EQ(drawn(screen, {}).first(),
               QString("virtualcan can0  1.3 s  frames 30  undecoded 20  dropped 4  errors 5  load "
                       "12.3 % of 250 kbit/s"));
@@ -61,15 +74,17 @@ TEST(LiveScreen, HeaderHasTheCountsAndTheLoad)
 
 TEST(LiveScreen, PlaceMarkersInTheNameOfTheBusStayAsTheyAre)
 {
-    LiveScreen screen(50);
-    LiveHeader live = header();
-    live.bus = "virtualcan tcp://host%2Fcan0";
-    EXPECT_TRUE(screen.draw(live, {}, 0, {}, {200, 24}).startsWith(live.bus + "  1.3 s"));
+    LiveScreen screen;
+    BusState bus = busState();
+    bus.name = "virtualcan tcp://host%2Fcan0";
+    LiveTable table(50);
+    table.update({}, bus);
+    EXPECT_TRUE(screen.draw(table, {}, {200, 24}).startsWith(bus.name + "  1.3 s"));
 }
 
 TEST(LiveScreen, RowsStandBelowTheTitlesAndKeysBelowThem)
 {
-    LiveScreen screen(50);
+    LiveScreen screen;
     const QStringList lines = drawn(screen, {rowOf("Speed", 100), rowOf("Torque", 100)});
     ASSERT_EQ(lines.size(), 6);
     EXPECT_TRUE(withoutStyle(lines.at(2)).startsWith("   signal  source  count"));
@@ -80,7 +95,7 @@ TEST(LiveScreen, RowsStandBelowTheTitlesAndKeysBelowThem)
 
 TEST(LiveScreen, LowRatingAndSilenceAreMarkedAndColoured)
 {
-    LiveScreen screen(50);
+    LiveScreen screen;
     const QStringList lines = drawn(screen, {rowOf("A", 49), rowOf("B", 50), rowOf("C", 49, true)});
     EXPECT_TRUE(lines.at(3).startsWith("\x1b[1;31m!  A"));
     EXPECT_TRUE(lines.at(3).endsWith("\x1b[0m"));
@@ -91,29 +106,29 @@ TEST(LiveScreen, LowRatingAndSilenceAreMarkedAndColoured)
 
 TEST(LiveScreen, RatingThatSignalsDoNotHaveIsNotLow)
 {
-    LiveScreen screen(50);
-    LiveRow empty = rowOf("A", 0);
-    empty.report.count = 0;
-    LiveRow carried = rowOf("B", 0);
-    carried.report.carried = true;
-    for (const QString& line : drawn(screen, {empty, carried}).mid(3, 2))
+    LiveScreen screen;
+    Row empty = rowOf("A", 0);
+    empty.statistics.count = 0;
+    Row passedThrough = rowOf("B", 0);
+    passedThrough.statistics.isPassedThrough = true;
+    for (const QString& line : drawn(screen, {empty, passedThrough}).mid(3, 2))
         EXPECT_FALSE(line.contains('\x1b')) << line.toStdString();
 }
 
 TEST(LiveScreen, ColumnsStayWhereTheyWere)
 {
-    LiveScreen screen(50);
+    LiveScreen screen;
     const QString before = drawn(screen, {rowOf("ALongName", 100)}).at(2);
-    LiveRow row = rowOf("B", 100);
-    row.report.newest = 1;
-    row.report.count = 1;
+    Row row = rowOf("B", 100);
+    row.statistics.newest = 1;
+    row.statistics.count = 1;
     EXPECT_EQ(drawn(screen, {row}).at(2), before);
 }
 
 TEST(LiveScreen, LinesAreCutAtTheWidthAndScrolledBesideTheNames)
 {
-    LiveScreen screen(50);
-    const QVector<LiveRow> rows{rowOf("Speed", 10)};
+    LiveScreen screen;
+    const QVector<Row> rows{rowOf("Speed", 10)};
     for (const QString& line : drawn(screen, rows, {}, {40, 24}))
         EXPECT_LE(withoutStyle(line).size(), 40);
     LiveView view;
@@ -126,7 +141,7 @@ TEST(LiveScreen, LinesAreCutAtTheWidthAndScrolledBesideTheNames)
 
 TEST(LiveScreen, PauseAndFilterAreSaid)
 {
-    LiveScreen screen(50);
+    LiveScreen screen;
     LiveView view;
     for (const char character : {'p', '/', 'x'})
         view.press({Key::Character, QChar(character)});
@@ -137,6 +152,6 @@ TEST(LiveScreen, PauseAndFilterAreSaid)
 
 TEST(LiveScreen, ControlCharactersInNamesDoNotReachTheTerminal)
 {
-    LiveScreen screen(50);
+    LiveScreen screen;
     EXPECT_FALSE(drawn(screen, {rowOf("A\x1b[2J\nB", 100)}).at(3).contains('\x1b'));
 }

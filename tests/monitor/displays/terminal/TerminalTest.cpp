@@ -1,5 +1,5 @@
-#include "PseudoTerminal.h"
 #include "../../sources/bus/SimulatedBus.h"
+#include "PseudoTerminal.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryFile>

@@ -1,9 +1,11 @@
-#include "VirtualDisplay.h"
 #include "../../app/LiveRun.h"
 #include "../../sources/bus/SimulatedBus.h"
+#include "VirtualDisplay.h"
 
+#include <app/LiveCommand.h>
 #include <app/Preparation.h>
 #include <displays/window/MonitorWindow.h>
+#include <sources/bus/BusSource.h>
 
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
@@ -17,8 +19,9 @@
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QStatusBar>
 
-using monitor::LiveSource;
+using monitor::BusSource;
 using monitor::MonitorWindow;
+using monitor::Session;
 
 namespace
 {
@@ -52,9 +55,10 @@ protected:
         QTextStream messages(&text);
         monitor::Preparation prepared;
         ASSERT_EQ(prepare(options, messages, prepared), QString());
-        source.emplace(options.bus, options.bitRate, prepared.descriptions);
+        source.emplace(options.bus, options.bitRate);
         ASSERT_EQ(source->start(), QString());
-        window.emplace(options, prepared.k, *source);
+        session.emplace(prepared.catalogue.messages(), prepared.k);
+        window.emplace(*session, options.bus.name(), options.leastRating);
     }
 
     /// Takes and shows what comes until \a condition holds; false if it never does.
@@ -64,8 +68,10 @@ protected:
         QEventLoop loop;
         QTimer refreshing;
         QObject::connect(&refreshing, &QTimer::timeout, [&] {
-            source->takeFrames();
-            window->refresh();
+            session->takeAll(*source);
+            const qint64 now = source->takenAt();
+            EXPECT_TRUE(window->take(session->getSnapshot(now),
+                                     {options.bus.name(), now, 0, options.bitRate}));
             if (condition())
                 loop.exit(1);
         });
@@ -76,7 +82,7 @@ protected:
 
     bool waitForFrames(int frames)
     {
-        return waitUntil([=] { return source->signalMonitor().counts().total == frames; });
+        return waitUntil([=] { return session->counts().total == frames; });
     }
 
     void showSample()
@@ -180,7 +186,8 @@ protected:
     const SimulatedBus bus;
     const LiveRun host{bus}; // keeps the bus up, which a program can do once only
     monitor::LiveOptions options;
-    std::optional<LiveSource> source;
+    std::optional<BusSource> source;
+    std::optional<Session> session;
     std::optional<MonitorWindow> window;
 };
 
@@ -326,27 +333,27 @@ TEST_F(Window, ChartIsSavedAsAPicture)
     EXPECT_GT(pixelsOf(image, deviatorColor), 3);
 }
 
-TEST_F(Window, FiguresAreSavedAsAReplayPrintsThem)
+TEST_F(Window, StatisticsAreSavedAsAReplayPrintsThem)
 {
     showSample();
-    save("Save figures", directory.filePath("figures.csv"));
-    EXPECT_EQ(QString::fromUtf8(contentOf(directory.filePath("figures.csv"))),
+    save("Save statistics", directory.filePath("statistics.csv"));
+    EXPECT_EQ(QString::fromUtf8(contentOf(directory.filePath("statistics.csv"))),
               replayedSample({"--format", "csv"}));
 }
 
 TEST_F(Window, FileThatCannotBeWrittenIsAMessage)
 {
-    save("Save figures", directory.filePath("missing/figures.csv"));
+    save("Save statistics", directory.filePath("missing/statistics.csv"));
     const QString message = window->statusBar()->currentMessage();
-    EXPECT_TRUE(message.contains("missing/figures.csv: cannot be written: "))
+    EXPECT_TRUE(message.contains("missing/statistics.csv: cannot be written: "))
         << message.toStdString();
 }
 
-TEST_F(Window, ClosingItIsTheWishToEnd)
+TEST_F(Window, ClosingItEndsTheRun)
 {
-    EXPECT_TRUE(window->refresh());
+    EXPECT_TRUE(window->take({}, {}));
     window->close();
-    EXPECT_FALSE(window->refresh());
+    EXPECT_FALSE(window->take({}, {}));
 }
 
 TEST(WindowProgram, PrintsTheFiguresOfAReplayAtItsEnd)

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "engine/Snapshot.h"
+#include "views/highlight.h"
+
+#include <QtCore/QStringList>
+
+namespace monitor
+{
+
+/// The table of a live run as its displays draw it: which signals are shown, in which order, which
+/// of them stand out, and whether it is paused. This class is reentrant.
+class LiveTable
+{
+public:
+    /// Signals rated under \a rating are highlighted.
+    explicit LiveTable(int rating) : leastRating(rating) {}
+
+    /// Takes the run as it is now, which is shown unless the table is paused.
+    void update(const Snapshot& snapshot, const BusState& bus);
+
+    /// Shows the run as it is now even if the table is paused.
+    void replace(const Snapshot& snapshot, const BusState& bus);
+
+    /// While paused, the table shows the snapshot of the moment; afterwards the newest one.
+    void setPaused(bool wanted);
+    bool isPaused() const { return paused; }
+
+    /// Shows only signals whose names contain \a text, ignoring case.
+    void setFilter(const QString& text);
+
+    /// What is shown.
+    const BusState& bus() const { return shown.bus; }
+    const Snapshot& snapshot() const { return shown.snapshot; }
+
+    /// The rows that pass the filter, in the order of the snapshot.
+    int rowCount() const { return places.size(); }
+    const SnapshotRow& row(int row) const { return shown.snapshot.rows.at(places.at(row)); }
+    Highlight highlight(int row) const { return highlightOf(this->row(row), leastRating); }
+
+    /// The mark of the highlight, then the cells of the columns, see statisticsColumns().
+    QStringList cells(int row) const;
+
+private:
+    struct State {
+        Snapshot snapshot;
+        BusState bus;
+    };
+
+    void show(const State& state);
+
+    int leastRating;
+    bool paused = false;
+    QString filter;
+    State newest;
+    State shown;
+    QVector<int> places; // of the rows that pass the filter, in the snapshot
+};
+
+} // namespace monitor

@@ -1,0 +1,155 @@
+#include "RunningStatistics.h"
+
+#include "decoding/RawValue.h"
+#include "text/exactIntegers.h"
+
+#include <vantrel/handlers/GenericValueHandler.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace monitor
+{
+
+namespace
+{
+
+/// How many scaled values lie outside the band. GenericSignalImpl::getDeviators() compares raw
+/// values with the band, although the band is one of scaled values, so it is right only for factor
+/// 1 and offset 0; and the band it uses may be 100 ms old. Comparing the scaled values of a
+/// snapshot is right for every signal.
+template <typename T>
+int countOutside(const QVector<T>& values, double lower, double upper)
+{
+    const auto isOutside = [lower, upper](const T& value) {
+        const double scaled = value.scaledValue.toDouble();
+        return scaled < lower || scaled > upper;
+    };
+    return static_cast<int>(std::count_if(values.begin(), values.end(), isOutside));
+}
+
+template <typename T>
+bool getNewest(const GenericSignalImpl<T>& series, T& value)
+{
+    return series.getValue(series.getValueCount() - 1, value);
+}
+
+template <typename T>
+void setNewest(const T& newest, const CatalogueSignal& description, SignalStatistics& statistics)
+{
+    const QVariant& value = newest.scaledValue;
+    if (!description.layout.passThrough) {
+        statistics.newest = value.toDouble();
+        return;
+    }
+    statistics.isPassedThrough = true;
+    const bool isBytes = value.userType() == QMetaType::QByteArray;
+    statistics.newestText =
+        isBytes ? QString::fromLatin1(value.toByteArray().toHex(' ')) : value.toString();
+    if (holdsNumber(description.layout) && std::fabs(value.toDouble()) <= exactIntegers)
+        statistics.newestNumber = value.toDouble();
+}
+
+/// The limits of a run apply to a single value too, for which GenericSignalImpl::getRating() always
+/// returns 100, since one value has no band.
+template <typename T>
+int rate(SignalRecording<T>& recording, T newest, double k, const SignalStatistics& statistics)
+{
+    if (!statistics.limits)
+        return recording.kept().getRating(k, true, statistics.lowerThreshold,
+                                          statistics.upperThreshold);
+    return GenericValueHandler<double, T>::getRating(
+        newest, statistics.limits->lowest, statistics.limits->highest, statistics.average);
+}
+
+template <typename T>
+void setBand(SignalRecording<T>& recording, const T& newest, double k, SignalStatistics& statistics)
+{
+    statistics.lowerThreshold = statistics.average - statistics.deviation * k;
+    statistics.upperThreshold = statistics.average + statistics.deviation * k;
+    statistics.rating = rate(recording, newest, k, statistics);
+}
+
+} // namespace
+
+// The average and deviation that getAverage(), getDeviation() and the thresholds offer are up to
+// 100 ms old. Here all statistics are computed afresh, and the band and the rating from them, so
+// that they belong together.
+template <typename T>
+void calcStatistics(SignalRecording<T>& recording, const CatalogueSignal& description, double k,
+                    SignalStatistics& statistics)
+{
+    recording.dropOldest();
+    const QVector<T> values = recording.kept().getValues();
+    if (values.isEmpty())
+        return;
+    statistics.count = recording.count();
+    setNewest(values.constLast(), description, statistics);
+    if (description.layout.passThrough)
+        return;
+    QVariant maximum;
+    QVariant minimum;
+    unsigned int stored = 0;
+    recording.all().getValueStatistics(statistics.average, maximum, minimum, statistics.median,
+                                       statistics.deviation, stored);
+    if (recording.isBounded())
+        statistics.median = recording.kept().calcMedian();
+    statistics.maximum = maximum.toDouble();
+    statistics.minimum = minimum.toDouble();
+    setBand(recording, values.constLast(), k, statistics);
+    statistics.deviators =
+        countOutside(values, statistics.lowerThreshold, statistics.upperThreshold);
+}
+
+template <typename T>
+void RunningStatistics::update(const SignalRecording<T>& recording)
+{
+    if (recording.isBounded())
+        return;
+    T value;
+    while (recording.kept().getValue(static_cast<int>(values.count()), value))
+        values.add(value.scaledValue.toDouble());
+}
+
+// A snapshot of the series would make the next value copy all that are stored, and the median and
+// the deviators would take longer with each value: too slow ten times a second for a series that
+// grows for hours. So new values are taken one by one and kept in order.
+template <typename T>
+void RunningStatistics::get(SignalRecording<T>& recording, const CatalogueSignal& description,
+                            double k, SignalStatistics& statistics)
+{
+    if (recording.isBounded()) {
+        calcStatistics(recording, description, k, statistics);
+        return;
+    }
+    const GenericSignalImpl<T>& series = recording.kept();
+    T newest;
+    if (recording.count() == 0 || !getNewest(series, newest))
+        return;
+    statistics.count = recording.count();
+    setNewest(newest, description, statistics);
+    if (description.layout.passThrough)
+        return;
+    update(recording);
+    statistics.average = series.calcAverage();
+    statistics.deviation = series.calcDeviation();
+    statistics.maximum = series.getMax();
+    statistics.minimum = series.getMin();
+    statistics.median = values.median();
+    setBand(recording, newest, k, statistics);
+    statistics.deviators = static_cast<int>(values.below(statistics.lowerThreshold) +
+                                            values.above(statistics.upperThreshold));
+}
+
+template void calcStatistics(SignalRecording<CANopenObjectValue>&, const CatalogueSignal&, double,
+                             SignalStatistics&);
+template void calcStatistics(SignalRecording<J1939Value>&, const CatalogueSignal&, double,
+                             SignalStatistics&);
+template void RunningStatistics::update(const SignalRecording<CANopenObjectValue>&);
+template void RunningStatistics::update(const SignalRecording<J1939Value>&);
+template void RunningStatistics::get(SignalRecording<CANopenObjectValue>&, const CatalogueSignal&,
+                                     double, SignalStatistics&);
+template void RunningStatistics::get(SignalRecording<J1939Value>&, const CatalogueSignal&, double,
+                                     SignalStatistics&);
+
+} // namespace monitor

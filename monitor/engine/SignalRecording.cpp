@@ -1,0 +1,76 @@
+#include "SignalRecording.h"
+
+#include "DatatypeChoice.h"
+
+namespace monitor
+{
+
+template <typename T>
+SignalRecording<T>::SignalRecording(const CatalogueSignal& signalDescription)
+    : factor(signalDescription.scaling.factor),
+      offset(signalDescription.scaling.offset),
+      keptRecords(signalDescription.rules.keptRecords),
+      isPassedThrough(signalDescription.layout.passThrough)
+{
+    series.setDatatype(datatypeOf(signalDescription));
+    series.setValueHandling(GenericSignal::NewValueHandlingType::Append);
+    if (keptRecords == 0 || isPassedThrough)
+        return;
+    running = std::make_unique<GenericSignalImpl<T>>(); // replaces its only record; has no worker
+    running->setDatatype(series.getDatatype());
+}
+
+template <typename T>
+void SignalRecording<T>::record(T value, qint64 microseconds)
+{
+    ++recorded;
+    receptionTimes.append(microseconds);
+    if (!isPassedThrough && !running) {
+        series.setNewValue(std::move(value), factor, offset);
+        return;
+    }
+    if (running)
+        running->setNewValue(value, factor, offset);
+    // Not into the running statistics of the series too: those of a bounded one are not used, and
+    // those of a text would be meaningless.
+    series.scaleAndAppendValue(value, factor, offset);
+    series.setNewValue(std::move(value));
+    if (keptRecords > 0 && receptionTimes.size() / 2 >= keptRecords)
+        dropOldest();
+}
+
+// A series cannot drop its oldest records, so the newest are appended to an empty one. That happens
+// when there are twice as many as are kept, so each value is copied once more on average.
+template <typename T>
+void SignalRecording<T>::dropOldest()
+{
+    const int surplus = receptionTimes.size() - keptRecords;
+    if (keptRecords == 0 || surplus <= 0)
+        return;
+    const QVector<T> newest = series.getValues().mid(surplus);
+    series.clearValues();
+    series.appendValues(newest, factor, offset);
+    receptionTimes.remove(0, surplus);
+}
+
+template <typename T>
+void SignalRecording<T>::clear()
+{
+    series.clearValues();
+    if (running)
+        running->clearValues();
+    receptionTimes.clear();
+    recorded = 0;
+}
+
+// Not setValueHandling(), which would stop the worker too: the median needs the handling to stay.
+template <typename T>
+void SignalRecording<T>::stopUpdating()
+{
+    series.setUpdatingEnabled(false);
+}
+
+template class SignalRecording<CANopenObjectValue>;
+template class SignalRecording<J1939Value>;
+
+} // namespace monitor

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "can/TransportProtocol.h"
+#include "catalogue/Description.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+#include <memory>
+#include <optional>
+
+namespace monitor
+{
+
+/// One signal of one source and its statistics at one moment.
+struct SignalStatistics {
+    QString name;
+    Protocol protocol = Protocol::CANopen;
+    std::optional<quint8> source; ///< J1939 source address or CANopen node
+    QString unit;
+    double factor = 1; ///< the scaling, which gives the resolution of the measured values
+    double offset = 0;
+    bool isFloat = false;             ///< true: the raw values are IEEE numbers
+    std::optional<ValueRange> limits; ///< rate the newest value instead of the band
+
+    qint64 count = 0; ///< of the measured values; without any, the statistics below are 0
+    double newest = 0;
+    bool isPassedThrough = false;       ///< true: only the newest value is known, as below
+    QString newestText;                 ///< of a signal that is passed through
+    std::optional<double> newestNumber; ///< the same as a number, if double holds it exactly
+    double average = 0;
+    double deviation = 0; ///< population deviation, divisor n
+    double minimum = 0;
+    double maximum = 0;
+    double median = 0;         ///< of the kept values
+    int rating = 0;            ///< of the newest value, 0 to 100
+    double lowerThreshold = 0; ///< the band: average -/+ k deviations
+    double upperThreshold = 0;
+    int deviators = 0; ///< number of kept values outside the band
+
+    qint64 notAvailable = 0; ///< how often the sender had no value
+    qint64 errors = 0;       ///< how often it reported an error instead
+};
+
+/// What became of the frames, and of the places of a recording that are not frames.
+struct FrameCounts {
+    qint64 total = 0;   ///< data and remote frames
+    qint64 decoded = 0; ///< frames in which at least one signal was found
+    qint64 dropped = 0; ///< frames that the recorder lost, or that a live run had no room for
+    qint64 errors = 0;  ///< error frames
+    qint64 noFrame = 0; ///< places of a recording that are not understood
+    TransportCounts transport{};
+};
+
+/// One signal in a snapshot.
+struct SnapshotRow {
+    int signal = 0; ///< its number in the session, which stays the same
+    std::shared_ptr<const SignalStatistics> statistics;
+    bool isSilent = false; ///< true: its values have stopped coming
+};
+
+/// All signals of a session at one moment. It never changes, and copies share what they hold.
+struct Snapshot {
+    double k = 3; ///< half the width of the band, in deviations
+    FrameCounts counts;
+    std::optional<qint64> firstTime; ///< when the first signal was seen, in microseconds
+    QVector<SnapshotRow> rows;       ///< sorted by name and source
+};
+
+/// The bus of a live run at one moment.
+struct BusState {
+    QString name;
+    qint64 now = 0; ///< on the clock of the frames, which begins with the run, in microseconds
+    double loadPercent = 0; ///< of the last second
+    double bitRate = 0;     ///< in bits per second
+};
+
+} // namespace monitor

@@ -1,0 +1,156 @@
+#include "PlotOutput.h"
+
+#include "text/WholeFile.h"
+#include "views/SignalChart.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QSet>
+#include <QtGui/QPainter>
+#include <QtWidgets/QGraphicsScene>
+
+#include <algorithm>
+
+using QtCharts::QChart;
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr QSize plotSize(1200, 500);
+constexpr QSize tileSize(1200, 220);
+constexpr int titleMargin = 12;
+constexpr int tilesAtMost = 100;
+constexpr char overviewName[] = "overview.png";
+
+void paint(std::unique_ptr<QChart> chart, const QRect& place, QPainter& painter)
+{
+    QGraphicsScene scene;
+    QChart* const shown = chart.release();
+    scene.addItem(shown); // takes it over
+    scene.setSceneRect(shown->rect());
+    painter.setRenderHint(QPainter::Antialiasing);
+    scene.render(&painter, place, scene.sceneRect());
+}
+
+/// A signal as it is plotted.
+struct Plot {
+    std::shared_ptr<const SignalStatistics> statistics;
+    Trace trace;
+};
+
+/// Signals that are passed through and those without values have no plot.
+QVector<Plot> plotsOf(const FinishedRun& run)
+{
+    QVector<Plot> plots;
+    for (const SnapshotRow& row : run.snapshot.rows) {
+        const Trace trace = traceOf(run.session.table().at(row.signal).getSeries(),
+                                    run.snapshot.firstTime.value_or(0));
+        if (!trace.points.isEmpty())
+            plots.append({row.statistics, trace});
+    }
+    return plots;
+}
+
+/// The time axis that shows all of \a plots.
+AxisRange timesOf(const QVector<Plot>& plots)
+{
+    AxisRange times = rangeOf(plots.first().trace);
+    for (const Plot& plot : plots) {
+        const AxisRange range = rangeOf(plot.trace);
+        times = {std::min(times.from, range.from), std::max(times.to, range.to)};
+    }
+    return times;
+}
+
+QString writePlot(const Plot& plot, const QString& fileName)
+{
+    QImage image(plotSize, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    paint(chartOf(*plot.statistics, plot.trace, rangeOf(plot.trace), plotSize), image.rect(),
+          painter);
+    painter.end();
+    return writeImage(image, fileName);
+}
+
+QString writeOverview(const QVector<Plot>& plots, const QString& fileName)
+{
+    QImage image(tileSize.width(), tileSize.height() * plots.size(), QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    const AxisRange times = timesOf(plots);
+    QRect place(QPoint(0, 0), tileSize);
+    for (const Plot& plot : plots) {
+        const AxisRange range = plot.trace.hasTimes ? times : rangeOf(plot.trace);
+        paint(chartOf(*plot.statistics, plot.trace, range, tileSize), place, painter);
+        painter.drawText(place.adjusted(0, titleMargin, 0, 0), Qt::AlignHCenter,
+                         plotTitleOf(*plot.statistics));
+        place.translate(0, tileSize.height());
+    }
+    painter.end();
+    return writeImage(image, fileName);
+}
+
+/// A file name that is not among \a taken yet, and joins them. Letter case does not tell files
+/// apart everywhere.
+QString freeName(const QString& wanted, QSet<QString>& taken)
+{
+    QString name = wanted;
+    for (int number = 2; taken.contains(name.toLower()); ++number)
+        name = QStringLiteral("%1-%2").arg(wanted).arg(number);
+    taken.insert(name.toLower());
+    return name + QStringLiteral(".png");
+}
+
+} // namespace
+
+QString plotNameOf(const SignalStatistics& statistics)
+{
+    constexpr int longestName = 100;
+    QString name = statistics.name.left(longestName);
+    for (QChar& c : name) {
+        const bool isKept = c.unicode() < 128 && (c.isLetterOrNumber() || c == '-');
+        c = isKept ? c : QChar('_');
+    }
+    return statistics.source ? QStringLiteral("%1-%2").arg(name).arg(*statistics.source) : name;
+}
+
+QString PlotOutput::check()
+{
+    const QDir folder(directory);
+    if (!folder.mkpath(QStringLiteral(".")))
+        return directory + QStringLiteral(": the directory cannot be created");
+    QSaveFile file(folder.filePath(QLatin1String(overviewName)));
+    return file.open(QIODevice::WriteOnly) ? QString() : cannotBeWritten(file);
+}
+
+OutputResult PlotOutput::write(const FinishedRun& run, const OutputProgress& progress)
+{
+    OutputResult result{check(), {}};
+    if (!result.error.isEmpty())
+        return result;
+    const QDir folder(directory);
+    const QString overview = folder.filePath(QLatin1String(overviewName));
+    const QVector<Plot> plots = plotsOf(run);
+    QSet<QString> taken{QStringLiteral("overview")};
+    for (int i = 0; i < plots.size() && result.error.isEmpty(); ++i) {
+        if (progress)
+            progress(i, plots.size());
+        const QString name = freeName(plotNameOf(*plots.at(i).statistics), taken);
+        result.error = writePlot(plots.at(i), folder.filePath(name));
+    }
+    if (plots.isEmpty())
+        result.notes += directory + QStringLiteral(": there are no values to plot");
+    else if (result.error.isEmpty())
+        result.error = writeOverview(plots.mid(0, tilesAtMost), overview);
+    if (plots.size() > tilesAtMost)
+        result.notes += QStringLiteral("%1: shows the first %2 of %3 signals")
+                            .arg(overview)
+                            .arg(tilesAtMost)
+                            .arg(plots.size());
+    return result;
+}
+
+} // namespace monitor

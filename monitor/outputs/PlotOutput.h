@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Output.h"
+
+namespace monitor
+{
+
+/// The name of the file for the plot of a signal, without its suffix: everything but letters,
+/// digits and "-" becomes "_".
+QString plotNameOf(const SignalStatistics& statistics);
+
+/// Writes a PNG for every signal that has values to plot, and overview.png with all of them below
+/// each other on one time axis, into a directory, which is created if missing. There must be a
+/// QApplication.
+class PlotOutput : public Output
+{
+public:
+    explicit PlotOutput(QString folder) : directory(std::move(folder)) {}
+
+    /// Creates the directory.
+    [[nodiscard]] QString check() override;
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QString directory;
+};
+
+} // namespace monitor

@@ -1,0 +1,205 @@
+#include "SavedRunFile.h"
+
+#include "engine/SavedSignalStream.h"
+#include "text/WholeFile.h"
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+#include <cmath>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr char magic[] = "VANTREL\n";
+constexpr int magicSize = sizeof magic - 1;
+constexpr quint32 formatVersion = 1;
+constexpr int hashSize = 32;
+constexpr qint64 longestFile = std::numeric_limits<int>::max();
+constexpr quint32 mostSignals = 10000;
+
+/// Writes to another device and hashes what goes through.
+class HashingDevice : public QIODevice
+{
+public:
+    /// \a device must be open and outlive this one.
+    explicit HashingDevice(QIODevice& device) : target(device) { open(WriteOnly | Unbuffered); }
+
+    QByteArray result() const { return hash.result(); }
+
+protected:
+    qint64 readData(char* /*data*/, qint64 /*size*/) override { return -1; }
+
+    qint64 writeData(const char* data, qint64 size) override
+    {
+        hash.addData(data, static_cast<int>(size));
+        return target.write(data, size);
+    }
+
+private:
+    QIODevice& target;
+    QCryptographicHash hash{QCryptographicHash::Sha256};
+};
+
+void configure(QDataStream& stream)
+{
+    stream.setVersion(QDataStream::Qt_5_15);
+}
+
+/// Calls \a call with each of the counts, in the order of the file.
+template <typename Counts, typename Call>
+void forEachCount(Counts& counts, Call call)
+{
+    for (auto* count : {&counts.total, &counts.decoded, &counts.dropped, &counts.errors,
+                        &counts.noFrame, &counts.transport.messages, &counts.transport.lost,
+                        &counts.transport.outOfOrder, &counts.transport.interrupted})
+        call(*count);
+}
+
+void writeRun(QDataStream& stream, const SavedRun& run)
+{
+    stream.writeRawData(magic, magicSize);
+    stream << formatVersion << run.k;
+    forEachCount(run.counts, [&stream](qint64 count) { stream << count; });
+    stream << run.firstTime.has_value() << run.firstTime.value_or(0)
+           << static_cast<quint32>(run.recordedSignals.size());
+    for (const SavedSignal& signal : run.recordedSignals)
+        writeSignal(stream, signal);
+}
+
+bool readCounts(QDataStream& stream, FrameCounts& counts)
+{
+    bool understood = true;
+    forEachCount(counts, [&](qint64& count) {
+        stream >> count;
+        understood = understood && count >= 0;
+    });
+    return understood && counts.decoded <= counts.total;
+}
+
+QString readSignals(QDataStream& stream, SavedRun& run)
+{
+    quint32 count = 0;
+    stream >> count;
+    if (count > mostSignals)
+        return QStringLiteral("there cannot be as many signals");
+    for (quint32 i = 0; i < count; ++i) {
+        SavedSignal signal;
+        QString error = readSignal(stream, signal);
+        if (!error.isEmpty())
+            return error;
+        run.recordedSignals.append(signal);
+    }
+    return QString();
+}
+
+QString readRun(QDataStream& stream, SavedRun& run)
+{
+    bool hasTime = false;
+    qint64 time = 0;
+    stream >> run.k;
+    if (!std::isfinite(run.k) || run.k < 0 || !readCounts(stream, run.counts))
+        return QStringLiteral("the counts are not understood");
+    stream >> hasTime >> time;
+    if (hasTime && !isTime(time))
+        return QStringLiteral("there is no such time");
+    if (hasTime)
+        run.firstTime = time;
+    QString error = readSignals(stream, run);
+    if (error.isEmpty() && (stream.status() != QDataStream::Ok || !stream.atEnd()))
+        return QStringLiteral("it does not end where it should");
+    return error;
+}
+
+QString cannotBe(const QString& done, const QFileDevice& file)
+{
+    return QStringLiteral("%1: cannot be %2: %3").arg(file.fileName(), done, file.errorString());
+}
+
+/// Opens \a file for a run, unless that would replace something else.
+QString openToWrite(QSaveFile& file)
+{
+    QFile present(file.fileName());
+    const QString refused = file.fileName() + QStringLiteral(": cannot be written: ");
+    if (present.exists() && !QFileInfo(present).isFile())
+        return refused + QStringLiteral("it is no regular file");
+    if (present.exists() && !present.open(QIODevice::ReadOnly))
+        return cannotBe(QStringLiteral("read"), present);
+    if (present.size() > 0 && present.peek(magicSize) != magic)
+        return refused + QStringLiteral("there is a file that holds no saved series");
+    return file.open(QIODevice::WriteOnly) ? QString() : cannotBe(QStringLiteral("written"), file);
+}
+
+} // namespace
+
+QString checkSavedRun(const QString& fileName)
+{
+    QSaveFile file(fileName); // opened it takes a temporary name, and is gone at the end
+    return openToWrite(file);
+}
+
+QString writeSavedRun(const QString& fileName, const SavedRun& run)
+{
+    QSaveFile file(fileName);
+    QString error = openToWrite(file);
+    if (!error.isEmpty())
+        return error;
+    HashingDevice hashing(file);
+    QDataStream stream(&hashing);
+    configure(stream);
+    writeRun(stream, run);
+    file.write(hashing.result());
+    const bool fits = file.pos() <= longestFile && run.recordedSignals.size() <= int(mostSignals);
+    if (!fits)
+        return QStringLiteral("%1: cannot be written: there is more than such a file can hold")
+            .arg(fileName);
+    return commitWhole(file) ? QString() : cannotBe(QStringLiteral("written"), file);
+}
+
+QString parseSavedRun(const QByteArray& content, SavedRun& run)
+{
+    if (!content.startsWith(magic))
+        return QStringLiteral("is no file of saved series");
+    const QByteArray hashed =
+        QByteArray::fromRawData(content.constData(), std::max(0, content.size() - hashSize));
+    QDataStream stream(hashed);
+    configure(stream);
+    stream.skipRawData(magicSize);
+    quint32 version = 0;
+    stream >> version;
+    if (stream.status() == QDataStream::Ok && version != formatVersion)
+        return QStringLiteral("is of version %1, and this program reads version %2")
+            .arg(version)
+            .arg(formatVersion);
+    if (QCryptographicHash::hash(hashed, QCryptographicHash::Sha256) != content.right(hashSize))
+        return QStringLiteral("is damaged or cut off");
+    QString error = readRun(stream, run);
+    if (error.isEmpty())
+        return error;
+    return QStringLiteral("cannot be used: %1 (byte %2)").arg(error).arg(stream.device()->pos());
+}
+
+QString readSavedRun(const QString& fileName, SavedRun& run)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return cannotBe(QStringLiteral("read"), file);
+    if (file.isSequential() || file.size() > longestFile || file.peek(magicSize) != magic)
+        return fileName + QStringLiteral(": is no file of saved series");
+    const QByteArray content = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return cannotBe(QStringLiteral("read"), file);
+    const QString error = parseSavedRun(content, run);
+    return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
+}
+
+OutputResult SavedRunOutput::write(const FinishedRun& run, const OutputProgress& /*progress*/)
+{
+    return {writeSavedRun(fileName, runOf(run.session)), {}};
+}
+
+} // namespace monitor

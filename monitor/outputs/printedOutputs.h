@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Output.h"
+
+#include <QtCore/QTextStream>
+
+namespace monitor
+{
+
+/// Prints the statistics as a table for people, with the counts below it.
+class TableOutput : public Output
+{
+public:
+    explicit TableOutput(QTextStream& stream) : output(stream) {}
+
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QTextStream& output;
+};
+
+/// Prints the counts and the statistics as one JSON object, with a line for each signal. The manual
+/// describes its members.
+class JsonOutput : public Output
+{
+public:
+    explicit JsonOutput(QTextStream& stream) : output(stream) {}
+
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QTextStream& output;
+};
+
+/// Prints the statistics as comma-separated values, see formatCsv().
+class CsvOutput : public Output
+{
+public:
+    explicit CsvOutput(QTextStream& stream) : output(stream) {}
+
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QTextStream& output;
+};
+
+/// The texts that they print.
+QString formatTable(const Snapshot& snapshot);
+QString formatJson(const Snapshot& snapshot);
+
+} // namespace monitor

@@ -1,0 +1,112 @@
+#include "statisticsFields.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr int figures = 10; // from the newest value to the deviators
+
+QString nameOf(Protocol protocol)
+{
+    return protocol == Protocol::J1939 ? QStringLiteral("j1939") : QStringLiteral("canopen");
+}
+
+/// The fields from the newest value to the deviators.
+QVector<QJsonValue> figuresOf(const SignalStatistics& statistics)
+{
+    if (statistics.count == 0)
+        return QVector<QJsonValue>(figures, QJsonValue::Null);
+    if (statistics.isPassedThrough) {
+        QVector<QJsonValue> fields(figures, QJsonValue::Null);
+        if (statistics.newestNumber)
+            fields[0] = *statistics.newestNumber;
+        return fields;
+    }
+    return {statistics.newest,   statistics.average,        statistics.deviation,
+            statistics.minimum,  statistics.maximum,        statistics.median,
+            statistics.rating,   statistics.lowerThreshold, statistics.upperThreshold,
+            statistics.deviators};
+}
+
+QString quoted(QString text)
+{
+    const bool needsQuotes =
+        text.contains(',') || text.contains('"') || text.contains('\r') || text.contains('\n');
+    if (!needsQuotes)
+        return text;
+    text.replace('"', QStringLiteral("\"\""));
+    return '"' + text + '"';
+}
+
+QString cellOf(const QJsonValue& value)
+{
+    if (value.isNull())
+        return QString();
+    return value.isString() ? quoted(value.toString()) : toJson(value);
+}
+
+QString lineOf(const QStringList& cells)
+{
+    return cells.join(',') + QStringLiteral("\r\n");
+}
+
+} // namespace
+
+const QStringList& statisticsFieldNames()
+{
+    static const QStringList names{QStringLiteral("name"),
+                                   QStringLiteral("kind"),
+                                   QStringLiteral("source"),
+                                   QStringLiteral("count"),
+                                   QStringLiteral("notAvailable"),
+                                   QStringLiteral("error"),
+                                   QStringLiteral("newest"),
+                                   QStringLiteral("average"),
+                                   QStringLiteral("deviation"),
+                                   QStringLiteral("minimum"),
+                                   QStringLiteral("maximum"),
+                                   QStringLiteral("median"),
+                                   QStringLiteral("rating"),
+                                   QStringLiteral("lowerThreshold"),
+                                   QStringLiteral("upperThreshold"),
+                                   QStringLiteral("deviators"),
+                                   QStringLiteral("unit")};
+    return names;
+}
+
+QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
+{
+    QVector<QJsonValue> fields{statistics.name, nameOf(statistics.protocol)};
+    fields << (statistics.source ? QJsonValue(*statistics.source) : QJsonValue(QJsonValue::Null))
+           << statistics.count << statistics.notAvailable << statistics.errors;
+    fields << figuresOf(statistics);
+    fields << statistics.unit;
+    return fields;
+}
+
+// QJsonDocument knows how to escape a text and to write a number, but writes arrays and objects
+// only: one in an array is that between two brackets.
+QString toJson(const QJsonValue& value)
+{
+    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(array.mid(1, array.size() - 2));
+}
+
+QString formatCsv(const Snapshot& snapshot)
+{
+    QString csv = lineOf(statisticsFieldNames());
+    for (const SnapshotRow& row : snapshot.rows) {
+        QStringList cells;
+        for (const QJsonValue& value : statisticsFieldsOf(*row.statistics))
+            cells += cellOf(value);
+        csv += lineOf(cells);
+    }
+    return csv;
+}
+
+} // namespace monitor

@@ -1,0 +1,134 @@
+#include "statisticsTable.h"
+
+#include "numberFormat.h"
+
+namespace monitor
+{
+
+namespace
+{
+
+// The scaling determines the digits of integers, but not those of IEEE numbers.
+QString formatValue(const SignalStatistics& statistics, double value)
+{
+    return statistics.isFloat ? formatComputed(value)
+                              : formatMeasured(value, statistics.factor, statistics.offset);
+}
+
+QString formatMedianOf(const SignalStatistics& statistics)
+{
+    return statistics.isFloat
+               ? formatComputed(statistics.median)
+               : formatMedian(statistics.median, statistics.factor, statistics.offset);
+}
+
+/// The cells from the newest value to the deviators.
+QStringList figuresOf(const SignalStatistics& statistics)
+{
+    return {
+        formatValue(statistics, statistics.newest),
+        formatComputed(statistics.average),
+        formatComputed(statistics.deviation),
+        formatValue(statistics, statistics.minimum),
+        formatValue(statistics, statistics.maximum),
+        formatMedianOf(statistics),
+        QString::number(statistics.rating),
+        formatComputed(statistics.lowerThreshold) + " .. " +
+            formatComputed(statistics.upperThreshold),
+        QString::number(statistics.deviators),
+    };
+}
+
+} // namespace
+
+QVector<Column> statisticsColumns()
+{
+    return {
+        {QStringLiteral("signal"), Alignment::Left},
+        {QStringLiteral("source"), Alignment::Right},
+        {QStringLiteral("count"), Alignment::Right},
+        {QStringLiteral("newest"), Alignment::Right},
+        {QStringLiteral("average"), Alignment::Right},
+        {QStringLiteral("deviation"), Alignment::Right},
+        {QStringLiteral("minimum"), Alignment::Right},
+        {QStringLiteral("maximum"), Alignment::Right},
+        {QStringLiteral("median"), Alignment::Right},
+        {QStringLiteral("rating"), Alignment::Right},
+        {QStringLiteral("band"), Alignment::Right},
+        {QStringLiteral("deviators"), Alignment::Right},
+        {QStringLiteral("unit"), Alignment::Left},
+        {QStringLiteral("n/a"), Alignment::Right},
+        {QStringLiteral("error"), Alignment::Right},
+    };
+}
+
+QStringList statisticsCells(const SignalStatistics& statistics)
+{
+    constexpr int figures = 9;
+    QStringList row;
+    row << statistics.name << (statistics.source ? QString::number(*statistics.source) : QString())
+        << QString::number(statistics.count);
+    if (statistics.isPassedThrough)
+        row << statistics.newestText << QVector<QString>(figures - 1).toList();
+    else if (statistics.count > 0)
+        row << figuresOf(statistics);
+    else
+        row << QVector<QString>(figures).toList();
+    row << statistics.unit << QString::number(statistics.notAvailable)
+        << QString::number(statistics.errors);
+    return row;
+}
+
+QString formatStatistics(const Snapshot& snapshot)
+{
+    QVector<QStringList> rows;
+    for (const SnapshotRow& row : snapshot.rows)
+        rows.append(statisticsCells(*row.statistics));
+    return formatTable(statisticsColumns(), rows);
+}
+
+QString formatLimits(const Snapshot& snapshot)
+{
+    QString lines;
+    for (const SnapshotRow& row : snapshot.rows) {
+        const auto& limits = row.statistics->limits;
+        if (limits)
+            lines += QStringLiteral("limits      %1 .. %2 rate %3\n")
+                         .arg(formatComputed(limits->lowest), formatComputed(limits->highest),
+                              printable(row.statistics->name));
+    }
+    return lines;
+}
+
+QString formatTransport(const TransportCounts& counts)
+{
+    if ((counts.messages | counts.lost | counts.outOfOrder | counts.interrupted) == 0)
+        return QString();
+    return QStringLiteral("transport   %1 message(s), %2 interrupted; packets: %3 lost, %4 out of "
+                          "order\n")
+        .arg(counts.messages)
+        .arg(counts.interrupted)
+        .arg(counts.lost)
+        .arg(counts.outOfOrder);
+}
+
+QString formatSummary(const Snapshot& snapshot)
+{
+    const FrameCounts& counts = snapshot.counts;
+    return QStringLiteral("band        average -/+ %1 deviations\n"
+                          "frames      %2\n"
+                          "decoded     %3\n"
+                          "undecoded   %4\n"
+                          "dropped     %5\n"
+                          "errors      %6\n"
+                          "no frame    %7\n")
+        .arg(QString::number(snapshot.k, 'g', 15))
+        .arg(counts.total)
+        .arg(counts.decoded)
+        .arg(counts.total - counts.decoded)
+        .arg(counts.dropped)
+        .arg(counts.errors)
+        .arg(counts.noFrame);
+}
+
+} // namespace monitor

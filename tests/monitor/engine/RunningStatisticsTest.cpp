@@ -1,0 +1,125 @@
+#include "../catalogue/Descriptions.h"
+#include "statisticsOf.h"
+
+#include <engine/SignalTable.h>
+#include <views/statisticsFields.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+using monitor::CatalogueMessage;
+using monitor::CatalogueSignal;
+using monitor::DecodedSignal;
+using monitor::MonitoredSignal;
+using monitor::SignalTable;
+
+namespace
+{
+
+DecodedSignal measured(quint64 bits)
+{
+    DecodedSignal decoded;
+    decoded.bits = bits;
+    return decoded;
+}
+
+/// Feeds values of any size with others between them, and compares what a display sees meanwhile
+/// with a statistics.
+void expectSameStatistics(const CatalogueSignal& signal)
+{
+    const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
+    SignalTable table(messages);
+    std::mt19937_64 random(3);
+    const quint64 mask = (quint64{1} << signal.layout.length) - 1;
+    for (int i = 1; i <= 3000; ++i) {
+        table.record(measured(random() & mask >> i % 7));
+        if (i > 3 && i % 599 != 0)
+            continue;
+        MonitoredSignal& only = firstSignal(table);
+        EXPECT_EQ(statisticsFieldsOf(*only.getRunningStatistics(2)),
+                  statisticsFieldsOf(only.calcStatistics(2)))
+            << i;
+    }
+}
+
+} // namespace
+
+TEST(RunningStatistics, EqualThoseComputedAtOnceForAGrowingSeries)
+{
+    CatalogueSignal signal = describedSignal(0, 16);
+    expectSameStatistics(signal);
+    signal.layout.isSigned = true;
+    expectSameStatistics(signal);
+    signal.scaling.factor = 0.125;
+    signal.scaling.offset = -40;
+    expectSameStatistics(signal);
+    signal.rules.limits = monitor::ValueRange{0, 1000};
+    expectSameStatistics(signal);
+    expectSameStatistics(describedSignal(0, 50));
+}
+
+TEST(RunningStatistics, EqualThoseComputedAtOnceForABoundedSeries)
+{
+    CatalogueSignal signal = describedSignal(0, 16);
+    signal.scaling.factor = 0.125;
+    signal.rules.keptRecords = 50;
+    expectSameStatistics(signal);
+}
+
+TEST(RunningStatistics, PassedThroughSignalHasItsNewestValue)
+{
+    CatalogueSignal signal = describedSignal(0, 48);
+    signal.layout.datatype = CAN::CANopenDataType::UNSIGNED56;
+    signal.layout.passThrough = true;
+    CatalogueMessage message = describedMessage(0, {signal});
+    message.protocol = monitor::Protocol::CANopen;
+    const QVector<CatalogueMessage> messages{message};
+    SignalTable table(messages);
+    table.record(measured(1));
+    table.record(measured(0x123456789A));
+    const auto statistics = *firstSignal(table).getRunningStatistics(3);
+    EXPECT_EQ(statistics.count, 2);
+    EXPECT_EQ(statistics.newestText, QString::number(0x123456789A));
+}
+
+TEST(RunningStatistics, ClearedSignalsStayAndBeginAnew)
+{
+    const QVector<CatalogueMessage> messages{describedMessage(0, {describedSignal(0, 8)})};
+    SignalTable table(messages);
+    table.record(measured(200));
+    DecodedSignal error = measured(0xFE);
+    error.availability = monitor::Availability::Error;
+    table.record(error);
+    *firstSignal(table).getRunningStatistics(3);
+    table.clear();
+    ASSERT_EQ(table.inOrder().size(), 1);
+    EXPECT_EQ(firstSignal(table).getRunningStatistics(3)->count, 0);
+    EXPECT_EQ(firstSignal(table).getRunningStatistics(3)->errors, 0);
+    table.record(measured(7));
+    const auto statistics = *firstSignal(table).getRunningStatistics(3);
+    EXPECT_EQ(statistics.count, 1);
+    EXPECT_EQ(statistics.maximum, 7);
+    EXPECT_EQ(statistics.median, 7);
+}
+
+TEST(RunningStatistics, ClearedBoundedSeriesHasTheStatisticsOfANewOne)
+{
+    CatalogueSignal signal = describedSignal(0, 16);
+    signal.rules.keptRecords = 3;
+    const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
+    SignalTable cleared(messages);
+    for (const quint64 bits : {5000U, 1U, 60000U, 7U, 7U, 7U, 30000U})
+        cleared.record(measured(bits));
+    cleared.clear();
+    EXPECT_EQ(statisticsOf(cleared, 1).at(0).count, 0);
+    SignalTable fresh(messages);
+    for (const quint64 bits : {10U, 40U, 20U, 50U, 30U}) {
+        cleared.record(measured(bits));
+        fresh.record(measured(bits));
+        const auto expected = statisticsFieldsOf(statisticsOf(fresh, 1).at(0));
+        EXPECT_EQ(statisticsFieldsOf(statisticsOf(cleared, 1).at(0)), expected) << bits;
+        EXPECT_EQ(statisticsFieldsOf(*firstSignal(cleared).getRunningStatistics(1)), expected)
+            << bits;
+    }
+}

@@ -1,0 +1,267 @@
+#include "../app/FileSizeLimit.h"
+
+#include <engine/SignalSeries.h>
+#include <outputs/SavedRunFile.h>
+#include <views/SignalChart.h>
+
+#include <gtest/gtest.h>
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDataStream>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtGui/QImage>
+
+using monitor::SavedRun;
+using monitor::SavedSignal;
+
+namespace
+{
+
+constexpr int hashSize = 32;
+
+class SavedRunFile : public testing::Test
+{
+protected:
+    QString path(const QString& name) const { return directory.filePath(name); }
+
+    QByteArray contentOf(const SavedRun& run) const
+    {
+        EXPECT_EQ(monitor::writeSavedRun(path("run"), run), QString());
+        QFile file(path("run"));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+    /// \a content, which has no hash, with the right one.
+    static QByteArray hashed(const QByteArray& content)
+    {
+        return content + QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+    }
+
+    static QString errorOf(const QByteArray& content)
+    {
+        SavedRun run;
+        return monitor::parseSavedRun(content, run);
+    }
+
+    QTemporaryDir directory;
+};
+
+template <typename T>
+QVector<T> recordsOf(const QVector<QVariant>& raw)
+{
+    QVector<T> records;
+    for (const QVariant& value : raw) {
+        T record;
+        record.rawValue = record.scaledValue = value;
+        records.append(record);
+    }
+    return records;
+}
+
+SavedRun smallRun()
+{
+    SavedRun run;
+    run.k = 2.5;
+    run.counts = {9, 7, 3, 2, 1, {4, 5, 6, 8}};
+    run.firstTime = 1000000;
+    SavedSignal speed;
+    speed.protocol = monitor::Protocol::J1939;
+    speed.source = quint8{255};
+    speed.description.reportedName = QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1";
+    speed.description.scaling.unit = "rpm";
+    speed.description.layout.length = 16;
+    speed.description.scaling.factor = 0.125;
+    speed.description.scaling.offset = -40;
+    speed.description.rules.limits = monitor::ValueRange{-1.5, 8000};
+    speed.records = {recordsOf<J1939Value>({8U, 16U}), {1000000, 500000}, 3, 4};
+    SavedSignal text;
+    text.description.reportedName = "Text";
+    text.description.layout.length = 16;
+    text.description.layout.passThrough = true;
+    text.description.layout.datatype = CAN::CANopenDataType::VISIBLE_STRING;
+    text.records.values = recordsOf<CANopenObjectValue>({QString("Ok")});
+    text.records.microseconds = {monitor::SignalSeries::noTime};
+    run.recordedSignals = {speed, text};
+    return run;
+}
+
+} // namespace
+
+TEST_F(SavedRunFile, WhatIsWrittenIsReadBack)
+{
+    contentOf(smallRun());
+    SavedRun run;
+    ASSERT_EQ(monitor::readSavedRun(path("run"), run), QString());
+    EXPECT_EQ(run.k, 2.5);
+    EXPECT_EQ(run.counts.total, 9);
+    EXPECT_EQ(run.counts.decoded, 7);
+    EXPECT_EQ(run.counts.noFrame, 1);
+    EXPECT_EQ(run.counts.transport.interrupted, 8);
+    EXPECT_EQ(run.firstTime, 1000000);
+    ASSERT_EQ(run.recordedSignals.size(), 2);
+    const SavedSignal& speed = run.recordedSignals.at(0);
+    EXPECT_EQ(speed.protocol, monitor::Protocol::J1939);
+    EXPECT_EQ(speed.source, quint8{255});
+    EXPECT_EQ(speed.description.reportedName,
+              QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1");
+    EXPECT_EQ(speed.description.scaling.unit, QString("rpm"));
+    EXPECT_EQ(speed.description.layout.length, 16);
+    EXPECT_EQ(speed.description.scaling.factor, 0.125);
+    EXPECT_EQ(speed.description.scaling.offset, -40);
+    EXPECT_EQ(speed.description.rules.limits->highest, 8000);
+    EXPECT_EQ(speed.description.layout.datatype, std::nullopt);
+    EXPECT_EQ(speed.records.microseconds, (QVector<qint64>{1000000, 500000}));
+    EXPECT_EQ(speed.records.notAvailable, 3);
+    EXPECT_EQ(speed.records.errors, 4);
+    const auto& values = std::get<QVector<J1939Value>>(speed.records.values);
+    ASSERT_EQ(values.size(), 2);
+    EXPECT_EQ(values.at(1).rawValue, QVariant(16U));
+    const SavedSignal& text = run.recordedSignals.at(1);
+    EXPECT_EQ(text.source, std::nullopt);
+    EXPECT_TRUE(text.description.layout.passThrough);
+    EXPECT_EQ(text.description.layout.datatype, CAN::CANopenDataType::VISIBLE_STRING);
+    EXPECT_EQ(text.description.rules.limits.has_value(), false);
+    EXPECT_EQ(std::get<QVector<CANopenObjectValue>>(text.records.values).at(0).rawValue,
+              QVariant("Ok"));
+}
+
+TEST_F(SavedRunFile, EveryTruncationIsAnError)
+{
+    const QByteArray content = contentOf(smallRun());
+    ASSERT_EQ(errorOf(content), QString());
+    for (int length = 0; length < content.size(); ++length)
+        EXPECT_NE(errorOf(content.left(length)), QString()) << length;
+}
+
+TEST_F(SavedRunFile, EveryTruncationWithTheRightHashIsAnErrorToo)
+{
+    QByteArray content = contentOf(smallRun());
+    content.chop(hashSize);
+    ASSERT_EQ(errorOf(hashed(content)), QString());
+    for (int length = 0; length < content.size(); ++length)
+        EXPECT_NE(errorOf(hashed(content.left(length))), QString()) << length;
+    EXPECT_TRUE(errorOf(hashed(content + '\0')).contains("does not end where it should"));
+}
+
+TEST_F(SavedRunFile, EveryChangedByteIsAnError)
+{
+    const QByteArray content = contentOf(smallRun());
+    for (int i = 0; i < content.size(); ++i) {
+        QByteArray changed = content;
+        changed[i] = static_cast<char>(changed.at(i) ^ 0x10);
+        EXPECT_NE(errorOf(changed), QString()) << i;
+    }
+}
+
+TEST_F(SavedRunFile, OtherFilesAndVersionsAreNamed)
+{
+    EXPECT_EQ(errorOf("(1.0) can0 123#11 and so on"), QString("is no file of saved series"));
+    QByteArray content = contentOf(smallRun());
+    content[11] = 2;
+    EXPECT_EQ(errorOf(content), QString("is of version 2, and this program reads version 1"));
+}
+
+// With the right hash, so that nothing but the reader itself is in the way.
+TEST_F(SavedRunFile, EveryHostileByteIsReadOrRefused)
+{
+    QByteArray content = contentOf(smallRun());
+    content.chop(hashSize);
+    int refused = 0;
+    for (int i = 12; i < content.size(); ++i) {
+        for (const int byte : {0x00, 0x7F, 0x80, 0xFF}) {
+            QByteArray hostile = content;
+            hostile[i] = static_cast<char>(byte);
+            refused += errorOf(hashed(hostile)).isEmpty() ? 0 : 1;
+        }
+    }
+    EXPECT_GT(refused, content.size() / 2);
+}
+
+TEST_F(SavedRunFile, RecordThatIsNotPlainIsRefusedBeforeItIsRead)
+{
+    SavedRun run = smallRun();
+    run.recordedSignals[1].records.values =
+        recordsOf<CANopenObjectValue>({QVariant(QVariantList{1, 2})});
+    EXPECT_TRUE(errorOf(contentOf(run))
+                    .startsWith("cannot be used: a record is cut off or of a "
+                                "kind that is not read (byte "));
+}
+
+TEST_F(SavedRunFile, DescriptionsThatCannotBeAreRefused)
+{
+    const auto refused = [this](auto change) {
+        SavedRun run = smallRun();
+        change(run.recordedSignals[1].description);
+        return errorOf(contentOf(run)).contains("the description of a signal");
+    };
+    EXPECT_FALSE(refused([](auto&) {}));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.length = 0; }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.length = 65; }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.isFloat = true; }));
+    EXPECT_TRUE(refused([](auto& description) { description.scaling.factor = qInf(); }));
+    EXPECT_TRUE(refused([](auto& description) { description.scaling.offset = qQNaN(); }));
+    EXPECT_TRUE(refused([](auto& description) { description.layout.datatype.reset(); }));
+    EXPECT_TRUE(refused([](auto& description) {
+        description.rules.limits = monitor::ValueRange{2, 1};
+    }));
+}
+
+TEST_F(SavedRunFile, TimesWhoseDifferencesOverflowAreRefused)
+{
+    SavedRun run = smallRun();
+    run.recordedSignals[0].records.microseconds[1] = std::numeric_limits<qint64>::max();
+    EXPECT_TRUE(errorOf(contentOf(run)).contains("no such time"));
+    run = smallRun();
+    run.firstTime = std::numeric_limits<qint64>::min() + 1;
+    EXPECT_TRUE(errorOf(contentOf(run)).contains("no such time"));
+}
+
+TEST_F(SavedRunFile, FileThatCannotBeWrittenIsNamed)
+{
+    const QString fileName = path("missing/run");
+    EXPECT_TRUE(monitor::writeSavedRun(fileName, smallRun())
+                    .startsWith(fileName + ": cannot be written: "));
+}
+
+TEST_F(SavedRunFile, MoreSignalsThanAreReadAreNotWrittenAndTheFileStaysAsItWas)
+{
+    const QByteArray before = contentOf(smallRun());
+    SavedRun run = smallRun();
+    run.recordedSignals.fill(run.recordedSignals.at(1), 10001);
+    EXPECT_TRUE(monitor::writeSavedRun(path("run"), run).contains("more than such a file"));
+    QFile file(path("run"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), before);
+}
+
+TEST_F(SavedRunFile, WithoutRoomForItsLastBytesNothingIsReplaced)
+{
+    const QByteArray before = contentOf(smallRun());
+    SavedRun run = smallRun();
+    run.recordedSignals[0].records.values = recordsOf<J1939Value>({1U, 2U, 3U});
+    run.recordedSignals[0].records.microseconds = {1, 2, 3};
+    QString error;
+    {
+        const FileSizeLimit limit(static_cast<rlim_t>(before.size()));
+        error = monitor::writeSavedRun(path("run"), run);
+    }
+    EXPECT_TRUE(error.startsWith(path("run") + ": cannot be written: ")) << error.toStdString();
+    QFile file(path("run"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), before);
+}
+
+TEST_F(SavedRunFile, WithoutRoomForItNoImageIsLeft)
+{
+    QImage image(100, 100, QImage::Format_RGB32);
+    image.fill(Qt::blue);
+    QString error;
+    {
+        const FileSizeLimit limit(10);
+        error = monitor::writeImage(image, path("image"));
+    }
+    EXPECT_TRUE(error.startsWith(path("image"))) << error.toStdString();
+    EXPECT_FALSE(QFile::exists(path("image")));
+}
