@@ -1,4 +1,4 @@
-#include "VirtualDisplay.h"
+#include <VirtualDisplay.h>
 
 #include <gtest/gtest.h>
 

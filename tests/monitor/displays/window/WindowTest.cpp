@@ -1,6 +1,6 @@
 #include "../../app/LiveRun.h"
 #include "../../sources/bus/SimulatedBus.h"
-#include "VirtualDisplay.h"
+#include <VirtualDisplay.h>
 
 #include <app/LiveCommand.h>
 #include <app/Preparation.h>
