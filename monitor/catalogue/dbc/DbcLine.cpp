@@ -102,7 +102,7 @@ bool readDbcId(const QString& digits, MessageDescription& message)
     return isNumber;
 }
 
-DbcComplaint readDbcMessage(const QString& line, MessageDescription& message)
+QString readDbcMessage(const QString& line, MessageDescription& message)
 {
     const QRegularExpressionMatch match = matchMessage(line);
     const bool isNumber = readDbcId(match.captured(1), message);
@@ -112,13 +112,13 @@ DbcComplaint readDbcMessage(const QString& line, MessageDescription& message)
     if (!match.hasMatch() || !isNumber)
         return QStringLiteral("message (BO_) not understood");
     if (message.id > (message.extended ? lastExtendedId : lastStandardId))
-        return QStringLiteral("message (BO_) with an impossible id");
+        return QStringLiteral("message (BO_) with an id out of range");
     if (message.size < 0)
-        return QStringLiteral("message (BO_) with an impossible size");
-    return DbcComplaint();
+        return QStringLiteral("message (BO_) with a size out of range");
+    return QString();
 }
 
-DbcComplaint readDbcSignal(const QString& line, int messageSize, SignalDescription& signal)
+QString readDbcSignal(const QString& line, int messageSize, SignalDescription& signal)
 {
     const QRegularExpressionMatch match = matchSignal(line);
     if (!match.hasMatch())
@@ -126,12 +126,12 @@ DbcComplaint readDbcSignal(const QString& line, int messageSize, SignalDescripti
     signal.name = match.captured("name");
     signal.scaling.unit = match.captured("unit").simplified();
     if (!readMultiplexing(match.captured("multiplex"), signal))
-        return QStringLiteral("signal (SG_) with an impossible multiplexor value");
+        return QStringLiteral("signal (SG_) with a multiplexor value out of range");
     if (!readPlace(match, signal) || !fitsInto(signal.layout, messageSize))
-        return QStringLiteral("signal (SG_) that does not fit into its message");
+        return QStringLiteral("signal (SG_) does not fit into its message");
     if (!readScaling(match, signal))
-        return QStringLiteral("signal (SG_) with an impossible scaling");
-    return DbcComplaint();
+        return QStringLiteral("signal (SG_) with a factor, offset or limit out of range");
+    return QString();
 }
 
 } // namespace monitor

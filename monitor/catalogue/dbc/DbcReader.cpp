@@ -14,9 +14,9 @@ namespace monitor
 namespace
 {
 
-/// The message of this name and id holds the signals that belong to none.
-const QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
-const QLatin1String independentId("3221225472");
+/// The message of this name and id holds the signals that belong to no message.
+constexpr QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
+constexpr QLatin1String independentId("3221225472");
 
 QString keywordOf(const QString& line)
 {
@@ -24,7 +24,7 @@ QString keywordOf(const QString& line)
     return pattern.match(line).captured(1);
 }
 
-/// Whether a text begins in \a line, or ends in it, without doing the other too.
+/// Whether \a line has an odd number of quotation marks, so that a text begins or ends in it.
 bool changesText(const QString& line)
 {
     QString unescaped = line;
@@ -72,7 +72,7 @@ void DbcReader::readLine(qint64 number, const QByteArray& bytes)
 QVector<MessageDescription> DbcReader::finish()
 {
     if (textBegunInLine != 0)
-        problems.add(textBegunInLine, QStringLiteral("a text that begins here never ends"));
+        problems.add(textBegunInLine, QStringLiteral("text without a closing quotation mark"));
     for (MessageDescription& message : messages) {
         removeSignals(message, [](const auto& signal) { return signal.layout.length == 0; });
         dropUnclearSignals(message);
@@ -87,9 +87,9 @@ void DbcReader::readMessage(qint64 number, const QString& line)
     holder = isIndependent ? SignalHolder::Independent : SignalHolder::None;
     if (isIndependent)
         return;
-    const DbcComplaint complaint = readDbcMessage(line, message);
-    if (!complaint.isEmpty())
-        return problems.add(number, complaint);
+    const QString error = readDbcMessage(line, message);
+    if (!error.isEmpty())
+        return problems.add(number, error);
     message.line = number;
     messages.append(message);
     holder = SignalHolder::Message;
@@ -102,9 +102,9 @@ void DbcReader::readSignal(qint64 number, const QString& line)
     if (holder == SignalHolder::None)
         return problems.add(number, QStringLiteral("signal (SG_) without a message"));
     SignalDescription signal;
-    const DbcComplaint complaint = readDbcSignal(line, messages.last().size, signal);
-    if (!complaint.isEmpty())
-        return problems.add(number, complaint);
+    const QString error = readDbcSignal(line, messages.last().size, signal);
+    if (!error.isEmpty())
+        return problems.add(number, error);
     messages.last().signalDescriptions.append(signal);
 }
 
@@ -125,20 +125,20 @@ QVector<SignalDescription*> DbcReader::find(const QString& dbcId, const QString&
     return found;
 }
 
-// Comes after all messages. Left as a whole number the bits of an IEEE number would give wrong
-// figures, so a signal that is neither is not decoded.
+// Comes after all messages. The bits of an IEEE number read as a whole number would give wrong
+// statistics, so a signal of another length is dropped.
 void DbcReader::readValueType(qint64 number, const QString& line)
 {
     static const QRegularExpression pattern(
         QStringLiteral(R"(^\s*SIG_VALTYPE_\s+(\d+)\s+(\w+)\s*:?\s*([0-3])\s*;)"));
     const QRegularExpressionMatch match = pattern.match(line);
     if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
-        return; // in the list of the keywords that the file may use
+        return; // in the list of keywords at the beginning of the file
     if (!match.hasMatch())
         return problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
     const auto found = find(match.captured(1), match.captured(2));
     if (found.isEmpty() && match.captured(1) != independentId)
-        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) of no signal"));
+        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) of an unknown signal"));
     const int floatBits[] = {0, 32, 64, 0};
     for (SignalDescription* signal : found)
         setFloat(number, floatBits[match.captured(3).toInt()], *signal);
@@ -151,8 +151,8 @@ void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
     if (bits == 0 || signal.layout.length == bits)
         return;
     signal.layout.length = 0;
-    problems.add(number, QStringLiteral("floating-point signal of another length than %1 bits is "
-                                        "not decoded")
+    problems.add(number, QStringLiteral("floating-point signal is not decoded: it is not %1 bits "
+                                        "long")
                              .arg(bits));
 }
 
@@ -168,7 +168,7 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
     const quint32 spn = match.captured(3).toUInt(&understood);
     const auto found = find(match.captured(1), match.captured(2));
     if (found.isEmpty() || !understood || spn > lastSpn)
-        return problems.add(number, QStringLiteral("SPN that is none, or of no signal"));
+        return problems.add(number, QStringLiteral("SPN out of range, or no such signal"));
     for (SignalDescription* signal : found)
         signal->spn = spn;
 }
@@ -184,7 +184,7 @@ void DbcReader::dropUnclearSignals(MessageDescription& message)
     };
     if (removeSignals(message, dependsOnAnother))
         problems.add(message.line, QStringLiteral("multiplexed signals of this message are not "
-                                                  "decoded: which multiplexor is not clear"));
+                                                  "decoded: it needs exactly one multiplexor"));
 }
 
 void DbcReader::skip(qint64 number, const QString& line)

@@ -6,22 +6,22 @@ namespace monitor
 {
 
 /// Reads a DBC description line by line: messages (BO_), their signals (SG_), which of these are
-/// IEEE numbers (SIG_VALTYPE_) and their SPNs (BA_). Everything else is skipped, texts over several
-/// lines and signals that belong to no message included. A line of these that cannot be understood
-/// is a warning, and the rest is used. This class is reentrant.
+/// IEEE numbers (SIG_VALTYPE_) and their SPNs (BA_). Everything else is skipped, including texts of
+/// several lines and signals that belong to no message. Such a line that is not understood is a
+/// problem, and the rest is used. This class is reentrant.
 class DbcReader
 {
 public:
     explicit DbcReader(Problems& found) : problems(found) {}
 
-    /// Takes in the line of that \a number, counted from 1.
+    /// Reads the line of that \a number, counted from 1.
     void readLine(qint64 number, const QByteArray& line);
 
-    /// Says that there are no more lines, and returns the messages in the order of the file.
+    /// To be called after the last line. The messages in the order of the file.
     QVector<MessageDescription> finish();
 
 private:
-    /// What the signals that come next belong to: nothing, the last message, or nothing on purpose.
+    /// What the next signals belong to: nothing, the last message, or nothing on purpose.
     enum class SignalHolder { None, Message, Independent };
 
     void readMessage(qint64 number, const QString& line);
@@ -39,7 +39,7 @@ private:
     qint64 textBegunInLine = 0; // 0: not within a text
 };
 
-/// The messages of a DBC file. Its node does not matter.
+/// The messages of a DBC file. The node is ignored.
 [[nodiscard]] ReadDescription readDbcFile(const DescriptionFile& file);
 
 } // namespace monitor

@@ -1,15 +1,13 @@
 #include "EdsDictionary.h"
 
-#include "EdsNumber.h"
-
 namespace monitor
 {
 
 namespace
 {
 
-const QString nameKey = QStringLiteral("parametername");
-const QString datatypeKey = QStringLiteral("datatype");
+constexpr QLatin1String nameKey("parametername");
+constexpr QLatin1String datatypeKey("datatype");
 
 } // namespace
 

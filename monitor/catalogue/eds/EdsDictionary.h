@@ -2,16 +2,14 @@
 
 #include "EdsFile.h"
 
-#include <optional>
-
 namespace monitor
 {
 
 /// One entry of an object dictionary: an object, or a sub-index of it.
 struct EdsObject {
     QString name;
-    EdsEntry datatype; ///< the code, as the file spells it
-    EdsEntry value;    ///< as the file spells it; empty if it gives none
+    EdsEntry datatype; ///< the code, as in the file
+    EdsEntry value;    ///< as in the file; empty if not given
 };
 
 /// The object dictionary that an EDS or DCF describes. This class is reentrant.
@@ -20,10 +18,10 @@ class EdsDictionary
 public:
     explicit EdsDictionary(EdsFile edsFile) : file(std::move(edsFile)) {}
 
-    /// The object at \a index and \a subIndex, if the file describes it: in a section of its own,
-    /// or among those that CompactSubObj sums up. The value is that of the device
-    /// (ParameterValue), else the default one. A name that is not clear
-    /// has what makes it so: that of the object it belongs to before it, the sub-index behind it.
+    /// The object at \a index and \a subIndex, if the file describes it, in a section of its own or
+    /// by CompactSubObj. The value is that of the device (ParameterValue), else the default one. A
+    /// name that occurs several times is made unique: the name of its object precedes it, and the
+    /// sub-index follows.
     std::optional<EdsObject> object(quint32 index, quint32 subIndex) const;
 
 private:

@@ -3,6 +3,9 @@
 #include "text/LineText.h"
 
 #include <QtCore/QRegularExpression>
+#include <QtCore/QStringList>
+
+#include <limits>
 
 namespace monitor
 {
@@ -10,7 +13,24 @@ namespace monitor
 namespace
 {
 
-/// The name of a section as the file is searched for it.
+bool isNodeId(const QString& text)
+{
+    return text.compare(QLatin1String("$NODEID"), Qt::CaseInsensitive) == 0;
+}
+
+/// A number without $NODEID. Qt reads signs too, which have no place here.
+std::optional<quint32> readPlainNumber(const QString& text)
+{
+    const bool isHex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
+    const bool isOctal = !isHex && text.size() > 1 && text.startsWith('0');
+    const QString digits = isHex ? text.mid(2) : text;
+    const bool beginsWithDigit = !digits.isEmpty() && digits.at(0).isLetterOrNumber();
+    bool understood = false;
+    const quint32 number = digits.toUInt(&understood, isHex ? 16 : isOctal ? 8 : 10);
+    return understood && beginsWithDigit ? std::optional(number) : std::nullopt;
+}
+
+/// The name of a section in the form of sectionOf(), if it is that of an object; in lower case.
 QString normalized(const QString& name)
 {
     static const QRegularExpression object(
@@ -27,6 +47,21 @@ QString normalized(const QString& name)
 
 } // namespace
 
+std::optional<quint32> readEdsNumber(const QString& text, quint8 node)
+{
+    const QStringList summands = text.section(';', 0, 0).split('+');
+    const QString first = summands.first().trimmed();
+    const QString second = summands.size() == 2 ? summands.last().trimmed() : QString();
+    if (summands.size() == 1)
+        return isNodeId(first) ? std::optional<quint32>(node) : readPlainNumber(first);
+    if (summands.size() > 2 || isNodeId(first) == isNodeId(second))
+        return std::nullopt;
+    const auto number = readPlainNumber(isNodeId(first) ? second : first);
+    if (!number || *number > std::numeric_limits<quint32>::max() - node)
+        return std::nullopt;
+    return *number + node;
+}
+
 void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problems)
 {
     const QString line = textOf(bytes).trimmed();
@@ -38,11 +73,11 @@ void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problem
     const QString rest = line.mid(end + 1).trimmed();
     inSection = end > 1 && (rest.isEmpty() || rest.startsWith(';'));
     if (!inSection)
-        return problems.add(number, QStringLiteral("section not understood; what is in it is not "
-                                                   "used"));
+        return problems.add(number, QStringLiteral("section not understood; its entries are "
+                                                   "ignored"));
     current = normalized(line.mid(1, end - 1));
     if (sections.contains(current))
-        problems.add(number, QStringLiteral("section that was there before"));
+        problems.add(number, QStringLiteral("duplicate section"));
     sections[current];
 }
 
@@ -56,7 +91,7 @@ void EdsFile::addEntry(qint64 number, const QString& line, Problems& problems)
         return;
     auto& entries = sections[current];
     if (entries.contains(key))
-        return problems.add(number, QStringLiteral("entry that was there before is not used"));
+        return problems.add(number, QStringLiteral("duplicate entry is ignored"));
     entries.insert(key, {line.mid(equals + 1).trimmed(), number});
     if (key != QLatin1String("parametername"))
         return;

@@ -4,23 +4,31 @@
 
 #include <QtCore/QHash>
 
+#include <optional>
+
 namespace monitor
 {
+
+/// The number in \a text as CiA 306 writes it: hexadecimal after 0x, octal after another leading 0,
+/// else decimal; or the sum of such a number and $NODEID, in either order, for \a node. Case,
+/// blanks around the parts and a comment after ";" do not matter. Nothing if \a text is something
+/// else or the number does not fit into 32 bits.
+std::optional<quint32> readEdsNumber(const QString& text, quint8 node);
 
 /// One "key=value" of an EDS or DCF.
 struct EdsEntry {
     QString value;
-    qint64 line = 0; ///< where it stands; 0 if there is none
+    qint64 line = 0; ///< its line in the file; 0 if there is no such entry
 };
 
-/// The sections and entries of an EDS or DCF (CiA 306), read line by line. Letter case of sections
-/// and keys does not matter, nor do leading zeros of the index and sub-index in "[1A00sub01]". A
-/// line that cannot be understood is a warning, and the rest is used; of two equal entries the
-/// first counts. This class is reentrant.
+/// The sections and entries of an EDS or DCF (CiA 306), read line by line. Case does not matter in
+/// sections and keys, nor do leading zeros of the index and sub-index in "[1A00sub01]". Lines that
+/// are not understood are problems, and the rest is used; of equal entries the first counts. This
+/// class is reentrant.
 class EdsFile
 {
 public:
-    /// Takes in the line of that \a number, counted from 1.
+    /// Reads the line of that \a number, counted from 1.
     void readLine(qint64 number, const QByteArray& line, Problems& problems);
 
     /// The entry \a key in \a section, both in lower case; an empty one if there is none.

@@ -1,9 +1,11 @@
 #include "EdsReader.h"
 
-#include "CanopenType.h"
-#include "EdsNumber.h"
 #include "can/Frame.h"
 #include "text/LineReader.h"
+
+#include <algorithm>
+
+using CAN::CANopenDataType;
 
 namespace monitor
 {
@@ -14,11 +16,62 @@ namespace
 constexpr quint32 pdos = 512;
 constexpr quint32 firstCommunication = 0x1800;
 constexpr quint32 firstMapping = 0x1A00;
-constexpr quint32 mostMapped = 64; // entries of a mapping: 64 bits of one bit each
+constexpr quint32 mostMapped = 64; // entries of a mapping, of one bit each
 constexpr int pdoBits = 64;
 constexpr quint32 notValidFlag = 0x80000000; // bit 30, "no remote request", changes nothing here
 constexpr quint32 extendedFlag = 0x20000000;
-constexpr quint32 lastDummy = 7; // the data types 1 to 7, mapped for the room they take
+constexpr quint32 lastDummy = 7; // data types 1 to 7, mapped as padding
+
+enum class Numbers { Unsigned, Signed, Float };
+
+struct CanopenType {
+    CANopenDataType code;
+    int bits;
+    Numbers numbers;
+    bool passThrough;
+};
+
+// The types of fixed length. The library has no element type for pass-through ones, nor for types
+// that are not listed, such as texts.
+constexpr CanopenType types[] = {
+    {CANopenDataType::BOOLEAN, 1, Numbers::Unsigned, true},
+    {CANopenDataType::INTEGER8, 8, Numbers::Signed, false},
+    {CANopenDataType::INTEGER16, 16, Numbers::Signed, false},
+    {CANopenDataType::INTEGER24, 24, Numbers::Signed, false},
+    {CANopenDataType::INTEGER32, 32, Numbers::Signed, false},
+    {CANopenDataType::INTEGER40, 40, Numbers::Signed, false},
+    {CANopenDataType::INTEGER48, 48, Numbers::Signed, true},
+    {CANopenDataType::INTEGER56, 56, Numbers::Signed, true},
+    {CANopenDataType::INTEGER64, 64, Numbers::Signed, false},
+    {CANopenDataType::UNSIGNED8, 8, Numbers::Unsigned, false},
+    {CANopenDataType::UNSIGNED16, 16, Numbers::Unsigned, false},
+    {CANopenDataType::UNSIGNED24, 24, Numbers::Unsigned, false},
+    {CANopenDataType::UNSIGNED32, 32, Numbers::Unsigned, false},
+    {CANopenDataType::UNSIGNED40, 40, Numbers::Unsigned, false},
+    {CANopenDataType::UNSIGNED48, 48, Numbers::Unsigned, false},
+    {CANopenDataType::UNSIGNED56, 56, Numbers::Unsigned, true},
+    {CANopenDataType::UNSIGNED64, 64, Numbers::Unsigned, false},
+    {CANopenDataType::REAL32, 32, Numbers::Float, false},
+    {CANopenDataType::REAL64, 64, Numbers::Float, false},
+};
+
+/// Gives \a signal, whose length in the PDO is known, the CANopen data type \a code (CiA 301).
+/// False if that length does not match the type: a PDO may hold fewer bits of a whole number, but
+/// not of an IEEE number.
+bool setCanopenType(quint32 code, SignalDescription& signal)
+{
+    const auto type = std::find_if(std::begin(types), std::end(types), [code](const auto& known) {
+        return known.code == static_cast<CANopenDataType>(code);
+    });
+    signal.layout.datatype = static_cast<CANopenDataType>(code);
+    signal.layout.passThrough = type == std::end(types) || type->passThrough;
+    if (type == std::end(types))
+        return true;
+    signal.layout.isSigned = type->numbers == Numbers::Signed;
+    signal.layout.isFloat = type->numbers == Numbers::Float;
+    return signal.layout.isFloat ? signal.layout.length == type->bits
+                                 : signal.layout.length <= type->bits;
+}
 
 /// Reads the PDOs of one node.
 class PdoReader
@@ -29,7 +82,7 @@ public:
     {
     }
 
-    /// The PDO of that \a number, counted from 0, without signals if it is none.
+    /// The PDO of that \a number, counted from 0; without signals if there is none.
     MessageDescription read(quint32 number)
     {
         MessageDescription message;
@@ -61,14 +114,14 @@ private:
     Problems& problems;
 };
 
-/// The number in \a entry; none without a value, and none with a warning if it is not understood.
+/// The number in \a entry, if it has a value. A value that is not a number is a problem.
 std::optional<quint32> PdoReader::readValue(const EdsEntry& entry)
 {
     if (entry.value.isEmpty())
         return std::nullopt;
     const auto number = readEdsNumber(entry.value, node);
     if (!number)
-        problems.add(entry.line, QStringLiteral("value that is no number"));
+        problems.add(entry.line, QStringLiteral("value is not a number"));
     return number;
 }
 
@@ -83,18 +136,18 @@ bool PdoReader::readCobId(quint32 index, MessageDescription& message)
     message.line = entry.line;
     const bool isPossible = message.id > 0 && (message.extended || message.id <= lastStandardId);
     if (!isPossible)
-        problems.add(entry.line, QStringLiteral("COB-ID that no PDO can have"));
+        problems.add(entry.line, QStringLiteral("COB-ID out of range for a PDO"));
     return isPossible;
 }
 
-/// How many entries of the mapping to look at: more than there can be if it does not say.
+/// How many entries of the mapping to look at; the greatest possible number if it is not given.
 quint32 PdoReader::mappedCount(quint32 index)
 {
     const EdsEntry entry = valueOf(index, 0);
     const quint32 count = readValue(entry).value_or(mostMapped);
     if (count <= mostMapped)
         return count;
-    problems.add(entry.line, QStringLiteral("number of mapped objects that is none"));
+    problems.add(entry.line, QStringLiteral("more than %1 mapped objects").arg(mostMapped));
     return 0;
 }
 
@@ -112,27 +165,28 @@ void PdoReader::readMapping(quint32 index, MessageDescription& message)
     }
 }
 
-/// Sub-index 0 often counts what could be mapped and not what is. But where something follows an
-/// entry that is not filled, its place is not certain.
+/// Sub-index 0 often counts the possible entries instead of the used ones, so empty entries at the
+/// end are fine. An object after an empty entry has no certain position.
 void PdoReader::checkRest(quint32 index, quint32 subIndex, quint32 count)
 {
     for (; subIndex <= count; ++subIndex) {
         const EdsEntry entry = valueOf(index, subIndex);
         if (entry.value.isEmpty() || readEdsNumber(entry.value, node) == 0U)
             continue;
-        return problems.add(entry.line, QStringLiteral("mapped object behind an entry that is not "
-                                                       "filled is not used"));
+        return problems.add(entry.line,
+                            QStringLiteral("mapped object after an empty entry is ignored"));
     }
 }
 
-/// Reads an entry of a mapping: index, sub-index and length in bits. False if what follows it has
-/// no certain place.
+/// Reads an entry of a mapping: index, sub-index and length in bits. False if the entries
+/// after it have no certain position.
 bool PdoReader::readMapped(const EdsEntry& entry, int& position, MessageDescription& message)
 {
     const auto mapped = readValue(entry);
     const int length = static_cast<int>(mapped.value_or(0) & 0xFF);
     if (mapped && (length == 0 || position + length > pdoBits))
-        problems.add(entry.line, QStringLiteral("mapped object that does not fit into its PDO"));
+        problems.add(entry.line,
+                     QStringLiteral("mapped object is empty or does not fit into its PDO"));
     if (!mapped || length == 0 || position + length > pdoBits)
         return false;
     if (*mapped >> 16 > lastDummy)
@@ -146,17 +200,17 @@ void PdoReader::addSignal(const EdsEntry& entry, quint32 mapped, int position,
 {
     const auto object = dictionary.object(mapped >> 16, mapped >> 8 & 0xFF);
     if (!object)
-        return problems.add(entry.line, QStringLiteral("mapped object that is not described"));
+        return problems.add(entry.line, QStringLiteral("mapped object is not described"));
     const auto datatype = readEdsNumber(object->datatype.value, node);
     if (!datatype)
-        return problems.add(entry.line, QStringLiteral("mapped object without a data type"));
+        return problems.add(entry.line, QStringLiteral("mapped object has no valid data type"));
     SignalDescription signal;
     signal.name = object->name.simplified();
     signal.layout.startBit = position;
     signal.layout.length = static_cast<int>(mapped & 0xFF);
     if (!setCanopenType(*datatype, signal))
-        return problems.add(entry.line, QStringLiteral("mapped object whose length does not suit "
-                                                       "its data type"));
+        return problems.add(entry.line, QStringLiteral("mapped object has a length that does "
+                                                       "not match its data type"));
     message.signalDescriptions.append(signal);
 }
 

@@ -24,7 +24,7 @@ TEST(DbcAttributes, FloatingPointSignalOfAWrongLengthIsLeftOutInsteadOfShownWron
                                   "SIG_VALTYPE_ 2364540158 F : 1;\n"
                                   "SIG_VALTYPE_ 2364540158 I : 2;\n");
     EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.isEmpty());
-    EXPECT_EQ(dbc.warnings.count("is not decoded\n"), 2);
+    EXPECT_EQ(dbc.warnings.count("floating-point signal is not decoded: "), 2);
     EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:4: ")) << dbc.warnings.toStdString();
 }
 
@@ -47,8 +47,8 @@ TEST(DbcAttributes, SpnIsThatOfItsSignal)
                                                "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 524288;\n"
                                                "BA_ \"Other\" SG_ 2364540158 EngineSpeed 92;\n");
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).spn, 190U);
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: SPN that is none, or of no signal\n"
-                                    "x.dbc:5: SPN that is none, or of no signal\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: SPN out of range, or no such signal\n"
+                                    "x.dbc:5: SPN out of range, or no such signal\n"));
 }
 
 TEST(DbcAttributes, AttributeMayHoldATextOverSeveralLines)

@@ -116,7 +116,7 @@ TEST(DbcReader, SignalsBelowOneOfTwoMultiplexorsAreNotClear)
                                   " SG_ Part M : 8|8@1+ (1,0) [0|0] \"\" X\n"
                                   " SG_ Deep m1 : 16|8@1+ (1,0) [0|0] \"\" X");
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), 2);
-    EXPECT_TRUE(dbc.warnings.contains("which multiplexor is not clear"));
+    EXPECT_TRUE(dbc.warnings.contains("it needs exactly one multiplexor"));
 }
 
 TEST(DbcReader, MultiplexedSignalWithoutAMultiplexorIsAWarning)
@@ -153,7 +153,7 @@ TEST(DbcReader, TextThatNeverEndsIsAWarningWithTheLineOfItsBeginning)
 {
     const Dbc dbc = readDbc("VERSION \"\"\nCM_ \"never ends\nBO_ 1 Hidden: 8 X\n");
     EXPECT_TRUE(dbc.messages.isEmpty());
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: a text that begins here never ends\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: text without a closing quotation mark\n"));
 }
 
 TEST(DbcReader, HolderOfIndependentSignalsIsNoMessage)

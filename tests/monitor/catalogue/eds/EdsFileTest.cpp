@@ -1,7 +1,6 @@
 #include "../../text/problemText.h"
 
 #include <catalogue/eds/EdsDictionary.h>
-#include <catalogue/eds/EdsNumber.h>
 
 #include <gtest/gtest.h>
 

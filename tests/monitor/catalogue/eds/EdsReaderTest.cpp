@@ -155,7 +155,7 @@ TEST(EdsReader, ObjectThatCannotBeUsedKeepsItsRoom)
     }
 }
 
-TEST(EdsReader, ObjectsWithoutAnElementTypeAreCarried)
+TEST(EdsReader, ObjectsWithoutAnElementTypeArePassedThrough)
 {
     const Pdos pdos = read(objects + pdo("0x185", "2", {"0x20040030", "0x20050010"}));
     EXPECT_EQ(pdos.warnings, QString());
