@@ -1,6 +1,5 @@
 #include "Decoder.h"
 
-#include "RawBits.h"
 #include "can/J1939Id.h"
 
 #include <algorithm>
@@ -12,14 +11,14 @@ namespace monitor
 namespace
 {
 
-/// What a frame without a PGN is known by.
+/// The key of a message in Decoder::byId.
 quint32 keyOf(quint32 id, bool extended)
 {
     constexpr quint32 extendedFlag = 0x80000000;
     return extended ? id | extendedFlag : id;
 }
 
-/// The value of the multiplexor of \a message in \a payload, none if it has none there.
+/// The value of the multiplexor of \a message in \a payload, if it is there.
 std::optional<quint64> multiplexorValue(const Payload& payload, const CatalogueMessage& message)
 {
     for (const CatalogueSignal& signal : message.catalogueSignals) {
@@ -30,7 +29,7 @@ std::optional<quint64> multiplexorValue(const Payload& payload, const CatalogueM
     return std::nullopt;
 }
 
-/// What is finite in the frame may still leave the range of double by its scaling.
+/// May be infinite even if the number in the frame is finite.
 double scaledFloat(quint64 bits, const CatalogueSignal& signal)
 {
     return floatIn(bits, signal.layout.length) * signal.scaling.factor + signal.scaling.offset;
@@ -47,13 +46,13 @@ bool isPresent(const CatalogueSignal& signal, const Payload& payload,
 
 } // namespace
 
-Decoder::Decoder(QVector<CatalogueMessage> messageDescriptions)
-    : descriptions(std::move(messageDescriptions))
+Decoder::Decoder(QVector<CatalogueMessage> catalogueMessages)
+    : knownMessages(std::move(catalogueMessages))
 {
-    // The hash gives the entry inserted last first, so the order of the description is kept by
-    // going through it backwards.
-    for (int i = descriptions.size() - 1; i >= 0; --i) {
-        const CatalogueMessage& message = descriptions.at(i);
+    // The hash returns the latest entry of a key first, so messages are inserted backwards to be
+    // found in the order of the catalogue.
+    for (int i = knownMessages.size() - 1; i >= 0; --i) {
+        const CatalogueMessage& message = knownMessages.at(i);
         if (message.protocol == Protocol::J1939)
             byPgn.insert(pgnOf(message.id), i);
         else
@@ -87,10 +86,10 @@ void Decoder::decodeAll(const Payload& payload, const Messages& messagesByKey, q
 
 void Decoder::decodeMessage(const Payload& payload, int message)
 {
-    const CatalogueMessage& description = descriptions.at(message);
-    const std::optional<quint64> multiplexor = multiplexorValue(payload, description);
-    for (int i = 0; i < description.catalogueSignals.size(); ++i) {
-        const CatalogueSignal& signal = description.catalogueSignals.at(i);
+    const CatalogueMessage& known = knownMessages.at(message);
+    const std::optional<quint64> multiplexor = multiplexorValue(payload, known);
+    for (int i = 0; i < known.catalogueSignals.size(); ++i) {
+        const CatalogueSignal& signal = known.catalogueSignals.at(i);
         if (!signal.rules.chosen || !isPresent(signal, payload, multiplexor))
             continue;
         DecodedSignal found;
@@ -98,12 +97,12 @@ void Decoder::decodeMessage(const Payload& payload, int message)
         found.signal = i;
         found.bits = extractBits(payload.data, signal.layout);
         found.microseconds = payload.microseconds;
-        if (description.protocol == Protocol::J1939) {
+        if (known.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(payload.id);
             if (signal.rules.reservesRawValues)
                 found.availability = availabilityOf(found.bits, signal.layout.length);
         } else {
-            found.source = description.node;
+            found.source = known.node;
         }
         if (signal.layout.isFloat)
             found.availability = availabilityOf(scaledFloat(found.bits, signal));

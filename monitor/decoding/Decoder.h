@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Availability.h"
+#include "RawValue.h"
 #include "can/Payload.h"
 #include "catalogue/Catalogue.h"
 
@@ -14,7 +14,7 @@ namespace monitor
 
 /// One signal found in a frame.
 struct DecodedSignal {
-    int message = 0;              ///< index of the message in the description
+    int message = 0;              ///< index in Decoder::messages()
     int signal = 0;               ///< index of the signal in the message
     std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
@@ -22,31 +22,30 @@ struct DecodedSignal {
     std::optional<qint64> microseconds; ///< when it was seen
 };
 
-/// Finds the signals of a description in frames. 29-bit messages are matched by PGN, whatever
-/// their priority, source and, for PDU1, destination; 11-bit ones by their id. This class is
-/// reentrant.
+/// Finds the signals of a catalogue in frames. J1939 messages are matched by PGN, whatever their
+/// priority, source and, for PDU1, destination; all others by their id. This class is reentrant.
 class Decoder
 {
 public:
-    explicit Decoder(QVector<CatalogueMessage> messageDescriptions);
+    explicit Decoder(QVector<CatalogueMessage> catalogueMessages);
 
-    const QVector<CatalogueMessage>& messages() const { return descriptions; }
+    const QVector<CatalogueMessage>& messages() const { return knownMessages; }
 
-    /// The signals in \a frame, in the order of the description; none in a remote frame. Left out
-    /// are signals that the data is too short for, and multiplexed ones of another multiplexor
-    /// value, and what is not chosen. The answer is good until the next call.
+    /// The chosen signals in \a frame, in the order of the catalogue. Signals that do not fit into
+    /// the data and multiplexed ones of another multiplexor value are left out; a remote frame has
+    /// no signals. The result is valid until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
-    /// The same for data that need not have come in one frame.
+    /// The same for the data of one or several frames.
     const QVector<DecodedSignal>& decode(const Payload& payload);
 
 private:
-    using Messages = QMultiHash<quint32, int>; // indices by what a frame is known by
+    using Messages = QMultiHash<quint32, int>; // indices of messages by PGN or id
 
     void decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key);
     void decodeMessage(const Payload& payload, int message);
 
-    QVector<CatalogueMessage> descriptions;
+    QVector<CatalogueMessage> knownMessages;
     Messages byPgn; // J1939
     Messages byId;  // all others
     QVector<DecodedSignal> decoded;

@@ -1,6 +1,7 @@
 #include "RawValue.h"
 
-#include "RawBits.h"
+#include <cmath>
+#include <cstring>
 
 using CAN::CANopenDataType;
 
@@ -9,6 +10,19 @@ namespace monitor
 
 namespace
 {
+
+quint64 bitAt(const quint8* data, int position)
+{
+    return data[position / 8] >> (position % 8) & 1U;
+}
+
+/// The position of the next less significant bit: the one below, except that in Motorola order the
+/// highest bit of the next byte follows the lowest of a byte.
+int nextLower(int position, ByteOrder order)
+{
+    const bool crosses = order == ByteOrder::Motorola && position % 8 == 0;
+    return crosses ? position + 15 : position - 1;
+}
 
 QVariant textIn(quint64 bits, const SignalLayout& layout)
 {
@@ -26,6 +40,54 @@ QVariant floatValueOf(double number, int length)
 }
 
 } // namespace
+
+quint64 extractBits(const quint8* data, const SignalLayout& layout)
+{
+    const bool intel = layout.byteOrder == ByteOrder::Intel;
+    int position = intel ? layout.startBit + layout.length - 1 : layout.startBit;
+    quint64 bits = 0;
+    for (int i = 0; i < layout.length; ++i) {
+        bits = bits << 1 | bitAt(data, position);
+        position = nextLower(position, layout.byteOrder);
+    }
+    return bits;
+}
+
+double floatIn(quint64 bits, int length)
+{
+    const auto shortBits = static_cast<quint32>(bits);
+    double number = 0;
+    float shortNumber = 0;
+    static_assert(sizeof number == sizeof bits && sizeof shortNumber == sizeof shortBits);
+    std::memcpy(&number, &bits, sizeof number);
+    std::memcpy(&shortNumber, &shortBits, sizeof shortNumber);
+    return length == 32 ? static_cast<double>(shortNumber) : number;
+}
+
+qint64 signExtended(quint64 bits, int length)
+{
+    const quint64 sign = quint64{1} << (length - 1);
+    return static_cast<qint64>((bits ^ sign) - sign);
+}
+
+Availability availabilityOf(double value)
+{
+    if (std::isnan(value))
+        return Availability::NotAvailable;
+    return std::isinf(value) ? Availability::Error : Availability::Measured;
+}
+
+Availability availabilityOf(quint64 raw, int length)
+{
+    if (length < 8 && length != 4 && length != 2)
+        return Availability::Measured;
+    const int topBits = length < 8 ? length : 8;
+    const quint64 top = raw >> (length - topBits);
+    const quint64 highest = (quint64{1} << topBits) - 1;
+    if (top == highest)
+        return Availability::NotAvailable;
+    return top == highest - 1 ? Availability::Error : Availability::Measured;
+}
 
 bool holdsNumber(const SignalLayout& layout)
 {
