@@ -1,14 +1,9 @@
 #include "CommandLine.h"
 
-#include "BusArguments.h"
-#include "FileArguments.h"
-#include "catalogue/readers.h"
-#include "outputs/outputs.h"
+#include "sources/recording/formats.h"
+#include "text/suggestions.h"
 
 #include <QtCore/QCommandLineParser>
-
-#include <algorithm>
-#include <cmath>
 
 namespace monitor
 {
@@ -16,275 +11,282 @@ namespace monitor
 namespace
 {
 
-const QString configOption = QStringLiteral("config");
-const QString dbcOption = QStringLiteral("dbc");
-const QString edsOption = QStringLiteral("eds");
-const QString formatOption = QStringLiteral("format");
-const QString helpOption = QStringLiteral("help");
-const QString kOption = QStringLiteral("k");
-const QString limitsOption = QStringLiteral("limits");
-const QString nodeOption = QStringLiteral("node");
-const QString signalOption = QStringLiteral("signal");
+constexpr QLatin1String helpOption("help");
+constexpr QLatin1String versionOption("version");
 
-void describe(QCommandLineParser& parser)
+const CommandRow* findCommand(const QString& name)
 {
-    parser.setApplicationDescription(
-        QStringLiteral("Shows the signals of CAN traffic with their statistics.\n\n"
-                       "Exit status: 0 done, 1 nothing could be decoded or sent, 2 wrong use, a "
-                       "file that cannot be read, a bus that cannot be connected or is lost, or "
-                       "output that cannot be written."));
-    // Not addHelpOption(), which would offer help on options of Qt that there are none of.
-    parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
-    parser.addPositionalArgument(QStringLiteral("replay FILE"),
-                                 QStringLiteral("Replay a recording, as candump or a Vector tool "
-                                                "(ASC) writes it, and print its figures."));
-    parser.addPositionalArgument(QStringLiteral("live"),
-                                 QStringLiteral("Watch a bus, and print its figures at the end."),
-                                 QStringLiteral("| live"));
-    parser.addPositionalArgument(QStringLiteral("window"),
-                                 QStringLiteral("The same in a window, with charts."),
-                                 QStringLiteral("| window"));
-    parser.addPositionalArgument(QStringLiteral("send FILE"),
-                                 QStringLiteral("Play a recording onto a bus."),
-                                 QStringLiteral("| send FILE"));
-    parser.addPositionalArgument(QStringLiteral("show FILE"),
-                                 QStringLiteral("Print the figures of saved series."),
-                                 QStringLiteral("| show FILE"));
-    parser.addOption({dbcOption, QStringLiteral("The description of the messages and signals."),
-                      QStringLiteral("FILE.dbc")});
-    parser.addOption({edsOption,
-                      QStringLiteral("The EDS or DCF of a CANopen node, whose number --node gives. "
-                                     "May be repeated, with a --node each."),
-                      QStringLiteral("FILE.eds")});
-    parser.addOption(
-        {nodeOption, QStringLiteral("The node that --eds describes."), QStringLiteral("N")});
-    parser.addOption({configOption,
-                      QStringLiteral("Scalings, limits and k from a file; options count more."),
-                      QStringLiteral("FILE.json")});
-    parser.addOption({formatOption,
-                      QStringLiteral("How to print the figures: table, json or csv (default: "
-                                     "table)."),
-                      QStringLiteral("FORMAT"), QStringLiteral("table")});
-    parser.addOption({kOption,
-                      QStringLiteral("The band reaches K deviations to either side of the "
-                                     "average (default: 3)."),
-                      QStringLiteral("K")});
-    parser.addOption({signalOption,
-                      QStringLiteral("Only the signals of that name; * and ? are wildcards. May "
-                                     "be repeated."),
-                      QStringLiteral("PATTERN")});
-    parser.addOption({limitsOption,
-                      QStringLiteral("Rate the signal by these limits instead of its band. May be "
-                                     "repeated."),
-                      QStringLiteral("SIGNAL=LOWER:UPPER")});
-    describeFileOptions(parser);
-    describeBusOptions(parser);
-}
-
-/// The names of the options about what to look for and how to print it.
-QStringList monitorOptionNames()
-{
-    return QStringList{configOption, dbcOption,    edsOption,  formatOption,
-                       kOption,      limitsOption, nodeOption, signalOption} +
-           fileOptionNames();
-}
-
-bool readFormat(const QString& name, QString& format)
-{
-    format = name;
-    const auto isMeant = [&](const OutputKind& kind) {
-        return kind.isPrinted() && kind.name == name;
-    };
-    return std::any_of(outputKinds().begin(), outputKinds().end(), isMeant);
-}
-
-/// Reads "EngineSpeed=600:2200". The last equals sign counts, since a name may have one. Returns
-/// the complaint about it.
-QString readLimits(const QString& text, SignalSettings& given)
-{
-    QString complaint = QStringLiteral("--limits needs SIGNAL=LOWER:UPPER, not \"%1\"").arg(text);
-    const int equals = text.lastIndexOf('=');
-    const QStringList numbers = text.mid(equals + 1).split(':');
-    if (equals < 1 || numbers.size() != 2)
-        return complaint;
-    bool isLower = false;
-    bool isUpper = false;
-    given.pattern = text.left(equals);
-    given.limits = ValueRange{numbers.at(0).toDouble(&isLower), numbers.at(1).toDouble(&isUpper)};
-    if (!isLower || !isUpper || !std::isfinite(given.limits->lowest) ||
-        !std::isfinite(given.limits->highest))
-        return complaint;
-    if (given.limits->lowest > given.limits->highest)
-        return QStringLiteral("--limits \"%1\": the lower limit is above the upper one").arg(text);
-    return QString();
-}
-
-/// The complaint about the options that change what is shown of signals.
-QString readSignalOptions(const QCommandLineParser& parser, MonitorOptions& options)
-{
-    bool understood = true;
-    if (parser.isSet(kOption))
-        options.k = parser.value(kOption).toDouble(&understood);
-    if (!understood || !std::isfinite(options.k.value_or(0)) || options.k.value_or(0) < 0)
-        return QStringLiteral("--k needs a number that is not negative");
-    options.config = parser.value(configOption);
-    options.patterns = parser.values(signalOption);
-    for (const QString& text : parser.values(limitsOption)) {
-        SignalSettings given;
-        QString complaint = readLimits(text, given);
-        if (!complaint.isEmpty())
-            return complaint;
-        options.limits.append(given);
+    for (const CommandRow& row : commandRows()) {
+        if (name == QLatin1String(row.name))
+            return &row;
     }
-    return QString();
+    return nullptr;
 }
 
-/// The complaint about the options that name descriptions. Each --eds goes with the --node at the
-/// same place.
-QString readDescriptionOptions(const QCommandLineParser& parser, MonitorOptions& options)
+/// The option of that name, null for those that every command has.
+const OptionRow* findOption(const QString& name)
 {
-    const QStringList files = parser.values(edsOption);
-    const QStringList nodes = parser.values(nodeOption);
-    if (parser.values(dbcOption).isEmpty() && files.isEmpty())
-        return QStringLiteral("--dbc FILE.dbc is needed, or --eds FILE.eds --node N");
-    if (files.size() != nodes.size())
-        return QStringLiteral("every --eds FILE.eds needs a --node N, and the other way round");
-    options.dbc = parser.value(dbcOption);
-    for (int i = 0; i < files.size(); ++i) {
-        const auto node = readNodeId(nodes.at(i));
-        if (!node)
-            return QStringLiteral("--node needs a number from 1 to 127");
-        const NodeDescription description{files.at(i), *node};
-        for (const NodeDescription& other : options.nodes) {
-            if (other.node == description.node)
-                return QStringLiteral("--node %1 is given twice").arg(other.node);
+    for (const OptionRow& row : optionRows()) {
+        if (name == QLatin1String(row.name))
+            return &row;
+    }
+    return nullptr;
+}
+
+QStringList commandNames()
+{
+    QStringList names;
+    for (const CommandRow& row : commandRows())
+        names += QLatin1String(row.name);
+    return names;
+}
+
+/// \a text in lines of at most 79 characters, each after \a indent blanks.
+QString wrapped(const QString& text, int indent)
+{
+    constexpr int width = 79;
+    const QString margin(indent, ' ');
+    QString lines;
+    QString line = margin;
+    for (const QString& word : text.split(' ')) {
+        if (line.size() > indent && line.size() + 1 + word.size() > width) {
+            lines += line + '\n';
+            line = margin;
         }
-        options.nodes.append(description);
+        line += (line.size() > indent ? QStringLiteral(" ") : QString()) + word;
     }
-    return QString();
+    return lines + line + '\n';
 }
 
-/// The complaint about the options on what is printed and written.
-QString readOutputOptions(const QCommandLineParser& parser, MonitorOptions& options)
+QString usageOf(const CommandRow& row)
 {
-    if (!readFormat(parser.value(formatOption), options.format))
-        return QStringLiteral("--format needs table, json or csv");
-    return readFileOptions(parser, options);
+    return QString::fromLatin1(row.name) + (*row.argument ? " " : "") + QLatin1String(row.argument);
 }
 
-/// The complaint about the options on what to look for and how to print it.
-QString readMonitorOptions(const QCommandLineParser& parser, MonitorOptions& options)
+/// A term and what it means below it.
+QString helpEntry(const QString& term, const QString& meaning)
 {
-    QString complaint = readOutputOptions(parser, options);
-    if (complaint.isEmpty())
-        complaint = readDescriptionOptions(parser, options);
-    return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
+    return QStringLiteral("  ") + term + '\n' + wrapped(meaning, 6);
 }
 
-/// The complaint about options that \a command does not take, or that come twice but count once.
-QString checkOptions(const QCommandLineParser& parser, const QString& command,
-                     const QStringList& options)
+QString generalHelp()
 {
-    const QStringList repeatable{edsOption, nodeOption, signalOption, limitsOption};
+    QString text = QStringLiteral("Usage: vantrel COMMAND [OPTION]...\n\n"
+                                  "Shows the signals of CAN traffic with their statistics.\n\n"
+                                  "Commands:\n");
+    for (const CommandRow& row : commandRows())
+        text += helpEntry(usageOf(row), QLatin1String(row.help));
+    QStringList formats;
+    for (const RecordingFormat& format : recordingFormats())
+        formats += format.name;
+    text += QStringLiteral("\nOptions:\n");
+    text += helpEntry(QStringLiteral("-h, --help"), QStringLiteral("Print this help."));
+    text += helpEntry(QStringLiteral("--version"), QStringLiteral("Print the version."));
+    text += QStringLiteral("\n\"vantrel COMMAND --help\" lists the options of a command.\n\n");
+    text +=
+        wrapped(QStringLiteral("Formats of recordings: %1.").arg(listed(formats, "and")), 0) + '\n';
+    return text + wrapped(QStringLiteral("Exit status: 0 success, 1 nothing could be decoded or "
+                                         "sent, 2 usage error, a file that cannot be read, a bus "
+                                         "that cannot be connected or is lost, or output that "
+                                         "cannot be written."),
+                          0);
+}
+
+QString helpOf(const CommandRow& command)
+{
+    QString text = QStringLiteral("Usage: vantrel %1 [OPTION]...\n\n").arg(usageOf(command)) +
+                   wrapped(QLatin1String(command.help), 0) + QStringLiteral("\nOptions:\n");
+    for (const OptionRow& row : optionRows()) {
+        QString help = row.help;
+        if (row.occurrence == Occurrence::AnyNumber)
+            help += QStringLiteral(" May be repeated.");
+        if (row.occurrence == Occurrence::ExactlyOnce)
+            help += QStringLiteral(" Required.");
+        if (row.commands.testFlag(command.id))
+            text += helpEntry(row.usage(), help);
+    }
+    return text + helpEntry(QStringLiteral("-h, --help"), QStringLiteral("Print this help."));
+}
+
+/// The error of an option that no command has. \a command, if it is known, limits what is
+/// suggested.
+QString unknownOption(const QString& name, const CommandRow* command)
+{
+    QStringList candidates{QStringLiteral("--help"), QStringLiteral("--version")};
+    for (const OptionRow& row : optionRows()) {
+        if (!command || row.commands.testFlag(command->id))
+            candidates += QStringLiteral("--") + QLatin1String(row.name);
+    }
+    const QString option = (name.size() == 1 ? "-" : "--") + name;
+    return QStringLiteral("unknown option ") + option + didYouMean(option, candidates);
+}
+
+QString unknownCommand(const QString& name)
+{
+    const QString suggestion = didYouMean(name, commandNames());
+    return QStringLiteral("unknown command \"%1\"").arg(name) +
+           (suggestion.isEmpty()
+                ? QStringLiteral(" (available: %1)").arg(commandNames().join(QStringLiteral(", ")))
+                : suggestion);
+}
+
+QString missingValue(const OptionRow& row)
+{
+    return QStringLiteral("option --%1 needs a value: %2").arg(row.name, row.usage());
+}
+
+/// Why \a parser could not tell options and values apart.
+QString parseError(const QCommandLineParser& parser)
+{
+    for (const OptionRow& row : optionRows()) {
+        const int given = parser.optionNames().count(row.name);
+        if (!row.isFlag() && parser.values(row.name).size() < given)
+            return missingValue(row);
+    }
+    return parser.errorText();
+}
+
+/// Reads one occurrence of an option that \a command may or may not take. Returns the error.
+QString readOption(const OptionRow& row, const CommandRow& command, int earlier,
+                   const QString& value, Options& options)
+{
+    const QString option = QStringLiteral("option --") + QLatin1String(row.name);
+    if (!row.commands.testFlag(command.id)) {
+        QStringList owners;
+        for (const CommandRow& other : commandRows()) {
+            if (row.commands.testFlag(other.id))
+                owners += QLatin1String(other.name);
+        }
+        return QStringLiteral("%1 belongs to %2, not to %3")
+            .arg(option, listed(owners, "and"), QLatin1String(command.name));
+    }
+    if (earlier > 0 && row.occurrence != Occurrence::AnyNumber)
+        return option + QStringLiteral(" can be given only once");
+    if (value.isEmpty() && !row.isFlag())
+        return missingValue(row);
+    const QString error = row.read(value, options);
+    return error.isEmpty() ? error : option + ' ' + error;
+}
+
+/// Reads the options that were given to \a command, in their order. Returns the error.
+QString readOptions(const QCommandLineParser& parser, const CommandRow& command, Options& options)
+{
     const QStringList given = parser.optionNames(); // each as often as it was given
-    for (const QString& option : given) {
-        if (!options.contains(option))
-            return QStringLiteral("%1 takes no --%2").arg(command, option);
-        if (given.count(option) > 1 && !repeatable.contains(option))
-            return QStringLiteral("--%1 can be given only once").arg(option);
+    for (int i = 0; i < given.size(); ++i) {
+        const int earlier = given.mid(0, i).count(given.at(i));
+        const QString value = parser.values(given.at(i)).value(earlier);
+        const OptionRow* row = findOption(given.at(i));
+        const QString error = row ? readOption(*row, command, earlier, value, options) : QString();
+        if (!error.isEmpty())
+            return error;
     }
     return QString();
 }
 
-QString readReplay(const QCommandLineParser& parser, std::optional<ReplayOptions>& replay)
+/// The error of a missing file, or of one that \a command does not take.
+QString checkFiles(const QStringList& files, const CommandRow& command)
 {
-    const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 2)
-        return QStringLiteral("replay needs exactly one recording");
-    ReplayOptions& options = replay.emplace();
-    options.recording = arguments.at(1);
-    const QString complaint = checkOptions(parser, QStringLiteral("replay"), monitorOptionNames());
-    return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
+    const QString name = QLatin1String(command.name);
+    if (*command.argument == '\0')
+        return files.isEmpty() ? QString()
+                               : QStringLiteral("%1 takes no file, but \"%2\" is given")
+                                     .arg(name, files.constFirst());
+    return files.size() == 1 ? QString()
+                             : QStringLiteral("%1 needs exactly one file: vantrel %2")
+                                   .arg(name, usageOf(command));
 }
 
-/// Reads `live` or `window`, which take the same options.
-QString readLive(const QCommandLineParser& parser, std::optional<LiveOptions>& live)
+/// The error of missing options, or of descriptions without their nodes.
+QString complete(const QCommandLineParser& parser, const CommandRow& command, Options& options)
 {
-    const QString command = parser.positionalArguments().constFirst();
-    if (parser.positionalArguments().size() != 1)
-        return QStringLiteral("%1 takes options only").arg(command);
-    LiveOptions& options = live.emplace();
-    options.window = command == QLatin1String("window");
-    QString complaint = checkOptions(parser, command, monitorOptionNames() + liveOptionNames());
-    if (complaint.isEmpty())
-        complaint = readLiveOptions(parser, options);
-    return complaint.isEmpty() ? readMonitorOptions(parser, options) : complaint;
+    QStringList missing;
+    for (const OptionRow& row : optionRows()) {
+        if (row.occurrence == Occurrence::ExactlyOnce && row.commands.testFlag(command.id) &&
+            !parser.isSet(QLatin1String(row.name)))
+            missing += row.usage();
+    }
+    QString error;
+    if (!missing.isEmpty())
+        error = QStringLiteral("needs ") + listed(missing, "and");
+    else if (decodingCommands.testFlag(command.id))
+        error = completeDescriptions(options);
+    return error.isEmpty() ? error : QLatin1String(command.name) + QStringLiteral(" ") + error;
 }
 
-QString readSend(const QCommandLineParser& parser, std::optional<SendOptions>& send)
+/// What \a command is to do by the options and files that were given to it.
+Command readCommand(const QCommandLineParser& parser, const CommandRow& command)
 {
-    const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 2)
-        return QStringLiteral("send needs exactly one recording");
-    SendOptions& options = send.emplace();
-    options.recording = arguments.at(1);
-    const QString complaint = checkOptions(parser, QStringLiteral("send"), sendOptionNames());
-    return complaint.isEmpty() ? readSendOptions(parser, options) : complaint;
-}
-
-/// What signals there are and how they are described stands in the file.
-QString readShow(const QCommandLineParser& parser, std::optional<ShowOptions>& show)
-{
-    const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 2)
-        return QStringLiteral("show needs exactly one file of saved series");
-    ShowOptions& options = show.emplace();
-    options.file = arguments.at(1);
-    QString complaint =
-        checkOptions(parser, QStringLiteral("show"), showOptionNames() << formatOption << kOption);
-    if (complaint.isEmpty())
-        complaint = readOutputOptions(parser, options);
-    return complaint.isEmpty() ? readSignalOptions(parser, options) : complaint;
-}
-
-/// Reads the command with its arguments and options into \a commandLine. Returns the complaint
-/// about them, empty if there is none.
-QString readCommand(const QCommandLineParser& parser, CommandLine& commandLine)
-{
-    const QString command = parser.positionalArguments().value(0);
-    if (command == QLatin1String("replay"))
-        return readReplay(parser, commandLine.replay);
-    if (command == QLatin1String("live") || command == QLatin1String("window"))
-        return readLive(parser, commandLine.live);
-    if (command == QLatin1String("send"))
-        return readSend(parser, commandLine.send);
-    if (command == QLatin1String("show"))
-        return readShow(parser, commandLine.show);
-    const QString problem = command.isEmpty()
-                                ? QStringLiteral("the command is missing")
-                                : QStringLiteral("there is no command \"%1\"").arg(command);
-    return problem + QStringLiteral(": replay FILE, live, window, send FILE or show FILE");
+    const QStringList files = parser.positionalArguments().mid(1);
+    Options options;
+    QString error = checkFiles(files, command);
+    if (error.isEmpty())
+        error = readOptions(parser, command, options);
+    if (error.isEmpty())
+        error = complete(parser, command, options);
+    if (error.isEmpty())
+        return command.make(options, files.value(0));
+    return UsageError{error, QLatin1String(command.name)};
 }
 
 } // namespace
 
-CommandLine readCommandLine(const QStringList& arguments)
+const QVector<CommandRow>& commandRows()
+{
+    static const QVector<CommandRow> rows{
+        {"replay", CommandId::Replay, "FILE",
+         "Replay a recording and print the statistics of its signals.",
+         [](const Options& options, const QString& file) -> Command {
+             return ReplayOptions{MonitorOptions(options), file};
+         }},
+        {"live", CommandId::Live, "",
+         "Watch a bus on the terminal, and print the statistics at the end.",
+         [](const Options& options, const QString&) -> Command { return LiveOptions(options); }},
+        {"window", CommandId::Window, "",
+         "Watch a bus in a window with charts, and print the statistics at the end.",
+         [](const Options& options, const QString&) -> Command {
+             LiveOptions live = options;
+             live.window = true;
+             return live;
+         }},
+        {"send", CommandId::Send, "FILE", "Send the frames of a recording on a bus.",
+         [](const Options& options, const QString& file) -> Command {
+             return SendOptions{file, options.bus, options.speed};
+         }},
+        {"show", CommandId::Show, "FILE", "Print the statistics of a run saved with --save.",
+         [](const Options& options, const QString& file) -> Command {
+             return ShowOptions{MonitorOptions(options), file};
+         }},
+    };
+    return rows;
+}
+
+Command readCommandLine(const QStringList& arguments)
 {
     QCommandLineParser parser;
-    describe(parser);
-    CommandLine commandLine;
-    QString complaint;
-    if (!parser.parse(arguments))
-        complaint = parser.errorText();
-    else if (parser.isSet(helpOption))
-        commandLine.help = parser.helpText();
-    else
-        complaint = readCommand(parser, commandLine);
-    if (complaint.isEmpty())
-        return commandLine;
-    commandLine = CommandLine();
-    commandLine.error = complaint;
-    return commandLine;
+    parser.addOption({{QStringLiteral("h"), helpOption}, QString()});
+    parser.addOption({versionOption, QString()});
+    for (const OptionRow& row : optionRows())
+        parser.addOption({row.name, QString(), row.valueName});
+    const bool isParsed = parser.parse(arguments);
+
+    const QString name = parser.positionalArguments().value(0);
+    const CommandRow* command = findCommand(name);
+    const QString commandName = command ? name : QString();
+    const QStringList unknown = parser.unknownOptionNames();
+    if (!unknown.isEmpty())
+        return UsageError{unknownOption(unknown.constFirst(), command), commandName};
+    if (!isParsed)
+        return UsageError{parseError(parser), commandName};
+    if (parser.isSet(versionOption))
+        return VersionRequest{};
+    if (parser.isSet(helpOption) && (command || name.isEmpty()))
+        return HelpRequest{command ? helpOf(*command) : generalHelp()};
+    if (command)
+        return readCommand(parser, *command);
+    return UsageError{name.isEmpty() ? QStringLiteral("no command given (available: %1)")
+                                           .arg(commandNames().join(QStringLiteral(", ")))
+                                     : unknownCommand(name),
+                      QString()};
 }
 
 } // namespace monitor

@@ -4,26 +4,47 @@
 #include "ReplayCommand.h"
 #include "SendCommand.h"
 #include "ShowCommand.h"
+#include "options.h"
 
 #include <QtCore/QStringList>
 
-#include <optional>
+#include <variant>
 
 namespace monitor
 {
 
-/// What the arguments of the program ask for.
-struct CommandLine {
-    std::optional<ReplayOptions> replay;
-    std::optional<LiveOptions> live;
-    std::optional<SendOptions> send;
-    std::optional<ShowOptions> show;
-    QString help;  ///< to be printed if that is asked for, else empty
-    QString error; ///< what is wrong with the arguments, else empty
+/// The user asks for help.
+struct HelpRequest {
+    QString text; ///< to be printed
 };
 
-/// Reads \a arguments, the name of the program first. One of the parts is filled. There must
-/// be a QCoreApplication for the help, which names the program.
-CommandLine readCommandLine(const QStringList& arguments);
+/// The user asks for the version of the program.
+struct VersionRequest {
+};
+
+/// The arguments cannot be understood.
+struct UsageError {
+    QString text;    ///< what is wrong, and how to put it right
+    QString command; ///< whose help helps; empty: the help on all commands
+};
+
+/// What the user asks the program to do.
+using Command = std::variant<ReplayOptions, LiveOptions, SendOptions, ShowOptions, HelpRequest,
+                             VersionRequest, UsageError>;
+
+/// A command: parsing and help follow from its row and from the rows of its options.
+struct CommandRow {
+    const char* name;
+    CommandId id;
+    const char* argument; ///< the file that it needs, such as "FILE"; empty: it takes only options
+    const char* help;
+    Command (*make)(const Options& options, const QString& file);
+};
+
+/// All commands: a new one is a row here.
+const QVector<CommandRow>& commandRows();
+
+/// Reads \a arguments, the name of the program first.
+Command readCommandLine(const QStringList& arguments);
 
 } // namespace monitor

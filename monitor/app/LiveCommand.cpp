@@ -26,7 +26,7 @@ std::unique_ptr<SnapshotSink> makeDisplay(const LiveOptions& options, Session& s
 {
     if (options.window)
         return std::make_unique<MonitorWindow>(session, options.bus.name(), options.leastRating);
-    if (options.format == outputKinds().constFirst().name && Terminal::isThere())
+    if (options.printed == &defaultOutputKind() && Terminal::isThere())
         return std::make_unique<TerminalDisplay>(session, options.leastRating);
     return nullptr;
 }

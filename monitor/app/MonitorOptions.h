@@ -1,30 +1,36 @@
 #pragma once
 
 #include "catalogue/Catalogue.h"
+#include "catalogue/readers.h"
+#include "outputs/outputs.h"
 
 #include <optional>
 
 namespace monitor
 {
 
-/// A CANopen node and the file that describes it.
-struct NodeDescription {
-    QString fileName; ///< of an EDS or DCF
-    quint8 node = 0;  ///< 1 to 127
+/// A description file and the reader of its format.
+struct GivenDescription {
+    const DescriptionReader* reader;
+    DescriptionFile file;
 };
 
-/// What to look for in the frames, wherever they come from, and how to print what is found.
+/// An output into files, and where it goes.
+struct GivenOutput {
+    const OutputKind* kind;
+    QString path;
+};
+
+/// Which signals to look for, wherever the frames come from, and how to print their statistics.
 struct MonitorOptions {
-    QString dbc; ///< file name of a DBC; empty if there is none
-    QVector<NodeDescription> nodes;
-    QStringList patterns; ///< of the signals to report; none: all of them
+    QVector<GivenDescription> descriptions;
+    QStringList patterns; ///< of the signals to report; empty: all signals
     QVector<SignalSettings> limits;
-    QString config;          ///< file name of a configuration; empty if there is none
-    std::optional<double> k; ///< half the width of the band, in deviations; 3 if nothing says so
-    QString format = QStringLiteral("table"); ///< name of a printed output
-    int keptRecords = 0;   ///< how many of the newest records each signal keeps; 0: all
-    QString plotDirectory; ///< where to write plots to; empty: nowhere
-    QString saveFile;      ///< name of the file to save the series in; empty: in none
+    QString config;          ///< file name of a configuration; empty: no configuration
+    std::optional<double> k; ///< half the width of the band, in deviations; default: 3
+    int keptRecords = 0;     ///< how many of the newest records each signal keeps; 0: all
+    const OutputKind* printed = &defaultOutputKind(); ///< what is printed at the end
+    QVector<GivenOutput> files;                       ///< what else is written at the end
 };
 
 /// The exit codes of the program.

@@ -1,7 +1,6 @@
 #include "Preparation.h"
 
 #include "catalogue/ConfigFile.h"
-#include "catalogue/readers.h"
 #include "printProblems.h"
 
 namespace monitor
@@ -10,26 +9,11 @@ namespace monitor
 namespace
 {
 
-struct GivenDescription {
-    const DescriptionReader* reader;
-    DescriptionFile file;
-};
-
-QVector<GivenDescription> descriptionsIn(const MonitorOptions& options)
-{
-    QVector<GivenDescription> given;
-    if (!options.dbc.isEmpty())
-        given.append({findDescriptionReader(QStringLiteral("dbc")), {options.dbc, std::nullopt}});
-    for (const NodeDescription& node : options.nodes)
-        given.append({findDescriptionReader(QStringLiteral("eds")), {node.fileName, node.node}});
-    return given;
-}
-
 /// Reads all description files. Returns an error, or an empty text.
 QString readDescriptions(const MonitorOptions& options, QTextStream& messages, Catalogue& catalogue)
 {
     QVector<MessageDescription> found;
-    for (const GivenDescription& given : descriptionsIn(options)) {
+    for (const GivenDescription& given : options.descriptions) {
         const ReadDescription read = given.reader->read(given.file);
         print(read.problems, messages);
         if (!read.error.isEmpty())
@@ -72,10 +56,8 @@ QString prepare(const MonitorOptions& options, QTextStream& messages, Preparatio
 QString nothingDecoded(const QString& origin, const MonitorOptions& options)
 {
     QStringList names;
-    if (!options.dbc.isEmpty())
-        names += options.dbc;
-    for (const NodeDescription& node : options.nodes)
-        names += node.fileName;
+    for (const GivenDescription& given : options.descriptions)
+        names += given.file.fileName;
     return QStringLiteral("%1: no frame could be decoded with %2")
         .arg(origin, names.join(QStringLiteral(", ")));
 }

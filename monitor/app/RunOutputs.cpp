@@ -5,30 +5,13 @@
 namespace monitor
 {
 
-namespace
-{
-
-/// What the options say for an output into files; empty without it.
-QString pathOf(const MonitorOptions& options, const OutputKind& kind)
-{
-    return kind.name == QLatin1String("save") ? options.saveFile : options.plotDirectory;
-}
-
-} // namespace
-
 // The files come first: if nobody reads the printed output any more, writing it may end the
 // program.
 RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
 {
-    for (const OutputKind& kind : outputKinds()) {
-        const QString path = kind.isPrinted() ? QString() : pathOf(options, kind);
-        if (!path.isEmpty())
-            outputs.push_back(kind.make({nullptr, path}));
-    }
-    for (const OutputKind& kind : outputKinds()) {
-        if (kind.isPrinted() && kind.name == options.format)
-            outputs.push_back(kind.make({&output}));
-    }
+    for (const GivenOutput& given : options.files)
+        outputs.push_back(given.kind->make({nullptr, given.path}));
+    outputs.push_back(options.printed->make({&output}));
 }
 
 QString RunOutputs::check()

@@ -1,44 +1,74 @@
 #include "CommandLine.h"
+#include "text/Table.h"
 
 #include <QtCore/QLoggingCategory>
 #include <QtWidgets/QApplication>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <type_traits>
+#include <variant>
 
 using monitor::ExitCode;
 
 namespace
 {
 
-monitor::CommandLine readArguments(int argc, char* argv[])
+/// The type of the application object depends on the command, so the arguments come first.
+monitor::Command readArguments(int argc, char* argv[])
 {
-    const QCoreApplication application(argc, argv); // its kind depends on what is asked for
-    QCoreApplication::setApplicationName(QStringLiteral("vantrel"));
+    const QCoreApplication application(argc, argv);
     return monitor::readCommandLine(QCoreApplication::arguments());
 }
 
-ExitCode run(const monitor::CommandLine& commandLine, QTextStream& output, QTextStream& messages)
-{
-    if (commandLine.replay)
-        return monitor::replay(*commandLine.replay, output, messages);
-    if (commandLine.live)
-        return monitor::live(*commandLine.live, output, messages);
-    if (commandLine.send)
-        return monitor::send(*commandLine.send, output, messages);
-    if (commandLine.show)
-        return monitor::show(*commandLine.show, output, messages);
-    if (commandLine.error.isEmpty()) {
-        output << commandLine.help;
+/// Does what the command line asks for.
+struct Run {
+    QTextStream& output;
+    QTextStream& messages;
+
+    ExitCode operator()(const monitor::ReplayOptions& options) const
+    {
+        return monitor::replay(options, output, messages);
+    }
+
+    ExitCode operator()(const monitor::LiveOptions& options) const
+    {
+        return monitor::live(options, output, messages);
+    }
+
+    ExitCode operator()(const monitor::SendOptions& options) const
+    {
+        return monitor::send(options, output, messages);
+    }
+
+    ExitCode operator()(const monitor::ShowOptions& options) const
+    {
+        return monitor::show(options, output, messages);
+    }
+
+    ExitCode operator()(const monitor::HelpRequest& help) const
+    {
+        output << help.text;
         return ExitCode::Success;
     }
-    messages << "vantrel: " << commandLine.error << "\nSee vantrel --help.\n";
-    return ExitCode::WrongUse;
-}
 
-/// Instead of the abort that follows if there is no display. Warnings of an environment without a
-/// session make no difference here.
+    ExitCode operator()(const monitor::VersionRequest& /*request*/) const
+    {
+        output << "vantrel " VANTREL_VERSION "\n";
+        return ExitCode::Success;
+    }
+
+    ExitCode operator()(const monitor::UsageError& error) const
+    {
+        messages << "vantrel: " << monitor::printable(error.text) << "\nSee vantrel "
+                 << (error.command.isEmpty() ? QString() : error.command + ' ') << "--help.\n";
+        return ExitCode::WrongUse;
+    }
+};
+
+/// Replaces the abort of Qt that follows if there is no display.
 void endWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
                        const QString& /*text*/)
 {
@@ -48,20 +78,27 @@ void endWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
     std::_Exit(static_cast<int>(ExitCode::WrongUse));
 }
 
-bool plots(const monitor::CommandLine& commandLine)
+bool drawsFiles(const monitor::Command& command)
 {
-    return (commandLine.replay && !commandLine.replay->plotDirectory.isEmpty()) ||
-           (commandLine.live && !commandLine.live->plotDirectory.isEmpty()) ||
-           (commandLine.show && !commandLine.show->plotDirectory.isEmpty());
+    const auto draws = [](const auto& options) {
+        if constexpr (std::is_base_of_v<monitor::MonitorOptions, std::decay_t<decltype(options)>>)
+            return std::any_of(
+                options.files.begin(), options.files.end(),
+                [](const monitor::GivenOutput& given) { return given.kind->needsWidgets; });
+        else
+            return false;
+    };
+    return std::visit(draws, command);
 }
 
-/// A window and plots are painted by widgets, which need an application of their own kind. No
-/// display is needed to write files, so none is looked for unless the environment names a platform.
-std::unique_ptr<QCoreApplication> makeApplication(const monitor::CommandLine& commandLine,
-                                                  int& argc, char* argv[])
+/// A window and plots are painted by widgets, which need a QApplication. Writing files needs no
+/// display, so plots are painted offscreen unless the environment names a platform.
+std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& command, int& argc,
+                                                  char* argv[])
 {
-    const bool hasWindow = commandLine.live && commandLine.live->window;
-    if (!hasWindow && !plots(commandLine))
+    const auto* live = std::get_if<monitor::LiveOptions>(&command);
+    const bool hasWindow = live && live->window;
+    if (!hasWindow && !drawsFiles(command))
         return std::make_unique<QCoreApplication>(argc, argv);
     if (!hasWindow && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -75,15 +112,15 @@ std::unique_ptr<QCoreApplication> makeApplication(const monitor::CommandLine& co
 
 int main(int argc, char* argv[])
 {
-    const monitor::CommandLine commandLine = readArguments(argc, argv);
-    const auto application = makeApplication(commandLine, argc, argv);
-    // What plugins log would be written across the table; their errors are told without it.
+    const monitor::Command command = readArguments(argc, argv);
+    const auto application = makeApplication(command, argc, argv);
+    // Log lines of plugins would spoil the table; their errors are reported anyway.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);
     QTextStream messages(stderr, QIODevice::WriteOnly);
     output.setCodec("UTF-8");
     messages.setCodec("UTF-8");
-    const ExitCode code = run(commandLine, output, messages);
+    const ExitCode code = std::visit(Run{output, messages}, command);
     output.flush();
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)
         return static_cast<int>(code);

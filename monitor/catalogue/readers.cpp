@@ -13,10 +13,10 @@ namespace monitor
 const QVector<DescriptionReader>& descriptionReaders()
 {
     static const QVector<DescriptionReader> readers{
-        {"dbc", "FILE.dbc", "The description of the messages and signals.", false, false,
-         readDbcFile},
-        {"eds", "FILE.eds", "The EDS or DCF of a CANopen node, whose node id --node gives.", true,
-         true, readEdsFile},
+        {"dbc", "FILE.dbc", "Messages and signals of a J1939 or other network, as DBC.", false,
+         false, readDbcFile},
+        {"eds", "FILE.eds", "EDS or DCF of the CANopen node given by --node.", true, true,
+         readEdsFile},
     };
     return readers;
 }

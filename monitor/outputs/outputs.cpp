@@ -4,6 +4,8 @@
 #include "SavedRunFile.h"
 #include "printedOutputs.h"
 
+#include <algorithm>
+
 namespace monitor
 {
 
@@ -27,18 +29,24 @@ std::unique_ptr<Output> inFiles(const OutputTarget& target)
 const QVector<OutputKind>& outputKinds()
 {
     static const QVector<OutputKind> kinds{
-        {QStringLiteral("table"), {}, {}, false, printed<TableOutput>},
-        {QStringLiteral("json"), {}, {}, false, printed<JsonOutput>},
-        {QStringLiteral("csv"), {}, {}, false, printed<CsvOutput>},
-        {QStringLiteral("save"), QStringLiteral("FILE"),
-         QStringLiteral("Save everything that was recorded, for the command show."), false,
-         inFiles<SavedRunOutput>},
-        {QStringLiteral("plot"), QStringLiteral("DIRECTORY"),
-         QStringLiteral("Write a plot of each signal, and overview.png with all of them, into the "
-                        "directory."),
+        {"table", "", "", false, printed<TableOutput>},
+        {"json", "", "", false, printed<JsonOutput>},
+        {"csv", "", "", false, printed<CsvOutput>},
+        {"plot", "DIRECTORY",
+         "Write a plot of each signal, and overview.png with all of them, into the directory, "
+         "which "
+         "is created if missing.",
          true, inFiles<PlotOutput>},
+        {"save", "FILE", "Save the recorded values, for \"vantrel show\".", false,
+         inFiles<SavedRunOutput>},
     };
     return kinds;
+}
+
+const OutputKind& defaultOutputKind()
+{
+    return *std::find_if(outputKinds().begin(), outputKinds().end(),
+                         [](const OutputKind& kind) { return kind.isPrinted(); });
 }
 
 } // namespace monitor

@@ -17,16 +17,19 @@ struct OutputTarget {
 
 /// One kind of output: a row of the table.
 struct OutputKind {
-    QString name;      ///< of a printed output: a value of --format; otherwise of the option
-    QString valueName; ///< what the option needs, such as FILE; empty for a printed output
-    QString help;      ///< for the option
-    bool needsWidgets; ///< true: there must be a QApplication
+    const char* name;      ///< of a printed output: a value of --format; otherwise of the option
+    const char* valueName; ///< what the option needs, such as FILE; empty for a printed output
+    const char* help;      ///< for the option
+    bool needsWidgets;     ///< true: there must be a QApplication
     std::unique_ptr<Output> (*make)(const OutputTarget& target);
 
-    bool isPrinted() const { return valueName.isEmpty(); }
+    bool isPrinted() const { return *valueName == '\0'; }
 };
 
-/// All kinds of output: a new one is a row here. The first printed one is the default.
+/// All kinds of output: a new one is a row here.
 const QVector<OutputKind>& outputKinds();
+
+/// What is printed unless the user chooses otherwise: the first printed output of the table.
+const OutputKind& defaultOutputKind();
 
 } // namespace monitor

@@ -69,13 +69,17 @@ QStringList nearNames(const QString& name, const QStringList& candidates)
 
 QString didYouMean(const QString& name, const QStringList& candidates)
 {
-    QStringList names = nearNames(name, candidates);
-    if (names.isEmpty())
-        return QString();
-    const QString last = names.takeLast();
-    const QString others = names.join(QStringLiteral(", "));
-    return QStringLiteral(" (did you mean %1?)")
-        .arg(others.isEmpty() ? last : others + QStringLiteral(" or ") + last);
+    const QStringList names = nearNames(name, candidates);
+    return names.isEmpty() ? QString()
+                           : QStringLiteral(" (did you mean %1?)").arg(listed(names, "or"));
+}
+
+QString listed(QStringList words, const char* conjunction)
+{
+    const QString last = words.takeLast();
+    if (words.isEmpty())
+        return last;
+    return words.join(QStringLiteral(", ")) + ' ' + QLatin1String(conjunction) + ' ' + last;
 }
 
 } // namespace monitor

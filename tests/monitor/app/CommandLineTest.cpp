@@ -1,277 +1,520 @@
 #include <app/CommandLine.h>
+#include <sources/recording/formats.h>
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
 
 #include <cmath>
 
-using monitor::CommandLine;
+using monitor::Command;
+using monitor::CommandRow;
+using monitor::LiveOptions;
+using monitor::OptionRow;
+using monitor::ReplayOptions;
+using monitor::SendOptions;
+using monitor::ShowOptions;
 
 namespace
 {
 
-CommandLine read(const QStringList& arguments)
+const QStringList replay{"replay", "bus.log", "--dbc", "bus.dbc"};
+const QStringList live{"live", "--dbc", "bus.dbc", "--plugin", "socketcan", "--interface", "can0"};
+const QStringList send{"send", "bus.log", "--plugin", "socketcan", "--interface", "can0"};
+
+Command read(const QStringList& arguments)
 {
-    return monitor::readCommandLine(QStringList("monitor") + arguments);
+    return monitor::readCommandLine(QStringList("vantrel") + arguments);
+}
+
+/// The error of the arguments, empty if they are accepted.
+QString errorOf(const QStringList& arguments)
+{
+    const Command command = read(arguments);
+    const auto* error = std::get_if<monitor::UsageError>(&command);
+    return error ? error->text : QString();
+}
+
+/// The options of an accepted command, default ones of a command that is refused or another.
+template <typename CommandOptions>
+CommandOptions accepted(const QStringList& arguments)
+{
+    const Command command = read(arguments);
+    const auto* options = std::get_if<CommandOptions>(&command);
+    EXPECT_TRUE(options) << arguments.join(' ').toStdString() << ": "
+                         << errorOf(arguments).toStdString();
+    return options ? *options : CommandOptions();
+}
+
+/// The help that the arguments ask for; empty if they ask for something else.
+QString helpOf(const QStringList& arguments)
+{
+    const Command command = read(arguments);
+    const auto* help = std::get_if<monitor::HelpRequest>(&command);
+    return help ? help->text : QString();
+}
+
+/// What each option accepts and refuses, and in which commands.
+struct OptionCase {
+    QString name;
+    QStringList commands;
+    QStringList valid;   ///< values; empty: a flag
+    QStringList invalid; ///< values
+    bool isRepeatable = false;
+};
+
+QVector<OptionCase> optionCases()
+{
+    const QStringList decoding{"replay", "live", "window"};
+    const QStringList printing{"replay", "live", "window", "show"};
+    const QStringList onBus{"live", "window", "send"};
+    const QStringList watching{"live", "window"};
+    return {
+        {"dbc", decoding, {"bus.dbc"}, {""}},
+        {"eds", decoding, {"drive.eds"}, {""}, true},
+        {"node", decoding, {"1", "127", "0x7F"}, {"", "0", "128", "five", "-1", "0x80"}, true},
+        {"config", decoding, {"bus.json"}, {""}},
+        {"signal", decoding, {"Engine*", "SPN190", "-"}, {""}, true},
+        {"limits",
+         decoding,
+         {"Speed=1:2", "a=b=-1.5:-1e-3", "*=0:0"},
+         {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1", "Speed=1:2:3",
+          "Speed=nan:1", "Speed=0:inf", "Speed=2:1"},
+         true},
+        {"k", printing, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
+        {"keep", decoding, {"2", "1073741823"}, {"", "1", "-5", "many", "2.5", "1073741824"}},
+        {"format", printing, {"table", "json", "csv"}, {"", "xml", "JSON"}},
+        {"plot", printing, {"plots"}, {""}},
+        {"save", printing, {"run.series"}, {""}},
+        {"plugin", onBus, {"virtualcan"}, {""}},
+        {"interface", onBus, {"can0"}, {""}},
+        {"fd", onBus, {}, {}},
+        {"bitrate", watching, {"500000", "83333.3"}, {"", "0", "-1", "fast", "nan", "inf"}},
+        {"duration", watching, {"1.5"}, {"", "0", "-1", "soon", "nan", "inf"}},
+        {"frames", watching, {"7"}, {"", "0", "-1", "few"}},
+        {"highlight", watching, {"0", "100"}, {"", "-1", "101", "x", "1.5"}},
+        {"speed", {"send"}, {"2.5", "max"}, {"", "0", "-1", "inf", "nan", "fast"}},
+    };
+}
+
+/// Arguments that \a command accepts if \a option, with its value, is added to them.
+QStringList without(const QString& option, const QString& command)
+{
+    QStringList arguments{command};
+    if (QStringList{"replay", "send", "show"}.contains(command))
+        arguments += "some.file";
+    if (QStringList{"replay", "live", "window"}.contains(command) && option != "dbc")
+        arguments += {"--dbc", "some.dbc"};
+    if (option == "node")
+        arguments += {"--eds", "some.eds"};
+    if (option == "eds")
+        arguments += {"--node", "9"};
+    for (const char* needed : {"plugin", "interface"}) {
+        if (QStringList{"live", "window", "send"}.contains(command) && option != needed)
+            arguments += {QString("--") + needed, "some"};
+    }
+    return arguments;
+}
+
+QStringList commandNames()
+{
+    QStringList names;
+    for (const CommandRow& row : monitor::commandRows())
+        names += row.name;
+    return names;
 }
 
 } // namespace
 
 TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
 {
-    const CommandLine line = read({"replay", "bus.log", "--dbc", "bus.dbc", "--k", "1.5"});
-    ASSERT_TRUE(line.replay.has_value());
-    EXPECT_EQ(line.replay->recording, QString("bus.log"));
-    EXPECT_EQ(line.replay->dbc, QString("bus.dbc"));
-    EXPECT_EQ(line.replay->k, 1.5);
+    const auto options = accepted<ReplayOptions>(replay + QStringList{"--k", "1.5"});
+    EXPECT_EQ(options.recording, QString("bus.log"));
+    ASSERT_EQ(options.descriptions.size(), 1);
+    EXPECT_EQ(options.descriptions.at(0).reader->name, QString("dbc"));
+    EXPECT_EQ(options.descriptions.at(0).file.fileName, QString("bus.dbc"));
+    EXPECT_EQ(options.descriptions.at(0).file.node, std::nullopt);
+    EXPECT_EQ(options.k, 1.5);
 }
 
-TEST(CommandLine, FactorMayBeLeftToTheConfiguration)
+TEST(CommandLine, OptionsMayComeBeforeTheCommandAndWithAnEqualsSign)
 {
-    const CommandLine line = read({"--dbc=bus.dbc", "replay", "bus.log", "--config", "bus.json"});
-    ASSERT_TRUE(line.replay.has_value());
-    EXPECT_EQ(line.replay->k, std::nullopt);
-    EXPECT_EQ(line.replay->config, QString("bus.json"));
-    EXPECT_EQ(line.replay->plotDirectory, QString());
-    EXPECT_EQ(line.replay->keptRecords, 0);
-    EXPECT_EQ(read({"replay", "a", "--dbc", "b", "--keep", "50"}).replay->keptRecords, 50);
+    const auto options =
+        accepted<ReplayOptions>({"--dbc=bus.dbc", "replay", "-k", "2", "bus.log", "--config=c"});
+    EXPECT_EQ(options.recording, QString("bus.log"));
+    EXPECT_EQ(options.descriptions.value(0).file.fileName, QString("bus.dbc"));
+    EXPECT_EQ(options.k, 2);
+    EXPECT_EQ(options.config, QString("c"));
 }
 
-TEST(CommandLine, NodesAreDescribedInPairs)
+TEST(CommandLine, OptionsThatAreNotGivenHaveTheirDefaults)
 {
-    const CommandLine line =
-        read({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--node=0x7F", "--eds=b.dcf"});
-    ASSERT_TRUE(line.replay.has_value()) << line.error.toStdString();
-    EXPECT_EQ(line.replay->dbc, QString());
-    ASSERT_EQ(line.replay->nodes.size(), 2);
-    EXPECT_EQ(line.replay->nodes.at(0).fileName, QString("a.eds"));
-    EXPECT_EQ(line.replay->nodes.at(0).node, 5);
-    EXPECT_EQ(line.replay->nodes.at(1).fileName, QString("b.dcf"));
-    EXPECT_EQ(line.replay->nodes.at(1).node, 127);
+    const auto options = accepted<ReplayOptions>(replay);
+    EXPECT_EQ(options.k, std::nullopt);
+    EXPECT_EQ(options.keptRecords, 0);
+    EXPECT_STREQ(options.printed->name, "table");
+    EXPECT_TRUE(options.config.isEmpty() && options.patterns.isEmpty() && options.limits.isEmpty());
+    EXPECT_TRUE(options.files.isEmpty());
+    const auto onBus = accepted<LiveOptions>(live);
+    EXPECT_EQ(onBus.bitRate, 250000);
+    EXPECT_EQ(onBus.duration, LiveOptions::forEver);
+    EXPECT_EQ(onBus.frames, LiveOptions::forEver);
+    EXPECT_EQ(onBus.leastRating, 50);
+    EXPECT_FALSE(onBus.window || onBus.bus.fd);
+    EXPECT_EQ(accepted<SendOptions>(send).speed, 1);
 }
 
-TEST(CommandLine, FormatIsATableIfNotGiven)
+TEST(CommandLine, FilesToWriteAndRecordsToKeepAreRead)
 {
-    const QStringList replay{"replay", "bus.log", "--dbc", "bus.dbc"};
-    EXPECT_EQ(read(replay).replay->format, QString("table"));
-    EXPECT_EQ(read(replay + QStringList{"--format", "table"}).replay->format, QString("table"));
-    EXPECT_EQ(read(replay + QStringList{"--format", "json"}).replay->format, QString("json"));
-    EXPECT_EQ(read(replay + QStringList{"--format=csv"}).replay->format, QString("csv"));
+    const auto options = accepted<ReplayOptions>(
+        replay + QStringList{"--keep", "50", "--plot", "plots", "--save", "run.series"});
+    EXPECT_EQ(options.keptRecords, 50);
+    ASSERT_EQ(options.files.size(), 2);
+    EXPECT_STREQ(options.files.at(0).kind->name, "plot");
+    EXPECT_EQ(options.files.at(0).path, QString("plots"));
+    EXPECT_STREQ(options.files.at(1).kind->name, "save");
+    EXPECT_EQ(options.files.at(1).path, QString("run.series"));
+}
+
+TEST(CommandLine, FormatIsOneOfThree)
+{
+    for (const char* name : {"table", "json", "csv"}) {
+        const auto options = accepted<ReplayOptions>(replay + QStringList{"--format", name});
+        EXPECT_STREQ(options.printed->name, name);
+    }
+}
+
+TEST(CommandLine, EachNodeBelongsToTheDescriptionAtItsPlace)
+{
+    const auto options =
+        accepted<ReplayOptions>({"replay", "bus.log", "--eds", "a.eds", "--dbc", "bus.dbc",
+                                 "--node", "5", "--node=0x7F", "--eds=b.dcf"});
+    ASSERT_EQ(options.descriptions.size(), 3);
+    EXPECT_EQ(options.descriptions.at(0).reader->name, QString("eds"));
+    EXPECT_EQ(options.descriptions.at(0).file.fileName, QString("a.eds"));
+    EXPECT_EQ(options.descriptions.at(0).file.node, 5);
+    EXPECT_EQ(options.descriptions.at(1).file.node, std::nullopt);
+    EXPECT_EQ(options.descriptions.at(2).file.fileName, QString("b.dcf"));
+    EXPECT_EQ(options.descriptions.at(2).file.node, 127);
+}
+
+TEST(CommandLine, DescriptionsAndNodesMustBePairs)
+{
+    EXPECT_EQ(errorOf({"replay", "bus.log"}),
+              QString("replay needs a description of the messages: --dbc FILE.dbc or --eds "
+                      "FILE.eds --node N"));
+    EXPECT_EQ(errorOf({"replay", "bus.log", "--eds", "a.eds"}),
+              QString("replay needs --eds FILE.eds --node N in pairs (files: 1, nodes: 0)"));
+    EXPECT_EQ(errorOf(live + QStringList{"--node", "5"}),
+              QString("live needs --eds FILE.eds --node N in pairs (files: 0, nodes: 1)"));
+    EXPECT_EQ(errorOf({"replay", "bus.log", "--node", "5"}), errorOf({"replay", "bus.log"}));
+    EXPECT_EQ(errorOf({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds",
+                       "--node", "0x5"}),
+              QString("replay needs one file for each node; --node 5 is given twice"));
 }
 
 TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
 {
-    const CommandLine line =
-        read({"replay", "bus.log", "--dbc", "bus.dbc", "--signal", "Engine*", "--signal", "Speed",
-              "--limits", "EngineSpeed=600:2200", "--limits", "a=b=-1.5:-1e-3"});
-    ASSERT_TRUE(line.replay.has_value()) << line.error.toStdString();
-    EXPECT_EQ(line.replay->patterns, (QStringList{"Engine*", "Speed"}));
-    ASSERT_EQ(line.replay->limits.size(), 2);
-    EXPECT_EQ(line.replay->limits.at(0).pattern, QString("EngineSpeed"));
-    EXPECT_EQ(line.replay->limits.at(0).limits->lowest, 600);
-    EXPECT_EQ(line.replay->limits.at(0).limits->highest, 2200);
-    EXPECT_EQ(line.replay->limits.at(1).pattern, QString("a=b"));
-    EXPECT_EQ(line.replay->limits.at(1).limits->lowest, -1.5);
-    EXPECT_EQ(line.replay->limits.at(1).limits->highest, -0.001);
-}
-
-TEST(CommandLine, ShowTakesAFileAndAFactor)
-{
-    const CommandLine line = read({"show", "a.series", "--k", "2", "--plot", "plots"});
-    ASSERT_TRUE(line.show.has_value()) << line.error.toStdString();
-    EXPECT_EQ(line.show->file, QString("a.series"));
-    EXPECT_EQ(line.show->k, 2);
-    EXPECT_EQ(line.show->plotDirectory, QString("plots"));
-    EXPECT_FALSE(line.replay.has_value());
-}
-
-TEST(CommandLine, LimitsThatAreNoneAreAComplaint)
-{
-    for (const char* limits : {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1",
-                               "Speed=1:2:3", "Speed=nan:1", "Speed=0:inf"}) {
-        const CommandLine line =
-            read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", limits});
-        EXPECT_TRUE(line.error.startsWith("--limits needs")) << limits;
-    }
-    EXPECT_EQ(read({"replay", "bus.log", "--dbc", "bus.dbc", "--limits", "Speed=2:1"}).error,
-              QString("--limits \"Speed=2:1\": the lower limit is above the upper one"));
-}
-
-TEST(CommandLine, OptionThatCountsOnceIsRefusedTwice)
-{
-    const QStringList bus{"--plugin", "socketcan", "--interface", "can0"};
-    const QStringList replay{"replay", "bus.log", "--dbc", "bus.dbc"};
-    for (const char* option : {"dbc", "k", "config", "format", "keep", "plot", "save"}) {
-        const QString given = QString("--%1=2").arg(option);
-        EXPECT_EQ(read(replay + QStringList{given, given}).error,
-                  QString("--%1 can be given only once").arg(option));
-    }
-    EXPECT_EQ(read(QStringList{"live", "--dbc", "a.dbc", "--frames=1", "--frames=2"} + bus).error,
-              QString("--frames can be given only once"));
-    EXPECT_EQ(read(QStringList{"send", "a.log", "--speed=1", "--speed=2"} + bus).error,
-              QString("--speed can be given only once"));
-    EXPECT_EQ(read({"show", "a.series", "--k=1", "--k=2"}).error,
-              QString("--k can be given only once"));
-}
-
-TEST(CommandLine, NodeIsDescribedOnlyOnce)
-{
-    EXPECT_EQ(read({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds",
-                    "--node", "0x5"})
-                  .error,
-              QString("--node 5 is given twice"));
-}
-
-TEST(CommandLine, CommandThatIsNoneIsNamed)
-{
-    EXPECT_TRUE(read({"frob", "bus.log"}).error.startsWith("there is no command \"frob\": replay"));
-    EXPECT_TRUE(read({}).error.startsWith("the command is missing: replay"));
+    const auto options = accepted<ReplayOptions>(
+        replay + QStringList{"--signal", "Engine*", "--signal", "Speed", "--limits",
+                             "EngineSpeed=600:2200", "--limits", "a=b=-1.5:-1e-3"});
+    EXPECT_EQ(options.patterns, (QStringList{"Engine*", "Speed"}));
+    ASSERT_EQ(options.limits.size(), 2);
+    EXPECT_EQ(options.limits.at(0).pattern, QString("EngineSpeed"));
+    EXPECT_EQ(options.limits.at(0).limits->lowest, 600);
+    EXPECT_EQ(options.limits.at(0).limits->highest, 2200);
+    EXPECT_EQ(options.limits.at(1).pattern, QString("a=b"));
+    EXPECT_EQ(options.limits.at(1).limits->lowest, -1.5);
+    EXPECT_EQ(options.limits.at(1).limits->highest, -0.001);
 }
 
 TEST(CommandLine, LiveTakesABusAndTheOptionsOfAReplay)
 {
-    const CommandLine line = read({"live", "--plugin", "socketcan", "--interface", "can0", "--dbc",
-                                   "bus.dbc", "--k", "2", "--format", "json", "--bitrate", "500000",
-                                   "--duration", "1.5", "--frames", "7", "--highlight", "20"});
-    ASSERT_TRUE(line.live.has_value()) << line.error.toStdString();
-    EXPECT_EQ(line.live->bus.name(), QString("socketcan can0"));
-    EXPECT_FALSE(line.live->bus.fd);
-    EXPECT_EQ(line.live->dbc, QString("bus.dbc"));
-    EXPECT_EQ(line.live->k, 2);
-    EXPECT_EQ(line.live->format, QString("json"));
-    EXPECT_EQ(line.live->bitRate, 500000);
-    EXPECT_EQ(line.live->duration, 1.5);
-    EXPECT_EQ(line.live->frames, 7);
-    EXPECT_EQ(line.live->leastRating, 20);
+    const auto options = accepted<LiveOptions>(
+        live + QStringList{"--k", "2", "--format", "json", "--bitrate", "500000", "--duration",
+                           "1.5", "--frames", "7", "--highlight", "20", "--fd"});
+    EXPECT_EQ(options.bus.name(), QString("socketcan can0"));
+    EXPECT_TRUE(options.bus.fd);
+    EXPECT_EQ(options.descriptions.value(0).file.fileName, QString("bus.dbc"));
+    EXPECT_EQ(options.k, 2);
+    EXPECT_STREQ(options.printed->name, "json");
+    EXPECT_EQ(options.bitRate, 500000);
+    EXPECT_EQ(options.duration, 1.5);
+    EXPECT_EQ(options.frames, 7);
+    EXPECT_EQ(options.leastRating, 20);
 }
 
-TEST(CommandLine, LiveRunsForEverIfNothingElseIsSaid)
+TEST(CommandLine, WindowIsLiveInAWindow)
 {
-    const CommandLine line =
-        read({"live", "--plugin", "socketcan", "--interface", "can0", "--dbc", "bus.dbc"});
-    ASSERT_TRUE(line.live.has_value());
-    EXPECT_EQ(line.live->duration, monitor::LiveOptions::forEver);
-    EXPECT_EQ(line.live->frames, monitor::LiveOptions::forEver);
-    EXPECT_EQ(line.live->bitRate, 250000);
-}
-
-TEST(CommandLine, WindowTakesTheOptionsOfLive)
-{
-    const QStringList options{"--plugin", "socketcan", "--interface", "can0",
-                              "--dbc",    "bus.dbc",   "--duration",  "1.5"};
-    const CommandLine line = read(QStringList("window") + options);
-    ASSERT_TRUE(line.live.has_value()) << line.error.toStdString();
-    EXPECT_TRUE(line.live->window);
-    EXPECT_EQ(line.live->duration, 1.5);
-    EXPECT_FALSE(read(QStringList("live") + options).live->window);
-    EXPECT_EQ(read({"window", "bus.log"}).error, QString("window takes options only"));
-    EXPECT_EQ(read(QStringList{"window", "--speed", "2"} + options).error,
-              QString("window takes no --speed"));
+    const auto options = accepted<LiveOptions>(QStringList("window") + live.mid(1) +
+                                               QStringList{"--duration", "1.5"});
+    EXPECT_TRUE(options.window);
+    EXPECT_EQ(options.duration, 1.5);
 }
 
 TEST(CommandLine, SendTakesARecordingABusAndASpeed)
 {
-    const QStringList send{"send", "bus.log", "--plugin", "socketcan", "--interface", "can0"};
-    ASSERT_TRUE(read(send).send.has_value());
-    EXPECT_EQ(read(send).send->recording, QString("bus.log"));
-    EXPECT_EQ(read(send).send->speed, 1);
-    EXPECT_EQ(read(send + QStringList{"--speed", "2.5"}).send->speed, 2.5);
-    EXPECT_TRUE(std::isinf(read(send + QStringList{"--speed", "max"}).send->speed));
-    EXPECT_TRUE(read(send + QStringList{"--fd"}).send->bus.fd);
+    EXPECT_EQ(accepted<SendOptions>(send).recording, QString("bus.log"));
+    EXPECT_EQ(accepted<SendOptions>(send).bus.name(), QString("socketcan can0"));
+    EXPECT_EQ(accepted<SendOptions>(send + QStringList{"--speed", "2.5"}).speed, 2.5);
+    EXPECT_TRUE(std::isinf(accepted<SendOptions>(send + QStringList{"--speed", "max"}).speed));
+    EXPECT_TRUE(accepted<SendOptions>(send + QStringList{"--fd"}).bus.fd);
 }
 
-TEST(CommandLine, OptionsOfAnotherCommandAreAComplaint)
+TEST(CommandLine, ShowTakesAFileAndAFactor)
 {
-    const QStringList bus{"--plugin", "socketcan", "--interface", "can0"};
-    const QStringList dbc{"--dbc", "bus.dbc"};
-    EXPECT_EQ(read(QStringList{"replay", "bus.log", "--fd"} + dbc).error,
-              QString("replay takes no --fd"));
-    EXPECT_EQ(read(QStringList{"live", "--speed", "2"} + bus + dbc).error,
-              QString("live takes no --speed"));
-    EXPECT_EQ(read(QStringList{"send", "bus.log"} + bus + dbc).error,
-              QString("send takes no --dbc"));
+    const auto options = accepted<ShowOptions>({"show", "a.series", "--k", "2", "--plot", "plots"});
+    EXPECT_EQ(options.file, QString("a.series"));
+    EXPECT_EQ(options.k, 2);
+    EXPECT_EQ(options.files.value(0).path, QString("plots"));
 }
 
-TEST(CommandLine, WrongUseOfABusIsAComplaint)
+TEST(CommandLine, MissingFilesAndOptionsAreNamed)
 {
-    const QStringList bus{"--plugin", "socketcan", "--interface", "can0"};
-    const QStringList live = QStringList{"live", "--dbc", "bus.dbc"} + bus;
-    const QStringList send = QStringList{"send", "bus.log"} + bus;
-    for (const QStringList& arguments : {
-             QStringList{"live", "--dbc", "bus.dbc", "--plugin", "socketcan"},
-             QStringList{"live", "--dbc", "bus.dbc", "--interface", "can0"},
-             QStringList("live") + bus,
-             live + QStringList{"bus.log"},
-             live + QStringList{"--bitrate", "0"},
-             live + QStringList{"--duration", "-1"},
-             live + QStringList{"--duration", "soon"},
-             live + QStringList{"--frames", "0"},
-             live + QStringList{"--highlight", "101"},
-             live + QStringList{"--highlight", "x"},
-             QStringList("send") + bus,
-             QStringList{"send", "bus.log"},
-             send + QStringList{"--speed", "0"},
-             send + QStringList{"--speed", "inf"},
-             send + QStringList{"--speed", "fast"},
-         }) {
-        const CommandLine line = read(arguments);
-        EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();
-        EXPECT_FALSE(line.live || line.send) << arguments.join(' ').toStdString();
+    for (const char* command : {"replay", "send", "show"}) {
+        const QString error = QString("%1 needs exactly one file: vantrel %1 FILE").arg(command);
+        EXPECT_EQ(errorOf({command}), error);
+        EXPECT_EQ(errorOf({command, "a", "b"}), error);
     }
+    EXPECT_EQ(errorOf(live + QStringList{"bus.log"}),
+              QString("live takes no file, but \"bus.log\" is given"));
+    EXPECT_EQ(errorOf({"live", "--dbc", "bus.dbc"}),
+              QString("live needs --plugin PLUGIN and --interface NAME"));
+    EXPECT_EQ(errorOf({"send", "bus.log", "--plugin", "socketcan"}),
+              QString("send needs --interface NAME"));
 }
 
-TEST(CommandLine, HelpIsNoError)
+TEST(CommandLine, UnknownCommandIsAnErrorWithASuggestion)
 {
-    char name[] = "vantrel";
-    char* argv[] = {name, nullptr};
-    int argc = 1;
-    const QCoreApplication application(argc, argv); // the help names the program
+    EXPECT_EQ(errorOf({"replya", "bus.log"}),
+              QString("unknown command \"replya\" (did you mean replay?)"));
+    EXPECT_EQ(errorOf({"frob", "--help"}),
+              QString("unknown command \"frob\" (available: replay, live, window, send, show)"));
+    EXPECT_EQ(errorOf({}),
+              QString("no command given (available: replay, live, window, send, show)"));
+}
+
+TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionOfTheSameCommand)
+{
+    EXPECT_EQ(errorOf({"replay", "bus.log", "--dcb", "bus.dbc"}),
+              QString("unknown option --dcb (did you mean --dbc?)"));
+    EXPECT_EQ(errorOf({"--dcb", "bus.dbc", "replay", "bus.log"}),
+              QString("unknown option --dcb (did you mean --dbc?)"));
+    EXPECT_EQ(errorOf(send + QStringList{"--dcb"}), QString("unknown option --dcb"));
+    EXPECT_EQ(errorOf({"--versoin"}),
+              QString("unknown option --versoin (did you mean --version?)"));
+    EXPECT_EQ(errorOf(replay + QStringList{"-x"}), QString("unknown option -x"));
+}
+
+TEST(CommandLine, UsageErrorKnowsTheCommandWhoseHelpHelps)
+{
+    EXPECT_EQ(std::get<monitor::UsageError>(read({"live", "x"})).command, QString("live"));
+    EXPECT_EQ(std::get<monitor::UsageError>(read({"live", "--frob"})).command, QString("live"));
+    EXPECT_EQ(std::get<monitor::UsageError>(read({"frob"})).command, QString());
+}
+
+TEST(CommandLine, ErrorsOfValuesSayWhatIsNeeded)
+{
+    const auto replayError = [](const QStringList& options) { return errorOf(replay + options); };
+    EXPECT_EQ(replayError({"--keep", "1"}),
+              QString("option --keep needs a whole number, 2 or more"));
+    EXPECT_EQ(replayError({"--keep", "1073741824"}),
+              QString("option --keep needs a number of at most 1073741823"));
+    EXPECT_EQ(replayError({"--k", "x"}), QString("option --k needs a number, 0 or more"));
+    EXPECT_EQ(replayError({"--format", "xml"}),
+              QString("option --format needs table, json or csv"));
+    EXPECT_EQ(replayError({"--node", "128"}),
+              QString("option --node needs a number from 1 to 127"));
+    EXPECT_EQ(replayError({"--limits", "Speed=1"}),
+              QString("option --limits needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, "
+                      "not \"Speed=1\""));
+    EXPECT_EQ(replayError({"--limits", "Speed=2:1"}),
+              QString("option --limits needs a lower limit that is not above the upper one, not "
+                      "\"Speed=2:1\""));
+    EXPECT_EQ(replayError({"--plot", ""}),
+              QString("option --plot needs a value: --plot DIRECTORY"));
+    EXPECT_EQ(replayError({"--k"}), QString("option --k needs a value: --k K"));
+    EXPECT_EQ(errorOf(live + QStringList{"--highlight", "101"}),
+              QString("option --highlight needs a whole number from 0 to 100"));
+    EXPECT_EQ(errorOf(live + QStringList{"--frames", "0"}),
+              QString("option --frames needs a number above 0"));
+    EXPECT_EQ(errorOf(send + QStringList{"--speed", "0"}),
+              QString("option --speed needs a number above 0, or max"));
+    EXPECT_EQ(errorOf(send + QStringList{"--fd=yes"}), QString("Unexpected value after '--fd'."));
+}
+
+TEST(CommandLine, HelpListsTheCommandsAndTheFormatsOfRecordings)
+{
     for (const char* option : {"--help", "-h"}) {
-        const CommandLine line = read({option});
-        EXPECT_FALSE(line.help.isEmpty());
-        EXPECT_TRUE(line.error.isEmpty());
-        EXPECT_FALSE(line.replay.has_value());
+        const QString help = helpOf({option});
+        for (const char* command : {"replay FILE", "live", "window", "send FILE", "show FILE"})
+            EXPECT_TRUE(help.contains(QString("\n  %1\n      ").arg(command))) << command;
+        for (const monitor::RecordingFormat& format : monitor::recordingFormats())
+            EXPECT_TRUE(help.contains(format.name));
+        EXPECT_TRUE(help.contains("\"vantrel COMMAND --help\""));
     }
 }
 
-TEST(CommandLine, WrongUseIsAComplaint)
+TEST(CommandLine, HelpOfACommandNeedsNothingElse)
 {
-    for (const QStringList& arguments : {
-             QStringList{},
-             QStringList{"bus.log"},
-             QStringList{"play", "bus.log", "--dbc", "bus.dbc"},
-             QStringList{"replay", "--dbc", "bus.dbc"},
-             QStringList{"replay", "bus.log"},
-             QStringList{"replay", "bus.log", "--dbc"},
-             QStringList{"replay", "a.log", "b.log", "--dbc", "bus.dbc"},
-             QStringList{"replay", "bus.log", "--dbc", "a.dbc", "--dbc", "b.dbc"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "many"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "-1"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--k", "nan"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--colour"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format", "xml"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--format"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--plot", ""},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--save", ""},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "1"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "many"},
-             QStringList{"replay", "bus.log", "--dbc", "bus.dbc", "--keep", "2147483647"},
-             QStringList{"show", "a.series", "--keep", "2"},
-             QStringList{"show"},
-             QStringList{"show", "a.series", "b.series"},
-             QStringList{"show", "a.series", "--dbc", "bus.dbc"},
-             QStringList{"show", "a.series", "--limits", "a=1:2"},
-             QStringList{"show", "a.series", "--format", "xml"},
-             QStringList{"replay", "bus.log", "--eds", "a.eds"},
-             QStringList{"replay", "bus.log", "--node", "5"},
-             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "0"},
-             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "128"},
-             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "five"},
-             QStringList{"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds"},
-         }) {
-        const CommandLine line = read(arguments);
-        EXPECT_FALSE(line.error.isEmpty()) << arguments.join(' ').toStdString();
-        EXPECT_FALSE(line.replay.has_value()) << arguments.join(' ').toStdString();
+    EXPECT_TRUE(helpOf({"send", "--help"}).startsWith("Usage: vantrel send FILE [OPTION]...\n"));
+    EXPECT_TRUE(helpOf({"-h", "window"}).startsWith("Usage: vantrel window [OPTION]...\n"));
+    EXPECT_TRUE(helpOf({"send", "--help"}).contains("such as can0. Required.\n"));
+    EXPECT_TRUE(helpOf({"replay", "--help"}).contains("node given by --node. May be repeated.\n"));
+}
+
+TEST(CommandLine, HelpFitsOnAScreenOf80Columns)
+{
+    QStringList texts{helpOf({"--help"})};
+    for (const QString& command : commandNames())
+        texts += helpOf({command, "--help"});
+    for (const QString& line : texts.join('\n').split('\n'))
+        EXPECT_LT(line.size(), 80) << line.toStdString();
+}
+
+TEST(CommandLine, VersionNeedsNoCommand)
+{
+    EXPECT_TRUE(std::holds_alternative<monitor::VersionRequest>(read({"--version"})));
+}
+
+TEST(OptionTable, HasNoNameTwice)
+{
+    QSet<QString> names{"h", "help", "version"};
+    const int others = names.size();
+    for (const OptionRow& row : monitor::optionRows())
+        names += row.name;
+    EXPECT_EQ(names.size(), monitor::optionRows().size() + others);
+}
+
+TEST(OptionTable, EveryOptionIsOneOfTheTestedOnes)
+{
+    QStringList rows;
+    for (const OptionRow& row : monitor::optionRows())
+        rows += row.name;
+    QStringList tested;
+    for (const OptionCase& option : optionCases())
+        tested += option.name;
+    EXPECT_EQ(rows, tested);
+}
+
+TEST(OptionTable, EveryOptionIsTakenByItsCommandsAndRefusedByOthers)
+{
+    for (const OptionCase& option : optionCases()) {
+        const QString given = "--" + option.name;
+        for (const QString& command : commandNames()) {
+            QStringList arguments{given};
+            if (!option.valid.isEmpty())
+                arguments += option.valid.first();
+            arguments += without(option.name, command);
+            const QString error = errorOf(arguments);
+            if (option.commands.contains(command))
+                EXPECT_EQ(error, QString()) << arguments.join(' ').toStdString();
+            else
+                EXPECT_TRUE(error.startsWith("option " + given + " belongs to ") &&
+                            error.endsWith(", not to " + command))
+                    << error.toStdString();
+        }
     }
+    EXPECT_EQ(errorOf(replay + QStringList{"--fd"}),
+              QString("option --fd belongs to live, window and send, not to replay"));
+}
+
+TEST(OptionTable, EveryOptionIsInTheHelpOfItsCommandsAndOfNoOther)
+{
+    for (const OptionCase& option : optionCases()) {
+        for (const QString& command : commandNames()) {
+            const QRegularExpression line("\n  --" + option.name + "( [^ \n]+)?\n      [A-Z]");
+            EXPECT_EQ(helpOf({command, "--help"}).contains(line), option.commands.contains(command))
+                << command.toStdString() << " " << option.name.toStdString();
+        }
+    }
+}
+
+TEST(OptionTable, EveryOptionAcceptsItsValuesAndNoOthers)
+{
+    for (const OptionCase& option : optionCases()) {
+        const QStringList arguments = without(option.name, option.commands.first());
+        for (const QString& value : option.valid) {
+            const QString given = "--" + option.name + "=" + value;
+            EXPECT_EQ(errorOf(arguments + QStringList{given}), QString()) << given.toStdString();
+        }
+        for (const QString& value : option.invalid) {
+            const QString error = errorOf(arguments + QStringList{"--" + option.name, value});
+            EXPECT_TRUE(error.startsWith("option --" + option.name + " needs "))
+                << value.toStdString() << ": " << error.toStdString();
+        }
+    }
+}
+
+TEST(OptionTable, EveryOptionIsGivenOnceUnlessItMayBeRepeated)
+{
+    for (const OptionCase& option : optionCases()) {
+        QStringList arguments = without(option.name, option.commands.first());
+        const QString error = QString("option --%1 can be given only once").arg(option.name);
+        const QString value = option.valid.isEmpty() ? QString() : "=" + option.valid.first();
+        arguments += {"--" + option.name + value, "--" + option.name + value};
+        EXPECT_EQ(errorOf(arguments) == error, !option.isRepeatable) << option.name.toStdString();
+    }
+}
+
+namespace
+{
+
+/// The rows of the table in the manual whose header begins with \a title, as the cells of each.
+QVector<QStringList> manualTable(const QString& title)
+{
+    QFile manual(MANUAL);
+    EXPECT_TRUE(manual.open(QIODevice::ReadOnly));
+    QVector<QStringList> rows;
+    bool isInside = false;
+    for (const QString& line : QString::fromUtf8(manual.readAll()).split('\n')) {
+        if (line.startsWith("| " + title + " |"))
+            isInside = true;
+        else if (!line.startsWith('|'))
+            isInside = false;
+        else if (isInside && !line.startsWith("|---"))
+            rows += line.mid(2, line.size() - 4).split(" | ");
+    }
+    return rows;
+}
+
+} // namespace
+
+TEST(Manual, ListsAllOptionsWithTheirCommands)
+{
+    const QVector<QStringList> rows = manualTable("option");
+    ASSERT_EQ(rows.size(), monitor::optionRows().size());
+    for (int i = 0; i < rows.size(); ++i) {
+        const OptionRow& option = monitor::optionRows().at(i);
+        QStringList commands;
+        for (const CommandRow& command : monitor::commandRows()) {
+            if (option.commands.testFlag(command.id))
+                commands += command.name;
+        }
+        EXPECT_EQ(rows.at(i).value(0), "`" + option.usage() + "`");
+        EXPECT_EQ(rows.at(i).value(1), commands.join(", ")) << option.name;
+    }
+}
+
+TEST(Manual, ListsTheFormatsOfDescriptions)
+{
+    const QVector<QStringList> rows = manualTable("description");
+    ASSERT_EQ(rows.size(), monitor::descriptionReaders().size());
+    for (int i = 0; i < rows.size(); ++i) {
+        const monitor::DescriptionReader& reader = monitor::descriptionReaders().at(i);
+        EXPECT_EQ(rows.at(i).value(0).toLower(), QString(reader.name));
+        EXPECT_EQ(rows.at(i).value(1),
+                  QString(reader.needsNode ? "`--%1 %2 --node N`" : "`--%1 %2`")
+                      .arg(reader.name, reader.fileHint));
+    }
+}
+
+TEST(Manual, ListsTheFormatsOfRecordings)
+{
+    const QVector<QStringList> rows = manualTable("recording");
+    ASSERT_EQ(rows.size(), monitor::recordingFormats().size());
+    for (int i = 0; i < rows.size(); ++i)
+        EXPECT_EQ(rows.at(i).value(0), monitor::recordingFormats().at(i).name);
 }

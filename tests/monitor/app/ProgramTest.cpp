@@ -242,23 +242,32 @@ TEST_F(Program, FileThatCannotBeReadIsExitCode2AndAMessageWithItsName)
     EXPECT_TRUE(run.messages.startsWith(directory.path() + ": cannot be read: "));
 }
 
-TEST_F(Program, WrongUseIsExitCode2AndAMessage)
+TEST_F(Program, UsageErrorIsExitCode2AndAMessageThatNamesTheHelp)
 {
-    for (const QStringList& arguments :
-         {QStringList{}, QStringList{"replay"}, QStringList{"--colour"}}) {
-        const MonitorRun run = runMonitor(arguments);
-        EXPECT_EQ(run.exitCode, 2);
-        EXPECT_TRUE(run.messages.startsWith("vantrel: ")) << run.messages.toStdString();
-        EXPECT_EQ(run.output, QString());
-    }
+    EXPECT_EQ(runMonitor({}).exitCode, 2);
+    EXPECT_EQ(runMonitor({"--colour"}).messages,
+              QString("vantrel: unknown option --colour\nSee vantrel --help.\n"));
+    const MonitorRun run = runMonitor({"replay"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.messages, QString("vantrel: replay needs exactly one file: vantrel replay FILE\n"
+                                    "See vantrel replay --help.\n"));
+    EXPECT_EQ(run.output, QString());
 }
 
 TEST_F(Program, HelpIsExitCode0)
 {
     const MonitorRun run = runMonitor({"--help"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.output.contains("--dbc"));
+    EXPECT_TRUE(run.output.contains("replay FILE"));
     EXPECT_EQ(run.messages, QString());
+    EXPECT_TRUE(runMonitor({"send", "--help"}).output.contains("--speed FACTOR"));
+}
+
+TEST_F(Program, VersionIsThatOfTheProject)
+{
+    const MonitorRun run = runMonitor({"--version"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, QString("vantrel 1.0.0\n"));
 }
 
 // Stopped one after the other, 512 signals would need up to 51 s.

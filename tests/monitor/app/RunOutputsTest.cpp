@@ -4,23 +4,41 @@
 
 #include <QtCore/QTemporaryDir>
 
+#include <stdexcept>
+
 using monitor::MonitorOptions;
+using monitor::OutputKind;
 using monitor::RunOutputs;
+
+namespace
+{
+
+const OutputKind& kindCalled(const char* name)
+{
+    for (const OutputKind& kind : monitor::outputKinds()) {
+        if (qstrcmp(kind.name, name) == 0)
+            return kind;
+    }
+    throw std::invalid_argument(name);
+}
+
+} // namespace
 
 TEST(RunOutputs, OutputThatFailsDoesNotKeepTheOthersFromBeingWritten)
 {
     const QTemporaryDir directory;
+    const QString save = directory.filePath("missing/run");
+    const QString plots = directory.filePath("plots");
     MonitorOptions options;
-    options.saveFile = directory.filePath("missing/run");
-    options.plotDirectory = directory.filePath("plots");
+    options.files = {{&kindCalled("save"), save}, {&kindCalled("plot"), plots}};
     QString printed;
     QString text;
     QTextStream output(&printed);
     QTextStream messages(&text);
     monitor::Session session({}, 3);
     EXPECT_FALSE(RunOutputs(options, output).write(session, messages));
-    EXPECT_TRUE(text.contains(options.saveFile + ": cannot be written: ")) << text.toStdString();
-    EXPECT_TRUE(text.contains(options.plotDirectory + ": there are no values to plot\n"));
+    EXPECT_TRUE(text.contains(save + ": cannot be written: ")) << text.toStdString();
+    EXPECT_TRUE(text.contains(plots + ": there are no values to plot\n"));
     EXPECT_TRUE(printed.contains("frames      0\n"));
 }
 
@@ -31,24 +49,25 @@ TEST(RunOutputs, AreCheckedBeforeTheRun)
     QString printed;
     QTextStream output(&printed);
     EXPECT_EQ(RunOutputs(options, output).check(), QString());
-    options.saveFile = directory.filePath("missing/run");
-    EXPECT_TRUE(RunOutputs(options, output).check().startsWith(options.saveFile + ": cannot be"));
+    const QString save = directory.filePath("missing/run");
+    options.files = {{&kindCalled("save"), save}};
+    EXPECT_TRUE(RunOutputs(options, output).check().startsWith(save + ": cannot be"));
 }
 
 TEST(RunOutputs, EveryPrintedKindPrintsSomething)
 {
-    for (const monitor::OutputKind& kind : monitor::outputKinds()) {
+    for (const OutputKind& kind : monitor::outputKinds()) {
         if (!kind.isPrinted())
             continue;
         MonitorOptions options;
-        options.format = kind.name;
+        options.printed = &kind;
         QString printed;
         QString text;
         QTextStream output(&printed);
         QTextStream messages(&text);
         monitor::Session session({}, 3);
         EXPECT_TRUE(RunOutputs(options, output).write(session, messages));
-        EXPECT_FALSE(printed.isEmpty()) << kind.name.toStdString();
+        EXPECT_FALSE(printed.isEmpty()) << kind.name;
         EXPECT_EQ(text, QString());
     }
 }

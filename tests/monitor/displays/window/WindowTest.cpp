@@ -49,8 +49,9 @@ protected:
     void SetUp() override
     {
         options.bus = {"virtualcan", bus.options().at(3)};
-        options.dbc = sampleFile("engine.dbc");
-        options.nodes = {{sampleFile("drive.eds"), 5}};
+        options.descriptions = {
+            {monitor::findDescriptionReader("dbc"), {sampleFile("engine.dbc"), std::nullopt}},
+            {monitor::findDescriptionReader("eds"), {sampleFile("drive.eds"), quint8(5)}}};
         QString text;
         QTextStream messages(&text);
         monitor::Preparation prepared;

@@ -1,0 +1,293 @@
+#include "options.h"
+
+#include "text/suggestions.h"
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace monitor
+{
+
+namespace
+{
+
+using ReadValue = decltype(OptionRow::read);
+
+constexpr CommandSet liveCommands = CommandSet(CommandId::Live) | CommandId::Window;
+constexpr CommandSet busCommands = liveCommands | CommandId::Send;
+constexpr CommandSet printingCommands = decodingCommands | CommandId::Show;
+
+QString readPositive(const QString& text, double& number)
+{
+    bool isNumber = false;
+    number = text.toDouble(&isNumber);
+    return isNumber && std::isfinite(number) && number > 0
+               ? QString()
+               : QStringLiteral("needs a number above 0");
+}
+
+/// Reads a number above 0 into that member.
+ReadValue positive(double Options::*member)
+{
+    return [member](const QString& value, Options& options) {
+        return readPositive(value, options.*member);
+    };
+}
+
+/// Takes any text for that member.
+ReadValue anyText(QString Options::*member)
+{
+    return [member](const QString& value, Options& options) {
+        options.*member = value;
+        return QString();
+    };
+}
+
+/// Takes any text for that member of the address of the bus.
+ReadValue anyText(QString BusAddress::*member)
+{
+    return [member](const QString& value, Options& options) {
+        options.bus.*member = value;
+        return QString();
+    };
+}
+
+QString readNode(const QString& text, Options& options)
+{
+    const std::optional<quint8> node = readNodeId(text);
+    if (!node)
+        return QStringLiteral("needs a number from 1 to 127");
+    options.nodes.append(*node);
+    return QString();
+}
+
+QString readK(const QString& text, Options& options)
+{
+    bool isNumber = false;
+    const double k = text.toDouble(&isNumber);
+    options.k = k;
+    return isNumber && std::isfinite(k) && k >= 0 ? QString()
+                                                  : QStringLiteral("needs a number, 0 or more");
+}
+
+/// Reads "EngineSpeed=600:2200". Names may contain equals signs, so the last one separates.
+QString readLimits(const QString& text, Options& options)
+{
+    const int equals = text.lastIndexOf('=');
+    const QStringList numbers = text.mid(equals + 1).split(':');
+    bool isLower = false;
+    bool isUpper = false;
+    const double lower = numbers.value(0).toDouble(&isLower);
+    const double upper = numbers.value(1).toDouble(&isUpper);
+    if (equals < 1 || numbers.size() != 2 || !isLower || !isUpper || !std::isfinite(lower) ||
+        !std::isfinite(upper))
+        return QStringLiteral("needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, not \"%1\"")
+            .arg(text);
+    if (lower > upper)
+        return QStringLiteral("needs a lower limit that is not above the upper one, not \"%1\"")
+            .arg(text);
+    options.limits.append({text.left(equals), std::nullopt, ValueRange{lower, upper}});
+    return QString();
+}
+
+/// A band needs two values, and so does a rating by it.
+QString readKept(const QString& text, Options& options)
+{
+    constexpr int fewest = 2;
+    constexpr int most = std::numeric_limits<int>::max() / 2; // up to twice as many are in memory
+    bool isNumber = false;
+    options.keptRecords = text.toInt(&isNumber);
+    if (!isNumber || options.keptRecords < fewest)
+        return QStringLiteral("needs a whole number, 2 or more");
+    return options.keptRecords <= most ? QString()
+                                       : QStringLiteral("needs a number of at most %1").arg(most);
+}
+
+QStringList printedNames()
+{
+    QStringList names;
+    for (const OutputKind& kind : outputKinds()) {
+        if (kind.isPrinted())
+            names += QLatin1String(kind.name);
+    }
+    return names;
+}
+
+QString readFormat(const QString& name, Options& options)
+{
+    for (const OutputKind& kind : outputKinds()) {
+        if (kind.isPrinted() && name == QLatin1String(kind.name)) {
+            options.printed = &kind;
+            return QString();
+        }
+    }
+    return QStringLiteral("needs ") + listed(printedNames(), "or");
+}
+
+QString readRating(const QString& text, Options& options)
+{
+    bool isNumber = false;
+    options.leastRating = text.toInt(&isNumber);
+    return isNumber && options.leastRating >= 0 && options.leastRating <= 100
+               ? QString()
+               : QStringLiteral("needs a whole number from 0 to 100");
+}
+
+QString readSpeed(const QString& text, Options& options)
+{
+    if (text != QLatin1String("max"))
+        return readPositive(text, options.speed).isEmpty()
+                   ? QString()
+                   : QStringLiteral("needs a number above 0, or max");
+    options.speed = std::numeric_limits<double>::infinity();
+    return QString();
+}
+
+QVector<OptionRow> descriptionRows()
+{
+    QVector<OptionRow> rows;
+    for (const DescriptionReader& reader : descriptionReaders()) {
+        rows.append({reader.name, reader.fileHint, QString::fromLatin1(reader.help),
+                     decodingCommands,
+                     reader.isRepeatable ? Occurrence::AnyNumber : Occurrence::AtMostOnce,
+                     [&reader](const QString& fileName, Options& options) {
+                         options.descriptions.append({&reader, {fileName, std::nullopt}});
+                         return QString();
+                     }});
+    }
+    return rows;
+}
+
+QVector<OptionRow> outputRows()
+{
+    const QString help =
+        QStringLiteral("Print the statistics as %1 (default: %2).")
+            .arg(listed(printedNames(), "or"), QLatin1String(defaultOutputKind().name));
+    QVector<OptionRow> rows{
+        {"format", "FORMAT", help, printingCommands, Occurrence::AtMostOnce, readFormat}};
+    for (const OutputKind& kind : outputKinds()) {
+        if (kind.isPrinted())
+            continue;
+        rows.append({kind.name, kind.valueName, QString::fromLatin1(kind.help), printingCommands,
+                     Occurrence::AtMostOnce, [&kind](const QString& path, Options& options) {
+                         options.files.append({&kind, path});
+                         return QString();
+                     }});
+    }
+    return rows;
+}
+
+QVector<OptionRow> signalRows()
+{
+    return {
+        {"node", "N",
+         "CANopen node of a description that needs one, such as --eds: 1 to 127, decimal, or "
+         "hexadecimal after 0x. The first --node belongs to the first such description, and so on.",
+         decodingCommands, Occurrence::AnyNumber, readNode},
+        {"config", "FILE.json",
+         "Scalings, limits and k from a file. Command-line options take precedence.",
+         decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config)},
+        {"signal", "PATTERN",
+         "Only the signals of that name. * stands for any text, ? for any character, SPN190 for "
+         "the SPN.",
+         decodingCommands, Occurrence::AnyNumber,
+         [](const QString& value, Options& options) {
+             options.patterns.append(value);
+             return QString();
+         }},
+        {"limits", "SIGNAL=LOWER:UPPER",
+         "Rate the signals that the pattern SIGNAL matches by these limits instead of their band.",
+         decodingCommands, Occurrence::AnyNumber, readLimits},
+        {"k", "K",
+         "The band reaches K deviations to either side of the average (default: that of the "
+         "configuration or of the saved run, else 3).",
+         printingCommands, Occurrence::AtMostOnce, readK},
+        {"keep", "N", "Keep only the newest N records of each signal, 2 or more (default: all).",
+         decodingCommands, Occurrence::AtMostOnce, readKept},
+    };
+}
+
+QVector<OptionRow> busRows()
+{
+    return {
+        {"plugin", "PLUGIN", "The plugin of Qt Serial Bus for the bus, such as socketcan.",
+         busCommands, Occurrence::ExactlyOnce, anyText(&BusAddress::plugin)},
+        {"interface", "NAME", "The interface, such as can0.", busCommands, Occurrence::ExactlyOnce,
+         anyText(&BusAddress::device)},
+        {"fd", "", "Use CAN FD frames too, if the interface supports them.", busCommands,
+         Occurrence::AtMostOnce,
+         [](const QString&, Options& options) {
+             options.bus.fd = true;
+             return QString();
+         }},
+        {"bitrate", "RATE",
+         "Bit rate of the bus, from which its load is calculated (default: 250000). The bit rate "
+         "of "
+         "the interface does not change.",
+         liveCommands, Occurrence::AtMostOnce, positive(&Options::bitRate)},
+        {"duration", "SECONDS", "End after that time (default: run until stopped).", liveCommands,
+         Occurrence::AtMostOnce, positive(&Options::duration)},
+        {"frames", "COUNT", "End when at least that many frames have been received.", liveCommands,
+         Occurrence::AtMostOnce, positive(&Options::frames)},
+        {"highlight", "RATING", "Highlight signals rated under RATING, 0 to 100 (default: 50).",
+         liveCommands, Occurrence::AtMostOnce, readRating},
+        {"speed", "FACTOR",
+         "Send FACTOR times as fast as recorded, or with max as fast as possible (default: 1).",
+         CommandId::Send, Occurrence::AtMostOnce, readSpeed},
+    };
+}
+
+/// The options for descriptions as they are typed, such as "--eds FILE.eds --node N"; of all
+/// formats, or only of those that need a node.
+QString descriptionUsages(bool onlyWithNode)
+{
+    QStringList usages;
+    for (const DescriptionReader& reader : descriptionReaders()) {
+        const QString usage = QStringLiteral("--%1 %2").arg(reader.name, reader.fileHint);
+        if (reader.needsNode)
+            usages += usage + QStringLiteral(" --node N");
+        else if (!onlyWithNode)
+            usages += usage;
+    }
+    return usages.join(QStringLiteral(" or "));
+}
+
+} // namespace
+
+QString OptionRow::usage() const
+{
+    const QString option = QStringLiteral("--") + QLatin1String(name);
+    return isFlag() ? option : option + ' ' + QLatin1String(valueName);
+}
+
+const QVector<OptionRow>& optionRows()
+{
+    static const QVector<OptionRow> rows =
+        descriptionRows() + signalRows() + outputRows() + busRows();
+    return rows;
+}
+
+QString completeDescriptions(Options& options)
+{
+    if (options.descriptions.isEmpty())
+        return QStringLiteral("needs a description of the messages: ") + descriptionUsages(false);
+    int needed = 0;
+    for (GivenDescription& description : options.descriptions) {
+        if (description.reader->needsNode)
+            description.file.node = options.nodes.value(needed++);
+    }
+    if (needed != options.nodes.size())
+        return QStringLiteral("needs %1 in pairs (files: %2, nodes: %3)")
+            .arg(descriptionUsages(true))
+            .arg(needed)
+            .arg(options.nodes.size());
+    for (const quint8 node : qAsConst(options.nodes)) {
+        if (options.nodes.count(node) > 1)
+            return QStringLiteral("needs one file for each node; --node %1 is given twice")
+                .arg(node);
+    }
+    return QString();
+}
+
+} // namespace monitor
