@@ -44,7 +44,8 @@ struct CommandRow {
 /// All commands: a new one is a row here.
 const QVector<CommandRow>& commandRows();
 
-/// Reads \a arguments, the name of the program first.
-Command readCommandLine(const QStringList& arguments);
+/// Reads \a arguments, the name of the program first. The result is a UsageError unless all of them
+/// are understood.
+[[nodiscard]] Command readCommandLine(const QStringList& arguments);
 
 } // namespace monitor

@@ -124,6 +124,6 @@ int main(int argc, char* argv[])
     output.flush();
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)
         return static_cast<int>(code);
-    messages << "vantrel: the output cannot be written\n";
+    messages << "vantrel: cannot write the output\n";
     return static_cast<int>(ExitCode::WrongUse);
 }

@@ -189,8 +189,8 @@ QVector<OptionRow> signalRows()
          "Scalings, limits and k from a file. Command-line options take precedence.",
          decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config)},
         {"signal", "PATTERN",
-         "Only the signals of that name. * stands for any text, ? for any character, SPN190 for "
-         "the SPN.",
+         "Only the signals of that name (default: all signals). * stands for any text, ? for any "
+         "character, SPN190 for the SPN.",
          decodingCommands, Occurrence::AnyNumber,
          [](const QString& value, Options& options) {
              options.patterns.append(value);
@@ -228,8 +228,9 @@ QVector<OptionRow> busRows()
          liveCommands, Occurrence::AtMostOnce, positive(&Options::bitRate)},
         {"duration", "SECONDS", "End after that time (default: run until stopped).", liveCommands,
          Occurrence::AtMostOnce, positive(&Options::duration)},
-        {"frames", "COUNT", "End when at least that many frames have been received.", liveCommands,
-         Occurrence::AtMostOnce, positive(&Options::frames)},
+        {"frames", "COUNT",
+         "End when at least that many frames have been received (default: run until stopped).",
+         liveCommands, Occurrence::AtMostOnce, positive(&Options::frames)},
         {"highlight", "RATING", "Highlight signals rated under RATING, 0 to 100 (default: 50).",
          liveCommands, Occurrence::AtMostOnce, readRating},
         {"speed", "FACTOR",
