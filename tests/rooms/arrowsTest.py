@@ -47,8 +47,6 @@ MONITOR = {
         "monitor/displays/window",
         "monitor/sources/recording",
         "monitor/sources/bus",
-        "monitor/catalogue/dbc",
-        "monitor/catalogue/eds",
     ],
 }
 # A table that lists the parts of its room knows them all.
