@@ -11,8 +11,8 @@ namespace monitor
 namespace
 {
 
-constexpr QLatin1String helpOption("help");
-constexpr QLatin1String versionOption("version");
+constexpr char helpOption[] = "help";
+constexpr char versionOption[] = "version";
 
 const CommandRow* findCommand(const QString& name)
 {
@@ -245,7 +245,7 @@ const QVector<CommandRow>& commandRows()
          "Watch a bus in a window with charts, and print the statistics at the end.",
          [](const Options& options, const QString&) -> Command {
              LiveOptions live = options;
-             live.window = true;
+             live.display = findDisplay(QStringLiteral("window"));
              return live;
          }},
         {"send", CommandId::Send, "FILE", "Send the frames of a recording on a bus.",
@@ -263,8 +263,8 @@ const QVector<CommandRow>& commandRows()
 Command readCommandLine(const QStringList& arguments)
 {
     QCommandLineParser parser;
-    parser.addOption({{QStringLiteral("h"), helpOption}, QString()});
-    parser.addOption({versionOption, QString()});
+    parser.addOption({{QStringLiteral("h"), QLatin1String(helpOption)}, QString()});
+    parser.addOption({QLatin1String(versionOption), QString()});
     for (const OptionRow& row : optionRows())
         parser.addOption({row.name, QString(), row.valueName});
     const bool isParsed = parser.parse(arguments);
@@ -277,9 +277,9 @@ Command readCommandLine(const QStringList& arguments)
         return UsageError{unknownOption(unknown.constFirst(), command), commandName};
     if (!isParsed)
         return UsageError{parseError(parser), commandName};
-    if (parser.isSet(versionOption))
+    if (parser.isSet(QLatin1String(versionOption)))
         return VersionRequest{};
-    if (parser.isSet(helpOption) && (command || name.isEmpty()))
+    if (parser.isSet(QLatin1String(helpOption)) && (command || name.isEmpty()))
         return HelpRequest{command ? helpOf(*command) : generalHelp()};
     if (command)
         return readCommand(parser, *command);

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "LiveCommand.h"
-#include "ReplayCommand.h"
-#include "SendCommand.h"
-#include "ShowCommand.h"
 #include "options.h"
 
 #include <QtCore/QStringList>

@@ -1,10 +1,6 @@
-#include "LiveCommand.h"
-
 #include "EndRequest.h"
 #include "Preparation.h"
 #include "RunOutputs.h"
-#include "displays/terminal/TerminalDisplay.h"
-#include "displays/window/MonitorWindow.h"
 #include "sources/bus/BusSource.h"
 #include "text/Table.h"
 
@@ -24,11 +20,12 @@ constexpr int refreshPeriod = 100; // in ms
 /// The display that \a options ask for; null if nothing is shown before the end.
 std::unique_ptr<SnapshotSink> makeDisplay(const LiveOptions& options, Session& session)
 {
-    if (options.window)
-        return std::make_unique<MonitorWindow>(session, options.bus.name(), options.leastRating);
-    if (options.printed == &defaultOutputKind() && Terminal::isThere())
-        return std::make_unique<TerminalDisplay>(session, options.leastRating);
-    return nullptr;
+    const DisplayKind* kind = options.display;
+    const DisplayKind& usual = displayKinds().constFirst();
+    if (kind == nullptr && options.printed == &defaultOutputKind() && usual.check().isEmpty())
+        kind = &usual;
+    return kind == nullptr ? nullptr
+                           : kind->make(session, {options.bus.name(), options.leastRating});
 }
 
 /// A run on a bus.
@@ -85,13 +82,15 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& mess
     QString error = prepare(options, messages, prepared);
     if (error.isEmpty())
         error = outputs.check();
+    if (error.isEmpty() && options.display != nullptr)
+        error = options.display->check();
     Session session(prepared.catalogue.messages(), prepared.k);
     BusSource source(options.bus, options.bitRate);
     if (error.isEmpty())
         error = source.start();
     if (!error.isEmpty()) {
         messages << printable(error) << '\n'; // it may contain names of signals
-        return ExitCode::WrongUse;
+        return ExitCode::Failure;
     }
     messages << options.bus.name() << ": connected" << Qt::endl;
     LiveRun(options, source, session).watch();
@@ -102,7 +101,7 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& mess
         outputs.finish(session, nothingDecoded(options.bus.name(), options), messages);
     if (!source.error().isEmpty())
         messages << source.error() << '\n';
-    return isLost ? ExitCode::WrongUse : code;
+    return isLost ? ExitCode::Failure : code;
 }
 
 } // namespace monitor

@@ -1,7 +1,6 @@
 #include "Preparation.h"
 
 #include "catalogue/ConfigFile.h"
-#include "printProblems.h"
 
 namespace monitor
 {
@@ -38,6 +37,14 @@ QString applyConfig(const QString& fileName, Preparation& prepared)
 }
 
 } // namespace
+
+void print(const Problems& problems, QTextStream& messages)
+{
+    for (const QString& line : problems.lines())
+        messages << line << '\n';
+    if (problems.count() > 0)
+        messages << problems.total() << '\n';
+}
 
 QString prepare(const MonitorOptions& options, QTextStream& messages, Preparation& prepared)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MonitorOptions.h"
 #include "catalogue/Catalogue.h"
+#include "commands.h"
 
 #include <QtCore/QTextStream>
 
@@ -13,6 +13,9 @@ struct Preparation {
     Catalogue catalogue;
     double k = 3; ///< half the width of the band, in deviations
 };
+
+/// Prints the first of \a problems and their total to \a messages; nothing if there are none.
+void print(const Problems& problems, QTextStream& messages);
 
 /// Reads the files that \a options name and changes \a prepared accordingly; command-line options
 /// take precedence over the configuration. Places of a description that cannot be used are printed

@@ -49,7 +49,7 @@ bool RunOutputs::write(Session& session, QTextStream& messages)
 ExitCode RunOutputs::finish(Session& session, const QString& reason, QTextStream& messages)
 {
     if (!write(session, messages))
-        return ExitCode::WrongUse;
+        return ExitCode::Failure;
     if (session.counts().decoded > 0)
         return ExitCode::Success;
     messages << reason << '\n';

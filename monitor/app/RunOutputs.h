@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MonitorOptions.h"
+#include "commands.h"
 #include "outputs/outputs.h"
 
 namespace monitor

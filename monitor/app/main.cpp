@@ -64,7 +64,7 @@ struct Run {
     {
         messages << "vantrel: " << monitor::printable(error.text) << "\nSee vantrel "
                  << (error.command.isEmpty() ? QString() : error.command + ' ') << "--help.\n";
-        return ExitCode::WrongUse;
+        return ExitCode::Failure;
     }
 };
 
@@ -75,7 +75,7 @@ void endWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
     if (type != QtFatalMsg)
         return;
     std::fputs("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n", stderr);
-    std::_Exit(static_cast<int>(ExitCode::WrongUse));
+    std::_Exit(static_cast<int>(ExitCode::Failure));
 }
 
 bool drawsFiles(const monitor::Command& command)
@@ -97,7 +97,7 @@ std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& comman
                                                   char* argv[])
 {
     const auto* live = std::get_if<monitor::LiveOptions>(&command);
-    const bool hasWindow = live && live->window;
+    const bool hasWindow = live && live->display && live->display->needsWidgets;
     if (!hasWindow && !drawsFiles(command))
         return std::make_unique<QCoreApplication>(argc, argv);
     if (!hasWindow && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
@@ -125,5 +125,5 @@ int main(int argc, char* argv[])
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)
         return static_cast<int>(code);
     messages << "vantrel: cannot write the output\n";
-    return static_cast<int>(ExitCode::WrongUse);
+    return static_cast<int>(ExitCode::Failure);
 }

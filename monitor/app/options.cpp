@@ -125,6 +125,21 @@ QString readFormat(const QString& name, Options& options)
     return QStringLiteral("needs ") + listed(printedNames(), "or");
 }
 
+QStringList displayNames()
+{
+    QStringList names;
+    for (const DisplayKind& kind : displayKinds())
+        names += QLatin1String(kind.name);
+    return names;
+}
+
+QString readDisplay(const QString& name, Options& options)
+{
+    options.display = findDisplay(name);
+    return options.display != nullptr ? QString()
+                                      : QStringLiteral("needs ") + listed(displayNames(), "or");
+}
+
 QString readRating(const QString& text, Options& options)
 {
     bool isNumber = false;
@@ -208,6 +223,19 @@ QVector<OptionRow> signalRows()
     };
 }
 
+/// "terminal (a table on the terminal) or window (a window with charts)"
+QString displayHelp()
+{
+    QStringList displays;
+    for (const DisplayKind& kind : displayKinds())
+        displays +=
+            QStringLiteral("%1 (%2)").arg(QLatin1String(kind.name), QLatin1String(kind.help));
+    return QStringLiteral(
+               "Show the signals meanwhile: %1 (default: %2, if the output is a terminal "
+               "and the format is table).")
+        .arg(listed(displays, "or"), displayNames().constFirst());
+}
+
 QVector<OptionRow> busRows()
 {
     return {
@@ -231,6 +259,7 @@ QVector<OptionRow> busRows()
         {"frames", "COUNT",
          "End when at least that many frames have been received (default: run until stopped).",
          liveCommands, Occurrence::AtMostOnce, positive(&Options::frames)},
+        {"display", "NAME", displayHelp(), CommandId::Live, Occurrence::AtMostOnce, readDisplay},
         {"highlight", "RATING", "Highlight signals rated under RATING, 0 to 100 (default: 50).",
          liveCommands, Occurrence::AtMostOnce, readRating},
         {"speed", "FACTOR",

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LiveCommand.h"
+#include "commands.h"
 
 #include <QtCore/QFlags>
 

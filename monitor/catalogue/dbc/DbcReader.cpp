@@ -15,8 +15,8 @@ namespace
 {
 
 /// The message of this name and id holds the signals that belong to no message.
-constexpr QLatin1String independentSignals("VECTOR__INDEPENDENT_SIG_MSG");
-constexpr QLatin1String independentId("3221225472");
+constexpr char independentSignals[] = "VECTOR__INDEPENDENT_SIG_MSG";
+constexpr char independentId[] = "3221225472";
 
 QString keywordOf(const QString& line)
 {
@@ -83,7 +83,7 @@ QVector<MessageDescription> DbcReader::finish()
 void DbcReader::readMessage(qint64 number, const QString& line)
 {
     MessageDescription message;
-    const bool isIndependent = line.contains(independentSignals);
+    const bool isIndependent = line.contains(QLatin1String(independentSignals));
     holder = isIndependent ? SignalHolder::Independent : SignalHolder::None;
     if (isIndependent)
         return;
@@ -137,7 +137,7 @@ void DbcReader::readValueType(qint64 number, const QString& line)
     if (!match.hasMatch())
         return problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
     const auto found = find(match.captured(1), match.captured(2));
-    if (found.isEmpty() && match.captured(1) != independentId)
+    if (found.isEmpty() && match.captured(1) != QLatin1String(independentId))
         problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) of an unknown signal"));
     const int floatBits[] = {0, 32, 64, 0};
     for (SignalDescription* signal : found)
@@ -161,7 +161,7 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
     static const QRegularExpression pattern(
         QStringLiteral(R"RE(^\s*BA_\s+"SPN"\s+SG_\s+(\d+)\s+(\w+)\s+(\d+)\s*;)RE"));
     const QRegularExpressionMatch match = pattern.match(line);
-    if (!match.hasMatch() || match.captured(1) == independentId)
+    if (!match.hasMatch() || match.captured(1) == QLatin1String(independentId))
         return skip(number, line);
     constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
     bool understood = false;

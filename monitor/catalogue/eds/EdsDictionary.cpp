@@ -6,8 +6,8 @@ namespace monitor
 namespace
 {
 
-constexpr QLatin1String nameKey("parametername");
-constexpr QLatin1String datatypeKey("datatype");
+constexpr char nameKey[] = "parametername";
+constexpr char datatypeKey[] = "datatype";
 
 } // namespace
 
@@ -17,7 +17,8 @@ std::optional<EdsObject> EdsDictionary::object(quint32 index, quint32 subIndex) 
     const QString section = EdsFile::sectionOf(index, subIndex);
     if (!file.hasSection(section)) {
         auto compact = compactObject(index, subIndex);
-        const bool isWhole = subIndex == 0 && file.entry(parent, datatypeKey).line > 0;
+        const bool isWhole =
+            subIndex == 0 && file.entry(parent, QLatin1String(datatypeKey)).line > 0;
         if (compact || !isWhole)
             return compact;
         EdsObject whole = described(parent);
@@ -27,7 +28,7 @@ std::optional<EdsObject> EdsDictionary::object(quint32 index, quint32 subIndex) 
     EdsObject found = described(section);
     if (file.sectionsNamed(index, found.name) > 1)
         found.name += ' ' + QString::number(subIndex);
-    if (file.sectionsNamed(file.entry(section, nameKey).value) > 1)
+    if (file.sectionsNamed(file.entry(section, QLatin1String(nameKey)).value) > 1)
         found.name = nameOf(index) + '.' + found.name;
     return found;
 }
@@ -36,7 +37,7 @@ std::optional<EdsObject> EdsDictionary::object(quint32 index, quint32 subIndex) 
 QString EdsDictionary::nameOf(quint32 index) const
 {
     const QString section = EdsFile::sectionOf(index);
-    const QString name = file.entry(section, nameKey).value;
+    const QString name = file.entry(section, QLatin1String(nameKey)).value;
     const bool isClear = file.sectionsNamed(name) <= 1 || name.isEmpty();
     return isClear ? described(section).name : name + ' ' + section;
 }
@@ -44,8 +45,8 @@ QString EdsDictionary::nameOf(quint32 index) const
 EdsObject EdsDictionary::described(const QString& section) const
 {
     EdsObject found;
-    found.name = file.entry(section, nameKey).value;
-    found.datatype = file.entry(section, datatypeKey);
+    found.name = file.entry(section, QLatin1String(nameKey)).value;
+    found.datatype = file.entry(section, QLatin1String(datatypeKey));
     found.value = file.entry(section, QStringLiteral("parametervalue"));
     if (found.value.value.isEmpty())
         found.value = file.entry(section, QStringLiteral("defaultvalue"));

@@ -74,8 +74,8 @@ TEST(Bus, RecordingIsSentWithItsWaitsWhateverItsTimes)
     const MonitorRun run =
         runMonitor(QStringList{"send", recording, "--speed", "4"} + bus.options());
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.output, QString("sent        4\nnot sent    1 error frame(s), 0 of a length that "
-                                  "no frame has\n"));
+    EXPECT_EQ(run.output, QString("sent        4\nnot sent    1 error frame(s), 0 of an impossible "
+                                  "length\n"));
     EXPECT_TRUE(live.end().output.contains("frames      4\ndecoded     0\n"));
 }
 
@@ -137,7 +137,7 @@ TEST(Bus, RecordingWithoutAFrameToSendIsExitCode1AndAMessageWithItsName)
         const QString recording = write(directory, log);
         const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_TRUE(run.messages.endsWith(recording + ": holds no frame that can be sent\n"))
+        EXPECT_TRUE(run.messages.endsWith(recording + ": contains no frame that can be sent\n"))
             << run.messages.toStdString();
     }
 }

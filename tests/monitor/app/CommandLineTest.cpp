@@ -94,6 +94,7 @@ QVector<OptionCase> optionCases()
         {"bitrate", watching, {"500000", "83333.3"}, {"", "0", "-1", "fast", "nan", "inf"}},
         {"duration", watching, {"1.5"}, {"", "0", "-1", "soon", "nan", "inf"}},
         {"frames", watching, {"7"}, {"", "0", "-1", "few"}},
+        {"display", {"live"}, {"terminal", "window"}, {"", "printer"}},
         {"highlight", watching, {"0", "100"}, {"", "-1", "101", "x", "1.5"}},
         {"speed", {"send"}, {"2.5", "max"}, {"", "0", "-1", "inf", "nan", "fast"}},
     };
@@ -159,10 +160,11 @@ TEST(CommandLine, OptionsThatAreNotGivenHaveTheirDefaults)
     EXPECT_TRUE(options.files.isEmpty());
     const auto onBus = accepted<LiveOptions>(live);
     EXPECT_EQ(onBus.bitRate, 250000);
-    EXPECT_EQ(onBus.duration, LiveOptions::forEver);
-    EXPECT_EQ(onBus.frames, LiveOptions::forEver);
+    EXPECT_EQ(onBus.duration, LiveOptions::unlimited);
+    EXPECT_EQ(onBus.frames, LiveOptions::unlimited);
     EXPECT_EQ(onBus.leastRating, 50);
-    EXPECT_FALSE(onBus.window || onBus.bus.fd);
+    EXPECT_EQ(onBus.display, nullptr);
+    EXPECT_FALSE(onBus.bus.fd);
     EXPECT_EQ(accepted<SendOptions>(send).speed, 1);
 }
 
@@ -250,7 +252,7 @@ TEST(CommandLine, WindowIsLiveInAWindow)
 {
     const auto options = accepted<LiveOptions>(QStringList("window") + live.mid(1) +
                                                QStringList{"--duration", "1.5"});
-    EXPECT_TRUE(options.window);
+    EXPECT_EQ(options.display, monitor::findDisplay("window"));
     EXPECT_EQ(options.duration, 1.5);
 }
 

@@ -2,7 +2,7 @@
 #include "../../sources/bus/SimulatedBus.h"
 #include <VirtualDisplay.h>
 
-#include <app/LiveCommand.h>
+#include <app/commands.h>
 #include <app/Preparation.h>
 #include <displays/window/MonitorWindow.h>
 #include <sources/bus/BusSource.h>
