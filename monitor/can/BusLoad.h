@@ -1,20 +1,27 @@
 #pragma once
 
-#include <QtCore/qglobal.h>
+#include "Frame.h"
 
 #include <deque>
 
 namespace monitor
 {
 
-/// How much of the time a bus is busy, over the last second.
+/// The number of bits that \a frame takes on the bus (ISO 11898-1), from the start of frame to the
+/// end of the intermission, including stuff bits. Exact for a classic frame without errors. A frame
+/// of more than 8 bytes (CAN FD) is counted like a classic one of that length without stuff bits,
+/// since its format and its second bit rate are unknown.
+int bitsOnBus(const Frame& frame);
+
+/// The share of the last second during which the bus was busy.
 class BusLoad
 {
 public:
-    /// \a bitRate in bits a second.
+    /// \a bitRate is in bits per second.
     explicit BusLoad(double bitRate) : rate(bitRate) {}
 
-    /// \a bits have been on the bus since the call before, up to the time \a now in microseconds.
+    /// Counts \a bits that were on the bus between the previous call and the time \a now, in
+    /// microseconds.
     void add(qint64 now, qint64 bits);
 
     /// In percent; 0 before the second call of add().
@@ -27,7 +34,7 @@ private:
     };
 
     double rate;
-    std::deque<Total> totals; // of all bits, up to the one a second ago
+    std::deque<Total> totals; // running totals, back to the latest one that is at least 1 s old
 };
 
 } // namespace monitor

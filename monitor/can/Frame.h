@@ -14,14 +14,45 @@ constexpr quint8 longestClassicFrame = 8;
 
 /// One CAN frame as it was seen on the bus, classic or FD.
 struct Frame {
-    /// When it was seen, if the recorder says so. The epoch is the recorder's, and a later frame
-    /// may have an earlier time.
+    /// When it was seen, if known. The epoch depends on the recorder, and a later frame may have an
+    /// earlier time.
     std::optional<qint64> microseconds;
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
-    bool remote = false;   ///< a request for data; carries none
-    quint8 length = 0; ///< the number of bytes in \a data that count, up to 8 in a classic frame
+    bool remote = false;   ///< true: a request for data, without data of its own
+    quint8 length = 0;     ///< the number of valid bytes in \a data, up to 8 in a classic frame
     std::array<quint8, 64> data{};
 };
+
+/// The data of one frame, or of a message reassembled from several. Does not own the bytes.
+struct Payload {
+    quint32 id = 0;
+    bool extended = false; ///< true: the id has 29 bits, false: 11
+    const quint8* data = nullptr;
+    int length = 0;                     ///< in bytes
+    std::optional<qint64> microseconds; ///< when its last frame was seen
+};
+
+/// The data of \a frame, which must outlive the result.
+inline Payload payloadOf(const Frame& frame)
+{
+    return {frame.id, frame.extended, frame.data.data(), frame.length, frame.microseconds};
+}
+
+/// The parameter group number in a 29-bit id (SAE J1939-21): both data page bits, the PDU format
+/// and, from format 240 on (PDU2), the group extension. Below 240 (PDU1) that byte is the
+/// destination address, which does not belong to the PGN.
+constexpr quint32 pgnOf(quint32 id)
+{
+    constexpr quint32 firstPdu2Format = 240;
+    const quint32 format = id >> 16 & 0xFF;
+    return format < firstPdu2Format ? id >> 8 & 0x3FF00 : id >> 8 & 0x3FFFF;
+}
+
+/// The source address in a 29-bit id.
+constexpr quint8 sourceAddressOf(quint32 id)
+{
+    return static_cast<quint8>(id);
+}
 
 } // namespace monitor

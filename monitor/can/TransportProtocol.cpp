@@ -1,7 +1,5 @@
 #include "TransportProtocol.h"
 
-#include "J1939Id.h"
-
 #include <algorithm>
 
 namespace monitor

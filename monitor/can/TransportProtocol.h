@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Payload.h"
+#include "Frame.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QHash>

@@ -1,7 +1,5 @@
 #include "Decoder.h"
 
-#include "can/J1939Id.h"
-
 #include <algorithm>
 #include <utility>
 

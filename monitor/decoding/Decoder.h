@@ -1,7 +1,7 @@
 #pragma once
 
 #include "RawValue.h"
-#include "can/Payload.h"
+#include "can/Frame.h"
 #include "catalogue/Catalogue.h"
 
 #include <QtCore/QHash>

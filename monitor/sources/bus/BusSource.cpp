@@ -1,7 +1,5 @@
 #include "BusSource.h"
 
-#include "can/FrameBits.h"
-
 namespace monitor
 {
 

@@ -2,7 +2,61 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+using monitor::bitsOnBus;
 using monitor::BusLoad;
+using monitor::Frame;
+
+namespace
+{
+
+Frame frameOf(quint32 id, bool extended, const std::vector<quint8>& data)
+{
+    Frame frame;
+    frame.id = id;
+    frame.extended = extended;
+    frame.length = static_cast<quint8>(data.size());
+    std::copy(data.begin(), data.end(), frame.data.begin());
+    return frame;
+}
+
+} // namespace
+
+// The expected numbers come from frames written down as texts of bits, with the remainder of a long
+// division as CRC, and a bit inserted wherever the text ends in five equal ones.
+TEST(FrameBits, ClassicFramesHaveTheBitsOfTheirFormatTheirDataAndTheStuffBits)
+{
+    EXPECT_EQ(bitsOnBus(frameOf(0x123, false, {})), 47 + 1);
+    EXPECT_EQ(bitsOnBus(frameOf(0x555, false, {0x55, 0x55})), 47 + 16 + 1);
+    EXPECT_EQ(bitsOnBus(frameOf(0, false, std::vector<quint8>(8, 0))), 47 + 64 + 16);
+    EXPECT_EQ(bitsOnBus(frameOf(0x7FF, false, std::vector<quint8>(8, 0xFF))), 47 + 64 + 15);
+    EXPECT_EQ(bitsOnBus(frameOf(0x078, false, {0xF8, 0x78, 0x3C, 0x1E, 0x0F, 0x87, 0xC3, 0xC3})),
+              47 + 64 + 13);
+    EXPECT_EQ(bitsOnBus(frameOf(0x1FFFFFFF, true, std::vector<quint8>(8, 0))), 67 + 64 + 20);
+    EXPECT_EQ(
+        bitsOnBus(frameOf(0x18FEDF00, true, {0x8A, 0xA0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF})),
+        67 + 64 + 15);
+    EXPECT_EQ(
+        bitsOnBus(frameOf(0x0CF00400, true, {0x51, 0x7D, 0x9A, 0x20, 0x03, 0x00, 0xF0, 0xFF})),
+        67 + 64 + 8);
+}
+
+TEST(FrameBits, RemoteFramesHaveNoData)
+{
+    Frame frame = frameOf(0x555, false, {});
+    frame.remote = true;
+    EXPECT_EQ(bitsOnBus(frame), 47 + 1);
+    frame = frameOf(0x18EA0001, true, {});
+    frame.remote = true;
+    EXPECT_EQ(bitsOnBus(frame), 67 + 4);
+}
+
+TEST(FrameBits, LongFramesOfCanFdAreEstimatedByTheirLength)
+{
+    EXPECT_EQ(bitsOnBus(frameOf(0x123, false, std::vector<quint8>(64))), 47 + 64 * 8);
+    EXPECT_EQ(bitsOnBus(frameOf(0x123, true, std::vector<quint8>(12))), 67 + 12 * 8);
+}
 
 TEST(BusLoad, NothingIsKnownBeforeThereIsAStretchOfTime)
 {

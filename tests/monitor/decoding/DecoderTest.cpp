@@ -1,6 +1,6 @@
 #include "../catalogue/Descriptions.h"
 
-#include <can/J1939Id.h>
+#include <can/Frame.h>
 #include <decoding/Decoder.h>
 
 #include <gtest/gtest.h>
