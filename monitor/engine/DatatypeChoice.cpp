@@ -1,5 +1,7 @@
 #include "DatatypeChoice.h"
 
+#include "text/numbers.h"
+
 #include <cmath>
 
 using CAN::CANopenDataType;
@@ -10,16 +12,14 @@ namespace monitor
 namespace
 {
 
-constexpr int exactBits = 53; // up to here double holds every whole number
-
 struct IntegerType {
     int bits;
     CANopenDataType unsignedType;
     CANopenDataType signedType;
 };
 
-// Not all of the integer types: a signal has no element type for INTEGER48, INTEGER56 and
-// UNSIGNED56, and takes INTEGER40 for a single byte. What they would hold goes into 64 bits.
+// INTEGER48, INTEGER56 and UNSIGNED56 are missing because a signal has no element type for them,
+// and INTEGER40 because it selects the element type of a single byte. Their ranges go into 64 bits.
 constexpr IntegerType integerTypes[] = {
     {8, CANopenDataType::UNSIGNED8, CANopenDataType::INTEGER8},
     {16, CANopenDataType::UNSIGNED16, CANopenDataType::INTEGER16},

@@ -1,7 +1,7 @@
 #include "RunningStatistics.h"
 
 #include "decoding/RawValue.h"
-#include "text/exactIntegers.h"
+#include "text/numbers.h"
 
 #include <vantrel/handlers/GenericValueHandler.h>
 

@@ -9,31 +9,35 @@
 namespace monitor
 {
 
-/// Reads a text line by line in bounded memory, whatever the file holds.
+/// \a line as text. Older tools write names and units in Latin-1, newer ones in UTF-8, so a line
+/// that is not valid UTF-8 is read as Latin-1.
+QString textOf(const QByteArray& line);
+
+/// Reads a text line by line, in bounded memory even if the file has no lines.
 class LineReader
 {
 public:
-    /// The bytes of a line that are kept; what a longer line has beyond is dropped.
+    /// The number of bytes of a line that are kept; the rest of a longer line is dropped.
     static constexpr int longestLine = 1024 * 1024;
 
-    /// Opens the file. Afterwards error() tells whether that worked.
+    /// Opens the file; error() tells whether that failed.
     explicit LineReader(const QString& fileName);
 
-    /// Reads from \a device, which is open; \a name is for messages.
+    /// Reads from \a device, which must be open; \a name is for messages.
     LineReader(std::unique_ptr<QIODevice> device, const QString& name);
 
-    /// Reads the next line without its line end into \a line and returns true; false at the end
-    /// of the file and after an error.
+    /// Reads the next line into \a line, without its line end. Returns false at the end of the
+    /// file and after an error.
     bool readLine(QByteArray& line);
 
     /// The number of the line read last, counted from 1.
     qint64 lineNumber() const { return number; }
 
-    /// How many bytes have been read, and how many there are, 0 if the file does not tell.
+    /// The number of bytes read, and that of all bytes, 0 if unknown.
     qint64 position() const { return input->pos(); }
     qint64 size() const { return input->size(); }
 
-    /// What went wrong, naming the file; empty if nothing did.
+    /// The error, naming the file; empty if there was none.
     QString error() const;
 
 private:

@@ -8,7 +8,7 @@ namespace monitor
 namespace
 {
 
-const QString clearLine = QStringLiteral("\r\033[K");
+constexpr char clearLine[] = "\r\033[K";
 
 } // namespace
 

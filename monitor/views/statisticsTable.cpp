@@ -1,6 +1,6 @@
 #include "statisticsTable.h"
 
-#include "numberFormat.h"
+#include "text/numbers.h"
 
 namespace monitor
 {

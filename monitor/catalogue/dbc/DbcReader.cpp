@@ -2,7 +2,6 @@
 
 #include "DbcLine.h"
 #include "text/LineReader.h"
-#include "text/LineText.h"
 
 #include <QtCore/QRegularExpression>
 

@@ -1,6 +1,6 @@
 #include "EdsFile.h"
 
-#include "text/LineText.h"
+#include "text/LineReader.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>

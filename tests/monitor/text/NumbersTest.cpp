@@ -1,4 +1,4 @@
-#include <views/numberFormat.h>
+#include <text/numbers.h>
 
 #include <gtest/gtest.h>
 

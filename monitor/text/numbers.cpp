@@ -1,6 +1,4 @@
-#include "numberFormat.h"
-
-#include "text/exactIntegers.h"
+#include "numbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,7 +49,7 @@ QString rounded(double value, int decimals)
     return withoutTrailingZeros(QString::number(value, 'f', decimals));
 }
 
-/// The special cases that all numbers share; empty if \a value is none of them.
+/// An integer, a number beyond 2^53, NaN or an infinity; empty if \a value is something else.
 QString formatWholeOrHuge(double value)
 {
     if (std::fabs(value) > exactIntegers || !std::isfinite(value))
