@@ -1,7 +1,6 @@
 #pragma once
 
-#include "BusAddress.h"
-
+#include <QtCore/QString>
 #include <QtSerialBus/QCanBusDevice>
 
 #include <memory>
@@ -9,25 +8,35 @@
 namespace monitor
 {
 
-/// A bus that is connected, in the thread that has connected it; that needs an event loop.
+/// A bus, in the terms of Qt Serial Bus.
+struct BusAddress {
+    QString plugin;  ///< such as "socketcan"
+    QString device;  ///< such as "can0"
+    bool fd = false; ///< true: CAN FD frames too, which not every interface supports
+
+    /// For messages.
+    QString name() const { return plugin + ' ' + device; }
+};
+
+/// A connection to a bus. Belongs to the thread that connects it, which needs an event loop.
 class BusConnection
 {
 public:
-    /// How long it may take to connect or to disconnect.
-    static constexpr int patience = 5000; // in ms
+    /// How long connecting or disconnecting may take, in ms.
+    static constexpr int patience = 5000;
 
-    /// Disconnects, if that has not been done.
+    /// Disconnects if still connected.
     ~BusConnection();
 
-    /// Connects and waits until that is done. Returns what made it impossible, naming the bus;
-    /// empty if nothing did. Called once.
+    /// Connects, and waits until that is done. Returns the error, naming the bus; empty if there
+    /// was none. To be called once.
     QString connect(const BusAddress& address);
 
-    /// Disconnects and waits until that is done. Frames that have been written still get to the
+    /// Disconnects, and waits until that is done. Frames that have been written still reach the
     /// bus.
     void disconnect();
 
-    /// There once connect() has succeeded.
+    /// Valid once connect() has succeeded.
     QCanBusDevice& device() { return *bus; }
 
 private:

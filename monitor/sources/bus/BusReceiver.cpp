@@ -1,7 +1,5 @@
 #include "BusReceiver.h"
 
-#include "BusConnection.h"
-
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QEventLoop>
 

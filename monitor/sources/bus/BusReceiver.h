@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BusAddress.h"
+#include "BusConnection.h"
 #include "FrameQueue.h"
 
 #include <QtCore/QElapsedTimer>

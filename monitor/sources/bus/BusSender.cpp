@@ -10,6 +10,17 @@
 namespace monitor
 {
 
+double Pacing::dueTimeOf(const Frame& frame)
+{
+    if (!frame.microseconds)
+        return due;
+    const qint64 waited =
+        std::max<qint64>(0, *frame.microseconds - previous.value_or(*frame.microseconds));
+    previous = frame.microseconds;
+    due += static_cast<double>(waited) / speed;
+    return due;
+}
+
 BusSender::BusSender(QCanBusDevice& connectedDevice, FrameSource& frameSource, double speed)
     : device(connectedDevice), source(frameSource), pacing(speed)
 {
@@ -54,7 +65,7 @@ bool BusSender::readNext()
     return true;
 }
 
-/// Sends the frame that is due. False if that has to wait, or is over.
+/// Sends the frame that is due. False if it must wait, or if sending has ended.
 bool BusSender::trySend()
 {
     const QCanBusFrame busFrame = busFrameOf(frame);
@@ -76,7 +87,7 @@ bool BusSender::trySend()
     return true;
 }
 
-/// A driver whose queue is full refuses a frame; then it is tried again, for about a second.
+/// A driver refuses a frame while its queue is full, so the frame is tried again, for about 1 s.
 void BusSender::tryAgain()
 {
     constexpr int mostRefusals = 1000;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Pacing.h"
 #include "sources/FrameSource.h"
 
 #include <QtCore/QElapsedTimer>
@@ -11,24 +10,43 @@
 namespace monitor
 {
 
+/// The times at which the frames of a recording are due when it is played back.
+class Pacing
+{
+public:
+    /// Plays back \a factor times as fast as recorded; without waiting if that is infinite.
+    explicit Pacing(double factor) : speed(factor) {}
+
+    /// When \a frame is due, in microseconds from the start. To be called for each frame in order.
+    /// Due at once are the first frame, and a frame whose time is unknown or earlier than that of
+    /// the frame before.
+    double dueTimeOf(const Frame& frame);
+
+private:
+    double speed;
+    double due = 0;
+    std::optional<qint64> previous; // time of recording
+};
+
 /// Sends the frames of a source onto a bus, in the thread of the connection.
 class BusSender
 {
 public:
-    /// The frames sent in one go and in 1 ms at most. That is more than three times what a bus of
-    /// 1 Mbit/s carries, and leaves those that listen time to take it.
+    /// The largest number of frames sent in one go, and so in 1 ms. A bus of 1 Mbit/s carries less
+    /// than a third of that, and receivers have time to keep up.
     static constexpr int atOnce = 32;
 
-    /// Sends \a speed times as fast as recorded, see Pacing. Both others must outlive this object.
+    /// Sends \a speed times as fast as recorded, see Pacing. The device and the source must
+    /// outlive this object.
     BusSender(QCanBusDevice& connectedDevice, FrameSource& frameSource, double speed);
 
-    /// Sends all frames and returns when the last one has been given to the bus. Returns what the
-    /// bus made of it if that was impossible; empty otherwise.
+    /// Sends all frames, and returns when the last one has been given to the bus. Returns the
+    /// error; empty if there was none.
     QString send();
 
     qint64 sent() const { return sentFrames; }
 
-    /// Frames of a length that there is none of on a bus, which are left out.
+    /// The number of frames skipped because no frame on a bus has their length.
     qint64 unfit() const { return unfitFrames; }
 
 private:
@@ -46,7 +64,7 @@ private:
     QEventLoop loop;
     Frame frame;
     double due = 0;
-    int refusals = 0; // of the frame that is due, one after the other
+    int refusals = 0; // of the frame that is due, in a row
     qint64 sentFrames = 0;
     qint64 unfitFrames = 0;
     QString error;

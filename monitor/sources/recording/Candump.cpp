@@ -14,7 +14,7 @@ constexpr int standardDigits = 3;
 constexpr int extendedDigits = 8;
 constexpr quint32 errorFlag = 0x20000000;
 constexpr quint32 highestRawLength = 15; // what the length code of a frame can say beyond 8
-const QByteArray droppedPrefix = QByteArrayLiteral("DROPCOUNT: dropped ");
+constexpr char droppedPrefix[] = "DROPCOUNT: dropped ";
 
 LineKind kindOf(const Frame& frame)
 {
