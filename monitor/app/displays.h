@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engine/Session.h"
-#include "engine/SnapshotSink.h"
+#include "engine/Snapshot.h"
 
 #include <memory>
 

@@ -1,7 +1,159 @@
 #include "SavedRun.h"
 
+#include "PlainRecord.h"
+
+#include <QtCore/QIODevice>
+
+#include <cmath>
+
 namespace monitor
 {
+
+namespace
+{
+
+constexpr qint16 noSource = -1;
+
+void writeText(QDataStream& stream, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    stream << static_cast<quint32>(bytes.size());
+    stream.writeRawData(bytes.constData(), bytes.size());
+}
+
+/// Does not use QDataStream's own operator, which allocates as much memory as the length claims.
+bool readText(QDataStream& stream, QString& text)
+{
+    quint32 length = 0;
+    stream >> length;
+    if (stream.status() != QDataStream::Ok || length > stream.device()->bytesAvailable())
+        return false;
+    QByteArray bytes(static_cast<int>(length), Qt::Uninitialized);
+    if (stream.readRawData(bytes.data(), bytes.size()) != bytes.size())
+        return false;
+    text = QString::fromUtf8(bytes.constData(), bytes.size()); // zero bytes included
+    return true;
+}
+
+/// Reads a number from 0 to \a last.
+template <typename N>
+bool readUpTo(QDataStream& stream, N last, N& number)
+{
+    stream >> number;
+    return stream.status() == QDataStream::Ok && number >= 0 && number <= last;
+}
+
+bool readFlag(QDataStream& stream, bool& flag)
+{
+    quint8 byte = 0;
+    const bool isFlag = readUpTo<quint8>(stream, 1, byte);
+    flag = byte == 1;
+    return isFlag;
+}
+
+bool readFinite(QDataStream& stream, double& number)
+{
+    stream >> number;
+    return stream.status() == QDataStream::Ok && std::isfinite(number);
+}
+
+void writeDescription(QDataStream& stream, const CatalogueSignal& description)
+{
+    writeText(stream, description.reportedName);
+    writeText(stream, description.scaling.unit);
+    stream << static_cast<quint8>(description.layout.length) << description.layout.isSigned
+           << description.layout.isFloat << description.layout.passThrough
+           << description.scaling.factor << description.scaling.offset
+           << description.layout.datatype.has_value()
+           << static_cast<quint32>(description.layout.datatype.value_or(CAN::CANopenDataType::None))
+           << description.rules.limits.has_value();
+    const ValueRange limits = description.rules.limits.value_or(ValueRange{0, 0});
+    stream << limits.lowest << limits.highest;
+}
+
+bool readDatatype(QDataStream& stream, CatalogueSignal& description)
+{
+    bool isGiven = false;
+    quint32 code = 0;
+    if (!readFlag(stream, isGiven))
+        return false;
+    stream >> code;
+    if (isGiven)
+        description.layout.datatype = static_cast<CAN::CANopenDataType>(code);
+    return isGiven || !description.layout.passThrough;
+}
+
+bool readLimits(QDataStream& stream, CatalogueSignal& description)
+{
+    bool areGiven = false;
+    ValueRange limits{0, 0};
+    if (!readFlag(stream, areGiven) || !readFinite(stream, limits.lowest) ||
+        !readFinite(stream, limits.highest) || limits.lowest > limits.highest)
+        return false;
+    if (areGiven)
+        description.rules.limits = limits;
+    return true;
+}
+
+bool readDescription(QDataStream& stream, CatalogueSignal& description)
+{
+    constexpr quint8 longest = 64;
+    quint8 length = 0;
+    if (!readText(stream, description.reportedName) ||
+        !readText(stream, description.scaling.unit) || !readUpTo(stream, longest, length) ||
+        !readFlag(stream, description.layout.isSigned) ||
+        !readFlag(stream, description.layout.isFloat) ||
+        !readFlag(stream, description.layout.passThrough) ||
+        !readFinite(stream, description.scaling.factor) ||
+        !readFinite(stream, description.scaling.offset))
+        return false;
+    description.layout.length = length;
+    return length > 0 && (!description.layout.isFloat || length == 32 || length == 64) &&
+           readDatatype(stream, description) && readLimits(stream, description);
+}
+
+template <typename T>
+QString readRecord(QDataStream& stream, QVector<qint64>& times, QVector<T>& values)
+{
+    qint64 time = 0;
+    stream >> time;
+    if (time != SignalSeries::noTime && !isTime(time))
+        return QStringLiteral("there is no such time");
+    if (!nextRecordIsPlain(stream))
+        return QStringLiteral("a record is cut off or of a kind that is not read");
+    T value;
+    stream >> value;
+    times.append(time);
+    values.append(value);
+    return QString();
+}
+
+template <typename T>
+QString readRecords(QDataStream& stream, quint32 count, SignalRecords& records)
+{
+    QVector<T> values;
+    QString error;
+    for (quint32 i = 0; i < count && error.isEmpty(); ++i)
+        error = readRecord(stream, records.microseconds, values);
+    records.values = values;
+    return error;
+}
+
+bool readOrigin(QDataStream& stream, SavedSignal& signal)
+{
+    constexpr qint16 lastSource = 255;
+    bool isJ1939 = false;
+    qint16 source = 0;
+    if (!readFlag(stream, isJ1939))
+        return false;
+    stream >> source;
+    signal.protocol = isJ1939 ? Protocol::J1939 : Protocol::CANopen;
+    if (source >= 0)
+        signal.source = static_cast<quint8>(source);
+    return source >= noSource && source <= lastSource;
+}
+
+} // namespace
 
 SavedRun runOf(Session& session)
 {
@@ -25,6 +177,40 @@ void restore(const SavedRun& run, Session& session)
     }
     session.table().setFirstTime(run.firstTime);
     session.setCounts(run.counts);
+}
+
+void writeSignal(QDataStream& stream, const SavedSignal& signal)
+{
+    stream << (signal.protocol == Protocol::J1939)
+           << static_cast<qint16>(signal.source ? *signal.source : noSource);
+    writeDescription(stream, signal.description);
+    const SignalRecords& records = signal.records;
+    stream << records.notAvailable << records.errors
+           << static_cast<quint32>(records.microseconds.size());
+    std::visit(
+        [&](const auto& values) {
+            for (int i = 0; i < values.size(); ++i)
+                stream << records.microseconds.at(i) << values.at(i);
+        },
+        records.values);
+}
+
+QString readSignal(QDataStream& stream, SavedSignal& signal)
+{
+    constexpr qint64 mostCounted = std::numeric_limits<qint64>::max();
+    constexpr quint32 mostRecords = std::numeric_limits<int>::max();
+    SignalRecords& records = signal.records;
+    quint32 count = 0;
+    if (!readOrigin(stream, signal))
+        return QStringLiteral("there is no such protocol or source");
+    if (!readDescription(stream, signal.description))
+        return QStringLiteral("the description of a signal is not understood");
+    if (!readUpTo(stream, mostCounted, records.notAvailable) ||
+        !readUpTo(stream, mostCounted, records.errors) || !readUpTo(stream, mostRecords, count))
+        return QStringLiteral("there is no such number of values");
+    return signal.protocol == Protocol::J1939
+               ? readRecords<J1939Value>(stream, count, records)
+               : readRecords<CANopenObjectValue>(stream, count, records);
 }
 
 } // namespace monitor

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SignalSeries.h"
+#include "SignalRecords.h"
 #include "catalogue/Catalogue.h"
 
 #include <vantrel/signal/GenericSignalImpl.h>

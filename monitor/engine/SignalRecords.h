@@ -5,12 +5,21 @@
 
 #include <QtCore/QVector>
 
+#include <limits>
 #include <variant>
 
 namespace monitor
 {
 
-/// All that was recorded of one signal.
+/// The recorded values of one signal, oldest first.
+struct SignalSeries {
+    static constexpr qint64 noTime = std::numeric_limits<qint64>::min();
+
+    QVector<double> values;       ///< in the unit of the signal
+    QVector<qint64> microseconds; ///< when each was seen, noTime if unknown
+};
+
+/// Everything recorded of one signal, as the library keeps it.
 struct SignalRecords {
     std::variant<QVector<CANopenObjectValue>, QVector<J1939Value>> values;
     QVector<qint64> microseconds; ///< as in SignalSeries

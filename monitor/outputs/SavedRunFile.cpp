@@ -1,6 +1,5 @@
 #include "SavedRunFile.h"
 
-#include "engine/SavedSignalStream.h"
 #include "text/WholeFile.h"
 
 #include <QtCore/QCryptographicHash>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/SignalSeries.h"
+#include "engine/SignalRecords.h"
 
 #include <QtCore/QPointF>
 

@@ -5,7 +5,7 @@
 #include "Terminal.h"
 #include "displays/LiveTable.h"
 #include "engine/Session.h"
-#include "engine/SnapshotSink.h"
+#include "engine/Snapshot.h"
 
 namespace monitor
 {

@@ -4,7 +4,7 @@
 #include "SignalPlot.h"
 #include "SignalView.h"
 #include "engine/Session.h"
-#include "engine/SnapshotSink.h"
+#include "engine/Snapshot.h"
 
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QMainWindow>

@@ -1,6 +1,6 @@
 #include "../app/FileSizeLimit.h"
 
-#include <engine/SignalSeries.h>
+#include <engine/SignalRecords.h>
 #include <outputs/SavedRunFile.h>
 #include <views/SignalChart.h>
 
