@@ -1,6 +1,5 @@
 #include "SignalChart.h"
 
-#include "ColumnReduction.h"
 #include "text/Table.h"
 #include "text/WholeFile.h"
 
@@ -26,12 +25,12 @@ namespace monitor
 namespace
 {
 
-const QColor valueColor(0x1f, 0x4e, 0x9c);
-const QColor averageColor(0x2e, 0x7d, 0x32);
-const QColor bandColor(0xd9, 0xee, 0xd9);
-const QColor edgeColor(0x7c, 0xc5, 0x7f);
-const QColor limitColor(0xe0, 0x7b, 0x00);
-const QColor deviatorColor(0xd0, 0x10, 0x30);
+constexpr QColor valueColor(0x1f, 0x4e, 0x9c);
+constexpr QColor averageColor(0x2e, 0x7d, 0x32);
+constexpr QColor bandColor(0xd9, 0xee, 0xd9);
+constexpr QColor edgeColor(0x7c, 0xc5, 0x7f);
+constexpr QColor limitColor(0xe0, 0x7b, 0x00);
+constexpr QColor deviatorColor(0xd0, 0x10, 0x30);
 
 constexpr qreal pointSize = 4;
 constexpr qreal deviatorSize = 6;

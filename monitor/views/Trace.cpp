@@ -22,7 +22,7 @@ Trace numbered(const QVector<double>& values)
     return trace;
 }
 
-/// The times between a value and the next, in seconds; negative where the clock was set back.
+/// The time from each value to the next, in seconds; negative where the clock was set back.
 QVector<double> stepsOf(const QVector<qint64>& microseconds)
 {
     QVector<double> steps;
@@ -33,7 +33,7 @@ QVector<double> stepsOf(const QVector<qint64>& microseconds)
     return steps;
 }
 
-/// The median of the steps ahead; infinite if there is none.
+/// The median of the steps forward; infinite without any.
 double usualPeriodOf(QVector<double> steps)
 {
     steps.erase(std::remove_if(steps.begin(), steps.end(), [](double step) { return step <= 0; }),
@@ -45,7 +45,7 @@ double usualPeriodOf(QVector<double> steps)
     return *middle;
 }
 
-/// Where the steps lead from \a x on.
+/// Appends the points to \a trace, the first one at \a x.
 void follow(const QVector<double>& steps, const QVector<double>& values, double x, Trace& trace)
 {
     const double longest = Rhythm::silentPeriods * usualPeriodOf(steps);
@@ -58,6 +58,23 @@ void follow(const QVector<double>& steps, const QVector<double>& values, double 
             trace.breaks.append(i + 1);
         trace.points.append({x, values.at(i + 1)});
     }
+}
+
+int columnOf(double x, double from, double to, int columns)
+{
+    if (!(to > from))
+        return 0;
+    return static_cast<int>(std::clamp((x - from) / (to - from) * columns, 0.0, columns - 1.0));
+}
+
+void appendExtremes(const QPointF* begin, const QPointF* end, QVector<QPointF>& line)
+{
+    const auto isLower = [](const QPointF& a, const QPointF& b) { return a.y() < b.y(); };
+    const auto [lowest, highest] = std::minmax_element(begin, end, isLower);
+    const auto [first, second] = std::minmax(lowest, highest);
+    line.append(*first);
+    if (first->y() != second->y())
+        line.append(*second);
 }
 
 } // namespace
@@ -74,6 +91,25 @@ Trace traceOf(const SignalSeries& series, qint64 start)
     else
         follow(stepsOf(series.microseconds), series.values, first, trace);
     return trace;
+}
+
+QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, double to, int columns)
+{
+    QVector<QVector<QPointF>> lines;
+    const QPointF* const first = trace.points.constBegin();
+    const QPointF* const last = trace.points.constEnd();
+    for (const QPointF* begin = first; begin != last;) {
+        const int column = columnOf(begin->x(), from, to, columns);
+        const QPointF* const end = std::find_if(begin, last, [=](const QPointF& point) {
+            return columnOf(point.x(), from, to, columns) != column;
+        });
+        const auto index = static_cast<int>(begin - first);
+        if (index == 0 || std::binary_search(trace.breaks.begin(), trace.breaks.end(), index))
+            lines.append(QVector<QPointF>());
+        appendExtremes(begin, end, lines.last());
+        begin = end;
+    }
+    return lines;
 }
 
 } // namespace monitor
