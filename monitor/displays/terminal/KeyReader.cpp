@@ -12,7 +12,7 @@ namespace
 
 constexpr char escape = '\x1b';
 
-/// What stands between the introducer and the end of a sequence, and the end.
+/// The keys, by the bytes of their sequences after the introducer.
 const QHash<QByteArray, Key::Kind>& sequences()
 {
     static const QHash<QByteArray, Key::Kind> known{
@@ -28,7 +28,7 @@ bool isFinal(char c)
     return c >= '@' && c <= '~';
 }
 
-/// How many bytes the character that begins with \a first has in UTF-8.
+/// The length in bytes of the UTF-8 character that begins with \a first.
 int lengthOf(char first)
 {
     const auto byte = static_cast<unsigned char>(first);
@@ -53,7 +53,7 @@ QVector<Key> KeyReader::finish()
     return isEscape ? QVector<Key>{{Key::Escape}} : QVector<Key>();
 }
 
-/// Takes one key off what waits. False if that is only the beginning of one.
+/// Takes one key off the waiting bytes. False if they are only the beginning of one.
 bool KeyReader::takeKey(QVector<Key>& keys)
 {
     const char first = waiting.at(0);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Key.h"
+#include "KeyReader.h"
 
 #include <QtCore/QString>
 

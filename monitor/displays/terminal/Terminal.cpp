@@ -12,9 +12,9 @@ namespace monitor
 namespace
 {
 
-// The other screen, no cursor, lines that are too long are cut; and back.
-const QByteArray enter = QByteArrayLiteral("\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[2J");
-const QByteArray leave = QByteArrayLiteral("\x1b[?7h\x1b[?25h\x1b[?1049l");
+// Switch to the alternate screen, hide the cursor and cut long lines; and back.
+constexpr char enter[] = "\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[2J";
+constexpr char leave[] = "\x1b[?7h\x1b[?25h\x1b[?1049l";
 
 void writeAll(const QByteArray& bytes)
 {

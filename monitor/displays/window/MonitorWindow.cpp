@@ -6,10 +6,14 @@
 
 #include <QtWidgets/QAction>
 #include <QtWidgets/QFileDialog>
+#include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QShortcut>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTableView>
+
+#include <algorithm>
 
 namespace monitor
 {
@@ -20,6 +24,47 @@ namespace
 constexpr QSize usualSize(1120, 700);
 
 } // namespace
+
+/// The table of the signals, one of which is selected. Its columns only grow, so that they do not
+/// jump back and forth.
+class SignalView : public QTableView
+{
+public:
+    SignalView();
+
+    /// Widens the columns as far as their visible cells need.
+    void widenColumns();
+};
+
+SignalView::SignalView()
+{
+    constexpr int rowMargin = 4;
+    QFont smaller = font(); // there are many columns
+    smaller.setPointSizeF(smaller.pointSizeF() * 0.9);
+    setFont(smaller);
+    horizontalHeader()->setFont(smaller);
+    setSelectionBehavior(SelectRows);
+    setSelectionMode(SingleSelection);
+    setHorizontalScrollMode(ScrollPerPixel);
+    setWordWrap(false);
+    setShowGrid(false);
+    setAlternatingRowColors(true);
+    verticalHeader()->hide();
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + rowMargin);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setMinimumSectionSize(fontMetrics().height());
+    horizontalHeader()->setDefaultSectionSize(fontMetrics().height());
+}
+
+void SignalView::widenColumns()
+{
+    for (int column = 0; column < model()->columnCount(); ++column) {
+        const int wanted =
+            std::max(horizontalHeader()->sectionSizeHint(column), sizeHintForColumn(column));
+        if (wanted > columnWidth(column))
+            setColumnWidth(column, wanted);
+    }
+}
 
 MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int leastRating)
     : session(shownSession),

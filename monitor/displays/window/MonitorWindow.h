@@ -2,7 +2,6 @@
 
 #include "SignalModel.h"
 #include "SignalPlot.h"
-#include "SignalView.h"
 #include "engine/Session.h"
 #include "engine/Snapshot.h"
 
@@ -13,6 +12,8 @@
 
 namespace monitor
 {
+
+class SignalView;
 
 /// A live run as a window: the table of its signals, and the chart of the selected one. Closing it
 /// ends the run.

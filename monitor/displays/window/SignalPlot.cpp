@@ -1,7 +1,5 @@
 #include "SignalPlot.h"
 
-#include "VisibleTrace.h"
-
 #include <QtGui/QMouseEvent>
 #include <QtWidgets/QGraphicsLayout>
 

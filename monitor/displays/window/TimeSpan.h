@@ -5,13 +5,12 @@
 namespace monitor
 {
 
-/// Which part of a live run a chart shows: the newest one, which follows the end, or one that
-/// stands still. All times are in seconds since the beginning; \a end is how long the run has
-/// lasted.
+/// The part of a live run that a chart shows: the newest part, which follows the end, or a fixed
+/// one. All times are in seconds since the beginning; \a end is how long the run has lasted.
 class TimeSpan
 {
 public:
-    /// What is shown when nobody has chosen otherwise.
+    /// The width shown at first.
     static constexpr double usualWidth = 30;
 
     /// The part to show, which lies between the beginning and the end.
@@ -21,7 +20,7 @@ public:
     /// followed.
     void zoom(double factor, double center, double end);
 
-    /// Shows what lies \a seconds later. Whoever comes to the end follows it from then on.
+    /// Moves by \a seconds. On reaching the end, follows it from then on.
     void move(double seconds, double end);
 
     /// Shows the end from now on.
@@ -32,7 +31,12 @@ public:
 private:
     bool following = true;
     double width = usualWidth;
-    double from = 0; // if it does not follow the end
+    double from = 0; // unless it follows the end
 };
+
+/// The part of \a series needed to draw it over \a range, in seconds on the clock of its times,
+/// which must not decrease: the points within the range and the next one on either side. The cost
+/// depends on the number of these points, not on the length of the series.
+Trace visibleTrace(const SignalSeries& series, const AxisRange& range);
 
 } // namespace monitor
