@@ -92,9 +92,9 @@ def included_file(tree, path, name):
     roots = [Path(path).parent, Path("monitor"), Path("src"), Path("platform/cansupport/include"),
              Path("platform/statistics/include")]
     for root in roots:
-        path = os.path.normpath(root / name)
-        if (tree / path).is_file():
-            return path
+        candidate = os.path.normpath(root / name)
+        if (tree / candidate).is_file():
+            return candidate
     return None
 
 
