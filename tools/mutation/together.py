@@ -4,7 +4,7 @@ value, so that a thousand mutants are built at once."""
 
 import re
 
-from mutation.mutants import NUMBER, code_of
+from mutants import NUMBER, code_of
 
 # Put before every source. Functions that have to be inlined would multiply within each other.
 PRELUDE = """\

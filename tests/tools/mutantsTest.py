@@ -1,4 +1,4 @@
-"""Tests of the mutants that scripts/mutate tries, of a trial, and of the verdict on all."""
+"""Tests of the mutants that tools/mutation/mutate tries, of a trial, and of the verdict on all."""
 
 import os
 import subprocess
@@ -9,12 +9,12 @@ from pathlib import Path
 from unittest import mock
 
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools" / "mutation"))
 
-from mutation.mutants import Mutant, mutants_of  # noqa: E402
-from mutation.together import PRELUDE, together  # noqa: E402
-from mutation.trial import Stage, Tree  # noqa: E402
-from mutation.verdict import ENOUGH, verdict  # noqa: E402
+from mutants import Mutant, mutants_of  # noqa: E402
+from together import PRELUDE, together  # noqa: E402
+from trial import Stage, Tree  # noqa: E402
+from verdict import ENOUGH, verdict  # noqa: E402
 
 SOURCE = """\
 #include <limits> // a < b + 1
@@ -132,7 +132,7 @@ class Trials(unittest.TestCase):
         mutant = Mutant("src/count.cpp", 1, 0, 0, "", "a change")
         stage = Stage("unit", ".", [], [], ["test_count"], ("src/",))
         with tempfile.TemporaryDirectory() as root, \
-                mock.patch("mutation.trial.run", side_effect=codes):
+                mock.patch("trial.run", side_effect=codes):
             tree = Tree(Path(root), Path(root))
             tree.durations["unit", "test_count"] = 1
             tree.build_directory(stage).mkdir()

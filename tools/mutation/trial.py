@@ -9,7 +9,7 @@ import time
 from pathlib import Path
 from typing import NamedTuple
 
-from mutation.together import LINES, PRELUDE, together
+from together import LINES, PRELUDE, together
 
 LIBRARIES = ["vantrel", "vantrel-cansupport", "vantrel-statistics"]
 TSAN = ("-O1 -fsanitize=thread -include ${sourceDir}/tests/threads/sharedCount.h"
