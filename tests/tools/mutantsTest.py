@@ -1,9 +1,10 @@
-"""Tests of the mutants that tools/mutation/mutate tries, of a trial, and of the verdict on all."""
+"""Tests of tools/mutation: the mutants, the sample, a trial, mutants built together, the verdict."""
 
 import os
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 from unittest import mock
@@ -11,10 +12,10 @@ from unittest import mock
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools" / "mutation"))
 
-from mutants import Mutant, mutants_of  # noqa: E402
+from mutants import Mutant, empty_enumerators, mutants_of, spread  # noqa: E402
 from together import PRELUDE, together  # noqa: E402
-from trial import Stage, Tree  # noqa: E402
-from verdict import ENOUGH, verdict  # noqa: E402
+from trial import Stage, TestRun, Tree, run  # noqa: E402
+from verdict import Part, stale, verdict  # noqa: E402
 
 SOURCE = """\
 #include <limits> // a < b + 1
@@ -54,9 +55,23 @@ class Mutants(unittest.TestCase):
     def test_logic_and_arithmetic_are_swapped(self):
         self.assert_changed("if (step < 10 [&& -> ||] !open)", "total = total [+ -> -] step;")
 
+    def test_products_become_quotients_and_sums(self):
+        self.assertEqual(changes_in("N a = b * c;"), ["N a = b [* -> +] c;", "N a = b [* -> /] c;"])
+
     def test_constants_are_changed(self):
         self.assert_changed("if (step < [10 -> 11] && !open)",
                             "for (int i = [0 -> 1]; i < step; ++i)")
+
+    def test_constants_next_to_operators_are_lowered_too(self):
+        self.assert_changed("if (step < [10 -> 9] && !open)")
+        self.assertIn("N a = [0x10 -> 15] * b;", changes_in("N a = 0x10 * b;"))
+        self.assertEqual(changes_in("N a = b - 0;"), ["N a = b [- -> +] 0;", "N a = b - [0 -> 1];"])
+        self.assertEqual(changes_in("N a = 7;"), ["N a = [7 -> 8];"])
+
+    def test_quotation_marks_in_raw_strings_end_nothing(self):
+        self.assertEqual(changes_in('N a = R"X(a " b + 1 " c)X" + 0;'),
+                         ['N a = R"X(a " b + 1 " c)X" [+ -> -] 0;',
+                          'N a = R"X(a " b + 1 " c)X" + [0 -> 1];'])
 
     def test_statements_are_dropped_but_no_declarations(self):
         self.assert_changed("[total = total + step; -> ;]", '[feed("a + 1", i); -> ;]')
@@ -84,8 +99,19 @@ class Mutants(unittest.TestCase):
                       changes_in("return a +\n           f([] { return b; });"))
 
     def test_empty_answers_and_those_that_become_so_as_a_constant_are_not_emptied(self):
-        for answer in ("0", "0.0", "N(0)", "{}", "nullptr", "false", "true"):
+        for answer in ("0", "0.0", "N(0)", "{}", "nullptr", "false", "true", "std::nullopt",
+                       "QString()"):
             self.assertNotIn(f"return [{answer} -> {{}}];", changes_in(f"return {answer};"))
+        self.assertIn("return [count() -> {}];", changes_in("return count();"))
+
+    def test_first_enumerators_are_empty(self):
+        empty = empty_enumerators(["enum class Kind : quint8 { Data, Error };",
+                                   "enum class Code {\n    Success = 0, ///< all\n    Wrong\n};",
+                                   "enum class Side { Left = 1 };"])
+        self.assertEqual(empty, {"Kind::Data", "Code::Success"})
+        source = "Kind f() { return Kind::Data; }\nKind g() { return Kind::Error; }\n"
+        self.assertEqual([mutant.description for mutant in mutants_of("f.cpp", source, empty)],
+                         ["f.cpp: Kind g() { return [Kind::Error -> {}]; }"])
 
     def test_returns_without_an_answer_are_dropped_but_where_the_branch_is_skipped(self):
         self.assertEqual(changes_in("return;"), ["[return; -> ;]"])
@@ -109,7 +135,7 @@ class Mutants(unittest.TestCase):
             "return scaled(step, [factor, offset -> offset, factor]);")
 
     def test_nothing_else_is_changed_as_in_comments_texts_and_declarations(self):
-        self.assertEqual(len(changes()), 17)
+        self.assertEqual(len(changes()), 18)
 
     def test_changes_of_the_same_code_are_numbered(self):
         twice = mutants_of("twice.cpp", "void f()\n{\n    reset(x);\n    reset(x);\n}\n")
@@ -126,15 +152,49 @@ class Mutants(unittest.TestCase):
         self.assertNotEqual(first.name(SOURCE), first.name(SOURCE + "\n"))
 
 
+def placed(path, number):
+    return Mutant(path, number, 0, 0, "", f"{path}: change {number}")
+
+
+class Samples(unittest.TestCase):
+    mutants = [placed(f"monitor/{folder}/{name}.cpp", i) for folder, count in
+               (("can", 20), ("engine/deep", 200), ("text", 80)) for name in "ab"
+               for i in range(count // 2)]
+
+    def counts(self, count):
+        folders = [mutant.path.rsplit("/", 1)[0] for mutant in spread(self.mutants)[:count]]
+        return [folders.count(f"monitor/{name}") for name in ("can", "engine/deep", "text")]
+
+    def test_every_folder_has_its_share(self):
+        self.assertEqual(self.counts(300), [20, 200, 80])
+        self.assertEqual(self.counts(150), [10, 100, 40])
+        self.assertEqual(self.counts(15), [1, 10, 4])
+
+    def test_other_mutants_stay_in_the_sample_if_one_is_gone(self):
+        sample = spread(self.mutants)[:30]
+        for gone in sample:
+            others = set(spread([m for m in self.mutants if m != gone])[:30])
+            self.assertGreaterEqual(len(others & set(sample)), 28)
+
+
+def wait_for_end_of(process):
+    """Raises an error once there is no such process, whoever has to collect it."""
+    for _ in range(1000):
+        state = Path(f"/proc/{process}/stat")
+        if not state.exists() or state.read_text().rsplit(")")[1].split()[0] == "Z":
+            raise ProcessLookupError
+        time.sleep(0.01)
+
+
 class Trials(unittest.TestCase):
-    def outcome(self, codes, log=""):
-        """What notices a mutant where programs end with these codes: a build, then its test."""
+    def outcome(self, codes, log="", repeats=False):
+        """What notices a mutant if programs end with these codes: a build, then its tests."""
         mutant = Mutant("src/count.cpp", 1, 0, 0, "", "a change")
-        stage = Stage("unit", ".", [], [], ["test_count"], ("src/",))
+        stage = Stage("unit", "unit", [], ["test_count"], ("src/",), repeats=repeats)
         with tempfile.TemporaryDirectory() as root, \
                 mock.patch("trial.run", side_effect=codes):
-            tree = Tree(Path(root), Path(root))
-            tree.durations["unit", "test_count"] = 1
+            tree = Tree(Path(root), Path(root), [mutant])
+            tree.durations["unit", TestRun("test_count", "*")] = 1
             tree.build_directory(stage).mkdir()
             (tree.build_directory(stage) / "log").write_text(log)
             return tree.try_stage(stage, [], mutant)
@@ -147,6 +207,29 @@ class Trials(unittest.TestCase):
         self.assertEqual(self.outcome([0, None, None]), "unit: test_count (too long)")
         self.assertEqual(self.outcome([0, None, 1]), "unit: test_count")
         self.assertEqual(self.outcome([0, None, 0]), "")
+
+    def test_a_failure_that_depends_on_timing_counts_only_if_it_happens_again(self):
+        self.assertEqual(self.outcome([0, 1, 0], repeats=True), "")
+        self.assertEqual(self.outcome([0, 1, 1], repeats=True), "unit: test_count")
+
+    def test_the_tests_in_the_folder_of_the_mutant_come_first(self):
+        stage = Stage("unit", "unit", [], ["test_all"], ("monitor/",), own_first=True)
+        tree = Tree(Path(), Path(), [])
+        tree.listed["test_all"] = [("../tests/monitor/can/FrameTest.cpp", "Frame.Fits"),
+                                   ("../tests/monitor/can/deep/IdTest.cpp", "Id/0.Fits"),
+                                   ("../tests/monitor/text/LineTest.cpp", "Line.Ends")]
+        self.assertEqual([test_run.filter for test_run in tree.test_runs(stage, "monitor/can")],
+                         ["Frame.Fits:Id/0.Fits", "-Frame.Fits:Id/0.Fits"])
+        self.assertEqual([test_run.filter for test_run in tree.test_runs(stage, "monitor/app")],
+                         ["*"])
+
+    def test_nothing_that_a_test_has_started_outlives_it(self):
+        with tempfile.TemporaryDirectory() as folder:
+            log = Path(folder) / "log"
+            for command, code in (("sleep 60 & echo $!", 0), ("sleep 60 & echo $!; wait", None)):
+                self.assertEqual(run(["sh", "-c", command], Path(folder), 1), code)
+                with self.assertRaises(ProcessLookupError):
+                    wait_for_end_of(int(log.read_text()))
 
     def test_the_compiler_notices_by_an_error_in_the_source(self):
         for log in ("a.cpp:1:2: error: no", "a.cpp:(.text+0x5): undefined reference to `f'"):
@@ -174,6 +257,20 @@ N larger(N a, N b)
         return a;
     return b;
 }
+struct Shape {
+    virtual ~Shape() = default;
+    virtual int sides() const { return 0 + 1; }
+    virtual void grow() { ++size; }
+    int size = 1;
+};
+struct Square : Shape {
+    int sides() const override { return 2 * 2; }
+    void grow() override { size += 3; }
+};
+const auto grown = [](Shape& shape) { shape.grow(); };
+const auto area = [](const Shape& shape) {
+    return shape.sides() * shape.size;
+};
 void print(int i)
 {
     if (i == 7)
@@ -184,6 +281,11 @@ int main()
 {
     print(larger(twice(3), 5) + Pair(4).b + Pair(4).c);
     print(larger(1, 7));
+    Shape shape;
+    Square square;
+    grown(shape);
+    grown(square);
+    print(area(shape) + area(square));
     return 0;
 }
 """
@@ -210,46 +312,53 @@ class MutantsBuiltTogether(unittest.TestCase):
             self.assertEqual({mutant.line for mutant in numbers} - {m.line for m in within}, {3, 7})
             self.assertGreater(len(within), 10)
             self.assertTrue(self.compiled("together", text))
-            self.assertEqual(self.output("together"), b"12")
+            self.assertEqual(self.output("together"), b"1218")
             for mutant in within:
                 self.assertEqual(self.output("together", numbers[mutant]),
                                  self.output(f"alone{numbers[mutant]}"), mutant.description)
 
 
 class Verdicts(unittest.TestCase):
+    part = Part("library", ("src/",), None, 95)
+
     def verdict(self, noticed, reasons=(), whole=True):
         """Of mutants described as "0", "1", ..."""
         outcomes = [(Mutant("count.cpp", 7, 0, 0, "", str(i)), by) for i, by in enumerate(noticed)]
-        (*wrong, self.summary), passed = verdict(outcomes, set(reasons), whole)
+        (*wrong, self.summary), passed = verdict(self.part, outcomes, set(reasons), whole)
         self.assertEqual(passed, not wrong and None not in noticed)
         return wrong
 
-    def test_all_is_well_where_everything_is_noticed(self):
+    def test_all_is_well_if_everything_is_noticed(self):
         self.assertEqual(self.verdict(["unit: a", "compiler", "unit: b (too long)"]), [])
-        self.assertEqual(self.summary, "3 mutants, 0 not tried, 1 that do not compile; of the other"
-                         " 2 2 were noticed (100.0 %), 1 of them (too long), 0 cannot be.")
+        self.assertEqual(self.summary, "library: 3 mutants, 0 not tried, 1 do not compile; tests"
+                         " noticed 2 of the other 2 (100.0 %), 1 of them by taking too long;"
+                         " 0 survivors have a reason")
 
-    def test_what_is_not_tried_is_no_success(self):
+    def test_a_mutant_that_was_not_tried_is_no_success(self):
         self.assertEqual(self.verdict(["unit: a", None]), [])
         self.assertIn(" 1 not tried", self.summary)
 
     def test_survivors_need_a_reason(self):
-        self.assertEqual(self.verdict(["unit: a"] * 99 + [""]), ["no reason: line 7 of 99"])
+        self.assertEqual(self.verdict(["unit: a"] * 99 + [""]),
+                         ["survived without a reason: line 7 of 99"])
         self.assertEqual(self.verdict(["unit: a"] * 99 + [""], ["99"]), [])
-        self.assertIn(" 1 cannot be.", self.summary)
+        self.assertIn(" 1 survivors have a reason", self.summary)
 
     def test_reasons_need_a_survivor(self):
-        self.assertEqual(self.verdict(["unit: a"], ["0"]), ["noticed, for all its reason: 0"])
-        self.assertEqual(self.verdict(["unit: a"], ["x"]), ["a reason, but no mutant: x"])
-        self.assertEqual(self.verdict(["unit: a"], ["x"], whole=False), [])
+        self.assertEqual(self.verdict(["unit: a"], ["0"]), ["noticed in spite of its reason: 0"])
 
-    def test_enough_of_all_that_compile_must_be_noticed(self):
-        survivors = [str(i) for i in range(ENOUGH, 101)]
-        enough = ["unit: a"] * ENOUGH + [""] * (100 - ENOUGH)
+    def test_reasons_need_a_mutant(self):
+        mutants = [Mutant("count.cpp", 7, 0, 0, "", "0")]
+        self.assertEqual(stale({"0", "x"}, mutants), ["a reason without a mutant: x"])
+
+    def test_tests_must_notice_enough_of_the_mutants_that_compile(self):
+        enough = ["unit: a"] * 95 + [""] * 5
+        survivors = [str(i) for i in range(95, 101)]
         self.assertEqual(self.verdict(enough, survivors[:-1]), [])
         self.assertEqual(self.verdict([*enough, "compiler"], survivors[:-1]), [])
         too_few = [*enough, ""]
-        self.assertEqual(len(self.verdict(too_few, survivors)), 1)
+        self.assertEqual(self.verdict(too_few, survivors),
+                         ["library: tests must notice 95 % of the mutants that compile"])
         self.assertEqual(self.verdict(too_few, survivors, whole=False), [])
 
 

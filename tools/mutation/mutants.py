@@ -7,18 +7,21 @@ directly before its operand, and a statement begins behind a bracket, a semicolo
 
 import hashlib
 import re
-from collections import Counter
+from collections import Counter, defaultdict
+from pathlib import PurePath
 from typing import NamedTuple
 
+# What stands in for a binary operator, in turn.
 SWAPS = {
-    "<": "<=", "<=": "<", ">": ">=", ">=": ">", "==": "!=", "!=": "==", "&&": "||", "||": "&&",
-    "+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=", "<<": ">>",
-    ">>": "<<", "&": "|", "|": "&",
+    "<": ("<=", ">"), "<=": ("<", ">="), ">": (">=", "<"), ">=": (">", "<="), "==": ("!=",),
+    "!=": ("==",), "&&": ("||",), "||": ("&&",), "+": ("-",), "-": ("+",), "*": ("/", "+"),
+    "/": ("*",), "%": ("*",), "+=": ("-=",), "-=": ("+=",), "<<": (">>",), ">>": ("<<",),
+    "&": ("|",), "|": ("&",),
 }
-OPPOSITES = {"<": ">", ">": "<", "<=": ">=", ">=": "<="}
 SWAPPED = "|".join(re.escape(operator) for operator in sorted(SWAPS, key=len, reverse=True))
 NO_CODE = re.compile(
-    r"//[^\n]*|/\*.*?\*/|\"(?:\\.|[^\"\\\n])*\"|'(?:\\.|[^'\\\n])+'"
+    r"//[^\n]*|/\*.*?\*/|R\"(?P<mark>\w*)\(.*?\)(?P=mark)\""
+    r"|\"(?:\\.|[^\"\\\n])*\"|'(?:\\.|[^'\\\n])+'"
     r"|^[ \t]*#(?:[^\n]*\\\n)*[^\n]*|^[ \t]*template <[^;{]*?>$|\bstatic_assert\([^;]*;",
     re.DOTALL | re.MULTILINE)
 NUMBER = re.compile(r"(?<![\w.'])(0x[\da-fA-F.]+(?:p[+-]?\d+)?|\d+(?:\.\d+)?(?:e[+-]?\d+)?)"
@@ -26,8 +29,9 @@ NUMBER = re.compile(r"(?<![\w.'])(0x[\da-fA-F.]+(?:p[+-]?\d+)?|\d+(?:\.\d+)?(?:e
 EXPRESSION = re.compile(r"(?:delete |[*+(-]*[\w:]+(?:<[^;]*?>)?(?:\.|->|\(|\[|\+\+|--| [-+*|&]?= )"
                         r"|(?:\+\+|--)\w)")
 UNARY = re.compile(r"(?<=[\s(\[{,])[!-](?=[\w(:*])")
-# What is empty already, and what becomes so as a changed constant.
-NOT_EMPTIED = {"0", "0.0", "N(0)", "{}", "nullptr", "false", "true"}
+# Results that are empty already, or become so as a changed constant.
+NOT_EMPTIED = re.compile(r"0|0\.0|N\(0\)|\{\}|nullptr|false|true|std::nullopt|[A-Z]\w*\(\)")
+FIRST_ENUMERATOR = re.compile(r"\benum class (\w+)[^{;]*\{\s*(\w+)(?: = 0)?\s*[,}]")
 LOCK = re.compile(r"\blocker\((&\w+)\)|\bwriteLocker\((&\w+)\)")
 DROPPED_LOCK = re.compile(r"const SequenceWriter writer\(sequence\)")
 
@@ -57,9 +61,8 @@ def code_of(text):
 
 def swapped_operators(code):
     for found in re.finditer(rf"(?<= )(?:{SWAPPED})(?=\s)", code):
-        yield found.start(), found.end(), SWAPS[found.group()]
-        if found.group() in OPPOSITES:
-            yield found.start(), found.end(), OPPOSITES[found.group()]
+        for other in SWAPS[found.group()]:
+            yield found.start(), found.end(), other
 
 
 def dropped_unary_operators(code):
@@ -68,17 +71,29 @@ def dropped_unary_operators(code):
 
 
 def changed_constant(number):
-    if re.search(r"\.|p|^[^x]*e", number):
+    if is_floating(number):
         value = float.fromhex(number) if number.startswith("0x") else float(number)
         return f"(2 * {number})" if value else "1.0"
     return str(int(number, 0) + 1)
 
 
+def is_floating(number):
+    return bool(re.search(r"\.|p|^[^x]*e", number))
+
+
+def is_operand(code, found):
+    """Whether a binary operator stands before or behind it."""
+    return bool(re.search(rf" (?:{SWAPPED}) $", code[:found.start()][-5:]) or
+                re.match(rf" (?:{SWAPPED})\s", code[found.end():]))
+
+
 def changed_constants(code):
     for found in NUMBER.finditer(code):
+        number = found.group()
         is_label = code.endswith("case ", 0, found.start())
-        changed = "9" + found.group() if is_label else changed_constant(found.group())
-        yield found.start(), found.end(), changed
+        yield found.start(), found.end(), "9" + number if is_label else changed_constant(number)
+        if not is_floating(number) and int(number, 0) > 0 and is_operand(code, found):
+            yield found.start(), found.end(), str(int(number, 0) - 1)
     for found in re.finditer(r"\b(true|false)\b", code):
         opposite = "false" if found.group() == "true" else "true"
         yield found.start(), found.end(), opposite
@@ -131,12 +146,18 @@ def outside_brackets(code):
     return code
 
 
+def empty_enumerators(texts):
+    """The enumerators in the sources that equal {}."""
+    return {"::".join(found.groups()) for text in texts
+            for found in FIRST_ENUMERATOR.finditer(code_of(text))}
+
+
 def emptied_returns(code):
     """A return without an answer behind a condition is not dropped: skipping the branch does."""
     for found in re.finditer(r"\breturn\b\s*", code):
         begin = found.end()
         answer = expression_at(code, begin)
-        if answer and answer not in NOT_EMPTIED:
+        if answer and not NOT_EMPTIED.fullmatch(answer):
             yield begin, begin + len(answer), "{}"
         if not answer and not code[:found.start()].rstrip().endswith(")"):
             yield found.start(), begin + 1, ";"
@@ -176,9 +197,11 @@ def marked(text, start, end, replacement):
     return " ".join((text[begin:start] + change + text[end:line_end]).split())
 
 
-def mutants_of(path, text):
+def mutants_of(path, text, empty=frozenset()):
+    """The mutants of the source; enumerators that equal {} are not replaced by it."""
     code = code_of(text)
-    changes = sorted({change for operator in OPERATORS for change in operator(code)})
+    changes = sorted({change for operator in OPERATORS for change in operator(code)
+                      if change[2] != "{}" or code[change[0]:change[1]] not in empty})
     mutants, seen = [], Counter()
     for start, end, replacement in changes:
         description = f"{path}: {marked(text, start, end, replacement)}"
@@ -188,3 +211,20 @@ def mutants_of(path, text):
         line = text.count("\n", 0, start) + 1
         mutants.append(Mutant(path, line, start, end, replacement, description))
     return mutants
+
+
+SEED = 20
+
+
+def spread(mutants):
+    """The mutants in an order of which every beginning is a sample: it has its share of each folder,
+    plus or minus one. Within a folder a hash of the description decides, so that a change of one
+    line leaves the others of the sample as they are, and a greater sample contains the smaller."""
+    folders = defaultdict(list)
+    for mutant in mutants:
+        folders[PurePath(mutant.path).parent].append(mutant)
+    ranked = []
+    for own in folders.values():
+        own.sort(key=lambda mutant: hashlib.sha1(f"{SEED} {mutant.description}".encode()).digest())
+        ranked += (((place + 0.5) / len(own), mutant) for place, mutant in enumerate(own))
+    return [mutant for _, mutant in sorted(ranked)]

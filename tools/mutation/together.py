@@ -18,11 +18,13 @@ PRELUDE = """\
 inline const int mutantNumber = std::getenv("MUTANT") ? std::atoi(std::getenv("MUTANT")) : 0;
 """
 LINES = 1000  # a mutant's lines are counted from its number times this, so that errors tell it
-FUNCTION = re.compile(r"\)\s*(?:const)?\s*(?:noexcept)?\s*(?::\s*\w+\(.*\)\s*)?$", re.DOTALL)
+FUNCTION = re.compile(r"\)\s*(?:const)?\s*(?:noexcept)?\s*(?:override|final)?\s*"
+                      r"(?::\s*\w+\(.*\)\s*)?$", re.DOTALL)
+LAMBDA = re.compile(r"\[[^\[\]]*\]\s*\([^()]*\)\s*$")
 CONSTANT = re.compile(rf"{NUMBER.pattern}|\b(?:true|false)\b")
 FOR_COMPILERS = re.compile(r"\b(?:constexpr|enum|template|static_assert)\b")
 SPECIFIERS = {"inline", "static", "explicit", "public:", "private:", "protected:",
-              "Q_ALWAYS_INLINE", "Q_NEVER_INLINE", "Q_DECL_HIDDEN"}
+              "virtual", "friend", "Q_ALWAYS_INLINE", "Q_NEVER_INLINE", "Q_DECL_HIDDEN"}
 
 
 def matching_brace(code, begin):
@@ -54,8 +56,10 @@ def without_template_arguments(code):
     return code
 
 
-def returns_nothing(head):
-    """Whether the function is a void one, a constructor or a destructor."""
+def returns_nothing(head, body):
+    """Whether the function is a void one, a constructor, a destructor or a lambda without result."""
+    if LAMBDA.search(head):
+        return not re.search(r"\breturn\s+[^\s;]", body)
     head = without_template_arguments(head)
     words = [word for word in head.split("(")[0].split() if word not in SPECIFIERS]
     return len(words) == 1 or words[0] == "void"
@@ -91,7 +95,7 @@ def together(text, mutants, numbers):
         for mutant in own:
             grown = len(mutant.replacement) - (mutant.end - mutant.start)
             body = mutant.applied_to(text)[begin + 1:end + grown]
-            leave = "return;" if returns_nothing(head) else "std::abort();"
+            leave = "return;" if returns_nothing(head, code[begin:end]) else "std::abort();"
             number = numbers[mutant]
             cases.append(f"\n#line {number * LINES}\ncase {number}: {{{body}}} {leave}")
         switch = "".join(["\nswitch (mutantNumber) {", *cases, f"\n#line {line_of(begin)}\n}}"])

@@ -1,58 +1,78 @@
-"""Trees in which mutated libraries are built and tested: one for all mutants that can be built
-together, and one for each of the others that is tried at a time."""
+"""Trees in which mutants are built and tested: one for all mutants that can be built together, and
+one per job for the others."""
 
+import json
 import os
 import re
 import signal
 import subprocess
 import time
-from pathlib import Path
+from pathlib import Path, PurePath
 from typing import NamedTuple
 
 from together import LINES, PRELUDE, together
 
 LIBRARIES = ["vantrel", "vantrel-cansupport", "vantrel-statistics"]
-TSAN = ("-O1 -fsanitize=thread -include ${sourceDir}/tests/threads/sharedCount.h"
-        " -D_GLIBCXX_ASSERTIONS")
-# Those of a source: a compiler that was killed, or a full disk, says nothing about a mutant.
+CHECKED = "-D_GLIBCXX_ASSERTIONS -fsanitize=float-cast-overflow -fno-sanitize-recover=all"
+# Builds by name: the folder of the project to build, which may be one that contains this one, and
+# the compiler options.
+BUILDS = {
+    "unit": (".", f"-O1 {CHECKED}"),
+    "standin": ("tests/standin", f"-O1 {CHECKED}"),
+    "threads": (".", "-O1 -fsanitize=thread -D_GLIBCXX_ASSERTIONS"
+                     " -include ${sourceDir}/tests/threads/sharedCount.h"),
+    "program": (".", f"-O0 {CHECKED}"),
+}
+MEMORY = str(4 << 30)
+# An error in a source: a killed compiler or a full disk says nothing about a mutant.
 ERROR = re.compile(r"\d: (?:fatal )?error: |undefined reference")
 
 
 class Stage(NamedTuple):
-    """A build of the project, or of one that contains it, and its tests, the most telling first."""
+    """Tests of a build, the quickest first."""
     name: str
-    source: str
-    options: list
-    libraries: list
+    build: str
+    libraries: list  # built first: a mutant need not compile with the tests if these refuse it
     tests: list  # paths of programs, the names of which are those of their targets
-    files: tuple  # begin with one of these, those that it can tell something about
-    filter: str = "*"  # without tests that take long and tell nothing that others do not
+    files: tuple  # the beginnings of the paths of the sources that are tested
+    filter: str = "*"  # leaves out tests that take long and notice nothing that others do not
+    own_first: bool = False  # run the tests in the folder of the mutant before the others
+    repeats: bool = False  # a failure counts only if it happens again: such tests depend on timing
+    memory: str = "unlimited"  # address space in bytes: mutants may append without end
 
 
-UNIT_TEST = ["-DCMAKE_CXX_FLAGS=-O1 -D_GLIBCXX_ASSERTIONS -fsanitize=float-cast-overflow"
-             " -fno-sanitize-recover=all"]
+class TestRun(NamedTuple):
+    program: str
+    filter: str
+
+
 STAGES = [
-    Stage("statistics", ".", UNIT_TEST, ["vantrel-statistics"],
-          ["tests/statistics/test_statistics"], ("platform/statistics/",)),
-    Stage("cansupport", ".", UNIT_TEST, ["vantrel-cansupport"], ["tests/test_cansupport"],
+    Stage("statistics", "unit", ["vantrel-statistics"], ["tests/statistics/test_statistics"],
+          ("platform/statistics/",)),
+    Stage("cansupport", "unit", ["vantrel-cansupport"], ["tests/test_cansupport"],
           ("platform/cansupport/",)),
-    Stage("unit", ".", UNIT_TEST, LIBRARIES,
+    Stage("unit", "unit", LIBRARIES,
           ["tests/test_library", "tests/test_values", "tests/test_cansupport",
            "tests/faults/test_faults", "tests/test_handlers", "tests/test_signal"],
           ("src/", "platform/"), "-Soak*:SignalUnder*:SignalFleet*"),
-    Stage("arithmetic", ".", UNIT_TEST, ["test_arithmetic"], ["tests/test_arithmetic"],
+    Stage("arithmetic", "unit", ["test_arithmetic"], ["tests/test_arithmetic"],
           ("src/vantrel/handlers", "src/vantrel/signal")),
-    Stage("standin", "tests/standin", UNIT_TEST, ["test_standin"], ["test_standin"], ("src/",)),
-    Stage("threads", ".", [f"-DCMAKE_CXX_FLAGS={TSAN}"], LIBRARIES,
+    Stage("standin", "standin", ["test_standin"], ["test_standin"], ("src/",)),
+    Stage("threads", "threads", LIBRARIES,
           ["tests/threads/test_threads", "tests/threads/test_statistics_threads"],
           ("src/vantrel/signal", "platform/statistics/StatisticCalculator",
            "platform/statistics/sequenceLock")),
+    Stage("program", "program", ["test_monitor"], ["tests/monitor/test_monitor"], ("monitor/",),
+          own_first=True, memory=MEMORY),
+    Stage("whole program", "program", ["vantrel-program"],
+          ["tests/monitor/test_monitor_program", "tests/monitor/test_monitor_live",
+           "tests/monitor/test_monitor_window"], ("monitor/",), repeats=True, memory=MEMORY),
 ]
 
 
 def run(command, directory, timeout=None, log_file="log", number=0):
-    """The exit code of the command, None where it took longer; its output goes to the log in the
-    directory. Of mutants built together, that with the number is run."""
+    """The exit code of the command, None if it took longer; its output goes to the log in the
+    directory. Of mutants built together, the one with the number is run."""
     environment = {**os.environ, "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8",
                    "MUTANT": str(number)}
     with open(directory / log_file, "wb") as log:
@@ -63,32 +83,55 @@ def run(command, directory, timeout=None, log_file="log", number=0):
         except subprocess.TimeoutExpired:
             return None
         finally:
-            if process.poll() is None:
-                os.killpg(process.pid, signal.SIGKILL)
-                process.wait()
+            end_group(process)
+
+
+def end_group(process):
+    """Ends the process and those that it left behind."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
 
 
 class Tree:
-    """A copy of the project, its builds, and the times that its tests take unmutated."""
+    """A copy of the project, its builds, and the times that its tests take without a mutation."""
 
-    def __init__(self, project, root):
+    def __init__(self, project, root, mutants):
         self.project, self.source, self.root = project, root / "source", root
+        self.folders = sorted({str(PurePath(mutant.path).parent) for mutant in mutants})
+        self.stages = [stage for stage in STAGES
+                       if any(mutant.path.startswith(stage.files) for mutant in mutants)]
         self.durations = {}
+        self.listed = {}
 
     def prepare(self):
         self.copy_sources()
-        for stage in STAGES:
+        for stage in self.stages:
             build = self.build_directory(stage)
             build.mkdir(parents=True, exist_ok=True)
-            options = [option.replace("${sourceDir}", str(self.source)) for option in stage.options]
-            self.require(["cmake", "-G", "Ninja", "-S", self.source / stage.source, "-B", build,
-                          "-DCMAKE_BUILD_TYPE=Debug", f"-DCMAKE_CXX_FLAGS_DEBUG={self.flags()}",
-                          *options], build)
+            folder, options = BUILDS[stage.build]
+            options = options.replace("${sourceDir}", str(self.source))
+            self.require(["cmake", "-G", "Ninja", "-S", self.source / folder, "-B", build,
+                          "-DCMAKE_BUILD_TYPE=Debug", f"-DCMAKE_CXX_FLAGS={options}",
+                          f"-DCMAKE_CXX_FLAGS_DEBUG={self.flags()}"], build)
             self.build(stage)
             for test in stage.tests:
-                begin = time.monotonic()
-                self.require(self.test_command(stage, test), build)
-                self.durations[stage.name, test] = time.monotonic() - begin
+                self.measure(stage, TestRun(test, stage.filter))
+            for folder in self.folders if stage.own_first else ():
+                if folder.startswith(stage.files):
+                    self.measure(stage, next(self.test_runs(stage, folder)))
+
+    def measure(self, stage, test_run):
+        begin = time.monotonic()
+        self.require(self.test_command(stage, test_run), self.build_directory(stage))
+        self.durations[stage.name, test_run] = time.monotonic() - begin
+
+    def duration(self, stage, test_run):
+        """Of tests that were not measured by themselves, that of all tests of the program."""
+        whole = TestRun(test_run.program, stage.filter)
+        return self.durations.get((stage.name, test_run), self.durations[stage.name, whole])
 
     def flags(self):
         return ""
@@ -111,10 +154,13 @@ class Tree:
             raise RuntimeError(f"Without a mutation this failed: {' '.join(map(str, command))}\n"
                                + self.log(build)[-3000:])
 
+    def stages_of(self, mutant):
+        return [stage for stage in self.stages if mutant.path.startswith(stage.files)]
+
     def try_mutant(self, mutant, text):
         """What noticed the mutant: a test, the compiler, or nothing."""
         noticed = ""
-        for stage in [stage for stage in STAGES if mutant.path.startswith(stage.files)]:
+        for stage in self.stages_of(mutant):
             self.write(mutant.path, mutant.applied_to(text))
             noticed = self.try_stage(stage, stage.libraries, mutant)
             if not noticed and self.tests_include_it(stage):
@@ -142,26 +188,45 @@ class Tree:
         return self.test_stage(stage, mutant)
 
     def test_stage(self, stage, mutant, number=0):
-        """The test that notices the mutant, or nothing."""
-        own = Path(mutant.path).parts[-2]
-        for test in sorted(stage.tests, key=lambda test: own not in test):
-            timeout = 10 + 3 * self.durations[stage.name, test]
-            build = self.build_directory(stage)
-            trial = self.test_command(stage, test), build, timeout, os.devnull, number
+        """The test program that notices the mutant, or nothing."""
+        build = self.build_directory(stage)
+        for test_run in self.test_runs(stage, str(PurePath(mutant.path).parent)):
+            trial = (self.test_command(stage, test_run), build,
+                     10 + 3 * self.duration(stage, test_run), os.devnull, number)
             code = run(*trial)
-            if code is None:  # perhaps as the machine was busy
+            if code is None or (code != 0 and stage.repeats):  # perhaps the machine was busy
                 code = run(*trial)
             if code != 0:
-                return f"{stage.name}: {Path(test).name}" + (" (too long)" if code is None else "")
+                too_long = " (too long)" if code is None else ""
+                return f"{stage.name}: {Path(test_run.program).name}{too_long}"
         return ""
+
+    def test_runs(self, stage, folder):
+        """What to run for a mutant in the folder, the tests most likely to notice it first."""
+        near = PurePath(folder).name
+        for program in sorted(stage.tests, key=lambda program: near not in program):
+            own = self.tests_in(stage, program, f"tests/{folder}/") if stage.own_first else []
+            if own:
+                yield TestRun(program, ":".join(own))
+            yield TestRun(program, "-" + ":".join(own) if own else stage.filter)
+
+    def tests_in(self, stage, program, folder):
+        """The names of the program's tests that are defined in the folder."""
+        if program not in self.listed:
+            build = self.build_directory(stage)
+            self.require([build / program, "--gtest_list_tests", "--gtest_output=json:tests.json"],
+                         build)
+            suites = json.loads((build / "tests.json").read_text())["testsuites"]
+            self.listed[program] = [(test["file"], f"{suite['name']}.{test['name']}")
+                                    for suite in suites for test in suite["testsuite"]]
+        return [name for file, name in self.listed[program] if folder in file]
 
     @staticmethod
     def log(build):
         return (build / "log").read_text(errors="replace")
 
     def build_directory(self, stage):
-        return self.root / ("unit" if stage.options == UNIT_TEST and stage.source == "."
-                            else stage.name)
+        return self.root / stage.build
 
     @staticmethod
     def targets(stage):
@@ -171,20 +236,23 @@ class Tree:
     def build_command(targets):
         return ["ninja", "-j1", *targets]
 
-    def test_command(self, stage, test):
-        return [self.build_directory(stage) / test, "--gtest_fail_fast", "--gtest_brief=1",
-                f"--gtest_filter={stage.filter}"]
+    def test_command(self, stage, test_run):
+        return ["prlimit", f"--as={stage.memory}:", self.build_directory(stage) / test_run.program,
+                "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={test_run.filter}"]
 
     def write(self, path, text):
-        (self.source / path).write_text(text)
+        file = self.source / path
+        if file.read_text() != text:  # else it would be built again
+            file.write_text(text)
 
 
 class TogetherTree(Tree):
     """A tree with many mutants in it, of which several may be tried at a time. Those that do not
     compile and those of types and of constants are left to other trees."""
 
-    def __init__(self, project, root, mutants, texts):
-        super().__init__(project, root)
+    def __init__(self, project, root, mutants, texts, jobs):
+        super().__init__(project, root, mutants)
+        self.jobs = jobs
         self.texts, self.left = texts, set()
         self.numbers = {mutant: number for number, mutant in enumerate(mutants, 1)}
 
@@ -204,13 +272,12 @@ class TogetherTree(Tree):
             own = [mutant for mutant in tried if mutant.path == path]
             written, those = together(text, own, self.numbers)
             within.update(those)
-            if (self.source / path).read_text() != written:
-                self.write(path, written)
+            self.write(path, written)
         self.left.update(set(tried) - within)
 
     def build(self, stage):
         build = self.build_directory(stage)
-        while run(["ninja", "-k0", *self.targets(stage)], build) != 0:
+        while run(["ninja", "-k0", f"-j{self.jobs}", *self.targets(stage)], build) != 0:
             lines = re.findall(rf"{re.escape(str(self.source))}/\S+?:(\d+):\d+: .*(?:error|required)",
                                self.log(build))
             wrong = {int(line) // LINES for line in lines} - {0}
@@ -221,7 +288,7 @@ class TogetherTree(Tree):
             self.write_mutants()
 
     def try_mutant(self, mutant, _):
-        for stage in [stage for stage in STAGES if mutant.path.startswith(stage.files)]:
+        for stage in self.stages_of(mutant):
             if noticed := self.test_stage(stage, mutant, self.numbers[mutant]):
                 return noticed
         return ""

@@ -1,36 +1,53 @@
-"""What the outcomes of the mutants say of the tests."""
+"""The parts of the project, and what the outcomes of their mutants say about the tests."""
 
-ENOUGH = 95  # per cent of the mutants that compile
+from typing import NamedTuple
 
 
-def complaints(outcomes, reasons, whole):
-    """What is wrong, the mutants not yet tried aside. Of a part, the share noticed says little."""
+class Part(NamedTuple):
+    name: str
+    folders: tuple
+    sample: int  # the number of mutants to try by default; None: all
+    enough: int  # percentage of the mutants that compile which tests must notice
+
+
+PARTS = (
+    Part("library", ("src/", "platform/"), None, 95),
+    Part("program", ("monitor/",), 200, 92),
+)
+
+
+def problems(part, outcomes, reasons, whole):
+    """What is wrong, apart from mutants that have not been tried. The percentage only counts if the
+    mutants stand for the whole part."""
     built = [(mutant, noticed) for mutant, noticed in outcomes if noticed not in ("compiler", None)]
-    descriptions = {mutant.description for mutant, _ in outcomes}
     killed = {mutant.description for mutant, noticed in built if noticed}
-    yield from (f"no reason: line {mutant.line} of {mutant.description}"
+    yield from (f"survived without a reason: line {mutant.line} of {mutant.description}"
                 for mutant, noticed in built if not noticed and mutant.description not in reasons)
-    yield from (f"noticed, for all its reason: {name}" for name in sorted(reasons & killed))
-    if whole:
-        yield from (f"a reason, but no mutant: {name}" for name in sorted(reasons - descriptions))
-        if 100 * len(killed) < ENOUGH * len(built):
-            yield f"fewer than {ENOUGH} % of those that compile were noticed"
+    yield from (f"noticed in spite of its reason: {name}" for name in sorted(reasons & killed))
+    if whole and 100 * len(killed) < part.enough * len(built):
+        yield f"{part.name}: tests must notice {part.enough} % of the mutants that compile"
 
 
-def summary(outcomes, reasons):
+def stale(reasons, mutants):
+    """The reasons for mutants that do not exist."""
+    descriptions = {mutant.description for mutant in mutants}
+    return [f"a reason without a mutant: {name}" for name in sorted(reasons - descriptions)]
+
+
+def summary(part, outcomes, reasons):
     noticed_by = [noticed for _, noticed in outcomes]
     untried, refused = noticed_by.count(None), noticed_by.count("compiler")
     built = len(outcomes) - untried - refused
     killed = built - noticed_by.count("")
     too_long = sum(noticed.endswith("(too long)") for noticed in noticed_by if noticed)
     reasoned = sum(noticed == "" and mutant.description in reasons for mutant, noticed in outcomes)
-    return (f"{len(outcomes)} mutants, {untried} not tried, {refused} that do not compile;"
-            f" of the other {built} {killed} were noticed ({100 * killed / max(built, 1):.1f} %),"
-            f" {too_long} of them (too long), {reasoned} cannot be.")
+    return (f"{part.name}: {len(outcomes)} mutants, {untried} not tried, {refused} do not compile;"
+            f" tests noticed {killed} of the other {built} ({100 * killed / max(built, 1):.1f} %),"
+            f" {too_long} of them by taking too long; {reasoned} survivors have a reason")
 
 
-def verdict(outcomes, reasons, whole):
-    """What is to be told of pairs of a mutant and what noticed it, and whether all is well."""
-    wrong = list(complaints(outcomes, reasons, whole))
+def verdict(part, outcomes, reasons, whole):
+    """The lines to print about pairs of a mutant and what noticed it, and whether all is well."""
+    wrong = list(problems(part, outcomes, reasons, whole))
     all_tried = all(noticed is not None for _, noticed in outcomes)
-    return [*wrong, summary(outcomes, reasons)], all_tried and not wrong
+    return [*wrong, summary(part, outcomes, reasons)], all_tried and not wrong
