@@ -278,8 +278,8 @@ class TogetherTree(Tree):
     def build(self, stage):
         build = self.build_directory(stage)
         while run(["ninja", "-k0", f"-j{self.jobs}", *self.targets(stage)], build) != 0:
-            lines = re.findall(rf"{re.escape(str(self.source))}/\S+?:(\d+):\d+: .*(?:error|required)",
-                               self.log(build))
+            lines = re.findall(rf"\b{self.source.name}/\S+?:(\d+):\d+: .*(?:error|required)",
+                               self.log(build))  # paths may be relative
             wrong = {int(line) // LINES for line in lines} - {0}
             found = {mutant for mutant, number in self.numbers.items() if number in wrong}
             if not found - self.left:
