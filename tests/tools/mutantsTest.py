@@ -14,7 +14,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools" / "mutation
 
 from mutants import Mutant, empty_enumerators, mutants_of, spread  # noqa: E402
 from together import PRELUDE, together  # noqa: E402
-from trial import Stage, TestRun, Tree, run  # noqa: E402
+from trial import Stage, TestRun, TogetherTree, Tree, run  # noqa: E402
 from verdict import Part, stale, verdict  # noqa: E402
 
 SOURCE = """\
@@ -308,7 +308,8 @@ class MutantsBuiltTogether(unittest.TestCase):
             numbers = {mutant: number for number, mutant in
                        enumerate(mutants_of("program.cpp", PROGRAM), 1)
                        if self.compiled(f"alone{number}", mutant.applied_to(PROGRAM))}
-            text, within = together(PROGRAM, list(numbers), numbers)
+            text, *mutants = together(PROGRAM, list(numbers), numbers)
+            within = sum(mutants, [])
             self.assertEqual({mutant.line for mutant in numbers} - {m.line for m in within}, {3, 7})
             self.assertGreater(len(within), 10)
             self.assertTrue(self.compiled("together", text))
@@ -316,6 +317,28 @@ class MutantsBuiltTogether(unittest.TestCase):
             for mutant in within:
                 self.assertEqual(self.output("together", numbers[mutant]),
                                  self.output(f"alone{numbers[mutant]}"), mutant.description)
+
+
+class MutantsThatDoNotCompile(unittest.TestCase):
+    text = "struct Size {\n    int size = 1;\n};\nint f()\n{\n    return 2;\n}\n"
+    mutants = mutants_of("a.h", text)
+
+    def left_after(self, log):
+        with tempfile.TemporaryDirectory() as root:
+            tree = TogetherTree(Path(root), Path(root), self.mutants, {"a.h": self.text}, 1)
+            tree.source.mkdir()
+            (tree.source / "a.h").write_text(self.text)
+            tree.write_mutants()
+            return [mutant.description for mutant in tree.not_compiled(log)]
+
+    def test_are_found_by_their_line_numbers_in_errors(self):
+        self.assertEqual(self.left_after("../source/a.h:1000:5: error: no"), ["a.h: int size = [1 -> 2];"])
+        self.assertEqual(self.left_after("/x/source/a.h:2001:5: error: no"), ["a.h: return [2 -> 3];"])
+        self.assertEqual(self.left_after("/x/source/a.h:2001:5: note: here"), [])
+
+    def test_may_be_initial_values_that_a_constant_expression_needs(self):
+        self.assertEqual(self.left_after("../source/a.h:2:5: error: no"), ["a.h: int size = [1 -> 2];"])
+        self.assertEqual(self.left_after("../source/b.h:2:5: error: no"), [])
 
 
 class Verdicts(unittest.TestCase):

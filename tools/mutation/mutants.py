@@ -1,8 +1,8 @@
 """Mutants of a C++ source: small changes that a test should notice, one at a time.
 
-The sources are formatted by clang-format, which tells apart what bare patterns could not: a binary
-operator stands between spaces, the brackets of template arguments do not, a unary operator stands
-directly before its operand, and a statement begins behind a bracket, a semicolon or a label.
+The patterns rely on clang-format: a binary operator has spaces around it, the brackets of template
+arguments do not, a unary operator touches its operand, and a statement begins after a bracket, a
+semicolon or a label.
 """
 
 import hashlib
@@ -42,20 +42,20 @@ class Mutant(NamedTuple):
     start: int
     end: int
     replacement: str
-    description: str  # tells its place by the code there: "if (count [== -> !=] 0)"
+    description: str  # the change in its line of code: "if (count [== -> !=] 0)"
 
     def applied_to(self, text):
         return text[:self.start] + self.replacement + text[self.end:]
 
     def name(self, text):
-        """The same for as long as the file stays as it is, so that results can be kept."""
+        """A key for results, which is valid until the file changes."""
         digest = hashlib.sha1(text.encode()).hexdigest()[:10]
         replacement = self.replacement.replace("\n", " ")
         return f"{self.path}:{self.line}:{self.start}:{replacement}:{digest}"
 
 
 def code_of(text):
-    """The text with everything that is no code blanked out, at the same places."""
+    """The text with comments, strings and the like replaced by blanks of the same length."""
     return NO_CODE.sub(lambda found: re.sub(r"\S", " ", found.group()), text)
 
 
@@ -100,7 +100,7 @@ def changed_constants(code):
 
 
 def statements(code):
-    """Where the simple statements of all blocks begin and end, the semicolon included."""
+    """The beginning and the end (after the semicolon) of each simple statement in a block."""
     open_blocks, begin = [], 0
     for place, character in enumerate(code):
         if character in "({[":
@@ -116,7 +116,7 @@ def statements(code):
 
 
 def is_block_end(code, place):
-    """Whether a statement may begin behind the brace at the place: none does within a call."""
+    """Whether a statement may begin after the brace at the place: not within a call."""
     return code[place + 1:place + 2] in ("\n", " ", "")
 
 
@@ -131,7 +131,7 @@ def dropped_statements(code):
 
 
 def expression_at(code, begin):
-    """The code up to the semicolon or the closing bracket that belongs to no bracket in it."""
+    """The code up to the semicolon or closing bracket that ends the expression."""
     depth = 0
     for place in range(begin, len(code)):
         if depth == 0 and code[place] in ";)]}":
@@ -153,18 +153,18 @@ def empty_enumerators(texts):
 
 
 def emptied_returns(code):
-    """A return without an answer behind a condition is not dropped: skipping the branch does."""
+    """A conditional return without a value is left alone: skipping the branch does the same."""
     for found in re.finditer(r"\breturn\b\s*", code):
         begin = found.end()
-        answer = expression_at(code, begin)
-        if answer and not NOT_EMPTIED.fullmatch(answer):
-            yield begin, begin + len(answer), "{}"
-        if not answer and not code[:found.start()].rstrip().endswith(")"):
+        value = expression_at(code, begin)
+        if value and not NOT_EMPTIED.fullmatch(value):
+            yield begin, begin + len(value), "{}"
+        if not value and not code[:found.start()].rstrip().endswith(")"):
             yield found.start(), begin + 1, ";"
 
 
 def skipped_branches(code):
-    """Conditions that never hold: the statement behind them is dropped."""
+    """Conditions that are never true."""
     for found in re.finditer(r"\b(?:if|while) \(", code):
         condition = expression_at(code, found.end())
         if "||" in outside_brackets(condition):
@@ -181,7 +181,7 @@ def removed_locks(code):
 
 
 def swapped_factor_and_offset(code):
-    """But for the names in a declaration, which say nothing to the compiler."""
+    """Not in declarations, where the names do not matter."""
     for found in re.finditer(r"\bfactor\b(?!,\s+double offset\);)([^;{}]*?)\boffset\b", code):
         yield found.start(), found.end(), f"offset{found.group(1)}factor"
 
@@ -191,7 +191,7 @@ OPERATORS = [swapped_operators, dropped_unary_operators, changed_constants, drop
 
 
 def marked(text, start, end, replacement):
-    """The code of the line or lines with the change in it."""
+    """The line or lines of code with the change marked."""
     begin, line_end = text.rfind("\n", 0, start) + 1, text.find("\n", end)
     change = f"[{text[start:end]} -> {replacement}]"
     return " ".join((text[begin:start] + change + text[end:line_end]).split())

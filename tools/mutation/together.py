@@ -1,12 +1,12 @@
-"""A source with nearly all its mutants in it. Every function begins with a switch that leads to the
-mutant body whose number the environment names, and so does a question in the place of an initial
-value, so that a thousand mutants are built at once."""
+"""Puts nearly all mutants of a source into one source, so that thousands are built at once. Each
+function begins with a switch over the number in the environment variable MUTANT, whose cases are the
+mutated bodies. Initial values become conditional expressions."""
 
 import re
 
 from mutants import NUMBER, code_of
 
-# Put before every source. Functions that have to be inlined would multiply within each other.
+# Included before every source. Forced inlining would multiply functions within each other.
 PRELUDE = """\
 #pragma once
 #include <cstdlib>
@@ -17,7 +17,7 @@ PRELUDE = """\
 #endif
 inline const int mutantNumber = std::getenv("MUTANT") ? std::atoi(std::getenv("MUTANT")) : 0;
 """
-LINES = 1000  # a mutant's lines are counted from its number times this, so that errors tell it
+LINES = 1000  # line numbers of a mutant begin at its number times this, so errors identify it
 FUNCTION = re.compile(r"\)\s*(?:const)?\s*(?:noexcept)?\s*(?:override|final)?\s*"
                       r"(?::\s*\w+\(.*\)\s*)?$", re.DOTALL)
 LAMBDA = re.compile(r"\[[^\[\]]*\]\s*\([^()]*\)\s*$")
@@ -37,7 +37,7 @@ def matching_brace(code, begin):
 
 
 def functions(code):
-    """Where the bodies of functions have their braces, and what stands before them."""
+    """The places of the braces of each function body, and the code before it."""
     begin = place = 0
     while place < len(code):
         if code[place] == "{" and FUNCTION.search(code[begin:place]):
@@ -50,7 +50,7 @@ def functions(code):
 
 
 def without_template_arguments(code):
-    """Those that are not closed stay."""
+    """Keeps those that are not closed."""
     while (shorter := re.sub(r"(?<=\w)<[^<>]*>", "", code)) != code:
         code = shorter
     return code
@@ -66,8 +66,8 @@ def returns_nothing(head, body):
 
 
 def initial_values(text, code, mutants, bodies):
-    """Those of the mutants that change a constant outside of functions which compilers need not
-    know: the initial value of a member, or what stands in a table."""
+    """The mutants of constants outside functions that need not be known at compile time: initial
+    values of members and entries of tables."""
     for mutant in mutants:
         before = code[:mutant.start]
         statement = before[before.rfind(";") + 1:]
@@ -79,8 +79,8 @@ def initial_values(text, code, mutants, bodies):
 
 
 def together(text, mutants, numbers):
-    """The text with those of the mutants in it that lie within functions or change an initial
-    value, and these."""
+    """The text that contains all mutants within functions and of initial values, and two lists of
+    these."""
     code, changes, within, bodies = code_of(text), [], [], []
 
     def line_of(place):
@@ -101,15 +101,15 @@ def together(text, mutants, numbers):
         switch = "".join(["\nswitch (mutantNumber) {", *cases, f"\n#line {line_of(begin)}\n}}"])
         changes.append((begin + 1, begin + 1, switch))
         within += own
-    for mutant in initial_values(text, code, mutants, bodies):
+    initial = list(initial_values(text, code, mutants, bodies))
+    for mutant in initial:
         number, value = numbers[mutant], text[mutant.start:mutant.end]
         changes.append((mutant.start, mutant.end,
                         f"\n#line {number * LINES}\n"
                         f"(mutantNumber == {number} ? {mutant.replacement} : {value})"
                         f"\n#line {line_of(mutant.end)}\n"))
-        within.append(mutant)
     parts, done = [], 0
     for begin, end, change in sorted(changes):
         parts += [text[done:begin], change]
         done = end
-    return "".join([*parts, text[done:]]), within
+    return "".join([*parts, text[done:]]), within, initial

@@ -267,25 +267,34 @@ class TogetherTree(Tree):
 
     def write_mutants(self):
         tried = [mutant for mutant in self.numbers if mutant not in self.left]
-        within = set()
+        self.initial = []
+        self.left.update(tried)
         for path, text in self.texts.items():
             own = [mutant for mutant in tried if mutant.path == path]
-            written, those = together(text, own, self.numbers)
-            within.update(those)
+            written, within, initial = together(text, own, self.numbers)
+            self.left.difference_update(within, initial)
+            self.initial += initial
             self.write(path, written)
-        self.left.update(set(tried) - within)
 
     def build(self, stage):
         build = self.build_directory(stage)
         while run(["ninja", "-k0", f"-j{self.jobs}", *self.targets(stage)], build) != 0:
-            lines = re.findall(rf"\b{self.source.name}/\S+?:(\d+):\d+: .*(?:error|required)",
-                               self.log(build))  # paths may be relative
-            wrong = {int(line) // LINES for line in lines} - {0}
-            found = {mutant for mutant, number in self.numbers.items() if number in wrong}
-            if not found - self.left:
-                raise RuntimeError(f"The mutants could not be built:\n{self.log(build)[-3000:]}")
-            self.left |= found
+            wrong = self.not_compiled(self.log(build)) - self.left
+            if not wrong:
+                raise RuntimeError(f"The mutants could not be built, see {build / 'log'}")
+            self.left |= wrong
             self.write_mutants()
+
+    def not_compiled(self, log):
+        """The mutants that the errors in the log belong to."""
+        errors = re.findall(rf"\b{self.source.name}/(\S+?):(\d+):\d+: .*(?:error|required)", log)
+        wrong = {int(line) // LINES for _, line in errors}
+        found = {mutant for mutant, number in self.numbers.items() if number in wrong}
+        if found:
+            return found
+        # Perhaps a constant expression depends on an initial value.
+        files = {file for file, _ in errors}
+        return {mutant for mutant in self.initial if mutant.path in files}
 
     def try_mutant(self, mutant, _):
         for stage in self.stages_of(mutant):
