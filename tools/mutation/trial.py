@@ -23,7 +23,7 @@ BUILDS = {
                      " -include ${sourceDir}/tests/threads/sharedCount.h"),
     "program": (".", f"-O0 {CHECKED}"),
 }
-MEMORY = str(4 << 30)
+MEMORY = str(8 << 30)  # room for the stacks of a thousand threads
 # An error in a source: a killed compiler or a full disk says nothing about a mutant.
 ERROR = re.compile(r"\d: (?:fatal )?error: |undefined reference")
 
