@@ -237,8 +237,9 @@ class Tree:
         return ["ninja", "-j1", *targets]
 
     def test_command(self, stage, test_run):
-        return ["prlimit", f"--as={stage.memory}:", self.build_directory(stage) / test_run.program,
-                "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={test_run.filter}"]
+        """Signals that a shell in the background ignores are those that end the program in tests."""
+        return ["env", "--default-signal=HUP,INT,QUIT", "prlimit", f"--as={stage.memory}:",
+                self.build_directory(stage) / test_run.program, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={test_run.filter}"]
 
     def write(self, path, text):
         file = self.source / path
