@@ -8,6 +8,7 @@
 #include <QtCore/QTimer>
 
 #include <memory>
+#include <vector>
 
 namespace monitor
 {
@@ -17,15 +18,17 @@ namespace
 
 constexpr int refreshPeriod = 100; // in ms
 
-/// The display that \a options ask for; null if nothing is shown before the end.
-std::unique_ptr<SnapshotSink> makeDisplay(const LiveOptions& options, Session& session)
+/// What receives the snapshots of the run: the display that \a options ask for, if any.
+std::vector<std::unique_ptr<SnapshotSink>> makeSinks(const LiveOptions& options, Session& session)
 {
     const DisplayKind* kind = options.display;
     const DisplayKind& usual = displayKinds().constFirst();
     if (kind == nullptr && options.printed == &defaultOutputKind() && usual.check().isEmpty())
         kind = &usual;
-    return kind == nullptr ? nullptr
-                           : kind->make(session, {options.bus.name(), options.leastRating});
+    std::vector<std::unique_ptr<SnapshotSink>> sinks;
+    if (kind != nullptr)
+        sinks.push_back(kind->make(session, {options.bus.name(), options.leastRating}));
+    return sinks;
 }
 
 /// A run on a bus.
@@ -43,11 +46,11 @@ public:
         QEventLoop loop;
         const EndRequest endRequest([&loop] { loop.quit(); });
         // After the request, which must work in any case.
-        const std::unique_ptr<SnapshotSink> display = makeDisplay(options, session);
+        const std::vector<std::unique_ptr<SnapshotSink>> sinks = makeSinks(options, session);
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
             session.takeAll(source);
-            if (isOver() || (display && !display->take(snapshot(), state())))
+            if (isOver() || !publish(sinks))
                 loop.quit();
         });
         timer.start(refreshPeriod);
@@ -61,11 +64,18 @@ private:
                static_cast<double>(session.counts().total) >= options.frames;
     }
 
-    Snapshot snapshot() { return session.getSnapshot(source.takenAt()); }
-
-    BusState state() const
+    /// Passes the run as it is now to all \a sinks. Returns false if one of them ends it.
+    bool publish(const std::vector<std::unique_ptr<SnapshotSink>>& sinks)
     {
-        return {options.bus.name(), source.takenAt(), source.loadPercent(), options.bitRate};
+        if (sinks.empty())
+            return true;
+        const Snapshot snapshot = session.getSnapshot(source.takenAt());
+        const BusState bus{options.bus.name(), source.takenAt(), source.loadPercent(),
+                           options.bitRate};
+        bool goesOn = true;
+        for (const auto& sink : sinks)
+            goesOn = sink->take(snapshot, bus) && goesOn;
+        return goesOn;
     }
 
     const LiveOptions& options;

@@ -4,7 +4,7 @@
 #include "catalogue/readers.h"
 #include "displays.h"
 #include "outputs/outputs.h"
-#include "sources/bus/BusConnection.h"
+#include "sources/bus/BusAddress.h"
 
 #include <limits>
 #include <optional>

@@ -1,23 +1,14 @@
 #pragma once
 
+#include "Snapshot.h"
+
 #include <vantrel/values/CANopenObjectValue.h>
 #include <vantrel/values/J1939Value.h>
 
-#include <QtCore/QVector>
-
-#include <limits>
 #include <variant>
 
 namespace monitor
 {
-
-/// The recorded values of one signal, oldest first.
-struct SignalSeries {
-    static constexpr qint64 noTime = std::numeric_limits<qint64>::min();
-
-    QVector<double> values;       ///< in the unit of the signal
-    QVector<qint64> microseconds; ///< when each was seen, noTime if unknown
-};
 
 /// Everything recorded of one signal, as the library keeps it.
 struct SignalRecords {

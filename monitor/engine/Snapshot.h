@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -40,6 +41,14 @@ struct SignalStatistics {
 
     qint64 notAvailable = 0; ///< how often the sender had no value
     qint64 errors = 0;       ///< how often it reported an error instead
+};
+
+/// The recorded values of one signal, oldest first.
+struct SignalSeries {
+    static constexpr qint64 noTime = std::numeric_limits<qint64>::min();
+
+    QVector<double> values;       ///< in the unit of the signal
+    QVector<qint64> microseconds; ///< when each was seen, noTime if unknown
 };
 
 /// What became of the frames, and of the places of a recording that are not frames.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/SignalRecords.h"
+#include "engine/Snapshot.h"
 
 #include <QtCore/QPointF>
 

@@ -1,22 +1,13 @@
 #pragma once
 
-#include <QtCore/QString>
+#include "BusAddress.h"
+
 #include <QtSerialBus/QCanBusDevice>
 
 #include <memory>
 
 namespace monitor
 {
-
-/// A bus, in the terms of Qt Serial Bus.
-struct BusAddress {
-    QString plugin;  ///< such as "socketcan"
-    QString device;  ///< such as "can0"
-    bool fd = false; ///< true: CAN FD frames too, which not every interface supports
-
-    /// For messages.
-    QString name() const { return plugin + ' ' + device; }
-};
 
 /// A connection to a bus. Belongs to the thread that connects it, which needs an event loop.
 class BusConnection
