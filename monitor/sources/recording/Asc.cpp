@@ -149,7 +149,7 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
 {
     LineCursor cursor(line);
     cursor.skipBlanks();
-    if (cursor.atEnd())
+    if (cursor.atEnd() || cursor.peek() == '#')
         return LineKind::Nothing;
     if (!isDigit(cursor.peek())) {
         readHeader(line);
@@ -195,7 +195,8 @@ qint64 findAsc(const QByteArray& start)
         AscReader reader;
         Frame ignored;
         LineCursor cursor(line);
-        return !cursor.takeNextWord().isEmpty() &&
+        cursor.skipBlanks();
+        return !cursor.atEnd() && cursor.peek() != '#' &&
                reader.readLine(line, ignored) != LineKind::Unknown;
     });
 }

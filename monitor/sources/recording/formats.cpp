@@ -11,7 +11,8 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 examinedBytes = 1024 * 1024;
+constexpr qint64 firstExaminedBytes = 256;
+constexpr qint64 mostExaminedBytes = 1024 * 1024;
 
 template <typename Parser>
 std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const QString& name)
@@ -30,9 +31,9 @@ const QVector<RecordingFormat>& recordingFormats()
     return formats;
 }
 
-const RecordingFormat& formatOf(const QByteArray& start)
+const RecordingFormat* formatOf(const QByteArray& start)
 {
-    const RecordingFormat* best = &recordingFormats().constFirst();
+    const RecordingFormat* best = nullptr;
     qint64 bestPlace = -1;
     for (const RecordingFormat& format : recordingFormats()) {
         const qint64 place = format.find(start);
@@ -41,7 +42,22 @@ const RecordingFormat& formatOf(const QByteArray& start)
             bestPlace = place;
         }
     }
-    return *best;
+    return best;
+}
+
+/// The format of the recording in \a device. More and more of it is examined until it is known.
+const RecordingFormat& formatIn(QIODevice& device)
+{
+    for (qint64 size = firstExaminedBytes;; size *= 4) {
+        QByteArray start = device.peek(size);
+        const bool isWhole = start.size() < size;
+        if (!isWhole) // its last line may be cut off
+            start.truncate(start.lastIndexOf('\n') + 1);
+        if (const RecordingFormat* const format = formatOf(start))
+            return *format;
+        if (isWhole || size >= mostExaminedBytes)
+            return recordingFormats().constFirst();
+    }
 }
 
 OpenedRecording openRecording(const QString& fileName)
@@ -52,7 +68,7 @@ OpenedRecording openRecording(const QString& fileName)
         opened.error = fileName + QStringLiteral(": cannot be read: ") + file->errorString();
         return opened;
     }
-    opened.format = &formatOf(file->peek(examinedBytes));
+    opened.format = &formatIn(*file);
     opened.source = opened.format->open(std::move(file), fileName);
     return opened;
 }

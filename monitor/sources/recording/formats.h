@@ -23,9 +23,9 @@ struct RecordingFormat {
 /// All formats: a new one is a row here.
 const QVector<RecordingFormat>& recordingFormats();
 
-/// The format whose characteristic bytes come first in \a start, the first bytes of a recording; if
-/// no format has any there, the first of the table, all of whose places will then be problems.
-const RecordingFormat& formatOf(const QByteArray& start);
+/// The format whose characteristic bytes come first in \a start, the first bytes of a recording;
+/// null if no format has any there.
+const RecordingFormat* formatOf(const QByteArray& start);
 
 /// A recording that has been opened, or why that failed.
 struct OpenedRecording {
@@ -34,7 +34,9 @@ struct OpenedRecording {
     QString error;                           ///< names the file; empty without an error
 };
 
-/// Opens the recording in the file of that name, in the format that its first bytes show.
+/// Opens the recording in the file of that name, in the format that its first bytes show. If they
+/// show none, it is read in the first format of the table, so that its lines are problems. From a
+/// pipe no more is awaited than it takes to recognise the format.
 [[nodiscard]] OpenedRecording openRecording(const QString& fileName);
 
 } // namespace monitor

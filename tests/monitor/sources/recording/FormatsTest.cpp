@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QBuffer>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
 #include <QtCore/QTemporaryFile>
+
+#include <sys/stat.h>
 
 using monitor::Frame;
 using monitor::FrameSource;
@@ -22,7 +26,9 @@ struct Read {
 
 Read read(const QByteArray& content)
 {
-    const monitor::RecordingFormat& format = monitor::formatOf(content);
+    const monitor::RecordingFormat* const found = monitor::formatOf(content);
+    const monitor::RecordingFormat& format =
+        found ? *found : monitor::recordingFormats().constFirst();
     auto buffer = std::make_unique<QBuffer>();
     buffer->setData(content);
     buffer->open(QIODevice::ReadOnly);
@@ -42,6 +48,15 @@ Read read(const QByteArray& content)
 QByteArray linesOf(const QList<QByteArray>& lines)
 {
     return lines.join("\r\n") + "\r\n";
+}
+
+/// A file with \a line many times. Returns its name.
+QString write(const QTemporaryDir& directory, const QByteArray& line, int times)
+{
+    QFile file(directory.filePath("bus.log"));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(line.repeated(times));
+    return file.fileName();
 }
 
 const QByteArray candumpLine = "(1.0) can0 123#1122";
@@ -72,6 +87,14 @@ TEST(RecordingFormats, TheFirstCharacteristicLineDecides)
     EXPECT_EQ(asc.problems, QStringList("x.log:3: not a frame"));
 }
 
+TEST(RecordingFormats, CommentsBeforeTheFirstLineAreNotProblems)
+{
+    const Read asc = read(linesOf({"# one", "# two", "base hex timestamps absolute", ascLine}));
+    EXPECT_EQ(asc.format, QString("Vector ASC"));
+    EXPECT_EQ(asc.frames, 1);
+    EXPECT_EQ(asc.problems, QStringList());
+}
+
 TEST(RecordingFormats, NonsenseBeforeTheFirstLineDecidesNothing)
 {
     const Read candump = read(linesOf({"hello", "1.0", candumpLine}));
@@ -84,6 +107,7 @@ TEST(RecordingFormats, NonsenseBeforeTheFirstLineDecidesNothing)
 
 TEST(RecordingFormats, FileOfAnotherKindIsAllProblems)
 {
+    EXPECT_EQ(monitor::formatOf("hello\nworld\n"), nullptr);
     const Read other = read(linesOf({"hello", "world"}));
     EXPECT_EQ(other.frames, 0);
     EXPECT_EQ(other.counts.unreadable, 2);
@@ -119,6 +143,40 @@ TEST(RecordingFormats, FileIsOpenedInItsFormat)
     Frame frame;
     ASSERT_TRUE(recording.source->next(frame));
     EXPECT_EQ(frame.id, 0x123U);
+}
+
+TEST(RecordingFormats, FormatIsFoundBehindMuchThatIsUnknown)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    file.write(QByteArray(300000, 'x') + '\n' + linesOf({"# comment", ascLine, ascLine}));
+    file.close();
+    const monitor::OpenedRecording recording = openRecording(file.fileName());
+    ASSERT_TRUE(recording.source);
+    EXPECT_EQ(recording.format->name, QString("Vector ASC"));
+    Frame frame;
+    EXPECT_TRUE(recording.source->next(frame));
+    EXPECT_TRUE(recording.source->next(frame));
+    EXPECT_EQ(recording.source->counts().unreadable, 1);
+}
+
+// The writer keeps the pipe open until the first frame has been read.
+TEST(RecordingFormats, PipeIsReadBeforeItsEnd)
+{
+    const QTemporaryDir directory;
+    const QString pipe = directory.filePath("pipe");
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QProcess writer;
+    writer.start("sh", {"-c", "exec >\"$1\"; head -c 40000 \"$2\"; read line", "sh", pipe,
+                        write(directory, candumpLine + '\n', 4000)});
+    ASSERT_TRUE(writer.waitForStarted());
+    const monitor::OpenedRecording recording = openRecording(pipe);
+    ASSERT_TRUE(recording.source);
+    Frame frame;
+    EXPECT_TRUE(recording.source->next(frame));
+    EXPECT_EQ(writer.state(), QProcess::Running);
+    writer.closeWriteChannel();
+    EXPECT_TRUE(writer.waitForFinished());
 }
 
 TEST(RecordingFormats, FileThatCannotBeReadIsNamed)
