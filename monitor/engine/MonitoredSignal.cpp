@@ -137,6 +137,7 @@ void MonitoredSignal::restore(const SignalRecords& saved)
                 values.record(records.at(i), saved.microseconds.at(i));
         },
         recording);
+    newestStatistics.reset();
     notAvailable = saved.notAvailable;
     errors = saved.errors;
 }

@@ -101,14 +101,27 @@ void calcStatistics(SignalRecording<T>& recording, const CatalogueSignal& descri
         countOutside(values, statistics.lowerThreshold, statistics.upperThreshold);
 }
 
+// The recording may have dropped values that were never seen here: then as many newer ones have
+// come as are kept.
 template <typename T>
 void RunningStatistics::update(const SignalRecording<T>& recording)
 {
-    if (recording.isBounded())
-        return;
+    const qint64 count = recording.count();
+    const qint64 dropped = count - recording.kept().getValueCount();
+    const qint64 limit = recording.isBounded() ? recording.limit() : count;
     T value;
-    while (recording.kept().getValue(static_cast<int>(values.count()), value))
+    for (qint64 i = std::max(taken, count - limit); i < count; ++i) {
+        if (!recording.kept().getValue(static_cast<int>(i - dropped), value))
+            break;
         values.add(value.scaledValue.toDouble());
+        if (recording.isBounded())
+            newest.push_back(value.scaledValue.toDouble());
+    }
+    taken = count;
+    while (static_cast<qint64>(newest.size()) > limit) {
+        values.remove(newest.front());
+        newest.pop_front();
+    }
 }
 
 // A snapshot of the series would make the next value copy all that are stored, and the median and
@@ -118,25 +131,21 @@ template <typename T>
 void RunningStatistics::get(SignalRecording<T>& recording, const CatalogueSignal& description,
                             double k, SignalStatistics& statistics)
 {
-    if (recording.isBounded()) {
-        calcStatistics(recording, description, k, statistics);
-        return;
-    }
-    const GenericSignalImpl<T>& series = recording.kept();
-    T newest;
-    if (recording.count() == 0 || !getNewest(series, newest))
+    T newestValue;
+    if (recording.count() == 0 || !getNewest(recording.kept(), newestValue))
         return;
     statistics.count = recording.count();
-    setNewest(newest, description, statistics);
+    setNewest(newestValue, description, statistics);
     if (description.layout.passThrough)
         return;
     update(recording);
-    statistics.average = series.calcAverage();
-    statistics.deviation = series.calcDeviation();
-    statistics.maximum = series.getMax();
-    statistics.minimum = series.getMin();
+    const GenericSignalImpl<T>& all = recording.all();
+    statistics.average = all.calcAverage();
+    statistics.deviation = all.calcDeviation();
+    statistics.maximum = all.getMax();
+    statistics.minimum = all.getMin();
     statistics.median = values.median();
-    setBand(recording, newest, k, statistics);
+    setBand(recording, newestValue, k, statistics);
     statistics.deviators = static_cast<int>(values.below(statistics.lowerThreshold) +
                                             values.above(statistics.upperThreshold));
 }

@@ -4,6 +4,8 @@
 #include "Snapshot.h"
 #include "ValueCounts.h"
 
+#include <deque>
+
 namespace monitor
 {
 
@@ -15,8 +17,7 @@ void calcStatistics(SignalRecording<T>& recording, const CatalogueSignal& descri
                     SignalStatistics& statistics);
 
 /// The same statistics for a display that asks again and again while values are recorded: the cost
-/// depends on the number of new values, hardly on how many there are. Only a recording that is
-/// bounded is measured as a whole each time.
+/// depends on the number of new values, hardly on how many there are.
 class RunningStatistics
 {
 public:
@@ -30,10 +31,12 @@ public:
              SignalStatistics& statistics);
 
     /// Forgets all values.
-    void clear() { values = ValueCounts(); }
+    void clear() { *this = RunningStatistics(); }
 
 private:
-    ValueCounts values; // of a recording that is not bounded
+    ValueCounts values;        // the kept ones
+    std::deque<double> newest; // the same in their order, if only the newest are kept
+    qint64 taken = 0;          // how many values of the recording have been seen
 };
 
 } // namespace monitor

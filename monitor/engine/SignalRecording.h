@@ -37,6 +37,9 @@ public:
     /// Whether only the newest values are kept, so that kept() knows fewer than all().
     bool isBounded() const { return running != nullptr; }
 
+    /// How many values are kept, if the recording is bounded.
+    int limit() const { return keptRecords; }
+
     /// The kept values; up to twice as many as wanted unless dropOldest() was called before.
     const GenericSignalImpl<T>& kept() const { return series; }
     GenericSignalImpl<T>& kept() { return series; }

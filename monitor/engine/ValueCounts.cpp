@@ -25,6 +25,23 @@ void ValueCounts::add(double value)
         split(place);
 }
 
+void ValueCounts::remove(double value)
+{
+    const size_t place = pieceOf(value);
+    Piece& piece = pieces.at(place);
+    const auto isLess = [](const Entry& entry, double other) { return entry.value < other; };
+    const auto entry = std::lower_bound(piece.entries.begin(), piece.entries.end(), value, isLess);
+    --total;
+    --piece.count;
+    if (--entry->count > 0)
+        return;
+    piece.entries.erase(entry);
+    if (piece.entries.empty())
+        pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(place));
+    else
+        piece.first = piece.entries.front().value;
+}
+
 qint64 ValueCounts::below(double limit) const
 {
     qint64 less = 0;

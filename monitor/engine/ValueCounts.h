@@ -16,7 +16,10 @@ public:
     /// Adds a number that is not NaN.
     void add(double value);
 
-    /// How many have been added.
+    /// Removes a value that was added.
+    void remove(double value);
+
+    /// How many there are.
     qint64 count() const { return total; }
 
     /// How many are less than \a limit.

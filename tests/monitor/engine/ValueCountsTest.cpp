@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <deque>
 #include <random>
 
 using monitor::ValueCounts;
@@ -94,4 +95,28 @@ TEST(ValueCounts, ValuesThatComeAgainCountEachTime)
     for (double& value : values)
         value = static_cast<double>(random() % 900);
     expectSameOfAll(values);
+}
+
+TEST(ValueCounts, RemovedValuesNoLongerCount)
+{
+    std::mt19937 random(3);
+    std::deque<double> window;
+    ValueCounts counts;
+    for (int i = 0; i < 20000; ++i) {
+        window.push_back(static_cast<double>(random() % 3000));
+        counts.add(window.back());
+        if (window.size() > 2000 || i > 18500) {
+            counts.remove(window.front());
+            window.pop_front();
+        }
+        if (i % 997 == 0)
+            expectSame(counts, SortedList{{window.begin(), window.end()}});
+    }
+    while (!window.empty()) {
+        counts.remove(window.front());
+        window.pop_front();
+    }
+    EXPECT_EQ(counts.count(), 0);
+    counts.add(7);
+    EXPECT_EQ(counts.median(), 7);
 }
