@@ -12,9 +12,9 @@ void LiveTable::update(const Snapshot& snapshot, const BusState& bus)
         show(newest);
 }
 
-void LiveTable::replace(const Snapshot& snapshot, const BusState& bus)
+void LiveTable::replace(const Snapshot& snapshot)
 {
-    newest = {snapshot, bus};
+    newest.snapshot = snapshot;
     show(newest);
 }
 

@@ -19,8 +19,11 @@ public:
     /// Takes the run as it is now, which is shown unless the table is paused.
     void update(const Snapshot& snapshot, const BusState& bus);
 
-    /// Shows the run as it is now even if the table is paused.
-    void replace(const Snapshot& snapshot, const BusState& bus);
+    /// Shows \a snapshot with the newest state of the bus, even if the table is paused.
+    void replace(const Snapshot& snapshot);
+
+    /// The state of the bus at the last update, paused or not.
+    const BusState& newestBus() const { return newest.bus; }
 
     /// While paused, the table shows the snapshot of the moment; afterwards the newest one.
     void setPaused(bool wanted);

@@ -24,7 +24,7 @@ bool TerminalDisplay::handleKeys()
             return false;
         if (request == LiveView::Request::Reset) {
             session.clear();
-            table.replace(session.getSnapshot(table.bus().now), table.bus());
+            table.replace(session.getSnapshot(table.newestBus().now));
         }
     }
     return true;

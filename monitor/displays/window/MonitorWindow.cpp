@@ -198,13 +198,15 @@ void MonitorWindow::forget()
 {
     session.clear();
     plot->clear();
-    liveTable.replace(session.getSnapshot(liveTable.bus().now), liveTable.bus());
+    liveTable.replace(session.getSnapshot(liveTable.newestBus().now));
     showNow();
 }
 
 void MonitorWindow::showNow()
 {
+    isRefreshing = true; // the current row may change several times
     model.refresh();
+    isRefreshing = false;
     header->setText(formatHeader(liveTable.bus(), liveTable.snapshot().counts));
     if (!table->currentIndex().isValid() && model.rowCount() > 0)
         table->selectRow(0);
@@ -215,7 +217,7 @@ void MonitorWindow::showNow()
 void MonitorWindow::showChart()
 {
     const int row = table->currentIndex().row();
-    if (row < 0 || row >= liveTable.rowCount()) // while rows come and go
+    if (isRefreshing || row < 0)
         return;
     const SnapshotRow& shown = liveTable.row(row);
     plot->plot(session.table().at(shown.signal), *shown.statistics,

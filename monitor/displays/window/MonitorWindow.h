@@ -46,6 +46,7 @@ private:
 
     Session& session;
     LiveTable liveTable;
+    bool isRefreshing = false;
     SignalModel model;
     // Owned by the window:
     QToolBar* const tools;

@@ -65,14 +65,17 @@ TEST(LiveTable, PausedTableShowsTheMomentAndThenTheNewest)
     EXPECT_EQ(table.snapshot().rows.size(), 2);
 }
 
-TEST(LiveTable, ReplacedSnapshotIsShownEvenWhilePaused)
+TEST(LiveTable, ReplacedSnapshotIsShownEvenWhilePausedWithTheNewestStateOfTheBus)
 {
     LiveTable table(50);
-    table.update(snapshotOf({"Speed"}, 7), {});
+    table.update(snapshotOf({"Speed"}, 7), {"bus", 1000000, 0, 0});
     table.setPaused(true);
-    table.replace(snapshotOf({"Speed"}, 0), {});
+    table.update(snapshotOf({"Speed"}, 8), {"bus", 2000000, 0, 0});
+    EXPECT_EQ(table.newestBus().now, 2000000);
+    table.replace(snapshotOf({"Speed"}, 0));
     EXPECT_TRUE(table.isPaused());
     EXPECT_EQ(table.row(0).statistics->count, 0);
+    EXPECT_EQ(table.bus().now, 2000000);
 }
 
 TEST(LiveTable, CellsBeginWithTheMarkOfTheHighlight)
