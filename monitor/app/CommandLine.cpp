@@ -210,6 +210,7 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
         error = QStringLiteral("needs ") + listed(missing, "and");
     else if (decodingCommands.testFlag(command.id))
         error = completeDescriptions(options);
+    sortByTables(options);
     return error.isEmpty() ? error : QLatin1String(command.name) + QStringLiteral(" ") + error;
 }
 

@@ -1,6 +1,7 @@
 #include "EndRequest.h"
 #include "Preparation.h"
 #include "RunOutputs.h"
+#include "commands.h"
 #include "sources/bus/BusSource.h"
 #include "text/Table.h"
 

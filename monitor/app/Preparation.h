@@ -1,7 +1,7 @@
 #pragma once
 
 #include "catalogue/Catalogue.h"
-#include "commands.h"
+#include "commandOptions.h"
 
 #include <QtCore/QTextStream>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands.h"
+#include "commandOptions.h"
 #include "outputs/outputs.h"
 
 namespace monitor

@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "commands.h"
 #include "text/Table.h"
 
 #include <QtCore/QLoggingCategory>

@@ -2,6 +2,7 @@
 
 #include "text/suggestions.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -97,11 +98,13 @@ QString readKept(const QString& text, Options& options)
     constexpr int fewest = 2;
     constexpr int most = std::numeric_limits<int>::max() / 2; // up to twice as many are in memory
     bool isNumber = false;
-    options.keptRecords = text.toInt(&isNumber);
-    if (!isNumber || options.keptRecords < fewest)
+    const qlonglong records = text.toLongLong(&isNumber);
+    if (!isNumber || records < fewest)
         return QStringLiteral("needs a whole number, 2 or more");
-    return options.keptRecords <= most ? QString()
-                                       : QStringLiteral("needs a number of at most %1").arg(most);
+    if (records > most)
+        return QStringLiteral("needs a number of at most %1").arg(most);
+    options.keptRecords = static_cast<int>(records);
+    return QString();
 }
 
 QStringList printedNames()
@@ -296,6 +299,17 @@ const QVector<OptionRow>& optionRows()
     static const QVector<OptionRow> rows =
         descriptionRows() + signalRows() + outputRows() + busRows();
     return rows;
+}
+
+void sortByTables(Options& options)
+{
+    std::stable_sort(options.descriptions.begin(), options.descriptions.end(),
+                     [](const GivenDescription& left, const GivenDescription& right) {
+                         return left.reader < right.reader; // elements of one table
+                     });
+    std::stable_sort(
+        options.files.begin(), options.files.end(),
+        [](const GivenOutput& left, const GivenOutput& right) { return left.kind < right.kind; });
 }
 
 QString completeDescriptions(Options& options)

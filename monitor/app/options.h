@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commands.h"
+#include "commandOptions.h"
 
 #include <QtCore/QFlags>
 
@@ -46,6 +46,11 @@ struct OptionRow {
 
 /// All options in the order of the help: a new one is a row here.
 const QVector<OptionRow>& optionRows();
+
+/// Puts the descriptions and the outputs in the order of their tables, in which they are read and
+/// written: a saved run comes before the plots, which take longer. What is of one kind stays in the
+/// order in which it was given.
+void sortByTables(Options& options);
 
 /// Assigns the nodes in \a options to the descriptions that need one, the first to the first and so
 /// on. Returns an error if there is no description, if there are more or fewer nodes than needed,

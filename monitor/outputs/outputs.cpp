@@ -32,13 +32,13 @@ const QVector<OutputKind>& outputKinds()
         {"table", "", "", false, printed<TableOutput>},
         {"json", "", "", false, printed<JsonOutput>},
         {"csv", "", "", false, printed<CsvOutput>},
+        {"save", "FILE", "Save the recorded values, for \"vantrel show\".", false,
+         inFiles<SavedRunOutput>},
         {"plot", "DIRECTORY",
          "Write a plot of each signal, and overview.png with all of them, into the directory, "
          "which "
          "is created if missing.",
          true, inFiles<PlotOutput>},
-        {"save", "FILE", "Save the recorded values, for \"vantrel show\".", false,
-         inFiles<SavedRunOutput>},
     };
     return kinds;
 }

@@ -76,9 +76,9 @@ QString didYouMean(const QString& name, const QStringList& candidates)
 
 QString listed(QStringList words, const char* conjunction)
 {
+    if (words.size() < 2)
+        return words.value(0);
     const QString last = words.takeLast();
-    if (words.isEmpty())
-        return last;
     return words.join(QStringLiteral(", ")) + ' ' + QLatin1String(conjunction) + ' ' + last;
 }
 

@@ -16,7 +16,7 @@ QStringList nearNames(const QString& name, const QStringList& candidates);
 /// EngineLoad?)"; empty if no candidate is near.
 QString didYouMean(const QString& name, const QStringList& candidates);
 
-/// \a words, of which there is at least one, as "a, b and c" with that \a conjunction.
+/// \a words as "a, b and c" with that \a conjunction; empty without words.
 QString listed(QStringList words, const char* conjunction);
 
 } // namespace monitor

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "catalogue/readers.h"
+#include "catalogue/DescriptionFile.h"
 
 namespace monitor
 {

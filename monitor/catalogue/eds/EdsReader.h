@@ -1,7 +1,7 @@
 #pragma once
 
 #include "EdsDictionary.h"
-#include "catalogue/readers.h"
+#include "catalogue/DescriptionFile.h"
 
 namespace monitor
 {
