@@ -87,8 +87,10 @@ void DbcReader::readMessage(qint64 number, const QString& line)
     if (isIndependent)
         return;
     const QString error = readDbcMessage(line, message);
-    if (!error.isEmpty())
-        return problems.add(number, error);
+    if (!error.isEmpty()) {
+        problems.add(number, error);
+        return;
+    }
     message.line = number;
     messages.append(message);
     holder = SignalHolder::Message;
@@ -98,12 +100,16 @@ void DbcReader::readSignal(qint64 number, const QString& line)
 {
     if (holder == SignalHolder::Independent)
         return;
-    if (holder == SignalHolder::None)
-        return problems.add(number, QStringLiteral("signal (SG_) without a message"));
+    if (holder == SignalHolder::None) {
+        problems.add(number, QStringLiteral("signal (SG_) without a message"));
+        return;
+    }
     SignalDescription signal;
     const QString error = readDbcSignal(line, messages.last().size, signal);
-    if (!error.isEmpty())
-        return problems.add(number, error);
+    if (!error.isEmpty()) {
+        problems.add(number, error);
+        return;
+    }
     messages.last().signalDescriptions.append(signal);
 }
 
@@ -133,8 +139,10 @@ void DbcReader::readValueType(qint64 number, const QString& line)
     const QRegularExpressionMatch match = pattern.match(line);
     if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
         return; // in the list of keywords at the beginning of the file
-    if (!match.hasMatch())
-        return problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+    if (!match.hasMatch()) {
+        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+        return;
+    }
     const auto found = find(match.captured(1), match.captured(2));
     if (found.isEmpty() && match.captured(1) != QLatin1String(independentId))
         problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) of an unknown signal"));
@@ -160,14 +168,18 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
     static const QRegularExpression pattern(
         QStringLiteral(R"RE(^\s*BA_\s+"SPN"\s+SG_\s+(\d+)\s+(\w+)\s+(\d+)\s*;)RE"));
     const QRegularExpressionMatch match = pattern.match(line);
-    if (!match.hasMatch() || match.captured(1) == QLatin1String(independentId))
-        return skip(number, line);
+    if (!match.hasMatch() || match.captured(1) == QLatin1String(independentId)) {
+        skip(number, line);
+        return;
+    }
     constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
     bool understood = false;
     const quint32 spn = match.captured(3).toUInt(&understood);
     const auto found = find(match.captured(1), match.captured(2));
-    if (found.isEmpty() || !understood || spn > lastSpn)
-        return problems.add(number, QStringLiteral("SPN out of range, or no such signal"));
+    if (found.isEmpty() || !understood || spn > lastSpn) {
+        problems.add(number, QStringLiteral("SPN out of range, or no such signal"));
+        return;
+    }
     for (SignalDescription* signal : found)
         signal->spn = spn;
 }

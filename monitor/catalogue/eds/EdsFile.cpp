@@ -67,8 +67,10 @@ void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problem
     const QString line = textOf(bytes).trimmed();
     if (line.isEmpty() || line.startsWith(';'))
         return;
-    if (!line.startsWith('['))
-        return addEntry(number, line, problems);
+    if (!line.startsWith('[')) {
+        addEntry(number, line, problems);
+        return;
+    }
     const int end = line.indexOf(']');
     const QString rest = line.mid(end + 1).trimmed();
     inSection = end > 1 && (rest.isEmpty() || rest.startsWith(';'));
@@ -85,13 +87,17 @@ void EdsFile::addEntry(qint64 number, const QString& line, Problems& problems)
 {
     const int equals = line.indexOf('=');
     const QString key = line.left(equals).trimmed().toLower();
-    if (equals < 0 || key.isEmpty())
-        return problems.add(number, QStringLiteral("neither a section nor an entry"));
+    if (equals < 0 || key.isEmpty()) {
+        problems.add(number, QStringLiteral("neither a section nor an entry"));
+        return;
+    }
     if (!inSection)
         return;
     auto& entries = sections[current];
-    if (entries.contains(key))
-        return problems.add(number, QStringLiteral("duplicate entry is ignored"));
+    if (entries.contains(key)) {
+        problems.add(number, QStringLiteral("duplicate entry is ignored"));
+        return;
+    }
     entries.insert(key, {line.mid(equals + 1).trimmed(), number});
     if (key != QLatin1String("parametername"))
         return;

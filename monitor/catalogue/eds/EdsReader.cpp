@@ -157,8 +157,10 @@ void PdoReader::readMapping(quint32 index, MessageDescription& message)
     int position = 0;
     for (quint32 subIndex = 1; subIndex <= count; ++subIndex) {
         const EdsEntry entry = valueOf(index, subIndex);
-        if (entry.value.isEmpty() || readEdsNumber(entry.value, node) == 0U)
-            return checkRest(index, subIndex, count);
+        if (entry.value.isEmpty() || readEdsNumber(entry.value, node) == 0U) {
+            checkRest(index, subIndex, count);
+            return;
+        }
         if (!readMapped(entry, position, message))
             return;
         message.size = (position + 7) / 8;
@@ -173,8 +175,8 @@ void PdoReader::checkRest(quint32 index, quint32 subIndex, quint32 count)
         const EdsEntry entry = valueOf(index, subIndex);
         if (entry.value.isEmpty() || readEdsNumber(entry.value, node) == 0U)
             continue;
-        return problems.add(entry.line,
-                            QStringLiteral("mapped object after an empty entry is ignored"));
+        problems.add(entry.line, QStringLiteral("mapped object after an empty entry is ignored"));
+        return;
     }
 }
 
@@ -199,18 +201,24 @@ void PdoReader::addSignal(const EdsEntry& entry, quint32 mapped, int position,
                           MessageDescription& message)
 {
     const auto object = dictionary.object(mapped >> 16, mapped >> 8 & 0xFF);
-    if (!object)
-        return problems.add(entry.line, QStringLiteral("mapped object is not described"));
+    if (!object) {
+        problems.add(entry.line, QStringLiteral("mapped object is not described"));
+        return;
+    }
     const auto datatype = readEdsNumber(object->datatype.value, node);
-    if (!datatype)
-        return problems.add(entry.line, QStringLiteral("mapped object has no valid data type"));
+    if (!datatype) {
+        problems.add(entry.line, QStringLiteral("mapped object has no valid data type"));
+        return;
+    }
     SignalDescription signal;
     signal.name = object->name.simplified();
     signal.layout.startBit = position;
     signal.layout.length = static_cast<int>(mapped & 0xFF);
-    if (!setCanopenType(*datatype, signal))
-        return problems.add(entry.line, QStringLiteral("mapped object has a length that does "
-                                                       "not match its data type"));
+    if (!setCanopenType(*datatype, signal)) {
+        problems.add(entry.line, QStringLiteral("mapped object has a length that does "
+                                                "not match its data type"));
+        return;
+    }
     message.signalDescriptions.append(signal);
 }
 

@@ -52,8 +52,10 @@ void BusReceiver::run()
 {
     BusConnection connection;
     const QString error = connection.connect(address);
-    if (!error.isEmpty())
-        return connected.set_value(error);
+    if (!error.isEmpty()) {
+        connected.set_value(error);
+        return;
+    }
     QCanBusDevice& device = connection.device();
     QEventLoop loop;
     QObject::connect(&device, &QCanBusDevice::framesReceived, [this, &device] { receive(device); });

@@ -47,12 +47,16 @@ void BusSender::sendDue()
 {
     for (int i = 0; i < atOnce; ++i) {
         const double wait = due / 1000 - static_cast<double>(clock.elapsed());
-        if (wait > 0)
-            return timer.start(static_cast<int>(std::min(std::ceil(wait), 1e6)));
+        if (wait > 0) {
+            timer.start(static_cast<int>(std::min(std::ceil(wait), 1e6)));
+            return;
+        }
         if (!trySend())
             return;
-        if (!readNext())
-            return loop.quit();
+        if (!readNext()) {
+            loop.quit();
+            return;
+        }
     }
     timer.start(1);
 }
