@@ -23,7 +23,7 @@ QString write(const QTemporaryDir& directory, const QByteArray& log)
 
 } // namespace
 
-TEST(Bus, LiveShowsTheFiguresThatAReplayOfWhatIsSentShows)
+TEST(Bus, LiveShowsTheStatisticsThatAReplayOfWhatIsSentShows)
 {
     const SimulatedBus bus;
     LiveRun live(bus);
@@ -104,7 +104,7 @@ TEST(Bus, LiveEndsByItselfWhenItsTimeIsOver)
                                 sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") + '\n');
 }
 
-TEST(Bus, LostConnectionEndsWithTheFiguresSoFarAndExitCode2)
+TEST(Bus, LostConnectionEndsWithTheStatisticsSoFarAndExitCode2)
 {
     const SimulatedBus bus;
     LiveRun host(bus); // the first program on this kind of bus is the bus

@@ -56,7 +56,7 @@ protected:
 
 } // namespace
 
-TEST_F(Plots, EverySignalHasAPictureAndAllAreInTheOverview)
+TEST_F(Plots, EverySignalHasAPlotAndAllAreInTheOverview)
 {
     const MonitorRun run = plot(speedLog(), path("new/plots"));
     EXPECT_EQ(run.exitCode, 0);
@@ -101,7 +101,7 @@ TEST_F(Plots, GapIsNotJoined)
         EXPECT_FALSE(isBlue(band.first + x * second)) << x;
 }
 
-TEST_F(Plots, NamesThatAreNoFileNamesAreTurnedIntoSuchAndStayApart)
+TEST_F(Plots, NamesBecomeDistinctFileNames)
 {
     const QString eds = write("bus.eds", "[1800sub1]\nDefaultValue=0x185\n"
                                          "[1A00sub1]\nDefaultValue=0x20000008\n"
@@ -141,7 +141,7 @@ TEST_F(Plots, RecordingWithoutTimesIsPlottedToo)
     EXPECT_FALSE(QImage(path("plots/EngineSpeed-0.png")).isNull());
 }
 
-TEST_F(Plots, NoValueIsAMessageAndNoPicture)
+TEST_F(Plots, NoValueIsAMessageAndNoPlot)
 {
     const MonitorRun run = plot("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", path("plots"));
     EXPECT_EQ(run.exitCode, 0);

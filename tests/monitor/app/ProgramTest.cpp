@@ -79,7 +79,7 @@ TEST_F(Program, FramesThatAreDecodedByThemselvesAndInAMessageCountOnce)
         << run.output.toStdString();
 }
 
-TEST_F(Program, LinesThatAreNoFrameAreReportedWithTheirNumbersAndTheRestIsUsed)
+TEST_F(Program, LinesThatAreNotFramesAreReportedWithTheirNumbersAndTheRestIsUsed)
 {
     const MonitorRun run = replay("# comment\n\nnonsense\n"
                                   "(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
@@ -151,7 +151,7 @@ TEST_F(Program, MessageOfSeveralFramesIsDecoded)
         "transport   1 message(s), 0 interrupted; packets: 0 lost, 0 out of order\n"));
 }
 
-TEST_F(Program, ConfigurationScalesAndRatesAndOptionsCountMore)
+TEST_F(Program, ConfigurationScalesAndRatesAndOptionsTakePrecedence)
 {
     const QString eds = write("drive.eds", "[1800sub1]\nDefaultValue=0x185\n"
                                            "[1A00sub1]\nDefaultValue=0x60440010\n"

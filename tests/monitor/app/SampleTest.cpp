@@ -73,12 +73,12 @@ TEST(Sample, GeneratorReproducesRecordingsAndDescriptions)
     expectReproduced("generateSample.py", {"engine.log", "engine.dbc", "drive.log", "drive.eds"});
 }
 
-TEST(Sample, ExpectedFiguresAreThoseOfTheRecordings)
+TEST(Sample, ExpectedStatisticsAreThoseOfTheRecordings)
 {
     expectReproduced("expectedFigures.py", {"engine.expected", "drive.expected"});
 }
 
-TEST(Sample, TableShowsTheFiguresComputedIndependently)
+TEST(Sample, TableShowsTheStatisticsComputedIndependently)
 {
     expectShown(replaySample(), "engine.expected");
 }
@@ -91,7 +91,7 @@ TEST(Sample, EngineAndDriveAreShownSideBySide)
     EXPECT_TRUE(run.output.contains("EngineSpeed "));
 }
 
-TEST(Sample, JsonHoldsTheSameFiguresExactly)
+TEST(Sample, JsonHoldsTheSameStatisticsExactly)
 {
     const MonitorRun run = replayBoth({"--format", "json"});
     const QJsonArray found =

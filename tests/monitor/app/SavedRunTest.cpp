@@ -26,7 +26,7 @@ protected:
 
 } // namespace
 
-TEST_F(SavedRuns, AreShownWithTheFiguresOfTheReplay)
+TEST_F(SavedRuns, AreShownWithTheStatisticsOfTheReplay)
 {
     for (const char* format : {"table", "json", "csv"}) {
         const MonitorRun saved =
@@ -46,7 +46,7 @@ TEST_F(SavedRuns, AreShownWithAnotherBandIfOneIsGiven)
     EXPECT_EQ(runMonitor({"show", path("run"), "--k", "1.5"}).output, save({"--k", "1.5"}).output);
 }
 
-TEST_F(SavedRuns, CarriedValuesAreSavedToo)
+TEST_F(SavedRuns, PassedThroughValuesAreSavedToo)
 {
     const QString eds = write("bus.eds", "[1800sub1]\nDefaultValue=0x185\n"
                                          "[1A00sub1]\nDefaultValue=0x20000020\n"
@@ -81,7 +81,7 @@ TEST_F(SavedRuns, ArePlottedAsTheRecordingWas)
     }
 }
 
-TEST_F(SavedRuns, FileThatIsNoneOrDamagedIsExitCode2AndAMessageWithItsName)
+TEST_F(SavedRuns, InvalidOrDamagedFileIsExitCode2AndAMessageWithItsName)
 {
     save({});
     ASSERT_TRUE(QFile::resize(path("run"), 1000));
@@ -124,7 +124,7 @@ TEST_F(SavedRuns, TargetThatCannotBeWrittenIsNoticedBeforeAnythingElseIsDone)
     }
 }
 
-TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheFigures)
+TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheStatistics)
 {
     QString log; // of as many sources as it takes to print more than is buffered
     for (int source = 0; source < 256; ++source)
@@ -138,7 +138,7 @@ TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheFigures)
     EXPECT_EQ(runMonitor({"show", path("run")}).output.count("EngineSpeed"), 256);
 }
 
-TEST_F(SavedRuns, ReplaceNothingButSavedSeries)
+TEST_F(SavedRuns, ReplaceOnlySavedRuns)
 {
     const QByteArray text = "VANTREL is not all\n";
     QFile file(write("run", text));

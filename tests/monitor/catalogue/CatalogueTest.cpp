@@ -94,7 +94,7 @@ TEST(Catalogue, NameThatTwoMessagesUseIsReportedWithItsMessage)
               (QStringList{"Message.Speed", "Load", "Other.Speed", "A/B"}));
 }
 
-TEST(Catalogue, NodesAreToldApartByTheirNumbersAndNotByNames)
+TEST(Catalogue, NodesAreDistinguishedByTheirNumbersAndNotByNames)
 {
     QVector<MessageDescription> described = twoMessages();
     described[1].node = 5;

@@ -50,7 +50,7 @@ TEST(J1939Id, DataPageAndGroupExtensionBelongToThePgnOfPdu2)
     EXPECT_EQ(monitor::pgnOf(0x18F00000), 0xF000U);
 }
 
-TEST(J1939Id, DestinationIsNoPartOfThePgnOfPdu1)
+TEST(J1939Id, DestinationIsNotPartOfThePgnOfPdu1)
 {
     EXPECT_EQ(monitor::pgnOf(0x18EAFF21), 0xEA00U);
     EXPECT_EQ(monitor::pgnOf(0x18EA0021), 0xEA00U);
@@ -143,7 +143,7 @@ TEST(Decoder, SignalThatReservesNothingIsAlwaysMeasured)
     EXPECT_EQ(decoder.decode(frame).at(0).bits, 0xFFU);
 }
 
-TEST(Decoder, FloatingPointSignalsReserveNothingButWhatIsNoNumber)
+TEST(Decoder, FloatingPointSignalsReserveOnlyNonFiniteValues)
 {
     CatalogueSignal signal = describedSignal(0, 64);
     signal.layout.isFloat = true;

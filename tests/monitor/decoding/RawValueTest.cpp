@@ -115,7 +115,7 @@ TEST(RawBits, FieldFitsIntoTheDataOnlyWithAllItsBits)
     EXPECT_FALSE(monitor::fitsInto(motorola, 1));
 }
 
-TEST(Availability, ByteAndLongerGoByTheirMostSignificantByte)
+TEST(Availability, EightBitsAndMoreAreJudgedByTheirMostSignificantByte)
 {
     struct Row {
         int length;

@@ -102,7 +102,7 @@ TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheStatisticsOfAnUnboundedSeries)
     EXPECT_EQ(left.deviators, 2);
 }
 
-TEST_F(KeptRecords, CarriedValuesAreBoundedToo)
+TEST_F(KeptRecords, PassedThroughValuesAreBoundedToo)
 {
     monitor::CatalogueSignal description = describedSignal(0, 16);
     description.layout.passThrough = true;

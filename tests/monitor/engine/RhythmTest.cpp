@@ -65,7 +65,7 @@ TEST(Rhythm, SlowerSignalIsSoonNoLongerSilentBetweenItsValues)
     EXPECT_FALSE(rhythm.isSilent((900 + 13 * 2000) * ms));
 }
 
-TEST(Rhythm, TimeThatJumpsBackwardsTellsNothingOfThePeriod)
+TEST(Rhythm, TimeThatJumpsBackwardsIsIgnoredForThePeriod)
 {
     Rhythm rhythm = rhythmOf(100 * ms, 10);
     rhythm.add(0);

@@ -100,7 +100,7 @@ TEST(SignalTable, DeviatorsAreCountedByScaledValuesAndNotByRawOnes)
         statisticsAfter(temperatures, {120, 120, 120, 120, 120, 120, 120, 120, 0}, 2).deviators, 1);
 }
 
-TEST(SignalTable, ValueOnTheEdgeOfTheBandIsNoDeviator)
+TEST(SignalTable, ValueOnTheEdgeOfTheBandIsNotADeviator)
 {
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 1).deviators, 0);
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 0.5).deviators, 2);
@@ -148,7 +148,7 @@ TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
     EXPECT_EQ(statistics.deviators, 0);
 }
 
-TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverFed)
+TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverRecorded)
 {
     const auto messages = oneSignal(16, 0.125, 0);
     SignalTable table(messages);

@@ -70,7 +70,7 @@ TEST(ValueCounts, EmptyOnesHaveNothingOnEitherSideAndMedian0)
     EXPECT_EQ(counts.above(-1), 0);
 }
 
-TEST(ValueCounts, ValuesOfAnyOrderGiveTheFiguresOfASortedList)
+TEST(ValueCounts, ValuesOfAnyOrderGiveTheStatisticsOfASortedList)
 {
     std::mt19937 random(1);
     std::normal_distribution<double> spread(0, 1000);
@@ -80,7 +80,7 @@ TEST(ValueCounts, ValuesOfAnyOrderGiveTheFiguresOfASortedList)
     expectSameOfAll(values);
 }
 
-TEST(ValueCounts, RisingAndFallingValuesGiveTheFiguresOfASortedList)
+TEST(ValueCounts, RisingAndFallingValuesGiveTheStatisticsOfASortedList)
 {
     std::vector<double> values;
     for (int i = 0; i < 6000; ++i)

@@ -69,7 +69,7 @@ TEST(Problems, KeepsTheFirstFewAndCountsAll)
     EXPECT_EQ(problems.total(), QString("bus.log: 1000 are odd"));
 }
 
-TEST(Problems, SaysNothingWhereThereWasNothing)
+TEST(Problems, IsEmptyWithoutProblems)
 {
     const Problems problems("bus.log", "are odd");
     EXPECT_EQ(problems.lines(), QStringList());

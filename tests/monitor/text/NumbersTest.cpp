@@ -47,7 +47,7 @@ TEST(NumberFormat, MedianMayLieHalfWay)
     EXPECT_EQ(formatMedian((0.1 + 0.2) / 2, 0.1, 0), QString("0.15"));
 }
 
-TEST(NumberFormat, ComputedFigureHasNineDigitsAndThreeDecimals)
+TEST(NumberFormat, ComputedStatisticHasNineDigitsAndThreeDecimals)
 {
     EXPECT_EQ(formatComputed(650.048569070), QString("650.048569"));
     EXPECT_EQ(formatComputed(1.583773539), QString("1.58377354"));
@@ -57,7 +57,7 @@ TEST(NumberFormat, ComputedFigureHasNineDigitsAndThreeDecimals)
     EXPECT_EQ(formatComputed(0.0000123), QString("1.23e-05"));
 }
 
-TEST(NumberFormat, WhatIsNoNumberIsSaidSo)
+TEST(NumberFormat, NanAndInfinitiesAreNamed)
 {
     EXPECT_EQ(formatComputed(std::numeric_limits<double>::infinity()), QString("inf"));
     EXPECT_EQ(formatMeasured(std::numeric_limits<double>::quiet_NaN(), 1, 0), QString("nan"));

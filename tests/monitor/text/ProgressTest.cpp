@@ -22,7 +22,7 @@ QString written(bool onTerminal, std::chrono::milliseconds patience)
 
 } // namespace
 
-TEST(Progress, ShowsHowFarLongWorkIsAndGoesAwayAtTheEnd)
+TEST(Progress, ShowsTheProgressOfLongWorkAndIsRemovedAtTheEnd)
 {
     const QString text = written(true, std::chrono::milliseconds(0));
     EXPECT_TRUE(text.startsWith("\r\033[Kreading 10 %\r")) << text.toStdString();

@@ -53,7 +53,7 @@ TEST(Suggestions, TheNearestThreeComeInOrderAndOnce)
     EXPECT_EQ(nearNames("Signal1", candidates), (QStringList{"Signal1", "Signal12", "Signal123"}));
 }
 
-TEST(Suggestions, NothingIsSuggestedWhereNothingIsNear)
+TEST(Suggestions, NothingIsSuggestedIfNoNameIsSimilar)
 {
     EXPECT_EQ(nearNames("Torque", engineNames()), QStringList());
     EXPECT_EQ(nearNames("", engineNames()), QStringList());

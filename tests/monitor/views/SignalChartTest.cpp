@@ -157,7 +157,7 @@ TEST_F(SignalChart, PlaceMarkersInANameStayAsTheyAre)
     EXPECT_EQ(monitor::plotTitleOf(statistics), QString("a%1 x, source 7"));
 }
 
-TEST_F(SignalChart, ValuesAtTheEndsOfDoubleLeaveAnAxisToReckonWith)
+TEST_F(SignalChart, ValuesAtTheEndsOfDoubleHaveAFiniteAxis)
 {
     constexpr double greatest = std::numeric_limits<double>::max();
     for (const double lowest : {-greatest, 1e20, 0.0, 5e-324}) {

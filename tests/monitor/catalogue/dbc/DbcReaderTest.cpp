@@ -156,7 +156,7 @@ TEST(DbcReader, TextThatNeverEndsIsAWarningWithTheLineOfItsBeginning)
     EXPECT_EQ(dbc.warnings, QString("x.dbc:2: text without a closing quotation mark\n"));
 }
 
-TEST(DbcReader, HolderOfIndependentSignalsIsNoMessage)
+TEST(DbcReader, HolderOfIndependentSignalsIsNotAMessage)
 {
     EXPECT_TRUE(
         readDbc("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX").messages.isEmpty());

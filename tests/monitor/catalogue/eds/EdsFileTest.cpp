@@ -29,7 +29,7 @@ Eds read(const QByteArray& content)
 
 } // namespace
 
-TEST(EdsNumber, DecimalHexadecimalAndOctalAreTold)
+TEST(EdsNumber, DecimalHexadecimalAndOctalAreDistinguished)
 {
     EXPECT_EQ(readEdsNumber("10", 0), 10U);
     EXPECT_EQ(readEdsNumber("0x10", 0), 16U);
@@ -49,7 +49,7 @@ TEST(EdsNumber, NodeIdMayStandOnEitherSide)
     EXPECT_EQ(readEdsNumber("$NODEID", 5), 5U);
 }
 
-TEST(EdsNumber, WhatIsNoneIsNotGuessedAt)
+TEST(EdsNumber, TextThatIsNotANumberIsRejected)
 {
     for (const char* text : {"",
                              " ",

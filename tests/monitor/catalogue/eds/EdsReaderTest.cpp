@@ -88,7 +88,7 @@ TEST(EdsReader, ReadsAPdoWithItsObjects)
     EXPECT_EQ(message.signalDescriptions.at(1).layout.startBit, 8);
 }
 
-TEST(EdsReader, FlagsOfTheCobIdAreNoPartOfTheId)
+TEST(EdsReader, FlagsOfTheCobIdAreNotPartOfTheId)
 {
     const QList<QByteArray> mapped{"0x20000008"};
     EXPECT_EQ(read(objects + pdo("0x40000185", "1", mapped)).messages.at(0).id, 0x185U);

@@ -78,7 +78,7 @@ TEST(KeyReader, EscapeIsAKeyIfNothingFollows)
     EXPECT_EQ(textOf(reader.read("\x1bq")), escape + " q");
 }
 
-TEST(KeyReader, WhatIsNoKnownKeyIsSkipped)
+TEST(KeyReader, UnknownKeysAreSkipped)
 {
     EXPECT_EQ(readAtOnce("\x1b[15~q\x1b[1;5Ap\x01\xff"), QString("q p"));
     KeyReader reader;

@@ -40,7 +40,7 @@ bool operator==(const termios& left, const termios& right)
 
 } // namespace
 
-TEST(Terminal, TableShowsTheFiguresAndStaysAtTheEnd)
+TEST(Terminal, TableShowsTheStatisticsAndStaysAtTheEnd)
 {
     const SimulatedBus bus;
     PseudoTerminal terminal(live(bus), 40, 200);
@@ -56,7 +56,7 @@ TEST(Terminal, TableShowsTheFiguresAndStaysAtTheEnd)
     EXPECT_EQ(printedAtTheEnd(terminal), expected);
 }
 
-TEST(Terminal, SignalsThatStayAwayAreMarked)
+TEST(Terminal, SilentSignalsAreMarked)
 {
     const SimulatedBus bus;
     PseudoTerminal terminal(live(bus), 40, 200);
@@ -96,7 +96,7 @@ TEST(Terminal, KeysFilterScrollPauseAndReset)
     EXPECT_EQ(printedAtTheEnd(terminal), replayedSample());
 }
 
-TEST(Terminal, IsAsItWasBeforeHoweverTheProgramEnds)
+TEST(Terminal, IsRestoredHoweverTheProgramEnds)
 {
     for (const char* way : {"key", "interrupt", "terminate"}) {
         const SimulatedBus bus;

@@ -47,7 +47,7 @@ TEST(TimeSpan, ZoomKeepsTheEndThatIsFollowed)
     expectRange(span.range(101), 86, 101);
 }
 
-TEST(TimeSpan, WhatHasBeenMovedToStandsStillAndIsZoomedAroundTheMouse)
+TEST(TimeSpan, MovedRangeStaysAndIsZoomedAroundTheMouse)
 {
     TimeSpan span;
     span.move(-20, 100);
@@ -60,7 +60,7 @@ TEST(TimeSpan, WhatHasBeenMovedToStandsStillAndIsZoomedAroundTheMouse)
     expectRange(span.range(200), 50, 80);
 }
 
-TEST(TimeSpan, EndIsFollowedAgainByWhoeverComesToIt)
+TEST(TimeSpan, ReachingTheEndFollowsItAgain)
 {
     TimeSpan span;
     span.move(-20, 100);

@@ -2,8 +2,8 @@
 #include "../../sources/bus/SimulatedBus.h"
 #include <VirtualDisplay.h>
 
-#include <app/commands.h>
 #include <app/Preparation.h>
+#include <app/commands.h>
 #include <displays/window/MonitorWindow.h>
 #include <sources/bus/BusSource.h>
 
@@ -195,7 +195,7 @@ protected:
 
 } // namespace
 
-TEST_F(Window, TableShowsTheFiguresComputedIndependently)
+TEST_F(Window, TableShowsTheStatisticsComputedIndependently)
 {
     showSample();
     const QList<QStringList> expected = expectedRows("drive.expected");
@@ -270,7 +270,7 @@ TEST_F(Window, WheelZoomsAroundTheMouseAndDoubleClickFollowsAgain)
     EXPECT_NEAR(times().max(), usual, 1e-9);
 }
 
-TEST_F(Window, PauseLetsThePictureStandStillAndNothingIsLost)
+TEST_F(Window, PauseFreezesTheDisplayAndNothingIsLost)
 {
     showSample();
     press("Pause");
@@ -358,7 +358,7 @@ TEST_F(Window, ClosingItEndsTheRun)
     EXPECT_FALSE(window->take({}, {}));
 }
 
-TEST(WindowProgram, PrintsTheFiguresOfAReplayAtItsEnd)
+TEST(WindowProgram, PrintsTheStatisticsOfAReplayAtItsEnd)
 {
     const VirtualDisplay display;
     const SimulatedBus bus;

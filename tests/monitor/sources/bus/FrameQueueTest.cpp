@@ -53,7 +53,7 @@ TEST(FrameQueue, ErrorFramesAreCountedAndCarryNothing)
     EXPECT_EQ(received.errors, 0);
 }
 
-TEST(FrameQueue, WhatFindsNoRoomIsDroppedAndCountedAndThereIsRoomAgainAfterwards)
+TEST(FrameQueue, FramesAreDroppedAndCountedWhenItIsFullUntilThereIsRoomAgain)
 {
     FrameQueue queue;
     for (size_t i = 0; i < FrameQueue::capacity + 7; ++i)

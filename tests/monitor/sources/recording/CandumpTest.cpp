@@ -160,7 +160,7 @@ TEST(CandumpLine, RemoteRequestOnTheScreenCarriesNoData)
     EXPECT_EQ(frame.length, 0);
 }
 
-TEST(CandumpLine, ErrorFramesAreNoFramesOfData)
+TEST(CandumpLine, ErrorFramesAreNotDataFrames)
 {
     EXPECT_EQ(kindOf("(1.0) can0 20000088#0000000000000000"), LineKind::ErrorFrame);
     EXPECT_EQ(kindOf("  can0  20000004   [8]  00 04 00 00 00 00 00 60   ERRORFRAME"),
@@ -188,7 +188,7 @@ TEST(CandumpLine, BlankLinesAndCommentsAreNothing)
         EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
 }
 
-TEST(CandumpLine, WhatIsNoClassicFrameIsNoFrame)
+TEST(CandumpLine, LinesThatAreNotClassicFramesAreNotFrames)
 {
     for (const char* line : {
              "hello",
@@ -258,7 +258,7 @@ TEST(CandumpLine, ZeroByteIsNotTakenForTheEndOfTheLine)
     EXPECT_EQ(kindOf(QByteArray("\0", 1)), LineKind::Unknown);
 }
 
-TEST(CandumpLine, LineThatIsNoFrameLeavesTheFrameAsItIs)
+TEST(CandumpLine, LineThatIsNotAFrameLeavesTheFrameAsItIs)
 {
     Frame frame = frameIn("(1.0) can0 123#11");
     EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::Unknown);
