@@ -120,7 +120,7 @@ QString readMember(const QString& name, const QJsonValue& value, Config& config)
     if (name != QLatin1String("k"))
         return unknownSetting(name, {QStringLiteral("k"), QStringLiteral("signals")});
     config.k = value.toDouble(-1);
-    return *config.k < 0 ? QStringLiteral("k needs a number that is not negative") : QString();
+    return *config.k < 0 ? QStringLiteral("k needs a number, 0 or more") : QString();
 }
 
 Config failedConfig(const QString& error)

@@ -118,9 +118,9 @@ QString readRecord(QDataStream& stream, QVector<qint64>& times, QVector<T>& valu
     qint64 time = 0;
     stream >> time;
     if (time != SignalSeries::noTime && !isTime(time))
-        return QStringLiteral("there is no such time");
+        return QStringLiteral("time out of range");
     if (!nextRecordIsPlain(stream))
-        return QStringLiteral("a record is cut off or of a kind that is not read");
+        return QStringLiteral("truncated record, or unsupported type");
     T value;
     stream >> value;
     times.append(time);
@@ -202,12 +202,12 @@ QString readSignal(QDataStream& stream, SavedSignal& signal)
     SignalRecords& records = signal.records;
     quint32 count = 0;
     if (!readOrigin(stream, signal))
-        return QStringLiteral("there is no such protocol or source");
+        return QStringLiteral("invalid protocol or source");
     if (!readDescription(stream, signal.description))
-        return QStringLiteral("the description of a signal is not understood");
+        return QStringLiteral("invalid signal description");
     if (!readUpTo(stream, mostCounted, records.notAvailable) ||
         !readUpTo(stream, mostCounted, records.errors) || !readUpTo(stream, mostRecords, count))
-        return QStringLiteral("there is no such number of values");
+        return QStringLiteral("invalid number of values");
     return signal.protocol == Protocol::J1939
                ? readRecords<J1939Value>(stream, count, records)
                : readRecords<CANopenObjectValue>(stream, count, records);

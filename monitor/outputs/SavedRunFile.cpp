@@ -85,7 +85,7 @@ QString readSignals(QDataStream& stream, SavedRun& run)
     quint32 count = 0;
     stream >> count;
     if (count > mostSignals)
-        return QStringLiteral("there cannot be as many signals");
+        return QStringLiteral("too many signals");
     for (quint32 i = 0; i < count; ++i) {
         SavedSignal signal;
         QString error = readSignal(stream, signal);
@@ -102,16 +102,18 @@ QString readRun(QDataStream& stream, SavedRun& run)
     qint64 time = 0;
     stream >> run.k;
     if (!std::isfinite(run.k) || run.k < 0 || !readCounts(stream, run.counts))
-        return QStringLiteral("the counts are not understood");
+        return QStringLiteral("invalid frame counts");
     stream >> hasTime >> time;
     if (hasTime && !isTime(time))
-        return QStringLiteral("there is no such time");
+        return QStringLiteral("time out of range");
     if (hasTime)
         run.firstTime = time;
     QString error = readSignals(stream, run);
-    if (error.isEmpty() && (stream.status() != QDataStream::Ok || !stream.atEnd()))
-        return QStringLiteral("it does not end where it should");
-    return error;
+    if (!error.isEmpty())
+        return error;
+    if (stream.status() != QDataStream::Ok)
+        return QStringLiteral("unexpected end of data");
+    return stream.atEnd() ? QString() : QStringLiteral("unexpected data at the end");
 }
 
 QString cannotBe(const QString& done, const QFileDevice& file)
@@ -125,11 +127,11 @@ QString openToWrite(QSaveFile& file)
     QFile present(file.fileName());
     const QString refused = file.fileName() + QStringLiteral(": cannot be written: ");
     if (present.exists() && !QFileInfo(present).isFile())
-        return refused + QStringLiteral("it is no regular file");
+        return refused + QStringLiteral("not a regular file");
     if (present.exists() && !present.open(QIODevice::ReadOnly))
         return cannotBe(QStringLiteral("read"), present);
     if (present.size() > 0 && present.peek(magicSize) != magic)
-        return refused + QStringLiteral("there is a file that holds no saved series");
+        return refused + QStringLiteral("the file exists and is not a saved run");
     return file.open(QIODevice::WriteOnly) ? QString() : cannotBe(QStringLiteral("written"), file);
 }
 
@@ -162,7 +164,7 @@ QString writeSavedRun(const QString& fileName, const SavedRun& run)
 QString parseSavedRun(const QByteArray& content, SavedRun& run)
 {
     if (!content.startsWith(magic))
-        return QStringLiteral("is no file of saved series");
+        return QStringLiteral("not a saved run");
     const QByteArray hashed =
         QByteArray::fromRawData(content.constData(), std::max(0, content.size() - hashSize));
     QDataStream stream(hashed);
@@ -171,11 +173,11 @@ QString parseSavedRun(const QByteArray& content, SavedRun& run)
     quint32 version = 0;
     stream >> version;
     if (stream.status() == QDataStream::Ok && version != formatVersion)
-        return QStringLiteral("is of version %1, and this program reads version %2")
+        return QStringLiteral("has version %1; this program reads version %2")
             .arg(version)
             .arg(formatVersion);
     if (QCryptographicHash::hash(hashed, QCryptographicHash::Sha256) != content.right(hashSize))
-        return QStringLiteral("is damaged or cut off");
+        return QStringLiteral("is damaged or truncated");
     QString error = readRun(stream, run);
     if (error.isEmpty())
         return error;
@@ -188,7 +190,7 @@ QString readSavedRun(const QString& fileName, SavedRun& run)
     if (!file.open(QIODevice::ReadOnly))
         return cannotBe(QStringLiteral("read"), file);
     if (file.isSequential() || file.size() > longestFile || file.peek(magicSize) != magic)
-        return fileName + QStringLiteral(": is no file of saved series");
+        return fileName + QStringLiteral(": not a saved run");
     const QByteArray content = file.readAll();
     if (file.error() != QFileDevice::NoError)
         return cannotBe(QStringLiteral("read"), file);

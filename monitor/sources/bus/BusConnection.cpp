@@ -36,8 +36,8 @@ QString BusConnection::open(const BusAddress& address)
 {
     const QStringList plugins = QCanBus::instance()->plugins();
     if (!plugins.contains(address.plugin))
-        return QStringLiteral("there is no such plugin; there are ") +
-               plugins.join(QStringLiteral(", "));
+        return QStringLiteral("unknown plugin (available: %1)")
+            .arg(plugins.join(QStringLiteral(", ")));
     QString error;
     bus.reset(QCanBus::instance()->createDevice(address.plugin, address.device, &error));
     if (!bus)
@@ -49,7 +49,7 @@ QString BusConnection::open(const BusAddress& address)
     waitWhile(QCanBusDevice::ConnectingState);
     if (bus->state() == QCanBusDevice::ConnectedState)
         return QString();
-    return bus->errorString().isEmpty() ? QStringLiteral("there is no answer") : bus->errorString();
+    return bus->errorString().isEmpty() ? QStringLiteral("no response") : bus->errorString();
 }
 
 // Not an event loop of its own, which does not begin in a thread that is to end.

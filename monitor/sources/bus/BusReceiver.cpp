@@ -32,7 +32,7 @@ QString BusReceiver::start()
     thread->setObjectName(QStringLiteral("bus")); // its name for the system too
     thread->start();
     if (!thread->isRunning() && !thread->isFinished())
-        return address.name() + QStringLiteral(": the system starts no thread to receive it");
+        return address.name() + QStringLiteral(": cannot start the receiving thread");
     QString error = connected.get_future().get();
     if (!error.isEmpty())
         stop();
@@ -60,7 +60,7 @@ void BusReceiver::run()
     QEventLoop loop;
     QObject::connect(&device, &QCanBusDevice::framesReceived, [this, &device] { receive(device); });
     QObject::connect(&device, &QCanBusDevice::errorOccurred, [this, &device] {
-        lastComplaint = address.name() + QStringLiteral(": ") + device.errorString();
+        lastError = address.name() + QStringLiteral(": ") + device.errorString();
     });
     QObject::connect(&device, &QCanBusDevice::stateChanged, &loop, &QEventLoop::quit);
     doWhatIsPending(); // so that the bus knows of the device before anybody else does
@@ -68,7 +68,7 @@ void BusReceiver::run()
     if (device.state() == QCanBusDevice::ConnectedState)
         loop.exec();
     if (device.state() != QCanBusDevice::ConnectedState)
-        lastComplaint = address.name() + QStringLiteral(": the connection is lost");
+        lastError = address.name() + QStringLiteral(": connection lost");
     doWhatIsPending(); // a device that is closing can no longer be read
     connection.disconnect();
 }
@@ -76,7 +76,7 @@ void BusReceiver::run()
 void BusReceiver::receive(QCanBusDevice& device)
 {
     if (device.state() != QCanBusDevice::ConnectedState)
-        return; // it would complain
+        return; // reading would be an error
     const qint64 time = now();
     for (const QCanBusFrame& busFrame : device.readAllFrames())
         received.put(busFrame, time);

@@ -13,8 +13,8 @@
 namespace monitor
 {
 
-/// Receives the frames of a bus in a thread of its own, so that none has to wait for what is done
-/// with those before it. Used by one thread.
+/// Receives the frames of a bus in a thread of its own, so that receiving never waits for the
+/// evaluation of earlier frames. Used by one thread.
 class BusReceiver
 {
 public:
@@ -24,24 +24,24 @@ public:
     BusReceiver(const BusReceiver&) = delete;
     BusReceiver& operator=(const BusReceiver&) = delete;
 
-    /// Connects to the bus and begins to receive. Returns what made that impossible, naming the
-    /// bus; empty if nothing did. Called once.
-    QString start();
+    /// Connects to the bus and starts receiving. Returns the error, naming the bus; empty on
+    /// success. Called once.
+    [[nodiscard]] QString start();
 
-    /// Receives what has arrived already, and disconnects. Afterwards nothing is received.
+    /// Receives the frames that have already arrived, and disconnects.
     void stop();
 
-    /// Whether the bus is gone, which stop() has not been asked for.
+    /// Whether the connection ended without a call of stop().
     bool isLost() const { return thread && thread->isFinished(); }
 
-    /// What the bus complained about last, naming it; empty if it did not. To be asked when the
-    /// receiver has stopped or the bus is lost.
-    const QString& complaint() const { return lastComplaint; }
+    /// The last error of the bus, naming it; empty if there was none. Call it once the receiver is
+    /// stopped or the bus is lost.
+    const QString& error() const { return lastError; }
 
     /// Microseconds since start(). The times of the received frames are on the same clock.
     qint64 now() const { return clock.nsecsElapsed() / 1000; }
 
-    /// What has been received and not been taken yet.
+    /// The frames that have been received and not been taken yet.
     FrameQueue& queue() { return received; }
 
 private:
@@ -51,8 +51,8 @@ private:
     BusAddress address;
     QElapsedTimer clock;
     FrameQueue received;
-    std::promise<QString> connected; // what made it impossible, or nothing
-    QString lastComplaint;           // the thread's until it has finished
+    std::promise<QString> connected; // the error; empty on success
+    QString lastError;               // used by the thread alone until it has finished
     std::unique_ptr<QThread> thread;
 };
 

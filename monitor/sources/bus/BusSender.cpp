@@ -31,9 +31,8 @@ BusSender::BusSender(QCanBusDevice& connectedDevice, FrameSource& frameSource, d
 
 QString BusSender::send()
 {
-    const auto connection = QObject::connect(&device, &QCanBusDevice::stateChanged, [this] {
-        end(QStringLiteral("the connection is lost"));
-    });
+    const auto connection = QObject::connect(&device, &QCanBusDevice::stateChanged,
+                                             [this] { end(QStringLiteral("connection lost")); });
     clock.start();
     if (readNext()) {
         timer.start(0);

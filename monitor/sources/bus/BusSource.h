@@ -7,27 +7,26 @@
 namespace monitor
 {
 
-/// The frames of a bus. They are received by a thread of their own and taken in portions: after
-/// the last frame of a portion next() returns false once, and then goes on with the next portion.
-/// Used by one thread.
+/// The frames of a bus. They are received by a thread of their own and taken in portions: next()
+/// returns false at the end of each portion. Used by one thread.
 class BusSource : public FrameSource
 {
 public:
     /// \a bitRate, in bits per second, is that of the bus, for its load.
     BusSource(const BusAddress& busAddress, double bitRate);
 
-    /// Connects and begins to receive. Returns why that failed, naming the bus; empty if it did
-    /// not. Called once.
+    /// Connects and starts receiving. Returns the error, naming the bus; empty on success. Called
+    /// once.
     [[nodiscard]] QString start() { return receiver.start(); }
 
-    /// Disconnects. What has been received up to then can still be read.
+    /// Disconnects. Frames received before can still be read.
     void stop() { receiver.stop(); }
 
     [[nodiscard]] bool next(Frame& frame) override;
     SourceCounts counts() const override { return counted; }
 
     /// The last error of the bus, naming it. Call it once the source is stopped or lost.
-    QString error() const override { return receiver.complaint(); }
+    QString error() const override { return receiver.error(); }
 
     /// Whether the connection was lost.
     bool isLost() const { return receiver.isLost(); }

@@ -113,7 +113,7 @@ TEST(Bus, LostConnectionEndsWithTheStatisticsSoFarAndExitCode2)
     const MonitorRun run = live.waitForEnd();
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("frames      0\n"));
-    EXPECT_TRUE(run.messages.endsWith(bus.name() + ": the connection is lost\n"));
+    EXPECT_TRUE(run.messages.endsWith(bus.name() + ": connection lost\n"));
 }
 
 TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
@@ -121,7 +121,7 @@ TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
     const MonitorRun noPlugin = liveOn("nonsense", "can0");
     EXPECT_EQ(noPlugin.exitCode, 2);
     EXPECT_TRUE(noPlugin.messages.startsWith(
-        "nonsense can0: cannot be connected: there is no such plugin; there are "));
+        "nonsense can0: cannot be connected: unknown plugin (available: "));
     EXPECT_TRUE(noPlugin.messages.contains("virtualcan"));
     const MonitorRun noDevice = liveOn("socketcan", "nonsense0");
     EXPECT_EQ(noDevice.exitCode, 2);

@@ -144,7 +144,7 @@ TEST_F(SavedRuns, ReplaceOnlySavedRuns)
     QFile file(write("run", text));
     EXPECT_EQ(save({}).exitCode, 2);
     EXPECT_EQ(save({}).messages,
-              path("run") + ": cannot be written: there is a file that holds no saved series\n");
+              path("run") + ": cannot be written: the file exists and is not a saved run\n");
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), text);
     file.close();
@@ -155,6 +155,6 @@ TEST_F(SavedRuns, ReplaceOnlySavedRuns)
     for (const QString& other : {directory.path(), path("pipe")}) {
         const MonitorRun run = runMonitor({"show", path("run"), "--save", other});
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_EQ(run.messages, other + ": cannot be written: it is no regular file\n");
+        EXPECT_EQ(run.messages, other + ": cannot be written: not a regular file\n");
     }
 }

@@ -140,9 +140,12 @@ TEST_F(SavedRunFile, EveryTruncationWithTheRightHashIsAnErrorToo)
     QByteArray content = contentOf(smallRun());
     content.chop(hashSize);
     ASSERT_EQ(errorOf(hashed(content)), QString());
-    for (int length = 0; length < content.size(); ++length)
-        EXPECT_NE(errorOf(hashed(content.left(length))), QString()) << length;
-    EXPECT_TRUE(errorOf(hashed(content + '\0')).contains("does not end where it should"));
+    for (int length = 0; length < content.size(); ++length) {
+        const QString error = errorOf(hashed(content.left(length)));
+        EXPECT_NE(error, QString()) << length;
+        EXPECT_FALSE(error.contains("unexpected data")) << length;
+    }
+    EXPECT_TRUE(errorOf(hashed(content + '\0')).contains("unexpected data at the end"));
 }
 
 TEST_F(SavedRunFile, EveryChangedByteIsAnError)
@@ -157,10 +160,10 @@ TEST_F(SavedRunFile, EveryChangedByteIsAnError)
 
 TEST_F(SavedRunFile, OtherFilesAndVersionsAreNamed)
 {
-    EXPECT_EQ(errorOf("(1.0) can0 123#11 and so on"), QString("is no file of saved series"));
+    EXPECT_EQ(errorOf("(1.0) can0 123#11 and so on"), QString("not a saved run"));
     QByteArray content = contentOf(smallRun());
     content[11] = 2;
-    EXPECT_EQ(errorOf(content), QString("is of version 2, and this program reads version 1"));
+    EXPECT_EQ(errorOf(content), QString("has version 2; this program reads version 1"));
 }
 
 // With the right hash, so that nothing but the reader itself is in the way.
@@ -185,8 +188,7 @@ TEST_F(SavedRunFile, RecordThatIsNotPlainIsRefusedBeforeItIsRead)
     run.recordedSignals[1].records.values =
         recordsOf<CANopenObjectValue>({QVariant(QVariantList{1, 2})});
     EXPECT_TRUE(errorOf(contentOf(run))
-                    .startsWith("cannot be used: a record is cut off or of a "
-                                "kind that is not read (byte "));
+                    .startsWith("cannot be used: truncated record, or unsupported type (byte "));
 }
 
 TEST_F(SavedRunFile, DescriptionsThatCannotBeAreRefused)
@@ -194,7 +196,7 @@ TEST_F(SavedRunFile, DescriptionsThatCannotBeAreRefused)
     const auto refused = [this](auto change) {
         SavedRun run = smallRun();
         change(run.recordedSignals[1].description);
-        return errorOf(contentOf(run)).contains("the description of a signal");
+        return errorOf(contentOf(run)).contains("invalid signal description");
     };
     EXPECT_FALSE(refused([](auto&) {}));
     EXPECT_TRUE(refused([](auto& description) { description.layout.length = 0; }));
@@ -212,10 +214,10 @@ TEST_F(SavedRunFile, TimesWhoseDifferencesOverflowAreRefused)
 {
     SavedRun run = smallRun();
     run.recordedSignals[0].records.microseconds[1] = std::numeric_limits<qint64>::max();
-    EXPECT_TRUE(errorOf(contentOf(run)).contains("no such time"));
+    EXPECT_TRUE(errorOf(contentOf(run)).contains("time out of range"));
     run = smallRun();
     run.firstTime = std::numeric_limits<qint64>::min() + 1;
-    EXPECT_TRUE(errorOf(contentOf(run)).contains("no such time"));
+    EXPECT_TRUE(errorOf(contentOf(run)).contains("time out of range"));
 }
 
 TEST_F(SavedRunFile, FileThatCannotBeWrittenIsNamed)

@@ -53,14 +53,13 @@ TEST(BusReceiver, FramesThatWereSentBeforeItStopsComeWithTheirTimes)
     EXPECT_TRUE(received.frames.back().remote);
     EXPECT_GT(received.frames.front().microseconds, 0);
     EXPECT_LE(received.frames.back().microseconds, receiver.now());
-    EXPECT_EQ(receiver.complaint(), QString());
+    EXPECT_EQ(receiver.error(), QString());
 }
 
 TEST(BusReceiver, SaysSoIfItsThreadCannotBeStarted)
 {
     BusReceiver receiver(BusAddress{"virtualcan", "can0"});
     const AddressSpaceLimit limit;
-    EXPECT_EQ(receiver.start(),
-              QString("virtualcan can0: the system starts no thread to receive it"));
+    EXPECT_EQ(receiver.start(), QString("virtualcan can0: cannot start the receiving thread"));
     receiver.stop();
 }

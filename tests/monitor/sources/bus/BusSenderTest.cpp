@@ -151,6 +151,6 @@ TEST_F(BusSenderTest, FrameThatIsRefusedAgainAndAgainEndsItWithTheReason)
 TEST_F(BusSenderTest, LostConnectionEndsIt)
 {
     device.isLost = true;
-    EXPECT_EQ(send(), QString("the connection is lost"));
+    EXPECT_EQ(send(), QString("connection lost"));
     EXPECT_LT(device.written.size(), 40);
 }
