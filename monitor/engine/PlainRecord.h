@@ -13,6 +13,6 @@ namespace monitor
 /// whose version is older than Qt_5_0.
 ///
 /// The stream stays where it is, with the status that it had. It must be outside a transaction.
-bool nextRecordIsPlain(QDataStream& stream, quint32 longestText = 4096);
+[[nodiscard]] bool nextRecordIsPlain(QDataStream& stream, quint32 longestText = 4096);
 
 } // namespace monitor

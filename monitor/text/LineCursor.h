@@ -55,7 +55,13 @@ public:
     bool atEnd() const { return next == end; }
     char peek() const { return atEnd() ? '\0' : *next; }
     char take() { return atEnd() ? '\0' : *next++; }
-    bool take(char expected) { return !atEnd() && *next == expected && (++next, true); }
+    bool take(char expected)
+    {
+        if (atEnd() || *next != expected)
+            return false;
+        ++next;
+        return true;
+    }
 
     bool skipBlanks()
     {
@@ -88,12 +94,12 @@ private:
 
 constexpr qint64 latestTime = 999999999999999999; ///< that readTime() reads, in microseconds
 
-/// Reads seconds, which may have a fraction of any number of digits, as "1635188455.02085", into
-/// \a microseconds; digits behind these are dropped. False if there is no such number.
-bool readTime(LineCursor& cursor, qint64& microseconds);
+/// Reads seconds, which may have a fraction of any number of digits, such as "1635188455.02085",
+/// into \a microseconds; further digits are dropped. False if there is no such number.
+[[nodiscard]] bool readTime(LineCursor& cursor, qint64& microseconds);
 
-/// Reads \a word as a number of \a base 10 or 16 without a sign. False if it is none or greater
-/// than \a last.
-bool readNumber(const Word& word, quint32 base, quint32 last, quint32& number);
+/// Reads \a word as a number of \a base 10 or 16 without a sign. False if it is not one or is
+/// greater than \a last.
+[[nodiscard]] bool readNumber(const Word& word, quint32 base, quint32 last, quint32& number);
 
 } // namespace monitor

@@ -28,7 +28,7 @@ public:
 
     /// Reads the next line into \a line, without its line end. Returns false at the end of the
     /// file and after an error.
-    bool readLine(QByteArray& line);
+    [[nodiscard]] bool readLine(QByteArray& line);
 
     /// The number of the line read last, counted from 1.
     qint64 lineNumber() const { return number; }

@@ -19,9 +19,9 @@ public:
     /// Disconnects if still connected.
     ~BusConnection();
 
-    /// Connects, and waits until that is done. Returns the error, naming the bus; empty if there
-    /// was none. To be called once.
-    QString connect(const BusAddress& address);
+    /// Connects, and waits until that is done. Returns the error, naming the bus; empty on success.
+    /// To be called once.
+    [[nodiscard]] QString connect(const BusAddress& address);
 
     /// Disconnects, and waits until that is done. Frames that have been written still reach the
     /// bus.

@@ -41,8 +41,8 @@ public:
     BusSender(QCanBusDevice& connectedDevice, FrameSource& frameSource, double speed);
 
     /// Sends all frames, and returns when the last one has been given to the bus. Returns the
-    /// error; empty if there was none.
-    QString send();
+    /// error; empty on success.
+    [[nodiscard]] QString send();
 
     qint64 sent() const { return sentFrames; }
 
