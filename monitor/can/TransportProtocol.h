@@ -11,7 +11,7 @@
 namespace monitor
 {
 
-/// What became of the messages that did not fit into one frame.
+/// Counts of the messages that did not fit into one frame, and of their packets.
 struct TransportCounts {
     qint64 messages = 0;    ///< put together completely
     qint64 lost = 0;        ///< packets that never came, or came without being announced
@@ -29,13 +29,12 @@ struct TransportedMessage {
 /// Puts messages of 9 to 1785 bytes together that the J1939 transport protocol (SAE J1939-21)
 /// brings in packets: announced to all (BAM) or to one destination (RTS), in frames of the PGNs
 /// 60416 (TP.CM) and 60160 (TP.DT). There is one message at a time for each pair of source and
-/// destination; the next announcement replaces it. Times are not looked at. This class is
-/// reentrant.
+/// destination; the next announcement replaces it. Times are ignored. This class is reentrant.
 class TransportProtocol
 {
 public:
     /// Takes in \a frame, and returns the message if it is the last packet of one. \a isDecoded
-    /// tells that the frame counts already. The answer is good until the next call.
+    /// means that the frame has been counted already. The result is valid until the next call.
     std::optional<TransportedMessage> take(const Frame& frame, bool isDecoded = false);
 
     const TransportCounts& counts() const { return counted; }

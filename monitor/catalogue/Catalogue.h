@@ -7,12 +7,12 @@
 namespace monitor
 {
 
-/// What the user wants of a signal in one run.
+/// The options of a signal in one run.
 struct SignalRules {
     bool chosen = true;               ///< false: not reported
     bool reservesRawValues = true;    ///< false: every raw value is a measured one, in J1939 too
     int keptRecords = 0;              ///< how many of its newest records are kept; 0: all
-    std::optional<ValueRange> limits; ///< it is rated by these instead of its band
+    std::optional<ValueRange> limits; ///< rate the signal instead of its band
 };
 
 /// A described signal as a run uses it. The user may have changed its scaling.
@@ -28,8 +28,8 @@ struct CatalogueMessage : MessageHeader {
     QVector<CatalogueSignal> catalogueSignals;
 };
 
-/// What the user says about all signals that a pattern matches. Whatever has no value stays as it
-/// is.
+/// The user's settings for all signals that a pattern matches. Settings without a value change
+/// nothing.
 struct SignalSettings {
     QString pattern; ///< see Catalogue
     std::optional<Scaling> scaling{};
@@ -37,14 +37,14 @@ struct SignalSettings {
     std::optional<bool> reservesRawValues{};
 };
 
-/// The messages and signals that are known in a run: what description files declare, and what the
-/// user wants of it.
+/// The messages and signals that are known in a run: those declared by description files, with the
+/// settings of the user.
 ///
 /// A pattern matches a signal if it matches all of its reported name, of its own name, or of "SPN"
 /// and its number. * stands for any text and ? for any character; case matters.
 ///
-/// Functions that return a text return what is wrong, or an empty text. A pattern that matches no
-/// signal is an error. After an error some of the changes may have been made.
+/// Functions that return a text return the error, or an empty text on success. A pattern that
+/// matches no signal is an error. After an error some of the changes may have been made.
 ///
 /// This class is reentrant.
 class Catalogue

@@ -70,7 +70,7 @@ QString unknownSetting(const QString& name, const QStringList& known)
     return QStringLiteral("unknown setting \"%1\"").arg(name) + didYouMean(name, known);
 }
 
-/// Reads one setting of a signal. Returns what is wrong with it, or an empty text.
+/// Reads one setting of a signal. Returns the error; empty on success.
 QString readSetting(const QString& name, const QJsonValue& value, SignalSettings& settings)
 {
     QStringList known;

@@ -5,15 +5,15 @@
 namespace monitor
 {
 
-/// What a configuration file says; docs/monitor.md describes it.
+/// The content of a configuration file; docs/monitor.md describes the format.
 struct Config {
     std::optional<double> k; ///< half the width of the band, in deviations
     QVector<SignalSettings> settings;
-    QString error; ///< why the configuration cannot be used; empty without an error
+    QString error; ///< empty if the configuration can be used
 };
 
-/// Reads the text of a configuration file, JSON. Unknown settings are errors, so that a misspelt
-/// one is not ignored.
+/// Reads the text of a configuration file, JSON. Unknown settings are errors, so that misspelt
+/// ones are not ignored.
 [[nodiscard]] Config readConfig(const QByteArray& text);
 
 /// Reads the configuration file of that name. An error names the file.

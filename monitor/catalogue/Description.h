@@ -64,7 +64,7 @@ struct SignalDescription {
     std::optional<quint32> spn; ///< suspect parameter number of a J1939 signal
 };
 
-/// What identifies a message.
+/// The identification of a message.
 struct MessageHeader {
     QString name;
     quint32 id = 0;

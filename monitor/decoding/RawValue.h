@@ -7,7 +7,7 @@
 namespace monitor
 {
 
-/// What the raw value of a J1939 parameter says about the measurement.
+/// Whether the raw value of a J1939 parameter is a measurement.
 enum class Availability {
     Measured,
     NotAvailable, ///< the sender does not have the parameter
@@ -28,8 +28,8 @@ qint64 signExtended(quint64 bits, int length);
 /// NaN is not available, and infinities are errors.
 Availability availabilityOf(double value);
 
-/// What \a raw, of \a length bits, says: from 8 bits on, a most significant byte of FF is "not
-/// available" and FE is "error"; in 4 bits 15 and 14 are, in 2 bits 3 and 2. Other lengths below 8
+/// The availability of \a raw, of \a length bits: from 8 bits on, a most significant byte of FF is
+/// "not available" and FE is "error"; of 4 bits 15 and 14, of 2 bits 3 and 2. Other lengths below 8
 /// reserve nothing. Signed signals are judged by their bits too.
 Availability availabilityOf(quint64 raw, int length);
 

@@ -7,19 +7,19 @@
 namespace monitor
 {
 
-/// When the values of a signal come: how long it usually takes from one to the next, and whether
-/// they stay away.
+/// The timing of the values of a signal: the usual period between two values, and whether the
+/// signal is silent.
 class Rhythm
 {
 public:
-    /// The usual periods without a value that are taken for silence.
+    /// The number of usual periods without a value after which a signal is silent.
     static constexpr double silentPeriods = 5;
 
-    /// In microseconds: less is only the way that frames take through the system, in portions.
+    /// In microseconds: shorter gaps can arise because the system delivers frames in portions.
     static constexpr double shortestSilence = 200000;
 
-    /// A value came at \a microseconds. The same or an earlier time than that of the value before
-    /// it tells nothing of the period.
+    /// A value came at \a microseconds. For the period, a time that is not later than that of the
+    /// previous value is ignored.
     void add(qint64 microseconds);
 
     /// The usual period in microseconds: a running average that weighs the newest period by an

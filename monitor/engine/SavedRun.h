@@ -42,7 +42,7 @@ constexpr bool isTime(qint64 microseconds)
 void writeSignal(QDataStream& stream, const SavedSignal& signal);
 
 /// Reads a signal that writeSignal() has written; the source need not be trusted. Returns the
-/// error; empty if there was none. Takes memory in proportion to the bytes in the stream.
+/// error; empty on success. Takes memory in proportion to the bytes in the stream.
 [[nodiscard]] QString readSignal(QDataStream& stream, SavedSignal& signal);
 
 } // namespace monitor

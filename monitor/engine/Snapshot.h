@@ -51,7 +51,7 @@ struct SignalSeries {
     QVector<qint64> microseconds; ///< when each was seen, noTime if unknown
 };
 
-/// What became of the frames, and of the places of a recording that are not frames.
+/// Counts of frames, and of the places of a recording that are not frames.
 struct FrameCounts {
     qint64 total = 0;   ///< data and remote frames
     qint64 decoded = 0; ///< frames in which at least one signal was found

@@ -9,29 +9,29 @@
 namespace monitor
 {
 
-/// What an output is written from: a session that is over, and its statistics.
+/// The input of an output: a finished session and its statistics.
 struct FinishedRun {
     Session& session;
     const Snapshot& snapshot;
 };
 
-/// How the writing of an output ended.
+/// The result of writing an output.
 struct OutputResult {
-    QString error{};     ///< why it failed, naming the file; empty if it did not
-    QStringList notes{}; ///< what else the user should know
+    QString error{};     ///< the error, naming the file; empty on success
+    QStringList notes{}; ///< for the user
 };
 
 /// Told how much of the work is done.
 using OutputProgress = std::function<void(qint64 done, qint64 total)>;
 
-/// What a run leaves behind when it ends: a table, a file, a directory of plots.
+/// Files and text written at the end of a run: a table, a file, a directory of plots.
 class Output
 {
 public:
     virtual ~Output() = default;
 
-    /// Returns why the output cannot be written, naming the file, as far as can be told before the
-    /// run begins; empty otherwise. Users should not learn it after recording for hours.
+    /// Returns the error that writing would meet, naming the file, as far as it is known before the
+    /// run; empty if there is none. Users should not learn of it after hours of recording.
     [[nodiscard]] virtual QString check() { return QString(); }
 
     /// Writes the output of \a run.

@@ -11,19 +11,19 @@ namespace monitor
 /// operators. There is room for 2 GiB and 10,000 signals.
 ///
 /// Writes \a run to the file of that name, which is replaced as a whole or left as it is; a file
-/// that holds something else is left as it is. Returns why that failed, naming the file; empty if
-/// it did not.
+/// that holds something else is left as it is. Returns the error, naming the file; empty on
+/// success.
 [[nodiscard]] QString writeSavedRun(const QString& fileName, const SavedRun& run);
 
-/// Returns why a run cannot be written to the file of that name, as far as can be told in advance;
-/// empty otherwise. Changes nothing.
+/// Returns the error that writing a run to the file of that name would meet, as far as it is known
+/// in advance; empty if there is none. Changes nothing.
 [[nodiscard]] QString checkSavedRun(const QString& fileName);
 
-/// Reads the file of that name, which need not be trusted, into \a run. Returns why that failed,
-/// naming the file; empty if it did not. The memory needed is proportional to the file.
+/// Reads the file of that name, which need not be trusted, into \a run. Returns the error, naming
+/// the file; empty on success. The memory needed is proportional to the file.
 [[nodiscard]] QString readSavedRun(const QString& fileName, SavedRun& run);
 
-/// Reads the content of such a file, as above. Returns what is wrong with it.
+/// Reads the content of such a file, as above. Returns the error; empty on success.
 [[nodiscard]] QString parseSavedRun(const QByteArray& content, SavedRun& run);
 
 /// Saves everything that was recorded.

@@ -29,7 +29,7 @@ struct OutputKind {
 /// All kinds of output: a new one is a row here.
 const QVector<OutputKind>& outputKinds();
 
-/// What is printed unless the user chooses otherwise: the first printed output of the table.
+/// The default of the printed outputs: the first one of the table.
 const OutputKind& defaultOutputKind();
 
 } // namespace monitor

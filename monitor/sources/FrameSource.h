@@ -6,11 +6,11 @@
 namespace monitor
 {
 
-/// What a source has brought beside frames.
+/// Counts of everything in a source other than frames.
 struct SourceCounts {
     qint64 errorFrames = 0; ///< error frames of the bus, which carry no data of a node
-    qint64 lost = 0;        ///< frames that the recorder lost, or that a live run had no room for
-    qint64 unreadable = 0;  ///< places of a recording that are not understood
+    qint64 lost = 0;        ///< frames lost by the recorder, or dropped by a live run
+    qint64 unreadable = 0;  ///< unreadable places of a recording
 };
 
 /// How much of a source has been read. The unit is that of the source, such as bytes.
@@ -19,8 +19,8 @@ struct SourceProgress {
     qint64 total = 0; ///< 0 if unknown
 };
 
-/// The one way in which frames come into the program: from a recording or from a bus. One thread
-/// uses it.
+/// The interface through which all frames enter the program, from a recording or a bus. Used by
+/// one thread.
 class FrameSource
 {
 public:
@@ -36,10 +36,10 @@ public:
 
     virtual SourceProgress progress() const { return {}; }
 
-    /// The places of a recording that are not understood.
+    /// The unreadable places of a recording.
     virtual Problems problems() const { return {}; }
 
-    /// Why there can be no more frames, naming the source; empty without an error.
+    /// The error that ended reading, naming the source; empty without an error.
     virtual QString error() const = 0;
 };
 

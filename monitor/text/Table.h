@@ -15,7 +15,7 @@ struct Column {
 };
 
 /// \a text with blanks for control characters, and a dash if it is empty: names and units come from
-/// files, and what would move a terminal's cursor is not to get there.
+/// files, and their control characters must not reach the terminal.
 QString printable(QString text);
 
 /// The titles and \a rows as lines with aligned columns, two blanks between them. \a widths are

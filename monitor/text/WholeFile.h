@@ -18,8 +18,8 @@ inline QString cannotBeWritten(const QSaveFile& file)
     return file.flush() && file.commit();
 }
 
-/// Replaces the file of that name by \a content as a whole, or leaves it as it is. Returns why that
-/// failed, naming the file; empty if it did not.
+/// Replaces the file of that name by \a content as a whole, or leaves it as it is. Returns the
+/// error, naming the file; empty on success.
 [[nodiscard]] inline QString writeWholeFile(const QString& fileName, const QByteArray& content)
 {
     QSaveFile file(fileName);

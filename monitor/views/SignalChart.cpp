@@ -148,7 +148,7 @@ void ChartDrawing::addPoints(const QVector<QPointF>& points, const QColor& color
     add(scatter, name);
 }
 
-// What has no name is not in the legend.
+// A series without a name is not in the legend.
 void ChartDrawing::add(QtCharts::QAbstractSeries* series, const QString& name)
 {
     series->setName(name);

@@ -30,7 +30,7 @@ std::unique_ptr<QtCharts::QChart> chartOf(const SignalStatistics& statistics, co
                                           const AxisRange& range, const QSize& size);
 
 /// Writes \a image to the PNG file of that name, which is replaced as a whole or left as it is.
-/// Returns why that failed, naming the file; empty if it did not.
+/// Returns the error, naming the file; empty on success.
 [[nodiscard]] QString writeImage(const QImage& image, const QString& fileName);
 
 } // namespace monitor

@@ -9,7 +9,7 @@ namespace monitor
 namespace
 {
 
-constexpr int figures = 10; // from the newest value to the deviators
+constexpr int statisticsCount = 10; // from the newest value to the deviators
 
 QString nameOf(Protocol protocol)
 {
@@ -17,12 +17,12 @@ QString nameOf(Protocol protocol)
 }
 
 /// The fields from the newest value to the deviators.
-QVector<QJsonValue> figuresOf(const SignalStatistics& statistics)
+QVector<QJsonValue> statisticsOf(const SignalStatistics& statistics)
 {
     if (statistics.count == 0)
-        return QVector<QJsonValue>(figures, QJsonValue::Null);
+        return QVector<QJsonValue>(statisticsCount, QJsonValue::Null);
     if (statistics.isPassedThrough) {
-        QVector<QJsonValue> fields(figures, QJsonValue::Null);
+        QVector<QJsonValue> fields(statisticsCount, QJsonValue::Null);
         if (statistics.newestNumber)
             fields[0] = *statistics.newestNumber;
         return fields;
@@ -84,7 +84,7 @@ QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
     QVector<QJsonValue> fields{statistics.name, nameOf(statistics.protocol)};
     fields << (statistics.source ? QJsonValue(*statistics.source) : QJsonValue(QJsonValue::Null))
            << statistics.count << statistics.notAvailable << statistics.errors;
-    fields << figuresOf(statistics);
+    fields << statisticsOf(statistics);
     fields << statistics.unit;
     return fields;
 }

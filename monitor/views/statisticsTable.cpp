@@ -23,7 +23,7 @@ QString formatMedianOf(const SignalStatistics& statistics)
 }
 
 /// The cells from the newest value to the deviators.
-QStringList figuresOf(const SignalStatistics& statistics)
+QStringList statisticsOf(const SignalStatistics& statistics)
 {
     return {
         formatValue(statistics, statistics.newest),
@@ -64,16 +64,16 @@ QVector<Column> statisticsColumns()
 
 QStringList statisticsCells(const SignalStatistics& statistics)
 {
-    constexpr int figures = 9;
+    constexpr int statisticsCount = 9;
     QStringList row;
     row << statistics.name << (statistics.source ? QString::number(*statistics.source) : QString())
         << QString::number(statistics.count);
     if (statistics.isPassedThrough)
-        row << statistics.newestText << QVector<QString>(figures - 1).toList();
+        row << statistics.newestText << QVector<QString>(statisticsCount - 1).toList();
     else if (statistics.count > 0)
-        row << figuresOf(statistics);
+        row << statisticsOf(statistics);
     else
-        row << QVector<QString>(figures).toList();
+        row << QVector<QString>(statisticsCount).toList();
     row << statistics.unit << QString::number(statistics.notAvailable)
         << QString::number(statistics.errors);
     return row;

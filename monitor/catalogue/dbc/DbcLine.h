@@ -15,7 +15,7 @@ namespace monitor
 
 /// Reads an SG_ line, such as "SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm" Engine",
 /// into \a signal, which must fit into \a messageSize bytes and have values in the range of double.
-/// Returns what is wrong with the line, or an empty text. After an error \a signal may be partly
+/// Returns the error, or an empty text on success. After an error \a signal may be partly
 /// written.
 [[nodiscard]] QString readDbcSignal(const QString& line, int messageSize,
                                     SignalDescription& signal);

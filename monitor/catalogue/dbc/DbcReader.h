@@ -21,7 +21,7 @@ public:
     QVector<MessageDescription> finish();
 
 private:
-    /// What the next signals belong to: nothing, the last message, or nothing on purpose.
+    /// The owner of the next signals: none, the last message, or intentionally none.
     enum class SignalHolder { None, Message, Independent };
 
     void readMessage(qint64 number, const QString& line);

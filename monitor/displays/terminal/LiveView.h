@@ -7,25 +7,24 @@
 namespace monitor
 {
 
-/// What a person has chosen to see of a live table, and how keys change that. This class is
-/// reentrant.
+/// The part of a live table that is shown, and how keys change it. This class is reentrant.
 class LiveView
 {
 public:
-    /// What a key asks for beyond a change of the view.
+    /// An action of a key other than a change of the view.
     enum class Request { None, Quit, Reset };
 
     /// Takes a key in. While the filter is typed, characters belong to it.
     Request press(const Key& key);
 
-    /// Scrolls back as far as it takes not to show less than there is: \a rows of which \a visible
-    /// have room.
+    /// Scrolls back if there would be blank lines below the last row: there are \a rows, and room
+    /// for \a visible of them.
     void fitTo(int rows, int visible);
 
     bool isPaused() const { return paused; }
     bool isTyping() const { return typing; }
 
-    /// What the names of the shown signals contain.
+    /// The text that the names of the shown signals contain.
     const QString& filterText() const { return filter; }
     int firstRow() const { return row; }
     int firstColumn() const { return column; }

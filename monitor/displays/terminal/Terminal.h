@@ -9,8 +9,8 @@
 namespace monitor
 {
 
-/// The terminal of the program as a whole screen that is drawn and whose keys come at once. When
-/// this object goes the terminal is as it was before. One at a time.
+/// Uses the terminal of the program as a full screen whose keys arrive without waiting for the end
+/// of a line. On destruction the terminal is restored. Only one object may exist at a time.
 class Terminal
 {
 public:
@@ -26,8 +26,8 @@ public:
     /// In columns and lines.
     QSize size() const;
 
-    /// Shows \a screen from the upper left corner, its lines ended by a line feed; what stood there
-    /// goes. It may hold control sequences for the look of characters.
+    /// Shows \a screen from the upper left corner, its lines ended by a line feed, and replaces the
+    /// previous content. It may hold control sequences for the look of characters.
     void draw(const QString& screen);
 
     /// The bytes that have been typed; empty if there are none. Never waits.

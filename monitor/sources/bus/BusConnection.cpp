@@ -30,8 +30,8 @@ void BusConnection::disconnect()
     waitWhile(QCanBusDevice::ClosingState);
 }
 
-/// Returns what went wrong. There are two steps: without any CAN in the system a device can be
-/// created, and fails only when it is connected.
+/// Returns the error; empty on success. There are two steps: without any CAN in the system a device
+/// can be created, and fails only when it is connected.
 QString BusConnection::open(const BusAddress& address)
 {
     const QStringList plugins = QCanBus::instance()->plugins();
@@ -52,7 +52,7 @@ QString BusConnection::open(const BusAddress& address)
     return bus->errorString().isEmpty() ? QStringLiteral("no response") : bus->errorString();
 }
 
-// Not an event loop of its own, which does not begin in a thread that is to end.
+// No nested event loop: one does not start in a thread that has been told to quit.
 void BusConnection::waitWhile(QCanBusDevice::CanBusDeviceState state)
 {
     QTimer timer;

@@ -11,7 +11,7 @@ namespace monitor
 /// another epoch with each plugin, and not every one sets them.
 Frame frameOf(const QCanBusFrame& busFrame);
 
-/// \a frame for the bus. One of a length that there is none of on a bus is not isValid().
+/// \a frame for the bus. A frame whose length is not valid on a bus is not isValid().
 QCanBusFrame busFrameOf(const Frame& frame);
 
 } // namespace monitor

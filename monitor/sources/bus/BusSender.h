@@ -46,7 +46,7 @@ public:
 
     qint64 sent() const { return sentFrames; }
 
-    /// The number of frames skipped because no frame on a bus has their length.
+    /// The number of skipped frames: those whose length is not valid on a bus.
     qint64 unfit() const { return unfitFrames; }
 
 private:

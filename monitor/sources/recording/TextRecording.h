@@ -8,7 +8,7 @@
 namespace monitor
 {
 
-/// What a line of a recording turned out to be.
+/// The kind of a line of a recording.
 enum class LineKind {
     Frame,
     ErrorFrame, ///< an error on the bus, which carries no data of a node
