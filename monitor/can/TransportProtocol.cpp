@@ -152,7 +152,7 @@ std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& fra
 }
 
 /// Counts what is wrong with the number of a packet. False if there is no such packet, or if the
-/// message cannot become complete any more: what was sent to all is not sent again.
+/// message can no longer be completed: packets sent to all are not repeated.
 bool TransportProtocol::checkOrder(const Frame& frame, Session& session)
 {
     const int number = frame.data[0];

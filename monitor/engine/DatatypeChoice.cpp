@@ -50,8 +50,8 @@ bool staysIn(const SignalDescription& signal, int bits)
     return true;
 }
 
-/// Whether the data type of the CANopen object \a signal shows it as it is. INTEGER40 does not: it
-/// selects the element type of a single byte.
+/// Whether the data type of the CANopen object \a signal represents its values exactly. INTEGER40
+/// does not: it selects the element type of a single byte.
 bool keepsItsType(const SignalDescription& signal)
 {
     const bool isScaled = signal.scaling.factor != 1 || signal.scaling.offset != 0;

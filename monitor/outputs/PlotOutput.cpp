@@ -93,8 +93,8 @@ QString writeOverview(const QVector<Plot>& plots, const QString& fileName)
     return writeImage(image, fileName);
 }
 
-/// A file name that is not among \a taken yet, and joins them. Letter case does not tell files
-/// apart everywhere.
+/// A file name that is not yet in \a taken, and is added to it. Names that differ only in case
+/// count as equal, since some file systems ignore case.
 QString freeName(const QString& wanted, QSet<QString>& taken)
 {
     QString name = wanted;

@@ -9,15 +9,15 @@
 namespace monitor
 {
 
-/// Whether what is written to the standard error output is seen on a terminal.
+/// Whether the standard error output is a terminal.
 bool isErrorOutputATerminal();
 
-/// Shows on a terminal how far a long work is, in a line that goes away at the end. Work that is
-/// done soon shows nothing, and elsewhere than on a terminal nothing is ever written.
+/// Shows the progress of long work on a terminal, in a line that is removed at the end. Nothing is
+/// shown for short work, or if the output is not a terminal.
 class Progress
 {
 public:
-    /// \a work is what is being done, as "reading". It is shown once it takes longer than
+    /// \a work names the work, such as "reading". It is shown once it takes longer than
     /// \a patience.
     Progress(QTextStream& stream, const QString& work, bool onTerminal = isErrorOutputATerminal(),
              std::chrono::milliseconds patience = std::chrono::seconds(1));
@@ -25,7 +25,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Says that \a done of \a total is done, whatever the unit. May be called often: it writes ten
+    /// Shows that \a done of \a total is done, in any unit. May be called often: it writes ten
     /// times a second at most.
     void update(qint64 done, qint64 total);
 

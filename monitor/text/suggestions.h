@@ -6,9 +6,9 @@ namespace monitor
 {
 
 /// The names among \a candidates that \a name may be a misspelling of: at most 3, the nearest
-/// first, equally near ones in the order of \a candidates. Near is a candidate that differs in case
-/// only, that turns into \a name by changing, inserting, dropping or swapping no more than a third
-/// of its letters, or that contains \a name, of 3 letters or more. Case is ignored. Empty if no
+/// first, equally near ones in the order of \a candidates. A candidate is near if it differs in
+/// case only, turns into \a name by changing, inserting, dropping or swapping no more than a third
+/// of its letters, or contains \a name, of 3 letters or more. Case is ignored. Empty if no
 /// candidate is near.
 QStringList nearNames(const QString& name, const QStringList& candidates);
 

@@ -89,8 +89,8 @@ QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
     return fields;
 }
 
-// QJsonDocument knows how to escape a text and to write a number, but writes arrays and objects
-// only: one in an array is that between two brackets.
+// QJsonDocument escapes texts and writes numbers, but only within arrays and objects: the value is
+// put into an array and the brackets are removed.
 QString toJson(const QJsonValue& value)
 {
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);

@@ -21,7 +21,7 @@ LineKind kindOf(const Frame& frame)
     return frame.id > lastExtendedId ? LineKind::ErrorFrame : LineKind::Frame;
 }
 
-/// Reads exactly \a digits digits and \a separator behind them.
+/// Reads exactly \a digits digits, followed by \a separator.
 bool readPart(LineCursor& cursor, int digits, char separator, int& number)
 {
     for (number = 0; digits > 0 && isDigit(cursor.peek()); --digits)
@@ -67,7 +67,7 @@ bool readId(const Word& word, Frame& frame)
     return (frame.extended || word.size == standardDigits) && readNumber(word, 16, last, frame.id);
 }
 
-/// Takes the digits before the # of the compact form, and that.
+/// Takes the digits before the # of the compact form, and the #.
 Word takeIdDigits(const Word& word)
 {
     int size = 0;
@@ -86,7 +86,8 @@ bool readByte(LineCursor& cursor, Frame& frame, int limit)
     return true;
 }
 
-/// The length code of a classic frame of 8 bytes that says more than 8, as "_9" behind the data.
+/// The length code of a classic frame of 8 bytes that says more than 8, such as "_9" after the
+/// data.
 bool readRawLength(LineCursor& cursor, bool has8)
 {
     if (!cursor.take('_'))
@@ -115,7 +116,7 @@ bool readBytes(LineCursor& cursor, Frame& frame, int limit)
     return true;
 }
 
-/// What follows the # of the compact form.
+/// The part after the # of the compact form.
 bool readCompactData(LineCursor& cursor, Frame& frame)
 {
     if (cursor.take('R'))
@@ -127,7 +128,7 @@ bool readCompactData(LineCursor& cursor, Frame& frame)
            readRawLength(cursor, frame.length == longestClassicFrame);
 }
 
-/// What may follow the data of the compact form: nothing, or whether it was received or sent.
+/// The part after the data of the compact form: empty, or whether it was received or sent.
 bool readCompactEnd(LineCursor& cursor)
 {
     const bool separated = cursor.skipBlanks();
@@ -170,7 +171,7 @@ bool readScreenBytes(LineCursor& cursor, quint32 length, int limit, Frame& frame
     return cursor.atEnd() || isBlank(cursor.peek());
 }
 
-/// What may follow the bytes on the screen: nothing, the bytes as characters, a mark of an error.
+/// The part after the bytes on the screen: empty, the bytes as characters, or a mark of an error.
 bool readScreenEnd(LineCursor& cursor, bool isError)
 {
     cursor.skipBlanks();
@@ -237,7 +238,7 @@ LineKind readCandumpLine(const QByteArray& line, Frame& frame)
     return kindOf(read);
 }
 
-// As in "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
+// Such as "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
 qint64 lostFrames(const QByteArray& line)
 {
     if (!line.startsWith(droppedPrefix))

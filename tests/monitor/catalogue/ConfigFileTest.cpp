@@ -102,7 +102,7 @@ TEST(ConfigFile, AFileThatCannotBeReadIsAnErrorThatNamesIt)
                     .error.startsWith("/nowhere/x.json: cannot be read: "));
 }
 
-TEST(ConfigFile, EveryPrefixIsAnErrorAndDamageIsNoCrash)
+TEST(ConfigFile, EveryPrefixIsAnErrorAndDamageDoesNotCrash)
 {
     for (int size = 0; size < valid.size(); ++size) {
         EXPECT_FALSE(readConfig(valid.left(size)).error.isEmpty()) << size;

@@ -84,7 +84,7 @@ TEST(Trace, ValuesOfOneMomentDoNotMakeEveryStepAGap)
     EXPECT_TRUE(traceOf(seriesAt({7, 7, 7}), 0).breaks.isEmpty());
 }
 
-TEST(Trace, NoValueIsNoPointAndOneValueIsOne)
+TEST(Trace, NoValueGivesNoPointAndOneValueGivesOne)
 {
     EXPECT_TRUE(traceOf(seriesAt({}), 0).points.isEmpty());
     EXPECT_EQ(xOf(traceOf(seriesAt({2500000}), 2000000)), (QVector<double>{0.5}));
@@ -121,7 +121,7 @@ TEST(ColumnReduction, BreakWithinAColumnIsTooSmallToBeSeen)
               (Lines{{{0, 1}, {2, 3}, {6, 4}}}));
 }
 
-TEST(ColumnReduction, NothingIsNoLine)
+TEST(ColumnReduction, NoPointsGiveNoLine)
 {
     EXPECT_TRUE(reduceToColumns(Trace(), 0, 10, 10).isEmpty());
 }

@@ -175,7 +175,7 @@ TEST(CandumpLine, DropcountTellsHowManyFramesAreLost)
     EXPECT_EQ(monitor::lostFrames("(1.0) can0 123#11"), 0);
 }
 
-TEST(CandumpLine, EveryPrefixOnTheScreenIsNoFrameBeforeAllItsBytes)
+TEST(CandumpLine, EveryPrefixOnTheScreenIsNotAFrameBeforeAllItsBytes)
 {
     const QByteArray line = " (000.005001)  can0  123   [4]  8A A0 FF 01";
     for (int size = 2; size < line.size(); ++size)
