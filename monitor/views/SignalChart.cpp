@@ -163,8 +163,8 @@ double roomAround(double value)
     return std::max(1.0, std::fabs(value) / 100);
 }
 
-/// From the lowest to the highest of all that is drawn, with some room at both ends. What lies
-/// near the end of the range of double would leave none to reckon with.
+/// From the lowest to the highest value that is drawn, with some room at both ends. Values are
+/// clamped well within the range of double, so that the room does not overflow.
 AxisRange heightOf(const SignalStatistics& statistics)
 {
     constexpr double greatest = 1e300;
