@@ -176,7 +176,7 @@ QString readOptions(const QCommandLineParser& parser, const CommandRow& command,
         const int earlier = given.mid(0, i).count(given.at(i));
         const QString value = parser.values(given.at(i)).value(earlier);
         const OptionRow* row = findOption(given.at(i));
-        const QString error = row ? readOption(*row, command, earlier, value, options) : QString();
+        QString error = row ? readOption(*row, command, earlier, value, options) : QString();
         if (!error.isEmpty())
             return error;
     }

@@ -111,6 +111,7 @@ std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& comman
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): std::visit() throws only if there is no command.
 int main(int argc, char* argv[])
 {
     const monitor::Command command = readArguments(argc, argv);

@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr qint64 firstExaminedBytes = 256;
-constexpr qint64 mostExaminedBytes = 1024 * 1024;
+constexpr qint64 mostExaminedBytes = 1 << 20;
 
 template <typename Parser>
 std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const QString& name)
