@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
 #include <stdexcept>
@@ -70,4 +71,16 @@ TEST(RunOutputs, EveryPrintedKindPrintsSomething)
         EXPECT_FALSE(printed.isEmpty()) << kind.name;
         EXPECT_EQ(text, QString());
     }
+}
+
+TEST(RunOutputs, PlotsThatCannotBeWrittenAreAnError)
+{
+    const QTemporaryDir directory;
+    QFile file(directory.filePath("file"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    monitor::Session session({}, 3);
+    const monitor::Snapshot snapshot = session.calcSnapshot();
+    const auto plots = kindCalled("plot").make({nullptr, file.fileName()});
+    EXPECT_EQ(plots->write({session, snapshot}, {}).error,
+              file.fileName() + ": the directory cannot be created");
 }

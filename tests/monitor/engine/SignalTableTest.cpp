@@ -172,6 +172,13 @@ TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
     ASSERT_EQ(all.size(), 1);
     EXPECT_EQ(all.at(0).count, 0);
     EXPECT_EQ(all.at(0).errors, 1);
+    const SignalStatistics& none = all.at(0);
+    for (const double statistic :
+         {none.newest, none.average, none.deviation, none.minimum, none.maximum, none.median,
+          none.lowerThreshold, none.upperThreshold})
+        EXPECT_EQ(statistic, 0);
+    EXPECT_EQ(none.rating, 0);
+    EXPECT_EQ(none.deviators, 0);
 }
 
 TEST(SignalTable, SourcesAreKeptApartAndSorted)

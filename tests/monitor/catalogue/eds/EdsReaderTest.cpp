@@ -204,3 +204,13 @@ TEST(EdsReader, DamagedFilesGiveNoSignalOutsideItsPdo)
         }
     }
 }
+
+TEST(EdsReader, SubIndexOfAMappedObjectIsUsed)
+{
+    const QByteArray record = "[2010]\nParameterName=Motor\nObjectType=0x9\n"
+                              "[2010sub0]\nParameterName=Entries\nDataType=0x0005\n"
+                              "[2010sub1]\nParameterName=Speed\nDataType=0x0006\n"
+                              "[2010sub2]\nParameterName=Torque\nDataType=0x0006\n";
+    EXPECT_EQ(placesIn(record + pdo("0x185", "2", {"0x20100210", "0x20100110"})),
+              (QStringList{"Torque 0 16", "Speed 16 16"}));
+}

@@ -200,6 +200,7 @@ TEST_F(Window, TableShowsTheStatisticsComputedIndependently)
     showSample();
     const QList<QStringList> expected = expectedRows("drive.expected");
     ASSERT_EQ(table().model()->rowCount(), expected.size());
+    EXPECT_EQ(table().model()->rowCount(table().model()->index(0, 0)), 0) << "it is not a tree";
     for (int row = 0; row < expected.size(); ++row) {
         QStringList shown;
         for (int column = 1; column < 16; ++column)

@@ -194,3 +194,14 @@ TEST(AscReader, DamagedLinesGiveNoFrameBeyondTheLimits)
         }
     }
 }
+
+TEST(AscReader, DecimalNumbersHaveNoLetters)
+{
+    AscReader reader;
+    Frame frame;
+    EXPECT_EQ(reader.readLine("base dec  timestamps absolute", frame), LineKind::Nothing);
+    EXPECT_EQ(reader.readLine("0.1 1 19 Rx d 1 19", frame), LineKind::Frame);
+    EXPECT_EQ(frame.id, 19U);
+    EXPECT_EQ(reader.readLine("0.1 1 19 Rx d 1 1A", frame), LineKind::Unknown);
+    EXPECT_EQ(reader.readLine("0.1 1 1A Rx d 1 19", frame), LineKind::Unknown);
+}

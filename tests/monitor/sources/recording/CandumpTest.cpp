@@ -295,3 +295,10 @@ TEST(CandumpLine, DamagedLinesGiveNoFrameBeyondTheLimits)
         ASSERT_LE(frame.id, frame.extended ? 0x1FFFFFFFU : 0x7FFU) << line.toHex().constData();
     }
 }
+
+TEST(CandumpLine, LengthBeyondTheLongestFrameIsUnknown)
+{
+    EXPECT_EQ(kindOf("can0 123 [64]" + QByteArray(" 11").repeated(64)), LineKind::Frame);
+    EXPECT_EQ(kindOf("can0 123 [65]" + QByteArray(" 11").repeated(65)), LineKind::Unknown);
+    EXPECT_EQ(kindOf("can0 123 [9]" + QByteArray(" 11").repeated(9)), LineKind::Unknown);
+}

@@ -190,3 +190,9 @@ TEST(RecordingFormats, FileThatCannotBeReadIsNamed)
     const QString error = folder.source ? folder.source->error() : folder.error;
     EXPECT_TRUE(error.startsWith("/: cannot be read: ")) << error.toStdString();
 }
+
+TEST(RecordingFormats, FirstByteMayDecide)
+{
+    EXPECT_EQ(read(linesOf({candumpLine, ascLine})).format, QString("candump"));
+    EXPECT_EQ(read(linesOf({ascLine, candumpLine})).format, QString("Vector ASC"));
+}
