@@ -237,9 +237,10 @@ class Tree:
         return ["ninja", "-j1", *targets]
 
     def test_command(self, stage, test_run):
-        """Signals that a shell in the background ignores are those that end the program in tests."""
+        """Resets the signals that a shell ignores in the background: tests send some of them."""
         return ["env", "--default-signal=HUP,INT,QUIT", "prlimit", f"--as={stage.memory}:",
-                self.build_directory(stage) / test_run.program, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={test_run.filter}"]
+                self.build_directory(stage) / test_run.program, "--gtest_fail_fast",
+                "--gtest_brief=1", f"--gtest_filter={test_run.filter}"]
 
     def write(self, path, text):
         file = self.source / path

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
+#include <string>
 
 using monitor::bitsOnBus;
 using monitor::BusLoad;
@@ -19,6 +21,54 @@ Frame frameOf(quint32 id, bool extended, const std::vector<quint8>& data)
     frame.length = static_cast<quint8>(data.size());
     std::copy(data.begin(), data.end(), frame.data.begin());
     return frame;
+}
+
+std::string binary(quint32 value, int digits)
+{
+    std::string text;
+    for (int i = digits - 1; i >= 0; --i)
+        text += (value >> i) % 2 != 0 ? '1' : '0';
+    return text;
+}
+
+/// The remainder of a long division by the polynomial of ISO 11898-1.
+std::string crcOf(const std::string& bits)
+{
+    const std::string divisor = "1100010110011001";
+    std::string dividend = bits + std::string(15, '0');
+    for (size_t i = 0; i < bits.size(); ++i) {
+        if (dividend[i] == '0')
+            continue;
+        for (size_t k = 0; k < divisor.size(); ++k)
+            dividend[i + k] = dividend[i + k] == divisor[k] ? '0' : '1';
+    }
+    return dividend.substr(bits.size());
+}
+
+size_t stuffedSize(const std::string& bits)
+{
+    std::string sent;
+    for (const char bit : bits) {
+        sent += bit;
+        if (sent.size() >= 5 && sent.find_last_not_of(bit) + 5 == sent.size() - 1)
+            sent += bit == '1' ? '0' : '1';
+    }
+    return sent.size();
+}
+
+/// Counts the characters of the frame written down as a text of bits.
+int writtenBits(const Frame& frame)
+{
+    const std::string remote = frame.remote ? "1" : "0";
+    std::string bits = "0";
+    if (frame.extended)
+        bits += binary(frame.id >> 18U, 11) + "11" + binary(frame.id, 18) + remote + "00";
+    else
+        bits += binary(frame.id, 11) + remote + "00";
+    bits += binary(frame.length, 4);
+    for (size_t i = 0; i < frame.length; ++i)
+        bits += binary(frame.data.at(i), 8);
+    return static_cast<int>(stuffedSize(bits + crcOf(bits))) + 13;
 }
 
 } // namespace
@@ -58,6 +108,21 @@ TEST(FrameBits, LongFramesOfCanFdAreEstimatedByTheirLength)
     EXPECT_EQ(bitsOnBus(frameOf(0x123, true, std::vector<quint8>(12))), 67 + 12 * 8);
 }
 
+TEST(FrameBits, AgreeWithFramesWrittenDownAsTexts)
+{
+    std::mt19937 random(11898);
+    for (int i = 0; i < 2000; ++i) {
+        std::vector<quint8> data(random() % 9);
+        for (quint8& byte : data) // few changes of the bit, so that there is something to stuff
+            byte = static_cast<quint8>(random() % 2 == 0 ? random() : 0xFFU << random() % 9);
+        const bool extended = i % 2 == 0;
+        Frame frame =
+            frameOf(static_cast<quint32>(random()) >> (extended ? 3U : 21U), extended, data);
+        frame.remote = data.empty() && random() % 2 == 0;
+        ASSERT_EQ(bitsOnBus(frame), writtenBits(frame)) << std::hex << frame.id;
+    }
+}
+
 TEST(BusLoad, NothingIsKnownBeforeThereIsAStretchOfTime)
 {
     BusLoad load(250000);
@@ -94,4 +159,14 @@ TEST(BusLoad, StretchLongerThanASecondIsTakenAsAWhole)
     load.add(0, 0);
     load.add(4000000, 2000);
     EXPECT_DOUBLE_EQ(load.percent(), 50);
+}
+
+TEST(BusLoad, OnlyTheStretchUpToASecondAgoIsLeftOfRareReports)
+{
+    BusLoad load(1000);
+    load.add(7000000, 0);
+    load.add(8000000, 1000);
+    EXPECT_DOUBLE_EQ(load.percent(), 100);
+    load.add(9000000, 250);
+    EXPECT_DOUBLE_EQ(load.percent(), 25);
 }
