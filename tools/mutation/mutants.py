@@ -217,9 +217,9 @@ SEED = 20
 
 
 def spread(mutants):
-    """The mutants in an order of which every beginning is a sample: it has its share of each folder,
+    """The mutants in an order of which every beginning is a sample, with its share of each folder
     plus or minus one. Within a folder a hash of the description decides, so that a change of one
-    line leaves the others of the sample as they are, and a greater sample contains the smaller."""
+    line leaves the rest of the sample as it is, and a larger sample contains the smaller ones."""
     folders = defaultdict(list)
     for mutant in mutants:
         folders[PurePath(mutant.path).parent].append(mutant)

@@ -1,6 +1,6 @@
 """Puts nearly all mutants of a source into one source, so that thousands are built at once. Each
-function begins with a switch over the number in the environment variable MUTANT, whose cases are the
-mutated bodies. Initial values become conditional expressions."""
+function begins with a switch over the number in the environment variable MUTANT, whose cases are
+the mutated bodies. Initial values become conditional expressions."""
 
 import re
 
@@ -57,7 +57,7 @@ def without_template_arguments(code):
 
 
 def returns_nothing(head, body):
-    """Whether the function is a void one, a constructor, a destructor or a lambda without result."""
+    """Whether it is a void function, a constructor, a destructor or a lambda without result."""
     if LAMBDA.search(head):
         return not re.search(r"\breturn\s+[^\s;]", body)
     head = without_template_arguments(head)

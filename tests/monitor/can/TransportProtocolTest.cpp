@@ -104,6 +104,17 @@ TEST(TransportProtocol, SourcesAndDestinationsAreKeptApart)
     EXPECT_EQ(countsOf(protocol), QString("3 0 0 0"));
 }
 
+TEST(TransportProtocol, EveryPairOfSourceAndDestinationHasAMessageOfItsOwn)
+{
+    TransportProtocol protocol;
+    for (int source = 0; source < 256; ++source) {
+        for (int destination = 0; destination < 256; ++destination)
+            protocol.take(
+                announced(static_cast<quint8>(source), static_cast<quint8>(destination), 9));
+    }
+    EXPECT_EQ(countsOf(protocol), QString("0 0 0 0")); // none replaces another
+}
+
 TEST(TransportProtocol, GapEndsWhatIsSentToAll)
 {
     TransportProtocol protocol;
@@ -123,6 +134,32 @@ TEST(TransportProtocol, PacketsToOneMayBeAskedForAgain)
                                     packet(3, 7, 2)}),
               QStringList{"fee303 20"});
     EXPECT_EQ(countsOf(protocol), QString("1 1 0 0"));
+}
+
+TEST(TransportProtocol, FirstAndLastPacketMayBeAskedForAgainOneByOne)
+{
+    TransportProtocol protocol;
+    const Frame first = control(7, 3, {17, 1, 1, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    const Frame last = control(7, 3, {17, 1, 3, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    EXPECT_EQ(messagesIn(protocol, {announced(3, 7, 20), packet(3, 7, 2), first, packet(3, 7, 1),
+                                    last, packet(3, 7, 3)}),
+              QStringList{"fee303 20"});
+    EXPECT_EQ(countsOf(protocol), QString("1 1 0 0"));
+}
+
+TEST(TransportProtocol, RequestsForPacketsThatDoNotExistAreIgnored)
+{
+    TransportProtocol protocol;
+    const Frame noPackets = control(7, 3, {17, 0, 1, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    const Frame packet0 = control(7, 3, {17, 1, 0, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    const Frame behindTheLast = control(7, 3, {17, 1, 4, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    const Frame otherPgn = control(7, 3, {17, 1, 1, 0xFF, 0xFF, 0xE4, 0xFE, 0x00});
+    const Frame otherReceiver = control(8, 3, {17, 1, 1, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    EXPECT_EQ(messagesIn(protocol,
+                         {announced(3, 7, 20), packet(3, 7, 1), noPackets, packet0, behindTheLast,
+                          otherPgn, otherReceiver, packet(3, 7, 2), packet(3, 7, 3)}),
+              QStringList{"fee303 20"});
+    EXPECT_EQ(countsOf(protocol), QString("1 0 0 0"));
 }
 
 TEST(TransportProtocol, PacketThatComesTwiceIsCountedAndDoesNotComplete)
@@ -145,8 +182,10 @@ TEST(TransportProtocol, FramesThatCountAlreadyAreNotAmongThoseOfTheMessage)
         }
     }
     TransportProtocol protocol;
-    messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1)});
+    messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1), packet(3, 7, 1)});
+    EXPECT_EQ(countsOf(protocol), QString("0 0 1 0"));
     protocol.clearCounts();
+    EXPECT_EQ(countsOf(protocol), QString("0 0 0 0"));
     EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 1);
 }
 
@@ -193,6 +232,45 @@ TEST(TransportProtocol, ImpossibleAnnouncementsAreCounted)
     for (const Frame& frame : {tooLong, tooShort, wrongCount, wrongPgn})
         EXPECT_EQ(messagesIn(protocol, {frame, packet(0, everybody, 1)}), QStringList());
     EXPECT_EQ(countsOf(protocol), QString("0 4 0 4"));
+}
+
+TEST(TransportProtocol, PgnMayHaveBothDataPageBits)
+{
+    for (const int page : {1, 2, 3}) {
+        TransportProtocol protocol;
+        const Frame begin = control(0, everybody, {32, 9, 0, 2, 0xFF, 0xFF, 0xFF, page});
+        EXPECT_EQ(messagesIn(protocol, {begin, packet(0, everybody, 1), packet(0, everybody, 2)}),
+                  QStringList{QString("%1ffff00 9").arg(page)});
+    }
+}
+
+TEST(TransportProtocol, NumberOfPacketsFollowsFromTheSize)
+{
+    for (int size = 9; size <= 1785; ++size) {
+        const int packets = size / 7 + (size % 7 != 0 ? 1 : 0);
+        for (const int announcedPackets : {packets - 1, packets, packets + 1}) {
+            TransportProtocol protocol;
+            protocol.take(control(
+                0, everybody, {32, size & 0xFF, size >> 8, announcedPackets, 0xFF, 0xE3, 0xFE, 0}));
+            EXPECT_EQ(countsOf(protocol),
+                      QString(announcedPackets == packets ? "0 0 0 0" : "0 0 0 1"))
+                << size;
+        }
+    }
+}
+
+TEST(TransportProtocol, MessageHasTheTimeOfItsLastPacket)
+{
+    TransportProtocol protocol;
+    QVector<Frame> frames{announced(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
+    for (int i = 0; i < frames.size(); ++i)
+        frames[i].microseconds = 100 * (i + 1);
+    protocol.take(frames.at(0));
+    protocol.take(frames.at(1));
+    const auto message = protocol.take(frames.at(2));
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->payload.microseconds, 300);
+    EXPECT_TRUE(message->payload.extended);
 }
 
 TEST(TransportProtocol, OtherFramesAreLeftAlone)
