@@ -208,6 +208,16 @@ TEST(TransportProtocol, NextAnnouncementReplacesTheMessage)
     EXPECT_EQ(countsOf(protocol), QString("1 0 0 1"));
 }
 
+TEST(TransportProtocol, CompleteMessageMakesRoomForTheNext)
+{
+    TransportProtocol protocol;
+    const QVector<Frame> frames{announced(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
+    EXPECT_EQ(messagesIn(protocol, frames + frames), (QStringList{"fee303 9", "fee303 9"}));
+    EXPECT_EQ(countsOf(protocol), QString("2 0 0 0"));
+    messagesIn(protocol, {packet(3, 7, 2)});
+    EXPECT_EQ(countsOf(protocol), QString("2 1 0 0"));
+}
+
 TEST(TransportProtocol, EitherSideMayAbort)
 {
     for (const bool bySender : {true, false}) {
