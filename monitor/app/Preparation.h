@@ -14,7 +14,7 @@ struct Preparation {
     double k = 3; ///< half the width of the band, in deviations
 };
 
-/// Prints the first of \a problems and their total to \a messages; nothing if there are none.
+/// Prints the first of \a problems and their total to \a messages.
 void print(const Problems& problems, QTextStream& messages);
 
 /// Reads the files that \a options name and changes \a prepared accordingly; command-line options

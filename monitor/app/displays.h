@@ -29,7 +29,7 @@ struct DisplayKind {
 /// table.
 const QVector<DisplayKind>& displayKinds();
 
-/// The display of that name, null if there is none.
+/// The display of that name, or null.
 const DisplayKind* findDisplay(const QString& name);
 
 } // namespace monitor

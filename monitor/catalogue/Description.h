@@ -59,7 +59,7 @@ struct SignalDescription {
     QString name;
     SignalLayout layout;
     Scaling scaling;
-    double lowerLimit = 0; ///< limits of the value; 0 and 0 if there are none
+    double lowerLimit = 0; ///< limits of the value; 0 and 0 if not given
     double upperLimit = 0;
     std::optional<quint32> spn; ///< suspect parameter number of a J1939 signal
 };

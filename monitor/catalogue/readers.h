@@ -18,7 +18,7 @@ struct DescriptionReader {
 /// All formats: a new one is a row here.
 const QVector<DescriptionReader>& descriptionReaders();
 
-/// The format of that \a name; null if there is none.
+/// The format of that \a name, or null.
 const DescriptionReader* findDescriptionReader(const QString& name);
 
 /// The CANopen node id in \a text: 1 to 127, decimal or hexadecimal after 0x.

@@ -28,7 +28,7 @@ public:
     /// How many are greater than \a limit.
     qint64 above(double limit) const;
 
-    /// The one in the middle, or the mean of the two there; 0 if there are none.
+    /// The one in the middle, or the mean of the two there; 0 without values.
     double median() const;
 
 private:

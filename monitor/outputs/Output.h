@@ -31,7 +31,7 @@ public:
     virtual ~Output() = default;
 
     /// Returns the error that writing would meet, naming the file, as far as it is known before the
-    /// run; empty if there is none. Users should not learn of it after hours of recording.
+    /// run; otherwise empty. Users should not learn of it after hours of recording.
     [[nodiscard]] virtual QString check() { return QString(); }
 
     /// Writes the output of \a run.

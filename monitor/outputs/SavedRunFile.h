@@ -16,7 +16,7 @@ namespace monitor
 [[nodiscard]] QString writeSavedRun(const QString& fileName, const SavedRun& run);
 
 /// Returns the error that writing a run to the file of that name would meet, as far as it is known
-/// in advance; empty if there is none. Changes nothing.
+/// in advance; otherwise empty. Changes nothing.
 [[nodiscard]] QString checkSavedRun(const QString& fileName);
 
 /// Reads the file of that name, which need not be trusted, into \a run. Returns the error, naming

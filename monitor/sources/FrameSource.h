@@ -27,7 +27,7 @@ public:
     virtual ~FrameSource() = default;
 
     /// Reads the next data or remote frame into \a frame and returns true. False, with \a frame
-    /// left as it is, if there is none: at the end of a recording or after an error; on a bus there
+    /// left as it is, at the end of a recording or after an error; on a bus there
     /// may be more later.
     [[nodiscard]] virtual bool next(Frame& frame) = 0;
 

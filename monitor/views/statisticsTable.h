@@ -16,7 +16,7 @@ QStringList statisticsCells(const SignalStatistics& statistics);
 /// does not have.
 QString formatStatistics(const Snapshot& snapshot);
 
-/// A line for each signal that is rated by limits of its own; empty if there is none.
+/// A line for each signal that is rated by limits of its own; otherwise empty.
 QString formatLimits(const Snapshot& snapshot);
 
 /// A line about messages of several frames; empty without any.

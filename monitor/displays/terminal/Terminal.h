@@ -30,7 +30,7 @@ public:
     /// previous content. It may hold control sequences for the look of characters.
     void draw(const QString& screen);
 
-    /// The bytes that have been typed; empty if there are none. Never waits.
+    /// The bytes that have been typed, if any. Never waits.
     QByteArray readInput();
 
 private:

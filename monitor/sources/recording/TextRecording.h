@@ -53,7 +53,7 @@ private:
 };
 
 /// Where the first line that \a isTypical accepts begins in \a start, the first bytes of a
-/// recording; -1 if there is none. The lines are passed without their ends.
+/// recording; -1 if it accepts none of them. The lines are passed without their ends.
 qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line));
 
 } // namespace monitor
