@@ -57,6 +57,15 @@ TEST(BusFrame, FramesForTheBusAreWhatComesBackFromIt)
     EXPECT_EQ(busFrameOf(frame).frameType(), QCanBusFrame::RemoteRequestFrame);
 }
 
+TEST(BusFrame, SmallIdOf29BitsIsSentWith29Bits)
+{
+    Frame frame;
+    frame.id = 0x123;
+    EXPECT_FALSE(busFrameOf(frame).hasExtendedFrameFormat());
+    frame.extended = true;
+    EXPECT_TRUE(busFrameOf(frame).hasExtendedFrameFormat());
+}
+
 TEST(BusFrame, LengthThatNoFrameHasIsNotValidForTheBus)
 {
     Frame frame;

@@ -69,6 +69,35 @@ TEST(AscReader, HeaderTellsTheBaseOfNumbers)
     EXPECT_EQ(dataOf(frameIn(line)), "1099");
     EXPECT_EQ(frameIn(line, "base dec  timestamps absolute").id, 100U);
     EXPECT_EQ(dataOf(frameIn(line, "base dec timestamps absolute")), "0a63");
+    EXPECT_EQ(dataOf(frameIn("0.1 1 1 Rx d 3 5 200 255", "base dec timestamps absolute")),
+              "05c8ff");
+}
+
+TEST(AscReader, DecimalNumbersBeyondTheirLimitsAreUnknown)
+{
+    AscReader reader;
+    Frame frame;
+    reader.readLine("base dec timestamps absolute", frame);
+    EXPECT_EQ(reader.readLine("0.1 1 2047 Rx d 1 255", frame), LineKind::Frame);
+    for (const char* line : {"0.1 1 2048 Rx d 1 255", "0.1 1 2047 Rx d 1 256",
+                             "0.1 1 536870912x Rx d 1 1", "0.1 1 1 Rx d 1 0A"})
+        EXPECT_EQ(reader.readLine(line, frame), LineKind::Unknown) << line;
+}
+
+TEST(AscReader, LengthsAreReadUpToTheirLimits)
+{
+    const QByteArray bytes = QByteArray(" 5A").repeated(64);
+    EXPECT_EQ(frameIn("0.1 1 123 Rx d F" + bytes).length, 8);
+    EXPECT_EQ(kindOf("0.1 1 123 Rx d 10" + bytes), LineKind::Unknown);
+    EXPECT_EQ(frameIn("0.1 CANFD 1 Rx 123 0 0 F 64" + bytes).length, 64);
+    EXPECT_EQ(kindOf("0.1 CANFD 1 Rx 123 0 0 10 64" + bytes), LineKind::Unknown);
+    EXPECT_EQ(kindOf("0.1 CANFD 1 Rx 123 0 0 F 65" + bytes + " 5A"), LineKind::Unknown);
+}
+
+TEST(AscReader, ChannelsHaveNumbersUpTo255)
+{
+    EXPECT_EQ(kindOf("0.1 255 123 Rx d 0"), LineKind::Frame);
+    EXPECT_EQ(kindOf("0.1 256 123 Rx d 0"), LineKind::Nothing);
 }
 
 TEST(AscReader, RelativeTimesCountFromTheLineBeforeEvents)
@@ -133,6 +162,8 @@ TEST(AscReader, FramesThatCannotBeUnderstoodAreUnknown)
                              "0.1",
                              "0.1 1",
                              "0.1 1 123",
+                             "0.1 1 7FF",
+                             "0.1 1 1FFFFFFFx",
                              "0.1 1 123 Rx",
                              ".1 1 123 Rx r",
                              "0.1 1 123 Rx d",
