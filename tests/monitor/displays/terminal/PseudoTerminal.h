@@ -26,7 +26,7 @@ public:
 
     ~PseudoTerminal()
     {
-        if (exitStatus < 0)
+        if (program > 0 && exitStatus < 0) // -1 would be every process
             kill(program, SIGKILL);
         close(terminal);
     }
@@ -71,10 +71,15 @@ public:
         return waitUntil([&] { return screen().contains(text); });
     }
 
-    /// Waits for the end of the program, and returns its exit code; -1 if there is none.
+    /// Waits for the end of the program, and returns its exit code; -1 if there is none. Kills a
+    /// program that does not end.
     int waitForEnd()
     {
+        QElapsedTimer timer;
+        timer.start();
         waitUntil([] { return false; });
+        if (timer.elapsed() > 30000)
+            kill(program, SIGKILL);
         int status = 0;
         if (waitpid(program, &status, 0) == program && WIFEXITED(status))
             exitStatus = WEXITSTATUS(status);
