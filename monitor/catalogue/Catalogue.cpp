@@ -98,7 +98,7 @@ QString Catalogue::choose(const QStringList& patterns)
             signal.rules.chosen = false;
     }
     for (const QString& pattern : patterns) {
-        const QString error = forMatching(pattern, [](const auto&, CatalogueSignal& signal) {
+        QString error = forMatching(pattern, [](const auto&, CatalogueSignal& signal) {
             signal.rules.chosen = true;
             return QString();
         });
@@ -111,7 +111,7 @@ QString Catalogue::choose(const QStringList& patterns)
 QString Catalogue::apply(const QVector<SignalSettings>& settings)
 {
     for (const SignalSettings& given : settings) {
-        const QString error =
+        QString error =
             forMatching(given.pattern, [&given](const auto& message, CatalogueSignal& signal) {
                 return applyTo(signal, message, given);
             });
@@ -141,7 +141,7 @@ QString Catalogue::forMatching(const QString& pattern, Call call)
             if (namesOf(signal).indexOf(expression) < 0) // compares whole names
                 continue;
             found = true;
-            const QString error = call(message, signal);
+            QString error = call(message, signal);
             if (!error.isEmpty())
                 return error;
         }

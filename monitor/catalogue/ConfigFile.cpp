@@ -92,7 +92,7 @@ QString readSignal(const QString& pattern, const QJsonValue& value, Config& conf
     SignalSettings settings{pattern};
     const QJsonObject members = value.toObject();
     for (auto it = members.constBegin(); it != members.constEnd(); ++it) {
-        const QString error = readSetting(it.key(), it.value(), settings);
+        QString error = readSetting(it.key(), it.value(), settings);
         if (!error.isEmpty())
             return error;
     }
