@@ -62,6 +62,16 @@ TEST(AscReader, ReadsACanFdFrameWithAndWithoutAName)
     EXPECT_FALSE(frameIn("0.1 CANFD 3 Tx 50005x 0 0 0 0 140000 73 200050").remote);
 }
 
+TEST(AscReader, TimesAreAbsoluteWithoutAHeader)
+{
+    AscReader reader;
+    Frame frame;
+    reader.readLine("0.5 1 123 Rx d 0", frame);
+    EXPECT_EQ(frame.microseconds, 500000);
+    reader.readLine("0.75 1 123 Rx d 0", frame);
+    EXPECT_EQ(frame.microseconds, 750000);
+}
+
 TEST(AscReader, HeaderTellsTheBaseOfNumbers)
 {
     const QByteArray line = "0.1 1 100x Rx d 2 10 99";
@@ -153,6 +163,12 @@ TEST(AscReader, HeadersCommentsAndOtherEventsAreNothing)
           "0.1 1  Statistic: D 0 R 0 XD 0 XR 0 E 0 O 0 B 0.00%", "0.1 1  123 TxRq d 1 11",
           "0.1 CANFD 1 TxRq 123 0 0 1 1 11", "0.1 Li 5 Rx 8 1 2 3", "0.1 SV: 3 0 1 ::x = 1"})
         EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
+}
+
+TEST(AscReader, OnlyTwoSlashesBeginAComment)
+{
+    for (const char* line : {"/", "/ version", "/x", "x/"})
+        EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
 TEST(AscReader, FramesThatCannotBeUnderstoodAreUnknown)

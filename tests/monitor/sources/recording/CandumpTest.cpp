@@ -152,8 +152,25 @@ TEST(CandumpLine, FormForTheScreenIsReadWithAndWithoutTime)
               "112233445566778899");
 }
 
+TEST(CandumpLine, LengthOnTheScreenIsDecimalUpTo64)
+{
+    const QByteArray bytes = QByteArray(" 5A").repeated(64);
+    EXPECT_EQ(frameIn("  can0  123  [12]" + bytes.left(12 * 3)).length, 12);
+    EXPECT_EQ(frameIn("  can0  123  [64]" + bytes).length, 64);
+    EXPECT_EQ(kindOf("  can0  123  [65]" + bytes + " 5A"), LineKind::Unknown);
+}
+
+TEST(CandumpLine, HighestIdsAreNoErrorFrames)
+{
+    EXPECT_EQ(frameIn("(1.0) can0 1FFFFFFF#11").id, 0x1FFFFFFFU);
+    EXPECT_EQ(frameIn("  can0  1FFFFFFF   [1]  11").id, 0x1FFFFFFFU);
+    EXPECT_EQ(frameIn("(1.0) can0 7FF#11").id, 0x7FFU);
+    EXPECT_EQ(kindOf("(1.0) can0 20000000#11"), LineKind::ErrorFrame);
+}
+
 TEST(CandumpLine, RemoteRequestOnTheScreenCarriesNoData)
 {
+    EXPECT_TRUE(frameIn("  can0  181   [6]  remote request  ").remote);
     const Frame frame = frameIn("  can0  181   [6]  remote request");
     EXPECT_TRUE(frame.remote);
     EXPECT_EQ(frame.id, 0x181U);
@@ -239,7 +256,11 @@ TEST(CandumpLine, LinesThatAreNotClassicFramesAreNotFrames)
              "(1.0) can0 123 [9] 11 22 33 44 55 66 77 88 99",
              "(1.0) can0 123 [65] 11",
              "(1.0) can0 123 [008] 11",
+             "(1.0) can0 123 [001] 11",
              "(1.0) can0 123 [] 11",
+             "(1.0) can0 123 [1x 11",
+             "(1.0) can0 123 x1] 11",
+             "(202--10-25 19:00:55.0) can0 123 [1] 11",
              "(1.0) can0 123 8 11",
              "(1.0) can0 123 [8] remote",
              "(1.0) can0 123 [8] remote request 11",

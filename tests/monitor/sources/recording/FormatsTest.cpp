@@ -1,3 +1,5 @@
+#include <sources/recording/Asc.h>
+#include <sources/recording/Candump.h>
 #include <sources/recording/formats.h>
 
 #include <gtest/gtest.h>
@@ -62,7 +64,35 @@ QString write(const QTemporaryDir& directory, const QByteArray& line, int times)
 const QByteArray candumpLine = "(1.0) can0 123#1122";
 const QByteArray ascLine = "   0.015991 1  123             Rx   d 2 11 22";
 
+bool isEmpty(const QByteArray& line)
+{
+    return line.isEmpty();
+}
+
+bool isB(const QByteArray& line)
+{
+    return line == "b";
+}
+
 } // namespace
+
+TEST(RecordingFormats, LinesAreFoundByWhereTheyBegin)
+{
+    EXPECT_EQ(monitor::findLine("b", isB), 0);
+    EXPECT_EQ(monitor::findLine("\nb\nb", isB), 1);
+    EXPECT_EQ(monitor::findLine("a\r\nab\r\nb\r\n", isB), 7);
+    EXPECT_EQ(monitor::findLine("a\r\n\r\nb", isEmpty), 3);
+    for (const char* nowhere : {"", "a", "a\n", "a\r\n"})
+        EXPECT_EQ(monitor::findLine(nowhere, isEmpty), -1) << nowhere;
+}
+
+TEST(RecordingFormats, EachFindsItsFirstLine)
+{
+    EXPECT_EQ(monitor::findCandump("# comment\n\nhello\n" + candumpLine), 17);
+    EXPECT_EQ(monitor::findAsc("# comment\n\nhello\n" + ascLine), 17);
+    EXPECT_EQ(monitor::findCandump("# comment\n\n" + ascLine), -1);
+    EXPECT_EQ(monitor::findAsc("# comment\n\n" + candumpLine), -1);
+}
 
 TEST(RecordingFormats, EachIsRecognisedByItsFirstLine)
 {
