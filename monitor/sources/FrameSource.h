@@ -27,8 +27,8 @@ public:
     virtual ~FrameSource() = default;
 
     /// Reads the next data or remote frame into \a frame and returns true. False, with \a frame
-    /// left as it is, at the end of a recording or after an error; on a bus there
-    /// may be more later.
+    /// left as it is, at the end of a recording or after an error; on a bus there may be more
+    /// later.
     [[nodiscard]] virtual bool next(Frame& frame) = 0;
 
     /// The counts so far.

@@ -38,7 +38,7 @@ public:
     LiveTable(const LiveTable&) = delete;
     LiveTable& operator=(const LiveTable&) = delete;
 
-    /// Waits for the first table for which \a condition holds; for an empty one if there is none.
+    /// Waits for the first table for which \a condition holds; otherwise for an empty one.
     template <typename Condition>
     QList<QStringList> waitForTable(Condition condition)
     {

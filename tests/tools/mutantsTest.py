@@ -178,7 +178,7 @@ class Samples(unittest.TestCase):
 
 
 def wait_for_end_of(process):
-    """Raises an error once there is no such process, whoever has to collect it."""
+    """Raises an error once the process has ended, even if its parent has not collected it."""
     for _ in range(1000):
         state = Path(f"/proc/{process}/stat")
         if not state.exists() or state.read_text().rsplit(")")[1].split()[0] == "Z":

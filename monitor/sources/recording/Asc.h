@@ -31,8 +31,8 @@ private:
     qint64 microseconds = 0; // of the line before
 };
 
-/// Where the first line that only such a recording has begins in \a start, its first bytes; -1 if
-/// there is none.
+/// Where the first line that only such a recording has begins in \a start, its first bytes, or
+/// -1.
 qint64 findAsc(const QByteArray& start);
 
 } // namespace monitor

@@ -39,8 +39,8 @@ private:
     qint64 lostSoFar = 0;
 };
 
-/// Where the first line that candump writes begins in \a start, the first bytes of a recording; -1
-/// if there is none.
+/// Where the first line that candump writes begins in \a start, the first bytes of a recording, or
+/// -1.
 qint64 findCandump(const QByteArray& start);
 
 } // namespace monitor

@@ -71,8 +71,8 @@ public:
         return waitUntil([&] { return screen().contains(text); });
     }
 
-    /// Waits for the end of the program, and returns its exit code; -1 if there is none. Kills a
-    /// program that does not end.
+    /// Waits for the end of the program, and returns its exit code, or -1. Kills a program
+    /// that does not end.
     int waitForEnd()
     {
         QElapsedTimer timer;
