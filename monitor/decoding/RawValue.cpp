@@ -1,5 +1,6 @@
 #include "RawValue.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -81,7 +82,7 @@ Availability availabilityOf(quint64 raw, int length)
 {
     if (length < 8 && length != 4 && length != 2)
         return Availability::Measured;
-    const int topBits = length < 8 ? length : 8;
+    const int topBits = std::min(length, 8);
     const quint64 top = raw >> (length - topBits);
     const quint64 highest = (quint64{1} << topBits) - 1;
     if (top == highest)

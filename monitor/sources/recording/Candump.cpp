@@ -228,11 +228,8 @@ LineKind readCandumpLine(const QByteArray& line, Frame& frame)
     if (lostFrames(line) > 0)
         return LineKind::Lost;
     Frame read;
-    if (!readCompact(cursor, read)) {
-        read = Frame();
-        if (!readScreen(cursor, read))
-            return LineKind::Unknown;
-    }
+    if (!readCompact(cursor, read) && !readScreen(cursor, read))
+        return LineKind::Unknown;
     if (kindOf(read) == LineKind::Frame)
         frame = read;
     return kindOf(read);

@@ -1,10 +1,20 @@
+#include <app/EndRequest.h>
+#include <app/Preparation.h>
 #include <app/RunOutputs.h>
+#include <sources/recording/formats.h>
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
+#include <QtWidgets/QApplication>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 
 using monitor::MonitorOptions;
@@ -22,6 +32,64 @@ const OutputKind& kindCalled(const char* name)
     }
     throw std::invalid_argument(name);
 }
+
+/// Makes the standard error output a terminal.
+class TerminalForErrors
+{
+public:
+    TerminalForErrors() : other(posix_openpt(O_RDWR | O_NOCTTY)), before(dup(STDERR_FILENO))
+    {
+        grantpt(other);
+        unlockpt(other);
+        const int terminal = open(ptsname(other), O_RDWR | O_NOCTTY);
+        dup2(terminal, STDERR_FILENO);
+        close(terminal);
+    }
+    ~TerminalForErrors()
+    {
+        dup2(before, STDERR_FILENO);
+        close(before);
+        close(other);
+    }
+    TerminalForErrors(const TerminalForErrors&) = delete;
+    TerminalForErrors& operator=(const TerminalForErrors&) = delete;
+
+private:
+    int other;
+    int before;
+};
+
+QString printedProgress;
+
+/// An output that is half done until its progress is shown.
+class HalfDone : public monitor::Output
+{
+public:
+    [[nodiscard]] monitor::OutputResult write(const monitor::FinishedRun& /*run*/,
+                                              const monitor::OutputProgress& progress) override
+    {
+        const QDeadlineTimer end(60000);
+        while (printedProgress.isEmpty() && !end.hasExpired())
+            progress(1, 2);
+        return {};
+    }
+};
+
+std::unique_ptr<monitor::Output> makeHalfDone(const monitor::OutputTarget& /*target*/)
+{
+    return std::make_unique<HalfDone>();
+}
+
+/// What plots need.
+class Application
+{
+    char name[5] = "test";
+    char platform[10] = "-platform";
+    char offscreen[10] = "offscreen";
+    char* argv[4] = {name, platform, offscreen, nullptr};
+    int argc = 3;
+    QApplication application{argc, argv};
+};
 
 } // namespace
 
@@ -83,4 +151,68 @@ TEST(RunOutputs, PlotsThatCannotBeWrittenAreAnError)
     const auto plots = kindCalled("plot").make({nullptr, file.fileName()});
     EXPECT_EQ(plots->write({session, snapshot}, {}).error,
               file.fileName() + ": the directory cannot be created");
+}
+
+TEST(RunOutputs, ProgressIsShownOnATerminal)
+{
+    const TerminalForErrors terminal;
+    const OutputKind kind{"half-done", "", "", false, makeHalfDone};
+    MonitorOptions options;
+    options.printed = &kind;
+    QString printed;
+    QTextStream output(&printed);
+    QTextStream diagnostics(&printedProgress);
+    monitor::Session session({}, 3);
+    EXPECT_TRUE(RunOutputs(options, output).write(session, diagnostics));
+    EXPECT_TRUE(printedProgress.contains("writing 50 %")) << printedProgress.toStdString();
+}
+
+TEST(RunOutputs, PlotsReportTheirProgressOnePlotAtATime)
+{
+    const Application application;
+    const QString sample = QStringLiteral(SAMPLE_DIRECTORY);
+    MonitorOptions options;
+    options.descriptions = {
+        {monitor::findDescriptionReader("dbc"), {sample + "/engine.dbc", std::nullopt}}};
+    options.patterns = QStringList{"Engine*"};
+    QString text;
+    QTextStream diagnostics(&text);
+    monitor::Preparation prepared;
+    ASSERT_EQ(prepare(options, diagnostics, prepared), QString());
+    monitor::Session session(prepared.catalogue.messages(), prepared.k);
+    const auto recording = monitor::openRecording(sample + "/engine.log");
+    ASSERT_TRUE(recording.source) << recording.error.toStdString();
+    session.takeAll(*recording.source);
+    const monitor::Snapshot snapshot = session.calcSnapshot();
+
+    const QTemporaryDir directory;
+    QVector<std::pair<qint64, qint64>> reported;
+    const auto plots = kindCalled("plot").make({nullptr, directory.path()});
+    EXPECT_EQ(plots
+                  ->write({session, snapshot},
+                          [&](qint64 done, qint64 total) {
+                              reported.append({done, total});
+                          })
+                  .error,
+              QString());
+    QVector<std::pair<qint64, qint64>> expected;
+    for (int i = 0; i < snapshot.rows.size(); ++i)
+        expected.append({i, snapshot.rows.size()});
+    EXPECT_GT(expected.size(), 1);
+    EXPECT_EQ(reported, expected);
+}
+
+TEST(EndRequest, SignalsAreReportedOnce)
+{
+    char name[] = "test";
+    char* argv[] = {name, nullptr};
+    int argc = 1;
+    const QCoreApplication application(argc, argv);
+    int calls = 0;
+    const monitor::EndRequest endRequest([&] { ++calls; });
+    std::raise(SIGTERM);
+    std::raise(SIGINT);
+    for (int i = 0; i < 10; ++i)
+        QCoreApplication::processEvents();
+    EXPECT_EQ(calls, 1);
 }

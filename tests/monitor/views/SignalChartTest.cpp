@@ -8,7 +8,7 @@
 #include <QtCharts/QValueAxis>
 #include <QtWidgets/QApplication>
 
-#include <cmath>
+#include <algorithm>
 
 using monitor::chartOf;
 using monitor::SignalStatistics;
@@ -119,6 +119,22 @@ TEST_F(SignalChart, GivenLimitsAreShownAndHaveRoom)
     EXPECT_EQ(pointsOf(*shown, "limits"), (QVector<QPointF>{{0, 0}, {10, 0}}));
     EXPECT_LT(axisOf(*shown, Qt::Vertical)->min(), 0);
     EXPECT_GT(axisOf(*shown, Qt::Vertical)->max(), 200);
+}
+
+TEST_F(SignalChart, TicksAreTheWidestRoundNumbersOfWhichThereAreEnough)
+{
+    const QVector<double> round{0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200, 500};
+    for (const double extent : {7.0, 8.0, 15.0, 20.0, 39.0, 41.0, 99.0, 160.0, 700.0}) {
+        Trace trace;
+        trace.points = {{0, 50}, {extent, 60}};
+        const auto shown = chart(speed(), trace);
+        const double interval = axisOf(*shown, Qt::Horizontal)->tickInterval();
+        const auto next = std::upper_bound(round.begin(), round.end(), interval * 1.000001);
+        ASSERT_GT(next, round.begin());
+        EXPECT_NEAR(*(next - 1), interval, 1e-9 * interval) << extent;
+        EXPECT_GE(extent / interval, 8 - 1e-9) << extent;
+        EXPECT_LT(extent / *next, 8) << extent;
+    }
 }
 
 TEST_F(SignalChart, EachKindOfLineIsOnceInTheLegend)

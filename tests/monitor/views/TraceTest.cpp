@@ -103,6 +103,13 @@ TEST(ColumnReduction, LowestAndHighestOfAColumnStayInTheirOrder)
               (Lines{{{1, 9}, {2, 1}, {6, 1}, {8, 9}}}));
 }
 
+TEST(ColumnReduction, ColumnsBeginAtTheBeginningOfTheRange)
+{
+    const QVector<QPointF> points{{100, 5}, {101, 9}, {102, 1}, {103, 4}, {105, 4}, {108, 9}};
+    EXPECT_EQ(reduceToColumns(through(points), 100, 110, 2),
+              (Lines{{{101, 9}, {102, 1}, {105, 4}, {108, 9}}}));
+}
+
 TEST(ColumnReduction, EqualValuesOfAColumnAreOnePoint)
 {
     EXPECT_EQ(reduceToColumns(through({{0, 5}, {1, 5}, {2, 5}, {6, 5}}), 0, 10, 2),

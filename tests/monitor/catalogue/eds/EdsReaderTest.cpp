@@ -88,6 +88,38 @@ TEST(EdsReader, ReadsAPdoWithItsObjects)
     EXPECT_EQ(message.signalDescriptions.at(1).layout.startBit, 8);
 }
 
+// The sizes are those of CiA 301, and the types that are passed through those for which a signal of
+// the library has no element type.
+TEST(EdsReader, EveryNumericTypeFitsIntoItsOwnLengthAndNotIntoMore)
+{
+    const struct {
+        int code;
+        int bits;
+        bool passThrough;
+    } types[] = {{0x01, 1, true},   {0x02, 8, false},  {0x03, 16, false}, {0x10, 24, false},
+                 {0x04, 32, false}, {0x12, 40, false}, {0x13, 48, true},  {0x14, 56, true},
+                 {0x15, 64, false}, {0x05, 8, false},  {0x06, 16, false}, {0x16, 24, false},
+                 {0x07, 32, false}, {0x18, 40, false}, {0x19, 48, false}, {0x1A, 56, true},
+                 {0x1B, 64, false}, {0x08, 32, false}, {0x11, 64, false}};
+    for (const auto& type : types) {
+        const QByteArray object =
+            "[2000]\nParameterName=Object\nDataType=" + QByteArray::number(type.code) + '\n';
+        const auto mapped = [](int bits) {
+            return "0x200000" + QByteArray::number(bits, 16).rightJustified(2, '0');
+        };
+        const Pdos pdos = read(object + pdo("0x185", "1", {mapped(type.bits)}));
+        EXPECT_EQ(pdos.warnings, QString()) << type.code;
+        ASSERT_EQ(pdos.messages.size(), 1) << type.code;
+        const monitor::SignalLayout& layout = pdos.messages.at(0).signalDescriptions.at(0).layout;
+        EXPECT_EQ(layout.length, type.bits) << type.code;
+        EXPECT_EQ(layout.passThrough, type.passThrough) << type.code;
+        if (type.bits == 64)
+            continue; // no PDO is longer
+        EXPECT_TRUE(read(object + pdo("0x185", "1", {mapped(type.bits + 1)})).messages.isEmpty())
+            << type.code;
+    }
+}
+
 TEST(EdsReader, FlagsOfTheCobIdAreNotPartOfTheId)
 {
     const QList<QByteArray> mapped{"0x20000008"};

@@ -139,6 +139,23 @@ TEST(LiveScreen, LinesAreCutAtTheWidthAndScrolledBesideTheNames)
     EXPECT_TRUE(lines.first().startsWith("virtualcan"));
 }
 
+TEST(LiveScreen, ScrollingMovesTheColumnsAfterTheSource)
+{
+    LiveScreen screen;
+    const QVector<Row> rows{rowOf("Speed", 100)};
+    LiveView view;
+    const QStringList before = drawn(screen, rows, view);
+    view.press({Key::Right});
+    const QStringList after = drawn(screen, rows, view);
+    ASSERT_GT(view.firstColumn(), 0);
+    const int fixed = withoutStyle(before.at(2)).indexOf("source  ") + 8;
+    for (const int line : {2, 3}) {
+        const QString whole = withoutStyle(before.at(line));
+        EXPECT_EQ(withoutStyle(after.at(line)),
+                  whole.left(fixed) + whole.mid(fixed + view.firstColumn()));
+    }
+}
+
 TEST(LiveScreen, PauseAndFilterAreSaid)
 {
     LiveScreen screen;

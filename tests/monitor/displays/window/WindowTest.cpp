@@ -18,7 +18,9 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
+#include <QtWidgets/QTableView>
 
 using monitor::BusSource;
 using monitor::MonitorWindow;
@@ -211,6 +213,27 @@ TEST_F(Window, TableShowsTheStatisticsComputedIndependently)
         ASSERT_EQ(shown.size(), expected.at(row).size());
         for (int i = 0; i < shown.size(); ++i)
             expectSame(shown.at(i), expected.at(row).at(i), expected.at(row).at(0));
+    }
+}
+
+TEST_F(Window, TableTakesTwoFifthsOfTheHeight)
+{
+    window->show();
+    const QList<int> heights = window->findChild<QSplitter*>()->sizes();
+    ASSERT_EQ(heights.size(), 2);
+    EXPECT_NEAR(heights.at(0) / double(heights.at(0) + heights.at(1)), 0.4, 0.02);
+}
+
+TEST_F(Window, ColumnsAreWideEnoughForTheirTexts)
+{
+    showSample();
+    const auto* const view = window->findChild<QTableView*>();
+    const QFontMetrics metrics(view->font());
+    for (int column = 0; column < view->model()->columnCount(); ++column) {
+        const QString title = view->model()->headerData(column, Qt::Horizontal).toString();
+        EXPECT_GE(view->columnWidth(column), metrics.horizontalAdvance(title));
+        for (int row = 0; row < view->model()->rowCount(); ++row)
+            EXPECT_GE(view->columnWidth(column), metrics.horizontalAdvance(cell(row, column)));
     }
 }
 

@@ -28,6 +28,7 @@ public:
 
     bool writeFrame(const QCanBusFrame& frame) override
     {
+        ++attempts;
         if (refusals != 0) {
             --refusals;
             setError(QStringLiteral("the queue is full"), WriteError);
@@ -40,6 +41,7 @@ public:
     }
     QString interpretErrorFrame(const QCanBusFrame&) override { return QString(); }
 
+    int attempts = 0;
     int refusals = 0; // negative: for ever
     bool isLost = false;
     QVector<quint32> written;
@@ -146,6 +148,7 @@ TEST_F(BusSenderTest, FrameThatIsRefusedAgainAndAgainEndsItWithTheReason)
     device.refusals = -1;
     EXPECT_EQ(send(), QString("a frame is refused: the queue is full"));
     EXPECT_TRUE(device.written.isEmpty());
+    EXPECT_EQ(device.attempts, 1000);
 }
 
 TEST_F(BusSenderTest, LostConnectionEndsIt)

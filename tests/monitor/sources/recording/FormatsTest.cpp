@@ -191,6 +191,20 @@ TEST(RecordingFormats, FormatIsFoundBehindMuchThatIsUnknown)
 }
 
 // The writer keeps the pipe open until the first frame has been read.
+TEST(RecordingFormats, FormatIsLookedForInTheFirstMebibyteOnly)
+{
+    const QTemporaryDir directory;
+    for (const int lines : {8191, 8193}) {
+        const QByteArray unknown(127, '-');
+        QFile file(write(directory, unknown + '\n', lines));
+        ASSERT_TRUE(file.open(QIODevice::Append));
+        file.write("date Mon\nbase hex  timestamps absolute\n");
+        file.close();
+        EXPECT_EQ(openRecording(file.fileName()).format->name,
+                  QString(lines < 8192 ? "Vector ASC" : "candump"));
+    }
+}
+
 TEST(RecordingFormats, PipeIsReadBeforeItsEnd)
 {
     const QTemporaryDir directory;
