@@ -1,4 +1,4 @@
-// A library in several versions, for the tests of the ABI comparison.
+// A library in several versions, selected by macros, to test the ABI comparison.
 
 #define EXPORTED __attribute__((visibility("default")))
 
