@@ -6,7 +6,7 @@
 
 #include <limits>
 
-TEST(GenericValue, FreshRecordHoldsNoMeasurement)
+TEST(GenericValue, ANewRecordHoldsNoValues)
 {
     const GenericValue value;
     EXPECT_FALSE(value.rawValue.isValid());
@@ -15,7 +15,7 @@ TEST(GenericValue, FreshRecordHoldsNoMeasurement)
     EXPECT_FALSE(value.isInvalid);
 }
 
-TEST(GenericValue, ValueToFloatReadsTheFieldAskedFor)
+TEST(GenericValue, ValueToFloatReadsTheRequestedField)
 {
     GenericValue value;
     value.rawValue = 1.5F;
@@ -24,7 +24,7 @@ TEST(GenericValue, ValueToFloatReadsTheFieldAskedFor)
     EXPECT_EQ(value.valueToFloat(true), 2.5F);
 }
 
-TEST(GenericValue, ValueToFloatConvertsNumbersAndTexts)
+TEST(GenericValue, ValueToFloatConvertsNumbersAndStrings)
 {
     GenericValue value;
     value.rawValue = 7;
@@ -37,7 +37,7 @@ TEST(GenericValue, ValueToFloatConvertsNumbersAndTexts)
     EXPECT_EQ(value.valueToFloat(false), 18446744073709551616.0F);
 }
 
-TEST(GenericValue, ValueToFloatIsZeroWhereThereIsNoNumber)
+TEST(GenericValue, ValueToFloatIsZeroForValuesThatDoNotConvert)
 {
     GenericValue value;
     EXPECT_EQ(value.valueToFloat(false), 0.0F);
@@ -45,11 +45,11 @@ TEST(GenericValue, ValueToFloatIsZeroWhereThereIsNoNumber)
     EXPECT_EQ(value.valueToFloat(false), 0.0F);
     value.rawValue = QVariantList{1, 2};
     EXPECT_EQ(value.valueToFloat(false), 0.0F);
-    value.rawValue = QStringLiteral("1e300"); // a number, but none of a float
+    value.rawValue = QStringLiteral("1e300"); // out of range for a float
     EXPECT_EQ(value.valueToFloat(false), 0.0F);
 }
 
-TEST(CANopenDataType, EnumeratorsAreTheIndicesOfCiA301)
+TEST(CANopenDataType, EnumeratorsHaveTheIndicesOfCiA301)
 {
     using Type = CAN::CANopenDataType;
     static_assert(std::is_same_v<std::underlying_type_t<Type>, quint32>);
@@ -71,7 +71,7 @@ TEST(CANopenDataType, EnumeratorsAreTheIndicesOfCiA301)
         EXPECT_EQ(static_cast<quint32>(type), index);
 }
 
-TEST(NewValueHandlingType, TakesOneByteAndNumbersWhatItDoes)
+TEST(NewValueHandlingType, FitsInOneByteAndHasTheDocumentedNumbers)
 {
     using Handling = GenericSignal::NewValueHandlingType;
     static_assert(sizeof(Handling) == 1);
