@@ -14,14 +14,14 @@
 namespace
 {
 
-/// Longer than what Qt converts without an allocation.
+/// A string too long for Qt to convert without allocating.
 QVariant textOf(int number)
 {
     return QString(QString(300, '0') + QString::number(number));
 }
 
-/// A signal that stores the raw values 1, 2 and so on up to \a length, every other one as a text;
-/// if \a held, with a snapshot of them, which makes every change copy them.
+/// A signal that stores the raw values 1, 2 and so on up to \a length, every other one as a string.
+/// If \a held is true, a snapshot shares the records, so that every change copies them.
 template <typename T>
 struct Recorded {
     Recorded(GenericSignal::NewValueHandlingType handling, int length, bool held)
@@ -39,8 +39,8 @@ struct Recorded {
     QVector<T> snapshot;
 };
 
-/// Runs \a operation in another thread and ends the process if it does not finish, because the
-/// lock that it needs is still held: no test could end any more.
+/// Runs \a operation in another thread. Aborts the process if the operation does not finish because
+/// a lock that it needs is still held: the tests could not finish either.
 template <typename Operation>
 void requireToFinish(Operation operation)
 {
@@ -56,7 +56,7 @@ using Entry = QPair<int, int>;
 using Series = QVector<Entry>;
 
 constexpr int unscaled = -1;
-constexpr int unknown = -2; ///< none of those that are fed or come of scaling
+constexpr int unknown = -2; ///< neither fed nor a result of scaling
 
 int numberIn(const QVariant& value)
 {
@@ -76,7 +76,7 @@ Series seriesOf(const QVector<T>& records)
     return series;
 }
 
-/// The states of a series while an operation goes on, from the one before to the one after it.
+/// The states that a series passes through during an operation, including the first and the last.
 using States = QVector<Series>;
 
 void addAppended(States& states, std::initializer_list<int> raws)
@@ -96,7 +96,8 @@ void addReplaced(States& states, int raw)
     states.append(series);
 }
 
-/// The records are scaled by 2 and 1, one after the other from the one at \a first on.
+/// Adds the states in which the records from \a first on are scaled one after another, with factor
+/// 2 and offset 1.
 void addScaled(States& states, int first)
 {
     Series series = states.last();
@@ -117,15 +118,16 @@ class AllocationFailure : public testing::Test
 protected:
     using Operation = std::function<void(GenericSignalImpl<T>&)>;
 
-    /// Runs \a operation on fresh signals, with its first allocation failing, then its second and
-    /// so on, until none fails any more, over series of several lengths: storage grows at some.
-    /// After every failure the series is in one of the states that \a addStates adds to the one
-    /// before, and has been fed \a fedValue if that is the last one and 0 is not meant.
+    /// Runs \a operation on new signals, with its first allocation failing, then its second and so
+    /// on, until no allocation fails. The series have several lengths, at some of which storage
+    /// grows. After each run the series must be in its initial state or in one that \a addStates
+    /// adds; if it is in the last one, the running statistics must be those of \a fedValue alone,
+    /// where 0 means that nothing was fed.
     void failEveryAllocation(const Operation& operation,
                              const std::function<void(States&)>& addStates, double fedValue = 0,
                              GenericSignal::NewValueHandlingType handling = append)
     {
-        Recorded<T> first(handling, 8, true); // QtCore sets up at its first use what it needs once
+        Recorded<T> first(handling, 8, true); // QtCore allocates some data once, at first use
         operation(first.signal);
         int failures = 0;
         for (int length = 0; length <= 8; ++length) {
@@ -143,12 +145,13 @@ protected:
                 failures += number - 1;
             }
         }
-        EXPECT_GE(failures, 8); // at least the copy of what is held
+        EXPECT_GE(failures, 8); // at least the copy of the shared records
         this->RecordProperty("failures", failures);
     }
 
 private:
-    /// Lets the allocation of \a operation with the number \a number fail: false if there is none.
+    /// Makes the allocation with the number \a number in \a operation fail. Returns false if there
+    /// is no such allocation.
     static bool failOne(const Operation& operation, Recorded<T>&& recorded, const States& states,
                         double fedValue, int number)
     {
@@ -164,7 +167,7 @@ private:
             EXPECT_EQ(seriesOf(recorded.snapshot), states.first());
         }
         checkStatistics(recorded.signal, complete ? fedValue : 0, after.size());
-        requireToFinish([&] { checkAnswers(recorded.signal); });
+        requireToFinish([&] { checkStillWorks(recorded.signal); });
         return failed;
     }
 
@@ -181,7 +184,8 @@ private:
         return failing.hasFailed();
     }
 
-    /// Those of a signal that has been fed \a fedValue alone, or nothing, which leaves 0.
+    /// Checks the statistics of a signal that was fed \a fedValue alone, or nothing if \a fedValue
+    /// is 0.
     static void checkStatistics(const GenericSignalImpl<T>& signal, double fedValue, int count)
     {
         const Statistics statistics = statisticsOf(signal);
@@ -192,7 +196,7 @@ private:
         EXPECT_EQ(statistics.deviation, 0.0);
     }
 
-    static void checkAnswers(GenericSignalImpl<T>& signal)
+    static void checkStillWorks(GenericSignalImpl<T>& signal)
     {
         signal.clearValues();
         feed(signal, {8, 12});
@@ -204,21 +208,21 @@ TYPED_TEST_SUITE(AllocationFailure, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(AllocationFailure, AnAppendedRecordIsStoredOrNot)
+TYPED_TEST(AllocationFailure, AppendingStoresTheWholeRecordOrNothing)
 {
     const auto record = rawRecord<TypeParam>(textOf(77));
     this->failEveryAllocation([&](auto& signal) { signal.setNewValue(record); },
                               [](States& states) { addAppended(states, {77}); });
 }
 
-TYPED_TEST(AllocationFailure, AReplacingRecordIsStoredOrTheOldOneStays)
+TYPED_TEST(AllocationFailure, ReplacingStoresTheNewRecordOrKeepsTheOldOne)
 {
     const auto record = rawRecord<TypeParam>(textOf(77));
     this->failEveryAllocation([&](auto& signal) { signal.setNewValue(record); },
                               [](States& states) { addReplaced(states, 77); }, 0, replaceNewest);
 }
 
-TYPED_TEST(AllocationFailure, AnAppendedRecordToScaleIsStoredOrNotAndFedOnlyOnceScaled)
+TYPED_TEST(AllocationFailure, AppendingWithScalingFeedsTheRecordOnlyIfItWasScaled)
 {
     const auto record = rawRecord<TypeParam>(textOf(77));
     const auto addStates = [](States& states) {
@@ -229,7 +233,7 @@ TYPED_TEST(AllocationFailure, AnAppendedRecordToScaleIsStoredOrNotAndFedOnlyOnce
                               155);
 }
 
-TYPED_TEST(AllocationFailure, AReplacingRecordToScaleIsStoredOrTheOldOneStays)
+TYPED_TEST(AllocationFailure, ReplacingWithScalingStoresTheNewRecordOrKeepsTheOldOne)
 {
     const auto record = rawRecord<TypeParam>(textOf(77));
     const auto addStates = [](States& states) {
@@ -240,7 +244,7 @@ TYPED_TEST(AllocationFailure, AReplacingRecordToScaleIsStoredOrTheOldOneStays)
                               155, replaceNewest);
 }
 
-TYPED_TEST(AllocationFailure, ABatchIsStoredAsAWholeOrNotAndAllScaledInTheirOrder)
+TYPED_TEST(AllocationFailure, ABatchIsStoredWhollyOrNotAtAllAndScaledInOrder)
 {
     const auto batch = rawRecords<TypeParam>({77, textOf(78)});
     const auto addStates = [](States& states) {
@@ -250,13 +254,13 @@ TYPED_TEST(AllocationFailure, ABatchIsStoredAsAWholeOrNotAndAllScaledInTheirOrde
     this->failEveryAllocation([&](auto& signal) { signal.appendValues(batch, 2, 1); }, addStates);
 }
 
-TYPED_TEST(AllocationFailure, ARescaleThatBreaksOffLeavesTheLaterRecordsWithTheirOldScale)
+TYPED_TEST(AllocationFailure, AnInterruptedRescaleLeavesLaterRecordsAtTheirOldScale)
 {
     this->failEveryAllocation([](auto& signal) { signal.updateScaledValues(2, 1); },
                               [](States& states) { addScaled(states, 0); });
 }
 
-TYPED_TEST(AllocationFailure, AClearRemovesEveryRecordWithoutAnAllocation)
+TYPED_TEST(AllocationFailure, ClearingRemovesEveryRecordWithoutAllocating)
 {
     Recorded<TypeParam> recorded(append, 8, true);
     const FailingAllocation failing(1);

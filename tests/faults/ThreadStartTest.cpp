@@ -16,7 +16,7 @@ class ThreadStartFailure : public testing::Test
 protected:
     void SetUp() override { signal.setDatatype(dataType(4)); }
 
-    /// Whether updating works: switched off and on, the caches follow what is fed.
+    /// Switches updating off and on, and returns whether the caches then follow new values.
     bool updatesAgain()
     {
         signal.setUpdatingEnabled(false);
@@ -31,7 +31,7 @@ TYPED_TEST_SUITE(ThreadStartFailure, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadTakesValuesAndAnswers)
+TYPED_TEST(ThreadStartFailure, ASignalWorksWithoutItsWorkerThread)
 {
     const FailingThreadStart failing;
     this->signal.setValueHandling(append);
@@ -43,13 +43,13 @@ TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadTakesValuesAndAnswers)
     EXPECT_EQ(this->signal.getAverage(), 0.0);
 }
 
-TYPED_TEST(ThreadStartFailure, SwitchingOffReturnsAndOnTakesEffectOnceThreadsCanBeStarted)
+TYPED_TEST(ThreadStartFailure, SwitchingOffAndOnStartsTheWorkerOnceThreadsCanBeStarted)
 {
     {
         const FailingThreadStart failing;
         this->signal.setUpdatingEnabled(true);
         this->signal.setUpdatingEnabled(true);
-        EXPECT_EQ(failing.count(), 1); // the signal takes it for started
+        EXPECT_EQ(failing.count(), 1); // the second call assumes that the worker runs
         this->signal.setUpdatingEnabled(false);
         this->signal.setUpdatingEnabled(true);
         EXPECT_EQ(failing.count(), 2);
@@ -57,15 +57,15 @@ TYPED_TEST(ThreadStartFailure, SwitchingOffReturnsAndOnTakesEffectOnceThreadsCan
     EXPECT_TRUE(this->updatesAgain());
 }
 
-TYPED_TEST(ThreadStartFailure, ASignalWithoutItsThreadIsDestroyed)
+TYPED_TEST(ThreadStartFailure, ASignalWithoutItsWorkerThreadCanBeDestroyed)
 {
     const FailingThreadStart failing;
-    GenericSignalImpl<TypeParam> passing;
-    passing.setUpdatingEnabled(true);
+    GenericSignalImpl<TypeParam> shortLived;
+    shortLived.setUpdatingEnabled(true);
     EXPECT_EQ(failing.count(), 1);
 }
 
-TYPED_TEST(ThreadStartFailure, ASignalGoesOnWithoutRoomForAStackAndUpdatesOnceThereIsSome)
+TYPED_TEST(ThreadStartFailure, ASignalWorksWithoutRoomForAThreadStackAndUpdatesOnceThereIsRoom)
 {
     {
         const AddressSpaceLimit limit;

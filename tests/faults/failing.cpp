@@ -1,6 +1,6 @@
-// The allocating functions of the C library, and the one that starts threads, found before its own:
-// QtCore and the standard library allocate by them too. The names with underscores are the same
-// functions; under AddressSanitizer they are its own, so that it keeps watching.
+// Overrides the functions of the C library that allocate memory and start threads; QtCore and the
+// standard library call them too. The names with underscores are the original functions; under
+// AddressSanitizer they are its interceptors, so that it still tracks the memory.
 
 #include "failing.h"
 
@@ -26,7 +26,7 @@ extern "C" void* REAL(realloc)(void*, std::size_t);
 namespace
 {
 
-thread_local int allocationsToGo = 0; // 0: none fails
+thread_local int allocationsToGo = 0; // 0: no allocation fails
 thread_local bool allocationFailed = false;
 std::atomic<bool> threadsFail{false};
 std::atomic<int> failedThreads{0};

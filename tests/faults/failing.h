@@ -1,7 +1,7 @@
 #pragma once
 
-/// Makes one allocation of the calling thread fail while it lives, as if there were no memory:
-/// the one with the given number, counted from 1. Allocations of other threads are left alone.
+/// While an object of this class exists, one allocation of the calling thread fails as if memory
+/// had run out: the one with the given number, counted from 1. Other threads are not affected.
 class FailingAllocation
 {
 public:
@@ -11,11 +11,12 @@ public:
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
 
-    /// Whether an allocation has failed.
+    /// Whether that allocation has failed.
     bool hasFailed() const;
 };
 
-/// Makes every start of a thread fail while it lives, as if the system had no more of them.
+/// While an object of this class exists, no thread can be started, as if the system had run out of
+/// threads.
 class FailingThreadStart
 {
 public:
@@ -25,6 +26,6 @@ public:
     FailingThreadStart(const FailingThreadStart&) = delete;
     FailingThreadStart& operator=(const FailingThreadStart&) = delete;
 
-    /// How many starts have failed.
+    /// The number of failed attempts to start a thread.
     int count() const;
 };
