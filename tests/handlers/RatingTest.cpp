@@ -20,7 +20,7 @@ int rating(const QVariant& scaledValue, double lower, double upper, double avera
     return GenericValueHandler<N, T>::getRating(record, lower, upper, average);
 }
 
-/// The rating by its description: full within the middle half, linear in either margin.
+/// The rating as documented: 100 within the middle half of the limits, linear in both margins.
 int modelRating(double x, double lower, double upper)
 {
     if (std::isnan(x))
@@ -74,7 +74,7 @@ TYPED_TEST(Rating, ReadsTheIntVariantThatScalingStores)
     EXPECT_EQ((rating<N, T>(QVariant(10), 0, 100)), 40);
 }
 
-TYPED_TEST(Rating, LeavesTheRecordAloneAndDoesNotLookAtIsInvalid)
+TYPED_TEST(Rating, LeavesTheRecordUnchangedAndIgnoresIsInvalid)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -94,7 +94,7 @@ TYPED_TEST(Rating, IgnoresTheAverage)
         EXPECT_EQ((rating<N, T>(QVariant(90), 0, 100, average)), 40);
 }
 
-TYPED_TEST(Rating, AScaledValueThatDoesNotConvertRatesAsZero)
+TYPED_TEST(Rating, AScaledValueThatDoesNotConvertIsRatedLikeTheValueZero)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -103,7 +103,7 @@ TYPED_TEST(Rating, AScaledValueThatDoesNotConvertRatesAsZero)
     EXPECT_EQ((rating<N, T>(QVariant(), 1, 100)), 0);
 }
 
-TYPED_TEST(Rating, LimitsTheWrongWayRoundRateEveryValueZero)
+TYPED_TEST(Rating, WithReversedLimitsEveryValueIsRatedZero)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -111,7 +111,7 @@ TYPED_TEST(Rating, LimitsTheWrongWayRoundRateEveryValueZero)
         EXPECT_EQ((rating<N, T>(QVariant(x), 100, 0)), 0);
 }
 
-TYPED_TEST(Rating, EqualLimitsRateOnlyTheirOwnValueFull)
+TYPED_TEST(Rating, WithEqualLimitsOnlyThatValueIsRated100)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -120,7 +120,7 @@ TYPED_TEST(Rating, EqualLimitsRateOnlyTheirOwnValueFull)
     EXPECT_EQ((rating<N, T>(QVariant(6), 5, 5)), 0);
 }
 
-TYPED_TEST(Rating, ALimitThatIsNoNumberExcludesNothingAndTheOtherStillDoes)
+TYPED_TEST(Rating, ANaNLimitExcludesNothingAndTheOtherLimitStillApplies)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -139,7 +139,7 @@ TYPED_TEST(Rating, AgreesWithAnIndependentModelOnRandomCases)
     std::uniform_real_distribution<double> limit(-20, 140);
     std::uniform_int_distribution<int> magnitude(0, 8 * sizeof(N) - 1);
     for (int i = 0; i < 100000; ++i) {
-        // Small numbers, and for the integers also any bits with limits of their magnitude.
+        // Small numbers; integers also get random bits, with limits of any magnitude.
         const double size =
             i % 3 == 0 && std::is_integral_v<N> ? std::ldexp(1, magnitude(random)) : 1;
         N x{};
@@ -166,7 +166,7 @@ TEST(RatingEdges, ATenthBetweenZeroAndTwoLiesInTheLowerMargin)
     EXPECT_EQ(rating<double>(0.1, 0, 2), 20);
 }
 
-TEST(RatingEdges, BetweenZeroAndAHundred)
+TEST(RatingEdges, RatesValuesBetweenZeroAndAHundred)
 {
     for (const auto& [x, expected] :
          {std::pair(25.0, 100), std::pair(75.0, 100), std::pair(10.0, 40), std::pair(90.0, 40),
@@ -174,14 +174,14 @@ TEST(RatingEdges, BetweenZeroAndAHundred)
         EXPECT_EQ(rating<double>(x, 0, 100), expected) << x;
 }
 
-TEST(RatingEdges, OneInfiniteLimitRatesZeroAndTwoFull)
+TEST(RatingEdges, OneInfiniteLimitGivesZeroAndTwoGive100)
 {
     EXPECT_EQ(rating<double>(50, 0, infinity), 0);
     EXPECT_EQ(rating<double>(50, -infinity, 100), 0);
     EXPECT_EQ(rating<double>(50, -infinity, infinity), 100);
 }
 
-TEST(RatingEdges, ValuesBetweenWholeNumbers)
+TEST(RatingEdges, FractionsAreNotRoundedBeforeRating)
 {
     EXPECT_EQ(rating<double>(12.5, 0, 100), 50);
     EXPECT_EQ(rating<double>(100.5, 0, 100), 0);
@@ -198,7 +198,7 @@ TEST(RatingEdges, HalvesAreRoundedUp)
     EXPECT_EQ(rating<double>(24.875, 0, 100), 100); // 99.5
 }
 
-TEST(RatingEdges, AMarginWithinTheToleranceRatesFullInsideTheLimits)
+TEST(RatingEdges, AMarginWithinTheToleranceRatesEveryValueInsideTheLimits100)
 {
     const double upper = 5 + 2e-12;
     for (const double x : {5.0, 5 + 1e-13, 5 + 1e-12, upper})
@@ -206,7 +206,7 @@ TEST(RatingEdges, AMarginWithinTheToleranceRatesFullInsideTheLimits)
     EXPECT_EQ(rating<double>(5.1, 5, upper), 0);
 }
 
-TEST(RatingEdges, TheToleranceIsOnTheMarginAndIncludesItsEnd)
+TEST(RatingEdges, TheToleranceAppliesToTheMarginAndIsInclusive)
 {
     // Around 0 the margins are exact: a quarter of the band each.
     EXPECT_EQ(rating<double>(0.0, 0, 4e-12), 100);
@@ -215,13 +215,13 @@ TEST(RatingEdges, TheToleranceIsOnTheMarginAndIncludesItsEnd)
     EXPECT_EQ(rating<double>(4.001e-12, 0, 4.001e-12), 0);
 }
 
-TEST(RatingEdges, AnIntSignalBetweenLimitsSixAndFourteen)
+TEST(RatingEdges, AnIntIsRatedByItsPositionInTheMargin)
 {
     EXPECT_EQ(rating<int>(7, 6, 14), 50);
     EXPECT_EQ(rating<int>(7, 6, 10), 100);
 }
 
-TEST(RatingEdges, TheMarginIsTakenFromTheRoundedInnerLimit)
+TEST(RatingEdges, TheMarginIsComputedFromTheRoundedInnerLimit)
 {
     // The margin is 2 after rounding; the quarter itself, 1.5, would give 67.
     const double lower = 4503599627370496.0; // 2^52: inner limits are whole numbers
@@ -237,14 +237,14 @@ TEST(RatingEdges, UnsignedSixtyFourBitValuesAreReadAsUnsigned)
     EXPECT_EQ(rating<unsigned long long>(ownVariant(15ULL << 60), 0, top), 25);
 }
 
-TEST(RatingEdges, AValueThatIsNotANumberCannotBeRated)
+TEST(RatingEdges, NaNIsRated100)
 {
     EXPECT_EQ(rating<double>(notANumber, 0, 1), 100);
     EXPECT_EQ(rating<float>(ownVariant(std::numeric_limits<float>::quiet_NaN()), 0, 1), 100);
     EXPECT_EQ(rating<double>(notANumber, 1, 0), 100);
 }
 
-TEST(RatingEdges, InfinitelyFarInAnInfiniteMarginCannotBeRated)
+TEST(RatingEdges, AnInfiniteDistanceInAnInfiniteMarginIsRated100)
 {
     EXPECT_EQ(rating<double>(infinity, 0, infinity), 100);
     EXPECT_EQ(rating<double>(-infinity, -infinity, 10), 100);

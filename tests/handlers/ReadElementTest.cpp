@@ -14,7 +14,7 @@
 namespace
 {
 
-/// The reading as it is defined, by Qt alone.
+/// The defined result, computed with Qt alone.
 template <typename N>
 N readByQt(const QVariant& field)
 {
@@ -40,7 +40,8 @@ void appendEdges(QVector<QVariant>& fields)
         fields.append(ownVariant<Stored>(value));
     fields.append(QVariant(static_cast<QVariant::Type>(typeIdOf<Stored>))); // null
     if constexpr (std::is_integral_v<Stored> && sizeof(Stored) == 8) {
-        // Just above the middle of two floats, where a double between them lies.
+        // Just above the midpoint of two floats: rounding to a double first would give the
+        // midpoint.
         const Stored aboveMiddle = (Stored(1) << 60) + (Stored(1) << 36) + 1;
         fields.append(ownVariant<Stored>(aboveMiddle));
         fields.append(ownVariant<Stored>(0 - aboveMiddle));
@@ -53,7 +54,7 @@ void appendEdges(QVector<QVariant>& fields)
     }
 }
 
-/// A variant of every kind that a field may hold.
+/// Variants of every kind that a field may hold.
 QVector<QVariant> edgeFields()
 {
     QVector<QVariant> fields;
@@ -70,7 +71,7 @@ QVector<QVariant> edgeFields()
            << QVariant(QMetaType::Long, &plainLong) << QVariant(QVariantList{1})
            << QVariant(QDateTime::fromSecsSinceEpoch(5)) << QVariant(QString())
            << QVariant::fromValue<char>('a') << QVariant::fromValue(nullptr);
-    // Null and yet not zero, as a stream may bring them.
+    // Null variants with values other than zero, as a stream may contain them.
     for (const char* bytes :
          {"0000000201fffffff9", "000000030100000007", "00000004010000000000000007",
           "00000005010000000000000007", "00000006014008000000000000"}) {
@@ -89,7 +90,7 @@ TYPED_TEST_SUITE(ReadElement, ElementTypes);
 
 } // namespace
 
-TYPED_TEST(ReadElement, AnswersAsQtForEveryStoredTypeOnEdgeValues)
+TYPED_TEST(ReadElement, AgreesWithQtOnEdgeValuesOfEveryStoredType)
 {
     for (const QVariant& field : edgeFields()) {
         EXPECT_TRUE(sameBits(readElement<TypeParam>(field), readByQt<TypeParam>(field)))
@@ -99,7 +100,7 @@ TYPED_TEST(ReadElement, AnswersAsQtForEveryStoredTypeOnEdgeValues)
     }
 }
 
-TYPED_TEST(ReadElement, ElementValueAnswersAsQVariantValueOnEdgeValues)
+TYPED_TEST(ReadElement, ElementValueAgreesWithQVariantValueOnEdgeValues)
 {
     for (const QVariant& field : edgeFields()) {
         EXPECT_TRUE(sameBits(elementValue<TypeParam>(field), field.value<TypeParam>()))
@@ -109,13 +110,13 @@ TYPED_TEST(ReadElement, ElementValueAnswersAsQVariantValueOnEdgeValues)
     }
 }
 
-TEST(ReadElementAsDouble, ElementValueAnswersAsToDoubleOnEdgeValues)
+TEST(ReadElementAsDouble, ElementValueAgreesWithToDoubleOnEdgeValues)
 {
     for (const QVariant& field : edgeFields())
         EXPECT_TRUE(sameBits(elementValue<double>(field), field.toDouble())) << field.typeName();
 }
 
-TYPED_TEST(ReadElement, AnswersAsQtForRandomIntegers)
+TYPED_TEST(ReadElement, AgreesWithQtOnRandomIntegers)
 {
     std::mt19937_64 random(5);
     for (int i = 0; i < 20000; ++i) {

@@ -21,8 +21,8 @@ QVariant scaled(const QVariant& raw, double factor, double offset)
     return record.scaledValue;
 }
 
-/// \a x truncated toward zero and reduced modulo 2^bits of N, by the bits of the double: 53 bits of
-/// mantissa shifted to their place in a 64-bit word.
+/// \a x truncated toward zero and reduced modulo 2^b, where b is the number of bits in N. Computed
+/// from the bits of the double: its 53-bit mantissa is shifted into place in a 64-bit word.
 template <typename N>
 N modelNarrowed(double x)
 {
@@ -35,7 +35,7 @@ N modelNarrowed(double x)
         const std::uint64_t mantissa = (bits & 0xfffffffffffffULL) | 0x10000000000000ULL;
         std::uint64_t whole = 0;
         if (exponent == 0x7ff - 1075)
-            whole = 0; // infinite or not a number
+            whole = 0; // infinite or NaN
         else if (exponent >= 0)
             whole = exponent < 64 ? mantissa << exponent : 0;
         else
@@ -59,7 +59,7 @@ N modelScaled(N raw, double factor, double offset)
     return modelNarrowed<N>(sum);
 }
 
-/// Random numbers of every magnitude, the edges of N among them.
+/// Random numbers of every magnitude, including the limits of N.
 template <typename N>
 N randomElement(std::mt19937_64& random)
 {
@@ -104,11 +104,11 @@ TEST(ScalingEdges, SignedCharProductWrapsBeforeTheOffsetIsAdded)
 {
     EXPECT_EQ(scaled<signed char>(ownVariant<signed char>(100), 2, 0), QVariant(-56));
     EXPECT_EQ(scaled<signed char>(ownVariant<signed char>(100), 2, 0).userType(), QMetaType::Int);
-    // Added before wrapping, the offset would bring 200.5 to -55.
+    // If the offset were added before wrapping, 200.5 would wrap to -56.
     EXPECT_EQ(scaled<signed char>(ownVariant<signed char>(100), 2, 0.5), QVariant(-55));
 }
 
-TEST(ScalingEdges, ANegativeResultIsStoredAsItsWrappedUnsignedValue)
+TEST(ScalingEdges, NegativeResultsWrapInUnsignedTypes)
 {
     EXPECT_EQ(scaled<unsigned char>(ownVariant<unsigned char>(10), -1, 0), QVariant(246));
     EXPECT_EQ(scaled<unsigned char>(ownVariant<unsigned char>(1), -1, 0), QVariant(255));
@@ -129,9 +129,9 @@ TEST(ScalingEdges, IntTruncatesTowardZero)
     EXPECT_EQ(scaled<int>(-7, 0.5, 0), QVariant(-3));
 }
 
-TEST(ScalingEdges, DoubleOfATextThatIsNoNumberIsTheOffset)
+TEST(ScalingEdges, AStringThatIsNotANumberScalesToTheOffset)
 {
-    EXPECT_EQ(scaled<double>(QStringLiteral("no number"), 3, 1.25), QVariant(1.25));
+    EXPECT_EQ(scaled<double>(QStringLiteral("not a number"), 3, 1.25), QVariant(1.25));
 }
 
 TEST(ScalingEdges, DoubleRoundsTheProductBeforeTheOffsetIsAdded)
@@ -143,7 +143,7 @@ TEST(ScalingEdges, DoubleRoundsTheProductBeforeTheOffsetIsAdded)
 
 TEST(ScalingEdges, FloatRoundsProductAndSumToFloat)
 {
-    // 16777217 is no float: the product is rounded to 16777216 before 1 is added, and so is the
+    // 16777217 is not a float: the product is rounded to 16777216 before 1 is added, and so is the
     // sum.
     const QVariant result = scaled<float>(ownVariant(1.0F), 16777217.0, 1.0);
     EXPECT_EQ(result, QVariant(16777216.0F));
@@ -172,7 +172,7 @@ TEST(ScalingEdges, OutOfRangeResultsWrapInEveryIntegerType)
               QVariant((200 + 10000000000LL) % 256));
 }
 
-TEST(ScalingEdges, ANarrowRawValueIsReadThroughItsOwnTypeFirst)
+TEST(ScalingEdges, TheRawValueIsConvertedToTheElementTypeFirst)
 {
     // 300 becomes 44 as an unsigned char before it is scaled.
     EXPECT_EQ(scaled<unsigned char>(300, 1, 0), QVariant(44));
@@ -207,7 +207,7 @@ TYPED_TEST(Scaling, InvalidRecordKeepsItsScaledValue)
     EXPECT_EQ(record.scaledValue, QVariant(QStringLiteral("kept")));
 }
 
-TYPED_TEST(Scaling, NothingButTheScaledValueChanges)
+TYPED_TEST(Scaling, OnlyTheScaledValueChanges)
 {
     using T = typename TypeParam::T;
     T record = rawRecord<T>(QStringLiteral("12"));
@@ -233,7 +233,7 @@ TYPED_TEST(Scaling, ARawValueThatDoesNotConvertScalesLikeZero)
         EXPECT_EQ((scaled<N, T>(raw, 3, 9.75)), QVariant(N(9.75))) << raw.typeName();
 }
 
-TYPED_TEST(Scaling, AProductOrSumThatIsNotFiniteGivesZeroInIntegerTypes)
+TYPED_TEST(Scaling, NonFiniteProductsAndSumsBecomeZeroInIntegerTypes)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;

@@ -54,7 +54,7 @@ TYPED_TEST_SUITE(SeriesStatistics, HandlerCases);
 
 } // namespace
 
-TYPED_TEST(SeriesStatistics, EachOperationAnswersItsQuantity)
+TYPED_TEST(SeriesStatistics, EachOperationReturnsItsStatistic)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -67,7 +67,7 @@ TYPED_TEST(SeriesStatistics, EachOperationAnswersItsQuantity)
     EXPECT_EQ(Handler::getMin(values), 2.0);
 }
 
-TYPED_TEST(SeriesStatistics, AllAtOnceFillsEveryOutputWithWhatItsNameSays)
+TYPED_TEST(SeriesStatistics, CalcTypeBasedStatsFillsEveryOutput)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -81,7 +81,7 @@ TYPED_TEST(SeriesStatistics, AllAtOnceFillsEveryOutputWithWhatItsNameSays)
     EXPECT_EQ(stats.minimum.userType(), storedTypeIdOf<N>);
 }
 
-TYPED_TEST(SeriesStatistics, InvalidRecordsAreLeftOut)
+TYPED_TEST(SeriesStatistics, InvalidRecordsAreIgnored)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -101,7 +101,7 @@ TYPED_TEST(SeriesStatistics, InvalidRecordsAreLeftOut)
     EXPECT_EQ(Handler::getMin(values), 2.0);
 }
 
-TYPED_TEST(SeriesStatistics, ASeriesOfInvalidRecordsIsLikeAnEmptyOne)
+TYPED_TEST(SeriesStatistics, ASeriesOfInvalidRecordsCountsAsEmpty)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -124,7 +124,7 @@ TYPED_TEST(SeriesStatistics, AScaledValueThatDoesNotConvertCountsAsZero)
     EXPECT_EQ(Handler::getMax(values), 20.0);
 }
 
-TYPED_TEST(SeriesStatistics, ATextCountsAsTheNumberThatItSpells)
+TYPED_TEST(SeriesStatistics, AStringCountsAsTheNumberItContains)
 {
     using Handler = GenericValueHandler<typename TypeParam::N, typename TypeParam::T>;
     const auto values =
@@ -143,7 +143,7 @@ TYPED_TEST(SeriesStatistics, TheRawValueIsNeverRead)
     EXPECT_EQ((GenericValueHandler<N, T>::getMax(values)), 10.0);
 }
 
-TYPED_TEST(SeriesStatistics, ElementsOfTheirOwnTypeAreTakenAsTheyAre)
+TYPED_TEST(SeriesStatistics, ValuesOfTheElementTypeAreUsedUnchanged)
 {
     using N = typename TypeParam::N;
     using T = typename TypeParam::T;
@@ -204,7 +204,7 @@ TYPED_TEST(SeriesStatistics, AgreesWithExactSumsOnRandomSeries)
     }
 }
 
-TEST(SeriesStatisticsEdges, UnsignedCharExtremesComeBackAsInt)
+TEST(SeriesStatisticsEdges, UnsignedCharExtremesAreReturnedAsInt)
 {
     const auto values = scaledRecords<J1939Value>({200, 100});
     EXPECT_EQ((GenericValueHandler<unsigned char, J1939Value>::getMax(values)), 200.0);
@@ -213,21 +213,21 @@ TEST(SeriesStatisticsEdges, UnsignedCharExtremesComeBackAsInt)
     EXPECT_EQ(stats.maximum.toInt(), 200);
 }
 
-TEST(SeriesStatisticsEdges, TheGreatestUnsignedNumberComesBackAsTheNearestDouble)
+TEST(SeriesStatisticsEdges, TheLargestUnsignedNumberIsReturnedAsTheNearestDouble)
 {
     const auto values = scaledRecords<CANopenObjectValue>({18446744073709551615ULL, 1ULL});
     EXPECT_EQ((GenericValueHandler<unsigned long long, CANopenObjectValue>::getMax(values)),
               18446744073709551616.0);
 }
 
-TEST(SeriesStatisticsEdges, FloatReadsEveryVariantByItsConversionToFloat)
+TEST(SeriesStatisticsEdges, FloatElementsAreReadByConversionToFloat)
 {
     const auto values = scaledRecords<J1939Value>({0.1, QStringLiteral("0.5"), 3});
     EXPECT_EQ((GenericValueHandler<float, J1939Value>::getMin(values)), double(0.1F));
     EXPECT_EQ((GenericValueHandler<float, J1939Value>::getMax(values)), 3.0);
 }
 
-TEST(SeriesStatisticsEdges, ValuesThatAreNotFiniteAreNoMeasurements)
+TEST(SeriesStatisticsEdges, NonFiniteValuesAreIgnored)
 {
     const double infinity = std::numeric_limits<double>::infinity();
     const double notANumber = std::numeric_limits<double>::quiet_NaN();

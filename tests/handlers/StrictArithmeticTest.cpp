@@ -4,13 +4,14 @@
 
 #include <cmath>
 
-// Built together with the library's own sources for a processor with fused multiply-add. Each case
-// has a product whose rounding error a contraction would carry into the sum.
+// Compiled together with the library's sources for a processor with fused multiply-add. In each
+// case, the rounding error of a product would reach the sum if the compiler contracted the two
+// operations.
 
 namespace
 {
 
-const double x = 1 + std::ldexp(1.0, -30); // x * x is 1 + 2^-29 when rounded, 2^-60 more exactly
+const double x = 1 + std::ldexp(1.0, -30); // x * x is exactly 1 + 2^-29 + 2^-60
 const double rounded = std::ldexp(1.0, -29);
 
 class StrictArithmetic : public testing::Test
