@@ -6,7 +6,7 @@
 
 #include <type_traits>
 
-TEST(CanErrorNames, HoldExactlyTheEightKindsOfError)
+TEST(CanErrorNames, NameExactlyTheEightKindsOfError)
 {
     const QMap<unsigned char, QString> expected{
         {1, "Stuff error"},       {2, "Form error"},          {3, "Acknowledgment error"},
@@ -23,12 +23,12 @@ TEST(CanErrorNames, HaveNoEntryForZeroOrNine)
     EXPECT_FALSE(canErrorNames.contains(255));
 }
 
-TEST(FdDataLengths, HoldThePayloadLengthsBeyondEightInAscendingOrder)
+TEST(FdDataLengths, ListThePayloadLengthsAboveEightInAscendingOrder)
 {
     EXPECT_EQ(fdDataLengths, (QList<unsigned char>{12, 16, 20, 24, 32, 48, 64}));
 }
 
-TEST(LibVantrel, ConstructingOneHasNoEffect)
+TEST(LibVantrel, IsAnEmptyClassThatCanBeConstructed)
 {
     static_assert(std::is_empty_v<LibVantrel>);
     static_assert(!std::is_polymorphic_v<LibVantrel>);
