@@ -16,19 +16,19 @@
 namespace
 {
 
-/// A raw value that can do something when it is destroyed.
-struct LastWords {
-    ~LastWords()
+/// A raw value that makes a call when it is destroyed.
+struct DestructionCall {
+    ~DestructionCall()
     {
-        if (const auto speak = std::exchange(atDestruction, nullptr))
-            speak();
+        if (const auto call = std::exchange(atDestruction, nullptr))
+            call();
     }
 
     static inline std::function<void()> atDestruction;
 };
 
-/// What this thread does the next time it is about to take a lock for writing, and the next time it
-/// has released a lock.
+/// Hooks that are called once: before this thread next takes a lock for writing, and after it next
+/// releases a lock.
 thread_local const std::function<void()>*beforeWriteLock = nullptr, *afterUnlock = nullptr;
 
 void callOnce(const std::function<void()>*& hook)
@@ -37,7 +37,7 @@ void callOnce(const std::function<void()>*& hook)
         (*call)();
 }
 
-/// Whether the thread of this process with the number \a id waits for something.
+/// Whether the thread of this process with the number \a id is sleeping.
 bool isAsleep(long id)
 {
     QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(id));
@@ -51,7 +51,7 @@ template <typename T>
 class SignalClearing : public testing::Test
 {
 protected:
-    /// The number of records as readers of the series and of the statistics see it, and the
+    /// The number of records, as reported for the series and with the statistics, and the
     /// statistics.
     std::vector<double> state() const
     {
@@ -66,9 +66,9 @@ TYPED_TEST_SUITE(SignalClearing, RecordTypes);
 
 } // namespace
 
-Q_DECLARE_METATYPE(LastWords)
+Q_DECLARE_METATYPE(DestructionCall)
 
-// Found before QtCore's.
+// These override QtCore's functions.
 
 void QReadWriteLock::lockForWrite()
 {
@@ -86,11 +86,11 @@ void QReadWriteLock::unlock()
     callOnce(afterUnlock);
 }
 
-TYPED_TEST(SignalClearing, ChangesNothingBeforeItHasTheWriteLockAndNothingAfterReleasingIt)
+TYPED_TEST(SignalClearing, ChangesTheSignalOnlyWhileItHoldsTheWriteLock)
 {
     this->signal.setDatatype(dataType(4));
     this->signal.appendValues(rawRecords<TypeParam>({1, 2, 3}), 1, 0);
-    feed(this->signal, {4, 10}); // in the place of the 3, then of the 4
+    feed(this->signal, {4, 10}); // replaces the 3, then the 4
     std::vector<double> before, after;
     const std::function<void()> lookAfterwards = [&] { after = this->state(); };
     const std::function<void()> lookBefore = [&] {
@@ -104,18 +104,18 @@ TYPED_TEST(SignalClearing, ChangesNothingBeforeItHasTheWriteLockAndNothingAfterR
     EXPECT_EQ(std::exchange(beforeWriteLock, nullptr), nullptr) << "no write lock was taken";
 }
 
-TYPED_TEST(SignalClearing, ARatingThatWaitsForItFindsNothingToRate)
+TYPED_TEST(SignalClearing, ARatingThatWaitsForItSeesAnEmptySeries)
 {
     this->signal.setDatatype(dataType(4));
     this->signal.setValueHandling(append);
     for (int i = 0; i < 2; ++i)
-        this->signal.setNewValue(rawRecord<TypeParam>(QVariant::fromValue(LastWords())));
+        this->signal.setNewValue(rawRecord<TypeParam>(QVariant::fromValue(DestructionCall())));
     EXPECT_EQ(this->signal.getRating(1, true, 50, 60), 0);
     std::thread reader;
     std::atomic<long> readerId{0};
     int rating = -1;
-    // The records are counted still, and locked.
-    LastWords::atDestruction = [&] {
+    // At this point the records are still counted, and the write lock is held.
+    DestructionCall::atDestruction = [&] {
         reader = std::thread([&] {
             readerId = syscall(SYS_gettid);
             rating = this->signal.getRating(1, true, 50, 60);

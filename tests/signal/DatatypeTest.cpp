@@ -16,11 +16,11 @@ protected:
 };
 TYPED_TEST_SUITE(SignalDatatype, RecordTypes);
 
-/// What a data type does, told apart by the behaviour of a signal alone.
+/// The effects of a data type that can be seen from outside the signal.
 struct Behaviour {
     QMetaType::Type scaledType; ///< of a scaled value
     double minusOne;            ///< 1 scaled by -1
-    double reading;             ///< of the number big in the calculator
+    double reading;             ///< the number big, as read by the calculator
 };
 
 constexpr qlonglong big = (1LL << 40) + (1LL << 33) + 300;
@@ -55,7 +55,7 @@ QVector<quint32> codes()
 
 } // namespace
 
-TYPED_TEST(SignalDatatype, EveryCodeIsStoredAsItIs)
+TYPED_TEST(SignalDatatype, EveryCodeIsStoredUnchanged)
 {
     for (const quint32 code : codes()) {
         this->signal.setDatatype(dataType(code));
@@ -74,7 +74,7 @@ TYPED_TEST(SignalDatatype, CodesInTheTableScaleInTheirElementType)
     }
 }
 
-TYPED_TEST(SignalDatatype, CodesInTheTableMakeTheCalculatorOneOfTheirElementType)
+TYPED_TEST(SignalDatatype, CodesInTheTableCreateACalculatorOfTheirElementType)
 {
     for (const auto& [code, behaviour] : table) {
         GenericSignalImpl<TypeParam> fresh;
@@ -104,10 +104,10 @@ TYPED_TEST(SignalDatatype, CodesOutsideTheTableCopyTheRawValueAndKeepTheCalculat
     }
 }
 
-TYPED_TEST(SignalDatatype, Code18MakesTheCalculatorASignedCharOne)
+TYPED_TEST(SignalDatatype, Code18CreatesASignedCharCalculator)
 {
     this->signal.setDatatype(dataType(18));
-    this->signal.setDatatype(dataType(9)); // unscaled, so it is the calculator that narrows
+    this->signal.setDatatype(dataType(9)); // unscaled, so only the calculator narrows
     feed(this->signal, {200});
     EXPECT_EQ(this->signal.calcAverage(), -56.0);
 }
@@ -143,7 +143,7 @@ TYPED_TEST(SignalDatatype, AnotherCodeOfTheSameElementTypeDiscardsTheStatistics)
     EXPECT_EQ(this->signal.calcAverage(), 0.0);
 }
 
-TYPED_TEST(SignalDatatype, StoredRecordsFlagsAndCachesSurviveAChange)
+TYPED_TEST(SignalDatatype, StoredRecordsFlagsAndCachesSurviveAChangeOfDataType)
 {
     this->signal.setDatatype(dataType(4));
     this->signal.setValueHandling(append);
@@ -162,7 +162,7 @@ TYPED_TEST(SignalDatatype, StoredRecordsFlagsAndCachesSurviveAChange)
     EXPECT_EQ(this->signal.getDeviation(), 5.0);
 }
 
-TYPED_TEST(SignalDatatype, BeforeAnyDataTypeValuesReachAnIntCalculator)
+TYPED_TEST(SignalDatatype, BeforeTheFirstDataTypeTheCalculatorIsAnIntCalculator)
 {
     auto record = rawRecord<TypeParam>(7.75);
     this->signal.setNewValue(record, 1, 0);

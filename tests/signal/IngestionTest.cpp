@@ -75,7 +75,7 @@ TYPED_TEST(SignalIngestion, HandlingTwoAppendsAndFeedsEveryValue)
     EXPECT_EQ(this->signal.getMin(), 3.0);
 }
 
-TYPED_TEST(SignalIngestion, ARecordWithoutScalingIsStoredAsGivenAndNotFed)
+TYPED_TEST(SignalIngestion, ARecordWithoutScalingIsStoredUnchangedAndNotFed)
 {
     this->signal.setValueHandling(append);
     auto record = rawRecord<TypeParam>(10);
@@ -104,7 +104,7 @@ TYPED_TEST(SignalIngestion, TheCallersRecordKeepsItsScaledValue)
     EXPECT_EQ(this->scaledValues(), QVector<int>{20});
 }
 
-TYPED_TEST(SignalIngestion, BatchesAreAppendedInOrderUnderEveryHandling)
+TYPED_TEST(SignalIngestion, BatchesAreAppendedInOrderWithEveryHandling)
 {
     for (const int number : {0, 1, 2, 3}) {
         GenericSignalImpl<TypeParam> fresh;
@@ -118,7 +118,7 @@ TYPED_TEST(SignalIngestion, BatchesAreAppendedInOrderUnderEveryHandling)
     }
 }
 
-TYPED_TEST(SignalIngestion, ABatchAfterHandlingOneKeepsAllButTheLastWhichIsReplaced)
+TYPED_TEST(SignalIngestion, HandlingOneReplacesOnlyTheLastRecordOfABatch)
 {
     this->signal.appendValues(rawRecords<TypeParam>({1, 2, 3}), 1, 0);
     this->signal.setNewValue(rawRecord<TypeParam>(9), 1, 0);
@@ -145,7 +145,7 @@ TYPED_TEST(SignalIngestion, ABatchIsNotFedToTheCalculator)
     EXPECT_EQ(this->signal.getMax(), 10.0);
 }
 
-TYPED_TEST(SignalIngestion, ABatchSetsAverageAndDeviationChangedAlone)
+TYPED_TEST(SignalIngestion, ABatchSetsOnlyAverageChangedAndDeviationChanged)
 {
     for (const bool changed : {false, true}) {
         setFlags(this->signal, changed);
@@ -187,7 +187,7 @@ TYPED_TEST(SignalIngestion, RescalingAnEmptySignalDoesNothing)
     EXPECT_EQ(this->signal.getValueCount(), 0);
 }
 
-TYPED_TEST(SignalIngestion, FactorAndOffsetAreNotMixedUp)
+TYPED_TEST(SignalIngestion, FactorAndOffsetAreNotSwapped)
 {
     auto record = rawRecord<TypeParam>(10);
     this->signal.scaleAndAppendValue(record, 3, 2);
@@ -209,19 +209,19 @@ TYPED_TEST(SignalIngestion, ScaleAndAppendValueAppendsNothing)
     expectFlags(this->signal, false, false, false);
 }
 
-TYPED_TEST(SignalIngestion, WithoutAnElementTypeTheScaledValueIsTheRawOne)
+TYPED_TEST(SignalIngestion, WithoutAnElementTypeTheScaledValueIsACopyOfTheRawValue)
 {
     this->signal.setDatatype(dataType(9));
     auto record = rawRecord<TypeParam>(QStringLiteral("raw"));
     this->signal.scaleAndAppendValue(record, 5, 6);
     EXPECT_EQ(record.scaledValue, QVariant(QStringLiteral("raw")));
-    record.isInvalid = true; // nothing is scaled, so the flag holds nothing back
+    record.isInvalid = true; // the flag prevents scaling only, and nothing is scaled here
     record.rawValue = 12;
     this->signal.scaleAndAppendValue(record, 5, 6);
     EXPECT_EQ(record.scaledValue, QVariant(12));
 }
 
-TYPED_TEST(SignalIngestion, AFlaggedRecordIsStoredUnscaledAndStillFed)
+TYPED_TEST(SignalIngestion, AnInvalidRecordIsStoredUnscaledAndStillFed)
 {
     auto record = rawRecord<TypeParam>(10);
     record.isInvalid = true;
@@ -231,16 +231,16 @@ TYPED_TEST(SignalIngestion, AFlaggedRecordIsStoredUnscaledAndStillFed)
     EXPECT_EQ(this->signal.calcAverage(), 4.0);
 }
 
-TYPED_TEST(SignalIngestion, AValueThatCannotBeReadIsAddedAsZero)
+TYPED_TEST(SignalIngestion, AValueThatDoesNotConvertIsAddedAsZero)
 {
     feed(this->signal, {10});
-    this->signal.setDatatype(dataType(9)); // texts now pass unscaled
+    this->signal.setDatatype(dataType(9)); // strings now reach the calculator unscaled
     this->signal.setNewValue(rawRecord<TypeParam>(QStringLiteral("text")), 1, 0);
     EXPECT_EQ(this->signal.calcAverage(), 5.0);
     EXPECT_EQ(this->signal.getMin(), 0.0);
 }
 
-TYPED_TEST(SignalIngestion, ASnapshotTakenBetweenValuesDoesNotDisturbTheSeries)
+TYPED_TEST(SignalIngestion, SnapshotsBetweenValuesDoNotAffectTheSeries)
 {
     this->signal.setValueHandling(append);
     QVector<QVector<TypeParam>> snapshots;
@@ -255,14 +255,14 @@ TYPED_TEST(SignalIngestion, ASnapshotTakenBetweenValuesDoesNotDisturbTheSeries)
     EXPECT_EQ(this->signal.calcAverage(), 24.5);
 }
 
-TYPED_TEST(SignalIngestion, TheSignalsOwnSnapshotMayBeAppended)
+TYPED_TEST(SignalIngestion, ASnapshotOfTheSignalCanBeAppendedToIt)
 {
     this->signal.appendValues(rawRecords<TypeParam>({1, 2}), 1, 0);
     this->signal.appendValues(this->signal.getValues(), 10, 0);
     EXPECT_EQ(this->scaledValues(), (QVector<int>{10, 20, 10, 20}));
 }
 
-TYPED_TEST(SignalIngestion, NotANumberNeverReachesTheStatistics)
+TYPED_TEST(SignalIngestion, NonFiniteValuesNeverReachTheStatistics)
 {
     this->signal.setDatatype(dataType(17));
     this->signal.setValueHandling(append);
@@ -276,17 +276,17 @@ TYPED_TEST(SignalIngestion, NotANumberNeverReachesTheStatistics)
     EXPECT_EQ(this->signal.calcMedian(), 2.0);
 }
 
-TYPED_TEST(SignalIngestion, AGrowingSeriesMovesItsRecordsAndCopiesNone)
+TYPED_TEST(SignalIngestion, AGrowingSeriesMovesItsRecordsWithoutCopyingThem)
 {
     this->signal.setValueHandling(append);
     const auto record = rawRecord<TypeParam>(QVariant::fromValue(Counted()));
     const int before = Counted::copies;
     for (int i = 0; i < 10000; ++i)
         this->signal.setNewValue(record);
-    EXPECT_EQ(Counted::copies - before, 10000); // the copies that were passed in
+    EXPECT_EQ(Counted::copies - before, 10000); // the copies passed in
 }
 
-TYPED_TEST(SignalIngestion, ABatchIsCopiedOnceAndTheSeriesBeforeItNotAtAll)
+TYPED_TEST(SignalIngestion, AppendingABatchCopiesTheBatchOnceAndTheOlderRecordsNever)
 {
     this->signal.setDatatype(dataType(9)); // scaling copies each raw value once
     const QVector<TypeParam> batch(1000, rawRecord<TypeParam>(QVariant::fromValue(Counted())));

@@ -15,7 +15,7 @@ protected:
         signal.setValueHandling(append);
     }
 
-    /// Two values with this average and deviation, and the caches in line with them.
+    /// Feeds two values with this average and deviation and waits until they are cached.
     void feedAround(int average, int deviation)
     {
         feed(signal, {average - deviation, average + deviation});
@@ -24,10 +24,10 @@ protected:
         ASSERT_EQ(signal.getDeviation(), deviation);
     }
 
-    QVector<QVariant> rawDeviators(double factor)
+    QVector<QVariant> rawDeviators(double k)
     {
         QVector<QVariant> result;
-        for (const T& record : signal.getDeviators(factor))
+        for (const T& record : signal.getDeviators(k))
             result.append(record.rawValue);
         return result;
     }
@@ -38,7 +38,7 @@ TYPED_TEST_SUITE(SignalRating, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(SignalRating, ZeroOrOneRecordRateFullWhateverTheLimits)
+TYPED_TEST(SignalRating, FewerThanTwoRecordsAreRated100WhateverTheLimits)
 {
     EXPECT_EQ(this->signal.getRating(1, true, 50, 60), 100);
     EXPECT_EQ(this->signal.getRating(1, false, 50, 60), 100);
@@ -58,7 +58,7 @@ TYPED_TEST(SignalRating, ReplacedRecordsCountOnce)
     EXPECT_EQ(this->signal.getRating(1, true, 50, 60), 100);
 }
 
-TYPED_TEST(SignalRating, TheThresholdsAreTheAverageMinusAndPlusTheDeviationTimesTheFactor)
+TYPED_TEST(SignalRating, TheThresholdsAreTheAverageMinusAndPlusKDeviations)
 {
     this->feedAround(10, 2);
     EXPECT_EQ(this->signal.getLowerThreshold(1.5), 7.0);
@@ -72,13 +72,13 @@ TYPED_TEST(SignalRating, TheThresholdsAreTheAverageMinusAndPlusTheDeviationTimes
 TYPED_TEST(SignalRating, DeviatorsLieStrictlyOutsideTheBand)
 {
     this->feedAround(10, 2);
-    this->signal.setUpdatingEnabled(false); // the band stays at 10 and 2
+    this->signal.setUpdatingEnabled(false); // the average stays 10 and the deviation 2
     for (const int raw : {6, 7, 10, 13, 14})
         this->signal.setNewValue(rawRecord<TypeParam>(raw));
     EXPECT_EQ(this->rawDeviators(1.5), (QVector<QVariant>{6, 14}));
 }
 
-TYPED_TEST(SignalRating, DeviatorsComeInSeriesOrderWithEveryField)
+TYPED_TEST(SignalRating, DeviatorsAreReturnedInSeriesOrderWithEveryField)
 {
     this->feedAround(10, 2);
     this->signal.setUpdatingEnabled(false);
@@ -100,23 +100,23 @@ TYPED_TEST(SignalRating, DeviatorsComeInSeriesOrderWithEveryField)
     EXPECT_EQ(copy.auxCode2, 6);
 }
 
-TYPED_TEST(SignalRating, DeviatorsCompareTheRawValueWithTheScaledBand)
+TYPED_TEST(SignalRating, DeviatorsAreFoundByComparingRawValuesWithTheBandOfScaledValues)
 {
     this->signal.setNewValue(rawRecord<TypeParam>(4), 2, 0);
     this->signal.setNewValue(rawRecord<TypeParam>(6), 2, 0);
     ASSERT_TRUE(waitForCaches(this->signal));
-    // The scaled values 8 and 12 lie on the band's ends, the raw values 4 and 6 far below.
+    // The scaled values 8 and 12 are the ends of the band, the raw values 4 and 6 are below it.
     EXPECT_EQ(this->rawDeviators(1), (QVector<QVariant>{4, 6}));
 }
 
-TYPED_TEST(SignalRating, FactorZeroListsEveryRecordThatDiffersFromTheAverage)
+TYPED_TEST(SignalRating, WithKZeroEveryRecordThatDiffersFromTheAverageIsADeviator)
 {
     feed(this->signal, {8, 10, 12});
     ASSERT_TRUE(waitForCaches(this->signal));
     EXPECT_EQ(this->rawDeviators(0), (QVector<QVariant>{8, 12}));
 }
 
-TYPED_TEST(SignalRating, ARawValueThatDoesNotConvertCountsAsZeroAmongTheDeviators)
+TYPED_TEST(SignalRating, ForDeviatorsARawValueThatDoesNotConvertCountsAsZero)
 {
     this->feedAround(10, 2);
     this->signal.setNewValue(rawRecord<TypeParam>(QStringLiteral("x")));
@@ -134,7 +134,7 @@ TYPED_TEST(SignalRating, TheNewestValueIsRatedAgainstTheBandOrTheGivenLimits)
     this->feedAround(50, 10);
     this->signal.setUpdatingEnabled(false);
     auto newest = scaledRecord<TypeParam>(35);
-    this->signal.setNewValue(newest); // not fed: the band of factor 2 stays 30 to 70
+    this->signal.setNewValue(newest); // not fed: the band for k = 2 stays 30 to 70
     EXPECT_EQ(this->signal.getRating(2, false, 0, 1), 50);
     EXPECT_EQ(this->signal.getRating(2, true, 0, 100), 100);
     EXPECT_EQ(this->signal.getRating(2, true, 35, 100), 0);
@@ -152,7 +152,7 @@ TYPED_TEST(SignalRating, TheScaledValueOfTheNewestRecordIsRated)
     EXPECT_EQ(this->signal.getRating(0, true, 0, 100), 40);
 }
 
-TYPED_TEST(SignalRating, DataTypesWithoutAnElementTypeRateFull)
+TYPED_TEST(SignalRating, WithoutAnElementTypeTheRatingIs100)
 {
     feed(this->signal, {10, 20});
     for (const quint32 code : {1U, 9U, 10U, 11U, 12U, 13U, 14U, 15U, 19U, 20U, 23U, 26U, 28U, 40U,
@@ -163,7 +163,7 @@ TYPED_TEST(SignalRating, DataTypesWithoutAnElementTypeRateFull)
     }
 }
 
-TYPED_TEST(SignalRating, EveryDataTypeInTheTableRatesInItsElementType)
+TYPED_TEST(SignalRating, EveryDataTypeInTheTableIsRatedInItsElementType)
 {
     // 300.5 read as each element type: Qt rounds it to 301 for the integers; 8 bits keep 45.
     const std::pair<quint32, double> readings[] = {
@@ -180,7 +180,7 @@ TYPED_TEST(SignalRating, EveryDataTypeInTheTableRatesInItsElementType)
     }
 }
 
-TYPED_TEST(SignalRating, LimitsThatAreNotNumbersExcludeNothing)
+TYPED_TEST(SignalRating, NaNLimitsExcludeNothing)
 {
     feed(this->signal, {10, 20});
     const double notANumber = std::numeric_limits<double>::quiet_NaN();

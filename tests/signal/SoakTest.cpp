@@ -14,20 +14,21 @@ namespace
 {
 
 constexpr int signalCount = 100;
-constexpr int period = 50; ///< the raw values are 0 to 49 over and over
+constexpr int period = 50; ///< the raw values repeat 0 to 49
 
-/// A data type for every element type.
+/// One data type for each element type.
 constexpr quint32 codes[] = {2, 3, 4, 5, 6, 7, 8, 17, 21, 27};
 constexpr int typeCount = std::size(codes);
 
-/// How many values go through all signals together, SOAK_VALUES if that is more.
+/// The number of values fed to all signals together. SOAK_VALUES can raise it.
 const int values = std::max(2000000, qEnvironmentVariableIntValue("SOAK_VALUES"));
 
-/// Values of a series until it is cleared: every signal holds every one four times at least.
+/// The number of values in a series before it is cleared. Every signal holds each element type at
+/// least four times.
 const int lifeLength = std::min(10000, values / (signalCount * typeCount * 4) / period * period);
 const int lives = values / (signalCount * lifeLength);
 
-/// Memory is compared from here on: every signal has held every element type.
+/// Memory is first measured after this life: by then, every signal has held every element type.
 constexpr int warmUp = typeCount;
 
 #if ADDRESS_SANITIZER
@@ -48,7 +49,7 @@ template <typename T>
 class Soak : public testing::Test
 {
 protected:
-    /// Side by side: one after the other would wait a refresh period for each.
+    /// In parallel: one after another, each could take a refresh period.
     static void stopUpdating(std::vector<GenericSignalImpl<T>>& all)
     {
         QThreadPool pool;
@@ -57,8 +58,8 @@ protected:
             pool.start([&signal] { signal.setUpdatingEnabled(false); });
     }
 
-    /// A series from the first value to the last, with a snapshot in the middle. Updating must be
-    /// off, and is on from the first value on.
+    /// Records one series from the first value to the last, and takes a snapshot halfway. Updating
+    /// must be off; it is switched on before the first value.
     static void live(GenericSignalImpl<T>& signal, int number)
     {
         signal.clearValues();
@@ -74,12 +75,12 @@ protected:
         ASSERT_EQ(snapshot.constLast().scaledValue.toInt(), lifeLength / 2 % period * 2 + 1);
     }
 
-    static void expectExactFigures(const GenericSignalImpl<T>& signal)
+    static void expectExactStatistics(const GenericSignalImpl<T>& signal)
     {
         const Statistics statistics = statisticsOf(signal);
         EXPECT_EQ(statistics.count, static_cast<unsigned int>(lifeLength));
         EXPECT_EQ(statistics.average, period);
-        // Twice that of the whole numbers below the period, to one unit in the last place.
+        // Twice the deviation of the whole numbers below the period, to one unit in the last place.
         const double deviation = 2 * std::sqrt((period * period - 1) / 12.0);
         EXPECT_GE(statistics.deviation, std::nextafter(deviation, 0));
         EXPECT_LE(statistics.deviation, std::nextafter(deviation, period));
@@ -92,7 +93,7 @@ TYPED_TEST_SUITE(Soak, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(Soak, ManySignalsClearedAndFilledAgainStayExactAndTakeNoMoreMemory)
+TYPED_TEST(Soak, ManySignalsStayExactAndUseNoMoreMemoryWhenClearedAndRefilled)
 {
     std::vector<GenericSignalImpl<TypeParam>> all(signalCount);
     for (auto& signal : all)
@@ -104,7 +105,7 @@ TYPED_TEST(Soak, ManySignalsClearedAndFilledAgainStayExactAndTakeNoMoreMemory)
         for (int number = 0; number < signalCount; ++number)
             this->live(all[static_cast<std::size_t>(number)], life + number);
         for (const auto& signal : all)
-            this->expectExactFigures(signal);
+            this->expectExactStatistics(signal);
         if (life == warmUp)
             warm = residentBytes();
         if (this->HasFailure())
@@ -116,7 +117,7 @@ TYPED_TEST(Soak, ManySignalsClearedAndFilledAgainStayExactAndTakeNoMoreMemory)
         const qint64 resident = residentBytes();
         std::cout << "resident: " << warm / 1024 << " KB warm, " << resident / 1024
                   << " KB at the end\n";
-        constexpr qint64 slack = 2 << 20; // a fraction of what has been cleared
+        constexpr qint64 slack = 2 << 20; // a fraction of the memory that was cleared
         EXPECT_LE(resident, warm + slack);
     }
 }

@@ -64,7 +64,7 @@ TYPED_TEST_SUITE(ElementStatistics, HandlerCases);
 
 } // namespace
 
-TYPED_TEST(SignalStatistics, BeforeUpdatingTheCachesAreZeroWhileTheCalculatorAnswers)
+TYPED_TEST(SignalStatistics, WithoutUpdatingTheCachesAreZeroAndFreshStatisticsAreCorrect)
 {
     this->signal.setValueHandling(replaceNewest);
     feed(this->signal, {8, 12});
@@ -74,7 +74,7 @@ TYPED_TEST(SignalStatistics, BeforeUpdatingTheCachesAreZeroWhileTheCalculatorAns
     EXPECT_EQ(this->signal.calcDeviation(), 2.0);
 }
 
-TYPED_TEST(SignalStatistics, UpdateAverageAndDeviationLeavesTheCachesAndSetsBothFlags)
+TYPED_TEST(SignalStatistics, UpdateAverageAndDeviationKeepsTheCachesAndSetsBothFlags)
 {
     this->signal.setValueHandling(replaceNewest);
     feed(this->signal, {8, 12});
@@ -87,7 +87,7 @@ TYPED_TEST(SignalStatistics, UpdateAverageAndDeviationLeavesTheCachesAndSetsBoth
     EXPECT_FALSE(this->signal.valuesChanged);
 }
 
-TYPED_TEST(SignalStatistics, TheMedianIsZeroUnlessValuesAreAppended)
+TYPED_TEST(SignalStatistics, TheMedianIsZeroWithEveryHandlingButAppend)
 {
     feed(this->signal, {8, 12});
     EXPECT_EQ(this->signal.calcMedian(), 10.0);
@@ -99,7 +99,7 @@ TYPED_TEST(SignalStatistics, TheMedianIsZeroUnlessValuesAreAppended)
     }
 }
 
-TYPED_TEST(SignalStatistics, FlaggedRecordsCountAndAreInTheMedian)
+TYPED_TEST(SignalStatistics, InvalidRecordsAreCountedAndIncludedInTheMedian)
 {
     feed(this->signal, {10});
     auto flagged = scaledRecord<TypeParam>(30);
@@ -109,7 +109,7 @@ TYPED_TEST(SignalStatistics, FlaggedRecordsCountAndAreInTheMedian)
     EXPECT_EQ(this->signal.calcMedian(), 20.0);
 }
 
-TYPED_TEST(SignalStatistics, ExtremesOfAllStatisticsAreDoubleVariants)
+TYPED_TEST(SignalStatistics, GetValueStatisticsReturnsExtremesAsDoubleVariants)
 {
     this->signal.setDatatype(dataType(5));
     feed(this->signal, {10, 250});
@@ -120,7 +120,7 @@ TYPED_TEST(SignalStatistics, ExtremesOfAllStatisticsAreDoubleVariants)
     EXPECT_EQ(statistics.minimum, QVariant(10.0));
 }
 
-TYPED_TEST(SignalStatistics, AllStatisticsFillEveryOutputWithWhatItsNameSays)
+TYPED_TEST(SignalStatistics, GetValueStatisticsFillsEveryOutput)
 {
     feed(this->signal, {2, 4, 4, 4, 5, 5, 7, 9});
     const Statistics statistics = statisticsOf(this->signal);
@@ -143,7 +143,7 @@ TYPED_TEST(SignalStatistics, AllStatisticsOfAnEmptySignalAreZero)
     EXPECT_EQ(statistics.count, 0U);
 }
 
-TYPED_TEST(SignalStatistics, FiguresComeFromTheFedValuesMedianAndCountFromTheSeries)
+TYPED_TEST(SignalStatistics, MedianAndCountComeFromTheSeriesAndTheRestFromTheFedValues)
 {
     feed(this->signal, {10, 20});
     this->signal.appendValues(rawRecords<TypeParam>({1000, 1000, 1000}), 1, 0);
@@ -154,7 +154,7 @@ TYPED_TEST(SignalStatistics, FiguresComeFromTheFedValuesMedianAndCountFromTheSer
     EXPECT_EQ(statistics.count, 5U);
 }
 
-TYPED_TEST(SignalStatistics, AScaledValueThatDoesNotConvertEntersTheMedianAsZero)
+TYPED_TEST(SignalStatistics, ForTheMedianAScaledValueThatDoesNotConvertCountsAsZero)
 {
     this->signal.setNewValue(scaledRecord<TypeParam>(QStringLiteral("x")));
     this->signal.setNewValue(scaledRecord<TypeParam>(QVariant()));
@@ -164,7 +164,7 @@ TYPED_TEST(SignalStatistics, AScaledValueThatDoesNotConvertEntersTheMedianAsZero
     EXPECT_EQ(this->signal.calcMedian(), 3.5);
 }
 
-TYPED_TEST(SignalStatistics, TheMedianReadsTextsInEveryElementType)
+TYPED_TEST(SignalStatistics, TheMedianConvertsStringsToEveryElementType)
 {
     for (const QString& text : {QStringLiteral("6"), QStringLiteral("x"), QStringLiteral("8")})
         this->signal.setNewValue(scaledRecord<TypeParam>(text));
@@ -189,7 +189,7 @@ TYPED_TEST(SignalStatistics, OfAClearedSeriesAreAllZero)
     EXPECT_EQ(statistics.median, 0.0);
 }
 
-TEST(SignalStatisticsEdges, TheMedianReadsFloatsByQtsConversion)
+TEST(SignalStatisticsEdges, TheMedianConvertsToFloatAsQtDoes)
 {
     GenericSignalImpl<J1939Value> signal;
     signal.setDatatype(dataType(8));
@@ -201,7 +201,7 @@ TEST(SignalStatisticsEdges, TheMedianReadsFloatsByQtsConversion)
     EXPECT_EQ(signal.calcMedian(), 0.25);
 }
 
-TYPED_TEST(ElementStatistics, CalculatorAnswersInItsElementType)
+TYPED_TEST(ElementStatistics, StatisticsAreThoseOfTheElementType)
 {
     using N = typename TypeParam::N;
     for (const int number : {2, 4, 4, 4, 5, 5, 7, 9})
@@ -219,7 +219,7 @@ TYPED_TEST(ElementStatistics, ExtremesKeepTheirSign)
     using T = typename TypeParam::T;
     const N lowest = std::numeric_limits<N>::lowest();
     const N highest = std::numeric_limits<N>::max();
-    this->signal.setDatatype(dataType(9)); // unscaled from here on, the calculator stays
+    this->signal.setDatatype(dataType(9)); // values are no longer scaled; the calculator stays
     this->signal.setNewValue(rawRecord<T>(ownVariant(lowest)), 1, 0);
     EXPECT_EQ(this->signal.getMax(), static_cast<double>(lowest));
     this->signal.setNewValue(rawRecord<T>(ownVariant(highest)), 1, 0);

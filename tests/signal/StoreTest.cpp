@@ -13,7 +13,7 @@ TYPED_TEST_SUITE(SignalStore, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(SignalStore, ASignalIsNeverCopied)
+TYPED_TEST(SignalStore, ASignalCannotBeCopied)
 {
     EXPECT_FALSE(std::is_copy_constructible_v<GenericSignalImpl<TypeParam>>);
     EXPECT_FALSE(std::is_copy_assignable_v<GenericSignalImpl<TypeParam>>);
@@ -37,7 +37,7 @@ TYPED_TEST(SignalStore, GetValueOfAnEmptySignalReturnsFalseAndLeavesTheRecordUnc
     EXPECT_EQ(record.rawValue, QVariant(5));
 }
 
-TYPED_TEST(SignalStore, GetValueReachesTheNewestRecordAndNothingPastIt)
+TYPED_TEST(SignalStore, GetValueReadsEveryRecordAndNothingPastTheNewest)
 {
     this->signal.appendValues(rawRecords<TypeParam>({1, 2, 3}), 1, 0);
     TypeParam record;
@@ -131,7 +131,7 @@ TYPED_TEST(SignalStore, ASnapshotKeepsItsContentsAcrossEveryKindOfChange)
     });
 }
 
-TYPED_TEST(SignalStore, ABatchIsTheCallersOwnBeforeAndAfter)
+TYPED_TEST(SignalStore, ABatchAndTheStoredRecordsAreIndependent)
 {
     auto batch = rawRecords<TypeParam>({1, 2});
     this->signal.appendValues(batch, 3, 0);
@@ -143,7 +143,7 @@ TYPED_TEST(SignalStore, ABatchIsTheCallersOwnBeforeAndAfter)
     EXPECT_EQ(record.scaledValue, QVariant(3.0));
 }
 
-TYPED_TEST(SignalStore, ClearingEmptiesStoreAndCalculatorAndNothingElse)
+TYPED_TEST(SignalStore, ClearingEmptiesOnlyTheSeriesAndTheCalculator)
 {
     this->signal.setDatatype(dataType(5));
     this->signal.setValueHandling(append);
@@ -164,12 +164,12 @@ TYPED_TEST(SignalStore, ClearingEmptiesStoreAndCalculatorAndNothingElse)
     EXPECT_EQ(static_cast<int>(this->signal.getValueHandling()), 2);
     EXPECT_EQ(this->signal.getAverage(), 130.0);
     EXPECT_EQ(this->signal.getDeviation(), 120.0);
-    // The calculator still takes the values as unsigned char.
+    // The calculator still reads values as unsigned char.
     feed(this->signal, {300});
     EXPECT_EQ(this->signal.getMax(), 44.0);
 }
 
-TYPED_TEST(SignalStore, CachedFiguresFollowAClearWithTheNextPass)
+TYPED_TEST(SignalStore, CachedStatisticsFollowAClearWithTheNextPass)
 {
     this->signal.setDatatype(dataType(4));
     this->signal.setValueHandling(append);

@@ -10,7 +10,8 @@
 #include <utility>
 #include <vector>
 
-/// A raw value whose conversion lets a test do something in the middle of scaling or reading.
+/// A raw value whose conversion makes a call, so that a test can act in the middle of scaling or
+/// reading.
 struct Interruption {
     static inline std::function<void()> during;
 };
@@ -45,7 +46,7 @@ protected:
         signal.setValueHandling(append);
     }
 
-    /// Runs \a reader in two threads, over and over, while \a writer runs in this one.
+    /// Runs \a writer in this thread while two other threads call \a reader in a loop.
     template <typename Writer, typename Reader>
     void whileReading(Writer writer, Reader reader)
     {
@@ -75,10 +76,10 @@ constexpr int rounds = 3000;
 
 } // namespace
 
-// QVector's own assertions and the address sanitizer watch these in debug builds: storage that a
-// reader is copying must not be replaced under it.
+// In debug builds, QVector's assertions and AddressSanitizer check that storage is not replaced
+// while a reader copies it.
 
-TYPED_TEST(SignalThreads, SnapshotsTakenWhileValuesArriveAreWhole)
+TYPED_TEST(SignalThreads, SnapshotsTakenWhileValuesArriveAreConsistent)
 {
     std::atomic<int> broken{0};
     this->whileReading(
@@ -96,9 +97,9 @@ TYPED_TEST(SignalThreads, SnapshotsTakenWhileValuesArriveAreWhole)
     EXPECT_EQ(this->signal.calcAverage(), (rounds - 1) / 2.0);
 }
 
-TYPED_TEST(SignalThreads, StorageIsNeverReplacedUnderAReaderThatIsCopyingIt)
+TYPED_TEST(SignalThreads, StorageIsNeverReplacedWhileAReaderCopiesIt)
 {
-    // A short series: its storage is unshared and replaced as often as can be.
+    // With a short series, storage is unshared and replaced as often as possible.
     this->signal.setValueHandling(replaceNewest);
     feed(this->signal, {1});
     std::atomic<int> broken{0};
@@ -114,7 +115,7 @@ TYPED_TEST(SignalThreads, StorageIsNeverReplacedUnderAReaderThatIsCopyingIt)
     EXPECT_EQ(broken, 0);
 }
 
-TYPED_TEST(SignalThreads, HeldSnapshotsMakeARescaleCopyEveryRecordOnceAndNotOnceMoreEach)
+TYPED_TEST(SignalThreads, HeldSnapshotsMakeARescaleCopyEveryRecordOnlyOnce)
 {
     constexpr int length = 4000;
     const auto record = rawRecord<TypeParam>(QVariant::fromValue(Counted()));
@@ -124,7 +125,7 @@ TYPED_TEST(SignalThreads, HeldSnapshotsMakeARescaleCopyEveryRecordOnceAndNotOnce
         this->signal.updateScaledValues(1, 0);
         return Counted::copies - before;
     };
-    const int alone = copiesOfARescale(); // reading a raw value takes copies too
+    const int alone = copiesOfARescale(); // reading a raw value copies it too
     int most = 0;
     this->whileReading(
         [&] {
@@ -132,11 +133,11 @@ TYPED_TEST(SignalThreads, HeldSnapshotsMakeARescaleCopyEveryRecordOnceAndNotOnce
                 most = std::max(most, copiesOfARescale());
         },
         [held = QVector<TypeParam>(), this]() mutable { held = this->signal.getValues(); });
-    EXPECT_GE(most, alone + length); // the snapshots were held indeed
+    EXPECT_GE(most, alone + length); // a snapshot was held at least once
     EXPECT_LE(most, alone + length);
 }
 
-TYPED_TEST(SignalThreads, SnapshotsHeldWhileTheSeriesIsRescaledAndExtendedAreWhole)
+TYPED_TEST(SignalThreads, SnapshotsHeldWhileTheSeriesIsRescaledAndExtendedAreConsistent)
 {
     std::atomic<int> broken{0};
     this->whileReading(
@@ -179,7 +180,7 @@ TYPED_TEST(SignalThreads, ReadersSurviveClearingAndRefilling)
     EXPECT_EQ(broken, 0);
 }
 
-TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo)
+TYPED_TEST(SignalThreads, RatingsAndThresholdsAreCorrectWhileUnscaledValuesComeAndGo)
 {
     feed(this->signal, {40, 60});
     ASSERT_TRUE(waitForCaches(this->signal));
@@ -202,12 +203,12 @@ TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo
             }
         },
         [&] {
-            // 50 lies below the inner half of the limits; fewer than two records rate 100.
+            // 50 lies below the inner half of the limits; fewer than two records are rated 100.
             const int rating = this->signal.getRating(1, true, 40, 100);
             broken += rating != 67 && rating != 100;
             rated += rating == 67;
             const QVector<TypeParam> deviators = this->signal.getDeviators(1);
-            broken += deviators.size() > 3; // of five records in turn
+            broken += deviators.size() > 3; // of the five between two clears
             for (const TypeParam& deviator : deviators)
                 broken += deviator.rawValue.toInt() != 80;
             listed += !deviators.isEmpty();
@@ -220,7 +221,7 @@ TYPED_TEST(SignalThreads, RatingsAndThresholdsAnswerWhileUnscaledValuesComeAndGo
     EXPECT_EQ(broken, 0);
 }
 
-TYPED_TEST(SignalThreads, ARescaleKeepsWritersOutAndLetsReadersIn)
+TYPED_TEST(SignalThreads, ARescaleBlocksWritersButNotReaders)
 {
     using namespace std::chrono_literals;
     QVector<TypeParam> snapshot;
@@ -231,7 +232,7 @@ TYPED_TEST(SignalThreads, ARescaleKeepsWritersOutAndLetsReadersIn)
         this->signal.setNewValue(interruptedRecord<TypeParam>([&] {
             reader = std::async(std::launch::async, [&] { return this->signal.getValueCount(); });
             EXPECT_EQ(reader.wait_for(30s), std::future_status::ready);
-            // Rejected, but not before it has the write lock.
+            // Will be rejected, but only once it has the write lock.
             writer = std::async(std::launch::async,
                                 [&] { return this->signal.setNewValue(TypeParam()); });
             EXPECT_EQ(writer.wait_for(100ms), std::future_status::timeout);
@@ -245,7 +246,7 @@ TYPED_TEST(SignalThreads, ARescaleKeepsWritersOutAndLetsReadersIn)
     }
 }
 
-TYPED_TEST(SignalThreads, ARescaleWaitsForNoReaderUnlessASnapshotSharesTheSeries)
+TYPED_TEST(SignalThreads, ARescaleDoesNotWaitForReadersUnlessASnapshotSharesTheSeries)
 {
     std::promise<void> reading, rescaled;
     const auto interrupted = interruptedRecord<TypeParam>([&] {
@@ -256,7 +257,7 @@ TYPED_TEST(SignalThreads, ARescaleWaitsForNoReaderUnlessASnapshotSharesTheSeries
     EXPECT_TRUE(this->signal.setNewValue(interrupted));
     const auto reader =
         std::async(std::launch::async, [&] { return this->signal.getDeviators(1).size(); });
-    // In the middle of the series, under the read lock.
+    // The reader is in the middle of the series and holds the read lock.
     ASSERT_EQ(reading.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
     this->signal.updateScaledValues(1, 0);
     rescaled.set_value();
@@ -281,11 +282,11 @@ TYPED_TEST(SignalThreads, FlagsResetWhileAValueIsScaledAreSetAgain)
     const auto interrupted =
         interruptedRecord<TypeParam>([this] { setFlags(this->signal, false); });
     EXPECT_TRUE(this->signal.setNewValue(interrupted, 1, 0));
-    EXPECT_FALSE(Interruption::during); // it has been called
+    EXPECT_FALSE(Interruption::during); // the call was made
     expectFlags(this->signal, true, true, true);
 }
 
-TYPED_TEST(SignalThreads, FlagsMayBeReadAndResetFromAnyThread)
+TYPED_TEST(SignalThreads, FlagsCanBeReadAndResetFromAnyThread)
 {
     std::atomic<int> seen{0};
     this->whileReading(

@@ -24,7 +24,7 @@ TYPED_TEST_SUITE(SignalUpdating, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(SignalUpdating, SwitchingOnTwiceMakesOneWorker)
+TYPED_TEST(SignalUpdating, SwitchingOnTwiceStartsOneWorker)
 {
     this->signal.setUpdatingEnabled(true);
     this->signal.setUpdatingEnabled(true);
@@ -36,13 +36,13 @@ TYPED_TEST(SignalUpdating, SwitchingOnTwiceMakesOneWorker)
     EXPECT_TRUE(settlesAt(0));
 }
 
-TYPED_TEST(SignalUpdating, SwitchingOffWhatWasNeverOnStartsNothing)
+TYPED_TEST(SignalUpdating, SwitchingOffWithoutAWorkerStartsNothing)
 {
     this->signal.setUpdatingEnabled(false);
     EXPECT_TRUE(settlesAt(0));
 }
 
-TYPED_TEST(SignalUpdating, AfterSwitchingOffAFreshWorkerCanBeStarted)
+TYPED_TEST(SignalUpdating, AfterSwitchingOffANewWorkerCanBeStarted)
 {
     for (int round = 0; round < 3; ++round) {
         this->signal.setUpdatingEnabled(true);
@@ -54,7 +54,7 @@ TYPED_TEST(SignalUpdating, AfterSwitchingOffAFreshWorkerCanBeStarted)
     }
 }
 
-TYPED_TEST(SignalUpdating, HandlingTwoStartsTheWorkerAndEveryOtherStopsIt)
+TYPED_TEST(SignalUpdating, HandlingTwoStartsTheWorkerAndEveryOtherHandlingStopsIt)
 {
     for (const int number : {0, 1, 3, 255}) {
         this->signal.setValueHandling(append);
@@ -88,13 +88,13 @@ TYPED_TEST(SignalUpdating, CachesKeepTheirValuesWhenUpdatingStops)
     EXPECT_EQ(this->signal.calcAverage(), 40.0);
 }
 
-TYPED_TEST(SignalUpdating, TheWorkersPassSetsNoFlags)
+TYPED_TEST(SignalUpdating, APassOfTheWorkerSetsNoFlags)
 {
     this->signal.setValueHandling(append);
     feed(this->signal, {8, 12});
     ASSERT_TRUE(waitForCaches(this->signal));
     setFlags(this->signal, false);
-    this->signal.clearValues(); // sets no flag, and lets a further pass be seen
+    this->signal.clearValues(); // sets no flag, and makes the next pass visible
     ASSERT_TRUE(waitUntil([&] { return this->signal.getDeviation() == 0.0; }));
     expectFlags(this->signal, false, false, false);
 }
@@ -117,25 +117,25 @@ TYPED_TEST(SignalUpdating, PassesAreAHundredMillisecondsApart)
         feed(this->signal, {1000 * pass * pass});
         ASSERT_TRUE(waitUntil([&] { return this->signal.getAverage() != before; }));
     }
-    // Eleven passes have been seen, so ten pauses lie between them; a loaded machine may stretch
-    // these, nothing shortens them.
+    // Eleven passes have been seen, so there were ten pauses between them. A loaded machine may
+    // lengthen the pauses; nothing shortens them.
     const auto elapsed = Clock::now() - start;
     EXPECT_GE(elapsed, std::chrono::milliseconds(1000));
     EXPECT_LE(elapsed, std::chrono::seconds(15));
 }
 
-TYPED_TEST(SignalUpdating, ADestroyedSignalStopsItsWorker)
+TYPED_TEST(SignalUpdating, DestroyingASignalStopsItsWorker)
 {
     {
-        GenericSignalImpl<TypeParam> forgotten;
-        forgotten.setValueHandling(append);
-        feed(forgotten, {1});
+        GenericSignalImpl<TypeParam> shortLived;
+        shortLived.setValueHandling(append);
+        feed(shortLived, {1});
         EXPECT_TRUE(settlesAt(1));
     }
     EXPECT_TRUE(settlesAt(0));
 }
 
-TYPED_TEST(SignalUpdating, ManySignalsAreDestroyedAtEveryMomentOfTheirPass)
+TYPED_TEST(SignalUpdating, SignalsCanBeDestroyedAtAnyPointOfAPass)
 {
     std::vector<std::unique_ptr<GenericSignalImpl<TypeParam>>> fleet;
     for (int i = 0; i < 50; ++i) {
