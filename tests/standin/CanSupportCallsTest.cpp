@@ -15,7 +15,7 @@ class CanSupportCalls : public testing::Test
 };
 TYPED_TEST_SUITE(CanSupportCalls, RecordTypes);
 
-/// The calls into the record itself, without those into the statistics.
+/// The recorded calls to valueToFloat(), without those to the statistics.
 Calls takeFloatReadings()
 {
     Calls readings;
@@ -28,12 +28,12 @@ Calls takeFloatReadings()
 
 } // namespace
 
-TYPED_TEST(CanSupportCalls, RecordsBeginAsTheHostsBaseMakesThem)
+TYPED_TEST(CanSupportCalls, NewRecordsHaveTheInitialValuesOfTheHostsBaseClass)
 {
     EXPECT_EQ(TypeParam().valueTag, -1);
 }
 
-TYPED_TEST(CanSupportCalls, FloatReadsRawAndScaledValuesThroughTheRecordItself)
+TYPED_TEST(CanSupportCalls, FloatElementsAreReadByCallingTheRecord)
 {
     using Handler = GenericValueHandler<float, TypeParam>;
     auto record = rawRecord<TypeParam>(1.0F);
@@ -60,7 +60,7 @@ TYPED_TEST(CanSupportCalls, FloatReadsRawAndScaledValuesThroughTheRecordItself)
     EXPECT_EQ(takeFloatReadings(), twoReadings);
 }
 
-TYPED_TEST(CanSupportCalls, OtherElementTypesReadTheFieldsThemselves)
+TYPED_TEST(CanSupportCalls, OtherElementTypesAreReadFromTheFieldsDirectly)
 {
     using Handler = GenericValueHandler<double, TypeParam>;
     auto record = rawRecord<TypeParam>(1.0F);

@@ -6,7 +6,7 @@
 namespace
 {
 
-/// A signal whose worker's thread has ended in its first pass, while updating stays switched on.
+/// A signal whose worker thread has ended in its first pass while updating is still switched on.
 template <typename T>
 class EndedWorker : public testing::Test
 {
@@ -32,7 +32,7 @@ TYPED_TEST_SUITE(EndedWorker, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(EndedWorker, LeavesTheSignalTakingValuesAndTheCachedFiguresAsTheyWere)
+TYPED_TEST(EndedWorker, LeavesTheSignalUsableAndTheCachesUnchanged)
 {
     feed(this->signal, {7});
     EXPECT_EQ(this->signal.getValueCount(), 1);
@@ -50,7 +50,7 @@ TYPED_TEST(EndedWorker, IsNotReplacedBySwitchingOnAgain)
     EXPECT_EQ(this->signal.getValueCount(), 1);
 }
 
-TYPED_TEST(EndedWorker, IsNotWaitedForWhenSwitchingOffAndOnStartsAFreshOneThatUpdates)
+TYPED_TEST(EndedWorker, IsReplacedBySwitchingOffAndOn)
 {
     this->signal.setUpdatingEnabled(false);
     EXPECT_EQ(this->signal.getAverage(), 0.0);
@@ -62,13 +62,13 @@ TYPED_TEST(EndedWorker, IsNotWaitedForWhenSwitchingOffAndOnStartsAFreshOneThatUp
     EXPECT_TRUE(settlesAt(0));
 }
 
-TYPED_TEST(EndedWorker, DoesNotKeepTheSignalFromBeingDestroyed)
+TYPED_TEST(EndedWorker, DoesNotPreventTheSignalFromBeingDestroyed)
 {
-    // The fixture's destructor would wait for ever.
+    // The fixture's destructor would wait forever.
 }
 
-/// The worker then leaves at the end of its cycle, but nobody has waited for it.
-TYPED_TEST(EndedWorker, IsFollowedByAFreshOneAlsoIfItLeftWhileTheCalculatorBrokeOffTheSwitch)
+/// The worker then ends with its cycle, although setUpdatingEnabled() has not waited for it.
+TYPED_TEST(EndedWorker, IsReplacedEvenIfTheCalculatorThrewWhileSwitchingOff)
 {
     this->signal.setUpdatingEnabled(false);
     this->signal.setUpdatingEnabled(true);

@@ -9,7 +9,7 @@
 namespace
 {
 
-/// A signal whose last data type could not get its calculator.
+/// A signal without a calculator, because constructing one for its data type failed.
 template <typename T>
 class MissingCalculator : public testing::Test
 {
@@ -28,7 +28,7 @@ TYPED_TEST_SUITE(MissingCalculator, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(MissingCalculator, TheDataTypeIsStoredAllTheSame)
+TYPED_TEST(MissingCalculator, TheDataTypeIsStoredAnyway)
 {
     EXPECT_EQ(static_cast<int>(this->signal.getDatatype()), 5);
 }
@@ -49,7 +49,7 @@ TYPED_TEST(MissingCalculator, EveryOperationThatNeedsTheCalculatorThrows)
     EXPECT_THROW(signal.clearValues(), std::bad_variant_access);
 }
 
-TYPED_TEST(MissingCalculator, AllStatisticsStopAfterTheCount)
+TYPED_TEST(MissingCalculator, GetValueStatisticsWritesOnlyTheCount)
 {
     Statistics result;
     EXPECT_THROW(this->signal.getValueStatistics(result.average, result.maximum, result.minimum,
@@ -68,7 +68,7 @@ TYPED_TEST(MissingCalculator, AValueIsStoredAndScaledBeforeFeedingThrows)
     EXPECT_EQ(this->signal.getValues().last().scaledValue, QVariant(14));
 }
 
-TYPED_TEST(MissingCalculator, WhatNeedsNoCalculatorStillWorks)
+TYPED_TEST(MissingCalculator, OperationsThatNeedNoCalculatorStillWork)
 {
     EXPECT_TRUE(this->signal.setNewValue(rawRecord<TypeParam>(7)));
     this->signal.appendValues(rawRecords<TypeParam>({8}), 1, 0);
@@ -77,26 +77,26 @@ TYPED_TEST(MissingCalculator, WhatNeedsNoCalculatorStillWorks)
     EXPECT_EQ(this->signal.getAverage(), 0.0);
 }
 
-TYPED_TEST(MissingCalculator, TheLockIsFreeAfterAClearThatThrew)
+TYPED_TEST(MissingCalculator, AClearThatThrowsReleasesTheLock)
 {
     EXPECT_THROW(this->signal.clearValues(), std::bad_variant_access);
     EXPECT_EQ(this->signal.getValueCount(), 0);
     EXPECT_TRUE(this->signal.setNewValue(rawRecord<TypeParam>(7)));
 }
 
-TYPED_TEST(MissingCalculator, ALaterDataTypeBringsACalculatorAgain)
+TYPED_TEST(MissingCalculator, ALaterDataTypeCreatesACalculator)
 {
     this->signal.setDatatype(dataType(4));
     EXPECT_EQ(this->signal.calcAverage(), 10.0);
 }
 
-TYPED_TEST(MissingCalculator, AnUnmappedDataTypeDoesNot)
+TYPED_TEST(MissingCalculator, AnUnmappedDataTypeCreatesNoCalculator)
 {
     this->signal.setDatatype(dataType(9));
     EXPECT_THROW(this->signal.calcAverage(), std::bad_variant_access);
 }
 
-TYPED_TEST(MissingCalculator, DestroyingTheSignalDoesNotThrowThoughUpdatingWasAskedFor)
+TYPED_TEST(MissingCalculator, DestroyingTheSignalDoesNotThrowAfterUpdatingWasRequested)
 {
     EXPECT_THROW(this->signal.setUpdatingEnabled(true), std::bad_variant_access);
     // The fixture's destructor ends the process if the signal's throws.

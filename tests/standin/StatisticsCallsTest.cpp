@@ -28,14 +28,14 @@ TYPED_TEST_SUITE(StatisticsCalls, RecordTypes);
 
 } // namespace
 
-/// Found before QtCore's.
+/// Overrides QtCore's function.
 void QThread::msleep(unsigned long milliseconds)
 {
     record("pause " + std::to_string(milliseconds));
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
-TYPED_TEST(StatisticsCalls, TheConstructorBuildsADoubleCalculatorThenAnIntOneBothWithoutALog)
+TYPED_TEST(StatisticsCalls, TheConstructorCreatesADoubleThenAnIntCalculatorWithoutALog)
 {
     const GenericSignalImpl<TypeParam> signal;
     EXPECT_EQ(takeOwnCalls(), (Calls{"double construct", "double destroy", "int construct"}));
@@ -50,7 +50,7 @@ TYPED_TEST(StatisticsCalls, DestroyingASignalDestroysItsCalculator)
     EXPECT_EQ(takeOwnCalls(), Calls{"int destroy"});
 }
 
-TYPED_TEST(StatisticsCalls, EveryMappedDataTypeMakesAFreshCalculator)
+TYPED_TEST(StatisticsCalls, EveryMappedDataTypeCreatesANewCalculator)
 {
     const std::pair<quint32, std::string> mapped[] = {{0, "double"},
                                                       {2, "signed char"},
@@ -80,7 +80,7 @@ TYPED_TEST(StatisticsCalls, EveryMappedDataTypeMakesAFreshCalculator)
     }
 }
 
-TYPED_TEST(StatisticsCalls, UnmappedDataTypesLeaveTheCalculatorAlone)
+TYPED_TEST(StatisticsCalls, UnmappedDataTypesKeepTheCalculator)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -89,7 +89,7 @@ TYPED_TEST(StatisticsCalls, UnmappedDataTypesLeaveTheCalculatorAlone)
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(StatisticsCalls, AScaledValueIsAddedThenAverageAndDeviationAreAskedFor)
+TYPED_TEST(StatisticsCalls, AfterAddingAScaledValueAverageAndDeviationAreRequested)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -98,7 +98,7 @@ TYPED_TEST(StatisticsCalls, AScaledValueIsAddedThenAverageAndDeviationAreAskedFo
     EXPECT_EQ(takeOwnCalls(), (Calls{"int addValue 7", "int getAverage", "int getDeviation"}));
 }
 
-TYPED_TEST(StatisticsCalls, RejectedAndUnscaledValuesAndBatchesReachNoCalculator)
+TYPED_TEST(StatisticsCalls, RejectedValuesUnscaledValuesAndBatchesDoNotReachTheCalculator)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -111,7 +111,7 @@ TYPED_TEST(StatisticsCalls, RejectedAndUnscaledValuesAndBatchesReachNoCalculator
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(StatisticsCalls, TheLogIsSwitchedWithEverySwitchOfUpdating)
+TYPED_TEST(StatisticsCalls, EverySwitchOfUpdatingAlsoSwitchesTheLog)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -140,7 +140,7 @@ TYPED_TEST(StatisticsCalls, ClearingClearsTheCalculator)
     EXPECT_EQ(takeOwnCalls(), Calls{"int clear"});
 }
 
-TYPED_TEST(StatisticsCalls, EachFigureIsOneCallAndAllTogetherComeInTheirOrder)
+TYPED_TEST(StatisticsCalls, EachStatisticIsOneCallAndAllAreRequestedInAFixedOrder)
 {
     GenericSignalImpl<TypeParam> signal;
     takeOwnCalls();
@@ -159,7 +159,7 @@ TYPED_TEST(StatisticsCalls, EachFigureIsOneCallAndAllTogetherComeInTheirOrder)
     EXPECT_EQ(statistics.minimum, QVariant(1.0));
 }
 
-TYPED_TEST(StatisticsCalls, CachedFiguresRatingsAndDeviatorsCallNothing)
+TYPED_TEST(StatisticsCalls, CachedStatisticsRatingsAndDeviatorsCallNothing)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -174,7 +174,7 @@ TYPED_TEST(StatisticsCalls, CachedFiguresRatingsAndDeviatorsCallNothing)
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(StatisticsCalls, TheMedianIsAskedOfTheWholeSeriesFlaggedRecordsIncluded)
+TYPED_TEST(StatisticsCalls, TheMedianIsRequestedForTheWholeSeriesIncludingInvalidRecords)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(4));
@@ -196,15 +196,15 @@ TYPED_TEST(StatisticsCalls, TheMedianIsAskedOfTheWholeSeriesFlaggedRecordsInclud
     EXPECT_EQ(takeOwnCalls(), Calls{});
 }
 
-TYPED_TEST(StatisticsCalls, OneWorkerAsksForAverageThenDeviationAndPausesUntilItIsSwitchedOff)
+TYPED_TEST(StatisticsCalls, OneWorkerRequestsAverageThenDeviationAndPausesUntilSwitchedOff)
 {
     GenericSignalImpl<TypeParam> signal;
-    const std::size_t before = callsOfOthers().size();
+    const std::size_t before = callsOfOtherThreads().size();
     signal.setUpdatingEnabled(true);
     signal.setUpdatingEnabled(true);
-    ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 9; }));
+    ASSERT_TRUE(waitUntil([&] { return callsOfOtherThreads().size() >= before + 9; }));
     signal.setUpdatingEnabled(false);
-    const std::vector<Call> calls = callsOfOthers();
+    const std::vector<Call> calls = callsOfOtherThreads();
     std::set<std::thread::id> workers;
     const Calls pass{"int getAverage", "int getDeviation", "pause 100"};
     for (std::size_t i = before; i < calls.size(); ++i) {
@@ -217,7 +217,7 @@ TYPED_TEST(StatisticsCalls, OneWorkerAsksForAverageThenDeviationAndPausesUntilIt
     EXPECT_EQ(signal.getDeviation(), 2.0);
 }
 
-TYPED_TEST(StatisticsCalls, TheBandComesFromTheCachedFigures)
+TYPED_TEST(StatisticsCalls, TheBandIsComputedFromTheCachedStatistics)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setUpdatingEnabled(true);
@@ -227,7 +227,7 @@ TYPED_TEST(StatisticsCalls, TheBandComesFromTheCachedFigures)
     EXPECT_EQ(signal.getUpperThreshold(1.5), 13.0);
 }
 
-TYPED_TEST(StatisticsCalls, SeriesStatisticsHandOverTheValidElementsOnce)
+TYPED_TEST(StatisticsCalls, SeriesStatisticsPassTheValidElementsOnce)
 {
     using Handler = GenericValueHandler<short, TypeParam>;
     auto values = scaledRecords<TypeParam>({3, QStringLiteral("x"), 8, 4});
@@ -241,7 +241,7 @@ TYPED_TEST(StatisticsCalls, SeriesStatisticsHandOverTheValidElementsOnce)
                                      "short calcMaximum [3 0 4]", "short calcMinimum [3 0 4]"}));
 }
 
-TYPED_TEST(StatisticsCalls, AllSeriesStatisticsAreOneCallWhoseSlotsReachTheirNames)
+TYPED_TEST(StatisticsCalls, CalcTypeBasedStatsIsOneCallThatFillsEveryOutput)
 {
     double average = 0;
     double median = 0;
@@ -259,14 +259,14 @@ TYPED_TEST(StatisticsCalls, AllSeriesStatisticsAreOneCallWhoseSlotsReachTheirNam
     EXPECT_EQ(deviation, 75.0);
 }
 
-TYPED_TEST(StatisticsCalls, AnEmptySeriesIsHandedOverUnchanged)
+TYPED_TEST(StatisticsCalls, AnEmptySeriesIsPassedAsAnEmptyList)
 {
     takeOwnCalls();
     EXPECT_EQ((GenericValueHandler<double, TypeParam>::calcTypeBasedAverage({})), 61.0);
     EXPECT_EQ(takeOwnCalls(), Calls{"double getAverage []"});
 }
 
-TYPED_TEST(StatisticsCalls, ExceptionsOfTheSeriesStatisticsPassThrough)
+TYPED_TEST(StatisticsCalls, ExceptionsOfTheSeriesStatisticsArePropagated)
 {
     using Handler = GenericValueHandler<int, TypeParam>;
     const auto values = scaledRecords<TypeParam>({1});
@@ -281,7 +281,7 @@ TYPED_TEST(StatisticsCalls, ExceptionsOfTheSeriesStatisticsPassThrough)
                  StandinFailure);
 }
 
-TYPED_TEST(StatisticsCalls, TheMedianOfFloatsIsReadByConversionInstead)
+TYPED_TEST(StatisticsCalls, TheMedianReadsFloatsByConversionNotByCallingTheRecord)
 {
     GenericSignalImpl<TypeParam> signal;
     signal.setDatatype(dataType(8));
@@ -292,15 +292,15 @@ TYPED_TEST(StatisticsCalls, TheMedianOfFloatsIsReadByConversionInstead)
     EXPECT_EQ(takeOwnCalls(), Calls{"float getMedian [1.5]"});
 }
 
-TYPED_TEST(StatisticsCalls, SwitchingOffReturnsOnlyWhenTheWorkerHasFinishedItsPause)
+TYPED_TEST(StatisticsCalls, SwitchingOffReturnsOnlyAfterTheWorkerHasFinishedItsPause)
 {
     using Clock = std::chrono::steady_clock;
     auto longest = Clock::duration::zero();
     for (int round = 0; round < 5; ++round) {
         GenericSignalImpl<TypeParam> signal;
-        const std::size_t before = callsOfOthers().size();
+        const std::size_t before = callsOfOtherThreads().size();
         signal.setValueHandling(append);
-        ASSERT_TRUE(waitUntil([&] { return callsOfOthers().size() >= before + 3; }));
+        ASSERT_TRUE(waitUntil([&] { return callsOfOtherThreads().size() >= before + 3; }));
         // The worker has just begun its pause of 100 ms.
         const auto start = Clock::now();
         signal.setValueHandling(replaceNewest);

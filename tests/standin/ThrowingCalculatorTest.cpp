@@ -12,8 +12,7 @@ using Calls = std::vector<std::string>;
 namespace
 {
 
-/// A signal of two records and with cached figures, whose calculator throws at every operation from
-/// now on.
+/// A signal with two records and cached statistics whose calculator now throws in every operation.
 template <typename T>
 class ThrowingCalculator : public testing::Test
 {
@@ -38,8 +37,9 @@ protected:
         failingConstruction() = 0;
     }
 
-    /// That the signal can be changed and, once the calculator works again, answers.
-    void expectToGoOn()
+    /// Expects that the signal can still be changed and that its statistics are correct once the
+    /// calculator works again.
+    void expectStillUsable()
     {
         EXPECT_TRUE(signal.setNewValue(rawRecord<T>(8)));
         failOperations() = false;
@@ -58,7 +58,7 @@ TYPED_TEST_SUITE(ThrowingWorkerDeathTest, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(ThrowingCalculator, EveryOperationThatAsksItLetsTheExceptionThroughAndTheSignalGoOn)
+TYPED_TEST(ThrowingCalculator, OperationsThatUseItPropagateTheExceptionAndLeaveTheSignalUsable)
 {
     using Signal = typename TestFixture::Signal;
     const typename TestFixture::Operation operations[] = {
@@ -70,7 +70,7 @@ TYPED_TEST(ThrowingCalculator, EveryOperationThatAsksItLetsTheExceptionThroughAn
         {"updateAverageAndDeviation", [](Signal& signal) { signal.updateAverageAndDeviation(); }},
         {"getValueStatistics", [](Signal& signal) { statisticsOf(signal); }},
         {"setNewValue", [](Signal& signal) { signal.setNewValue(rawRecord<TypeParam>(7), 2, 0); }},
-        // Switches on first of all, so that the body of the worker has something to do.
+        // Switches updating on before it throws, so that updateCalculations() has something to do.
         {"setUpdatingEnabled(true)", [](Signal& signal) { signal.setUpdatingEnabled(true); }},
         {"updateCalculations", [](Signal& signal) { signal.updateCalculations(); }},
         {"setUpdatingEnabled(false)", [](Signal& signal) { signal.setUpdatingEnabled(false); }},
@@ -79,11 +79,11 @@ TYPED_TEST(ThrowingCalculator, EveryOperationThatAsksItLetsTheExceptionThroughAn
     for (const auto& [name, operation] : operations) {
         SCOPED_TRACE(name);
         EXPECT_THROW(operation(this->signal), StandinFailure);
-        this->expectToGoOn();
+        this->expectStillUsable();
     }
 }
 
-TYPED_TEST(ThrowingCalculator, AllStatisticsStopAfterTheCount)
+TYPED_TEST(ThrowingCalculator, GetValueStatisticsWritesOnlyTheCount)
 {
     Statistics result;
     EXPECT_THROW(this->signal.getValueStatistics(result.average, result.maximum, result.minimum,
@@ -97,7 +97,7 @@ TYPED_TEST(ThrowingCalculator, AllStatisticsStopAfterTheCount)
     EXPECT_EQ(result.median, -1.0);
 }
 
-TYPED_TEST(ThrowingCalculator, AValueIsStoredAndScaledAndAClearedSeriesIsEmptyAllTheSame)
+TYPED_TEST(ThrowingCalculator, ValuesAreStoredAndScaledAnywayAndClearingEmptiesTheSeries)
 {
     EXPECT_THROW(this->signal.setNewValue(rawRecord<TypeParam>(7), 2, 0), StandinFailure);
     EXPECT_EQ(this->signal.getValueCount(), 3);
@@ -106,7 +106,7 @@ TYPED_TEST(ThrowingCalculator, AValueIsStoredAndScaledAndAClearedSeriesIsEmptyAl
     EXPECT_EQ(this->signal.getValueCount(), 0);
 }
 
-TYPED_TEST(ThrowingCalculator, WhatDoesNotAskItWorks)
+TYPED_TEST(ThrowingCalculator, OperationsThatDoNotUseItWork)
 {
     auto& signal = this->signal;
     EXPECT_TRUE(signal.setNewValue(rawRecord<TypeParam>(7)));
@@ -122,7 +122,7 @@ TYPED_TEST(ThrowingCalculator, WhatDoesNotAskItWorks)
     signal.setDatatype(dataType(5));
 }
 
-TYPED_TEST(ThrowingCalculator, NoSignalComesOfAConstructorThatThrowsAndNothingOfItIsLeft)
+TYPED_TEST(ThrowingCalculator, IfItsConstructorThrowsNoSignalIsCreatedAndNothingLeaks)
 {
     takeOwnCalls();
     failingConstruction() = 1;

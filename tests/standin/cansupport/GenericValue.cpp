@@ -4,7 +4,8 @@
 
 GenericValue::GenericValue() : valueTag(-1), isInvalid(false) {}
 
-/// Neither field's own number, to see that it is this function that the library asks.
+/// Returns a number that neither field holds, so that tests see whether the library calls this
+/// function.
 float GenericValue::valueToFloat(bool scaled) const
 {
     record(scaled ? "scaled to float" : "raw to float");

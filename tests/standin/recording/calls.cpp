@@ -34,7 +34,7 @@ std::vector<std::string> takeOwnCalls()
     return own;
 }
 
-std::vector<Call> callsOfOthers()
+std::vector<Call> callsOfOtherThreads()
 {
     const std::lock_guard<std::mutex> lock(mutex);
     std::vector<Call> others;

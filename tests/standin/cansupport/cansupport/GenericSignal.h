@@ -5,7 +5,7 @@
 namespace GenericSignal
 {
 
-/// A host's own enumeration: other names, and one more.
+/// A host's own enumeration, with other names and one more enumerator.
 enum class NewValueHandlingType : quint8 { Ignore, Newest, All, Average };
 
 } // namespace GenericSignal

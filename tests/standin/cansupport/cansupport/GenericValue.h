@@ -2,7 +2,7 @@
 
 #include <QtCore/QVariant>
 
-/// The base record of a host: as small as it may be, with its own initial values.
+/// The base record of a host: as small as allowed, with its own initial values.
 class Q_DECL_EXPORT GenericValue
 {
 public:

@@ -8,20 +8,20 @@
 /// One call of the library under test into a stand-in.
 struct Call {
     std::string what;       ///< such as "int addValue 7"
-    std::thread::id thread; ///< that made it
+    std::thread::id thread; ///< the thread that made it
 };
 
-/// Remembers that \a what has been called; thread-safe.
+/// Records a call of \a what. Thread-safe.
 __attribute__((visibility("default"))) void record(const std::string& what);
 
-/// What has been recorded since the last call of this function, by the calling thread only.
+/// Returns and removes the recorded calls of the calling thread.
 __attribute__((visibility("default"))) std::vector<std::string> takeOwnCalls();
 
-/// What other threads than this one have recorded, without forgetting it.
-__attribute__((visibility("default"))) std::vector<Call> callsOfOthers();
+/// Returns the recorded calls of all other threads, and keeps them.
+__attribute__((visibility("default"))) std::vector<Call> callsOfOtherThreads();
 
-/// Which construction of a calculator throws a StandinFailure: 1 the next one, 2 the one after it
-/// and so on, 0 none. Counts down.
+/// Which construction of a calculator throws a StandinFailure: 1 is the next one, 2 the one after
+/// it, and so on; 0 means that all succeed. Counts down.
 __attribute__((visibility("default"))) int& failingConstruction();
 
 /// Whether the operations of the calculators throw a StandinFailure.
@@ -30,7 +30,7 @@ __attribute__((visibility("default"))) std::atomic<bool>& failOperations();
 /// Whether switching the log of a calculator throws a StandinFailure.
 __attribute__((visibility("default"))) bool& failLogSwitches();
 
-/// Whether the next question for an average ends the thread that asks; it then resets itself.
+/// Whether the next call of getAverage() ends the thread that makes it. That call resets it.
 __attribute__((visibility("default"))) std::atomic<bool>& endNextThread();
 
 struct __attribute__((visibility("default"))) StandinFailure {

@@ -5,7 +5,7 @@
 
 #include <QtCore/QList>
 
-/// Records its calls and answers with a number of its own for every quantity.
+/// Records its calls and returns a different number for each statistic.
 template <typename N>
 class SimpleStatisticCalculator
 {
