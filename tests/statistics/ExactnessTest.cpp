@@ -10,13 +10,13 @@
 namespace
 {
 
-struct Answers {
+struct Results {
     double mean;
     double deviation;
 };
 
 template <typename N>
-Answers running(const std::vector<N>& values)
+Results running(const std::vector<N>& values)
 {
     StatisticCalculator<N> calculator{std::nullopt};
     for (N value : values)
@@ -34,7 +34,7 @@ template <typename N>
 class Exactness : public testing::Test
 {
 protected:
-    /// The least digits of all sets, and which set has them.
+    /// The smallest number of correct digits in any set, and the set that has it.
     struct Least {
         double digits = 17;
         std::string set;
@@ -46,18 +46,18 @@ protected:
         }
     };
 
-    void check(const Reference& reference, const Answers& answers)
+    void check(const Reference& reference, const Results& results)
     {
         SCOPED_TRACE(reference.set);
-        const double meanDigits = reference.mean.digitsOf(answers.mean);
-        const double deviationDigits = reference.deviation.digitsOf(answers.deviation);
+        const double meanDigits = reference.mean.digitsOf(results.mean);
+        const double deviationDigits = reference.deviation.digitsOf(results.deviation);
         EXPECT_GE(meanDigits, 15.5);
         EXPECT_GE(deviationDigits, 15.5);
         if constexpr (std::is_integral_v<N>)
-            EXPECT_EQ(answers.mean, reference.mean.nearest);
+            EXPECT_EQ(results.mean, reference.mean.nearest);
         else
-            EXPECT_LE(ulpsBetween(answers.mean, reference.mean.nearest), 1u);
-        EXPECT_LE(ulpsBetween(answers.deviation, reference.deviation.nearest), 1u);
+            EXPECT_LE(ulpsBetween(results.mean, reference.mean.nearest), 1u);
+        EXPECT_LE(ulpsBetween(results.deviation, reference.deviation.nearest), 1u);
         leastOfMeans.include(meanDigits, reference.set);
         leastOfDeviations.include(deviationDigits, reference.set);
     }
@@ -96,7 +96,7 @@ TYPED_TEST(Exactness, AOneShotCalculatorAgreesWithTheExactResultOfEverySet)
     }
 }
 
-TYPED_TEST(Exactness, AllStatisticsAtOnceAreThoseOfTheSingleOperations)
+TYPED_TEST(Exactness, CalcStatisticsAgreesWithTheSingleOperations)
 {
     using Simple = SimpleStatisticCalculator<TypeParam>;
     for (const Reference& reference : references<TypeParam>()) {
@@ -113,17 +113,17 @@ TYPED_TEST(Exactness, AllStatisticsAtOnceAreThoseOfTheSingleOperations)
     }
 }
 
-TYPED_TEST(Exactness, TheOrderOfTheValuesMovesNoAnswerByMoreThanTwoUlp)
+TYPED_TEST(Exactness, TheOrderOfTheValuesChangesResultsByAtMostTwoUlp)
 {
     for (const Reference& reference : references<TypeParam>()) {
         SCOPED_TRACE(reference.set);
         auto values = dataSet<TypeParam>(reference.set);
-        const Answers first = running(values);
+        const Results first = running(values);
         const auto expectNearFirst = [&] {
-            const Answers answers = running(values);
-            EXPECT_LE(ulpsBetween(answers.mean, first.mean), 2u);
-            EXPECT_LE(ulpsBetween(answers.deviation, first.deviation), 2u);
-            this->check(reference, answers);
+            const Results results = running(values);
+            EXPECT_LE(ulpsBetween(results.mean, first.mean), 2u);
+            EXPECT_LE(ulpsBetween(results.deviation, first.deviation), 2u);
+            this->check(reference, results);
         };
         const bool isLong = values.size() > 100000;
         Random random(99);

@@ -58,7 +58,7 @@ N someValue(Random& random, double centre, int spread)
 
 } // namespace
 
-TYPED_TEST(FloatingLists, AgreeWithARunningCalculatorWhateverTheirLengthAndSpread)
+TYPED_TEST(FloatingLists, AgreeWithARunningCalculatorForAnyLengthAndSpread)
 {
     using N = TypeParam;
     const double reach = std::is_same_v<N, float> ? 1e30 : 1e300;
@@ -92,20 +92,20 @@ TYPED_TEST(FloatingLists, AgreeWithARunningCalculatorAtEveryMagnitude)
     }
 }
 
-TYPED_TEST(FloatingLists, LeaveOutWhatIsNotFiniteWhereverItStands)
+TYPED_TEST(FloatingLists, IgnoreNonFiniteValuesAtEveryPosition)
 {
     using Limits = std::numeric_limits<TypeParam>;
-    for (TypeParam none : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity()}) {
+    for (TypeParam nonFinite : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity()}) {
         for (int place = 0; place <= 8; ++place) {
             QList<TypeParam> values = {5, 7, 5, 7, 5, 7, 5, 7};
-            values.insert(place, none);
+            values.insert(place, nonFinite);
             EXPECT_EQ(SimpleStatisticCalculator<TypeParam>::getAverage(values), 6);
             EXPECT_EQ(SimpleStatisticCalculator<TypeParam>::getDeviation(values), 1);
         }
     }
 }
 
-TYPED_TEST(SmallIntegerLists, HaveTheSumsOfTheirValuesAddedOneByOne)
+TYPED_TEST(SmallIntegerLists, HaveTheSameSumsAsTheirValuesAddedOneByOne)
 {
     using Limits = std::numeric_limits<TypeParam>;
     Random random(6);
@@ -134,7 +134,7 @@ TEST(UnsignedIntLists, CarryFromTheLowHalvesOfTheirSquares)
     EXPECT_EQ(sums.squaresHigh, 1u);
 }
 
-TEST(DoubleLists, KeepWhatGreaterValuesCoverUntilTheseCancel)
+TEST(DoubleLists, KeepSmallValuesHiddenByLargerOnesUntilThoseCancel)
 {
     for (int distance = 1; distance <= 8; ++distance) {
         QList<double> values = {2};
@@ -147,7 +147,7 @@ TEST(DoubleLists, KeepWhatGreaterValuesCoverUntilTheseCancel)
     }
 }
 
-TEST(DoubleLists, KeepAOneThatALaneLeavesOut)
+TEST(DoubleLists, KeepAOneThatALaneDrops)
 {
     QList<double> values;
     for (double value : {0x1p170, 0x1p60, 1.0, -0x1p170, -0x1p60})
@@ -155,8 +155,8 @@ TEST(DoubleLists, KeepAOneThatALaneLeavesOut)
     EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1.0 / 20);
 }
 
-// The way of nearly all lists is the short one; what it cannot do goes the long one.
-TEST(DoubleLists, AreSummedInLanesUnlessTheirSquaresOrSumsAreNoDoubles)
+// Nearly all lists take the fast path; the others take the general one.
+TEST(DoubleLists, AreSummedInLanesIfTheirSquaresAndSumsFitInADouble)
 {
     const auto inLanes = [](const QList<double>& values) {
         OrdinaryFloatingSums sums;
@@ -178,8 +178,8 @@ TEST(DoubleLists, AreSummedInLanesUnlessTheirSquaresOrSumsAreNoDoubles)
     EXPECT_FALSE(meanInLanes({0x1.8p900, 0x1.8p900}));
 }
 
-// A lane leaves out a one from each of its two remainders, twice.
-TEST(DoubleLists, KeepWhatBothRemaindersOfALaneLeaveOut)
+// A lane drops a one from each of its two remainders, twice.
+TEST(DoubleLists, KeepWhatBothRemaindersOfALaneDrop)
 {
     QList<double> values;
     for (double value : {1.0, 0x1p120, 0x1p60, 2.0, -0x1p60, -0x1p120})
@@ -187,8 +187,9 @@ TEST(DoubleLists, KeepWhatBothRemaindersOfALaneLeaveOut)
     EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 21.0 / 24);
 }
 
-// The farther out the first of many equal values lies, the more of its distance counts.
-TEST(DoubleLists, KeepTheSquareOfADistanceThatIsNoDouble)
+// The deviation of one value and many equal ones depends on the square of their distance, which
+// here takes 58 bits.
+TEST(DoubleLists, KeepTheSquareOfADistanceThatIsNotADouble)
 {
     const double first = 0.1, other = 3.3;
     for (const int count : {10, 1000, 100000}) {
@@ -207,16 +208,16 @@ TEST(DoubleLists, KeepTheSquareOfADistanceThatIsNoDouble)
     }
 }
 
-// The second of four lanes leaves out the tiny value, and so does its addition to the first one.
-TEST(DoubleLists, KeepWhatALaneAndItsAdditionLeaveOutAlike)
+// The second of four lanes drops the tiny value, and so does its addition to the first one.
+TEST(DoubleLists, KeepWhatBothALaneAndItsAdditionDrop)
 {
     const double small = 0x1p-60, tiny = 0x1p-120;
     const QList<double> values = {0, 1, -1, -small, tiny, small, 0, 0, 0, tiny, 0, 0};
     EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 2 * tiny / 12);
 }
 
-// The mean alone may come from lanes where the squares are too great or too small for them.
-TEST(DoubleLists, HaveTheSameAverageAmongAllStatistics)
+// The mean alone can come from lanes even if the squares are too large or too small for them.
+TEST(DoubleLists, HaveTheSameAverageInCalcStatistics)
 {
     for (const QList<double>& values :
          {QList<double>{0x1p-1074, 0x1p-1073}, QList<double>{0, 1.7e308, -1.7e308, 3e-308},
@@ -228,8 +229,8 @@ TEST(DoubleLists, HaveTheSameAverageAmongAllStatistics)
     }
 }
 
-// Three passes of the lanes leave out the tiny value, and so does the last one, which is not full.
-TEST(DoubleLists, KeepWhatTheLastValuesAndThoseBeforeLeaveOutAlike)
+// Three passes of the lanes drop the tiny value, and so does the last one, which is not full.
+TEST(DoubleLists, KeepWhatBothTheLastPassAndTheOnesBeforeDrop)
 {
     const double small = 0x1p-60, tiny = 0x1p-120;
     const QList<double> values = {0, 1, 0, 0, 0, small, 0, 0, 0, tiny, 0, 0, tiny, -1, -small};

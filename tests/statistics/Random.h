@@ -4,7 +4,8 @@
 
 #include <algorithm>
 
-/// SplitMix64: the same numbers on every machine, and from the script that computes the reference.
+/// SplitMix64: yields the same numbers on every machine, and in the script that computes the
+/// reference.
 class Random
 {
 public:
@@ -20,7 +21,7 @@ public:
 
     int below(int limit) { return static_cast<int>(next() % static_cast<quint64>(limit)); }
 
-    /// From 0 on and below 1.
+    /// At least 0 and less than 1.
     double uniform() { return static_cast<double>(next() >> 11) * 0x1p-53; }
 
     template <typename List>

@@ -10,22 +10,22 @@
 #include <string>
 #include <vector>
 
-/// A number known to more digits than a double has: the nearest double and the rest.
+/// A number with more digits than a double has: the nearest double and the rest.
 struct Truth {
     double nearest;
     double rest;
 
-    /// How many decimal digits \a answer has right, at most 17.
-    double digitsOf(double answer) const
+    /// The number of correct decimal digits of \a result, at most 17.
+    double digitsOf(double result) const
     {
-        const double error = std::fabs((answer - nearest) - rest);
+        const double error = std::fabs((result - nearest) - rest);
         if (error == 0 || nearest == 0)
             return error == 0 ? 17 : 0;
         return std::fmin(17, -std::log10(error / std::fabs(nearest)));
     }
 };
 
-/// How many doubles lie between \a a and \a b.
+/// The distance between \a a and \a b in units in the last place: 1 for neighbouring doubles.
 inline quint64 ulpsBetween(double a, double b)
 {
     const auto position = [](double value) {
@@ -38,7 +38,7 @@ inline quint64 ulpsBetween(double a, double b)
                           : static_cast<quint64>(first) - static_cast<quint64>(second);
 }
 
-/// The exact answers for one data set, from reference/reference.txt.
+/// The exact results for one data set, from reference/reference.txt.
 struct Reference {
     std::string set;
     std::size_t count;

@@ -74,7 +74,7 @@ TYPED_TEST(Rules, DeviationIsThePopulationDeviation)
     EXPECT_EQ(TestFixture::Simple::getDeviation({8, 12}), 2);
 }
 
-TYPED_TEST(Rules, EveryAnswerForAnEmptySeriesIsZero)
+TYPED_TEST(Rules, EveryStatisticOfAnEmptySeriesIsZero)
 {
     using OneShot = SimpleStatisticCalculator<TypeParam>;
     this->expectEmpty();
@@ -94,7 +94,7 @@ TYPED_TEST(Rules, EveryAnswerForAnEmptySeriesIsZero)
     EXPECT_EQ(deviation, 0);
 }
 
-TYPED_TEST(Rules, AllStatisticsAreDeliveredInTheirOrder)
+TYPED_TEST(Rules, CalcStatisticsFillsEveryOutput)
 {
     TypeParam maximum = 0, minimum = 0;
     double median = 0, average = 0, deviation = 0;
@@ -106,7 +106,7 @@ TYPED_TEST(Rules, AllStatisticsAreDeliveredInTheirOrder)
     EXPECT_EQ(deviation, 3.082207001484488);
 }
 
-TYPED_TEST(Rules, ExtremesOfTheTypeAreKeptAsTheyAre)
+TYPED_TEST(Rules, LimitsOfTheTypeAreReturnedUnchanged)
 {
     const auto lowest = std::numeric_limits<TypeParam>::lowest();
     const auto highest = std::numeric_limits<TypeParam>::max();
@@ -117,7 +117,7 @@ TYPED_TEST(Rules, ExtremesOfTheTypeAreKeptAsTheyAre)
     EXPECT_EQ(TestFixture::Simple::calcMinimum({highest, lowest}), lowest);
 }
 
-TYPED_TEST(Rules, AllValuesBelowOrAboveZeroHaveNoExtremeAtZero)
+TYPED_TEST(Rules, ValuesOnOneSideOfZeroHaveNoExtremeAtZero)
 {
     addAll<TypeParam>(this->calculator, {5, 3, 7});
     EXPECT_EQ(this->calculator.getMinimum(), TypeParam(3));
@@ -136,7 +136,7 @@ TYPED_TEST(Rules, TheMedianIsTheMiddleValueOrTheMeanOfTheTwoMiddleOnes)
     EXPECT_EQ(this->calculator.getMedian({7}), 7);
 }
 
-TYPED_TEST(Rules, TheMedianOfGreatValuesDoesNotOverflow)
+TYPED_TEST(Rules, TheMedianOfLargeValuesDoesNotOverflow)
 {
     const auto highest = std::numeric_limits<TypeParam>::max();
     const auto lowest = std::numeric_limits<TypeParam>::lowest();
@@ -151,7 +151,7 @@ TYPED_TEST(FloatingRules, TheMedianOfSmallValuesKeepsTheirLastBit)
     EXPECT_EQ(this->calculator.getMedian({lowest, lowest}), static_cast<double>(lowest));
 }
 
-TYPED_TEST(Rules, TheMedianIsThatOfTheListAndNotOfTheValuesAdded)
+TYPED_TEST(Rules, TheMedianIsThatOfTheListNotOfTheValuesAdded)
 {
     addAll<TypeParam>(this->calculator, {100, 101, 102});
     EXPECT_EQ(this->calculator.getMedian({1, 2, 3}), 2);
@@ -166,7 +166,7 @@ TYPED_TEST(Rules, TheCallersListKeepsItsOrder)
     EXPECT_EQ(values, (QList<TypeParam>{9, 1, 5, 2}));
 }
 
-TYPED_TEST(Rules, ClearForgetsEveryValue)
+TYPED_TEST(Rules, ClearRemovesEveryValue)
 {
     addAll<TypeParam>(this->calculator, {100, 50}).clear();
     this->expectEmpty();
@@ -177,7 +177,7 @@ TYPED_TEST(Rules, ClearForgetsEveryValue)
     EXPECT_EQ(this->calculator.getMinimum(), TypeParam(3));
 }
 
-TYPED_TEST(Rules, ALogHoldsTheNewestValuesInTheirOrder)
+TYPED_TEST(Rules, ALogHoldsTheNewestValuesInOrder)
 {
     StatisticCalculator<TypeParam> logging{3};
     logging.setLogValues(true);
@@ -196,7 +196,7 @@ TYPED_TEST(Rules, ALogOfOneValueHoldsTheNewest)
     EXPECT_EQ(logging.getLoggedValues(), (QList<TypeParam>{3}));
 }
 
-TYPED_TEST(Rules, LoggingIsOffAtFirstAndSwitchedByTheHost)
+TYPED_TEST(Rules, LoggingIsOffUntilSwitchedOnAndCanBeSwitchedOff)
 {
     StatisticCalculator<TypeParam> logging{3};
     addAll<TypeParam>(logging, {1});
@@ -209,7 +209,7 @@ TYPED_TEST(Rules, LoggingIsOffAtFirstAndSwitchedByTheHost)
     EXPECT_EQ(logging.getAverage(), 2);
 }
 
-TYPED_TEST(Rules, ClearForgetsTheLogAndLeavesLoggingOn)
+TYPED_TEST(Rules, ClearEmptiesTheLogAndLeavesLoggingOn)
 {
     StatisticCalculator<TypeParam> logging{2};
     logging.setLogValues(true);
@@ -230,7 +230,7 @@ TYPED_TEST(Rules, WithoutACapacityThereIsNoLog)
     }
 }
 
-TYPED_TEST(Rules, ACalculatorIsSmallAndLivesInAVariant)
+TYPED_TEST(Rules, ACalculatorIsSmallAndFitsInAVariant)
 {
     using Calculator = StatisticCalculator<TypeParam>;
     static_assert(sizeof(Calculator) <= 256);
@@ -239,7 +239,7 @@ TYPED_TEST(Rules, ACalculatorIsSmallAndLivesInAVariant)
     EXPECT_EQ(std::get<Calculator>(slot).getAverage(), 3);
 }
 
-TYPED_TEST(FloatingRules, AValueThatIsNotFiniteIsLeftOutOfEveryRunningQuantity)
+TYPED_TEST(FloatingRules, RunningCalculatorsIgnoreNonFiniteValues)
 {
     StatisticCalculator<TypeParam> logging{9};
     logging.setLogValues(true);
@@ -253,7 +253,7 @@ TYPED_TEST(FloatingRules, AValueThatIsNotFiniteIsLeftOutOfEveryRunningQuantity)
     EXPECT_EQ(logging.getLoggedValues(), (QList<TypeParam>{8, 12}));
 }
 
-TYPED_TEST(FloatingRules, AValueThatIsNotFiniteIsLeftOutOfEveryQuantityOfAList)
+TYPED_TEST(FloatingRules, ListStatisticsIgnoreNonFiniteValues)
 {
     using OneShot = SimpleStatisticCalculator<TypeParam>;
     const auto values =
@@ -268,7 +268,7 @@ TYPED_TEST(FloatingRules, AValueThatIsNotFiniteIsLeftOutOfEveryQuantityOfAList)
     EXPECT_EQ(OneShot::calcMedian(this->notFinite()), 0);
 }
 
-TYPED_TEST(FloatingRules, TheGreatestAndTheSmallestFiniteValuesHaveAFiniteDeviation)
+TYPED_TEST(FloatingRules, TheLargestAndSmallestFiniteValuesHaveAFiniteDeviation)
 {
     const auto highest = std::numeric_limits<TypeParam>::max();
     addAll<TypeParam>(this->calculator, {highest, -highest, highest, -highest});
@@ -288,7 +288,7 @@ TEST(LargeIntegerMedian, IsRoundedOnce)
               static_cast<double>(odd + 1));
 }
 
-TYPED_TEST(LargeIntegerRules, AMeanHalfWayBetweenTwoDoublesIsTheEvenOne)
+TYPED_TEST(LargeIntegerRules, AMeanHalfwayBetweenTwoDoublesIsRoundedToEven)
 {
     constexpr auto half = TypeParam(1) << 53;
     constexpr double even = 0x1p53;
@@ -305,7 +305,7 @@ TYPED_TEST(LargeIntegerRules, AMeanHalfWayBetweenTwoDoublesIsTheEvenOne)
     }
 }
 
-TYPED_TEST(LargeIntegerRules, TheSumsReachIntoEveryWord)
+TYPED_TEST(LargeIntegerRules, SumsUseEveryWord)
 {
     using Calculator = SimpleStatisticCalculator<TypeParam>;
     constexpr TypeParam middle = std::is_signed_v<TypeParam> ? 0 : TypeParam(1) << 63;

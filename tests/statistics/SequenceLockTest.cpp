@@ -20,12 +20,12 @@
 namespace
 {
 
-/// What a thread of this process does while it pauses.
+/// Called instead of QThread::usleep().
 std::function<void(unsigned long)> duringPause = [](unsigned long) {
     QThread::yieldCurrentThread();
 };
 
-/// Two pages of memory. The first access to the second one that its protection refuses is
+/// Two pages of memory. The first access that the protection of the second page forbids is
 /// interrupted by a call, and then carried out.
 class InterruptingMemory
 {
@@ -53,8 +53,8 @@ public:
 
     char* secondPage() const { return pages + pageSize; }
 
-    /// Runs \a access while the second page has no more than \a protection. Returns whether it was
-    /// interrupted by \a call.
+    /// Runs \a access while the second page allows no more than \a protection. Returns whether it
+    /// was interrupted by \a call.
     template <typename Access>
     bool runInterrupted(int protection, std::function<void()> call, Access access)
     {
@@ -72,7 +72,7 @@ private:
         const auto* const address = static_cast<const char*>(info->si_addr);
         const auto call = std::exchange(interruption, nullptr);
         if (!call || address < interruptedPage || address >= interruptedPage + pageSize) {
-            sigaction(SIGSEGV, &formerAction, nullptr); // not meant: the access fails once more
+            sigaction(SIGSEGV, &formerAction, nullptr); // not our page: the access faults again
             return;
         }
         mprotect(interruptedPage, pageSize, PROT_READ | PROT_WRITE);
@@ -86,29 +86,29 @@ private:
     char* pages;
 };
 
-/// Calculators that begin in the first page and end in the second one.
+/// Calculators that begin in the first page and end in the second.
 template <typename N>
 class InterruptedCalculator : public testing::Test
 {
 protected:
     using Calculator = StatisticCalculator<N>;
     using Change = void (*)(Calculator&);
-    using Answer = double (Calculator::*)() const;
+    using Query = double (Calculator::*)() const;
 
     static constexpr Change changes[] = {
         [](Calculator& calculator) { calculator.clear(); },
         [](Calculator& calculator) { calculator.addValue(static_cast<N>(-8)); }};
-    static constexpr Answer answers[] = {&Calculator::getAverage, &Calculator::getDeviation};
-    /// An average takes three words, so there are at least two places between two of them.
-    static constexpr int leastInterruptions = 2 * std::size(changes) * std::size(answers);
+    static constexpr Query queries[] = {&Calculator::getAverage, &Calculator::getDeviation};
+    /// An average reads three words, so it can be interrupted in at least two places between them.
+    static constexpr int leastInterruptions = 2 * std::size(changes) * std::size(queries);
 
-    /// Calls \a test with a new calculator, a change and an answer of it: each of them with each
-    /// number of words in the first page. The values reach into every word of the sums of integers.
+    /// Calls \a test with a new calculator for each change, each query and each number of words in
+    /// the first page. The values use every word of the sums of integers.
     template <typename Test>
     void forEachPlace(Test test)
     {
         for (const Change change : changes) {
-            for (const Answer answer : answers) {
+            for (const Query query : queries) {
                 for (std::size_t first = 8; first < sizeof(Calculator); first += 8) {
                     SCOPED_TRACE(testing::Message() << first << " bytes in the first page");
                     const std::unique_ptr<Calculator, void (*)(Calculator*)> calculator(
@@ -116,47 +116,47 @@ protected:
                         std::destroy_at);
                     calculator->addValue(static_cast<N>(-3));
                     calculator->addValue(static_cast<N>(-1));
-                    test(*calculator, change, answer);
+                    test(*calculator, change, query);
                 }
             }
         }
     }
 
-    /// What \a answer is after the values and \a change.
-    static double answerAfter(Change change, Answer answer)
+    /// The result of \a query after the values and \a change.
+    static double resultAfter(Change change, Query query)
     {
         Calculator calculator{std::nullopt};
         calculator.addValue(static_cast<N>(-3));
         calculator.addValue(static_cast<N>(-1));
         change(calculator);
-        return (calculator.*answer)();
+        return (calculator.*query)();
     }
 
     InterruptingMemory memory;
 };
 TYPED_TEST_SUITE(InterruptedCalculator, ElementTypes, ElementTypeName);
 
-/// Thrown by a reader that would try again.
+/// Thrown when a reader would wait and try again.
 struct Waiting {
 };
 
 } // namespace
 
-/// Found before QtCore's.
+/// Overrides QtCore's function.
 void QThread::usleep(unsigned long microseconds)
 {
     duringPause(microseconds);
 }
 
-TEST(SequenceLock, AChangeIsOneWritersOwn)
+TEST(SequenceLock, AWriterCannotBeCopied)
 {
     EXPECT_FALSE(std::is_copy_constructible_v<SequenceWriter>);
     EXPECT_FALSE(std::is_copy_assignable_v<SequenceWriter>);
 }
 
-TEST(SequenceLock, AReaderLeavesTheProcessorToTheWriterAtEveryThousandthTry)
+TEST(SequenceLock, AReaderPausesAfterEveryThousandTries)
 {
-    std::atomic<quint64> sequence{1}; // a change is under way
+    std::atomic<quint64> sequence{1}; // a change is in progress
     int tries = 0;
     std::vector<std::pair<int, unsigned long>> pauses; // after how many tries, for how long
     const auto before = std::exchange(duringPause, [&](unsigned long microseconds) {
@@ -174,30 +174,30 @@ TEST(SequenceLock, AReaderLeavesTheProcessorToTheWriterAtEveryThousandthTry)
     EXPECT_EQ(tries, 3001);
 }
 
-TYPED_TEST(InterruptedCalculator, ReadsAnewIfAClearOrANewValueFallsBetweenTwoWords)
+TYPED_TEST(InterruptedCalculator, ReadsAgainIfAClearOrANewValueComesBetweenTwoWords)
 {
     int interruptions = 0;
-    this->forEachPlace([&](auto& calculator, auto change, auto answer) {
-        const double before = (calculator.*answer)();
-        const double after = this->answerAfter(change, answer);
+    this->forEachPlace([&](auto& calculator, auto change, auto query) {
+        const double before = (calculator.*query)();
+        const double after = this->resultAfter(change, query);
         double read = -1;
         const bool interrupted = this->memory.runInterrupted(
-            PROT_NONE, [&] { change(calculator); }, [&] { read = (calculator.*answer)(); });
+            PROT_NONE, [&] { change(calculator); }, [&] { read = (calculator.*query)(); });
         EXPECT_EQ(read, interrupted ? after : before);
         interruptions += interrupted;
     });
     EXPECT_GE(interruptions, this->leastInterruptions);
 }
 
-TYPED_TEST(InterruptedCalculator, GivesNoAnswerInTheMiddleOfAClearOrOfANewValue)
+TYPED_TEST(InterruptedCalculator, ReturnsNoResultInTheMiddleOfAClearOrANewValue)
 {
     const auto formerPause = std::exchange(duringPause, [](unsigned long) { throw Waiting(); });
     int interruptions = 0;
-    this->forEachPlace([&](auto& calculator, auto change, auto answer) {
-        const auto read = [&] { (calculator.*answer)(); };
+    this->forEachPlace([&](auto& calculator, auto change, auto query) {
+        const auto read = [&] { (calculator.*query)(); };
         const bool interrupted = this->memory.runInterrupted(
             PROT_READ, [&] { EXPECT_THROW(read(), Waiting); }, [&] { change(calculator); });
-        EXPECT_EQ((calculator.*answer)(), this->answerAfter(change, answer));
+        EXPECT_EQ((calculator.*query)(), this->resultAfter(change, query));
         interruptions += interrupted;
     });
     duringPause = formerPause;

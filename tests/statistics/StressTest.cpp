@@ -12,19 +12,19 @@
 namespace
 {
 
-// Sanitizers slow every access down by far; they find in fewer values what they are there to find.
+// Sanitizers slow down every access a lot, but need fewer values to find a fault.
 #if defined(__SANITIZE_THREAD__) || ADDRESS_SANITIZER || !defined(NDEBUG)
 constexpr int usualValueCount = 300000;
 #else
 constexpr int usualValueCount = 10000000;
 #endif
-/// The environment may ask for another number, such as the full one under a sanitizer.
+/// STATISTICS_STRESS_VALUES sets another number, such as the full one under a sanitizer.
 const int valueCount = qEnvironmentVariableIntValue("STATISTICS_STRESS_VALUES") > 0
                            ? qEnvironmentVariableIntValue("STATISTICS_STRESS_VALUES")
                            : usualValueCount;
 constexpr int roundLength = 100;
 
-/// Lets \a read run again and again in two threads while \a write runs once in this one.
+/// Runs \a write once in this thread while two other threads call \a read in a loop.
 template <typename Write, typename Read>
 void readWhile(Write write, Read read)
 {
@@ -46,17 +46,17 @@ void readWhile(Write write, Read read)
         reader.join();
 }
 
-/// The writer adds 0, 1, 2, ... times a step, all from a base that changes with every round, and
-/// clears after each round. So every mean is a base and a multiple of half a step, and every
-/// deviation that of some number of equidistant values.
+/// The writer adds a base plus 0, 1, 2, ... steps, and clears after each round; the base changes
+/// with every round. So every mean is a base plus a multiple of half a step, and every deviation is
+/// that of equidistant values.
 template <typename N>
 class Stress : public testing::Test
 {
 protected:
-    /// Great enough that the sums reach into every word that they have.
-    static constexpr bool great = sizeof(N) == 8 && std::is_integral_v<N>;
-    static constexpr N step = static_cast<N>(great ? 1LL << 55 : 1);
-    static constexpr N otherBase = static_cast<N>(sizeof(N) == 1 || great ? 27 * step
+    /// Whether values are so large that the sums use all of their words.
+    static constexpr bool large = sizeof(N) == 8 && std::is_integral_v<N>;
+    static constexpr N step = static_cast<N>(large ? 1LL << 55 : 1);
+    static constexpr N otherBase = static_cast<N>(sizeof(N) == 1 || large ? 27 * step
                                                   : sizeof(N) == 2        ? 20000
                                                                           : 3000000);
     StatisticCalculator<N> calculator{16};
@@ -118,11 +118,11 @@ TYPED_TEST_SUITE(Stress, ElementTypes, ElementTypeName);
 
 } // namespace
 
-TYPED_TEST(Stress, EveryAnswerIsThatOfOneMomentWhileAWriterAddsAndClears)
+TYPED_TEST(Stress, EveryResultIsThatOfOneMomentWhileAWriterAddsAndClears)
 {
     bool readersSawChanges = false;
     const auto write = [&] {
-        readersSawChanges = waitUntil([this] { // they may not get the time to read at once
+        readersSawChanges = waitUntil([this] { // they may not get to read at once
             this->write();
             return this->differentAnswers.load() > 0;
         });
@@ -136,7 +136,7 @@ TYPED_TEST(Stress, EveryAnswerIsThatOfOneMomentWhileAWriterAddsAndClears)
     EXPECT_TRUE(readersSawChanges);
 }
 
-TYPED_TEST(Stress, AClearIsSeenAsAWhole)
+TYPED_TEST(Stress, ReadersSeeAClearAllAtOnce)
 {
     const auto write = [this] {
         for (int i = 0; i < valueCount / 2; ++i) {
@@ -152,7 +152,7 @@ TYPED_TEST(Stress, AClearIsSeenAsAWhole)
     EXPECT_EQ(this->failures.load(), 0);
 }
 
-TYPED_TEST(Stress, ALogIsReadInOnePieceWhileAWriterAddsAndClears)
+TYPED_TEST(Stress, ALogIsConsistentWhileAWriterAddsAndClears)
 {
     this->calculator.setLogValues(true);
     readWhile([this] { this->write(); }, [this] { this->checkLog(); });

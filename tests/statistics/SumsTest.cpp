@@ -48,17 +48,17 @@ void setSums(LargeIntegerSums<N>& sums, const std::vector<quint64>& words)
     sums.words() = std::tie(words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
 }
 
-/// The greatest number whose square is a double.
+/// The largest integer up to which a double holds every square exactly.
 const auto lastExactSquare = static_cast<quint64>(std::sqrt(0x1p53));
 
 __extension__ typedef __int128 Int128;
 
-/// Whether no double is nearer to \a sum / \a count than \a mean, and it is the even one of two.
+/// Whether \a mean is the double nearest to \a sum / \a count, the even one of two equally near.
 bool isNearest(double mean, Int128 sum, Int128 count)
 {
     int exponent = 0;
     std::frexp(mean, &exponent);
-    const int shift = std::max(0, 54 - exponent); // of which the doubles next to it are multiples
+    const int shift = std::max(0, 54 - exponent); // mean's neighbours are multiples of 2^-shift
     const auto distance = [&](double candidate) {
         const Int128 times =
             static_cast<Int128>(std::ldexp(candidate, shift)) * count - sum * (Int128(1) << shift);
@@ -72,7 +72,7 @@ bool isNearest(double mean, Int128 sum, Int128 count)
     return distance(mean) < next || (distance(mean) == next && bits % 2 == 0);
 }
 
-/// The same for the doubles beside \a mean too.
+/// Whether \a mean or one of its two neighbours is that double.
 bool isNearestToAnUlp(double mean, Int128 sum, Int128 count)
 {
     constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -96,7 +96,7 @@ TYPED_TEST_SUITE(FloatingSeries, FloatingTypes, ElementTypeName);
 
 } // namespace
 
-TYPED_TEST(IntegerSums, AnswersAreExactForAnyCount)
+TYPED_TEST(IntegerSums, ResultsAreRightForAnyCount)
 {
     const auto all = sumsReferences(ElementTypeName::GetName<TypeParam>());
     ASSERT_EQ(all.size(), 400u);
@@ -109,14 +109,14 @@ TYPED_TEST(IntegerSums, AnswersAreExactForAnyCount)
     }
 }
 
-TYPED_TEST(IntegerSums, AddingTheGreatestValuesCarriesIntoEveryWord)
+TYPED_TEST(IntegerSums, AddingTheLargestValuesCarriesIntoEveryWord)
 {
     constexpr auto lowest = std::numeric_limits<TypeParam>::min();
     constexpr auto highest = std::numeric_limits<TypeParam>::max();
     SumsOf<TypeParam> sums;
     sums.add(lowest);
     const quint64 sumHigh = sums.sumHigh;
-    // As the words stand before a carry.
+    // The words just before a carry.
     sums.squaresLow = sums.sumLow = ~quint64(0);
     sums.add(highest);
     EXPECT_EQ(sums.count, 2u);
@@ -128,17 +128,17 @@ TYPED_TEST(IntegerSums, AddingTheGreatestValuesCarriesIntoEveryWord)
     EXPECT_EQ(sums.squaresLow, fresh.squaresLow - 1);
 }
 
-TEST(Means, AreTheNearestDoublesWhateverTheSumAndTheCount)
+TEST(Means, AreTheNearestDoublesForAnySumAndCount)
 {
     Random random(21);
     for (int i = 0; i < repetitions(300000); ++i) {
         const Int128 count = 1 + random.below(1 << random.below(20));
         const Int128 power = Int128(1) << (34 + random.below(30));
-        const Int128 unit =
-            std::max((power >> 52) * count, Int128(1)); // what sums of means differ by
+        // The spacing of sums whose means are neighbouring doubles.
+        const Int128 unit = std::max((power >> 52) * count, Int128(1));
         Int128 sum = power * count;
         sum += i % 4 == 0 ? random.next() % power * count : random.next() % (8 * unit) - 4 * unit;
-        if (i % 3 == 0) // at a double or half the way between two
+        if (i % 3 == 0) // at a double or halfway between two
             sum = sum / unit * unit + (i % 2 == 0 ? unit / 2 : 0);
         if (i % 5 == 0)
             sum = -sum;
@@ -158,7 +158,7 @@ TEST(Means, OfSmallSumsAreTheQuotientsOfDoubles)
     }
 }
 
-TEST(ShortWays, EndWhereTheyWouldLeaveAWordOrADouble)
+TEST(FastPaths, EndWhereNumbersNoLongerFitInAWordOrADouble)
 {
     EXPECT_TRUE(areFew(1 << 26));
     EXPECT_FALSE(areFew((1 << 26) + 1));
@@ -176,11 +176,11 @@ TEST(ShortWays, EndWhereTheyWouldLeaveAWordOrADouble)
     EXPECT_FALSE(isShortProduct({0, 1}, 1));
     EXPECT_TRUE(hasExactSquare(lastExactSquare));
     EXPECT_FALSE(hasExactSquare(lastExactSquare + 1));
-    const quint64 enoughBesideAWord = 1 << 11;
-    EXPECT_TRUE(hasCancelled(enoughBesideAWord - 1));
-    EXPECT_FALSE(hasCancelled(enoughBesideAWord));
-    EXPECT_FALSE(convertsByWord(enoughBesideAWord - 1));
-    EXPECT_TRUE(convertsByWord(enoughBesideAWord));
+    const quint64 smallestUpperWord = 1 << 11;
+    EXPECT_TRUE(hasCancelled(smallestUpperWord - 1));
+    EXPECT_FALSE(hasCancelled(smallestUpperWord));
+    EXPECT_FALSE(convertsByWord(smallestUpperWord - 1));
+    EXPECT_TRUE(convertsByWord(smallestUpperWord));
     EXPECT_TRUE(convertsByWord((quint64(1) << 53) - 1));
     EXPECT_FALSE(convertsByWord(quint64(1) << 53));
     EXPECT_TRUE(SmallIntegerSums::isOrdinary());
@@ -201,21 +201,22 @@ TEST(ShortWays, EndWhereTheyWouldLeaveAWordOrADouble)
     EXPECT_TRUE(sums.hasCancelled(std::nextafter(0x1p-30, 0)));
 }
 
-TEST(Deviations, OfSumsThatLeaveAWordOnceMultipliedAreRight)
+TEST(Deviations, AreRightIfAProductOfSumAndCountExceedsAWord)
 {
     SmallIntegerSums narrow, wide;
     for (int i = 0; i < 16; ++i)
         narrow.add(i % 2 == 0 ? 1 << 29 : -(1 << 29));
-    EXPECT_EQ(narrow.deviation(), 1 << 29); // 2^62 by 16
+    EXPECT_EQ(narrow.deviation(), 1 << 29); // 2^62 * 16
     const quint64 count = (1 << 22) - 1, squares = (quint64(1) << 42) - 1;
     wide.words() = std::make_tuple(count, 0, 0, squares, 0);
-    EXPECT_EQ(wide.deviation(), std::sqrt(double(squares) / double(count))); // 2^64 - 1
+    // The product is just below 2^64.
+    EXPECT_EQ(wide.deviation(), std::sqrt(double(squares) / double(count)));
     LargeIntegerSums<long long> twoWords;
     for (long long value : {0LL, 1LL << 31, -(1LL << 31), 1LL << 31, -(1LL << 31)})
         twoWords.add(value);
-    EXPECT_DOUBLE_EQ(twoWords.deviation(), 0x1p32 / std::sqrt(5)); // 2^64 by 5
+    EXPECT_DOUBLE_EQ(twoWords.deviation(), 0x1p32 / std::sqrt(5)); // 2^64 * 5
     // Twice the squares, 2^128 + 2^80 + 2^41, less the square of 2^40 + 1: only the lowest word
-    // borrows, from one that is 0 then.
+    // borrows, from a word that is 0 by then.
     EXPECT_EQ(deviationOf((quint64(1) << 40) + 1, 0, quint64(1) << 40,
                           (quint64(1) << 63) + (1 << 15), 0, 2),
               0x1p63);
@@ -270,8 +271,8 @@ TEST(WideIntegers, AdditionCarriesThroughAllWordsAndNegationUndoesIt)
     EXPECT_EQ(number, (Words<4>{~quint64(0), ~quint64(0) - 1, ~quint64(0), 1}));
 }
 
-// Every length, and often half the way between two doubles or next to it.
-TEST(WideIntegers, ConversionToADoubleRoundsOnceAndThatToTwoKeepsOneHundredAndSixBits)
+// Numbers of every length, often halfway between two doubles or next to that point.
+TEST(WideIntegers, ConversionToOneDoubleRoundsOnceAndToTwoDoublesKeeps106Bits)
 {
     Random random(2);
     for (int i = 0; i < repetitions(300000); ++i) {
@@ -297,7 +298,7 @@ TEST(WideIntegers, ConversionToADoubleRoundsOnceAndThatToTwoKeepsOneHundredAndSi
     EXPECT_EQ(toDoubles(Words<2>{0, 0}).low, 0);
 }
 
-TEST(WideIntegers, AreRoundedOnceWhereTheUpperWordAloneIsHalfWayBetweenTwoDoubles)
+TEST(WideIntegers, AreRoundedOnceIfTheUpperWordAloneIsHalfwayBetweenTwoDoubles)
 {
     const quint64 halfWay = (quint64(1) << 53) + 1;
     EXPECT_EQ(toDouble({1, halfWay}), 0x1p117 + 0x1p65);
@@ -308,7 +309,7 @@ TEST(ErrorFreeTransformations, LoseNothing)
 {
     Random random(3);
     for (int i = 0; i < repetitions(100000); ++i) {
-        // Whole numbers of 53 bits, whose sums and products words can hold.
+        // Whole numbers of 53 bits, whose sums and products fit in words.
         const quint64 a = random.next() >> 11, b = random.next() >> 11;
         const double x = static_cast<double>(a), y = static_cast<double>(b);
         const DoubleDouble exact = toDoubles(product(a, b));
@@ -330,12 +331,12 @@ TEST(ErrorFreeTransformations, LoseNothing)
     }
 }
 
-TYPED_TEST(FloatingSeries, HaveMeansWithinOneUnitInTheLastPlaceWhereValuesTakeEachOtherOff)
+TYPED_TEST(FloatingSeries, HaveMeansWithinOneUnitInTheLastPlaceEvenIfValuesCancel)
 {
     using N = TypeParam;
     Random random(11);
     for (int i = 0; i < repetitions(300000); ++i) {
-        QList<N> values; // whole numbers, so that a word of 128 bits has their sum
+        QList<N> values; // whole numbers, so that 128 bits hold their sum
         Int128 sum = 0;
         const int reach = random.below(60);
         for (int length = 1 + random.below(12); length > 0; --length) {
@@ -389,7 +390,7 @@ TYPED_TEST(FloatingSeries, HaveDeviationsWithinOneUnitInTheLastPlace)
     }
 }
 
-TEST(FloatingSums, KeepWhatGreaterValuesCoverUntilTheseCancel)
+TEST(FloatingSums, KeepSmallValuesHiddenByLargerOnesUntilThoseCancel)
 {
     FloatingSums sums;
     for (double value : {1e200, 1.0, 1e-200, 1e100, -1e200, -1e100, -1.0})
@@ -397,8 +398,9 @@ TEST(FloatingSums, KeepWhatGreaterValuesCoverUntilTheseCancel)
     EXPECT_EQ(sums.mean(), 1e-200 / 7);
 }
 
-// Ones that two doubles cannot hold beside greater values, left out by a distance and by their sum.
-TEST(FloatingSums, KeepAOneBelowGreaterValues)
+// Ones that two doubles cannot hold together with larger values, dropped by a distance and by their
+// sum.
+TEST(FloatingSums, KeepAOneBelowLargerValues)
 {
     FloatingSums doubles, floats, floatDistances;
     for (double value : {-1.0, 0x1p120, -2.0, 0x1p60, -0x1p60, -0x1p120})
@@ -412,7 +414,7 @@ TEST(FloatingSums, KeepAOneBelowGreaterValues)
     EXPECT_EQ(floatDistances.mean(), -1.0 / 3);
 }
 
-TEST(FloatingSums, KeepWhatIsLeftOfTheFirstValueOnceTheOthersHaveTakenItOff)
+TEST(FloatingSums, KeepWhatIsLeftOfTheFirstValueAfterOthersCancelIt)
 {
     const double tiny = 7 * 0x1p-104;
     for (int pairs = 1; pairs <= 100; ++pairs) {
@@ -435,10 +437,10 @@ TEST(FloatingSums, KeepWhatIsLeftOfTheFirstValueOnceTheOthersHaveTakenItOff)
     }
 }
 
-// The way of nearly all values is the short one; what it cannot do goes the long one.
+// Nearly all values take the fast path; the others take the general one.
 TEST(FloatingSums, OfZerosAndOrdinaryValuesStayOrdinary)
 {
-    FloatingSums zeros, great;
+    FloatingSums zeros, large;
     zeros.add(0.0);
     EXPECT_TRUE(zeros.isOrdinary());
     OrdinaryFloatingSums& sums = zeros;
@@ -451,11 +453,11 @@ TEST(FloatingSums, OfZerosAndOrdinaryValuesStayOrdinary)
     sums.form = OrdinaryFloatingSums::ordinaryForm;
     EXPECT_FALSE(sums.add(0x1p450));
     EXPECT_TRUE(sums.add(0x1.fp449));
-    great.add(0x1p450);
-    EXPECT_FALSE(great.isOrdinary());
+    large.add(0x1p450);
+    EXPECT_FALSE(large.isOrdinary());
 }
 
-TEST(FloatingSums, ScaleValuesWhoseSquaresAreNoDoubles)
+TEST(FloatingSums, ScaleValuesWhoseSquaresAreOutOfRange)
 {
     for (double scale : {0x1p-1074, 0x1p-600, 0x1p-301, 0x1p-299, 1.0, 0x1p449, 0x1p451, 0x1p899,
                          0x1p901, 0x1p1020}) {
@@ -467,7 +469,7 @@ TEST(FloatingSums, ScaleValuesWhoseSquaresAreNoDoubles)
     }
 }
 
-TEST(FloatingSums, KeepTheSumsWhenAGreaterValueChangesTheScale)
+TEST(FloatingSums, KeepTheSumsWhenALargerValueChangesTheScale)
 {
     FloatingSums sums;
     for (double value : {1e-200, 1e100, 1e200, 1e300})
@@ -476,7 +478,7 @@ TEST(FloatingSums, KeepTheSumsWhenAGreaterValueChangesTheScale)
     EXPECT_LE(ulpsBetween(sums.deviation(), 1e300 * std::sqrt(3.0) / 4), 1u);
 }
 
-TEST(FloatingSums, ChangeTheScaleOfAnEvenSeriesAroundZero)
+TEST(FloatingSums, ChangeTheScaleOfASeriesWhoseSumIsZero)
 {
     FloatingSums sums;
     for (double value : {0.0, 1.0, -1.0, 1e300})
@@ -488,7 +490,7 @@ TEST(FloatingSums, ChangeTheScaleOfAnEvenSeriesAroundZero)
 TEST(FloatingSums, HoldEighteenDoublesWithoutACommonBit)
 {
     FloatingSums sums;
-    const auto value = [](int i) { return std::ldexp(1.0, 432 - 54 * i); }; // 1 among them
+    const auto value = [](int i) { return std::ldexp(1.0, 432 - 54 * i); }; // one of them is 1
     for (int twice = 0; twice < 2; ++twice) {
         for (int i = 0; i < 18; ++i)
             sums.add(value(i));
@@ -498,7 +500,7 @@ TEST(FloatingSums, HoldEighteenDoublesWithoutACommonBit)
     EXPECT_EQ(sums.mean(), 2 * value(17) / 53);
 }
 
-TEST(FloatingSums, KeepTheLowestBitsWhenAGreaterValueChangesTheScaleAndCancels)
+TEST(FloatingSums, KeepTheLowestBitsWhenALargerValueChangesTheScaleAndCancels)
 {
     FloatingSums sums;
     for (double value : {0x1p440, 1.0, 0x1p-100, 0x1p-200, 0x1p950, -0x1p950, -0x1p440, -1.0})

@@ -11,8 +11,8 @@
 #include <type_traits>
 #include <vector>
 
-// The data sets whose exact answers stand in reference/reference.txt. reference/reference.py makes
-// them a second time: what changes here changes there.
+// The data sets whose exact results are in reference/reference.txt. reference/reference.py
+// generates the same sets: change both together.
 
 constexpr int million = 1000000;
 
@@ -84,7 +84,7 @@ std::vector<N> neighbours(double base, double other)
     return values;
 }
 
-/// A few values, close together or far apart, small or great.
+/// Up to 300 values, close together or far apart, small or large.
 template <typename N>
 std::vector<N> smallSet(quint64 seed)
 {

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Writes reference.txt: the exact mean and population deviation of the data sets of dataSets.h.
 
-The sets are made here a second time, value by value the same, and everything is computed in whole
-numbers of any length. Each answer is written as two doubles, the nearest one and the rest.
-Usage: reference.py > reference.txt (takes half a minute)
+The script generates the same sets, value by value, and computes with integers of any length. It
+writes each result as two doubles, the nearest one and the rest.
+Usage: reference.py > reference.txt
 """
 
 import math
@@ -60,7 +60,7 @@ def wrap(value, kind):
 
 
 def number(value, kind):
-    """A double in a floating-point type."""
+    """A double rounded to a floating-point type."""
     return struct.unpack("f", struct.pack("f", value))[0] if kind == "float" else value
 
 
@@ -177,23 +177,24 @@ def sets(kind):
 
 
 def two_doubles(value):
-    """\a value, a fraction, as the nearest double and the rest."""
+    """The nearest double to a fraction, and the rest."""
     nearest = value.numerator / value.denominator
     return nearest, float(value - Fraction(nearest))
 
 
 def root(value):
-    """The root of a fraction, to 200 bits."""
+    """The square root of a fraction, to 200 bits."""
     if value == 0:
         return Fraction(0)
     exponent = 400 - value.numerator.bit_length() + value.denominator.bit_length()
     exponent += exponent % 2
     scaled = value * (Fraction(2) ** exponent)
-    return Fraction(math.isqrt(scaled.numerator // scaled.denominator)) / Fraction(2) ** (exponent // 2)
+    whole = math.isqrt(scaled.numerator // scaled.denominator)
+    return Fraction(whole) / Fraction(2) ** (exponent // 2)
 
 
 def moments(values):
-    """Mean and deviation as fractions, from the sums of whole multiples of one power of two."""
+    """Mean and deviation as fractions. All values are integer multiples of one power of two."""
     if isinstance(values[0], int):
         unit, numbers = Fraction(1), values
     else:
@@ -211,8 +212,8 @@ def main():
     print("# type;set;count;mean;its rest;deviation;its rest, written by reference.py")
     for kind in TYPES:
         for name, values in sets(kind):
-            answers = [float(x).hex() for moment in moments(values) for x in two_doubles(moment)]
-            print(kind, name, len(values), *answers, sep=";")
+            results = [float(x).hex() for moment in moments(values) for x in two_doubles(moment)]
+            print(kind, name, len(values), *results, sep=";")
             print(kind, name, file=sys.stderr)
 
 

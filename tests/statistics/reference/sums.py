@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Writes sums.txt: exact answers for sums that no test has the time to add up.
+"""Writes sums.txt: exact results for series that are too long for tests to add up.
 
-Every row is a series of two different values, each repeated up to 2^40 times: its sums as words,
-and its mean and population deviation as reference.py writes them. Among them are means that lie
-half-way between two doubles and just beside powers of two.
+Each row describes a series of up to 2^41 numbers with at most two different values: its sums as
+words, and its mean and population deviation in the format of reference.py. Some means lie halfway
+between two doubles, others next to powers of two.
 Usage: sums.py > sums.txt
 """
 
@@ -17,16 +17,16 @@ def words(value, count):
     return [f"{(value >> (64 * i)) & ((1 << 64) - 1):x}" for i in range(count)]
 
 
-def row(kind, first, others, count, times):
-    """\a times the value \a others, and \a first for the rest of \a count."""
+def row(kind, first, other, count, other_count):
+    """Prints the row of count values: other_count of them are other, the rest are first."""
     anchor = first if INTEGERS[kind][0] == 64 else 0
-    total = (count - times) * (first - anchor) + times * (others - anchor)
-    squares = (count - times) * (first - anchor) ** 2 + times * (others - anchor) ** 2
+    total = (count - other_count) * (first - anchor) + other_count * (other - anchor)
+    squares = (count - other_count) * (first - anchor) ** 2 + other_count * (other - anchor) ** 2
     mean = Fraction(total, count) + anchor
     deviation = root(Fraction(count * squares - total * total, count * count))
     fields = words(count, 1) + words(anchor, 1) + words(total, 2) + words(squares, 3)
-    answers = [float(x).hex() for moment in (mean, deviation) for x in two_doubles(moment)]
-    print(kind, *fields, *answers, sep=";")
+    results = [float(x).hex() for moment in (mean, deviation) for x in two_doubles(moment)]
+    print(kind, *fields, *results, sep=";")
 
 
 def main():
@@ -44,9 +44,9 @@ def main():
             row(kind, high // 2 + 1, high // 2, count, random.randrange(1, count))
             for _ in range(5):
                 count = random.randrange((1 << exponent) - 1, 2 << exponent)
-                first, others = (random.randint(low, high) >> random.randrange(bits - 1)
-                                 for _ in "ab")
-                row(kind, first, others, count, random.randrange(count))
+                first, other = (random.randint(low, high) >> random.randrange(bits - 1)
+                                 for _ in range(2))
+                row(kind, first, other, count, random.randrange(count))
 
 
 if __name__ == "__main__":
