@@ -13,10 +13,10 @@ namespace
 
 constexpr int hostCount = 100;
 
-/// Runs \a host in many threads side by side, each with its number. They are QtCore's own: where
-/// other threads create QThreads, QtCore 5.15 now and then leaks what it keeps of such a thread.
+/// Runs \a host in many threads in parallel, each with its number. These are QThreads: if other
+/// threads create QThreads, QtCore 5.15 sometimes leaks the data that it keeps for such a thread.
 template <typename Host>
-void runSideBySide(Host host)
+void runInParallel(Host host)
 {
     std::vector<std::unique_ptr<QThread>> hosts;
     hosts.reserve(hostCount);
@@ -36,7 +36,7 @@ TYPED_TEST_SUITE(SignalFleet, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(SignalFleet, AThousandSwitchesOnAndOffSideBySideDisturbNoReader)
+TYPED_TEST(SignalFleet, SwitchingAHundredSignalsInParallelDoesNotDisturbReaders)
 {
     std::vector<std::unique_ptr<GenericSignalImpl<TypeParam>>> fleet;
     for (int i = 0; i < hostCount; ++i) {
@@ -49,19 +49,20 @@ TYPED_TEST(SignalFleet, AThousandSwitchesOnAndOffSideBySideDisturbNoReader)
         while (!done) {
             for (int number = 0; number < hostCount; ++number) {
                 const auto& signal = fleet[static_cast<std::size_t>(number)];
-                const double greatest = std::max(number, 9); // of those that are fed
+                const double greatest = std::max(number, 9); // of the values fed
                 const double cached = signal->getAverage(), fresh = signal->calcAverage();
                 wrong += cached < 0 || cached > greatest || fresh < 0 || fresh > greatest;
                 wrong += signal->getValueCount() > 1;
             }
         }
     });
-    runSideBySide([&](int number) {
+    runInParallel([&](int number) {
         GenericSignalImpl<TypeParam>& signal = *fleet[static_cast<std::size_t>(number)];
         for (int round = 0; round < 10; ++round) {
             signal.setUpdatingEnabled(true);
             feed(signal, {round, number});
-            wrong += round % 2 == 1 && !waitForCaches(signal); // else the worker may not have begun
+            // In even rounds, the worker may be stopped before it starts.
+            wrong += round % 2 == 1 && !waitForCaches(signal);
             signal.setUpdatingEnabled(false);
         }
     });
@@ -72,20 +73,20 @@ TYPED_TEST(SignalFleet, AThousandSwitchesOnAndOffSideBySideDisturbNoReader)
         EXPECT_EQ(fleet[static_cast<std::size_t>(number)]->calcAverage(), (4.5 + number) / 2);
 }
 
-TYPED_TEST(SignalFleet, SignalsAreCreatedAndDestroyedWhileOthersRun)
+TYPED_TEST(SignalFleet, SignalsCanBeCreatedAndDestroyedWhileOthersRun)
 {
     GenericSignalImpl<TypeParam> lasting;
     lasting.setDatatype(dataType(4));
     lasting.setValueHandling(append);
     feed(lasting, {7});
     std::atomic<int> wrong{0};
-    runSideBySide([&](int number) {
+    runInParallel([&](int number) {
         for (int round = 0; round < 3; ++round) {
-            GenericSignalImpl<TypeParam> passing;
-            passing.setDatatype(dataType(17));
-            passing.setValueHandling(append);
-            feed(passing, {number, round});
-            wrong += passing.calcMedian() != (number + round) / 2.0;
+            GenericSignalImpl<TypeParam> shortLived;
+            shortLived.setDatatype(dataType(17));
+            shortLived.setValueHandling(append);
+            feed(shortLived, {number, round});
+            wrong += shortLived.calcMedian() != (number + round) / 2.0;
             wrong += lasting.calcAverage() != 7 || lasting.getValues().size() != 1;
         }
     });

@@ -26,8 +26,8 @@ protected:
 
     void SetUp() override { signal.setDatatype(datatype); }
 
-    /// Runs \a reader over and over in threads of its own while \a writer runs round by round in
-    /// this one: \a rounds, and more until every reader has made its passes.
+    /// Runs \a writer round by round in this thread while other threads call \a reader in a loop:
+    /// for \a rounds rounds, and longer until every reader has made its passes.
     template <typename Writer, typename Reader>
     void writeWhileReading(int rounds, Writer writer, Reader reader)
     {
@@ -50,9 +50,9 @@ protected:
             thread.join();
     }
 
-    /// Every operation that brings values in or takes them out. Between two clears lie eight rounds
-    /// that store at most six records each, with raw values from 0 to 7, and feed values from 1 to
-    /// 22, at first a 1.
+    /// Runs every operation that adds or removes values. Between two clears there are eight rounds,
+    /// each of which stores at most six records with raw values from 0 to 7 and feeds values from 1
+    /// to 22. The first value fed after a clear is 1.
     void ingest(int round)
     {
         const int step = round % 8;
@@ -70,8 +70,8 @@ protected:
         return low <= value && value <= high;
     }
 
-    /// What may be asked while records are being scaled and ingest() runs.
-    void readBesideScaling()
+    /// Runs operations that are allowed while ingest() runs and records are being scaled.
+    void readDuringScaling()
     {
         wrong += signal.getDatatype() != datatype;
         const auto handling = signal.getValueHandling();
@@ -97,15 +97,15 @@ protected:
         wrong += own.scaledValue.toInt() != 11;
     }
 
-    /// Those of any of the values that ingest() feeds, or of none.
+    /// Checks that these are possible for values that ingest() feeds, or for an empty series.
     void checkStatistics(double average, double deviation)
     {
         wrong += average != 0 && !between(1, average, 22);
         wrong += !between(0, deviation, 10.5);
     }
 
-    /// What copies records, and so may be asked while none is being scaled: records with the scaled
-    /// value 50, which lies below the inner half of the limits.
+    /// Runs operations that copy records, which are allowed only while no record is being scaled.
+    /// All records have the scaled value 50, which lies below the inner half of the limits.
     void readRecords()
     {
         T record;
@@ -118,7 +118,7 @@ protected:
         readWholeSnapshot();
     }
 
-    /// All that may be done with a snapshot of records that nobody scales.
+    /// Does with a snapshot what a host may do while no record is being scaled.
     void readWholeSnapshot()
     {
         const QVector<T> snapshot = signal.getValues();
@@ -145,7 +145,7 @@ using StressCases =
                    HandlerCase<double, CANopenObjectValue>, HandlerCase<double, J1939Value>>;
 TYPED_TEST_SUITE(SignalUnderStress, StressCases);
 
-/// Switched on and off so often that one data type has to do.
+/// Updating is switched so often here that one data type must be enough.
 template <typename T>
 class SignalUnderSwitching : public SignalUnderStress<HandlerCase<int, T>>
 {
@@ -154,22 +154,22 @@ TYPED_TEST_SUITE(SignalUnderSwitching, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(SignalUnderStress, ValuesAppendedByEveryOperationAreReadMeanwhile)
+TYPED_TEST(SignalUnderStress, ReadsAreConsistentWhileEveryOperationRunsWithHandlingAppend)
 {
     this->signal.setValueHandling(append);
     this->writeWhileReading(
-        2000, [this](int round) { this->ingest(round); }, [this] { this->readBesideScaling(); });
+        2000, [this](int round) { this->ingest(round); }, [this] { this->readDuringScaling(); });
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
+TYPED_TEST(SignalUnderStress, ReadsAreConsistentWhileEveryOperationRunsWithHandlingReplace)
 {
     this->signal.setUpdatingEnabled(true);
     std::thread secondWorker([this] { this->signal.updateCalculations(); });
     this->writeWhileReading(
         2000, [this](int round) { this->ingest(round); },
         [this] {
-            this->readBesideScaling();
+            this->readDuringScaling();
             const Statistics all = statisticsOf(this->signal);
             this->wrong += all.median != 0 || all.count > 48;
             this->checkStatistics(all.average, all.deviation);
@@ -180,7 +180,7 @@ TYPED_TEST(SignalUnderStress, ValuesReplacedByEveryOperationAreReadMeanwhile)
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
+TYPED_TEST(SignalUnderStress, UnscaledRecordsCanBeCopiedWhileTheyComeAndGo)
 {
     using Record = typename TypeParam::T;
     this->signal.setValueHandling(append);
@@ -194,7 +194,7 @@ TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
                 this->signal.clearValues();
         },
         [this] {
-            this->readBesideScaling();
+            this->readDuringScaling();
             this->readRecords();
         });
     EXPECT_EQ(this->wrong, 0);
@@ -203,7 +203,7 @@ TYPED_TEST(SignalUnderStress, UnscaledRecordsAreCopiedWhileTheyComeAndGo)
     EXPECT_EQ(this->signal.getRating(1, true, 40, 100), 67);
 }
 
-TYPED_TEST(SignalUnderStress, OlderRecordsAreReadWhileTheNewestIsBeingScaled)
+TYPED_TEST(SignalUnderStress, OlderRecordsCanBeReadWhileTheNewestIsBeingScaled)
 {
     using Record = typename TypeParam::T;
     this->signal.setValueHandling(append);
@@ -240,7 +240,7 @@ TYPED_TEST(SignalUnderStress, OlderRecordsAreReadWhileTheNewestIsBeingScaled)
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderStress, HandlingAndUpdatingChangeWhileTheSignalIsRead)
+TYPED_TEST(SignalUnderStress, HandlingAndUpdatingCanChangeWhileTheSignalIsRead)
 {
     this->writeWhileReading(
         10,
@@ -250,13 +250,14 @@ TYPED_TEST(SignalUnderStress, HandlingAndUpdatingChangeWhileTheSignalIsRead)
             this->signal.setUpdatingEnabled(true);
             this->ingest(2 * round + 1);
         },
-        [this] { this->readBesideScaling(); });
+        [this] { this->readDuringScaling(); });
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderSwitching, EveryFiftiethOfAThousandWorkersMeetsNewValues)
+TYPED_TEST(SignalUnderSwitching, AThousandWorkersCanBeStartedAndStoppedWhileTheSignalIsRead)
 {
-    // Each fiftieth worker sees the average before and after, the others hardly get to begin.
+    // Every fiftieth worker refreshes the average before and after new values; the others hardly
+    // start.
     this->writeWhileReading(
         1000,
         [this](int round) {
@@ -273,11 +274,11 @@ TYPED_TEST(SignalUnderSwitching, EveryFiftiethOfAThousandWorkersMeetsNewValues)
                 this->ingest(round);
             }
         },
-        [this] { this->readBesideScaling(); });
+        [this] { this->readDuringScaling(); });
     EXPECT_EQ(this->wrong, 0);
 }
 
-TYPED_TEST(SignalUnderStress, TheDatatypeChangesWhileRecordsAreRead)
+TYPED_TEST(SignalUnderStress, TheDatatypeCanChangeWhileRecordsAreRead)
 {
     using Record = typename TypeParam::T;
     this->signal.setValueHandling(append);
@@ -301,7 +302,7 @@ TYPED_TEST(SignalUnderStress, TheDatatypeChangesWhileRecordsAreRead)
     EXPECT_EQ(this->signal.getRating(1, true, 40, 100), 67);
 }
 
-TYPED_TEST(SignalUnderStress, TheMedianIsAskedFromSeveralThreadsWhileNobodyWrites)
+TYPED_TEST(SignalUnderStress, SeveralThreadsCanComputeTheMedianWhileNoThreadWrites)
 {
     this->signal.setValueHandling(append);
     feed(this->signal, {1, 2, 30});

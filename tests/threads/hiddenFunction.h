@@ -2,8 +2,8 @@
 
 #include <dlfcn.h>
 
-/// The next definition of a function, beyond the one of the program that is found first. It is
-/// asked for by the name that the compiler gives it.
+/// The definition of a function that the program's own definition overrides, looked up by its
+/// mangled name.
 template <typename Function>
 Function* hiddenFunction(const char* mangledName)
 {

@@ -1,7 +1,7 @@
-// What orders threads in QtCore, shown to ThreadSanitizer. The QtCore of a distribution is not
-// instrumented: the sanitizer sees neither that a QReadWriteLock is held nor that a QThread has
-// been waited for, and takes a correct program for a wrong one. The functions here are found before
-// QtCore's, call them and tell the sanitizer. This file itself is built without it.
+// Makes the synchronisation in QtCore visible to ThreadSanitizer. The QtCore of a distribution is
+// not instrumented, so the sanitizer sees neither that a QReadWriteLock is held nor that a QThread
+// has been waited for, and reports races in correct programs. The functions here override QtCore's,
+// call them and tell the sanitizer. This file itself is not instrumented.
 
 #include "hiddenFunction.h"
 
@@ -16,8 +16,8 @@
 #include <algorithm>
 #include <vector>
 
-// A thread that ends wakes who waits for it, inside QtCore, as its last act: the sanitizer sees the
-// condition used and destroyed, but not the mutex in between.
+// The last thing that an ending thread does inside QtCore is to wake the threads that wait for it.
+// The sanitizer sees the condition used and destroyed, but not the mutex in between.
 extern "C" const char* __tsan_default_suppressions(); // NOLINT(bugprone-reserved-identifier)
 extern "C" const char* __tsan_default_suppressions()
 {
@@ -27,13 +27,13 @@ extern "C" const char* __tsan_default_suppressions()
 namespace
 {
 
-// The event dispatcher of a thread would otherwise be GLib's, whose locks nobody shows.
+// Otherwise a thread would use GLib's event dispatcher, whose locks are not made visible.
 const bool withoutGlib = qputenv("QT_NO_GLIB", "1");
 
-/// The locks that this thread holds for writing: unlock() does not say what it unlocks.
+/// The locks that this thread holds for writing: unlock() is not told whether it was for writing.
 thread_local std::vector<const QReadWriteLock*> heldForWriting;
 
-/// Calls \a lock, which answers whether it has locked \a object.
+/// Calls \a lock, which returns whether it has locked \a object.
 template <typename Lock>
 bool announceLock(void* object, unsigned flags, Lock lock)
 {
@@ -60,7 +60,7 @@ bool announceWriteLock(QReadWriteLock* object, unsigned flags, Lock lock)
     return locked;
 }
 
-/// Calls \a wait, which lets go of \a mutex and takes it again.
+/// Calls \a wait, which releases \a mutex and locks it again.
 template <typename Wait>
 bool announceWait(QMutex* mutex, Wait wait)
 {
@@ -177,7 +177,7 @@ bool QWaitCondition::wait(QMutex* mutex, unsigned long time)
     return announceWait(mutex, [&] { return hidden(this, mutex, time); });
 }
 
-// The beginning of a thread is seen by the sanitizer itself.
+// The sanitizer itself sees when a thread starts.
 void QThread::start(Priority priority)
 {
     connect(

@@ -1,8 +1,8 @@
-// The functions of QVariant that the libraries call and by which records are copied, compared,
-// read, written to and read from streams, shown to ThreadSanitizer: they lie in QtCore, which is
-// not instrumented, so that a copy of a record would look to the sanitizer as if its two values had
-// never been touched. Constructors from a number are not among them: they fill a variable that no
-// other thread has yet. See qtSynchronisation.cpp.
+// Makes accesses to QVariant visible to ThreadSanitizer: the functions of QVariant that the
+// libraries call and that copy, compare, read and stream records. They are in QtCore, which is not
+// instrumented; without the functions here, the sanitizer would not see that copying a record
+// accesses its two values. Constructors from a number are left out: no other thread can access the
+// new object yet. See qtSynchronisation.cpp.
 
 #include "hiddenFunction.h"
 
@@ -19,8 +19,8 @@ extern "C" void __tsan_write_range(const void* address, unsigned long size);
 namespace
 {
 
-/// A call from \a returnAddress as an instrumented function announces it: without it, reports would
-/// leave out the function that called.
+/// Announces a call from \a returnAddress as an instrumented function does. Without it, reports
+/// would omit the calling function.
 class Call
 {
 public:

@@ -1,11 +1,12 @@
 #pragma once
 
-// Included first by every source under ThreadSanitizer. Before QVector writes in place, it asks
-// whether its storage is shared by reading the count without acquire: so nothing that the sanitizer
-// knows orders what the last reader of a snapshot has read before such a write. The processor
-// does, by the branch in between. Here the count is read with acquire, as if Qt said so.
+// Included first in every source that is compiled for ThreadSanitizer. Before QVector writes in
+// place, it checks whether its storage is shared by reading the count without acquire. So the C++
+// memory model does not order the reads of a snapshot's last reader before such a write; on
+// processors, the branch in between does. Here the count is read with acquire, which shows that
+// order to the sanitizer.
 
-#if __has_include(<QtCore/qatomic.h>) // not while the compiler itself is being tried
+#if __has_include(<QtCore/qatomic.h>) // Qt is not available when CMake tests the compiler
 
 #include <QtCore/qatomic.h>
 

@@ -1,7 +1,7 @@
-// Hosts that do not serialise what the headers leave to them. ThreadSanitizer has to report each:
-// this shows that it sees what happens inside the library, and that the headers are right. The
-// arguments name the host, and its record type. With --serialised the same calls are made under a
-// mutex, a number of rounds: then nothing may be reported.
+// Hosts that do not serialise calls as the headers require. ThreadSanitizer must report each of
+// them, which shows that it sees accesses inside the library and that the headers are right. The
+// arguments select the host and its record type. With --serialised, the same calls are made under a
+// mutex for a number of rounds, and nothing may be reported.
 
 #include <feed.h>
 
@@ -36,7 +36,7 @@ void rescale(Signal<T>& signal)
     signal.updateScaledValues(1, 0);
 }
 
-/// Under the write lock, all of it: only a reader without any lock is reported.
+/// All of this happens under the write lock, so only a reader without any lock is reported.
 template <typename T>
 void storeAndClear(Signal<T>& signal)
 {
@@ -51,7 +51,7 @@ void scaleNewest(Signal<T>& signal)
     signal.setNewValue(rawRecord<T>(1), 1, 0);
 }
 
-/// A batch of none would be a rescale and nothing else.
+/// With an empty batch, this would only be a rescale.
 template <typename T>
 void appendOne(Signal<T>& signal)
 {
@@ -73,7 +73,7 @@ void setDatatype(Signal<T>& signal)
     signal.setDatatype(dataType(4));
 }
 
-/// As a host does it that heeds the header.
+/// What a host does that follows the header.
 template <typename T>
 void setDatatypeWithoutWorker(Signal<T>& signal)
 {
@@ -124,8 +124,8 @@ void writeSnapshot(Signal<T>& signal)
     stream << signal.getValues();
 }
 
-/// What two threads do over and over, with a data type, by its code, and a handling; and what the
-/// writer does instead where a mutex is not all that serialises it.
+/// What two threads do in a loop, with the code of a data type and a value handling. The serialised
+/// writer replaces the writer where a mutex is not enough.
 template <typename T>
 struct Host {
     void (*writer)(Signal<T>&);
@@ -176,8 +176,8 @@ void runUntilReported(const Host<T>& host, Signal<T>& signal)
     other.join();
 }
 
-/// Both sides in turn: whoever gets the mutex again at once would keep the other from its rounds.
-/// Whose turn it is orders nothing by itself.
+/// The threads take turns: otherwise one that keeps getting the mutex would hold up the other. The
+/// turn itself orders no other accesses.
 template <typename T>
 void runSerialised(const Host<T>& host, Signal<T>& signal)
 {
@@ -204,7 +204,7 @@ int runHost(const std::string& name, bool serialised)
 {
     const auto named = hosts<T>.find(name);
     if (named == hosts<T>.end())
-        return std::cerr << "name one of the hosts\n", 2;
+        return std::cerr << "unknown host: " << name << "\n", 2;
     const Host<T>& host = named->second;
 
     Signal<T> signal;
@@ -225,7 +225,8 @@ int main(int argc, char* argv[])
         return std::find(arguments.begin(), arguments.end(), argument) != arguments.end();
     };
     if (arguments.empty())
-        return std::cerr << "HOST [--j1939 | --canopen] [--serialised]\n", 2;
+        return std::cerr << "usage: unserialised_host HOST [--j1939 | --canopen] [--serialised]\n",
+               2;
     const bool serialised = given("--serialised");
     return given("--canopen") ? runHost<CANopenObjectValue>(arguments.front(), serialised)
                               : runHost<J1939Value>(arguments.front(), serialised);
