@@ -44,7 +44,7 @@ TYPED_TEST_SUITE(Records, RecordTypes);
 
 } // namespace
 
-TYPED_TEST(Records, ArePlainValuesThatQtMayMoveByTheirBytes)
+TYPED_TEST(Records, AreNotPolymorphicAndCanBeRelocatedByQt)
 {
     static_assert(!std::is_polymorphic_v<TypeParam>);
     static_assert(std::is_base_of_v<GenericValue, TypeParam>);
@@ -54,7 +54,7 @@ TYPED_TEST(Records, ArePlainValuesThatQtMayMoveByTheirBytes)
     static_assert(QTypeInfo<TypeParam>::isRelocatable);
 }
 
-TYPED_TEST(Records, FreshRecordHoldsNoMeasurement)
+TYPED_TEST(Records, ANewRecordHoldsNoValues)
 {
     const TypeParam value;
     EXPECT_FALSE(value.rawValue.isValid());
@@ -63,7 +63,7 @@ TYPED_TEST(Records, FreshRecordHoldsNoMeasurement)
     EXPECT_FALSE(value.isInvalid);
 }
 
-TYPED_TEST(Records, FreshRecordHasBothBytesZero)
+TYPED_TEST(Records, ANewRecordHasBothAuxCodesZero)
 {
     alignas(TypeParam) unsigned char storage[sizeof(TypeParam)];
     std::memset(storage, 0xff, sizeof storage);
@@ -73,7 +73,7 @@ TYPED_TEST(Records, FreshRecordHasBothBytesZero)
     value->~TypeParam();
 }
 
-TYPED_TEST(Records, CopiesIntoAVectorKeepFlagTagAndBothBytes)
+TYPED_TEST(Records, CopiesInAVectorKeepFlagTagAndBothAuxCodes)
 {
     TypeParam value;
     value.isInvalid = true;
@@ -88,7 +88,7 @@ TYPED_TEST(Records, CopiesIntoAVectorKeepFlagTagAndBothBytes)
     EXPECT_EQ(records.first().auxCode2, -12);
 }
 
-TEST(CANopenObjectValue, FreshRecordHasBothNumbersZero)
+TEST(CANopenObjectValue, ANewRecordHasBothAuxNumbersZero)
 {
     alignas(CANopenObjectValue) unsigned char storage[sizeof(CANopenObjectValue)];
     std::memset(storage, 0xff, sizeof storage);
@@ -113,7 +113,7 @@ TEST(CANopenObjectValue, CopyAndAssignmentKeepEveryField)
     expectSameFields(moveAssigned, original);
 }
 
-TEST(CANopenObjectValue, EqualRecordsAreEqual)
+TEST(CANopenObjectValue, RecordsWithTheSameFieldsAreEqual)
 {
     EXPECT_TRUE(sampleRecord() == sampleRecord());
     EXPECT_TRUE(CANopenObjectValue() == CANopenObjectValue());
@@ -133,7 +133,7 @@ TEST(CANopenObjectValue, RecordsThatDifferOnlyInIsInvalidAreEqual)
     EXPECT_TRUE(sampleRecord() == other);
 }
 
-TEST(CANopenObjectValue, EveryComparedFieldMakesRecordsUnequal)
+TEST(CANopenObjectValue, ADifferenceInAnyComparedFieldMakesRecordsUnequal)
 {
     const auto differsAfter = [](auto change) {
         CANopenObjectValue other = sampleRecord();
@@ -158,7 +158,7 @@ TEST(CANopenObjectValue, RawValuesCompareByVariantEquality)
     EXPECT_TRUE(number == text);
 }
 
-TEST(CANopenObjectValue, NotANumberInBothFirstNumbersMakesRecordsUnequal)
+TEST(CANopenObjectValue, RecordsWithNaNInAuxNumber1AreUnequal)
 {
     CANopenObjectValue value = sampleRecord();
     value.auxNumber1 = std::numeric_limits<double>::quiet_NaN();
@@ -166,7 +166,7 @@ TEST(CANopenObjectValue, NotANumberInBothFirstNumbersMakesRecordsUnequal)
     EXPECT_FALSE(value == copy);
 }
 
-TEST(CANopenObjectValue, NotANumberInBothSecondNumbersMakesRecordsUnequal)
+TEST(CANopenObjectValue, RecordsWithNaNInAuxNumber2AreUnequal)
 {
     CANopenObjectValue value = sampleRecord();
     value.auxNumber2 = std::numeric_limits<double>::quiet_NaN();
@@ -174,7 +174,7 @@ TEST(CANopenObjectValue, NotANumberInBothSecondNumbersMakesRecordsUnequal)
     EXPECT_FALSE(value == copy);
 }
 
-TEST(CANopenObjectValue, ZerosOfBothSignsAreEqual)
+TEST(CANopenObjectValue, ZeroAndNegativeZeroAreEqual)
 {
     CANopenObjectValue value = sampleRecord();
     CANopenObjectValue other = sampleRecord();

@@ -39,7 +39,8 @@ T sampleOf()
     return sample(T());
 }
 
-/// A record whose every field differs from sampleOf(), to see what a read leaves alone.
+/// A record that differs from sampleOf() in every field, to see which fields a read leaves
+/// unchanged.
 template <typename T>
 T target()
 {
@@ -57,7 +58,7 @@ T target()
     return value;
 }
 
-/// The fields of a record that its stream format holds, and those that it does not.
+/// All fields of a record, including those that are not in its stream format.
 QVector<QVariant> allFields(const CANopenObjectValue& value)
 {
     return {value.rawValue, value.scaledValue, value.valueTag,   value.isInvalid,
@@ -122,17 +123,17 @@ TYPED_TEST(RecordStream, WritesTheFieldsInTheOrderOfTheFormat)
     EXPECT_EQ(written(value).toHex(), expectedBytes(value).toHex());
 }
 
-TEST(CANopenRecordStream, TakesTwentyFourBytesBesideTheVariants)
+TEST(CANopenRecordStream, TakesTwentyFourBytesPlusTheVariants)
 {
     EXPECT_EQ(written(sampleOf<CANopenObjectValue>()).size(), 24 + int258.size() + half.size());
 }
 
-TEST(J1939RecordStream, TakesSixBytesBesideTheVariants)
+TEST(J1939RecordStream, TakesSixBytesPlusTheVariants)
 {
     EXPECT_EQ(written(sampleOf<J1939Value>()).size(), 6 + int258.size() + half.size());
 }
 
-TEST(CANopenRecordStream, ReadingBackRestoresAllButIsInvalid)
+TEST(CANopenRecordStream, ReadingRestoresEveryFieldExceptIsInvalid)
 {
     QDataStream stream(written(sampleOf<CANopenObjectValue>()));
     auto value = target<CANopenObjectValue>();
@@ -143,7 +144,7 @@ TEST(CANopenRecordStream, ReadingBackRestoresAllButIsInvalid)
     EXPECT_EQ(stream.status(), QDataStream::Ok);
 }
 
-TEST(J1939RecordStream, ReadingBackRestoresAllButIsInvalidAndBothBytes)
+TEST(J1939RecordStream, ReadingRestoresEveryFieldExceptIsInvalidAndTheAuxCodes)
 {
     QDataStream stream(written(sampleOf<J1939Value>()));
     auto value = target<J1939Value>();
@@ -156,7 +157,7 @@ TEST(J1939RecordStream, ReadingBackRestoresAllButIsInvalidAndBothBytes)
     EXPECT_EQ(stream.status(), QDataStream::Ok);
 }
 
-TYPED_TEST(RecordStream, OperatorsReturnTheStreamTheyWereGiven)
+TYPED_TEST(RecordStream, OperatorsReturnTheirStream)
 {
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -164,10 +165,10 @@ TYPED_TEST(RecordStream, OperatorsReturnTheStreamTheyWereGiven)
     QDataStream in(bytes);
     TypeParam value;
     EXPECT_EQ(&(in >> value), &in);
-    EXPECT_EQ(&(in >> value), &in); // at its end
+    EXPECT_EQ(&(in >> value), &in); // at the end of the stream
 }
 
-TYPED_TEST(RecordStream, EveryKindOfVariantComesBack)
+TYPED_TEST(RecordStream, EveryKindOfVariantIsRestored)
 {
     const QVector<QVariant> kinds{QVariant(),
                                   true,
@@ -208,7 +209,7 @@ TYPED_TEST(RecordStream, AnEmptyStreamLeavesTheRecordUnchanged)
     EXPECT_EQ(stream.status(), QDataStream::ReadPastEnd);
 }
 
-TYPED_TEST(RecordStream, AnotherVersionWordConsumesTwoBytesAndLeavesTheRecordUnchanged)
+TYPED_TEST(RecordStream, AnUnknownVersionConsumesTwoBytesAndLeavesTheRecordUnchanged)
 {
     for (const char* version : {"0002", "0000", "ffff", "0101", "7fff", "8001"}) {
         QByteArray bytes = written(sampleOf<TypeParam>());
@@ -222,7 +223,7 @@ TYPED_TEST(RecordStream, AnotherVersionWordConsumesTwoBytesAndLeavesTheRecordUnc
     }
 }
 
-TYPED_TEST(RecordStream, WhatFollowsARefusedRecordIsTheNextItem)
+TYPED_TEST(RecordStream, TheNextReadStartsRightAfterAnUnknownVersion)
 {
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -233,7 +234,7 @@ TYPED_TEST(RecordStream, WhatFollowsARefusedRecordIsTheNextItem)
     EXPECT_EQ(streamedFields(value), streamedFields(sampleOf<TypeParam>()));
 }
 
-TYPED_TEST(RecordStream, RecordsFollowEachOther)
+TYPED_TEST(RecordStream, AVectorOfRecordsIsRestored)
 {
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -247,7 +248,7 @@ TYPED_TEST(RecordStream, RecordsFollowEachOther)
     EXPECT_TRUE(in.atEnd());
 }
 
-TYPED_TEST(RecordStream, EveryTruncationSetsTheStatusAndKeepsWhatIsNotStreamed)
+TYPED_TEST(RecordStream, EveryTruncationSetsTheStatusAndKeepsFieldsThatAreNotStreamed)
 {
     const QByteArray whole = written(sampleOf<TypeParam>());
     for (int length = 0; length < whole.size(); ++length) {
@@ -259,7 +260,7 @@ TYPED_TEST(RecordStream, EveryTruncationSetsTheStatusAndKeepsWhatIsNotStreamed)
         if (length < 2) {
             EXPECT_EQ(allFields(value), allFields(target<TypeParam>())) << length;
         }
-        // What stands whole in the stream has been read.
+        // Values that are complete in the stream have been read.
         if (length >= 2 + int258.size()) {
             EXPECT_EQ(value.rawValue, QVariant(258)) << length;
         }
@@ -269,7 +270,7 @@ TYPED_TEST(RecordStream, EveryTruncationSetsTheStatusAndKeepsWhatIsNotStreamed)
     }
 }
 
-TYPED_TEST(RecordStream, UsesByteOrderAndVersionOfTheStream)
+TYPED_TEST(RecordStream, UsesTheByteOrderAndVersionOfTheStream)
 {
     for (const auto order : {QDataStream::BigEndian, QDataStream::LittleEndian}) {
         for (int version = QDataStream::Qt_4_0; version <= QDataStream::Qt_5_15; ++version) {
@@ -284,7 +285,7 @@ TYPED_TEST(RecordStream, UsesByteOrderAndVersionOfTheStream)
     }
 }
 
-TYPED_TEST(RecordStream, AForeignByteOrderIsRefusedByTheVersionWord)
+TYPED_TEST(RecordStream, ADifferentByteOrderIsAnUnknownVersion)
 {
     QDataStream stream(
         written(sampleOf<TypeParam>(), QDataStream::Qt_5_15, QDataStream::LittleEndian));
@@ -309,7 +310,7 @@ TEST(CANopenRecordStream, UsesTheFloatingPointPrecisionOfTheStream)
     EXPECT_EQ(streamedFields(value), streamedFields(sampleOf<CANopenObjectValue>()));
 }
 
-TYPED_TEST(RecordStream, WritingDoesNotLookAtTheStatusOfTheStream)
+TYPED_TEST(RecordStream, WritingKeepsTheStatusOfTheStream)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
@@ -318,7 +319,7 @@ TYPED_TEST(RecordStream, WritingDoesNotLookAtTheStatusOfTheStream)
     EXPECT_EQ(stream.status(), QDataStream::ReadCorruptData);
 }
 
-TYPED_TEST(RecordStream, OperatorsSetNothingOnTheStream)
+TYPED_TEST(RecordStream, OperatorsKeepTheSettingsOfTheStream)
 {
     QByteArray bytes;
     QDataStream out(&bytes, QIODevice::ReadWrite);
