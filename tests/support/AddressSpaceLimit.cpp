@@ -7,7 +7,7 @@
 namespace
 {
 
-/// Greater than any stack that the C library keeps from a thread that has ended.
+/// Larger than any stack of a finished thread that the C library may have kept.
 constexpr std::size_t stackSize = std::size_t(1) << 30;
 
 rlim_t usedAddressSpace()

@@ -3,8 +3,8 @@
 #include <pthread.h>
 #include <sys/resource.h>
 
-/// Leaves no room in the address space of the process for the stack of another thread while it
-/// lives, and enough for everything else.
+/// While an object of this class exists, the address space of the process has no room for the stack
+/// of another thread, but enough for everything else.
 class AddressSpaceLimit
 {
 public:

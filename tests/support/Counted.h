@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-/// A raw value that counts how often it is copied, small enough to lie within its variant.
+/// A raw value that counts its copies, small enough to be stored inside its variant.
 struct Counted {
     Counted() = default;
     Counted(const Counted&) { ++copies; }

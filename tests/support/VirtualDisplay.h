@@ -4,8 +4,8 @@
 
 #include <QtCore/QProcess>
 
-/// A display that nobody sees, on a number that is free. Programs that are started meanwhile, and
-/// windows of this one, are shown there.
+/// An invisible X display with a free display number. Windows of this program, and of programs that
+/// it starts, are shown there.
 class VirtualDisplay
 {
 public:
@@ -19,8 +19,8 @@ public:
         EXPECT_TRUE(number.endsWith('\n')) << server.readAllStandardError().toStdString();
         qputenv("DISPLAY", ':' + number.trimmed());
         qputenv("QT_QPA_PLATFORM", "xcb");
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:"); // there is no session
-        qputenv("QT_XCB_GL_INTEGRATION", "none");         // nothing here takes OpenGL
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:"); // there is no session bus
+        qputenv("QT_XCB_GL_INTEGRATION", "none");         // OpenGL is not needed
     }
 
     ~VirtualDisplay()

@@ -23,7 +23,7 @@ constexpr auto reject = handlingType(0);
 constexpr auto replaceNewest = handlingType(1);
 constexpr auto append = handlingType(2);
 
-/// Feeds \a raws to \a signal one by one, unscaled.
+/// Feeds \a raws to \a signal one by one, with factor 1 and offset 0.
 template <typename T>
 void feed(GenericSignalImpl<T>& signal, std::initializer_list<QVariant> raws)
 {
@@ -31,7 +31,7 @@ void feed(GenericSignalImpl<T>& signal, std::initializer_list<QVariant> raws)
         signal.setNewValue(rawRecord<T>(raw), 1, 0);
 }
 
-/// Waits until the worker has brought the cached figures in line with the calculator's.
+/// Waits until the worker has cached the present average and deviation of the calculator.
 template <typename T>
 bool waitForCaches(const GenericSignalImpl<T>& signal)
 {
@@ -59,7 +59,7 @@ void expectFlags(const GenericSignalImpl<T>& signal, bool average, bool deviatio
     EXPECT_EQ(signal.valuesChanged, values);
 }
 
-/// All five figures and the count of a signal at once.
+/// All statistics of a signal, and the number of its records.
 struct Statistics {
     double average = -1;
     QVariant maximum = QStringLiteral("old");

@@ -13,8 +13,8 @@
 #define ADDRESS_SANITIZER 0
 #endif
 
-/// How often a check with random data is repeated: \a full times, a tenth of it under
-/// AddressSanitizer. The release build runs all.
+/// How often a check with random data is repeated: \a full times, or a tenth of that under
+/// AddressSanitizer.
 constexpr int repetitions(int full)
 {
     return ADDRESS_SANITIZER ? full / 10 : full;

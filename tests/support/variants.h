@@ -3,7 +3,7 @@
 #include <QtCore/QMetaType>
 #include <QtCore/QVariant>
 
-/// The Qt type id of an element type, as Qt's documentation lists them.
+/// The Qt type id of an element type, from Qt's documentation.
 template <typename N>
 inline constexpr int typeIdOf = -1;
 template <>
@@ -27,12 +27,11 @@ inline constexpr int typeIdOf<double> = 6;
 template <>
 inline constexpr int typeIdOf<float> = 38;
 
-/// The Qt type id in which a scaled value or an extreme of an element type is handed out: 8 and 16
-/// bits as int.
+/// The Qt type id of scaled values and extremes of an element type: int for 8 and 16 bits.
 template <typename N>
 inline constexpr int storedTypeIdOf = sizeof(N) < sizeof(int) ? 2 : typeIdOf<N>;
 
-/// \a value in a variant of its own type, also for the small types that QVariant would promote.
+/// \a value in a variant of its own type, even for small types that QVariant would promote.
 template <typename N>
 QVariant ownVariant(N value)
 {

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-/// Waits until \a condition holds and returns true; false if it does not within half a minute.
+/// Waits until \a condition holds, for at most half a minute, and returns whether it holds.
 template <typename Condition>
 bool waitUntil(Condition condition)
 {

@@ -6,7 +6,7 @@
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 
-/// How many worker threads this process has: Qt names a thread after its class.
+/// The number of worker threads in this process. Qt names a thread after its class.
 inline int workerCount()
 {
     int count = 0;
@@ -18,15 +18,15 @@ inline int workerCount()
     return count;
 }
 
-/// How many threads it has: one counts from its start on, before it bears a name.
+/// The number of threads in this process, including those that do not have their name yet.
 inline int threadCount()
 {
     const QDir tasks(QStringLiteral("/proc/self/task"));
     return tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
 }
 
-/// Waits until this process has \a count workers: one begins to bear its name a moment after its
-/// start, and one that has been waited for may still be leaving.
+/// Waits until this process has \a count workers. A worker gets its name shortly after it starts,
+/// and one that has been waited for may still be ending.
 inline bool settlesAt(int count)
 {
     return waitUntil([count] { return workerCount() == count; });
