@@ -12,31 +12,32 @@ constexpr qint64 microsecondsPerSecond = 1000000;
 constexpr int crcBits = 15;
 constexpr int unstuffedBits = 13; // CRC and ACK delimiter, ACK, end of frame, intermission
 
-/// The equal bits at the end of what has been sent. Five of them are followed by a stuff bit of the
-/// other value, which is the first of the next run.
+/// The equal bits that were sent last. A run of five is followed by a stuff bit of the opposite
+/// value, which begins the next run.
 struct Run {
     quint8 last = 1; // the bus is recessive before a frame
-    quint8 equal = 0;
+    quint8 length = 0;
 };
 
+/// Returns whether a stuff bit follows.
 constexpr bool sendBit(Run& run, bool bit)
 {
-    run.equal = static_cast<quint8>(bit == static_cast<bool>(run.last) ? run.equal + 1 : 1);
+    run.length = static_cast<quint8>(bit == static_cast<bool>(run.last) ? run.length + 1 : 1);
     run.last = bit ? 1 : 0;
-    if (run.equal < 5)
+    if (run.length < 5)
         return false;
     run = {static_cast<quint8>(bit ? 0 : 1), 1};
     return true;
 }
 
-/// The effect of one byte. Looking it up for the whole byte avoids branches on single bits, which
-/// the processor cannot predict.
+/// The effect of sending one byte. Whole bytes are looked up in a table because the processor
+/// cannot predict branches on single bits.
 struct ByteStep {
     Run run;
     quint8 stuffBits = 0;
 };
 
-using ByteSteps = std::array<std::array<std::array<ByteStep, 256>, 5>, 2>; // by last and equal
+using ByteSteps = std::array<std::array<std::array<ByteStep, 256>, 5>, 2>; // by last and length
 
 constexpr ByteStep stepOf(Run run, int byte)
 {
@@ -50,9 +51,9 @@ constexpr ByteSteps makeByteSteps()
 {
     ByteSteps steps{};
     for (quint8 last = 0; last < 2; ++last) {
-        for (quint8 equal = 0; equal < 5; ++equal) {
+        for (quint8 length = 0; length < 5; ++length) {
             for (int byte = 0; byte < 256; ++byte)
-                steps[last][equal][static_cast<size_t>(byte)] = stepOf({last, equal}, byte);
+                steps[last][length][static_cast<size_t>(byte)] = stepOf({last, length}, byte);
         }
     }
     return steps;
@@ -108,7 +109,7 @@ private:
     void addByte(quint8 byte)
     {
         crc = (crc << 8 & 0x7FFF) ^ crcs[crc >> (crcBits - 8) ^ byte];
-        const ByteStep& step = byteSteps[run.last][run.equal][byte];
+        const ByteStep& step = byteSteps[run.last][run.length][byte];
         bits += 8 + step.stuffBits;
         run = step.run;
     }
@@ -122,9 +123,9 @@ void addHeader(const Frame& frame, BitCounter& counter)
 {
     const quint64 remote = frame.remote ? 1 : 0;
     const quint64 id = frame.id;
-    // Start of frame (0), id, RTR, further bits, length. In an extended frame SRR and IDE (both 1)
-    // follow the first 11 bits of the id, and two reserved bits (0) follow RTR; in a standard frame
-    // IDE and one reserved bit (both 0) follow RTR.
+    // Start of frame (0), id, RTR, other bits, length. In an extended frame, SRR and IDE (both 1)
+    // follow the first 11 bits of the id, and two reserved bits (0) follow RTR. In a standard
+    // frame, IDE and one reserved bit (both 0) follow RTR.
     if (frame.extended)
         counter.add((id >> 18 << 27) | (quint64{3} << 25) | ((id & 0x3FFFF) << 7) | (remote << 6) |
                         frame.length,

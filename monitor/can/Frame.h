@@ -12,25 +12,25 @@ constexpr quint32 lastStandardId = 0x7FF;
 constexpr quint32 lastExtendedId = 0x1FFFFFFF;
 constexpr quint8 longestClassicFrame = 8;
 
-/// One CAN frame as it was seen on the bus, classic or FD.
+/// One classic or FD frame, as seen on the bus.
 struct Frame {
-    /// When it was seen, if known. The epoch depends on the recorder, and a later frame may have an
-    /// earlier time.
+    /// When the frame was seen, if known. The epoch depends on the recorder, and a later frame may
+    /// have an earlier time.
     std::optional<qint64> microseconds;
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
-    bool remote = false;   ///< true: a request for data, without data of its own
+    bool remote = false;   ///< true: a remote frame, which requests data and has none itself
     quint8 length = 0;     ///< the number of valid bytes in \a data, up to 8 in a classic frame
     std::array<quint8, 64> data{};
 };
 
-/// The data of one frame, or of a message reassembled from several. Does not own the bytes.
+/// The data of one frame, or of a message reassembled from several frames. Does not own the bytes.
 struct Payload {
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     const quint8* data = nullptr;
     int length = 0;                     ///< in bytes
-    std::optional<qint64> microseconds; ///< when its last frame was seen
+    std::optional<qint64> microseconds; ///< when the last frame was seen
 };
 
 /// The data of \a frame, which must outlive the result.
@@ -40,8 +40,8 @@ inline Payload payloadOf(const Frame& frame)
 }
 
 /// The parameter group number in a 29-bit id (SAE J1939-21): both data page bits, the PDU format
-/// and, from format 240 on (PDU2), the group extension. Below 240 (PDU1) that byte is the
-/// destination address, which does not belong to the PGN.
+/// and, for formats from 240 up (PDU2), the group extension. For formats below 240 (PDU1) that byte
+/// is the destination address, which is not part of the PGN.
 constexpr quint32 pgnOf(quint32 id)
 {
     constexpr quint32 firstPdu2Format = 240;

@@ -10,10 +10,10 @@ namespace
 
 constexpr quint32 controlPgn = 60416;
 constexpr quint32 packetPgn = 60160;
-constexpr int bytesInPacket = 7; // behind the number of the packet
+constexpr int bytesInPacket = 7; // after the packet number
 constexpr int shortestMessage = 9;
 constexpr int longestMessage = 1785;
-constexpr quint8 everybody = 255;
+constexpr quint8 globalAddress = 255;
 constexpr quint32 lastPgn = 0x3FFFF;
 
 enum Control : quint8 { RequestToSend = 16, ClearToSend = 17, BroadcastAnnounce = 32, Abort = 255 };
@@ -28,14 +28,14 @@ quint32 keyOf(quint8 source, quint8 destination)
     return static_cast<quint32>(source << 8 | destination);
 }
 
-/// The session of what \a frame was sent for by its own source.
-quint32 sentKeyOf(const Frame& frame)
+/// The key of the session that \a frame belongs to if its source sends the message.
+quint32 senderKeyOf(const Frame& frame)
 {
     return keyOf(sourceAddressOf(frame.id), destinationOf(frame));
 }
 
-/// The session that the receiver of its packets answers in \a frame.
-quint32 answeredKeyOf(const Frame& frame)
+/// The key of the session that \a frame belongs to if its source receives the message.
+quint32 receiverKeyOf(const Frame& frame)
 {
     return keyOf(destinationOf(frame), sourceAddressOf(frame.id));
 }
@@ -45,7 +45,7 @@ quint32 announcedPgn(const Frame& frame)
     return static_cast<quint32>(frame.data[5] | frame.data[6] << 8 | frame.data[7] << 16);
 }
 
-/// The id of a single frame with that content; of its parts only PGN and source matter.
+/// An id for the message. The priority and the destination are 0: they do not matter for a PGN.
 quint32 idOf(quint32 pgn, const Frame& packet)
 {
     return pgn << 8 | sourceAddressOf(packet.id);
@@ -72,11 +72,11 @@ void TransportProtocol::clearCounts()
 
 void TransportProtocol::takeControl(const Frame& frame, bool isDecoded)
 {
-    const bool toEverybody = destinationOf(frame) == everybody;
+    const bool isBroadcast = destinationOf(frame) == globalAddress;
     switch (frame.data[0]) {
     case RequestToSend:
     case BroadcastAnnounce:
-        if (toEverybody == (frame.data[0] == BroadcastAnnounce))
+        if (isBroadcast == (frame.data[0] == BroadcastAnnounce))
             begin(frame, isDecoded);
         break;
     case ClearToSend:
@@ -85,34 +85,34 @@ void TransportProtocol::takeControl(const Frame& frame, bool isDecoded)
     case Abort:
         abort(frame);
         break;
-    default: // the acknowledgment of a whole message, and what is reserved
+    default: // end-of-message acknowledgment and reserved values
         break;
     }
 }
 
 void TransportProtocol::begin(const Frame& frame, bool isDecoded)
 {
-    giveUp(sentKeyOf(frame));
+    abandon(senderKeyOf(frame));
     Session session;
     session.pgn = announcedPgn(frame);
     session.size = frame.data[1] | frame.data[2] << 8;
     session.packets = frame.data[3];
     session.frames = isDecoded ? 0 : 1;
-    const bool isPossible = session.size >= shortestMessage && session.size <= longestMessage &&
-                            session.packets == (session.size + bytesInPacket - 1) / bytesInPacket &&
-                            session.pgn <= lastPgn;
-    if (!isPossible) {
+    const bool isValid = session.size >= shortestMessage && session.size <= longestMessage &&
+                         session.packets == (session.size + bytesInPacket - 1) / bytesInPacket &&
+                         session.pgn <= lastPgn;
+    if (!isValid) {
         ++counted.interrupted;
         return;
     }
     session.data = QByteArray(session.packets * bytesInPacket, '\0');
-    sessions.insert(sentKeyOf(frame), session);
+    sessions.insert(senderKeyOf(frame), session);
 }
 
-/// The receiver may ask for packets again.
+/// Continues with the packet that the receiver asks for, which may be a repetition.
 void TransportProtocol::rewind(const Frame& frame)
 {
-    const auto session = sessions.find(answeredKeyOf(frame));
+    const auto session = sessions.find(receiverKeyOf(frame));
     const int next = frame.data[2];
     if (session != sessions.end() && session->pgn == announcedPgn(frame) && frame.data[1] > 0 &&
         next > 0 && next <= session->packets)
@@ -122,27 +122,27 @@ void TransportProtocol::rewind(const Frame& frame)
 /// Either side may abort.
 void TransportProtocol::abort(const Frame& frame)
 {
-    for (const quint32 key : {sentKeyOf(frame), answeredKeyOf(frame)}) {
+    for (const quint32 key : {senderKeyOf(frame), receiverKeyOf(frame)}) {
         const auto session = sessions.constFind(key);
         if (session != sessions.cend() && session->pgn == announcedPgn(frame))
-            giveUp(key);
+            abandon(key);
     }
 }
 
-void TransportProtocol::giveUp(quint32 key)
+void TransportProtocol::abandon(quint32 key)
 {
     counted.interrupted += sessions.remove(key);
 }
 
 std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& frame, bool isDecoded)
 {
-    const auto session = sessions.find(sentKeyOf(frame));
+    const auto session = sessions.find(senderKeyOf(frame));
     if (session == sessions.end()) {
-        ++counted.lost; // the announcement, or a packet before this one, is missing
+        ++counted.lost; // the announcement or an earlier packet is missing
         return std::nullopt;
     }
     if (!checkOrder(frame, *session)) {
-        giveUp(sentKeyOf(frame));
+        abandon(senderKeyOf(frame));
         return std::nullopt;
     }
     store(frame, *session);
@@ -151,19 +151,19 @@ std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& fra
     return isComplete ? std::optional(finish(frame, session)) : std::nullopt;
 }
 
-/// Counts what is wrong with the number of a packet. False if there is no such packet, or if the
-/// message can no longer be completed: packets sent to all are not repeated.
+/// Counts a packet with an unexpected number. Returns false if the message has no such packet, or
+/// if it can no longer be completed because broadcast packets are not repeated.
 bool TransportProtocol::checkOrder(const Frame& frame, Session& session)
 {
     const int number = frame.data[0];
-    const bool exists = number > 0 && number <= session.packets; // behind the last none does
+    const bool exists = number > 0 && number <= session.packets;
     if (exists && number == session.next)
         return true;
     if (exists && number > session.next)
         counted.lost += number - session.next;
     else
         ++counted.outOfOrder;
-    return exists && destinationOf(frame) != everybody;
+    return exists && destinationOf(frame) != globalAddress;
 }
 
 void TransportProtocol::store(const Frame& frame, Session& session)
