@@ -84,7 +84,8 @@ QString generalHelp()
     text += helpEntry(QStringLiteral("--version"), QStringLiteral("Print the version."));
     text += QStringLiteral("\n\"vantrel COMMAND --help\" lists the options of a command.\n\n");
     text +=
-        wrapped(QStringLiteral("Formats of recordings: %1.").arg(listed(formats, "and")), 0) + '\n';
+        wrapped(QStringLiteral("Formats of recordings: %1.").arg(joinWords(formats, "and")), 0) +
+        '\n';
     return text + wrapped(QStringLiteral("Exit status: 0 success, 1 nothing could be decoded or "
                                          "sent, 2 usage error, a file that cannot be read, a bus "
                                          "that cannot be connected or is lost, or output that "
@@ -158,7 +159,7 @@ QString readOption(const OptionRow& row, const CommandRow& command, int earlier,
                 owners += QLatin1String(other.name);
         }
         return QStringLiteral("%1 belongs to %2, not to %3")
-            .arg(option, listed(owners, "and"), QLatin1String(command.name));
+            .arg(option, joinWords(owners, "and"), QLatin1String(command.name));
     }
     if (earlier > 0 && row.occurrence != Occurrence::AnyNumber)
         return option + QStringLiteral(" can be given only once");
@@ -207,7 +208,7 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     }
     QString error;
     if (!missing.isEmpty())
-        error = QStringLiteral("needs ") + listed(missing, "and");
+        error = QStringLiteral("needs ") + joinWords(missing, "and");
     else if (decodingCommands.testFlag(command.id))
         error = completeDescriptions(options);
     sortByTables(options);

@@ -125,7 +125,7 @@ QString readFormat(const QString& name, Options& options)
             return QString();
         }
     }
-    return QStringLiteral("needs ") + listed(printedNames(), "or");
+    return QStringLiteral("needs ") + joinWords(printedNames(), "or");
 }
 
 QStringList displayNames()
@@ -140,7 +140,7 @@ QString readDisplay(const QString& name, Options& options)
 {
     options.display = findDisplay(name);
     return options.display != nullptr ? QString()
-                                      : QStringLiteral("needs ") + listed(displayNames(), "or");
+                                      : QStringLiteral("needs ") + joinWords(displayNames(), "or");
 }
 
 QString readRating(const QString& text, Options& options)
@@ -181,7 +181,7 @@ QVector<OptionRow> outputRows()
 {
     const QString help =
         QStringLiteral("Print the statistics as %1 (default: %2).")
-            .arg(listed(printedNames(), "or"), QLatin1String(defaultOutputKind().name));
+            .arg(joinWords(printedNames(), "or"), QLatin1String(defaultOutputKind().name));
     QVector<OptionRow> rows{
         {"format", "FORMAT", help, printingCommands, Occurrence::AtMostOnce, readFormat}};
     for (const OutputKind& kind : outputKinds()) {
@@ -236,7 +236,7 @@ QString displayHelp()
     return QStringLiteral(
                "Show the signals meanwhile: %1 (default: %2, if the output is a terminal "
                "and the format is table).")
-        .arg(listed(displays, "or"), displayNames().constFirst());
+        .arg(joinWords(displays, "or"), displayNames().constFirst());
 }
 
 QVector<OptionRow> busRows()

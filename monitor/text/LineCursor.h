@@ -29,7 +29,7 @@ inline std::optional<quint32> hexDigit(char c)
     return std::nullopt;
 }
 
-/// A piece of a line. It refers to the line, which must outlive it.
+/// Part of a line, which must outlive it.
 struct Word {
     const char* begin = nullptr;
     int size = 0;
@@ -37,7 +37,7 @@ struct Word {
     bool isEmpty() const { return size == 0; }
     char at(int i) const { return begin[i]; }
     char last() const { return begin[size - 1]; }
-    // Not qstrncmp(), which takes a zero byte in the line for the end of both.
+    // Not qstrncmp(), which would stop at a zero byte in the line.
     bool operator==(const char* text) const
     {
         return qstrlen(text) == static_cast<uint>(size) &&
@@ -45,8 +45,8 @@ struct Word {
     }
 };
 
-/// Walks over the characters of a line, which must outlive it. Looking beyond the last one gives
-/// '\0'.
+/// Reads a line, which must outlive it, character by character. At the end, peek() and take()
+/// return '\0'.
 class LineCursor
 {
 public:
@@ -71,7 +71,7 @@ public:
         return next != begin;
     }
 
-    /// Takes what is left up to the next blank or the end.
+    /// Takes everything up to the next blank or the end of the line.
     Word takeWord()
     {
         const char* const begin = next;
@@ -80,7 +80,7 @@ public:
         return {begin, static_cast<int>(next - begin)};
     }
 
-    /// Skips blanks and takes the word behind them.
+    /// Skips blanks and takes the word that follows.
     Word takeNextWord()
     {
         skipBlanks();
@@ -92,14 +92,16 @@ private:
     const char* end;
 };
 
-constexpr qint64 latestTime = 999999999999999999; ///< that readTime() reads, in microseconds
+/// The greatest time that readTime() accepts, in microseconds.
+constexpr qint64 latestTime = 999999999999999999;
 
-/// Reads seconds, which may have a fraction of any number of digits, such as "1635188455.02085",
-/// into \a microseconds; further digits are dropped. False if there is no such number.
+/// Reads a time in seconds, such as "1635188455.02085", into \a microseconds. The fraction may have
+/// any number of digits; those after the sixth are ignored. Returns false if there is no number or
+/// the time is later than latestTime.
 [[nodiscard]] bool readTime(LineCursor& cursor, qint64& microseconds);
 
-/// Reads \a word as a number of \a base 10 or 16 without a sign. False if it is not one or is
-/// greater than \a last.
+/// Reads \a word as a number of \a base 10 or 16 without a sign. Returns false if it is not a
+/// number or is greater than \a last.
 [[nodiscard]] bool readNumber(const Word& word, quint32 base, quint32 last, quint32& number);
 
 } // namespace monitor

@@ -13,31 +13,33 @@ namespace monitor
 /// that is not valid UTF-8 is read as Latin-1.
 QString textOf(const QByteArray& line);
 
-/// Reads a text line by line, in bounded memory even if the file has no lines.
+/// Reads text line by line. Memory stays bounded even if the text has no line breaks.
 class LineReader
 {
 public:
-    /// The number of bytes of a line that are kept; the rest of a longer line is dropped.
+    /// The size of the line buffer in bytes. The rest of a longer line is ignored.
     static constexpr int longestLine = 1024 * 1024;
 
     /// Opens the file; error() tells whether that failed.
     explicit LineReader(const QString& fileName);
 
-    /// Reads from \a device, which must be open; \a name is for messages.
+    /// Reads from \a device, which must be open. Error messages use \a name.
     LineReader(std::unique_ptr<QIODevice> device, const QString& name);
 
-    /// Reads the next line into \a line, without its line end. Returns false at the end of the
+    /// Reads the next line into \a line, without the line break. Returns false at the end of the
     /// file and after an error.
     [[nodiscard]] bool readLine(QByteArray& line);
 
-    /// The number of the line read last, counted from 1.
+    /// The number of the last line read, counted from 1.
     qint64 lineNumber() const { return number; }
 
-    /// The number of bytes read, and that of all bytes, 0 if unknown.
+    /// The number of bytes read so far.
     qint64 position() const { return input->pos(); }
+
+    /// The total number of bytes; 0 if unknown.
     qint64 size() const { return input->size(); }
 
-    /// The error, naming the file; empty if there was none.
+    /// An error message that names the file, or an empty string.
     QString error() const;
 
 private:

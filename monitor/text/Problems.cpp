@@ -13,7 +13,7 @@ Problems::Problems(QString file, QString summary)
 void Problems::add(qint64 line, const QString& text)
 {
     ++found;
-    if (kept.size() < keptAtMost)
+    if (kept.size() < maxKept)
         kept.append({line, text});
 }
 

@@ -7,35 +7,32 @@
 namespace monitor
 {
 
-/// A place in a file that could not be used.
+/// Part of a file that could not be used.
 struct Problem {
     qint64 line = 0; ///< counted from 1
     QString text;
 };
 
-/// The problems found in one file. A file of another kind given by mistake has thousands of them,
-/// so only the first few are kept; all are counted. This class is reentrant.
+/// The problems found in one file. All are counted, but only the first few are kept, since a file
+/// of the wrong kind can have thousands. This class is reentrant.
 class Problems
 {
 public:
-    static constexpr int keptAtMost = 10;
+    static constexpr int maxKept = 10;
 
     Problems() = default;
 
-    /// \a summary follows the number of problems in total(), for example "line(s) not understood".
+    /// In total(), \a summary follows the number of problems, as in "3 unreadable line(s)".
     explicit Problems(QString file, QString summary = QString());
 
     void add(qint64 line, const QString& text);
 
     qint64 count() const { return found; }
 
-    /// The first ones, in the order in which they were found.
-    const QVector<Problem>& first() const { return kept; }
-
-    /// "file:line: text" for each of the first ones.
+    /// "file:line: text" for each problem that was kept.
     QStringList lines() const;
 
-    /// "file: number summary"; empty without problems.
+    /// "file: number summary"; empty if there are no problems.
     QString total() const;
 
 private:

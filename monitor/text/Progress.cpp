@@ -12,14 +12,14 @@ constexpr char clearLine[] = "\r\033[K";
 
 } // namespace
 
-bool isErrorOutputATerminal()
+bool isStandardErrorTerminal()
 {
     return isatty(STDERR_FILENO) == 1;
 }
 
-Progress::Progress(QTextStream& stream, const QString& work, bool onTerminal,
-                   std::chrono::milliseconds patience)
-    : output(stream), text(work), isWanted(onTerminal), wait(patience)
+Progress::Progress(QTextStream& stream, const QString& operation, bool onTerminal,
+                   std::chrono::milliseconds delay)
+    : output(stream), text(operation), isEnabled(onTerminal), interval(delay)
 {
     sinceShown.start();
 }
@@ -32,19 +32,18 @@ Progress::~Progress()
     output.flush();
 }
 
-// The cursor stays at the beginning of the line, so that a message which comes meanwhile begins
-// there.
+// The cursor is left at the start of the line, so that any other output starts there.
 void Progress::update(qint64 done, qint64 total)
 {
     constexpr std::chrono::milliseconds period(100);
-    if (!isWanted || total <= 0 || sinceShown.elapsed() < wait.count())
+    if (!isEnabled || total <= 0 || sinceShown.elapsed() < interval.count())
         return;
     const auto percent =
         static_cast<int>(100.0 * static_cast<double>(done) / static_cast<double>(total));
     output << clearLine << text << ' ' << percent << " %\r";
     output.flush();
     isShown = true;
-    wait = period;
+    interval = period;
     sinceShown.restart();
 }
 

@@ -8,7 +8,7 @@ namespace monitor
 namespace
 {
 
-void growTo(const QStringList& row, QVector<int>& widths)
+void widenFor(const QStringList& row, QVector<int>& widths)
 {
     widths.resize(row.size());
     for (int i = 0; i < row.size(); ++i)
@@ -50,7 +50,7 @@ QStringList formatLines(const QVector<Column>& columns, QVector<QStringList> row
     rows.prepend(titles);
     for (QStringList& row : rows) {
         std::transform(row.begin(), row.end(), row.begin(), printable);
-        growTo(row, widths);
+        widenFor(row, widths);
     }
     QStringList lines;
     for (const QStringList& row : qAsConst(rows))

@@ -14,19 +14,17 @@ struct Column {
     Alignment alignment = Alignment::Right;
 };
 
-/// \a text with blanks for control characters, and a dash if it is empty: names and units come from
-/// files, and their control characters must not reach the terminal.
+/// \a text with its control characters replaced by blanks, or "-" if it is empty. Names and units
+/// come from files, so their control characters must not reach the terminal.
 QString printable(QString text);
 
-/// The titles and \a rows as lines with aligned columns, two blanks between them. \a widths are
-/// those of the columns at least, and grow where that is not enough: with those of the call before,
-/// columns stay where they were. Otherwise like formatTable().
+/// Like formatTable(), but returns a list of lines. \a widths are the minimum widths of the columns
+/// and grow as needed; passing them to the next call keeps the columns in place.
 QStringList formatLines(const QVector<Column>& columns, QVector<QStringList> rows,
                         QVector<int>& widths);
 
-/// The titles and \a rows as lines of text with aligned columns, two blanks between them. Every
-/// row has a cell for every column; an empty cell is shown as a dash, and control characters as
-/// blanks.
+/// The titles and \a rows as lines of text, with aligned columns separated by two blanks. Every row
+/// must have a cell for every column. Cells are made printable().
 QString formatTable(const QVector<Column>& columns, const QVector<QStringList>& rows);
 
 } // namespace monitor

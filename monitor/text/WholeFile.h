@@ -5,21 +5,21 @@
 namespace monitor
 {
 
-/// The error of \a file, which could not be written, naming it.
+/// The error message for \a file, which could not be written.
 inline QString cannotBeWritten(const QSaveFile& file)
 {
     return QStringLiteral("%1: cannot be written: %2").arg(file.fileName(), file.errorString());
 }
 
-/// Puts \a file in its place if all of it could be written, else leaves the old file as it is.
-/// QSaveFile::commit() alone misses a failure to write what is still buffered.
+/// Replaces the old file with \a file if all of it could be written; otherwise leaves the old file
+/// unchanged. QSaveFile::commit() alone misses errors when buffered data is written.
 [[nodiscard]] inline bool commitWhole(QSaveFile& file)
 {
     return file.flush() && file.commit();
 }
 
-/// Replaces the file of that name by \a content as a whole, or leaves it as it is. Returns the
-/// error, naming the file; empty on success.
+/// Replaces the whole content of the file, or leaves the file unchanged. Returns an error message
+/// that names the file, or an empty string on success.
 [[nodiscard]] inline QString writeWholeFile(const QString& fileName, const QByteArray& content)
 {
     QSaveFile file(fileName);

@@ -9,17 +9,17 @@ namespace monitor
 namespace
 {
 
-constexpr int surelyExactDigits = 15; // of any decimal number held in a double
-constexpr int allDigits = 17;
-constexpr int mostDecimals = 12;
+constexpr int preservedDigits = std::numeric_limits<double>::digits10;
+constexpr int allDigits = std::numeric_limits<double>::max_digits10;
+constexpr int maxDecimals = 12;
 constexpr int computedDigits = 9;
 constexpr int computedDecimals = 3;
 
-/// How many digits after the decimal point \a number needs; mostDecimals if it needs more.
+/// How many digits after the decimal point \a number needs; maxDecimals if it needs more.
 int decimalsOf(double number)
 {
     int decimals = 0;
-    while (decimals < mostDecimals && QString::number(number, 'f', decimals).toDouble() != number)
+    while (decimals < maxDecimals && QString::number(number, 'f', decimals).toDouble() != number)
         ++decimals;
     return decimals;
 }
@@ -40,16 +40,16 @@ QString withoutTrailingZeros(QString text)
     return text;
 }
 
-/// Up to \a decimals digits after the decimal point, fewer if double does not hold as many.
+/// Up to \a decimals digits after the decimal point, fewer if double cannot represent as many.
 QString rounded(double value, int decimals)
 {
-    const int held = surelyExactDigits - wholeDigitsOf(value);
-    if (decimals >= mostDecimals || held < decimals)
-        return QString::number(value, 'g', surelyExactDigits);
+    const int preserved = preservedDigits - wholeDigitsOf(value);
+    if (decimals >= maxDecimals || preserved < decimals)
+        return QString::number(value, 'g', preservedDigits);
     return withoutTrailingZeros(QString::number(value, 'f', decimals));
 }
 
-/// An integer, a number beyond 2^53, NaN or an infinity; empty if \a value is something else.
+/// Formats integers, numbers beyond 2^53, NaN and infinities. Empty for any other \a value.
 QString formatWholeOrHuge(double value)
 {
     if (std::fabs(value) > exactIntegers || !std::isfinite(value))

@@ -16,7 +16,7 @@ struct Candidate {
     int distance = 0;
 };
 
-/// How many letters must be changed, inserted, dropped or swapped with their neighbour to turn
+/// How many letters must be changed, inserted, deleted or swapped with their neighbour to turn
 /// \a from into \a to.
 int editDistance(const QString& from, const QString& to)
 {
@@ -44,7 +44,7 @@ int editDistance(const QString& from, const QString& to)
 
 QStringList nearNames(const QString& name, const QStringList& candidates)
 {
-    constexpr int most = 3;
+    constexpr int maxNames = 3;
     constexpr int shortestPart = 3;
     const QString wanted = name.toCaseFolded();
     QVector<Candidate> found;
@@ -64,17 +64,17 @@ QStringList nearNames(const QString& name, const QStringList& candidates)
     for (const Candidate& candidate : qAsConst(found))
         names += candidate.name;
     names.removeDuplicates();
-    return names.mid(0, most);
+    return names.mid(0, maxNames);
 }
 
 QString didYouMean(const QString& name, const QStringList& candidates)
 {
     const QStringList names = nearNames(name, candidates);
     return names.isEmpty() ? QString()
-                           : QStringLiteral(" (did you mean %1?)").arg(listed(names, "or"));
+                           : QStringLiteral(" (did you mean %1?)").arg(joinWords(names, "or"));
 }
 
-QString listed(QStringList words, const char* conjunction)
+QString joinWords(QStringList words, const char* conjunction)
 {
     if (words.size() < 2)
         return words.value(0);

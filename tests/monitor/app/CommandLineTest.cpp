@@ -197,7 +197,7 @@ TEST(CommandLine, FormatIsTheNameOfAPrintedOutput)
     for (const char* name : {"table", "json", "csv"})
         EXPECT_TRUE(names.contains(name)) << name;
     EXPECT_EQ(errorOf(replay + QStringList{"--format", "xml"}),
-              "option --format needs " + monitor::listed(names, "or"));
+              "option --format needs " + monitor::joinWords(names, "or"));
 }
 
 TEST(CommandLine, EachNodeBelongsToTheDescriptionAtItsPlace)

@@ -64,7 +64,7 @@ TEST(Problems, KeepsTheFirstFewAndCountsAll)
     for (int line = 1; line <= 1000; ++line)
         problems.add(line, "odd");
     EXPECT_EQ(problems.count(), 1000);
-    EXPECT_EQ(problems.lines().size(), Problems::keptAtMost);
+    EXPECT_EQ(problems.lines().size(), Problems::maxKept);
     EXPECT_EQ(problems.lines().mid(0, 2), (QStringList{"bus.log:1: odd", "bus.log:2: odd"}));
     EXPECT_EQ(problems.total(), QString("bus.log: 1000 are odd"));
 }
