@@ -37,8 +37,8 @@ namespace
 void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStream& output)
 {
     output << "sent        " << sender.sent() << '\n'
-           << "not sent    " << counts.errorFrames << " error frame(s), " << sender.unfit()
-           << " of an impossible length\n";
+           << "not sent    " << counts.errorFrames << " error frame(s), " << sender.skipped()
+           << " frame(s) of invalid length\n";
 }
 
 } // namespace

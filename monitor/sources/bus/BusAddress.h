@@ -5,13 +5,13 @@
 namespace monitor
 {
 
-/// A bus, in the terms of Qt Serial Bus.
+/// The address of a bus, as Qt Serial Bus needs it.
 struct BusAddress {
     QString plugin;  ///< such as "socketcan"
     QString device;  ///< such as "can0"
     bool fd = false; ///< true: CAN FD frames too, which not every interface supports
 
-    /// For messages.
+    /// The name of the bus in messages.
     QString name() const { return plugin + ' ' + device; }
 };
 

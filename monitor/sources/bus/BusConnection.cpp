@@ -20,7 +20,7 @@ QString BusConnection::connect(const BusAddress& address)
     if (error.isEmpty())
         return error;
     bus.reset();
-    return QStringLiteral("%1: cannot be connected: %2").arg(address.name(), error);
+    return QStringLiteral("%1: cannot connect: %2").arg(address.name(), error);
 }
 
 void BusConnection::disconnect()
@@ -30,8 +30,8 @@ void BusConnection::disconnect()
     waitWhile(QCanBusDevice::ClosingState);
 }
 
-/// Returns the error; empty on success. There are two steps: without any CAN in the system a device
-/// can be created, and fails only when it is connected.
+/// Returns an error message, or an empty string on success. Even without CAN support in the system
+/// a device can be created; only connecting it fails.
 QString BusConnection::open(const BusAddress& address)
 {
     const QStringList plugins = QCanBus::instance()->plugins();
@@ -52,12 +52,12 @@ QString BusConnection::open(const BusAddress& address)
     return bus->errorString().isEmpty() ? QStringLiteral("no response") : bus->errorString();
 }
 
-// No nested event loop: one does not start in a thread that has been told to quit.
+// Not with a nested event loop, which would not start in a thread that has been told to quit.
 void BusConnection::waitWhile(QCanBusDevice::CanBusDeviceState state)
 {
     QTimer timer;
     timer.setSingleShot(true);
-    timer.start(patience);
+    timer.start(timeout);
     while (bus->state() == state && timer.isActive())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }

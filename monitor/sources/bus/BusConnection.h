@@ -9,25 +9,25 @@
 namespace monitor
 {
 
-/// A connection to a bus. Belongs to the thread that connects it, which needs an event loop.
+/// A connection to a bus. It must be used by one thread only, whose events it processes.
 class BusConnection
 {
 public:
     /// How long connecting or disconnecting may take, in ms.
-    static constexpr int patience = 5000;
+    static constexpr int timeout = 5000;
 
     /// Disconnects if still connected.
     ~BusConnection();
 
-    /// Connects, and waits until that is done. Returns the error, naming the bus; empty on success.
-    /// To be called once.
+    /// Connects, and waits for the connection. Returns an error message that names the bus, or an
+    /// empty string on success. Call it only once.
     [[nodiscard]] QString connect(const BusAddress& address);
 
-    /// Disconnects, and waits until that is done. Frames that have been written still reach the
-    /// bus.
+    /// Disconnects, and waits until the connection is closed. Frames that have already been written
+    /// still reach the bus.
     void disconnect();
 
-    /// Valid once connect() has succeeded.
+    /// The device. Valid after connect() has succeeded.
     QCanBusDevice& device() { return *bus; }
 
 private:

@@ -7,11 +7,11 @@
 namespace monitor
 {
 
-/// The data or remote frame \a busFrame, without a time: the time stamps of Qt Serial Bus have
-/// another epoch with each plugin, and not every one sets them.
+/// Converts a data or remote frame. The result has no time: the time stamps of Qt Serial Bus have a
+/// different epoch in each plugin, and some plugins do not set them.
 Frame frameOf(const QCanBusFrame& busFrame);
 
-/// \a frame for the bus. A frame whose length is not valid on a bus is not isValid().
+/// Converts \a frame. If its length is not allowed on a bus, the result is not isValid().
 QCanBusFrame busFrameOf(const Frame& frame);
 
 } // namespace monitor

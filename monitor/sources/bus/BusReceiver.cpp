@@ -9,12 +9,12 @@ namespace monitor
 namespace
 {
 
-/// Runs the event loop until it has nothing more to do.
-void doWhatIsPending()
+/// Processes events until none are pending.
+void processPendingEvents()
 {
-    constexpr int mostPasses = 100; // a busy bus never rests
+    constexpr int maxPasses = 100; // on a busy bus there are always more
     QAbstractEventDispatcher* const events = QAbstractEventDispatcher::instance();
-    for (int i = 0; i < mostPasses && events->processEvents(QEventLoop::AllEvents); ++i) {
+    for (int i = 0; i < maxPasses && events->processEvents(QEventLoop::AllEvents); ++i) {
     }
 }
 
@@ -29,7 +29,7 @@ QString BusReceiver::start()
 {
     clock.start();
     thread.reset(QThread::create([this] { run(); }));
-    thread->setObjectName(QStringLiteral("bus")); // its name for the system too
+    thread->setObjectName(QStringLiteral("bus")); // also the name that the system shows
     thread->start();
     if (!thread->isRunning() && !thread->isFinished())
         return address.name() + QStringLiteral(": cannot start the receiving thread");
@@ -63,13 +63,13 @@ void BusReceiver::run()
         lastError = address.name() + QStringLiteral(": ") + device.errorString();
     });
     QObject::connect(&device, &QCanBusDevice::stateChanged, &loop, &QEventLoop::quit);
-    doWhatIsPending(); // so that the bus knows of the device before anybody else does
+    processPendingEvents(); // so that the bus knows the device before start() returns
     connected.set_value(QString());
     if (device.state() == QCanBusDevice::ConnectedState)
         loop.exec();
     if (device.state() != QCanBusDevice::ConnectedState)
         lastError = address.name() + QStringLiteral(": connection lost");
-    doWhatIsPending(); // a device that is closing can no longer be read
+    processPendingEvents(); // frames cannot be read any more once the device is closing
     connection.disconnect();
 }
 

@@ -44,7 +44,7 @@ QString BusSender::send()
 
 void BusSender::sendDue()
 {
-    for (int i = 0; i < atOnce; ++i) {
+    for (int i = 0; i < maxBurst; ++i) {
         const double wait = due / 1000 - static_cast<double>(clock.elapsed());
         if (wait > 0) {
             timer.start(static_cast<int>(std::min(std::ceil(wait), 1e6)));
@@ -68,36 +68,36 @@ bool BusSender::readNext()
     return true;
 }
 
-/// Sends the frame that is due. False if it must wait, or if sending has ended.
+/// Sends the frame that is due. Returns false if it must wait or sending has ended.
 bool BusSender::trySend()
 {
     const QCanBusFrame busFrame = busFrameOf(frame);
     if (!busFrame.isValid()) {
-        ++unfitFrames;
+        ++skippedFrames;
         return true;
     }
     const bool hasFd = device.configurationParameter(QCanBusDevice::CanFdKey).toBool();
     if (busFrame.hasFlexibleDataRateFormat() && !hasFd) {
-        end(QStringLiteral("a CAN FD frame of the recording needs --fd"));
+        end(QStringLiteral("the recording contains CAN FD frames; use --fd"));
         return false;
     }
     if (!device.writeFrame(busFrame)) {
-        tryAgain();
+        retryLater();
         return false;
     }
-    refusals = 0;
+    rejections = 0;
     ++sentFrames;
     return true;
 }
 
-/// A driver refuses a frame while its queue is full, so the frame is tried again, for about 1 s.
-void BusSender::tryAgain()
+/// Drivers reject frames while their queue is full, so the frame is retried for about 1 s.
+void BusSender::retryLater()
 {
-    constexpr int mostRefusals = 1000;
-    if (++refusals < mostRefusals)
+    constexpr int maxRejections = 1000;
+    if (++rejections < maxRejections)
         timer.start(1);
     else
-        end(QStringLiteral("a frame is refused: ") + device.errorString());
+        end(QStringLiteral("cannot send a frame: ") + device.errorString());
 }
 
 void BusSender::end(const QString& reason)

@@ -11,23 +11,23 @@ BusSource::BusSource(const BusAddress& busAddress, double bitRate)
 bool BusSource::next(Frame& frame)
 {
     if (isExhausted)
-        takePortion();
-    isExhausted = position == portion.frames.size();
+        takeBatch();
+    isExhausted = position == batch.frames.size();
     if (isExhausted)
         return false;
-    frame = portion.frames[position++];
+    frame = batch.frames[position++];
     return true;
 }
 
-void BusSource::takePortion()
+void BusSource::takeBatch()
 {
     taken = receiver.now();
-    receiver.queue().takeAll(portion);
+    receiver.queue().takeAll(batch);
     position = 0;
-    counted.errorFrames += portion.errors;
-    counted.lost += portion.dropped;
+    counted.errorFrames += batch.errors;
+    counted.lost += batch.dropped;
     qint64 bits = 0;
-    for (const Frame& frame : portion.frames)
+    for (const Frame& frame : batch.frames)
         bits += bitsOnBus(frame);
     load.add(taken, bits);
 }

@@ -8,7 +8,7 @@ namespace monitor
 namespace
 {
 
-/// How the numbers of a line are to be read, and where it is read to.
+/// A line that is being parsed.
 struct AscLine {
     LineCursor cursor;
     quint32 base;
@@ -32,7 +32,7 @@ bool readId(Word word, quint32 base, Frame& frame)
     return readNumber(word, base, frame.extended ? lastExtendedId : lastStandardId, frame.id);
 }
 
-// Hexadecimal bytes have two digits, so that one cut off at the end is not taken for a smaller one.
+// A hexadecimal byte must have two digits, so that a truncated one is not read as a smaller number.
 bool readByte(const Word& word, quint32 base, quint32& byte)
 {
     return (base == 10 || word.size == 2) && readNumber(word, base, 0xFF, byte);
@@ -50,7 +50,7 @@ bool readBytes(AscLine& line, quint32 count)
     return true;
 }
 
-/// What follows the direction of a classic frame: "d 8 01 02 ...", "r" or "r 8".
+/// Parses the rest of a classic frame after its direction: "d 8 01 02 ...", "r" or "r 8".
 LineKind readClassicData(AscLine& line)
 {
     const Word kind = line.cursor.takeNextWord();
@@ -58,7 +58,7 @@ LineKind readClassicData(AscLine& line)
     if (line.frame.remote)
         return LineKind::Frame;
     quint32 length = 0;
-    // The length code may say up to 15, which stands for 8 bytes as well.
+    // Length codes from 9 to 15 mean 8 bytes too.
     if (!(kind == "d") || !readNumber(line.cursor.takeNextWord(), 16, 15, length) ||
         !readBytes(line, std::min<quint32>(length, longestClassicFrame)))
         return LineKind::Unknown;
@@ -71,7 +71,7 @@ bool looksLikeAnId(const Word& word)
     return readId(word, 16, ignored);
 }
 
-/// What follows the channel. Events that are no frames have words of their own here.
+/// Parses a line after the channel. An event other than a frame has a keyword instead of an id.
 LineKind readClassic(AscLine& line)
 {
     const Word id = line.cursor.takeNextWord();
@@ -90,7 +90,7 @@ bool isFlag(const Word& word)
     return word == "0" || word == "1";
 }
 
-/// What follows the id of a CAN FD line: a name or none, bit rate switch, error state, length code
+/// Parses a CAN FD line after the id: an optional name, bit rate switch, error state, length code
 /// and length.
 bool readFdLength(LineCursor& cursor, quint32& code, quint32& length)
 {
@@ -102,7 +102,7 @@ bool readFdLength(LineCursor& cursor, quint32& code, quint32& length)
            readNumber(cursor.takeNextWord(), 10, 64, length);
 }
 
-/// What follows the word CANFD.
+/// Parses a line after the word CANFD.
 LineKind readFd(AscLine& line)
 {
     line.cursor.takeNextWord(); // channel
@@ -121,7 +121,7 @@ LineKind readFd(AscLine& line)
     return LineKind::Frame;
 }
 
-/// What follows the time.
+/// Parses a line after the time.
 LineKind readEvent(AscLine& line)
 {
     const Word first = line.cursor.takeNextWord();
@@ -133,7 +133,7 @@ LineKind readEvent(AscLine& line)
     return first.isEmpty() ? LineKind::Unknown : LineKind::Nothing;
 }
 
-/// Whether \a word begins a line that stands outside of the recorded events.
+/// Whether a line that begins with \a word is a comment, a header or another line without an event.
 bool isHeaderWord(const Word& word)
 {
     static const char* const words[] = {"date",  "base", "internal", "no",
@@ -175,7 +175,7 @@ void AscReader::readHeader(const QByteArray& line)
     relative = cursor.takeNextWord() == "relative";
 }
 
-/// False if there is no time, or the times so far add up to more than can be told.
+/// Returns false if there is no time, or if relative times add up to more than latestTime.
 bool AscReader::readEventTime(LineCursor& cursor, Frame& frame)
 {
     qint64 time = 0;

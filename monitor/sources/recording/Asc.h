@@ -14,9 +14,9 @@ namespace monitor
 ///        0.017991 1  ErrorFrame
 ///        0.018991 CANFD   1 Rx  123  Name  0 0 9 12 00 11 22 33 44 55 66 77 88 99 AA BB
 ///
-/// The header gives the base of identifiers and data bytes (16 without one) and says whether times
-/// are relative to the line before. Frames received (Rx) and sent (Tx) are read; header lines,
-/// comments and other events are LineKind::Nothing. This class is reentrant.
+/// The header gives the base of ids and data bytes (16 if there is no header) and tells whether
+/// each time is relative to the previous line. Received (Rx) and sent (Tx) frames are read; header
+/// lines, comments and other events are LineKind::Nothing. This class is reentrant.
 class AscReader : public LineParser
 {
 public:
@@ -28,11 +28,11 @@ private:
 
     quint32 base = 16;
     bool relative = false;
-    qint64 microseconds = 0; // of the line before
+    qint64 microseconds = 0; // of the previous event
 };
 
-/// Where the first line that only such a recording has begins in \a start, its first bytes, or
-/// -1.
+/// The position of the first line typical of this format in \a start, the first bytes of a
+/// recording; -1 if there is none.
 qint64 findAsc(const QByteArray& start);
 
 } // namespace monitor

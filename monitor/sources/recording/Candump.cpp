@@ -13,7 +13,7 @@ namespace
 constexpr int standardDigits = 3;
 constexpr int extendedDigits = 8;
 constexpr quint32 errorFlag = 0x20000000;
-constexpr quint32 highestRawLength = 15; // what the length code of a frame can say beyond 8
+constexpr quint32 highestRawLength = 15; // the highest length code of a frame
 constexpr char droppedPrefix[] = "DROPCOUNT: dropped ";
 
 LineKind kindOf(const Frame& frame)
@@ -29,9 +29,9 @@ bool readPart(LineCursor& cursor, int digits, char separator, int& number)
     return digits == 0 && cursor.take(separator);
 }
 
-/// Reads "2021-10-25 19:00:55.020850", which candump writes on the screen if it is asked to. The
-/// time zone is not known; only differences of times mean anything. Otherwise leaves \a cursor as
-/// it is.
+/// Reads a date and time such as "2021-10-25 19:00:55.020850", an optional part of the screen
+/// format. The time zone is unknown, so only differences between times are meaningful. If there is
+/// no date, \a cursor does not move.
 bool readDateAndTime(LineCursor& cursor, qint64& microseconds)
 {
     LineCursor ahead = cursor;
@@ -67,7 +67,7 @@ bool readId(const Word& word, Frame& frame)
     return (frame.extended || word.size == standardDigits) && readNumber(word, 16, last, frame.id);
 }
 
-/// Takes the digits before the # of the compact form, and the #.
+/// The digits before the # of the compact format.
 Word takeIdDigits(const Word& word)
 {
     int size = 0;
@@ -86,7 +86,7 @@ bool readByte(LineCursor& cursor, Frame& frame, int limit)
     return true;
 }
 
-/// The length code of a classic frame of 8 bytes that says more than 8, such as "_9" after the
+/// Reads the optional length code above 8 of a classic frame of 8 bytes, such as "_9" after the
 /// data.
 bool readRawLength(LineCursor& cursor, bool has8)
 {
@@ -116,7 +116,7 @@ bool readBytes(LineCursor& cursor, Frame& frame, int limit)
     return true;
 }
 
-/// The part after the # of the compact form.
+/// Reads the part after the # of the compact format.
 bool readCompactData(LineCursor& cursor, Frame& frame)
 {
     if (cursor.take('R'))
@@ -128,7 +128,7 @@ bool readCompactData(LineCursor& cursor, Frame& frame)
            readRawLength(cursor, frame.length == longestClassicFrame);
 }
 
-/// The part after the data of the compact form: empty, or whether it was received or sent.
+/// Reads the part after the data of the compact format, which is empty or the direction.
 bool readCompactEnd(LineCursor& cursor)
 {
     const bool separated = cursor.skipBlanks();
@@ -151,7 +151,7 @@ bool readCompact(LineCursor cursor, Frame& frame)
            readCompactEnd(cursor);
 }
 
-/// Reads "[8]", or "[08]" to "[64]" for CAN FD. The length is announced, not yet read.
+/// Reads the length given before the data: "[8]", or "[08]" to "[64]" for CAN FD.
 bool readAnnouncedLength(const Word& word, quint32& length, int& limit)
 {
     if (word.size < 3 || word.at(0) != '[' || word.last() != ']')
@@ -171,7 +171,8 @@ bool readScreenBytes(LineCursor& cursor, quint32 length, int limit, Frame& frame
     return cursor.atEnd() || isBlank(cursor.peek());
 }
 
-/// The part after the bytes on the screen: empty, the bytes as characters, or a mark of an error.
+/// Reads the part after the bytes of the screen format: nothing, the bytes as characters, or the
+/// mark of an error frame.
 bool readScreenEnd(LineCursor& cursor, bool isError)
 {
     cursor.skipBlanks();
@@ -194,7 +195,7 @@ bool readScreenData(LineCursor& cursor, quint32 length, int limit, Frame& frame)
            readScreenEnd(cursor, frame.id > lastExtendedId);
 }
 
-/// Skips "RX - -" or "TX B E", which candump writes before the id if it is asked to.
+/// Takes the id, skipping an optional direction and flags such as "RX - -" or "TX B E" before it.
 Word takeScreenId(LineCursor& cursor)
 {
     Word word = cursor.takeNextWord();
@@ -235,7 +236,7 @@ LineKind readCandumpLine(const QByteArray& line, Frame& frame)
     return kindOf(read);
 }
 
-// Such as "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
+// An example is "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
 qint64 lostFrames(const QByteArray& line)
 {
     if (!line.startsWith(droppedPrefix))
@@ -244,8 +245,8 @@ qint64 lostFrames(const QByteArray& line)
     cursor.takeWord();
     cursor.takeNextWord();
     quint32 number = 0;
-    constexpr quint32 most = 0xFFFFFFFF; // candump counts in 32 bits
-    return readNumber(cursor.takeNextWord(), 10, most, number) ? number : 0;
+    constexpr quint32 last = 0xFFFFFFFF; // candump counts in 32 bits
+    return readNumber(cursor.takeNextWord(), 10, last, number) ? number : 0;
 }
 
 LineKind CandumpReader::readLine(const QByteArray& line, Frame& frame)

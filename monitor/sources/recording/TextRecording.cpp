@@ -7,7 +7,7 @@ TextRecording::TextRecording(std::unique_ptr<QIODevice> device, const QString& n
                              std::unique_ptr<LineParser> lineParser)
     : lines(std::move(device), name),
       parser(std::move(lineParser)),
-      unreadable(name, QStringLiteral("line(s) in all that are not frames"))
+      unreadable(name, QStringLiteral("unreadable line(s) skipped"))
 {
 }
 
@@ -21,7 +21,7 @@ bool TextRecording::next(Frame& frame)
             ++errorFrames;
             break;
         case LineKind::Unknown:
-            unreadable.add(lines.lineNumber(), QStringLiteral("not a frame"));
+            unreadable.add(lines.lineNumber(), QStringLiteral("unreadable line"));
             break;
         case LineKind::Lost:
         case LineKind::Nothing:

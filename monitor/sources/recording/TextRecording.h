@@ -11,30 +11,30 @@ namespace monitor
 /// The kind of a line of a recording.
 enum class LineKind {
     Frame,
-    ErrorFrame, ///< an error on the bus, which carries no data of a node
-    Lost,       ///< says that the recorder has lost frames
+    ErrorFrame, ///< an error on the bus, without data from a node
+    Lost,       ///< a report of frames that the recorder has lost
     Nothing,    ///< a blank line, a comment, or an event that is not a frame
     Unknown     ///< anything else
 };
 
-/// Reads the lines of one text format, in their order.
+/// Reads the lines of a text format in order.
 class LineParser
 {
 public:
     virtual ~LineParser() = default;
 
-    /// Reads one line into \a frame; for every kind but Frame that is left as it is.
+    /// Reads one line into \a frame, which is left unchanged for every kind but Frame.
     [[nodiscard]] virtual LineKind readLine(const QByteArray& line, Frame& frame) = 0;
 
-    /// How many frames the recorder has lost according to the lines so far.
+    /// The number of lost frames that the lines so far report.
     virtual qint64 lost() const { return 0; }
 };
 
-/// The frames of a recording that consists of lines.
+/// The frames of a text recording.
 class TextRecording : public FrameSource
 {
 public:
-    /// Reads the lines of \a device, which is open, with \a lineParser; \a name is for messages.
+    /// Reads the lines of \a device, which must be open, with \a lineParser. Messages use \a name.
     TextRecording(std::unique_ptr<QIODevice> device, const QString& name,
                   std::unique_ptr<LineParser> lineParser);
 
@@ -52,8 +52,8 @@ private:
     qint64 errorFrames = 0;
 };
 
-/// Where the first line that \a isTypical accepts begins in \a start, the first bytes of a
-/// recording; -1 if it accepts none of them. The lines are passed without their ends.
+/// The position of the first line that \a isTypical accepts in \a start, the first bytes of a
+/// recording; -1 if there is none. The lines are passed without their line breaks.
 qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line));
 
 } // namespace monitor

@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr qint64 firstExaminedBytes = 256;
-constexpr qint64 mostExaminedBytes = 1 << 20;
+constexpr qint64 maxExaminedBytes = 1 << 20;
 
 template <typename Parser>
 std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const QString& name)
@@ -45,8 +45,11 @@ const RecordingFormat* formatOf(const QByteArray& start)
     return best;
 }
 
-/// The format of the recording in \a device. More and more of it is examined until it is known.
-const RecordingFormat& formatIn(QIODevice& device)
+namespace
+{
+
+/// Examines more and more of the recording in \a device until its format is known.
+const RecordingFormat& detectFormat(QIODevice& device)
 {
     for (qint64 size = firstExaminedBytes;; size *= 4) {
         QByteArray start = device.peek(size);
@@ -55,10 +58,12 @@ const RecordingFormat& formatIn(QIODevice& device)
             start.truncate(start.lastIndexOf('\n') + 1);
         if (const RecordingFormat* const format = formatOf(start))
             return *format;
-        if (isWhole || size >= mostExaminedBytes)
+        if (isWhole || size >= maxExaminedBytes)
             return recordingFormats().constFirst();
     }
 }
+
+} // namespace
 
 OpenedRecording openRecording(const QString& fileName)
 {
@@ -68,7 +73,7 @@ OpenedRecording openRecording(const QString& fileName)
         opened.error = fileName + QStringLiteral(": cannot be read: ") + file->errorString();
         return opened;
     }
-    opened.format = &formatIn(*file);
+    opened.format = &detectFormat(*file);
     opened.source = opened.format->open(std::move(file), fileName);
     return opened;
 }

@@ -74,8 +74,9 @@ TEST(Bus, RecordingIsSentWithItsWaitsWhateverItsTimes)
     const MonitorRun run =
         runMonitor(QStringList{"send", recording, "--speed", "4"} + bus.options());
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.output, QString("sent        4\nnot sent    1 error frame(s), 0 of an impossible "
-                                  "length\n"));
+    EXPECT_EQ(run.output,
+              QString("sent        4\nnot sent    1 error frame(s), 0 frame(s) of invalid "
+                      "length\n"));
     EXPECT_TRUE(live.end().output.contains("frames      4\ndecoded     0\n"));
 }
 
@@ -89,7 +90,7 @@ TEST(Bus, FramesOfCanFdAreSentAndReceivedIfThatIsAskedFor)
     bus.send(recording, {"--fd"});
     const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.messages, bus.name() + ": a CAN FD frame of the recording needs --fd\n");
+    EXPECT_EQ(run.messages, bus.name() + ": the recording contains CAN FD frames; use --fd\n");
     EXPECT_TRUE(live.end().output.contains("frames      1\n"));
 }
 
@@ -120,12 +121,12 @@ TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
 {
     const MonitorRun noPlugin = liveOn("nonsense", "can0");
     EXPECT_EQ(noPlugin.exitCode, 2);
-    EXPECT_TRUE(noPlugin.messages.startsWith(
-        "nonsense can0: cannot be connected: unknown plugin (available: "));
+    EXPECT_TRUE(
+        noPlugin.messages.startsWith("nonsense can0: cannot connect: unknown plugin (available: "));
     EXPECT_TRUE(noPlugin.messages.contains("virtualcan"));
     const MonitorRun noDevice = liveOn("socketcan", "nonsense0");
     EXPECT_EQ(noDevice.exitCode, 2);
-    EXPECT_TRUE(noDevice.messages.startsWith("socketcan nonsense0: cannot be connected: "));
+    EXPECT_TRUE(noDevice.messages.startsWith("socketcan nonsense0: cannot connect: "));
     EXPECT_EQ(noDevice.output, QString());
 }
 

@@ -86,8 +86,8 @@ TEST_F(Program, LinesThatAreNotFramesAreReportedWithTheirNumbersAndTheRestIsUsed
                                   "(1.1) can0 0CF00400#FFFFFF200",
                                   speedDbc);
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString("%1:3: not a frame\n%1:5: not a frame\n"
-                                    "%1: 2 line(s) in all that are not frames\n")
+    EXPECT_EQ(run.messages, QString("%1:3: unreadable line\n%1:5: unreadable line\n"
+                                    "%1: 2 unreadable line(s) skipped\n")
                                 .arg(path("bus.log")));
     EXPECT_TRUE(run.output.contains("no frame    2\n"));
     EXPECT_TRUE(run.output.contains("frames      1\n"));
@@ -202,7 +202,7 @@ TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
     const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_LT(run.messages.count('\n'), 20);
-    EXPECT_TRUE(run.messages.contains("5000 line(s)"));
+    EXPECT_TRUE(run.messages.contains("5000 unreadable line(s)"));
 }
 
 TEST_F(Program, DescriptionLinesThatAreNotUnderstoodAreReportedWithFileAndLine)

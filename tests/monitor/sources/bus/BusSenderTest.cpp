@@ -146,7 +146,7 @@ TEST_F(BusSenderTest, FrameThatIsRefusedIsTriedAgainInItsTurn)
 TEST_F(BusSenderTest, FrameThatIsRefusedAgainAndAgainEndsItWithTheReason)
 {
     device.refusals = -1;
-    EXPECT_EQ(send(), QString("a frame is refused: the queue is full"));
+    EXPECT_EQ(send(), QString("cannot send a frame: the queue is full"));
     EXPECT_TRUE(device.written.isEmpty());
     EXPECT_EQ(device.attempts, 1000);
 }

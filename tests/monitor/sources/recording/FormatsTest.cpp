@@ -109,12 +109,12 @@ TEST(RecordingFormats, TheFirstCharacteristicLineDecides)
     const Read candump = read(linesOf({"# comment", "", ascLine.mid(100), candumpLine, ascLine}));
     EXPECT_EQ(candump.format, QString("candump"));
     EXPECT_EQ(candump.frames, 1);
-    EXPECT_EQ(candump.problems, QStringList("x.log:5: not a frame"));
+    EXPECT_EQ(candump.problems, QStringList("x.log:5: unreadable line"));
     const Read asc =
         read(linesOf({"date Mon Nov 16 10:38:11 2020", ascLine, candumpLine, ascLine}));
     EXPECT_EQ(asc.format, QString("Vector ASC"));
     EXPECT_EQ(asc.frames, 2);
-    EXPECT_EQ(asc.problems, QStringList("x.log:3: not a frame"));
+    EXPECT_EQ(asc.problems, QStringList("x.log:3: unreadable line"));
 }
 
 TEST(RecordingFormats, CommentsBeforeTheFirstLineAreNotProblems)
