@@ -13,15 +13,14 @@ namespace monitor
 namespace
 {
 
-/// A name is enough for a signal if it occurs once within a node, or among the messages without
-/// one.
+/// Names of signals are compared within a node, or among all messages without a node.
 QString keyOf(const MessageHeader& message, const SignalDescription& signal)
 {
     return QString::number(message.node.value_or(0)) + ' ' + signal.name;
 }
 
-// Not QRegularExpression::wildcardToRegularExpression(), which is for file names: there a * ends
-// at a slash, and names of signals may have one.
+// Not QRegularExpression::wildcardToRegularExpression(), which is meant for file names: its * does
+// not match a slash, which the name of a signal may contain.
 QRegularExpression expressionOf(const QString& pattern)
 {
     QString expression = QRegularExpression::escape(pattern);
@@ -39,17 +38,17 @@ QStringList namesOf(const CatalogueSignal& signal)
     return names;
 }
 
-/// Why \a signal of \a message cannot have that \a scaling; empty if it can.
-QString reasonAgainst(const Scaling& scaling, const MessageHeader& message,
-                      const CatalogueSignal& signal)
+/// Returns why \a scaling is not allowed for \a signal of \a message; empty if it is.
+QString scalingError(const Scaling& scaling, const MessageHeader& message,
+                     const CatalogueSignal& signal)
 {
     if (!message.node)
         return QStringLiteral("it is not a CANopen object");
     if (signal.layout.passThrough)
-        return QStringLiteral("it is recorded as received");
+        return QStringLiteral("its values are passed through");
     const ValueRange range = scaledRange(signal.layout, scaling);
     if (!std::isfinite(range.lowest) || !std::isfinite(range.highest))
-        return QStringLiteral("the values would leave the range of double");
+        return QStringLiteral("its values would exceed the range of double");
     return QString();
 }
 
@@ -63,7 +62,7 @@ QString applyTo(CatalogueSignal& signal, const MessageHeader& message,
     if (!settings.scaling)
         return QString();
     signal.scaling = *settings.scaling;
-    const QString reason = reasonAgainst(signal.scaling, message, signal);
+    const QString reason = scalingError(signal.scaling, message, signal);
     return reason.isEmpty() ? reason
                             : QStringLiteral("signal \"%1\" cannot be scaled: %2")
                                   .arg(signal.reportedName, reason);
@@ -73,16 +72,16 @@ QString applyTo(CatalogueSignal& signal, const MessageHeader& message,
 
 Catalogue::Catalogue(const QVector<MessageDescription>& descriptions)
 {
-    QHash<QString, int> messagesWithName;
+    QHash<QString, int> signalsWithName;
     for (const MessageDescription& message : descriptions) {
         for (const SignalDescription& signal : message.signalDescriptions)
-            ++messagesWithName[keyOf(message, signal)];
+            ++signalsWithName[keyOf(message, signal)];
     }
     for (const MessageDescription& message : descriptions) {
         CatalogueMessage known{message, {}};
         for (const SignalDescription& signal : message.signalDescriptions) {
-            const bool isClear = messagesWithName.value(keyOf(message, signal)) == 1;
-            const QString name = isClear ? signal.name : message.name + '.' + signal.name;
+            const bool isUnique = signalsWithName.value(keyOf(message, signal)) == 1;
+            const QString name = isUnique ? signal.name : message.name + '.' + signal.name;
             known.catalogueSignals.append({signal, name, {}});
         }
         knownMessages.append(known);
@@ -129,8 +128,8 @@ void Catalogue::setKeptRecords(int records)
     }
 }
 
-/// Calls \a call with each signal that \a pattern matches, and its message, until it returns an
-/// error.
+/// Calls \a call with the message and the signal for each signal that \a pattern matches, until it
+/// returns an error.
 template <typename Call>
 QString Catalogue::forMatching(const QString& pattern, Call call)
 {

@@ -10,25 +10,25 @@ namespace monitor
 /// The options of a signal in one run.
 struct SignalRules {
     bool chosen = true;               ///< false: not reported
-    bool reservesRawValues = true;    ///< false: every raw value is a measured one, in J1939 too
-    int keptRecords = 0;              ///< how many of its newest records are kept; 0: all
-    std::optional<ValueRange> limits; ///< rate the signal instead of its band
+    bool reservesRawValues = true;    ///< false: every raw value is measured, even in J1939
+    int keptRecords = 0;              ///< the number of newest records to keep; 0: all
+    std::optional<ValueRange> limits; ///< for the rating, instead of the band
 };
 
-/// A described signal as a run uses it. The user may have changed its scaling.
+/// A signal as it is used in a run, with the user's settings.
 struct CatalogueSignal : SignalDescription {
-    /// Its own name, preceded by that of its message where several messages of the same node, or
-    /// of none, have a signal of that name.
+    /// The name of the signal. It is prefixed with the name of its message if several messages of
+    /// the same node, or several without a node, have a signal of that name.
     QString reportedName;
     SignalRules rules;
 };
 
-/// A described message with its signals as a run uses them.
+/// A message with its signals as they are used in a run.
 struct CatalogueMessage : MessageHeader {
     QVector<CatalogueSignal> catalogueSignals;
 };
 
-/// The user's settings for all signals that a pattern matches. Settings without a value change
+/// The user's settings for all signals that a pattern matches. A setting without a value changes
 /// nothing.
 struct SignalSettings {
     QString pattern; ///< see Catalogue
@@ -37,14 +37,14 @@ struct SignalSettings {
     std::optional<bool> reservesRawValues{};
 };
 
-/// The messages and signals that are known in a run: those declared by description files, with the
-/// settings of the user.
+/// The messages and signals known in a run: those of the description files, with the user's
+/// settings.
 ///
-/// A pattern matches a signal if it matches all of its reported name, of its own name, or of "SPN"
-/// and its number. * stands for any text and ? for any character; case matters.
+/// A pattern matches a signal if it matches the whole reported name, the whole name, or "SPN"
+/// followed by the SPN. In a pattern, * stands for any text and ? for any character. Case matters.
 ///
-/// Functions that return a text return the error, or an empty text on success. A pattern that
-/// matches no signal is an error. After an error some of the changes may have been made.
+/// Functions that return a string return an error message, or an empty string on success. A pattern
+/// that matches no signal is an error. After an error, part of the changes may have been made.
 ///
 /// This class is reentrant.
 class Catalogue
@@ -55,16 +55,15 @@ public:
 
     const QVector<CatalogueMessage>& messages() const { return knownMessages; }
 
-    /// Leaves chosen only the signals that one of \a patterns matches. Without patterns nothing
-    /// changes.
+    /// Chooses only the signals that match one of \a patterns. Without patterns, changes nothing.
     [[nodiscard]] QString choose(const QStringList& patterns);
 
-    /// Applies \a settings in their order, so that the last of several for one signal counts. A
-    /// scaling is an error for a signal that is not a number of a CANopen object, and if scaled
-    /// values would leave the range of double.
+    /// Applies \a settings in order; for each signal the last setting wins. A scaling is an error
+    /// unless the signal is a CANopen object whose values are not passed through, and if scaled
+    /// values would exceed the range of double.
     [[nodiscard]] QString apply(const QVector<SignalSettings>& settings);
 
-    /// Lets every signal keep no more than its newest \a records; 0: all.
+    /// Limits every signal to its newest \a records; 0: no limit.
     void setKeptRecords(int records);
 
 private:

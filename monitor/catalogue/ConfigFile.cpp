@@ -16,7 +16,7 @@ namespace
 /// A setting of a signal.
 struct Setting {
     const char* name;
-    const char* need; ///< what its value must be, for messages
+    const char* valid; ///< a description of its valid values, for messages
     bool (*read)(const QJsonValue& value, SignalSettings& settings);
 };
 
@@ -60,8 +60,8 @@ bool readReserved(const QJsonValue& value, SignalSettings& settings)
 constexpr Setting signalSettings[] = {
     {"factor", "a number other than 0", readFactor},
     {"offset", "a number", readOffset},
-    {"unit", "a text", readUnit},
-    {"limits", "two numbers, the lower one first", readLimits},
+    {"unit", "a string", readUnit},
+    {"limits", "an array of two numbers, the lower one first", readLimits},
     {"reserved", "true or false", readReserved},
 };
 
@@ -70,7 +70,7 @@ QString unknownSetting(const QString& name, const QStringList& known)
     return QStringLiteral("unknown setting \"%1\"").arg(name) + didYouMean(name, known);
 }
 
-/// Reads one setting of a signal. Returns the error; empty on success.
+/// Reads one setting of a signal. Returns an error message, or an empty string on success.
 QString readSetting(const QString& name, const QJsonValue& value, SignalSettings& settings)
 {
     QStringList known;
@@ -78,7 +78,7 @@ QString readSetting(const QString& name, const QJsonValue& value, SignalSettings
         if (name == QLatin1String(setting.name))
             return setting.read(value, settings)
                        ? QString()
-                       : QStringLiteral("%1 needs %2").arg(setting.name, setting.need);
+                       : QStringLiteral("%1 must be %2").arg(setting.name, setting.valid);
         known += setting.name;
     }
     return unknownSetting(name, known);
@@ -88,7 +88,7 @@ QString readSetting(const QString& name, const QJsonValue& value, SignalSettings
 QString readSignal(const QString& pattern, const QJsonValue& value, Config& config)
 {
     if (!value.isObject())
-        return QStringLiteral("settings need an object");
+        return QStringLiteral("settings must be an object");
     SignalSettings settings{pattern};
     const QJsonObject members = value.toObject();
     for (auto it = members.constBegin(); it != members.constEnd(); ++it) {
@@ -103,7 +103,7 @@ QString readSignal(const QString& pattern, const QJsonValue& value, Config& conf
 QString readSignals(const QJsonValue& value, Config& config)
 {
     if (!value.isObject())
-        return QStringLiteral("signals needs an object");
+        return QStringLiteral("signals must be an object");
     const QJsonObject members = value.toObject();
     for (auto it = members.constBegin(); it != members.constEnd(); ++it) {
         const QString error = readSignal(it.key(), it.value(), config);
@@ -120,7 +120,7 @@ QString readMember(const QString& name, const QJsonValue& value, Config& config)
     if (name != QLatin1String("k"))
         return unknownSetting(name, {QStringLiteral("k"), QStringLiteral("signals")});
     config.k = value.toDouble(-1);
-    return *config.k < 0 ? QStringLiteral("k needs a number, 0 or more") : QString();
+    return *config.k < 0 ? QStringLiteral("k must be a number of at least 0") : QString();
 }
 
 Config failedConfig(const QString& error)
@@ -141,7 +141,7 @@ Config readConfig(const QByteArray& text)
                                 .arg(text.left(error.offset).count('\n') + 1)
                                 .arg(error.errorString()));
     if (!document.isObject())
-        return failedConfig(QStringLiteral("not an object of settings"));
+        return failedConfig(QStringLiteral("the content must be a JSON object"));
     Config config;
     const QJsonObject members = document.object();
     for (auto it = members.constBegin(); it != members.constEnd() && config.error.isEmpty(); ++it)

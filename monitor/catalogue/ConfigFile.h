@@ -5,18 +5,18 @@
 namespace monitor
 {
 
-/// The content of a configuration file; docs/monitor.md describes the format.
+/// The content of a configuration file. The user's manual describes the format.
 struct Config {
     std::optional<double> k; ///< half the width of the band, in deviations
     QVector<SignalSettings> settings;
-    QString error; ///< empty if the configuration can be used
+    QString error; ///< empty if the configuration is valid
 };
 
-/// Reads the text of a configuration file, JSON. Unknown settings are errors, so that misspelt
-/// ones are not ignored.
+/// Reads the JSON text of a configuration file. Unknown settings are errors, so that a misspelt one
+/// is not ignored.
 [[nodiscard]] Config readConfig(const QByteArray& text);
 
-/// Reads the configuration file of that name. An error names the file.
+/// Reads a configuration file. The error names the file.
 [[nodiscard]] Config readConfigFile(const QString& fileName);
 
 } // namespace monitor

@@ -10,7 +10,7 @@ bool fitsInto(const SignalLayout& layout, int size)
 {
     const int byte = layout.startBit / 8;
     const int bit = layout.startBit % 8;
-    // Motorola bits are walked from the highest bit of a byte to its lowest, then on to the next.
+    // Motorola signals run from the highest bit of a byte to its lowest, then on to the next byte.
     const int first = layout.byteOrder == ByteOrder::Intel ? layout.startBit : byte * 8 + 7 - bit;
     return first + layout.length <= size * 8;
 }

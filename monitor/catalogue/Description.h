@@ -12,30 +12,30 @@ namespace monitor
 
 enum class ByteOrder { Intel, Motorola };
 
-/// Which rules the frames of a message follow.
+/// How the frames of a message are identified.
 enum class Protocol {
-    CANopen, ///< and other frames known by their id
-    J1939    ///< known by the PGN in their 29-bit id
+    CANopen, ///< by their id; also used for other protocols
+    J1939    ///< by the PGN in their 29-bit id
 };
 
-/// Whether a signal is always in its message, or only while another one of the message says so.
+/// Whether a signal is always present in its message or depends on another signal.
 enum class Multiplexing {
     Plain,
-    Multiplexor, ///< its value chooses the multiplexed signals
-    Multiplexed, ///< there only while the multiplexor has the value of the signal
+    Multiplexor, ///< its value selects the multiplexed signals
+    Multiplexed, ///< present only while the multiplexor has the signal's multiplexor value
     Nested       ///< multiplexed, and a multiplexor itself
 };
 
-/// Values from the lowest to the highest, both included.
+/// A range of values, including both ends.
 struct ValueRange {
     double lowest;
     double highest;
 };
 
-/// Where the bits of a signal are in its message, and what kind of value they are.
+/// The position of a signal in its message, and how to interpret its bits.
 struct SignalLayout {
-    /// The number of its lowest bit (Intel) or of its highest (Motorola): 8 x byte + bit, bit 0
-    /// being the lowest of its byte.
+    /// The position of the least (Intel) or most (Motorola) significant bit: 8 x byte + bit, where
+    /// bit 0 is the least significant bit of the byte.
     int startBit = 0;
     int length = 0; ///< in bits, 1 to 64
     ByteOrder byteOrder = ByteOrder::Intel;
@@ -54,33 +54,33 @@ struct Scaling {
     QString unit;
 };
 
-/// One signal of a message, as its description file declares it.
+/// One signal of a message, as declared in a description file.
 struct SignalDescription {
     QString name;
     SignalLayout layout;
     Scaling scaling;
-    double lowerLimit = 0; ///< limits of the value; 0 and 0 if not given
+    double lowerLimit = 0; ///< limits of the value; both 0 if not given
     double upperLimit = 0;
     std::optional<quint32> spn; ///< suspect parameter number of a J1939 signal
 };
 
-/// The identification of a message.
+/// A message without its signals.
 struct MessageHeader {
     QString name;
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     Protocol protocol = Protocol::CANopen;
-    std::optional<quint8> node; ///< CANopen node that sends it, if it is described as such
+    std::optional<quint8> node; ///< the CANopen node that sends it, if a node is described
     int size = 0;               ///< in bytes
-    qint64 line = 0;            ///< where its description begins, for warnings
+    qint64 line = 0;            ///< the line where its description begins, for warnings
 };
 
-/// One message with its signals, as its description file declares them.
+/// One message with its signals, as declared in a description file.
 struct MessageDescription : MessageHeader {
     QVector<SignalDescription> signalDescriptions;
 };
 
-/// Whether bits of that \a layout lie within the first \a size bytes of the data.
+/// Whether a signal of that \a layout lies within the first \a size bytes of the data.
 bool fitsInto(const SignalLayout& layout, int size);
 
 /// The scaled values of the lowest and the highest raw value, the smaller one first.

@@ -9,14 +9,14 @@ namespace monitor
 /// A file that describes messages and signals.
 struct DescriptionFile {
     QString fileName;
-    std::optional<quint8> node; ///< the CANopen node that it describes, if its format needs one
+    std::optional<quint8> node; ///< the CANopen node that it describes, if the format needs one
 };
 
-/// What was read of a description file.
+/// The result of reading a description file.
 struct ReadDescription {
     QVector<MessageDescription> messages;
-    Problems problems; ///< the parts of the file that were skipped, and other doubts
-    QString error;     ///< why the file cannot be read, naming it; empty without an error
+    Problems problems; ///< skipped parts of the file, and other warnings
+    QString error;     ///< names the file; empty if it could be read
 };
 
 } // namespace monitor

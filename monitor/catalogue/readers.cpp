@@ -13,8 +13,8 @@ namespace monitor
 const QVector<DescriptionReader>& descriptionReaders()
 {
     static const QVector<DescriptionReader> readers{
-        {"dbc", "FILE.dbc", "Messages and signals of a J1939 or other network, as DBC.", false,
-         false, readDbcFile},
+        {"dbc", "FILE.dbc", "DBC file with the messages and signals of a J1939 or other network.",
+         false, false, readDbcFile},
         {"eds", "FILE.eds", "EDS or DCF of the CANopen node given by --node.", true, true,
          readEdsFile},
     };
@@ -36,7 +36,7 @@ std::optional<quint8> readNodeId(const QString& text)
     static const QRegularExpression pattern(QStringLiteral("\\A(?:[0-9]+|0[xX][0-9a-fA-F]+)\\z"));
     constexpr uint lastNode = 127;
     const bool isHex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
-    // 0 if the number is too long
+    // toUInt() returns 0 if the number is too large.
     const uint node = pattern.match(text).hasMatch() ? text.toUInt(nullptr, isHex ? 16 : 10) : 0;
     if (node == 0 || node > lastNode)
         return std::nullopt;

@@ -7,18 +7,18 @@ namespace monitor
 
 /// A format of description files.
 struct DescriptionReader {
-    const char* name;     ///< also of the option that names a file, "dbc" of --dbc
-    const char* fileHint; ///< the value of that option in the help, "FILE.dbc"
-    const char* help;     ///< the help on that option
+    const char* name;     ///< also the name of its option, such as "dbc" for --dbc
+    const char* fileHint; ///< the value of the option in help texts, such as "FILE.dbc"
+    const char* help;     ///< the help text of the option
     bool needsNode;       ///< whether a file describes one CANopen node, given with --node
     bool isRepeatable;    ///< whether several files may be given
     ReadDescription (*read)(const DescriptionFile& file);
 };
 
-/// All formats: a new one is a row here.
+/// The table of formats. A new format needs a row here.
 const QVector<DescriptionReader>& descriptionReaders();
 
-/// The format of that \a name, or null.
+/// The format of that \a name; null if there is none.
 const DescriptionReader* findDescriptionReader(const QString& name);
 
 /// The CANopen node id in \a text: 1 to 127, decimal or hexadecimal after 0x.

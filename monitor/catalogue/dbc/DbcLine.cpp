@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr quint32 extendedFlag = 0x80000000;
-constexpr int longestMessage = 1785; // bytes, what the J1939 transport protocol can carry
+constexpr int longestMessage = 1785; // bytes, the limit of the J1939 transport protocol
 constexpr int longestSignal = 64;    // bits
 
 QRegularExpressionMatch matchMessage(const QString& line)
@@ -36,17 +36,17 @@ QRegularExpressionMatch matchSignal(const QString& line)
 
 bool readNumber(const QString& text, double& number)
 {
-    bool understood = false;
-    number = text.toDouble(&understood);
-    return understood && std::isfinite(number);
+    bool isNumber = false;
+    number = text.toDouble(&isNumber);
+    return isNumber && std::isfinite(number);
 }
 
-/// A number of up to \a last; -1 if it is greater. The text is digits only.
+/// Reads a number of up to \a last; returns -1 if it is greater. The text must be digits only.
 int readCount(const QString& digits, int last)
 {
-    bool understood = false;
-    const int count = digits.toInt(&understood);
-    return understood && count <= last ? count : -1;
+    bool isNumber = false;
+    const int count = digits.toInt(&isNumber);
+    return isNumber && count <= last ? count : -1;
 }
 
 Multiplexing multiplexingOf(const QString& marker)
@@ -58,15 +58,15 @@ Multiplexing multiplexingOf(const QString& marker)
     return marker.endsWith('M') ? Multiplexing::Nested : Multiplexing::Multiplexed;
 }
 
-/// Reads nothing, M, m5 or m5M.
+/// Reads the multiplexing of a signal: an empty text, M, m5 or m5M.
 bool readMultiplexing(QString marker, SignalDescription& signal)
 {
     signal.layout.multiplexing = multiplexingOf(marker);
     marker.remove('m').remove('M');
-    bool understood = marker.isEmpty();
-    if (!understood)
-        signal.layout.multiplexorValue = marker.toULongLong(&understood);
-    return understood;
+    bool isValid = marker.isEmpty();
+    if (!isValid)
+        signal.layout.multiplexorValue = marker.toULongLong(&isValid);
+    return isValid;
 }
 
 bool readPlace(const QRegularExpressionMatch& match, SignalDescription& signal)
@@ -110,11 +110,11 @@ QString readDbcMessage(const QString& line, MessageDescription& message)
     message.protocol = message.extended ? Protocol::J1939 : Protocol::CANopen;
     message.size = readCount(match.captured(3), longestMessage);
     if (!match.hasMatch() || !isNumber)
-        return QStringLiteral("message (BO_) not understood");
+        return QStringLiteral("message (BO_) cannot be parsed");
     if (message.id > (message.extended ? lastExtendedId : lastStandardId))
-        return QStringLiteral("message (BO_) with an id out of range");
+        return QStringLiteral("message (BO_) has an id out of range");
     if (message.size < 0)
-        return QStringLiteral("message (BO_) with a size out of range");
+        return QStringLiteral("message (BO_) has a size out of range");
     return QString();
 }
 
@@ -122,15 +122,15 @@ QString readDbcSignal(const QString& line, int messageSize, SignalDescription& s
 {
     const QRegularExpressionMatch match = matchSignal(line);
     if (!match.hasMatch())
-        return QStringLiteral("signal (SG_) not understood");
+        return QStringLiteral("signal (SG_) cannot be parsed");
     signal.name = match.captured("name");
     signal.scaling.unit = match.captured("unit").simplified();
     if (!readMultiplexing(match.captured("multiplex"), signal))
-        return QStringLiteral("signal (SG_) with a multiplexor value out of range");
+        return QStringLiteral("signal (SG_) has a multiplexor value out of range");
     if (!readPlace(match, signal) || !fitsInto(signal.layout, messageSize))
         return QStringLiteral("signal (SG_) does not fit into its message");
     if (!readScaling(match, signal))
-        return QStringLiteral("signal (SG_) with a factor, offset or limit out of range");
+        return QStringLiteral("signal (SG_) has a factor, offset or limit out of range");
     return QString();
 }
 

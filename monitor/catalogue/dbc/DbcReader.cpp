@@ -13,7 +13,7 @@ namespace monitor
 namespace
 {
 
-/// The message of this name and id holds the signals that belong to no message.
+/// The message of this name and id lists the signals that belong to no message.
 constexpr char independentSignals[] = "VECTOR__INDEPENDENT_SIG_MSG";
 constexpr char independentId[] = "3221225472";
 
@@ -23,8 +23,9 @@ QString keywordOf(const QString& line)
     return pattern.match(line).captured(1);
 }
 
-/// Whether \a line has an odd number of quotation marks, so that a text begins or ends in it.
-bool changesText(const QString& line)
+/// Whether a quoted text begins or ends in \a line, which then has an odd number of quotation
+/// marks.
+bool beginsOrEndsText(const QString& line)
 {
     QString unescaped = line;
     unescaped.remove(QLatin1String("\\\""));
@@ -39,7 +40,7 @@ auto countOf(Multiplexing multiplexing, const MessageDescription& message)
         [multiplexing](const auto& signal) { return signal.layout.multiplexing == multiplexing; });
 }
 
-/// Removes the signals for which \a unwanted says so, and returns whether there were any.
+/// Removes the signals for which \a unwanted returns true. Returns whether there were any.
 template <typename Predicate>
 bool removeSignals(MessageDescription& message, Predicate unwanted)
 {
@@ -71,7 +72,7 @@ void DbcReader::readLine(qint64 number, const QByteArray& bytes)
 QVector<MessageDescription> DbcReader::finish()
 {
     if (textBegunInLine != 0)
-        problems.add(textBegunInLine, QStringLiteral("text without a closing quotation mark"));
+        problems.add(textBegunInLine, QStringLiteral("missing closing quotation mark"));
     for (MessageDescription& message : messages) {
         removeSignals(message, [](const auto& signal) { return signal.layout.length == 0; });
         dropUnclearSignals(message);
@@ -130,8 +131,8 @@ QVector<SignalDescription*> DbcReader::find(const QString& dbcId, const QString&
     return found;
 }
 
-// Comes after all messages. The bits of an IEEE number read as a whole number would give wrong
-// statistics, so a signal of another length is dropped.
+// These lines follow all messages. Reading the bits of an IEEE number as an integer would give
+// wrong statistics, so a signal of a different length is dropped.
 void DbcReader::readValueType(qint64 number, const QString& line)
 {
     static const QRegularExpression pattern(
@@ -140,18 +141,18 @@ void DbcReader::readValueType(qint64 number, const QString& line)
     if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
         return; // in the list of keywords at the beginning of the file
     if (!match.hasMatch()) {
-        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) cannot be parsed"));
         return;
     }
     const auto found = find(match.captured(1), match.captured(2));
     if (found.isEmpty() && match.captured(1) != QLatin1String(independentId))
-        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) of an unknown signal"));
+        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) is for an unknown signal"));
     const int floatBits[] = {0, 32, 64, 0};
     for (SignalDescription* signal : found)
         setFloat(number, floatBits[match.captured(3).toInt()], *signal);
 }
 
-/// Makes \a signal one of IEEE numbers of \a bits; 0: of whole numbers.
+/// Makes \a signal an IEEE number of \a bits, or an integer if \a bits is 0.
 void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
 {
     signal.layout.isFloat = bits != 0;
@@ -173,10 +174,10 @@ void DbcReader::readAttribute(qint64 number, const QString& line)
         return;
     }
     constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
-    bool understood = false;
-    const quint32 spn = match.captured(3).toUInt(&understood);
+    bool isNumber = false;
+    const quint32 spn = match.captured(3).toUInt(&isNumber);
     const auto found = find(match.captured(1), match.captured(2));
-    if (found.isEmpty() || !understood || spn > lastSpn) {
+    if (found.isEmpty() || !isNumber || spn > lastSpn) {
         problems.add(number, QStringLiteral("SPN out of range, or no such signal"));
         return;
     }
@@ -200,7 +201,7 @@ void DbcReader::dropUnclearSignals(MessageDescription& message)
 
 void DbcReader::skip(qint64 number, const QString& line)
 {
-    if (changesText(line))
+    if (beginsOrEndsText(line))
         textBegunInLine = textBegunInLine == 0 ? number : 0;
 }
 

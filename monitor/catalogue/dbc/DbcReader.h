@@ -5,10 +5,10 @@
 namespace monitor
 {
 
-/// Reads a DBC description line by line: messages (BO_), their signals (SG_), which of these are
-/// IEEE numbers (SIG_VALTYPE_) and their SPNs (BA_). Everything else is skipped, including texts of
-/// several lines and signals that belong to no message. Such a line that is not understood is a
-/// problem, and the rest is used. This class is reentrant.
+/// Reads a DBC description line by line: messages (BO_) and their signals (SG_), the signals that
+/// are IEEE numbers (SIG_VALTYPE_), and SPNs (BA_). Everything else is skipped, including texts of
+/// several lines and signals that belong to no message. A line of these kinds that cannot be used
+/// is reported as a problem, and the rest is read. This class is reentrant.
 class DbcReader
 {
 public:
@@ -17,11 +17,11 @@ public:
     /// Reads the line of that \a number, counted from 1.
     void readLine(qint64 number, const QByteArray& line);
 
-    /// To be called after the last line. The messages in the order of the file.
+    /// Call this after the last line. Returns the messages in the order of the file.
     QVector<MessageDescription> finish();
 
 private:
-    /// The owner of the next signals: none, the last message, or intentionally none.
+    /// The owner of the next signals: missing, the last message, or the one of independent signals.
     enum class SignalHolder { None, Message, Independent };
 
     void readMessage(qint64 number, const QString& line);
@@ -39,7 +39,7 @@ private:
     qint64 textBegunInLine = 0; // 0: not within a text
 };
 
-/// The messages of a DBC file. The node is ignored.
+/// Reads a DBC file. The node is ignored.
 [[nodiscard]] ReadDescription readDbcFile(const DescriptionFile& file);
 
 } // namespace monitor

@@ -17,13 +17,13 @@ std::optional<EdsObject> EdsDictionary::object(quint32 index, quint32 subIndex) 
     const QString section = EdsFile::sectionOf(index, subIndex);
     if (!file.hasSection(section)) {
         auto compact = compactObject(index, subIndex);
-        const bool isWhole =
+        const bool isVariable =
             subIndex == 0 && file.entry(parent, QLatin1String(datatypeKey)).line > 0;
-        if (compact || !isWhole)
+        if (compact || !isVariable)
             return compact;
-        EdsObject whole = described(parent);
-        whole.name = nameOf(index);
-        return whole;
+        EdsObject variable = described(parent);
+        variable.name = nameOf(index);
+        return variable;
     }
     EdsObject found = described(section);
     if (file.sectionsNamed(index, found.name) > 1)
@@ -33,13 +33,13 @@ std::optional<EdsObject> EdsDictionary::object(quint32 index, quint32 subIndex) 
     return found;
 }
 
-/// The name of an object, with its index where several objects have that name.
+/// The name of an object, followed by its index if several objects have that name.
 QString EdsDictionary::nameOf(quint32 index) const
 {
     const QString section = EdsFile::sectionOf(index);
     const QString name = file.entry(section, QLatin1String(nameKey)).value;
-    const bool isClear = file.sectionsNamed(name) <= 1 || name.isEmpty();
-    return isClear ? described(section).name : name + ' ' + section;
+    const bool isUnique = file.sectionsNamed(name) <= 1 || name.isEmpty();
+    return isUnique ? described(section).name : name + ' ' + section;
 }
 
 EdsObject EdsDictionary::described(const QString& section) const
@@ -55,8 +55,8 @@ EdsObject EdsDictionary::described(const QString& section) const
     return found;
 }
 
-// CiA 306: with CompactSubObj=n the sub-indices 1 to n are all alike; [1A00Name] and [1A00Value]
-// give names and values of single ones by decimal sub-index, and sub-index 0 holds n.
+// CiA 306: with CompactSubObj=n, the sub-indices 1 to n have the same description, and sub-index 0
+// holds n. [1A00Name] and [1A00Value] give individual names and values by decimal sub-index.
 std::optional<EdsObject> EdsDictionary::compactObject(quint32 index, quint32 subIndex) const
 {
     const QString parent = EdsFile::sectionOf(index);

@@ -18,19 +18,19 @@ bool isNodeId(const QString& text)
     return text.compare(QLatin1String("$NODEID"), Qt::CaseInsensitive) == 0;
 }
 
-/// A number without $NODEID. Qt reads signs too, which have no place here.
+/// Reads a number without $NODEID. Signs, which Qt would accept, are not allowed.
 std::optional<quint32> readPlainNumber(const QString& text)
 {
     const bool isHex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
     const bool isOctal = !isHex && text.size() > 1 && text.startsWith('0');
     const QString digits = isHex ? text.mid(2) : text;
     const bool beginsWithDigit = !digits.isEmpty() && digits.at(0).isLetterOrNumber();
-    bool understood = false;
-    const quint32 number = digits.toUInt(&understood, isHex ? 16 : isOctal ? 8 : 10);
-    return understood && beginsWithDigit ? std::optional(number) : std::nullopt;
+    bool isNumber = false;
+    const quint32 number = digits.toUInt(&isNumber, isHex ? 16 : isOctal ? 8 : 10);
+    return isNumber && beginsWithDigit ? std::optional(number) : std::nullopt;
 }
 
-/// The name of a section in the form of sectionOf(), if it is that of an object; in lower case.
+/// The name of a section in lower case; for the section of an object, in the form of sectionOf().
 QString normalized(const QString& name)
 {
     static const QRegularExpression object(
@@ -75,11 +75,11 @@ void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problem
     const QString rest = line.mid(end + 1).trimmed();
     inSection = end > 1 && (rest.isEmpty() || rest.startsWith(';'));
     if (!inSection)
-        return problems.add(number, QStringLiteral("section not understood; its entries are "
+        return problems.add(number, QStringLiteral("invalid section header; its entries are "
                                                    "ignored"));
     current = normalized(line.mid(1, end - 1));
     if (sections.contains(current))
-        problems.add(number, QStringLiteral("duplicate section"));
+        problems.add(number, QStringLiteral("duplicate section; its entries join the first one"));
     sections[current];
 }
 
@@ -88,14 +88,14 @@ void EdsFile::addEntry(qint64 number, const QString& line, Problems& problems)
     const int equals = line.indexOf('=');
     const QString key = line.left(equals).trimmed().toLower();
     if (equals < 0 || key.isEmpty()) {
-        problems.add(number, QStringLiteral("neither a section nor an entry"));
+        problems.add(number, QStringLiteral("not a section header or an entry"));
         return;
     }
     if (!inSection)
         return;
     auto& entries = sections[current];
     if (entries.contains(key)) {
-        problems.add(number, QStringLiteral("duplicate entry is ignored"));
+        problems.add(number, QStringLiteral("duplicate entry ignored"));
         return;
     }
     entries.insert(key, {line.mid(equals + 1).trimmed(), number});

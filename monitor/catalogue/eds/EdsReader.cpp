@@ -13,14 +13,14 @@ namespace monitor
 namespace
 {
 
-constexpr quint32 pdos = 512;
+constexpr quint32 pdoCount = 512;
 constexpr quint32 firstCommunication = 0x1800;
 constexpr quint32 firstMapping = 0x1A00;
-constexpr quint32 mostMapped = 64; // entries of a mapping, of one bit each
+constexpr quint32 maxMapped = 64; // entries of a mapping, of one bit each
 constexpr int pdoBits = 64;
-constexpr quint32 notValidFlag = 0x80000000; // bit 30, "no remote request", changes nothing here
+constexpr quint32 notValidFlag = 0x80000000; // bit 30, "no remote request", is irrelevant here
 constexpr quint32 extendedFlag = 0x20000000;
-constexpr quint32 lastDummy = 7; // data types 1 to 7, mapped as padding
+constexpr quint32 lastDummy = 7; // data types 1 to 7 can be mapped as padding
 
 enum class Numbers { Unsigned, Signed, Float };
 
@@ -31,8 +31,8 @@ struct CanopenType {
     bool passThrough;
 };
 
-// The types of fixed length. The library has no element type for pass-through ones, nor for types
-// that are not listed, such as texts.
+// The types of fixed length. The library has no element type for the pass-through types, nor for
+// types that are not listed here, such as strings.
 constexpr CanopenType types[] = {
     {CANopenDataType::BOOLEAN, 1, Numbers::Unsigned, true},
     {CANopenDataType::INTEGER8, 8, Numbers::Signed, false},
@@ -55,9 +55,9 @@ constexpr CanopenType types[] = {
     {CANopenDataType::REAL64, 64, Numbers::Float, false},
 };
 
-/// Gives \a signal, whose length in the PDO is known, the CANopen data type \a code (CiA 301).
-/// False if that length does not match the type: a PDO may hold fewer bits of a whole number, but
-/// not of an IEEE number.
+/// Sets the data type of \a signal, whose length in the PDO is known, to \a code (CiA 301). Returns
+/// false if the length does not match the type: a PDO may hold fewer bits of an integer, but not of
+/// an IEEE number.
 bool setCanopenType(quint32 code, SignalDescription& signal)
 {
     const auto type = std::find_if(std::begin(types), std::end(types), [code](const auto& known) {
@@ -82,7 +82,7 @@ public:
     {
     }
 
-    /// The PDO of that \a number, counted from 0; without signals if it is missing.
+    /// The PDO of that \a number, counted from 0; without signals if there is none.
     MessageDescription read(quint32 number)
     {
         MessageDescription message;
@@ -100,7 +100,7 @@ private:
     bool readMapped(const EdsEntry& entry, int& position, MessageDescription& message);
     void addSignal(const EdsEntry& entry, quint32 mapped, int position,
                    MessageDescription& message);
-    void checkRest(quint32 index, quint32 subIndex, quint32 count);
+    void checkUnused(quint32 index, quint32 subIndex, quint32 count);
     std::optional<quint32> readValue(const EdsEntry& entry);
 
     EdsEntry valueOf(quint32 index, quint32 subIndex) const
@@ -114,7 +114,7 @@ private:
     Problems& problems;
 };
 
-/// The number in \a entry, if it has a value. A value that is not a number is a problem.
+/// The number in \a entry, if it has a value. Any value but a number is reported as a problem.
 std::optional<quint32> PdoReader::readValue(const EdsEntry& entry)
 {
     if (entry.value.isEmpty())
@@ -134,20 +134,21 @@ bool PdoReader::readCobId(quint32 index, MessageDescription& message)
     message.extended = (*cobId & extendedFlag) != 0;
     message.id = *cobId & lastExtendedId;
     message.line = entry.line;
-    const bool isPossible = message.id > 0 && (message.extended || message.id <= lastStandardId);
-    if (!isPossible)
-        problems.add(entry.line, QStringLiteral("COB-ID out of range for a PDO"));
-    return isPossible;
+    const bool isValid = message.id > 0 && (message.extended || message.id <= lastStandardId);
+    if (!isValid)
+        problems.add(entry.line, QStringLiteral("COB-ID out of range; the PDO is ignored"));
+    return isValid;
 }
 
-/// How many entries of the mapping to look at; the greatest possible number if it is not given.
+/// The number of mapping entries to read; the greatest possible number if it is not given.
 quint32 PdoReader::mappedCount(quint32 index)
 {
     const EdsEntry entry = valueOf(index, 0);
-    const quint32 count = readValue(entry).value_or(mostMapped);
-    if (count <= mostMapped)
+    const quint32 count = readValue(entry).value_or(maxMapped);
+    if (count <= maxMapped)
         return count;
-    problems.add(entry.line, QStringLiteral("more than %1 mapped objects").arg(mostMapped));
+    problems.add(entry.line,
+                 QStringLiteral("more than %1 mapped objects; the PDO is ignored").arg(maxMapped));
     return 0;
 }
 
@@ -158,7 +159,7 @@ void PdoReader::readMapping(quint32 index, MessageDescription& message)
     for (quint32 subIndex = 1; subIndex <= count; ++subIndex) {
         const EdsEntry entry = valueOf(index, subIndex);
         if (entry.value.isEmpty() || readEdsNumber(entry.value, node) == 0U) {
-            checkRest(index, subIndex, count);
+            checkUnused(index, subIndex, count);
             return;
         }
         if (!readMapped(entry, position, message))
@@ -167,9 +168,9 @@ void PdoReader::readMapping(quint32 index, MessageDescription& message)
     }
 }
 
-/// Sub-index 0 often counts the possible entries instead of the used ones, so empty entries at the
-/// end are fine. An object after an empty entry has no certain position.
-void PdoReader::checkRest(quint32 index, quint32 subIndex, quint32 count)
+/// Checks that no object follows an empty entry, since its position would be unknown. Empty entries
+/// at the end are fine, because sub-index 0 often counts the possible entries, not the used ones.
+void PdoReader::checkUnused(quint32 index, quint32 subIndex, quint32 count)
 {
     for (; subIndex <= count; ++subIndex) {
         const EdsEntry entry = valueOf(index, subIndex);
@@ -180,15 +181,15 @@ void PdoReader::checkRest(quint32 index, quint32 subIndex, quint32 count)
     }
 }
 
-/// Reads an entry of a mapping: index, sub-index and length in bits. False if the entries
-/// after it have no certain position.
+/// Reads an entry of a mapping: index, sub-index and length in bits. Returns false if the positions
+/// of the entries after it are unknown.
 bool PdoReader::readMapped(const EdsEntry& entry, int& position, MessageDescription& message)
 {
     const auto mapped = readValue(entry);
     const int length = static_cast<int>(mapped.value_or(0) & 0xFF);
     if (mapped && (length == 0 || position + length > pdoBits))
         problems.add(entry.line,
-                     QStringLiteral("mapped object is empty or does not fit into its PDO"));
+                     QStringLiteral("mapped object has length 0 or does not fit into the PDO"));
     if (!mapped || length == 0 || position + length > pdoBits)
         return false;
     if (*mapped >> 16 > lastDummy)
@@ -229,7 +230,7 @@ QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, qu
 {
     QVector<MessageDescription> messages;
     PdoReader reader(dictionary, node, problems);
-    for (quint32 number = 0; number < pdos; ++number) {
+    for (quint32 number = 0; number < pdoCount; ++number) {
         const MessageDescription message = reader.read(number);
         if (!message.signalDescriptions.isEmpty())
             messages.append(message);
@@ -242,7 +243,7 @@ ReadDescription readEdsFile(const DescriptionFile& file)
     ReadDescription read;
     read.problems = Problems(file.fileName, QStringLiteral("problem(s) found"));
     if (!file.node) {
-        read.error = QStringLiteral("%1: the node id is missing").arg(file.fileName);
+        read.error = QStringLiteral("%1: no node id given").arg(file.fileName);
         return read;
     }
     LineReader lines(file.fileName);

@@ -7,13 +7,13 @@ namespace monitor
 {
 
 /// The PDOs that \a node sends according to its object dictionary (CiA 301: communication
-/// parameters from 0x1800, mapping parameters from 0x1A00 on), one message each. PDOs that are not
-/// valid (bit 31 of the COB-ID) are left out. Whatever is not understood is a problem, and the rest
-/// is used as far as its position in the PDO is certain.
+/// parameters from 0x1800 on, mapping parameters from 0x1A00 on), one message each. PDOs marked as
+/// not valid (bit 31 of the COB-ID) are left out. Entries that cannot be used are reported as
+/// problems, and the rest is used as far as its position in the PDO is known.
 [[nodiscard]] QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary,
                                                            quint8 node, Problems& problems);
 
-/// The PDOs that an EDS or DCF describes for its node. A missing node is an error.
+/// Reads the PDOs of an EDS or DCF. It is an error if \a file has no node.
 [[nodiscard]] ReadDescription readEdsFile(const DescriptionFile& file);
 
 } // namespace monitor

@@ -182,10 +182,10 @@ TEST(Catalogue, WhatCannotBeScaledIsAnErrorWithTheReason)
     EXPECT_EQ(errorOfScaling(messageOf("Message", {"Byte"}), {2, 0, {}}),
               error + "it is not a CANopen object");
     EXPECT_EQ(errorOfScaling(nodeMessage(), {1e308, 0, {}}),
-              error + "the values would leave the range of double");
+              error + "its values would exceed the range of double");
     MessageDescription message = nodeMessage();
     message.signalDescriptions[0].layout.passThrough = true;
-    EXPECT_EQ(errorOfScaling(message, {2, 0, {}}), error + "it is recorded as received");
+    EXPECT_EQ(errorOfScaling(message, {2, 0, {}}), error + "its values are passed through");
 }
 
 TEST(Catalogue, EverySignalKeepsAsManyRecordsAsSet)

@@ -89,7 +89,7 @@ TEST(ConfigFile, ErrorNamesTheLine)
 TEST(ConfigFile, ErrorNamesTheSignalAndWhatItNeeds)
 {
     EXPECT_EQ(readConfig(R"({"signals": {"A": {"factor": 0}}})").error,
-              QString("signal \"A\": factor needs a number other than 0"));
+              QString("signal \"A\": factor must be a number other than 0"));
     EXPECT_EQ(readConfig(R"({"signals": {"A": {"offest": 1}}})").error,
               QString("signal \"A\": unknown setting \"offest\" (did you mean offset?)"));
     EXPECT_EQ(readConfig(R"({"signal": {}})").error,

@@ -76,7 +76,7 @@ TEST(DescriptionReaders, AnEdsGivesThePdosOfTheNode)
     EXPECT_EQ(read.messages.at(0).id, 0x185U);
     EXPECT_EQ(read.messages.at(0).node, quint8{5});
     const ReadDescription nodeless = readText("eds", eds, std::nullopt);
-    EXPECT_TRUE(nodeless.error.endsWith(": the node id is missing"));
+    EXPECT_TRUE(nodeless.error.endsWith(": no node id given"));
     EXPECT_TRUE(nodeless.messages.isEmpty());
 }
 

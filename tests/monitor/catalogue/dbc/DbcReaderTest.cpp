@@ -153,7 +153,7 @@ TEST(DbcReader, TextThatNeverEndsIsAWarningWithTheLineOfItsBeginning)
 {
     const Dbc dbc = readDbc("VERSION \"\"\nCM_ \"never ends\nBO_ 1 Hidden: 8 X\n");
     EXPECT_TRUE(dbc.messages.isEmpty());
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: text without a closing quotation mark\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: missing closing quotation mark\n"));
 }
 
 TEST(DbcReader, HolderOfIndependentSignalsIsNotAMessage)
