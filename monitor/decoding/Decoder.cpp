@@ -16,7 +16,7 @@ quint32 keyOf(quint32 id, bool extended)
     return extended ? id | extendedFlag : id;
 }
 
-/// The value of the multiplexor of \a message in \a payload, if it is there.
+/// The value of the multiplexor of \a message in \a payload, if present.
 std::optional<quint64> multiplexorValue(const Payload& payload, const CatalogueMessage& message)
 {
     for (const CatalogueSignal& signal : message.catalogueSignals) {
@@ -47,7 +47,7 @@ bool isPresent(const CatalogueSignal& signal, const Payload& payload,
 Decoder::Decoder(QVector<CatalogueMessage> catalogueMessages)
     : knownMessages(std::move(catalogueMessages))
 {
-    // The hash returns the latest entry of a key first, so messages are inserted backwards to be
+    // The hash returns the newest entry of a key first, so messages are inserted in reverse to be
     // found in the order of the catalogue.
     for (int i = knownMessages.size() - 1; i >= 0; --i) {
         const CatalogueMessage& message = knownMessages.at(i);

@@ -18,12 +18,13 @@ struct DecodedSignal {
     int signal = 0;               ///< index of the signal in the message
     std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
-    quint64 bits = 0;                   ///< the raw value without its sign
+    quint64 bits = 0;                   ///< the raw value, with its sign as an ordinary bit
     std::optional<qint64> microseconds; ///< when it was seen
 };
 
-/// Finds the signals of a catalogue in frames. J1939 messages are matched by PGN, whatever their
-/// priority, source and, for PDU1, destination; all others by their id. This class is reentrant.
+/// Finds the signals of a catalogue in frames. J1939 messages are matched by PGN, regardless of
+/// priority, source address and, for PDU1, destination. All others are matched by id. This class is
+/// reentrant.
 class Decoder
 {
 public:
@@ -32,11 +33,11 @@ public:
     const QVector<CatalogueMessage>& messages() const { return knownMessages; }
 
     /// The chosen signals in \a frame, in the order of the catalogue. Signals that do not fit into
-    /// the data and multiplexed ones of another multiplexor value are left out; a remote frame has
-    /// no signals. The result is valid until the next call.
+    /// the data, and multiplexed signals of a different multiplexor value, are left out. A remote
+    /// frame has no signals. The result is valid until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
-    /// The same for the data of one or several frames.
+    /// The same for a payload, which may come from several frames.
     const QVector<DecodedSignal>& decode(const Payload& payload);
 
 private:

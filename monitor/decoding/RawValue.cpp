@@ -25,7 +25,7 @@ int nextLower(int position, ByteOrder order)
     return crosses ? position + 15 : position - 1;
 }
 
-QVariant textIn(quint64 bits, const SignalLayout& layout)
+QVariant stringOrBytesIn(quint64 bits, const SignalLayout& layout)
 {
     QByteArray bytes;
     for (int shift = 0; shift < layout.length; shift += 8)
@@ -102,7 +102,7 @@ QVariant rawValueOf(quint64 bits, const SignalLayout& layout)
     if (layout.isFloat)
         return floatValueOf(floatIn(bits, layout.length), layout.length);
     if (layout.passThrough && !holdsNumber(layout))
-        return textIn(bits, layout);
+        return stringOrBytesIn(bits, layout);
     const bool isShort = layout.length <= 32;
     if (!layout.isSigned)
         return isShort ? QVariant(static_cast<uint>(bits)) : QVariant(bits);
