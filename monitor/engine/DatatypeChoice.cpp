@@ -18,8 +18,8 @@ struct IntegerType {
     CANopenDataType signedType;
 };
 
-// INTEGER48, INTEGER56 and UNSIGNED56 are missing because a signal has no element type for them,
-// and INTEGER40 because it selects the element type of a single byte. Their ranges go into 64 bits.
+// INTEGER48, INTEGER56 and UNSIGNED56 are missing because the library has no element type for them,
+// and INTEGER40 because it selects the element type of a single byte. Such values need 64 bits.
 constexpr IntegerType integerTypes[] = {
     {8, CANopenDataType::UNSIGNED8, CANopenDataType::INTEGER8},
     {16, CANopenDataType::UNSIGNED16, CANopenDataType::INTEGER16},
@@ -35,9 +35,9 @@ bool isWhole(double number)
     return std::trunc(number) == number;
 }
 
-/// Whether all that \a signal leads to stays in a type of \a bits, the products without the offset
-/// included: the library brings both into the type, and either wraps where it does not fit.
-bool staysIn(const SignalDescription& signal, int bits)
+/// Whether all values of \a signal fit into an integer type of \a bits, both before and after the
+/// offset is added: the library converts both to the type, where a value that does not fit wraps.
+bool fitsType(const SignalDescription& signal, int bits)
 {
     const double lowest = signal.layout.isSigned ? -std::ldexp(1.0, bits - 1) : 0;
     const double highest = std::ldexp(1.0, signal.layout.isSigned ? bits - 1 : bits) - 1;
@@ -52,7 +52,7 @@ bool staysIn(const SignalDescription& signal, int bits)
 
 /// Whether the data type of the CANopen object \a signal represents its values exactly. INTEGER40
 /// does not: it selects the element type of a single byte.
-bool keepsItsType(const SignalDescription& signal)
+bool canKeepItsType(const SignalDescription& signal)
 {
     const bool isScaled = signal.scaling.factor != 1 || signal.scaling.offset != 0;
     const bool isExact = signal.layout.isFloat || signal.layout.length <= exactBits;
@@ -62,21 +62,21 @@ bool keepsItsType(const SignalDescription& signal)
 
 } // namespace
 
-// IEEE numbers of 32 bits are scaled in 64 too, where nothing is rounded. An integer type drops the
-// fraction of every product and wraps where it is left, so a speed of 0.125 rpm per bit or a
-// temperature from -40 degrees would come out wrong: they need REAL64. So does what is longer than
-// 53 bits: the library scales in double, so an integer type would show a rounded value as if it
-// were exact, and the greatest one, rounded up, even as 0.
+// Scaled IEEE numbers of 32 bits need REAL64, which does not round them to 32 bits again. In an
+// integer type every product loses its fraction and wraps if it does not fit, so a speed of 0.125
+// rpm per bit or a temperature from -40 degrees needs REAL64 too. So do integers longer than 53
+// bits: the library scales in double, so an integer type would show a rounded value as if it were
+// exact, and the greatest value, rounded up, as 0.
 CANopenDataType datatypeOf(const SignalDescription& signal)
 {
-    if (signal.layout.datatype && keepsItsType(signal))
+    if (signal.layout.datatype && canKeepItsType(signal))
         return *signal.layout.datatype;
     if (signal.layout.isFloat || !isWhole(signal.scaling.factor) || !isWhole(signal.scaling.offset))
         return CANopenDataType::REAL64;
     for (const IntegerType& type : integerTypes) {
         if (signal.layout.length > type.bits)
             continue;
-        if (!staysIn(signal, type.bits))
+        if (!fitsType(signal, type.bits))
             return CANopenDataType::REAL64;
         return signal.layout.isSigned ? type.signedType : type.unsignedType;
     }

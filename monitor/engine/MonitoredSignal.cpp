@@ -97,7 +97,8 @@ SignalSeries MonitoredSignal::getSeries()
     return series;
 }
 
-// One by one, since a snapshot would make the next value copy all that are stored.
+// The values are read one by one, because a snapshot would make recording the next value copy all
+// of them.
 void MonitoredSignal::appendNewValues(SignalSeries& series)
 {
     if (signal.layout.passThrough)

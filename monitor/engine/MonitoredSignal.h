@@ -10,52 +10,55 @@
 namespace monitor
 {
 
-/// One signal of one source: records what is received of it, and computes its statistics. One
-/// thread uses an object at a time; different objects are independent.
+/// One signal from one source: records its values and computes their statistics. Only one thread
+/// may use an object at a time; different objects are independent.
 class MonitoredSignal
 {
 public:
-    /// Begins to record a signal of \a message, in the library's record for its protocol.
+    /// Starts recording a signal of \a message, in the library's type of record for its protocol.
     MonitoredSignal(const MessageHeader& message, const CatalogueSignal& signalDescription,
                     std::optional<quint8> source);
 
     const CatalogueSignal& description() const { return signal; }
 
-    /// Its name, source, unit and so on, without statistics.
+    /// The name, source, unit and so on, without statistics.
     const SignalStatistics& identity() const { return empty; }
 
-    /// When its values are received.
+    /// The timing of the values.
     const Rhythm& rhythm() const { return valueRhythm; }
 
-    /// Records a value, or counts that there was none.
+    /// Records a value, or counts that it is not available or an error.
     void record(const DecodedSignal& decoded);
 
-    /// Forgets all values and counts. The rhythm stays known.
+    /// Deletes all values and counts, but keeps the rhythm.
     void clear();
 
-    /// Ends the background updating that the library offers for display. Waits for its current
-    /// cycle, up to 100 ms. What is recorded stays.
+    /// Stops the library's background updating. Waits for its current cycle to end, up to 100 ms.
+    /// The values are kept.
     void stopUpdating();
 
-    /// All statistics, with a band of \a k deviations, from all values that are kept.
+    /// Computes the statistics of all values, with a band of \a k deviations. The median and the
+    /// deviators are those of the kept values.
     SignalStatistics calcStatistics(double k);
 
-    /// The same for a display that asks again and again: the cost depends on the number of values
-    /// since the last call of it. Without any, that call's answer is returned again.
+    /// The same for a display that asks repeatedly. The cost depends on the number of values since
+    /// the last call. Without new values the last result is returned, so \a k must be the same in
+    /// all calls.
     std::shared_ptr<const SignalStatistics> getRunningStatistics(double k);
 
-    /// The kept values; none of a signal that is passed through.
+    /// The kept values; empty for a pass-through signal.
     SignalSeries getSeries();
 
-    /// Appends what is missing to \a series, which is empty or the result of an earlier call, with
-    /// no clear() since. The cost depends on the number of new values, unless only some are kept.
+    /// Appends the values that \a series lacks. It must be empty or come from an earlier call since
+    /// the last clear(). The cost depends on the number of new values, unless only the newest are
+    /// kept.
     void appendNewValues(SignalSeries& series);
 
-    /// All that is kept of what was received.
+    /// The kept values and the counts.
     SignalRecords getRecords();
 
-    /// Records what getRecords() has returned for a signal of the same description and protocol.
-    /// Values are scaled and recorded again, which leads to the same statistics.
+    /// Records what getRecords() returned for a signal of the same description and protocol. The
+    /// values are scaled and recorded again, which gives the same statistics.
     void restore(const SignalRecords& saved);
 
 private:
@@ -68,7 +71,7 @@ private:
     SignalStatistics empty;
     Recording recording;
     RunningStatistics running;
-    std::shared_ptr<const SignalStatistics> newestStatistics; // null: to be computed
+    std::shared_ptr<const SignalStatistics> newestStatistics; // null: out of date
     Rhythm valueRhythm;
     qint64 notAvailable = 0;
     qint64 errors = 0;

@@ -28,7 +28,8 @@ bool skipText(QDataStream& stream, quint32 longestText, quint32 unit)
     return length <= longestText && length % unit == 0 && skip(stream, length);
 }
 
-/// Consumes the content of a variant of the type \a typeId: false if it is not plain or not whole.
+/// Skips the content of a variant of the type \a typeId. Returns false unless it is plain and
+/// complete.
 bool skipPlainContent(QDataStream& stream, quint32 typeId, quint32 longestText)
 {
     switch (typeId) {

@@ -15,19 +15,19 @@ public:
     /// The number of usual periods without a value after which a signal is silent.
     static constexpr double silentPeriods = 5;
 
-    /// In microseconds: shorter gaps can arise because the system delivers frames in portions.
+    /// In microseconds. Shorter gaps can occur because the system delivers frames in batches.
     static constexpr double shortestSilence = 200000;
 
-    /// A value came at \a microseconds. For the period, a time that is not later than that of the
-    /// previous value is ignored.
+    /// Adds a value received at \a microseconds. If that is not later than the previous value, the
+    /// period does not change.
     void add(qint64 microseconds);
 
-    /// The usual period in microseconds: a running average that weighs the newest period by an
-    /// eighth. A break counts as five periods at most. None before the second value.
+    /// The usual period in microseconds: a running average in which the newest period has a weight
+    /// of 1/8. A gap counts as at most five periods. Empty before the second value.
     std::optional<double> period() const { return usualPeriod; }
 
-    /// Whether at the time \a now there has been no value for five usual periods and the shortest
-    /// silence.
+    /// Whether at the time \a now there has been no value for more than five usual periods and more
+    /// than the shortest silence.
     bool isSilent(qint64 now) const;
 
 private:

@@ -14,10 +14,9 @@ namespace monitor
 namespace
 {
 
-/// How many scaled values lie outside the band. GenericSignalImpl::getDeviators() compares raw
-/// values with the band, although the band is one of scaled values, so it is right only for factor
-/// 1 and offset 0; and the band it uses may be 100 ms old. Comparing the scaled values of a
-/// snapshot is right for every signal.
+/// The number of scaled values outside the band. GenericSignalImpl::getDeviators() would compare
+/// the raw values with a band of scaled values, which is correct only for factor 1 and offset 0,
+/// and its band may be 100 ms old.
 template <typename T>
 int countOutside(const QVector<T>& values, double lower, double upper)
 {
@@ -50,8 +49,8 @@ void setNewest(const T& newest, const CatalogueSignal& description, SignalStatis
         statistics.newestNumber = value.toDouble();
 }
 
-/// The limits of a run apply to a single value too, for which GenericSignalImpl::getRating() always
-/// returns 100, since one value has no band.
+/// The user's limits apply to a single value too, for which GenericSignalImpl::getRating() always
+/// returns 100.
 template <typename T>
 int rate(SignalRecording<T>& recording, T newest, double k, const SignalStatistics& statistics)
 {
@@ -72,9 +71,9 @@ void setBand(SignalRecording<T>& recording, const T& newest, double k, SignalSta
 
 } // namespace
 
-// The average and deviation that getAverage(), getDeviation() and the thresholds offer are up to
-// 100 ms old. Here all statistics are computed afresh, and the band and the rating from them, so
-// that they belong together.
+// The results of getAverage(), getDeviation() and the thresholds are up to 100 ms old. Here all
+// statistics are computed from the same values, and the band and the rating from them, so that they
+// are consistent.
 template <typename T>
 void calcStatistics(SignalRecording<T>& recording, const CatalogueSignal& description, double k,
                     SignalStatistics& statistics)
@@ -101,8 +100,8 @@ void calcStatistics(SignalRecording<T>& recording, const CatalogueSignal& descri
         countOutside(values, statistics.lowerThreshold, statistics.upperThreshold);
 }
 
-// The recording may have dropped values that were never seen here: then as many newer ones have
-// come as are kept.
+// A bounded recording may already have dropped values that were not seen here. Then all the values
+// that it should keep are new.
 template <typename T>
 void RunningStatistics::update(const SignalRecording<T>& recording)
 {
@@ -124,9 +123,9 @@ void RunningStatistics::update(const SignalRecording<T>& recording)
     }
 }
 
-// A snapshot of the series would make the next value copy all that are stored, and the median and
-// the deviators would take longer with each value: too slow ten times a second for a series that
-// grows for hours. So new values are taken one by one and kept in order.
+// With a snapshot of the series, recording the next value would copy all stored values, and the
+// median and the deviators would take longer with each value. That is too slow ten times a second
+// for a series that grows for hours, so new values are read one by one and kept in order.
 template <typename T>
 void RunningStatistics::get(SignalRecording<T>& recording, const CatalogueSignal& description,
                             double k, SignalStatistics& statistics)

@@ -157,9 +157,9 @@ bool readOrigin(QDataStream& stream, SavedSignal& signal)
 
 SavedRun runOf(Session& session)
 {
-    SavedRun run{session.k(), session.counts(), session.table().firstTime(), {}};
-    for (const int number : session.table().inOrder()) {
-        MonitoredSignal& signal = session.table().at(number);
+    SavedRun run{session.k(), session.counts(), session.registry().firstTime(), {}};
+    for (const int number : session.registry().sorted()) {
+        MonitoredSignal& signal = session.registry().at(number);
         run.recordedSignals.append({signal.identity().protocol, signal.identity().source,
                                     signal.description(), signal.getRecords()});
     }
@@ -173,9 +173,9 @@ void restore(const SavedRun& run, Session& session)
         message.protocol = saved.protocol;
         auto signal = std::make_unique<MonitoredSignal>(message, saved.description, saved.source);
         signal->restore(saved.records);
-        session.table().add(std::move(signal));
+        session.registry().add(std::move(signal));
     }
-    session.table().setFirstTime(run.firstTime);
+    session.registry().setFirstTime(run.firstTime);
     session.setCounts(run.counts);
 }
 
@@ -197,16 +197,16 @@ void writeSignal(QDataStream& stream, const SavedSignal& signal)
 
 QString readSignal(QDataStream& stream, SavedSignal& signal)
 {
-    constexpr qint64 mostCounted = std::numeric_limits<qint64>::max();
-    constexpr quint32 mostRecords = std::numeric_limits<int>::max();
+    constexpr qint64 lastCount = std::numeric_limits<qint64>::max();
+    constexpr quint32 maxRecords = std::numeric_limits<int>::max();
     SignalRecords& records = signal.records;
     quint32 count = 0;
     if (!readOrigin(stream, signal))
         return QStringLiteral("invalid protocol or source");
     if (!readDescription(stream, signal.description))
         return QStringLiteral("invalid signal description");
-    if (!readUpTo(stream, mostCounted, records.notAvailable) ||
-        !readUpTo(stream, mostCounted, records.errors) || !readUpTo(stream, mostRecords, count))
+    if (!readUpTo(stream, lastCount, records.notAvailable) ||
+        !readUpTo(stream, lastCount, records.errors) || !readUpTo(stream, maxRecords, count))
         return QStringLiteral("invalid number of values");
     return signal.protocol == Protocol::J1939
                ? readRecords<J1939Value>(stream, count, records)

@@ -7,7 +7,7 @@
 namespace monitor
 {
 
-/// A signal with everything recorded of it.
+/// A signal with everything that was recorded.
 struct SavedSignal {
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source; ///< J1939 source address or CANopen node
@@ -15,7 +15,7 @@ struct SavedSignal {
     SignalRecords records;
 };
 
-/// A session as it is saved: everything its statistics are computed from.
+/// The saved form of a session: everything from which its statistics are computed.
 struct SavedRun {
     double k = 3; ///< half the width of the band, in deviations
     FrameCounts counts;
@@ -23,14 +23,14 @@ struct SavedRun {
     QVector<SavedSignal> recordedSignals;
 };
 
-/// Everything to save of \a session.
+/// The saved form of \a session.
 SavedRun runOf(Session& session);
 
-/// Records the signals of \a run again in \a session, which must be new; its statistics are then
+/// Records the signals of \a run again in \a session, which must be new. Its statistics are then
 /// those of the run.
 void restore(const SavedRun& run, Session& session);
 
-/// Whether \a microseconds is a time that may have been recorded. Differences of such times do not
+/// Whether \a microseconds is in the range of recorded times. Differences of such times do not
 /// overflow.
 constexpr bool isTime(qint64 microseconds)
 {
@@ -38,11 +38,13 @@ constexpr bool isTime(qint64 microseconds)
     return microseconds >= -farthest && microseconds <= farthest;
 }
 
-/// Writes \a signal: its description and its records, each with the record's own operator.
+/// Writes the description and the records of \a signal; each record is written with its own
+/// operator.
 void writeSignal(QDataStream& stream, const SavedSignal& signal);
 
-/// Reads a signal that writeSignal() has written; the source need not be trusted. Returns the
-/// error; empty on success. Takes memory in proportion to the bytes in the stream.
+/// Reads a signal written by writeSignal(); the stream need not be trusted. Returns an error
+/// message, or an empty string on success. The memory needed is proportional to the bytes in the
+/// stream.
 [[nodiscard]] QString readSignal(QDataStream& stream, SavedSignal& signal);
 
 } // namespace monitor

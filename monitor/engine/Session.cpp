@@ -5,8 +5,8 @@
 namespace monitor
 {
 
-Session::Session(QVector<CatalogueMessage> descriptions, double factor)
-    : bandFactor(factor), decoder(std::move(descriptions)), signalTable(decoder.messages())
+Session::Session(QVector<CatalogueMessage> descriptions, double k)
+    : bandK(k), decoder(std::move(descriptions)), signalRegistry(decoder.messages())
 {
 }
 
@@ -22,7 +22,7 @@ void Session::take(const Frame& frame)
 
 void Session::takeAll(FrameSource& source, const std::function<void()>& progress)
 {
-    constexpr qint64 framesPerUpdate = 4096; // so that updating costs nothing
+    constexpr qint64 framesPerUpdate = 4096; // so that the cost of updating is negligible
     qint64 frames = 0;
     for (Frame frame; source.next(frame);) {
         take(frame);
@@ -32,13 +32,13 @@ void Session::takeAll(FrameSource& source, const std::function<void()>& progress
     const SourceCounts counts = source.counts();
     counted.errors += counts.errorFrames - taken.errorFrames;
     counted.dropped += counts.lost - taken.lost;
-    counted.noFrame += counts.unreadable - taken.unreadable;
+    counted.unreadable += counts.unreadable - taken.unreadable;
     taken = counts;
 }
 
 void Session::clear()
 {
-    signalTable.clear();
+    signalRegistry.clear();
     transport.clearCounts();
     counted = FrameCounts();
 }
@@ -57,10 +57,10 @@ FrameCounts Session::counts() const
 Snapshot Session::getSnapshot(qint64 now)
 {
     Snapshot snapshot = emptySnapshot();
-    for (const int signal : signalTable.inOrder()) {
-        MonitoredSignal& monitored = signalTable.at(signal);
+    for (const int signal : signalRegistry.sorted()) {
+        MonitoredSignal& monitored = signalRegistry.at(signal);
         snapshot.rows.append(
-            {signal, monitored.getRunningStatistics(bandFactor), monitored.rhythm().isSilent(now)});
+            {signal, monitored.getRunningStatistics(bandK), monitored.rhythm().isSilent(now)});
     }
     return snapshot;
 }
@@ -68,25 +68,25 @@ Snapshot Session::getSnapshot(qint64 now)
 Snapshot Session::calcSnapshot()
 {
     Snapshot snapshot = emptySnapshot();
-    for (const int signal : signalTable.inOrder())
+    for (const int signal : signalRegistry.sorted())
         snapshot.rows.append(
             {signal,
-             std::make_shared<SignalStatistics>(signalTable.at(signal).calcStatistics(bandFactor)),
+             std::make_shared<SignalStatistics>(signalRegistry.at(signal).calcStatistics(bandK)),
              false});
     return snapshot;
 }
 
 Snapshot Session::emptySnapshot() const
 {
-    return {bandFactor, counts(), signalTable.firstTime(), {}};
+    return {bandK, counts(), signalRegistry.firstTime(), {}};
 }
 
-/// Records what was found. Returns whether that is anything.
-bool Session::record(const QVector<DecodedSignal>& found)
+/// Returns whether there are any signals.
+bool Session::record(const QVector<DecodedSignal>& decodedSignals)
 {
-    for (const DecodedSignal& decoded : found)
-        signalTable.record(decoded);
-    return !found.isEmpty();
+    for (const DecodedSignal& decoded : decodedSignals)
+        signalRegistry.record(decoded);
+    return !decodedSignals.isEmpty();
 }
 
 } // namespace monitor

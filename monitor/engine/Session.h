@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SignalTable.h"
+#include "SignalRegistry.h"
 #include "Snapshot.h"
 #include "can/TransportProtocol.h"
 #include "sources/FrameSource.h"
@@ -11,52 +11,54 @@ namespace monitor
 {
 
 /// A run of the program: frames in, statistics of their signals out, wherever the frames come from.
-/// One thread uses it at a time.
+/// Only one thread may use it at a time.
 class Session
 {
 public:
-    /// Looks for the signals of \a descriptions; the band reaches \a factor deviations to either
-    /// side of the average.
-    Session(QVector<CatalogueMessage> descriptions, double factor);
+    /// Records the signals of \a descriptions. The band reaches \a k deviations to either side of
+    /// the average.
+    Session(QVector<CatalogueMessage> descriptions, double k);
 
-    double k() const { return bandFactor; }
+    double k() const { return bandK; }
 
-    /// Records the signals in \a frame, or in the message of several frames that it completes. A
-    /// frame with any counts as decoded.
+    /// Records the signals in \a frame, or in the multi-frame message that it completes. Frames
+    /// with at least one signal count as decoded.
     void take(const Frame& frame);
 
-    /// Takes all frames that \a source has now, and its counts. Calls \a progress, if there is one,
-    /// after every few thousand frames. The session takes from one source only.
+    /// Takes all frames that \a source has now, and its counts. Calls \a progress, if given, every
+    /// few thousand frames. All calls must have the same source.
     void takeAll(FrameSource& source, const std::function<void()>& progress = {});
 
-    /// Forgets all values and counts. Messages of several frames that have begun are completed.
+    /// Deletes all values and counts. Multi-frame messages in progress are still completed.
     void clear();
 
-    /// The signals that have been seen.
-    SignalTable& table() { return signalTable; }
+    /// The signals seen so far.
+    SignalRegistry& registry() { return signalRegistry; }
 
-    /// The counts so far. Those of a saved run replace them.
+    /// The counts so far.
     FrameCounts counts() const;
+
+    /// Sets the counts to those of a saved run.
     void setCounts(const FrameCounts& counts) { counted = counts; }
 
-    /// All signals as they are now, for a display that asks again and again: the cost depends on
-    /// the number of signals and of values since the last call. A signal is silent by the time
-    /// \a now, in microseconds on the clock of the frames.
+    /// All signals as they are now, for a display that asks repeatedly. The cost depends on the
+    /// number of signals and of values since the last call. Whether a signal is silent depends on
+    /// the time \a now, in microseconds on the clock of the frames.
     Snapshot getSnapshot(qint64 now);
 
-    /// The same at the end of a run, from all values that are kept.
+    /// The same for the end of a run, with MonitoredSignal::calcStatistics().
     Snapshot calcSnapshot();
 
 private:
     Snapshot emptySnapshot() const;
-    bool record(const QVector<DecodedSignal>& found);
+    bool record(const QVector<DecodedSignal>& decodedSignals);
 
-    double bandFactor;
+    double bandK;
     Decoder decoder;
-    SignalTable signalTable;
+    SignalRegistry signalRegistry;
     TransportProtocol transport;
     FrameCounts counted;
-    SourceCounts taken; // of the source, up to now
+    SourceCounts taken; // the counts of the source at the last call of takeAll()
 };
 
 } // namespace monitor

@@ -16,7 +16,7 @@ SignalRecording<T>::SignalRecording(const CatalogueSignal& signalDescription)
     series.setValueHandling(GenericSignal::NewValueHandlingType::Append);
     if (keptRecords == 0 || isPassedThrough)
         return;
-    running = std::make_unique<GenericSignalImpl<T>>(); // replaces its only record; has no worker
+    running = std::make_unique<GenericSignalImpl<T>>(); // holds only one record; has no worker
     running->setDatatype(series.getDatatype());
 }
 
@@ -31,16 +31,16 @@ void SignalRecording<T>::record(T value, qint64 microseconds)
     }
     if (running)
         running->setNewValue(value, factor, offset);
-    // Not into the running statistics of the series too: those of a bounded one are not used, and
-    // those of a text would be meaningless.
+    // Scaled before it is stored, so that it is not added to the running statistics of the series:
+    // those of a bounded series are not used, and those of texts would be meaningless.
     series.scaleAndAppendValue(value, factor, offset);
     series.setNewValue(std::move(value));
     if (keptRecords > 0 && receptionTimes.size() / 2 >= keptRecords)
         dropOldest();
 }
 
-// A series cannot drop its oldest records, so the newest are appended to an empty one. That happens
-// when there are twice as many as are kept, so each value is copied once more on average.
+// A series cannot drop its oldest records, so it is cleared and the newest are appended again. That
+// happens when there are twice as many as are kept, so on average each value is copied once more.
 template <typename T>
 void SignalRecording<T>::dropOldest()
 {
@@ -63,7 +63,7 @@ void SignalRecording<T>::clear()
     recorded = 0;
 }
 
-// Not setValueHandling(), which would stop the worker too: the median needs the handling to stay.
+// Not with setValueHandling(), which would stop the worker too: the median depends on the handling.
 template <typename T>
 void SignalRecording<T>::stopUpdating()
 {

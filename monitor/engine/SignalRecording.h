@@ -10,9 +10,9 @@
 namespace monitor
 {
 
-/// The values of one signal, in records of type \a T: CANopenObjectValue or J1939Value. If the
-/// signal keeps only its newest records, a second signal of the library, which replaces its only
-/// record, goes on with the statistics of all values. One thread uses an object at a time.
+/// The values of one signal, in records of type \a T: CANopenObjectValue or J1939Value. If only the
+/// newest records are kept, a second signal of the library, which holds only one record, keeps the
+/// running statistics of all values. Only one thread may use an object at a time.
 template <typename T>
 class SignalRecording
 {
@@ -21,36 +21,37 @@ public:
 
     explicit SignalRecording(const CatalogueSignal& signalDescription);
 
-    /// Takes \a value, whose raw value is set, received at \a microseconds or SignalSeries::noTime.
+    /// Scales and records \a value, whose raw value must be set. It was received at \a
+    /// microseconds, SignalSeries::noTime if that is unknown.
     void record(T value, qint64 microseconds);
 
-    /// Forgets all values.
+    /// Deletes all values.
     void clear();
 
-    /// Ends the background updating that the library offers for display. Waits for its current
-    /// cycle, up to 100 ms. The values stay.
+    /// Stops the library's background updating. Waits for its current cycle to end, up to 100 ms.
+    /// The values are kept.
     void stopUpdating();
 
-    /// How many values were recorded, kept or not.
+    /// The number of recorded values, kept or not.
     qint64 count() const { return recorded; }
 
-    /// Whether only the newest values are kept, so that kept() knows fewer than all().
+    /// Whether only the newest values are kept, so that kept() and all() differ.
     bool isBounded() const { return running != nullptr; }
 
-    /// How many values are kept, if the recording is bounded.
+    /// The number of values to keep, if the recording is bounded.
     int limit() const { return keptRecords; }
 
-    /// The kept values; up to twice as many as wanted unless dropOldest() was called before.
+    /// The kept values. There are up to twice as many as limit() unless dropOldest() was called.
     const GenericSignalImpl<T>& kept() const { return series; }
     GenericSignalImpl<T>& kept() { return series; }
 
-    /// The running statistics of all values. Only the newest of the values may be in it.
+    /// The running statistics of all values. It need not hold the values themselves.
     const GenericSignalImpl<T>& all() const { return running ? *running : series; }
 
     /// When the kept values were received, in microseconds.
     const QVector<qint64>& times() const { return receptionTimes; }
 
-    /// Drops the values that are not to be kept.
+    /// Drops the oldest values that exceed the limit.
     void dropOldest();
 
 private:

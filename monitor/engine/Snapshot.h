@@ -13,31 +13,31 @@
 namespace monitor
 {
 
-/// One signal of one source and its statistics at one moment.
+/// One signal from one source and its statistics at one moment.
 struct SignalStatistics {
     QString name;
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source; ///< J1939 source address or CANopen node
     QString unit;
-    double factor = 1; ///< the scaling, which gives the resolution of the measured values
+    double factor = 1; ///< factor and offset determine the resolution of the measured values
     double offset = 0;
     bool isFloat = false;             ///< true: the raw values are IEEE numbers
-    std::optional<ValueRange> limits; ///< rate the newest value instead of the band
+    std::optional<ValueRange> limits; ///< for the rating, instead of the band
 
-    qint64 count = 0; ///< of the measured values; without any, the statistics below are 0
+    qint64 count = 0; ///< the number of measured values; if 0, the statistics below are 0 too
     double newest = 0;
-    bool isPassedThrough = false;       ///< true: only the newest value is known, as below
-    QString newestText;                 ///< of a signal that is passed through
-    std::optional<double> newestNumber; ///< the same as a number, if double holds it exactly
+    bool isPassedThrough = false;       ///< true: there is only a newest value, in the next two
+    QString newestText;                 ///< the newest value of a pass-through signal
+    std::optional<double> newestNumber; ///< the same as a number, if double represents it exactly
     double average = 0;
     double deviation = 0; ///< population deviation, divisor n
     double minimum = 0;
     double maximum = 0;
     double median = 0;         ///< of the kept values
     int rating = 0;            ///< of the newest value, 0 to 100
-    double lowerThreshold = 0; ///< the band: average -/+ k deviations
-    double upperThreshold = 0;
-    int deviators = 0; ///< number of kept values outside the band
+    double lowerThreshold = 0; ///< the lower end of the band: average - k x deviation
+    double upperThreshold = 0; ///< the upper end of the band: average + k x deviation
+    int deviators = 0;         ///< number of kept values outside the band
 
     qint64 notAvailable = 0; ///< how often the sender had no value
     qint64 errors = 0;       ///< how often it reported an error instead
@@ -51,24 +51,24 @@ struct SignalSeries {
     QVector<qint64> microseconds; ///< when each was seen, noTime if unknown
 };
 
-/// Counts of frames, and of the places of a recording that are not frames.
+/// Counts of frames, and of unreadable parts of a recording.
 struct FrameCounts {
-    qint64 total = 0;   ///< data and remote frames
-    qint64 decoded = 0; ///< frames in which at least one signal was found
-    qint64 dropped = 0; ///< frames that the recorder lost, or that a live run had no room for
-    qint64 errors = 0;  ///< error frames
-    qint64 noFrame = 0; ///< places of a recording that are not understood
+    qint64 total = 0;      ///< data and remote frames
+    qint64 decoded = 0;    ///< frames in which at least one signal was found
+    qint64 dropped = 0;    ///< frames lost by the recorder, or dropped by a live run
+    qint64 errors = 0;     ///< error frames
+    qint64 unreadable = 0; ///< unreadable parts of a recording, such as lines
     TransportCounts transport{};
 };
 
 /// One signal in a snapshot.
 struct SnapshotRow {
-    int signal = 0; ///< its number in the session, which stays the same
+    int signal = 0; ///< its number in the session, which does not change
     std::shared_ptr<const SignalStatistics> statistics;
-    bool isSilent = false; ///< true: its values have stopped coming
+    bool isSilent = false; ///< true: its values have stopped arriving
 };
 
-/// All signals of a session at one moment. It never changes, and copies share what they hold.
+/// All signals of a session at one moment. The statistics never change, and copies share them.
 struct Snapshot {
     double k = 3; ///< half the width of the band, in deviations
     FrameCounts counts;
@@ -79,8 +79,8 @@ struct Snapshot {
 /// The bus of a live run at one moment.
 struct BusState {
     QString name;
-    qint64 now = 0; ///< on the clock of the frames, which begins with the run, in microseconds
-    double loadPercent = 0; ///< of the last second
+    qint64 now = 0;         ///< in microseconds since the start of the run, as for frames
+    double loadPercent = 0; ///< in the last second
     double bitRate = 0;     ///< in bits per second
 };
 
@@ -90,7 +90,8 @@ class SnapshotSink
 public:
     virtual ~SnapshotSink() = default;
 
-    /// Takes the run as it is now; called several times a second. Returns false to end the run.
+    /// Takes the current state of the run. Called several times a second; returns false to end the
+    /// run.
     [[nodiscard]] virtual bool take(const Snapshot& snapshot, const BusState& bus) = 0;
 };
 

@@ -8,50 +8,50 @@ namespace monitor
 void ValueCounts::add(double value)
 {
     ++total;
-    if (pieces.empty())
-        pieces.push_back({value, 0, {}});
-    const size_t place = pieceOf(value);
-    Piece& piece = pieces.at(place);
-    ++piece.count;
+    if (chunks.empty())
+        chunks.push_back({value, 0, {}});
+    const size_t place = chunkOf(value);
+    Chunk& chunk = chunks.at(place);
+    ++chunk.count;
     const auto isLess = [](const Entry& entry, double other) { return entry.value < other; };
-    const auto entry = std::lower_bound(piece.entries.begin(), piece.entries.end(), value, isLess);
-    if (entry != piece.entries.end() && entry->value == value) {
+    const auto entry = std::lower_bound(chunk.entries.begin(), chunk.entries.end(), value, isLess);
+    if (entry != chunk.entries.end() && entry->value == value) {
         ++entry->count;
         return;
     }
-    piece.entries.insert(entry, {value, 1});
-    piece.first = piece.entries.front().value;
-    if (piece.entries.size() > longestPiece)
+    chunk.entries.insert(entry, {value, 1});
+    chunk.first = chunk.entries.front().value;
+    if (chunk.entries.size() > maxEntries)
         split(place);
 }
 
 void ValueCounts::remove(double value)
 {
-    const size_t place = pieceOf(value);
-    Piece& piece = pieces.at(place);
+    const size_t place = chunkOf(value);
+    Chunk& chunk = chunks.at(place);
     const auto isLess = [](const Entry& entry, double other) { return entry.value < other; };
-    const auto entry = std::lower_bound(piece.entries.begin(), piece.entries.end(), value, isLess);
+    const auto entry = std::lower_bound(chunk.entries.begin(), chunk.entries.end(), value, isLess);
     --total;
-    --piece.count;
+    --chunk.count;
     if (--entry->count > 0)
         return;
-    piece.entries.erase(entry);
-    if (piece.entries.empty())
-        pieces.erase(pieces.begin() + static_cast<std::ptrdiff_t>(place));
+    chunk.entries.erase(entry);
+    if (chunk.entries.empty())
+        chunks.erase(chunks.begin() + static_cast<std::ptrdiff_t>(place));
     else
-        piece.first = piece.entries.front().value;
+        chunk.first = chunk.entries.front().value;
 }
 
 qint64 ValueCounts::below(double limit) const
 {
     qint64 less = 0;
-    for (size_t i = 0; i < pieces.size() && pieces.at(i).first < limit; ++i) {
-        const bool isLast = i + 1 == pieces.size() || pieces.at(i + 1).first >= limit;
+    for (size_t i = 0; i < chunks.size() && chunks.at(i).first < limit; ++i) {
+        const bool isLast = i + 1 == chunks.size() || chunks.at(i + 1).first >= limit;
         if (!isLast) {
-            less += pieces.at(i).count;
+            less += chunks.at(i).count;
             continue;
         }
-        for (const Entry& entry : pieces.at(i).entries)
+        for (const Entry& entry : chunks.at(i).entries)
             less += entry.value < limit ? entry.count : 0;
     }
     return less;
@@ -60,8 +60,8 @@ qint64 ValueCounts::below(double limit) const
 qint64 ValueCounts::above(double limit) const
 {
     qint64 equal = 0;
-    if (!pieces.empty()) {
-        for (const Entry& entry : pieces.at(pieceOf(limit)).entries)
+    if (!chunks.empty()) {
+        for (const Entry& entry : chunks.at(chunkOf(limit)).entries)
             equal += entry.value == limit ? entry.count : 0;
     }
     return total - below(limit) - equal;
@@ -75,33 +75,33 @@ double ValueCounts::median() const
     return total % 2 == 1 ? upper : at(total / 2 - 1) / 2 + upper / 2;
 }
 
-/// The piece that \a value belongs to: the last one that begins with it or before it.
-size_t ValueCounts::pieceOf(double value) const
+/// The chunk that \a value belongs to: the last one that begins with it or before it.
+size_t ValueCounts::chunkOf(double value) const
 {
-    const auto isLess = [](double other, const Piece& piece) { return other < piece.first; };
-    const auto next = std::upper_bound(pieces.begin(), pieces.end(), value, isLess);
-    return next == pieces.begin() ? 0 : static_cast<size_t>(next - pieces.begin()) - 1;
+    const auto isLess = [](double other, const Chunk& chunk) { return other < chunk.first; };
+    const auto next = std::upper_bound(chunks.begin(), chunks.end(), value, isLess);
+    return next == chunks.begin() ? 0 : static_cast<size_t>(next - chunks.begin()) - 1;
 }
 
-void ValueCounts::split(size_t piece)
+void ValueCounts::split(size_t chunk)
 {
-    std::vector<Entry>& entries = pieces.at(piece).entries;
+    std::vector<Entry>& entries = chunks.at(chunk).entries;
     const auto middle = entries.begin() + static_cast<std::ptrdiff_t>(entries.size() / 2);
-    Piece rest{middle->value, 0, {middle, entries.end()}};
+    Chunk rest{middle->value, 0, {middle, entries.end()}};
     for (const Entry& entry : rest.entries)
         rest.count += entry.count;
     entries.erase(middle, entries.end());
-    pieces.at(piece).count -= rest.count;
-    pieces.insert(pieces.begin() + static_cast<std::ptrdiff_t>(piece) + 1, std::move(rest));
+    chunks.at(chunk).count -= rest.count;
+    chunks.insert(chunks.begin() + static_cast<std::ptrdiff_t>(chunk) + 1, std::move(rest));
 }
 
 /// The value at \a position, counted from 0 in order.
 double ValueCounts::at(qint64 position) const
 {
-    size_t piece = 0;
-    while (position >= pieces.at(piece).count)
-        position -= pieces.at(piece++).count;
-    const std::vector<Entry>& entries = pieces.at(piece).entries;
+    size_t chunk = 0;
+    while (position >= chunks.at(chunk).count)
+        position -= chunks.at(chunk++).count;
+    const std::vector<Entry>& entries = chunks.at(chunk).entries;
     size_t entry = 0;
     while (position >= entries.at(entry).count)
         position -= entries.at(entry++).count;

@@ -7,28 +7,28 @@
 namespace monitor
 {
 
-/// How often each value has been seen, in the order of the values: the median, and how many values
-/// lie below or above a limit, are known at any time without going through all of them. Adding one
-/// is fast too, since the values lie in pieces of limited size; equal ones share a place.
+/// How often each value has been seen, sorted by value. The median and the number of values below
+/// or above a limit are found without visiting all values. Adding a value is fast too, since the
+/// values are stored in chunks of limited size. Equal values share an entry.
 class ValueCounts
 {
 public:
-    /// Adds a number that is not NaN.
+    /// Adds \a value, which must not be NaN.
     void add(double value);
 
     /// Removes a value that was added.
     void remove(double value);
 
-    /// How many there are.
+    /// The number of values.
     qint64 count() const { return total; }
 
-    /// How many are less than \a limit.
+    /// The number of values less than \a limit.
     qint64 below(double limit) const;
 
-    /// How many are greater than \a limit.
+    /// The number of values greater than \a limit.
     qint64 above(double limit) const;
 
-    /// The one in the middle, or the mean of the two there; 0 without values.
+    /// The middle value, or the mean of the two middle values; 0 if there are no values.
     double median() const;
 
 private:
@@ -36,19 +36,19 @@ private:
         double value;
         qint64 count;
     };
-    struct Piece {
+    struct Chunk {
         double first; // the smallest value
         qint64 count; // of all entries
         std::vector<Entry> entries;
     };
 
-    static constexpr size_t longestPiece = 512;
+    static constexpr size_t maxEntries = 512;
 
-    size_t pieceOf(double value) const;
-    void split(size_t piece);
+    size_t chunkOf(double value) const;
+    void split(size_t chunk);
     double at(qint64 position) const;
 
-    std::vector<Piece> pieces; // none is empty
+    std::vector<Chunk> chunks; // none is empty
     qint64 total = 0;
 };
 

@@ -45,7 +45,7 @@ QVector<Plot> plotsOf(const FinishedRun& run)
 {
     QVector<Plot> plots;
     for (const SnapshotRow& row : run.snapshot.rows) {
-        const Trace trace = traceOf(run.session.table().at(row.signal).getSeries(),
+        const Trace trace = traceOf(run.session.registry().at(row.signal).getSeries(),
                                     run.snapshot.firstTime.value_or(0));
         if (!trace.points.isEmpty())
             plots.append({row.statistics, trace});

@@ -54,7 +54,7 @@ template <typename Counts, typename Call>
 void forEachCount(Counts& counts, Call call)
 {
     for (auto* count : {&counts.total, &counts.decoded, &counts.dropped, &counts.errors,
-                        &counts.noFrame, &counts.transport.messages, &counts.transport.lost,
+                        &counts.unreadable, &counts.transport.messages, &counts.transport.lost,
                         &counts.transport.outOfOrder, &counts.transport.interrupted})
         call(*count);
 }

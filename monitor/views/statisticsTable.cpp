@@ -128,7 +128,7 @@ QString formatSummary(const Snapshot& snapshot)
         .arg(counts.total - counts.decoded)
         .arg(counts.dropped)
         .arg(counts.errors)
-        .arg(counts.noFrame);
+        .arg(counts.unreadable);
 }
 
 } // namespace monitor

@@ -220,7 +220,7 @@ void MonitorWindow::showChart()
     if (isRefreshing || row < 0)
         return;
     const SnapshotRow& shown = liveTable.row(row);
-    plot->plot(session.table().at(shown.signal), *shown.statistics,
+    plot->plot(session.registry().at(shown.signal), *shown.statistics,
                static_cast<double>(liveTable.bus().now) / 1e6);
 }
 

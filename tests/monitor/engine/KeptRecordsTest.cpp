@@ -1,13 +1,13 @@
 #include "../catalogue/Descriptions.h"
 #include "statisticsOf.h"
 
-#include <engine/SignalTable.h>
+#include <engine/SignalRegistry.h>
 
 #include <gtest/gtest.h>
 
 using monitor::CatalogueMessage;
+using monitor::SignalRegistry;
 using monitor::SignalStatistics;
-using monitor::SignalTable;
 
 namespace
 {
@@ -22,7 +22,7 @@ protected:
         messages[0].catalogueSignals[0].rules.keptRecords = 3;
     }
 
-    void feed(SignalTable& table, int values)
+    void feed(SignalRegistry& table, int values)
     {
         for (int i = 0; i < values; ++i) {
             monitor::DecodedSignal decoded;
@@ -42,7 +42,7 @@ protected:
 // 8.37. Of the newest three, 8 lies in it.
 TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherStatisticsOfAllValues)
 {
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     feed(table, 10);
     const SignalStatistics statistics = statisticsOf(table, 1).at(0);
     EXPECT_EQ(statistics.count, 10);
@@ -58,7 +58,7 @@ TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherStatistics
 
 TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
 {
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     for (int count = 1; count <= 20; ++count) {
         feed(table, 1);
         const auto series = firstSignal(table).getSeries();
@@ -73,7 +73,7 @@ TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
 
 TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
 {
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     feed(table, 1000);
     const auto records = firstSignal(table).getRecords();
     EXPECT_EQ(records.microseconds, (QVector<qint64>{998000000, 999000000, 1000000000}));
@@ -85,11 +85,11 @@ TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
 
 TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheStatisticsOfAnUnboundedSeries)
 {
-    SignalTable bounded(messages);
+    SignalRegistry bounded(messages);
     feed(bounded, 3);
     fed = 0;
     messages[0].catalogueSignals[0].rules.keptRecords = 0;
-    SignalTable unbounded(messages);
+    SignalRegistry unbounded(messages);
     feed(unbounded, 3);
     const SignalStatistics left = statisticsOf(bounded, 0.5).at(0);
     const SignalStatistics right = statisticsOf(unbounded, 0.5).at(0);
@@ -111,7 +111,7 @@ TEST_F(KeptRecords, PassedThroughValuesAreBoundedToo)
     message.protocol = monitor::Protocol::CANopen;
     messages = {message};
     messages[0].catalogueSignals[0].rules.keptRecords = 3;
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     feed(table, 100);
     const SignalStatistics statistics = statisticsOf(table, 3).at(0);
     EXPECT_EQ(statistics.count, 100);

@@ -1,7 +1,7 @@
 #include "../catalogue/Descriptions.h"
 #include "statisticsOf.h"
 
-#include <engine/SignalTable.h>
+#include <engine/SignalRegistry.h>
 #include <views/statisticsFields.h>
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@ using monitor::CatalogueMessage;
 using monitor::CatalogueSignal;
 using monitor::DecodedSignal;
 using monitor::MonitoredSignal;
-using monitor::SignalTable;
+using monitor::SignalRegistry;
 
 namespace
 {
@@ -29,7 +29,7 @@ DecodedSignal measured(quint64 bits)
 void expectSameStatistics(const CatalogueSignal& signal)
 {
     const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     std::mt19937_64 random(3);
     const quint64 mask = (quint64{1} << signal.layout.length) - 1;
     for (int i = 1; i <= 3000; ++i) {
@@ -75,7 +75,7 @@ TEST(RunningStatistics, PassedThroughSignalHasItsNewestValue)
     CatalogueMessage message = describedMessage(0, {signal});
     message.protocol = monitor::Protocol::CANopen;
     const QVector<CatalogueMessage> messages{message};
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     table.record(measured(1));
     table.record(measured(0x123456789A));
     const auto statistics = *firstSignal(table).getRunningStatistics(3);
@@ -86,14 +86,14 @@ TEST(RunningStatistics, PassedThroughSignalHasItsNewestValue)
 TEST(RunningStatistics, ClearedSignalsStayAndBeginAnew)
 {
     const QVector<CatalogueMessage> messages{describedMessage(0, {describedSignal(0, 8)})};
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     table.record(measured(200));
     DecodedSignal error = measured(0xFE);
     error.availability = monitor::Availability::Error;
     table.record(error);
     *firstSignal(table).getRunningStatistics(3);
     table.clear();
-    ASSERT_EQ(table.inOrder().size(), 1);
+    ASSERT_EQ(table.sorted().size(), 1);
     EXPECT_EQ(firstSignal(table).getRunningStatistics(3)->count, 0);
     EXPECT_EQ(firstSignal(table).getRunningStatistics(3)->errors, 0);
     table.record(measured(7));
@@ -108,12 +108,12 @@ TEST(RunningStatistics, ClearedBoundedSeriesHasTheStatisticsOfANewOne)
     CatalogueSignal signal = describedSignal(0, 16);
     signal.rules.keptRecords = 3;
     const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
-    SignalTable cleared(messages);
+    SignalRegistry cleared(messages);
     for (const quint64 bits : {5000U, 1U, 60000U, 7U, 7U, 7U, 30000U})
         cleared.record(measured(bits));
     cleared.clear();
     EXPECT_EQ(statisticsOf(cleared, 1).at(0).count, 0);
-    SignalTable fresh(messages);
+    SignalRegistry fresh(messages);
     for (const quint64 bits : {10U, 40U, 20U, 50U, 30U}) {
         cleared.record(measured(bits));
         fresh.record(measured(bits));

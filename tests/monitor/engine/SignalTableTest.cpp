@@ -2,7 +2,7 @@
 #include "statisticsOf.h"
 
 #include <AddressSpaceLimit.h>
-#include <engine/SignalTable.h>
+#include <engine/SignalRegistry.h>
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,8 @@ using monitor::Availability;
 using monitor::CatalogueMessage;
 using monitor::CatalogueSignal;
 using monitor::DecodedSignal;
+using monitor::SignalRegistry;
 using monitor::SignalStatistics;
-using monitor::SignalTable;
 
 namespace
 {
@@ -60,7 +60,7 @@ QVector<CatalogueMessage> oneObject(CAN::CANopenDataType datatype, int length, b
 SignalStatistics statisticsAfter(const QVector<CatalogueMessage>& messages,
                                  const QVector<quint64>& raw, double k)
 {
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     for (const quint64 bits : raw)
         table.record(measured(bits));
     return statisticsOf(table, k).at(0);
@@ -151,7 +151,7 @@ TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
 TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverRecorded)
 {
     const auto messages = oneSignal(16, 0.125, 0);
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     table.record(without(Availability::NotAvailable));
     table.record(measured(8));
     table.record(without(Availability::Error));
@@ -166,7 +166,7 @@ TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverRecorded)
 TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
 {
     const auto messages = oneSignal(16, 0.125, 0);
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     table.record(without(Availability::Error));
     const auto all = statisticsOf(table, 3);
     ASSERT_EQ(all.size(), 1);
@@ -187,7 +187,7 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
     CatalogueSignal load = describedSignal(8, 8);
     load.reportedName = "Load";
     const QVector<CatalogueMessage> messages{describedMessage(0, {speed, load})};
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     table.record(measured(1, 0, 49));
     table.record(measured(2, 0, 7));
     table.record(measured(3, 1, 49));
@@ -254,7 +254,7 @@ TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
 TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
 {
     const QVector<CatalogueMessage> messages = oneSignal(8, 1, 0);
-    SignalTable table(messages);
+    SignalRegistry table(messages);
     DecodedSignal decoded = measured(1);
     for (const qint64 time : {7, 8}) {
         table.clear();
@@ -269,7 +269,7 @@ TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
 TEST(SignalTable, EndsWhereNoMoreThreadsCanBeStarted)
 {
     const QVector<CatalogueMessage> messages = oneSignal(16, 1, 0);
-    auto table = std::make_unique<SignalTable>(messages);
+    auto table = std::make_unique<SignalRegistry>(messages);
     for (quint8 source = 0; source < 3; ++source)
         table->record(measured(source, 0, source));
     const AddressSpaceLimit limit;

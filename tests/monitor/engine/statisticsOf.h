@@ -1,18 +1,18 @@
 #pragma once
 
-#include <engine/SignalTable.h>
+#include <engine/SignalRegistry.h>
 
 /// The statistics of all signals of \a table in their order, with a band of \a k deviations.
-inline QVector<monitor::SignalStatistics> statisticsOf(monitor::SignalTable& table, double k)
+inline QVector<monitor::SignalStatistics> statisticsOf(monitor::SignalRegistry& table, double k)
 {
     QVector<monitor::SignalStatistics> all;
-    for (const int signal : table.inOrder())
+    for (const int signal : table.sorted())
         all.append(table.at(signal).calcStatistics(k));
     return all;
 }
 
 /// The first signal of \a table.
-inline monitor::MonitoredSignal& firstSignal(monitor::SignalTable& table)
+inline monitor::MonitoredSignal& firstSignal(monitor::SignalRegistry& table)
 {
-    return table.at(table.inOrder().constFirst());
+    return table.at(table.sorted().constFirst());
 }

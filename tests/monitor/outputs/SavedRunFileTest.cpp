@@ -97,7 +97,7 @@ TEST_F(SavedRunFile, WhatIsWrittenIsReadBack)
     EXPECT_EQ(run.k, 2.5);
     EXPECT_EQ(run.counts.total, 9);
     EXPECT_EQ(run.counts.decoded, 7);
-    EXPECT_EQ(run.counts.noFrame, 1);
+    EXPECT_EQ(run.counts.unreadable, 1);
     EXPECT_EQ(run.counts.transport.interrupted, 8);
     EXPECT_EQ(run.firstTime, 1000000);
     ASSERT_EQ(run.recordedSignals.size(), 2);

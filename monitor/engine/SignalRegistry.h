@@ -10,39 +10,39 @@
 namespace monitor
 {
 
-/// The signals that have been seen, one for each signal of the catalogue and source address. Their
-/// numbers, counted from 0, stay the same.
-class SignalTable
+/// The signals seen so far, one for each combination of a signal of the catalogue and a source.
+/// They are numbered from 0, and their numbers do not change.
+class SignalRegistry
 {
 public:
     /// \a messageDescriptions must outlive this object.
-    explicit SignalTable(const QVector<CatalogueMessage>& messageDescriptions)
+    explicit SignalRegistry(const QVector<CatalogueMessage>& messageDescriptions)
         : descriptions(messageDescriptions)
     {
     }
 
-    /// Ends the background updating of all signals.
-    ~SignalTable() { stopUpdating(); }
+    /// Stops the background updating of all signals.
+    ~SignalRegistry() { stopUpdating(); }
 
-    SignalTable(const SignalTable&) = delete;
-    SignalTable& operator=(const SignalTable&) = delete;
+    SignalRegistry(const SignalRegistry&) = delete;
+    SignalRegistry& operator=(const SignalRegistry&) = delete;
 
-    /// Records \a decoded for the signal that it belongs to, which is added if it is new.
+    /// Records \a decoded in its signal, which is added if it is new.
     void record(const DecodedSignal& decoded);
 
-    /// Adds \a signal, for which nothing will be recorded.
+    /// Adds a signal of a saved run, to which record() will add nothing.
     void add(std::unique_ptr<MonitoredSignal> signal) { monitored.push_back(std::move(signal)); }
 
     MonitoredSignal& at(int signal) const { return *monitored.at(static_cast<size_t>(signal)); }
 
     /// The numbers of the signals, sorted by name and source.
-    const QVector<int>& inOrder();
+    const QVector<int>& sorted();
 
-    /// When the first signal was seen whose time is known.
+    /// When the first signal with a known time was seen.
     std::optional<qint64> firstTime() const { return begin; }
     void setFirstTime(std::optional<qint64> microseconds) { begin = microseconds; }
 
-    /// Forgets all values, counts and the first time; the signals stay.
+    /// Deletes all values, counts and the first time, but keeps the signals.
     void clear();
 
 private:
@@ -52,7 +52,7 @@ private:
     const QVector<CatalogueMessage>& descriptions;
     std::vector<std::unique_ptr<MonitoredSignal>> monitored;
     QHash<quint64, size_t> positions; // in monitored
-    QVector<int> order;               // up to date if it is as long as monitored
+    QVector<int> order;               // out of date if shorter than monitored
     std::optional<qint64> begin;
 };
 

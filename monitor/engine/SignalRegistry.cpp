@@ -1,4 +1,4 @@
-#include "SignalTable.h"
+#include "SignalRegistry.h"
 
 #include <algorithm>
 #include <atomic>
@@ -25,28 +25,28 @@ quint64 keyOf(const DecodedSignal& decoded)
 
 } // namespace
 
-void SignalTable::record(const DecodedSignal& decoded)
+void SignalRegistry::record(const DecodedSignal& decoded)
 {
     if (!begin)
         begin = decoded.microseconds;
     signalOf(decoded).record(decoded);
 }
 
-// Each signal may need up to 100 ms to stop, mostly waiting, so they are stopped by as many threads
-// as the system starts, up to a limit. QThreadPool would wait forever for threads that cannot be
-// started.
-void SignalTable::stopUpdating()
+// Stopping a signal can take up to 100 ms of waiting, so signals are stopped in parallel by as many
+// threads as the system starts, up to a limit. QThreadPool would wait forever for threads that
+// cannot be started.
+void SignalRegistry::stopUpdating()
 {
-    constexpr std::size_t helpersAtMost = 256;
+    constexpr std::size_t maxHelpers = 256;
     std::atomic<std::size_t> next{0};
     const auto stopOthers = [&] {
         for (std::size_t i = next++; i < monitored.size(); i = next++)
             monitored[i]->stopUpdating();
     };
     std::vector<std::thread> helpers;
-    helpers.reserve(helpersAtMost);
+    helpers.reserve(maxHelpers);
     try {
-        while (helpers.size() < std::min(monitored.size(), helpersAtMost))
+        while (helpers.size() < std::min(monitored.size(), maxHelpers))
             helpers.emplace_back(stopOthers);
     } catch (const std::system_error&) { // the threads that could be started do the work
     }
@@ -55,14 +55,14 @@ void SignalTable::stopUpdating()
         helper.join();
 }
 
-void SignalTable::clear()
+void SignalRegistry::clear()
 {
     for (const auto& signal : monitored)
         signal->clear();
     begin.reset();
 }
 
-const QVector<int>& SignalTable::inOrder()
+const QVector<int>& SignalRegistry::sorted()
 {
     const int size = static_cast<int>(monitored.size());
     if (order.size() == size)
@@ -77,7 +77,7 @@ const QVector<int>& SignalTable::inOrder()
     return order;
 }
 
-MonitoredSignal& SignalTable::signalOf(const DecodedSignal& decoded)
+MonitoredSignal& SignalRegistry::signalOf(const DecodedSignal& decoded)
 {
     const quint64 key = keyOf(decoded);
     const auto known = positions.constFind(key);
