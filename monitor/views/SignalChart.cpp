@@ -35,8 +35,8 @@ constexpr QColor deviatorColor(0xd0, 0x10, 0x30);
 constexpr qreal pointSize = 4;
 constexpr qreal deviatorSize = 6;
 
-/// Adds the series of one signal to a chart, from the back to the front. The chart and the
-/// statistics must outlive it.
+/// Adds the series of one signal to a chart, from back to front. The chart and the statistics must
+/// outlive this object.
 class ChartDrawing
 {
 public:
@@ -50,7 +50,8 @@ public:
     void addBand();
     void addLimits();
     void addValues(const QVector<QVector<QPointF>>& lines);
-    void addLevels(); ///< the average and the edges of the band, which many values would hide
+    /// Adds the average and the edges of the band, on top of the values that would hide them.
+    void addLevels();
     void addDeviators(const QVector<QVector<QPointF>>& lines);
 
 private:
@@ -92,14 +93,14 @@ void ChartDrawing::addLevels()
     addLine(level(statistics.average), QPen(averageColor, 2), QStringLiteral("average"));
 }
 
-// A line of a single point would not be seen.
+// Single points are drawn as markers, since a line needs two points.
 void ChartDrawing::addValues(const QVector<QVector<QPointF>>& lines)
 {
-    QVector<QPointF> lonely;
+    QVector<QPointF> isolated;
     QString name = QStringLiteral("values");
     for (const QVector<QPointF>& points : lines) {
         if (points.size() == 1) {
-            lonely += points;
+            isolated += points;
             continue;
         }
         auto* const line = new QLineSeries;
@@ -107,8 +108,8 @@ void ChartDrawing::addValues(const QVector<QVector<QPointF>>& lines)
         addLine(line, QPen(valueColor, 1), name);
         name.clear();
     }
-    if (!lonely.isEmpty())
-        addPoints(lonely, valueColor, pointSize, name);
+    if (!isolated.isEmpty())
+        addPoints(isolated, valueColor, pointSize, name);
 }
 
 void ChartDrawing::addDeviators(const QVector<QVector<QPointF>>& lines)
@@ -148,7 +149,7 @@ void ChartDrawing::addPoints(const QVector<QPointF>& points, const QColor& color
     add(scatter, name);
 }
 
-// A series without a name is not in the legend.
+// A series without a name is left out of the legend.
 void ChartDrawing::add(QtCharts::QAbstractSeries* series, const QString& name)
 {
     series->setName(name);
@@ -157,18 +158,18 @@ void ChartDrawing::add(QtCharts::QAbstractSeries* series, const QString& name)
         marker->setVisible(!name.isEmpty());
 }
 
-/// Room for something at \a value alone.
-double roomAround(double value)
+/// The margin above and below a single value.
+double marginAround(double value)
 {
     return std::max(1.0, std::fabs(value) / 100);
 }
 
-/// From the lowest to the highest value that is drawn, with some room at both ends. Values are
-/// clamped well within the range of double, so that the room does not overflow.
+/// From the lowest to the highest value that is drawn, with a margin at both ends. Values are
+/// clamped well within the range of double, so that adding the margin does not overflow.
 AxisRange heightOf(const SignalStatistics& statistics)
 {
     constexpr double greatest = 1e300;
-    constexpr double roomShare = 0.05;
+    constexpr double marginShare = 0.05;
     double lowest = std::min(statistics.minimum, statistics.lowerThreshold);
     double highest = std::max(statistics.maximum, statistics.upperThreshold);
     if (statistics.limits) {
@@ -177,11 +178,12 @@ AxisRange heightOf(const SignalStatistics& statistics)
     }
     lowest = std::clamp(lowest, -greatest, greatest);
     highest = std::clamp(highest, -greatest, greatest);
-    const double room = highest > lowest ? (highest - lowest) * roomShare : roomAround(lowest);
-    return {lowest - room, highest + room};
+    const double margin =
+        highest > lowest ? (highest - lowest) * marginShare : marginAround(lowest);
+    return {lowest - margin, highest + margin};
 }
 
-/// The distance of at least \a ticks ticks at round numbers over \a extent.
+/// The interval between ticks at round numbers, so that \a extent has at least \a ticks of them.
 double roundInterval(double extent, int ticks)
 {
     const double magnitude = std::pow(10, std::floor(std::log10(extent / ticks)));
@@ -189,7 +191,7 @@ double roundInterval(double extent, int ticks)
     return magnitude * (digits >= 5 ? 5 : digits >= 2 ? 2 : 1);
 }
 
-/// Up to 7 digits, without those behind the point that are 0 at every tick.
+/// Up to 7 digits, without those after the decimal point that are 0 at every tick.
 QString labelFormat(double interval, double greatest)
 {
     constexpr double shown = 1e7;
@@ -204,9 +206,9 @@ void setTicks(QValueAxis& axis, int ticks)
     const double interval = roundInterval(axis.max() - axis.min(), ticks);
     const double greatest = std::max(std::fabs(axis.min()), std::fabs(axis.max()));
     axis.setLabelFormat(labelFormat(interval, greatest));
-    // Where double has no digits left for round numbers, the ticks stand at equal distances.
-    constexpr double surelyApart = 1e-9;
-    if (interval < surelyApart * greatest)
+    // Where double has no digits left for round numbers, the axis keeps its evenly spaced ticks.
+    constexpr double smallestShare = 1e-9;
+    if (interval < smallestShare * greatest)
         return;
     axis.setTickAnchor(std::ceil(axis.min() / interval) * interval);
     axis.setTickInterval(interval);
@@ -255,7 +257,7 @@ std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace&
     drawing.addLevels();
     drawing.addDeviators(lines);
     addAxis(*chart, Qt::AlignBottom, range,
-            trace.hasTimes ? QStringLiteral("time [s]") : QStringLiteral("number of the value"), 8);
+            trace.hasTimes ? QStringLiteral("time [s]") : QStringLiteral("value number"), 8);
     addAxis(*chart, Qt::AlignLeft, heightOf(statistics), statistics.unit.toHtmlEscaped(),
             isLow ? 2 : 5);
     if (isLow)

@@ -46,7 +46,8 @@ double usualPeriodOf(QVector<double> steps)
 }
 
 /// Appends the points to \a trace, the first one at \a x.
-void follow(const QVector<double>& steps, const QVector<double>& values, double x, Trace& trace)
+void appendPoints(const QVector<double>& steps, const QVector<double>& values, double x,
+                  Trace& trace)
 {
     const double longest = Rhythm::silentPeriods * usualPeriodOf(steps);
     trace.points.reserve(values.size());
@@ -89,7 +90,7 @@ Trace traceOf(const SignalSeries& series, qint64 start)
     if (series.values.size() == 1)
         trace.points.append({first, series.values.first()});
     else
-        follow(stepsOf(series.microseconds), series.values, first, trace);
+        appendPoints(stepsOf(series.microseconds), series.values, first, trace);
     return trace;
 }
 

@@ -89,8 +89,8 @@ QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
     return fields;
 }
 
-// QJsonDocument escapes texts and writes numbers, but only within arrays and objects: the value is
-// put into an array and the brackets are removed.
+// QJsonDocument escapes strings and writes numbers, but accepts only arrays and objects. So the
+// value is put into an array and the brackets are removed.
 QString toJson(const QJsonValue& value)
 {
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);

@@ -8,21 +8,20 @@
 namespace monitor
 {
 
-/// The names of the fields that programs read, in order. Other programs rely on them: none may be
-/// renamed, removed or given another meaning.
+/// The names of the fields in JSON and CSV, in order. Other programs rely on them: a field must not
+/// be renamed or removed, and its meaning must not change.
 const QStringList& statisticsFieldNames();
 
-/// The values of these fields: a text, a number as exact as it is held, or null for a source and
-/// for statistics that the signal does not have.
+/// The values of these fields: a string, a number in full precision, or null for a source and for
+/// statistics that the signal does not have.
 QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics);
 
-/// A text, number or null as JSON. A number has as many digits as are needed to read the same
-/// double back.
+/// A string, number or null as JSON. A number has enough digits to read the same double back.
 QString toJson(const QJsonValue& value);
 
-/// The signals of \a snapshot as comma-separated values (RFC 4180): a line of field names, then one
-/// for each signal, ended by CR LF. Texts are quoted where needed; what is null in JSON is empty.
-/// The decimal point is a point everywhere.
+/// The signals of \a snapshot as comma-separated values (RFC 4180): a line with the names of the
+/// fields, then one line for each signal. Lines end with CR LF. Strings are quoted if necessary,
+/// and null is empty. The decimal separator is always a point.
 QString formatCsv(const Snapshot& snapshot);
 
 } // namespace monitor

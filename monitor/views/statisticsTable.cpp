@@ -8,7 +8,7 @@ namespace monitor
 namespace
 {
 
-// The scaling determines the digits of integers, but not those of IEEE numbers.
+// The scaling determines how many digits an integer signal needs, but not an IEEE number.
 QString formatValue(const SignalStatistics& statistics, double value)
 {
     return statistics.isFloat ? formatComputed(value)
@@ -93,9 +93,9 @@ QString formatLimits(const Snapshot& snapshot)
     for (const SnapshotRow& row : snapshot.rows) {
         const auto& limits = row.statistics->limits;
         if (limits)
-            lines += QStringLiteral("limits      %1 .. %2 rate %3\n")
-                         .arg(formatComputed(limits->lowest), formatComputed(limits->highest),
-                              printable(row.statistics->name));
+            lines += QStringLiteral("limits      %1: %2 .. %3\n")
+                         .arg(printable(row.statistics->name), formatComputed(limits->lowest),
+                              formatComputed(limits->highest));
     }
     return lines;
 }
@@ -115,13 +115,13 @@ QString formatTransport(const TransportCounts& counts)
 QString formatSummary(const Snapshot& snapshot)
 {
     const FrameCounts& counts = snapshot.counts;
-    return QStringLiteral("band        average -/+ %1 deviations\n"
+    return QStringLiteral("band        average +/- %1 deviations\n"
                           "frames      %2\n"
                           "decoded     %3\n"
                           "undecoded   %4\n"
                           "dropped     %5\n"
                           "errors      %6\n"
-                          "no frame    %7\n")
+                          "unreadable  %7\n")
         .arg(QString::number(snapshot.k, 'g', 15))
         .arg(counts.total)
         .arg(counts.decoded)

@@ -9,20 +9,19 @@ namespace monitor
 /// The columns of a table of signals.
 QVector<Column> statisticsColumns();
 
-/// The cells of a signal in such a table; empty where a signal without values has no statistics.
+/// The cells of a signal in such a table. Statistics that the signal does not have are empty.
 QStringList statisticsCells(const SignalStatistics& statistics);
 
-/// The table of the signals of \a snapshot; "-" stands for statistics that a signal without values
-/// does not have.
+/// The table of the signals of \a snapshot. A "-" stands for a statistic that a signal lacks.
 QString formatStatistics(const Snapshot& snapshot);
 
-/// A line for each signal that is rated by limits of its own; otherwise empty.
+/// A line for each signal that is rated by the user's limits.
 QString formatLimits(const Snapshot& snapshot);
 
-/// A line about messages of several frames; empty without any.
+/// A line with the counts of multi-frame messages; empty if all are 0.
 QString formatTransport(const TransportCounts& counts);
 
-/// The width of the band and the counts, a line each.
+/// The width of the band and the counts, one line each.
 QString formatSummary(const Snapshot& snapshot);
 
 } // namespace monitor

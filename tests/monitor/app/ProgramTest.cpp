@@ -30,8 +30,8 @@ TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
               QString("EngineSpeed 0 3 300 200 81.6496581 100 300 200 0 "
                       "118.350342 .. 281.649658 2 rpm 1 1"));
     EXPECT_EQ(run.output.section('\n', 2).simplified(),
-              QString("band average -/+ 1 deviations frames 6 decoded 5 undecoded 1 dropped 0 "
-                      "errors 0 no frame 0"));
+              QString("band average +/- 1 deviations frames 6 decoded 5 undecoded 1 dropped 0 "
+                      "errors 0 unreadable 0"));
 }
 
 TEST_F(Program, ChosenSignalsAloneAreShownAndGivenLimitsRateThem)
@@ -47,7 +47,7 @@ TEST_F(Program, ChosenSignalsAloneAreShownAndGivenLimitsRateThem)
               QString("EngineSpeed,j1939,0,2,0,0,200,150"));
     EXPECT_EQ(run.output.section("\r\n", 1, 1).section(',', 12, 12), QString("0"));
     EXPECT_TRUE(replay(log, dbc, {"--limits", "Torque=0:100"})
-                    .output.contains("limits      0 .. 100 rate Torque\n"));
+                    .output.contains("limits      Torque: 0 .. 100\n"));
 }
 
 TEST_F(Program, PatternWithoutASignalIsExitCode2)
@@ -89,7 +89,7 @@ TEST_F(Program, LinesThatAreNotFramesAreReportedWithTheirNumbersAndTheRestIsUsed
     EXPECT_EQ(run.messages, QString("%1:3: unreadable line\n%1:5: unreadable line\n"
                                     "%1: 2 unreadable line(s) skipped\n")
                                 .arg(path("bus.log")));
-    EXPECT_TRUE(run.output.contains("no frame    2\n"));
+    EXPECT_TRUE(run.output.contains("unreadable  2\n"));
     EXPECT_TRUE(run.output.contains("frames      1\n"));
 }
 

@@ -198,11 +198,11 @@ TEST(TableOutput, SummaryCountsWhatWasNotDecoded)
     snapshot.k = 2.5;
     snapshot.counts = {10, 7, 5, 4, 2};
     const QString summary = monitor::formatSummary(snapshot);
-    EXPECT_EQ(summary, QString("band        average -/+ 2.5 deviations\n"
+    EXPECT_EQ(summary, QString("band        average +/- 2.5 deviations\n"
                                "frames      10\n"
                                "decoded     7\n"
                                "undecoded   3\n"
                                "dropped     5\n"
                                "errors      4\n"
-                               "no frame    2\n"));
+                               "unreadable  2\n"));
 }

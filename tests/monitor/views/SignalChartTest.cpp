@@ -154,8 +154,7 @@ TEST_F(SignalChart, ValuesWithoutTimesAreShownByTheirNumbers)
 {
     Trace trace = speedTrace();
     trace.hasTimes = false;
-    EXPECT_EQ(axisOf(*chart(speed(), trace), Qt::Horizontal)->titleText(),
-              QString("number of the value"));
+    EXPECT_EQ(axisOf(*chart(speed(), trace), Qt::Horizontal)->titleText(), QString("value number"));
 }
 
 TEST_F(SignalChart, MarkupInANameIsShownAsItIs)
