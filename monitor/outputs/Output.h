@@ -21,17 +21,18 @@ struct OutputResult {
     QStringList notes{}; ///< for the user
 };
 
-/// Told how much of the work is done.
+/// Called with the progress of writing.
 using OutputProgress = std::function<void(qint64 done, qint64 total)>;
 
-/// Files and text written at the end of a run: a table, a file, a directory of plots.
+/// Something written at the end of a run: a table, a file, a directory of plots.
 class Output
 {
 public:
     virtual ~Output() = default;
 
-    /// Returns the error that writing would meet, naming the file, as far as it is known before the
-    /// run; otherwise empty. Users should not learn of it after hours of recording.
+    /// Checks before the run whether the output can be written, so that users do not learn of an
+    /// error after hours of recording. Returns an error message that names the file, or an empty
+    /// string if no error is expected.
     [[nodiscard]] virtual QString check() { return QString(); }
 
     /// Writes the output of \a run.

@@ -21,14 +21,14 @@ namespace
 constexpr QSize plotSize(1200, 500);
 constexpr QSize tileSize(1200, 220);
 constexpr int titleMargin = 12;
-constexpr int tilesAtMost = 100;
+constexpr int maxTiles = 100;
 constexpr char overviewName[] = "overview.png";
 
 void paint(std::unique_ptr<QChart> chart, const QRect& place, QPainter& painter)
 {
     QGraphicsScene scene;
     QChart* const shown = chart.release();
-    scene.addItem(shown); // takes it over
+    scene.addItem(shown); // takes ownership
     scene.setSceneRect(shown->rect());
     painter.setRenderHint(QPainter::Antialiasing);
     scene.render(&painter, place, scene.sceneRect());
@@ -40,7 +40,7 @@ struct Plot {
     Trace trace;
 };
 
-/// Signals that are passed through and those without values have no plot.
+/// Pass-through signals and signals without values have no plot.
 QVector<Plot> plotsOf(const FinishedRun& run)
 {
     QVector<Plot> plots;
@@ -93,8 +93,8 @@ QString writeOverview(const QVector<Plot>& plots, const QString& fileName)
     return writeImage(image, fileName);
 }
 
-/// A file name that is not yet in \a taken, and is added to it. Names that differ only in case
-/// count as equal, since some file systems ignore case.
+/// Returns a file name that is not in \a taken, and adds it. Names that differ only in case count
+/// as equal, since some file systems ignore case.
 QString freeName(const QString& wanted, QSet<QString>& taken)
 {
     QString name = wanted;
@@ -142,13 +142,13 @@ OutputResult PlotOutput::write(const FinishedRun& run, const OutputProgress& pro
         result.error = writePlot(plots.at(i), folder.filePath(name));
     }
     if (plots.isEmpty())
-        result.notes += directory + QStringLiteral(": there are no values to plot");
+        result.notes += directory + QStringLiteral(": no values to plot");
     else if (result.error.isEmpty())
-        result.error = writeOverview(plots.mid(0, tilesAtMost), overview);
-    if (plots.size() > tilesAtMost)
-        result.notes += QStringLiteral("%1: shows the first %2 of %3 signals")
+        result.error = writeOverview(plots.mid(0, maxTiles), overview);
+    if (plots.size() > maxTiles)
+        result.notes += QStringLiteral("%1: shows only the first %2 of %3 signals")
                             .arg(overview)
-                            .arg(tilesAtMost)
+                            .arg(maxTiles)
                             .arg(plots.size());
     return result;
 }

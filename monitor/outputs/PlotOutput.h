@@ -5,13 +5,12 @@
 namespace monitor
 {
 
-/// The name of the file for the plot of a signal, without its suffix: everything but letters,
-/// digits and "-" becomes "_".
+/// The name of the file for the plot of a signal, without its suffix. All characters except ASCII
+/// letters, digits and "-" become "_".
 QString plotNameOf(const SignalStatistics& statistics);
 
-/// Writes a PNG for every signal that has values to plot, and overview.png with all of them below
-/// each other on one time axis, into a directory, which is created if missing. There must be a
-/// QApplication.
+/// Writes a PNG file for every signal that has values to plot, and overview.png with all of them
+/// stacked on one time axis. The directory is created if missing. There must be a QApplication.
 class PlotOutput : public Output
 {
 public:

@@ -19,13 +19,13 @@ constexpr int magicSize = sizeof magic - 1;
 constexpr quint32 formatVersion = 1;
 constexpr int hashSize = 32;
 constexpr qint64 longestFile = std::numeric_limits<int>::max();
-constexpr quint32 mostSignals = 10000;
+constexpr quint32 maxSignals = 10000;
 
-/// Writes to another device and hashes what goes through.
+/// Writes to another device, and computes the hash of all data.
 class HashingDevice : public QIODevice
 {
 public:
-    /// \a device must be open and outlive this one.
+    /// \a device must be open and outlive this object.
     explicit HashingDevice(QIODevice& device) : target(device) { open(WriteOnly | Unbuffered); }
 
     QByteArray result() const { return hash.result(); }
@@ -72,19 +72,19 @@ void writeRun(QDataStream& stream, const SavedRun& run)
 
 bool readCounts(QDataStream& stream, FrameCounts& counts)
 {
-    bool understood = true;
+    bool areValid = true;
     forEachCount(counts, [&](qint64& count) {
         stream >> count;
-        understood = understood && count >= 0;
+        areValid = areValid && count >= 0;
     });
-    return understood && counts.decoded <= counts.total;
+    return areValid && counts.decoded <= counts.total;
 }
 
 QString readSignals(QDataStream& stream, SavedRun& run)
 {
     quint32 count = 0;
     stream >> count;
-    if (count > mostSignals)
+    if (count > maxSignals)
         return QStringLiteral("too many signals");
     for (quint32 i = 0; i < count; ++i) {
         SavedSignal signal;
@@ -102,7 +102,7 @@ QString readRun(QDataStream& stream, SavedRun& run)
     qint64 time = 0;
     stream >> run.k;
     if (!std::isfinite(run.k) || run.k < 0 || !readCounts(stream, run.counts))
-        return QStringLiteral("invalid frame counts");
+        return QStringLiteral("invalid k or frame counts");
     stream >> hasTime >> time;
     if (hasTime && !isTime(time))
         return QStringLiteral("time out of range");
@@ -121,7 +121,7 @@ QString cannotBe(const QString& done, const QFileDevice& file)
     return QStringLiteral("%1: cannot be %2: %3").arg(file.fileName(), done, file.errorString());
 }
 
-/// Opens \a file for a run, unless that would replace something else.
+/// Opens \a file for writing, unless it exists and is not a saved run.
 QString openToWrite(QSaveFile& file)
 {
     QFile present(file.fileName());
@@ -139,7 +139,7 @@ QString openToWrite(QSaveFile& file)
 
 QString checkSavedRun(const QString& fileName)
 {
-    QSaveFile file(fileName); // opened it takes a temporary name, and is gone at the end
+    QSaveFile file(fileName); // creates a temporary file, which is deleted without commit()
     return openToWrite(file);
 }
 
@@ -154,10 +154,9 @@ QString writeSavedRun(const QString& fileName, const SavedRun& run)
     configure(stream);
     writeRun(stream, run);
     file.write(hashing.result());
-    const bool fits = file.pos() <= longestFile && run.recordedSignals.size() <= int(mostSignals);
+    const bool fits = file.pos() <= longestFile && run.recordedSignals.size() <= int(maxSignals);
     if (!fits)
-        return QStringLiteral("%1: cannot be written: there is more than such a file can hold")
-            .arg(fileName);
+        return QStringLiteral("%1: cannot be written: the run is too large").arg(fileName);
     return commitWhole(file) ? QString() : cannotBe(QStringLiteral("written"), file);
 }
 
@@ -181,7 +180,7 @@ QString parseSavedRun(const QByteArray& content, SavedRun& run)
     QString error = readRun(stream, run);
     if (error.isEmpty())
         return error;
-    return QStringLiteral("cannot be used: %1 (byte %2)").arg(error).arg(stream.device()->pos());
+    return QStringLiteral("invalid content: %1 (byte %2)").arg(error).arg(stream.device()->pos());
 }
 
 QString readSavedRun(const QString& fileName, SavedRun& run)

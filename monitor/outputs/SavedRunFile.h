@@ -6,24 +6,24 @@
 namespace monitor
 {
 
-/// A file of a saved run: the bytes "VANTREL\n", a version (quint32, 1), the run, and the SHA-256
-/// of all that. The run is a QDataStream of Qt_5_15, the records in it are written by their own
-/// operators. There is room for 2 GiB and 10,000 signals.
-///
-/// Writes \a run to the file of that name, which is replaced as a whole or left as it is; a file
-/// that holds something else is left as it is. Returns the error, naming the file; empty on
-/// success.
+// The file of a saved run consists of the bytes "VANTREL\n", a version (quint32, 1), the run, and
+// the SHA-256 of everything before it. The run is written by a QDataStream of version Qt_5_15, and
+// its records by their own operators. The limits are 10,000 signals and 2 GiB.
+
+/// Writes \a run to a file. A saved run in it is replaced completely or left unchanged; any other
+/// content is left unchanged and is an error. Returns an error message that names the file, or an
+/// empty string on success.
 [[nodiscard]] QString writeSavedRun(const QString& fileName, const SavedRun& run);
 
-/// Returns the error that writing a run to the file of that name would meet, as far as it is known
-/// in advance; otherwise empty. Changes nothing.
+/// Checks whether a run can be written to the file, without changing anything. Returns an error
+/// message that names the file, or an empty string if no error is expected.
 [[nodiscard]] QString checkSavedRun(const QString& fileName);
 
-/// Reads the file of that name, which need not be trusted, into \a run. Returns the error, naming
-/// the file; empty on success. The memory needed is proportional to the file.
+/// Reads a file, which need not be trusted, into \a run. Returns an error message that names the
+/// file, or an empty string on success. The memory needed is proportional to the size of the file.
 [[nodiscard]] QString readSavedRun(const QString& fileName, SavedRun& run);
 
-/// Reads the content of such a file, as above. Returns the error; empty on success.
+/// Reads the content of such a file. Returns an error message, or an empty string on success.
 [[nodiscard]] QString parseSavedRun(const QByteArray& content, SavedRun& run);
 
 /// Saves everything that was recorded.

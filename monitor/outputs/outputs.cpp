@@ -32,12 +32,11 @@ const QVector<OutputKind>& outputKinds()
         {"table", "", "", false, printed<TableOutput>},
         {"json", "", "", false, printed<JsonOutput>},
         {"csv", "", "", false, printed<CsvOutput>},
-        {"save", "FILE", "Save the recorded values, for \"vantrel show\".", false,
+        {"save", "FILE", "Save the recorded values to FILE, for \"vantrel show\".", false,
          inFiles<SavedRunOutput>},
         {"plot", "DIRECTORY",
-         "Write a plot of each signal, and overview.png with all of them, into the directory, "
-         "which "
-         "is created if missing.",
+         "Write a plot of each signal, and overview.png with all of them, to DIRECTORY, which is "
+         "created if missing.",
          true, inFiles<PlotOutput>},
     };
     return kinds;

@@ -9,27 +9,27 @@
 namespace monitor
 {
 
-/// Where an output goes.
+/// The destination of an output.
 struct OutputTarget {
-    QTextStream* stream = nullptr; ///< for a printed output; must outlive it
-    QString path{};                ///< for an output into files: the value of its option
+    QTextStream* stream = nullptr; ///< of a printed output; must outlive it
+    QString path{};                ///< of any other output: the value of its option
 };
 
-/// One kind of output: a row of the table.
+/// A kind of output.
 struct OutputKind {
-    const char* name;      ///< of a printed output: a value of --format; otherwise of the option
-    const char* valueName; ///< what the option needs, such as FILE; empty for a printed output
-    const char* help;      ///< for the option
+    const char* name;      ///< for a printed output, a value of --format; otherwise the option
+    const char* valueName; ///< the value of the option, such as FILE; empty for a printed output
+    const char* help;      ///< the help text of the option
     bool needsWidgets;     ///< true: there must be a QApplication
     std::unique_ptr<Output> (*make)(const OutputTarget& target);
 
     bool isPrinted() const { return *valueName == '\0'; }
 };
 
-/// All kinds of output: a new one is a row here.
+/// The table of outputs. A new kind needs a row here.
 const QVector<OutputKind>& outputKinds();
 
-/// The default of the printed outputs: the first one of the table.
+/// The default printed output: the first one in the table.
 const OutputKind& defaultOutputKind();
 
 } // namespace monitor

@@ -30,7 +30,7 @@ QString formatFrames(const FrameCounts& counts)
         .arg(counts.errors);
 }
 
-/// The counts that the formats for programs have no member for.
+/// The counts for which JSON and CSV have no fields.
 QStringList transportNotes(const Snapshot& snapshot)
 {
     const QString line = formatTransport(snapshot.counts.transport).trimmed();

@@ -7,7 +7,7 @@
 namespace monitor
 {
 
-/// Prints the statistics as a table for people, with the counts below it.
+/// Prints the statistics as a table for people to read, followed by the counts.
 class TableOutput : public Output
 {
 public:
@@ -47,7 +47,7 @@ private:
     QTextStream& output;
 };
 
-/// The texts that they print.
+/// The texts printed by TableOutput and JsonOutput.
 QString formatTable(const Snapshot& snapshot);
 QString formatJson(const Snapshot& snapshot);
 

@@ -127,7 +127,8 @@ TEST_F(Plots, OverviewShowsTheFirstHundredSignalsAndSaysSo)
                "#FFFFFF2003FFFFFF\n";
     const MonitorRun run = plot(log, path("plots"));
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, path("plots/overview.png") + ": shows the first 100 of 101 signals\n");
+    EXPECT_EQ(run.messages,
+              path("plots/overview.png") + ": shows only the first 100 of 101 signals\n");
     EXPECT_EQ(QDir(path("plots")).entryList(QDir::Files).size(), 102);
     EXPECT_EQ(QImage(path("plots/overview.png")).height(), 100 * 220);
 }
@@ -145,7 +146,7 @@ TEST_F(Plots, NoValueIsAMessageAndNoPlot)
 {
     const MonitorRun run = plot("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", path("plots"));
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, path("plots") + ": there are no values to plot\n");
+    EXPECT_EQ(run.messages, path("plots") + ": no values to plot\n");
     EXPECT_TRUE(QDir(path("plots")).entryList(QDir::Files).isEmpty());
 }
 

@@ -107,7 +107,7 @@ TEST(RunOutputs, OutputThatFailsDoesNotKeepTheOthersFromBeingWritten)
     monitor::Session session({}, 3);
     EXPECT_FALSE(RunOutputs(options, output).write(session, messages));
     EXPECT_TRUE(text.contains(save + ": cannot be written: ")) << text.toStdString();
-    EXPECT_TRUE(text.contains(plots + ": there are no values to plot\n"));
+    EXPECT_TRUE(text.contains(plots + ": no values to plot\n"));
     EXPECT_TRUE(printed.contains("frames      0\n"));
 }
 

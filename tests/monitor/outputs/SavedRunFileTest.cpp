@@ -188,7 +188,7 @@ TEST_F(SavedRunFile, RecordThatIsNotPlainIsRefusedBeforeItIsRead)
     run.recordedSignals[1].records.values =
         recordsOf<CANopenObjectValue>({QVariant(QVariantList{1, 2})});
     EXPECT_TRUE(errorOf(contentOf(run))
-                    .startsWith("cannot be used: truncated record, or unsupported type (byte "));
+                    .startsWith("invalid content: truncated record, or unsupported type (byte "));
 }
 
 TEST_F(SavedRunFile, DescriptionsThatCannotBeAreRefused)
@@ -232,7 +232,7 @@ TEST_F(SavedRunFile, MoreSignalsThanAreReadAreNotWrittenAndTheFileStaysAsItWas)
     const QByteArray before = contentOf(smallRun());
     SavedRun run = smallRun();
     run.recordedSignals.fill(run.recordedSignals.at(1), 10001);
-    EXPECT_TRUE(monitor::writeSavedRun(path("run"), run).contains("more than such a file"));
+    EXPECT_TRUE(monitor::writeSavedRun(path("run"), run).contains("the run is too large"));
     QFile file(path("run"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), before);
