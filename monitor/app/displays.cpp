@@ -11,7 +11,7 @@ namespace
 
 QString checkTerminal()
 {
-    return Terminal::isThere() ? QString() : QStringLiteral("the output is not a terminal");
+    return Terminal::isAvailable() ? QString() : QStringLiteral("the output is not a terminal");
 }
 
 } // namespace

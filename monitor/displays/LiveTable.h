@@ -8,15 +8,15 @@
 namespace monitor
 {
 
-/// The table of a live run as its displays draw it: which signals are shown, in which order, which
-/// of them stand out, and whether it is paused. This class is reentrant.
+/// The table of a live run as the displays draw it: which signals are shown, in which order, which
+/// of them are highlighted, and whether the table is paused. This class is reentrant.
 class LiveTable
 {
 public:
-    /// Signals rated under \a rating are highlighted.
+    /// Signals with a rating below \a rating are highlighted.
     explicit LiveTable(int rating) : leastRating(rating) {}
 
-    /// Takes the run as it is now, which is shown unless the table is paused.
+    /// Takes the current state of the run, and shows it unless the table is paused.
     void update(const Snapshot& snapshot, const BusState& bus);
 
     /// Shows \a snapshot with the newest state of the bus, even if the table is paused.
@@ -25,14 +25,14 @@ public:
     /// The state of the bus at the last update, paused or not.
     const BusState& newestBus() const { return newest.bus; }
 
-    /// While paused, the table shows the snapshot of the moment; afterwards the newest one.
+    /// While paused, the table keeps showing the same snapshot; afterwards it shows the newest one.
     void setPaused(bool wanted);
     bool isPaused() const { return paused; }
 
     /// Shows only signals whose names contain \a text, ignoring case.
     void setFilter(const QString& text);
 
-    /// What is shown.
+    /// The state that is shown.
     const BusState& bus() const { return shown.bus; }
     const Snapshot& snapshot() const { return shown.snapshot; }
 
@@ -41,7 +41,7 @@ public:
     const SnapshotRow& row(int row) const { return shown.snapshot.rows.at(places.at(row)); }
     Highlight highlight(int row) const { return highlightOf(this->row(row), leastRating); }
 
-    /// The mark of the highlight, then the cells of the columns, see statisticsColumns().
+    /// The mark of the highlight, followed by the cells of statisticsColumns().
     QStringList cells(int row) const;
 
 private:

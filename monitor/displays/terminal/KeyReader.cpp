@@ -12,7 +12,7 @@ namespace
 
 constexpr char escape = '\x1b';
 
-/// The keys, by the bytes of their sequences after the introducer.
+/// The keys by the bytes of their sequences, without the introducer.
 const QHash<QByteArray, Key::Kind>& sequences()
 {
     static const QHash<QByteArray, Key::Kind> known{
@@ -53,7 +53,7 @@ QVector<Key> KeyReader::finish()
     return isEscape ? QVector<Key>{{Key::Escape}} : QVector<Key>();
 }
 
-/// Takes one key off the waiting bytes. False if they are only the beginning of one.
+/// Takes one key from the waiting bytes. Returns false if its sequence is still incomplete.
 bool KeyReader::takeKey(QVector<Key>& keys)
 {
     const char first = waiting.at(0);

@@ -25,18 +25,18 @@ struct Key {
     };
 
     Kind kind;
-    QChar character{}; ///< of a Character
+    QChar character{}; ///< only for Kind::Character
 };
 
-/// Turns the bytes that a terminal sends into keys (ECMA-48, xterm). This class is reentrant.
+/// Converts the bytes that a terminal sends to keys (ECMA-48, xterm). This class is reentrant.
 class KeyReader
 {
 public:
-    /// The keys in \a bytes and in the bytes left over from the call before. Unknown keys are
-    /// skipped. The beginning of a longer sequence is left over until its end arrives.
+    /// The keys in \a bytes, preceded by the bytes left over from the previous call. Unknown keys
+    /// are skipped. An incomplete sequence is left over until the rest arrives.
     QVector<Key> read(const QByteArray& bytes);
 
-    /// The keys in the bytes left over, to be called when no more have arrived: the escape key
+    /// The keys in the bytes left over. Call this if no more bytes have arrived: the escape key
     /// sends only the byte with which the sequences of other keys begin.
     QVector<Key> finish();
 

@@ -35,14 +35,14 @@ QString formatFilter(const LiveView& view)
     if (view.isTyping())
         line += '/' + view.filterText() + '_';
     else if (!view.filterText().isEmpty())
-        line += QStringLiteral("only /") + view.filterText();
+        line += QStringLiteral("filter /") + view.filterText();
     return line;
 }
 
 QString formatKeys(const LiveView& view, int shown, int rowCount)
 {
     const QString keys = view.isTyping()
-                             ? QStringLiteral("Enter done  Esc all signals")
+                             ? QStringLiteral("Enter done  Esc show all")
                              : QStringLiteral("q quit  p pause  r reset  / filter  arrows scroll");
     const int first = shown > 0 ? view.firstRow() + 1 : 0;
     return QStringLiteral("signals %1-%2 of %3  ")

@@ -10,7 +10,7 @@
 namespace monitor
 {
 
-/// Draws a live table as a screen of text. Columns only grow, so that they stay in place.
+/// Draws a live table as a screen of text. Columns never get narrower, so that they stay in place.
 class LiveScreen
 {
 public:
@@ -18,7 +18,7 @@ public:
     static int rowsOn(const QSize& size);
 
     /// The screen: the bus, the filter, the titles of the columns, the rows of \a table from the
-    /// first one of \a view on, and the keys. A highlighted row begins with a mark and is enclosed
+    /// first row of \a view on, and the keys. A highlighted row begins with a mark and is enclosed
     /// in control sequences.
     QString draw(const LiveTable& table, const LiveView& view, const QSize& size);
 

@@ -59,7 +59,7 @@ void LiveView::pressInFilter(const Key& key)
 void LiveView::scroll(Key::Kind kind)
 {
     constexpr int columnStep = 8;
-    constexpr int last = std::numeric_limits<int>::max() / 2; // from where a page fits in
+    constexpr int last = std::numeric_limits<int>::max() / 2; // adding a page does not overflow
     const int up = kind == Key::Up ? 1 : kind == Key::PageUp ? page : kind == Key::Home ? row : 0;
     const int down = kind == Key::Down ? 1 : kind == Key::PageDown ? page : 0;
     row = kind == Key::End ? last : std::clamp(row - up + down, 0, last);

@@ -7,18 +7,18 @@
 namespace monitor
 {
 
-/// The part of a live table that is shown, and how keys change it. This class is reentrant.
+/// The visible part of a live table, and how keys change it. This class is reentrant.
 class LiveView
 {
 public:
-    /// An action of a key other than a change of the view.
+    /// An action of a key that the view itself cannot perform.
     enum class Request { None, Quit, Reset };
 
-    /// Takes a key in. While the filter is typed, characters belong to it.
+    /// Handles a key. While a filter is being typed, characters are added to it.
     Request press(const Key& key);
 
-    /// Scrolls back if there would be blank lines below the last row: there are \a rows, and room
-    /// for \a visible of them.
+    /// Scrolls back if there would be blank lines below the last of \a rows, of which \a visible
+    /// fit on the screen.
     void fitTo(int rows, int visible);
 
     bool isPaused() const { return paused; }
@@ -39,7 +39,7 @@ private:
     QString filter;
     int row = 0;
     int column = 0;
-    int page = 1; // rows that have room
+    int page = 1; // the number of rows that fit on the screen
 };
 
 } // namespace monitor

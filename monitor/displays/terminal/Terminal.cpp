@@ -12,7 +12,7 @@ namespace monitor
 namespace
 {
 
-// Switch to the alternate screen, hide the cursor and cut long lines; and back.
+// Switch to the alternate screen, hide the cursor and turn off line wrapping; and the reverse.
 constexpr char enter[] = "\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[2J";
 constexpr char leave[] = "\x1b[?7h\x1b[?25h\x1b[?1049l";
 
@@ -29,12 +29,13 @@ void writeAll(const QByteArray& bytes)
 
 } // namespace
 
-bool Terminal::isThere()
+bool Terminal::isAvailable()
 {
     return isatty(STDOUT_FILENO) == 1;
 }
 
-// Interrupt and quit stay keys of the terminal; suspending would leave it in this state.
+// The keys for interrupt and quit stay enabled. The key for suspend is disabled, because a
+// suspended program would leave the terminal in this state.
 Terminal::Terminal() : hasKeys(tcgetattr(STDIN_FILENO, &before) == 0)
 {
     if (hasKeys) {

@@ -9,13 +9,13 @@
 namespace monitor
 {
 
-/// Uses the terminal of the program as a full screen whose keys arrive without waiting for the end
-/// of a line. On destruction the terminal is restored. Only one object may exist at a time.
+/// Uses the whole screen of the terminal, and reads keys without waiting for the end of a line. The
+/// destructor restores the terminal. Only one object may exist at a time.
 class Terminal
 {
 public:
     /// Whether standard output is a terminal.
-    static bool isThere();
+    static bool isAvailable();
 
     Terminal();
     ~Terminal();
@@ -26,11 +26,11 @@ public:
     /// In columns and lines.
     QSize size() const;
 
-    /// Shows \a screen from the upper left corner, its lines ended by a line feed, and replaces the
-    /// previous content. It may hold control sequences for the look of characters.
+    /// Replaces the content of the screen with \a screen, whose lines are separated by line feeds.
+    /// It may contain control sequences for the style of characters.
     void draw(const QString& screen);
 
-    /// The bytes that have been typed, if any. Never waits.
+    /// The bytes typed since the last call. Never waits.
     QByteArray readInput();
 
 private:

@@ -14,8 +14,8 @@ namespace monitor
 class TerminalDisplay : public SnapshotSink
 {
 public:
-    /// Shows \a shownSession, which must outlive this object. Signals rated under \a leastRating
-    /// are highlighted.
+    /// Shows \a shownSession, which must outlive this object. Signals with a rating below
+    /// \a leastRating are highlighted.
     TerminalDisplay(Session& shownSession, int leastRating)
         : session(shownSession), table(leastRating)
     {

@@ -21,12 +21,12 @@ namespace monitor
 namespace
 {
 
-constexpr QSize usualSize(1120, 700);
+constexpr QSize initialSize(1120, 700);
 
 } // namespace
 
-/// The table of the signals, one of which is selected. Its columns only grow, so that they do not
-/// jump back and forth.
+/// The table of the signals, one of which is selected. Its columns never get narrower, so that they
+/// stay in place.
 class SignalView : public QTableView
 {
 public:
@@ -82,7 +82,7 @@ MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int lea
     addTools();
     addFilter();
     layOut();
-    resize(usualSize);
+    resize(initialSize);
     show();
 }
 
@@ -110,11 +110,11 @@ void MonitorWindow::layOut()
 {
     addToolBar(tools);
     tools->setMovable(false);
-    setContextMenuPolicy(Qt::NoContextMenu); // which would offer to hide the tools
+    setContextMenuPolicy(Qt::NoContextMenu); // the menu would offer to hide the tools
     auto* const parts = new QSplitter(Qt::Vertical);
     parts->addWidget(table);
     parts->addWidget(plot);
-    parts->setSizes({usualSize.height() * 2 / 5, usualSize.height() * 3 / 5});
+    parts->setSizes({initialSize.height() * 2 / 5, initialSize.height() * 3 / 5});
     setCentralWidget(parts);
     header->setTextInteractionFlags(Qt::TextSelectableByMouse);
     statusBar()->addPermanentWidget(header, 1);
@@ -127,9 +127,9 @@ void MonitorWindow::addTools()
                                      QStyle::SP_MediaPause, Qt::Key_P);
     pausing->setCheckable(true);
     connect(pausing, &QAction::toggled, this, &MonitorWindow::pause);
-    connect(addTool(QStringLiteral("Reset"), QStringLiteral("Forget all values and counts"),
+    connect(addTool(QStringLiteral("Reset"), QStringLiteral("Delete all values and counts"),
                     QStyle::SP_BrowserReload, Qt::Key_R),
-            &QAction::triggered, this, &MonitorWindow::forget);
+            &QAction::triggered, this, &MonitorWindow::reset);
     connect(addTool(QStringLiteral("Follow"),
                     QStringLiteral("Scroll the chart to the end and follow it"),
                     QStyle::SP_MediaSkipForward, Qt::Key_F),
@@ -173,7 +173,7 @@ void MonitorWindow::addFilter()
     connect(all, &QShortcut::activated, filter, &QLineEdit::clear);
 }
 
-// Without an event loop of its own, so that the run goes on, and may end, while it is open.
+// The dialog has no event loop of its own, so the run continues, and can end, while it is open.
 void MonitorWindow::askForFile(const QString& suffix, Writer write)
 {
     auto* const dialog = new QFileDialog(this);
@@ -194,7 +194,7 @@ void MonitorWindow::pause(bool wanted)
     showNow();
 }
 
-void MonitorWindow::forget()
+void MonitorWindow::reset()
 {
     session.clear();
     plot->clear();

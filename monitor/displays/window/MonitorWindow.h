@@ -15,20 +15,20 @@ namespace monitor
 
 class SignalView;
 
-/// A live run as a window: the table of its signals, and the chart of the selected one. Closing it
-/// ends the run.
+/// The window of a live run: the table of its signals, and the chart of the selected signal.
+/// Closing it ends the run.
 class MonitorWindow : public QMainWindow, public SnapshotSink
 {
 public:
-    /// Opens and shows \a shownSession, which must outlive this object. \a name is that of the bus,
-    /// for the title. Signals rated under \a leastRating are highlighted.
+    /// Opens a window for \a shownSession, which must outlive this object. The title contains
+    /// \a name, the name of the bus. Signals with a rating below \a leastRating are highlighted.
     MonitorWindow(Session& shownSession, const QString& name, int leastRating);
 
-    /// Shows the run as it is now. Returns false once the window is closed.
+    /// Shows the current state of the run. Returns false once the window is closed.
     [[nodiscard]] bool take(const Snapshot& snapshot, const BusState& bus) override;
 
 private:
-    /// Writes a file. Returns why that failed, naming the file; empty if it did not.
+    /// Writes a file. Returns an error message that names the file, or an empty string on success.
     using Writer = QString (MonitorWindow::*)(const QString& fileName);
 
     void layOut();
@@ -37,10 +37,10 @@ private:
                      const QKeySequence& shortcut);
     void addFilter();
     void askForFile(const QString& suffix, Writer write);
-    QString writeChart(const QString& fileName);      // as it is seen
-    QString writeStatistics(const QString& fileName); // of all signals, as they are seen
+    QString writeChart(const QString& fileName);      // the visible part
+    QString writeStatistics(const QString& fileName); // of all signals, also those filtered out
     void pause(bool wanted);
-    void forget();
+    void reset();
     void showNow();
     void showChart();
 

@@ -33,7 +33,7 @@ void SignalModel::removeMissing()
     }
 }
 
-/// The order of the rows never changes, so what differs from the table is new.
+/// The order of the rows never changes, so a row that differs from the table is new.
 void SignalModel::insertNew()
 {
     for (int row = 0; row < table.rowCount(); ++row) {
@@ -85,17 +85,17 @@ QVariant SignalModel::headerData(int section, Qt::Orientation orientation, int r
 
 QString SignalModel::textAt(int row, int column) const
 {
-    if (row >= cells.size()) // while rows come and go
+    if (row >= cells.size()) // while rows are inserted and removed
         return QString();
     if (cells.at(row).isEmpty())
         cells[row] = table.cells(row);
     return printable(cells.at(row).at(column));
 }
 
-/// The colours of a highlighted row, whatever those of the others are.
+/// Sets both colours of a highlighted row, so that it is readable in any colour scheme.
 QVariant SignalModel::colorAt(int row, int role) const
 {
-    if (row >= table.rowCount()) // while rows come and go
+    if (row >= table.rowCount()) // while rows are inserted and removed
         return QVariant();
     const Highlight highlight = table.highlight(row);
     if (highlight == Highlight::None)

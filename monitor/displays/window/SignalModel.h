@@ -7,16 +7,15 @@
 namespace monitor
 {
 
-/// The rows of a live table for a view: a mark for highlighted signals, and the columns of the
-/// table on the terminal.
+/// The model of a live table: a column of marks for highlighted signals, then statisticsColumns().
 class SignalModel : public QAbstractTableModel
 {
 public:
     /// \a shownTable must outlive this object.
     explicit SignalModel(const LiveTable& shownTable) : table(shownTable) {}
 
-    /// Follows the table, which has changed. Rows of signals that are still shown stay the same
-    /// rows for a view, so that the selection stays.
+    /// Updates the model after the table has changed. Rows of signals that are still shown are
+    /// kept, so that the selection does not change.
     void refresh();
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -32,8 +31,8 @@ private:
     QVariant colorAt(int row, int role) const;
 
     const LiveTable& table;
-    QVector<int> signalOfRow;           // numbers in the session, as the view knows the rows
-    mutable QVector<QStringList> cells; // of the rows of the table; empty: not formatted yet
+    QVector<int> signalOfRow;           // the numbers of the signals in the session
+    mutable QVector<QStringList> cells; // by row; empty if not formatted yet
 };
 
 } // namespace monitor

@@ -27,9 +27,9 @@ SignalPlot::SignalPlot()
 {
     setRenderHint(QPainter::Antialiasing);
     setMinimumHeight(120);
-    setBackgroundBrush(Qt::white); // as that of the chart, whose corners are round
+    setBackgroundBrush(Qt::white); // visible at the round corners of the chart
     setCursor(Qt::OpenHandCursor);
-    setToolTip(QStringLiteral("Wheel: zoom. Drag: move. Double click: follow the end."));
+    setToolTip(QStringLiteral("Wheel: zoom. Drag: scroll. Double-click: follow the end."));
 }
 
 void SignalPlot::plot(MonitoredSignal& signal, const SignalStatistics& shown, double seconds)
@@ -57,7 +57,7 @@ void SignalPlot::follow()
 void SignalPlot::wheelEvent(QWheelEvent* event)
 {
     constexpr double factorPerStep = 0.8;
-    constexpr double step = 120; // of a usual wheel
+    constexpr double step = 120; // of a typical wheel
     span.zoom(std::pow(factorPerStep, event->angleDelta().y() / step),
               timeAt(event->position().x()), end);
     draw();
@@ -110,7 +110,7 @@ void SignalPlot::draw()
     const std::unique_ptr<QChart> before(chart());
     setChart(drawn.release());
     chart()->layout()->setContentsMargins(0, 0, 0, 0);
-    chart()->layout()->activate(); // the plot area is known from now on
+    chart()->layout()->activate(); // determines the plot area
 }
 
 double SignalPlot::timeAt(double x) const

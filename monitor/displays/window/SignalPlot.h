@@ -8,20 +8,20 @@
 namespace monitor
 {
 
-/// The chart of one signal of a live run. The wheel zooms, dragging moves through the time, and a
-/// double click follows the end again.
+/// The chart of one signal of a live run. The wheel zooms, dragging scrolls, and a double-click
+/// follows the end again.
 class SignalPlot : public QtCharts::QChartView
 {
 public:
     SignalPlot();
 
-    /// Shows \a signal, whose statistics are \a shown, as it was \a seconds after the beginning.
+    /// Shows \a signal, whose statistics are \a shown, as of \a seconds after the start of the run.
     void plot(MonitoredSignal& signal, const SignalStatistics& shown, double seconds);
 
-    /// Forgets the values, which the signals have forgotten too.
+    /// Deletes the values. Call this after the signals have been cleared.
     void clear();
 
-    /// Shows the end from now on.
+    /// Follows the end from now on.
     void follow();
 
     bool isFollowing() const { return span.isFollowing(); }
@@ -44,7 +44,7 @@ private:
     SignalSeries series;
     double end = 0; // how long the run has lasted
     TimeSpan span;
-    double grabbed = 0; // where the mouse has taken hold
+    double grabbed = 0; // the last position of the mouse while dragging
 };
 
 } // namespace monitor

@@ -10,13 +10,13 @@ namespace
 
 constexpr double narrowest = 0.001;
 
-/// A range of indices, from \a first to the one before \a end.
+/// A range of indices from \a first up to but not including \a end.
 struct Part {
     int first;
     int end;
 };
 
-/// \a part with \a more indices on either side, within 0 to \a size.
+/// \a part with \a more indices on either side, clipped to the range from 0 to \a size.
 Part widened(const Part& part, int more, int size)
 {
     return {std::max(0, part.first - more), std::min(size, part.end + more)};
@@ -54,7 +54,7 @@ AxisRange TimeSpan::range(double end) const
 void TimeSpan::zoom(double factor, double center, double end)
 {
     const AxisRange before = range(end);
-    const double widest = std::max(end, usualWidth);
+    const double widest = std::max(end, initialWidth);
     width = std::clamp((before.to - before.from) * factor, narrowest, widest);
     const double share = (center - before.from) / (before.to - before.from);
     from = std::clamp(center - share * width, 0.0, std::max(0.0, end - width));
@@ -67,8 +67,8 @@ void TimeSpan::move(double seconds, double end)
     following = from >= last;
 }
 
-// Values around the visible ones are traced as well, because the visible ones may be too few to
-// determine the usual period and so the gaps.
+// Values around the visible ones are traced too, because there may be too few visible values to
+// determine the usual period, on which the gaps depend.
 Trace visibleTrace(const SignalSeries& series, const AxisRange& range)
 {
     constexpr int moreForThePeriod = 50;

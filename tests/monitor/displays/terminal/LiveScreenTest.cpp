@@ -164,7 +164,7 @@ TEST(LiveScreen, PauseAndFilterAreSaid)
         view.press({Key::Character, QChar(character)});
     EXPECT_EQ(drawn(screen, {}, view).at(1), QString("paused  /x_"));
     view.press({Key::Enter});
-    EXPECT_EQ(drawn(screen, {}, view).at(1), QString("paused  only /x"));
+    EXPECT_EQ(drawn(screen, {}, view).at(1), QString("paused  filter /x"));
 }
 
 TEST(LiveScreen, ControlCharactersInNamesDoNotReachTheTerminal)
