@@ -23,7 +23,7 @@ const CommandRow* findCommand(const QString& name)
     return nullptr;
 }
 
-/// The option of that name, null for those that every command has.
+/// The option of that name; null for the options that every command has.
 const OptionRow* findOption(const QString& name)
 {
     for (const OptionRow& row : optionRows()) {
@@ -41,7 +41,7 @@ QStringList commandNames()
     return names;
 }
 
-/// \a text in lines of at most 79 characters, each after \a indent blanks.
+/// Breaks \a text into lines of at most 79 characters, indented by \a indent blanks.
 QString wrapped(const QString& text, int indent)
 {
     constexpr int width = 79;
@@ -63,7 +63,7 @@ QString usageOf(const CommandRow& row)
     return QString::fromLatin1(row.name) + (*row.argument ? " " : "") + QLatin1String(row.argument);
 }
 
-/// A term and what it means below it.
+/// A term, followed by its meaning on the next lines.
 QString helpEntry(const QString& term, const QString& meaning)
 {
     return QStringLiteral("  ") + term + '\n' + wrapped(meaning, 6);
@@ -72,7 +72,7 @@ QString helpEntry(const QString& term, const QString& meaning)
 QString generalHelp()
 {
     QString text = QStringLiteral("Usage: vantrel COMMAND [OPTION]...\n\n"
-                                  "Shows the signals of CAN traffic with their statistics.\n\n"
+                                  "Shows the signals in CAN traffic and their statistics.\n\n"
                                   "Commands:\n");
     for (const CommandRow& row : commandRows())
         text += helpEntry(usageOf(row), QLatin1String(row.help));
@@ -86,11 +86,12 @@ QString generalHelp()
     text +=
         wrapped(QStringLiteral("Formats of recordings: %1.").arg(joinWords(formats, "and")), 0) +
         '\n';
-    return text + wrapped(QStringLiteral("Exit status: 0 success, 1 nothing could be decoded or "
-                                         "sent, 2 usage error, a file that cannot be read, a bus "
-                                         "that cannot be connected or is lost, or output that "
-                                         "cannot be written."),
-                          0);
+    return text +
+           wrapped(QStringLiteral("Exit status: 0 on success, 1 if nothing could be decoded "
+                                  "or sent, 2 for a usage error, a file that cannot be read, "
+                                  "a bus connection that fails or is lost, or output that "
+                                  "cannot be written."),
+                   0);
 }
 
 QString helpOf(const CommandRow& command)
@@ -109,8 +110,7 @@ QString helpOf(const CommandRow& command)
     return text + helpEntry(QStringLiteral("-h, --help"), QStringLiteral("Print this help."));
 }
 
-/// The error of an option that no command has. \a command, if it is known, limits what is
-/// suggested.
+/// The message about an unknown option. If \a command is not null, only its options are suggested.
 QString unknownOption(const QString& name, const CommandRow* command)
 {
     QStringList candidates{QStringLiteral("--help"), QStringLiteral("--version")};
@@ -136,7 +136,7 @@ QString missingValue(const OptionRow& row)
     return QStringLiteral("option --%1 needs a value: %2").arg(row.name, row.usage());
 }
 
-/// Why \a parser could not tell options and values apart.
+/// The message about arguments that \a parser could not parse.
 QString parseError(const QCommandLineParser& parser)
 {
     for (const OptionRow& row : optionRows()) {
@@ -147,7 +147,8 @@ QString parseError(const QCommandLineParser& parser)
     return parser.errorText();
 }
 
-/// Reads one occurrence of an option that \a command may or may not take. Returns the error.
+/// Reads one occurrence of an option, after \a earlier ones. Returns an error message, or an empty
+/// string on success.
 QString readOption(const OptionRow& row, const CommandRow& command, int earlier,
                    const QString& value, Options& options)
 {
@@ -169,10 +170,10 @@ QString readOption(const OptionRow& row, const CommandRow& command, int earlier,
     return error.isEmpty() ? error : option + ' ' + error;
 }
 
-/// Reads the options that were given to \a command, in their order. Returns the error.
+/// Reads the options given to \a command in order. Returns an error message, or an empty string.
 QString readOptions(const QCommandLineParser& parser, const CommandRow& command, Options& options)
 {
-    const QStringList given = parser.optionNames(); // each as often as it was given
+    const QStringList given = parser.optionNames(); // repeated options are repeated here too
     for (int i = 0; i < given.size(); ++i) {
         const int earlier = given.mid(0, i).count(given.at(i));
         const QString value = parser.values(given.at(i)).value(earlier);
@@ -184,20 +185,22 @@ QString readOptions(const QCommandLineParser& parser, const CommandRow& command,
     return QString();
 }
 
-/// The error of a missing file, or of one that \a command does not take.
+/// Checks that the right number of files is given to \a command. Returns an error message, or an
+/// empty string.
 QString checkFiles(const QStringList& files, const CommandRow& command)
 {
     const QString name = QLatin1String(command.name);
     if (*command.argument == '\0')
         return files.isEmpty() ? QString()
-                               : QStringLiteral("%1 takes no file, but \"%2\" is given")
+                               : QStringLiteral("%1 takes no file, but \"%2\" was given")
                                      .arg(name, files.constFirst());
     return files.size() == 1 ? QString()
                              : QStringLiteral("%1 needs exactly one file: vantrel %2")
                                    .arg(name, usageOf(command));
 }
 
-/// The error of missing options, or of descriptions without their nodes.
+/// Checks that nothing is missing, and assigns the nodes to the descriptions. Returns an error
+/// message, or an empty string on success.
 QString complete(const QCommandLineParser& parser, const CommandRow& command, Options& options)
 {
     QStringList missing;
@@ -215,7 +218,7 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     return error.isEmpty() ? error : QLatin1String(command.name) + QStringLiteral(" ") + error;
 }
 
-/// What \a command is to do by the options and files that were given to it.
+/// Reads the options and files given to \a command.
 Command readCommand(const QCommandLineParser& parser, const CommandRow& command)
 {
     const QStringList files = parser.positionalArguments().mid(1);

@@ -9,22 +9,22 @@
 namespace monitor
 {
 
-/// The user asks for help.
+/// A request for help.
 struct HelpRequest {
-    QString text; ///< to be printed
+    QString text; ///< the help text to print
 };
 
-/// The user asks for the version of the program.
+/// A request for the version of the program.
 struct VersionRequest {
 };
 
-/// The arguments cannot be understood.
+/// Invalid arguments.
 struct UsageError {
-    QString text;    ///< what is wrong, and how to put it right
-    QString command; ///< whose help helps; empty: the help on all commands
+    QString text;    ///< a message about the error and how to correct it
+    QString command; ///< the command whose help to refer to; empty: the general help
 };
 
-/// What the user asks the program to do.
+/// The action that the command line requests.
 using Command = std::variant<ReplayOptions, LiveOptions, SendOptions, ShowOptions, HelpRequest,
                              VersionRequest, UsageError>;
 
@@ -32,16 +32,16 @@ using Command = std::variant<ReplayOptions, LiveOptions, SendOptions, ShowOption
 struct CommandRow {
     const char* name;
     CommandId id;
-    const char* argument; ///< the file that it needs, such as "FILE"; empty: it takes only options
+    const char* argument; ///< the required file in help texts, such as "FILE"; empty if none
     const char* help;
     Command (*make)(const Options& options, const QString& file);
 };
 
-/// All commands: a new one is a row here.
+/// The table of commands. A new command needs a row here.
 const QVector<CommandRow>& commandRows();
 
-/// Reads \a arguments, the name of the program first. The result is a UsageError unless all of them
-/// are understood.
+/// Reads \a arguments, of which the first is the name of the program. The result is a UsageError if
+/// any of them is invalid.
 [[nodiscard]] Command readCommandLine(const QStringList& arguments);
 
 } // namespace monitor

@@ -12,16 +12,16 @@ namespace
 {
 
 constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-int ends[2] = {-1, -1}; // of a pipe: the handler of a signal may do little more than write to one
+int pipeEnds[2] = {-1, -1}; // a signal handler can do little more than write to a pipe
 
 void handle(int)
 {
     const char byte = 0;
-    const ssize_t ignored = write(ends[1], &byte, 1); // a full pipe has asked already
+    const ssize_t ignored = write(pipeEnds[1], &byte, 1); // a full pipe already has a request
     static_cast<void>(ignored);
 }
 
-/// What the program has been told to ignore stays ignored, as SIGHUP after nohup.
+/// Signals that the program was started to ignore stay ignored, such as SIGHUP after nohup.
 void setHandlers(void (*handler)(int))
 {
     struct sigaction action = {};
@@ -36,14 +36,14 @@ void setHandlers(void (*handler)(int))
 
 } // namespace
 
-EndRequest::EndRequest(const std::function<void()>& whenAsked)
+EndRequest::EndRequest(const std::function<void()>& onRequest)
 {
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
-        return; // then the program ends at once, as it would without this
-    notifier = std::make_unique<QSocketNotifier>(ends[0], QSocketNotifier::Read);
-    QObject::connect(notifier.get(), &QSocketNotifier::activated, [this, whenAsked] {
+    if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
+        return; // a signal then ends the program at once
+    notifier = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
+    QObject::connect(notifier.get(), &QSocketNotifier::activated, [this, onRequest] {
         notifier->setEnabled(false);
-        whenAsked();
+        onRequest();
     });
     setHandlers(handle);
 }
@@ -54,8 +54,8 @@ EndRequest::~EndRequest()
         return;
     setHandlers(SIG_DFL);
     notifier.reset();
-    close(ends[0]);
-    close(ends[1]);
+    close(pipeEnds[0]);
+    close(pipeEnds[1]);
 }
 
 } // namespace monitor

@@ -8,13 +8,13 @@
 namespace monitor
 {
 
-/// Turns the wish of the system or the user that the program ends (Ctrl-C, SIGTERM, the terminal
-/// closed) into a call in the event loop, as long as this object lives. One at a time, in the main
+/// Turns the first request to end the program (Ctrl-C, SIGTERM, a closed terminal) into a call in
+/// the event loop, as long as this object exists. There may be only one at a time, in the main
 /// thread.
 class EndRequest
 {
 public:
-    explicit EndRequest(const std::function<void()>& whenAsked);
+    explicit EndRequest(const std::function<void()>& onRequest);
     ~EndRequest();
 
     EndRequest(const EndRequest&) = delete;

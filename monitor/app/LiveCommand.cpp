@@ -19,13 +19,13 @@ namespace
 
 constexpr int refreshPeriod = 100; // in ms
 
-/// What receives the snapshots of the run: the display that \a options ask for, if any.
+/// The receivers of the run's snapshots: the display that \a options select, if any.
 std::vector<std::unique_ptr<SnapshotSink>> makeSinks(const LiveOptions& options, Session& session)
 {
     const DisplayKind* kind = options.display;
-    const DisplayKind& usual = displayKinds().constFirst();
-    if (kind == nullptr && options.printed == &defaultOutputKind() && usual.check().isEmpty())
-        kind = &usual;
+    const DisplayKind& defaultKind = displayKinds().constFirst();
+    if (kind == nullptr && options.printed == &defaultOutputKind() && defaultKind.check().isEmpty())
+        kind = &defaultKind;
     std::vector<std::unique_ptr<SnapshotSink>> sinks;
     if (kind != nullptr)
         sinks.push_back(kind->make(session, {options.bus.name(), options.leastRating}));
@@ -41,12 +41,12 @@ public:
     {
     }
 
-    /// Takes what is received, and shows it, until somebody or something ends it.
+    /// Processes and shows frames until the run ends.
     void watch()
     {
         QEventLoop loop;
         const EndRequest endRequest([&loop] { loop.quit(); });
-        // After the request, which must work in any case.
+        // After endRequest, so that no signal can end the program before a display is closed.
         const std::vector<std::unique_ptr<SnapshotSink>> sinks = makeSinks(options, session);
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
@@ -65,7 +65,7 @@ private:
                static_cast<double>(session.counts().total) >= options.frames;
     }
 
-    /// Passes the run as it is now to all \a sinks. Returns false if one of them ends it.
+    /// Passes the current state of the run to all \a sinks. Returns false if one of them ends it.
     bool publish(const std::vector<std::unique_ptr<SnapshotSink>>& sinks)
     {
         if (sinks.empty())
@@ -73,10 +73,10 @@ private:
         const Snapshot snapshot = session.getSnapshot(source.takenAt());
         const BusState bus{options.bus.name(), source.takenAt(), source.loadPercent(),
                            options.bitRate};
-        bool goesOn = true;
+        bool isWanted = true;
         for (const auto& sink : sinks)
-            goesOn = sink->take(snapshot, bus) && goesOn;
-        return goesOn;
+            isWanted = sink->take(snapshot, bus) && isWanted;
+        return isWanted;
     }
 
     const LiveOptions& options;
@@ -86,11 +86,11 @@ private:
 
 } // namespace
 
-ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& messages)
+ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     Preparation prepared;
     RunOutputs outputs(options, output);
-    QString error = prepare(options, messages, prepared);
+    QString error = prepare(options, diagnostics, prepared);
     if (error.isEmpty())
         error = outputs.check();
     if (error.isEmpty() && options.display != nullptr)
@@ -100,18 +100,18 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& mess
     if (error.isEmpty())
         error = source.start();
     if (!error.isEmpty()) {
-        messages << printable(error) << '\n'; // it may contain names of signals
+        diagnostics << printable(error) << '\n'; // may contain names of signals
         return ExitCode::Failure;
     }
-    messages << options.bus.name() << ": connected" << Qt::endl;
+    diagnostics << options.bus.name() << ": connected" << Qt::endl;
     LiveRun(options, source, session).watch();
     const bool isLost = source.isLost();
     source.stop();
     session.takeAll(source);
     const ExitCode code =
-        outputs.finish(session, nothingDecoded(options.bus.name(), options), messages);
+        outputs.finish(session, nothingDecoded(options.bus.name(), options), diagnostics);
     if (!source.error().isEmpty())
-        messages << source.error() << '\n';
+        diagnostics << source.error() << '\n';
     return isLost ? ExitCode::Failure : code;
 }
 

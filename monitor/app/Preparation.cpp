@@ -8,13 +8,14 @@ namespace monitor
 namespace
 {
 
-/// Reads all description files. Returns an error, or an empty text.
-QString readDescriptions(const MonitorOptions& options, QTextStream& messages, Catalogue& catalogue)
+/// Reads all description files. Returns an error message, or an empty string on success.
+QString readDescriptions(const MonitorOptions& options, QTextStream& diagnostics,
+                         Catalogue& catalogue)
 {
     QVector<MessageDescription> found;
     for (const GivenDescription& given : options.descriptions) {
         const ReadDescription read = given.reader->read(given.file);
-        print(read.problems, messages);
+        print(read.problems, diagnostics);
         if (!read.error.isEmpty())
             return read.error;
         found += read.messages;
@@ -23,7 +24,7 @@ QString readDescriptions(const MonitorOptions& options, QTextStream& messages, C
     return QString();
 }
 
-/// Applies the configuration, if there is one. Returns an error, or an empty text.
+/// Applies the configuration, if there is one. Returns an error message, or an empty string.
 QString applyConfig(const QString& fileName, Preparation& prepared)
 {
     if (fileName.isEmpty())
@@ -38,17 +39,17 @@ QString applyConfig(const QString& fileName, Preparation& prepared)
 
 } // namespace
 
-void print(const Problems& problems, QTextStream& messages)
+void print(const Problems& problems, QTextStream& diagnostics)
 {
     for (const QString& line : problems.lines())
-        messages << line << '\n';
+        diagnostics << line << '\n';
     if (problems.count() > 0)
-        messages << problems.total() << '\n';
+        diagnostics << problems.total() << '\n';
 }
 
-QString prepare(const MonitorOptions& options, QTextStream& messages, Preparation& prepared)
+QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Preparation& prepared)
 {
-    QString error = readDescriptions(options, messages, prepared.catalogue);
+    QString error = readDescriptions(options, diagnostics, prepared.catalogue);
     if (error.isEmpty())
         error = applyConfig(options.config, prepared);
     if (error.isEmpty())

@@ -8,22 +8,22 @@
 namespace monitor
 {
 
-/// What is known before the first frame comes.
+/// The result of reading the descriptions and the configuration of a run.
 struct Preparation {
     Catalogue catalogue;
     double k = 3; ///< half the width of the band, in deviations
 };
 
-/// Prints the first of \a problems and their total to \a messages.
-void print(const Problems& problems, QTextStream& messages);
+/// Prints the first few of \a problems and their total number to \a diagnostics.
+void print(const Problems& problems, QTextStream& diagnostics);
 
-/// Reads the files that \a options name and changes \a prepared accordingly; command-line options
-/// take precedence over the configuration. Places of a description that cannot be used are printed
-/// to \a messages. Returns why that failed; empty if it did not.
-[[nodiscard]] QString prepare(const MonitorOptions& options, QTextStream& messages,
+/// Reads the files named in \a options into \a prepared. Command-line options take precedence over
+/// the configuration. Problems in a description are printed to \a diagnostics. Returns an error
+/// message, or an empty string on success.
+[[nodiscard]] QString prepare(const MonitorOptions& options, QTextStream& diagnostics,
                               Preparation& prepared);
 
-/// The message that nothing from \a origin could be decoded with the descriptions of \a options.
+/// The message that no frame from \a origin could be decoded with the descriptions in \a options.
 QString nothingDecoded(const QString& origin, const MonitorOptions& options);
 
 } // namespace monitor

@@ -5,8 +5,7 @@
 namespace monitor
 {
 
-// The files come first: if nobody reads the printed output any more, writing it may end the
-// program.
+// Files are written first: printing may end the program if its standard output is a closed pipe.
 RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
 {
     for (const GivenOutput& given : options.files)
@@ -24,35 +23,35 @@ QString RunOutputs::check()
     return QString();
 }
 
-bool RunOutputs::write(Session& session, QTextStream& messages)
+bool RunOutputs::write(Session& session, QTextStream& diagnostics)
 {
     const Snapshot snapshot = session.calcSnapshot();
     QStringList errors;
     for (const auto& output : outputs) {
         OutputResult result;
         {
-            Progress progress(messages, QStringLiteral("writing"));
+            Progress progress(diagnostics, QStringLiteral("writing"));
             result = output->write({session, snapshot}, [&progress](qint64 done, qint64 total) {
                 progress.update(done, total);
             });
         }
         for (const QString& note : result.notes)
-            messages << note << '\n';
+            diagnostics << note << '\n';
         if (!result.error.isEmpty())
             errors += result.error;
     }
     for (const QString& error : errors)
-        messages << error << '\n';
+        diagnostics << error << '\n';
     return errors.isEmpty();
 }
 
-ExitCode RunOutputs::finish(Session& session, const QString& reason, QTextStream& messages)
+ExitCode RunOutputs::finish(Session& session, const QString& reason, QTextStream& diagnostics)
 {
-    if (!write(session, messages))
+    if (!write(session, diagnostics))
         return ExitCode::Failure;
     if (session.counts().decoded > 0)
         return ExitCode::Success;
-    messages << reason << '\n';
+    diagnostics << reason << '\n';
     return ExitCode::NothingDecoded;
 }
 

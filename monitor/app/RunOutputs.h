@@ -6,24 +6,25 @@
 namespace monitor
 {
 
-/// The outputs that the options of a run ask for.
+/// The outputs selected by the options of a run.
 class RunOutputs
 {
 public:
-    /// Printed outputs go to \a output, which must outlive this object.
+    /// The printed output is written to \a output, which must outlive this object.
     RunOutputs(const MonitorOptions& options, QTextStream& output);
 
-    /// Returns why an output cannot be written, as far as can be told before the run; empty
-    /// otherwise.
+    /// Checks before the run whether all outputs can be written. Returns an error message, or an
+    /// empty string if no error is expected.
     [[nodiscard]] QString check();
 
-    /// Writes all outputs of \a session, whatever becomes of the others. Returns false if one could
-    /// not be written; that, and what else the user should know, is printed to \a messages.
-    [[nodiscard]] bool write(Session& session, QTextStream& messages);
+    /// Writes all outputs of \a session, even if some fail. Prints notes and errors to
+    /// \a diagnostics. Returns false if an output could not be written.
+    [[nodiscard]] bool write(Session& session, QTextStream& diagnostics);
 
-    /// Writes all outputs of a run and returns the exit code of the program. If nothing was
-    /// decoded, that is printed to \a messages, with \a reason.
-    [[nodiscard]] ExitCode finish(Session& session, const QString& reason, QTextStream& messages);
+    /// Writes all outputs of a run and returns the exit code of the program. Prints \a reason to
+    /// \a diagnostics if no frame was decoded.
+    [[nodiscard]] ExitCode finish(Session& session, const QString& reason,
+                                  QTextStream& diagnostics);
 
 private:
     std::vector<std::unique_ptr<Output>> outputs; // the printed one last

@@ -15,8 +15,9 @@ namespace monitor
 namespace
 {
 
-/// Records the signals of the recording in \a session. Returns why that failed, if it did.
-[[nodiscard]] QString readRecording(const QString& fileName, QTextStream& messages,
+/// Records the signals of a recording in \a session. Returns an error message, or an empty string
+/// on success.
+[[nodiscard]] QString readRecording(const QString& fileName, QTextStream& diagnostics,
                                     Session& session)
 {
     const OpenedRecording opened = openRecording(fileName);
@@ -24,13 +25,13 @@ namespace
         return opened.error;
     FrameSource& source = *opened.source;
     {
-        Progress progress(messages, QStringLiteral("reading"));
+        Progress progress(diagnostics, QStringLiteral("reading"));
         session.takeAll(source, [&] {
             const SourceProgress read = source.progress();
             progress.update(read.done, read.total);
         });
     }
-    print(source.problems(), messages);
+    print(source.problems(), diagnostics);
     return source.error();
 }
 
@@ -43,23 +44,23 @@ void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStrea
 
 } // namespace
 
-ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages)
+ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     Preparation prepared;
     RunOutputs outputs(options, output);
-    QString error = prepare(options, messages, prepared);
+    QString error = prepare(options, diagnostics, prepared);
     if (error.isEmpty())
         error = outputs.check();
     Session session(prepared.catalogue.messages(), prepared.k);
     if (error.isEmpty())
-        error = readRecording(options.recording, messages, session);
+        error = readRecording(options.recording, diagnostics, session);
     if (error.isEmpty())
-        return outputs.finish(session, nothingDecoded(options.recording, options), messages);
-    messages << printable(error) << '\n'; // it may contain names of signals
+        return outputs.finish(session, nothingDecoded(options.recording, options), diagnostics);
+    diagnostics << printable(error) << '\n'; // may contain names of signals
     return ExitCode::Failure;
 }
 
-ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& messages)
+ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     const OpenedRecording recording = openRecording(options.recording);
     QString error = recording.error;
@@ -67,28 +68,28 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& mess
     if (error.isEmpty())
         error = connection.connect(options.bus);
     if (!error.isEmpty()) {
-        messages << error << '\n';
+        diagnostics << error << '\n';
         return ExitCode::Failure;
     }
     FrameSource& source = *recording.source;
     BusSender sender(connection.device(), source, options.speed);
     const QString busError = sender.send();
     connection.disconnect();
-    print(source.problems(), messages);
+    print(source.problems(), diagnostics);
     printCounts(sender, source.counts(), output);
     if (!busError.isEmpty())
-        messages << options.bus.name() << ": " << busError << '\n';
+        diagnostics << options.bus.name() << ": " << busError << '\n';
     if (!source.error().isEmpty())
-        messages << source.error() << '\n';
+        diagnostics << source.error() << '\n';
     if (!busError.isEmpty() || !source.error().isEmpty())
         return ExitCode::Failure;
     if (sender.sent() > 0)
         return ExitCode::Success;
-    messages << options.recording << ": contains no frame that can be sent\n";
+    diagnostics << options.recording << ": contains no frame that can be sent\n";
     return ExitCode::NothingDecoded;
 }
 
-ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& messages)
+ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     RunOutputs outputs(options, output);
     SavedRun run;
@@ -96,13 +97,13 @@ ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& mess
     if (error.isEmpty())
         error = readSavedRun(options.file, run);
     if (!error.isEmpty()) {
-        messages << error << '\n';
+        diagnostics << error << '\n';
         return ExitCode::Failure;
     }
-    Session session({}, options.k.value_or(run.k)); // nothing is to be decoded
+    Session session({}, options.k.value_or(run.k)); // decodes nothing
     restore(run, session);
     return outputs.finish(session, options.file + QStringLiteral(": contains no decoded frames"),
-                          messages);
+                          diagnostics);
 }
 
 } // namespace monitor

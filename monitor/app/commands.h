@@ -7,20 +7,20 @@
 namespace monitor
 {
 
-// Each command writes its results to \a output and messages for the user to \a messages.
+// Each command writes its results to \a output, and errors and notes to \a diagnostics.
 
 /// Replays a recording as fast as it can be read, and writes the outputs.
-ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& messages);
+ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& diagnostics);
 
-/// Watches a bus until the time is over, the frames have been received or the user ends it, and
-/// writes the outputs. A display shows the signals meanwhile; there must be a QApplication if it
-/// needs widgets.
-ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& messages);
+/// Watches a bus until the duration is over, the frames have been received or the user ends the
+/// run, and then writes the outputs. A display shows the signals during the run. There must be a
+/// QApplication if the display or an output needs widgets.
+ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics);
 
 /// Sends the frames of a recording on a bus.
-ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& messages);
+ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diagnostics);
 
 /// Writes the outputs of a saved run, with the band of that run unless \a options change it.
-ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& messages);
+ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics);
 
 } // namespace monitor

@@ -11,7 +11,9 @@ namespace
 
 QString checkTerminal()
 {
-    return Terminal::isAvailable() ? QString() : QStringLiteral("the output is not a terminal");
+    return Terminal::isAvailable()
+               ? QString()
+               : QStringLiteral("--display terminal needs a terminal as standard output");
 }
 
 } // namespace

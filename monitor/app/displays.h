@@ -8,28 +8,28 @@
 namespace monitor
 {
 
-/// What a display needs to know besides the session.
+/// The settings of a display.
 struct DisplaySettings {
-    QString source;       ///< name of the bus
-    int leastRating = 50; ///< signals rated under it are highlighted
+    QString source;       ///< the name of the bus
+    int leastRating = 50; ///< signals with a lower rating are highlighted
 };
 
-/// A way to watch a live run: a row of the table.
+/// A kind of display, which shows a live run.
 struct DisplayKind {
     const char* name;  ///< a value of --display
-    const char* help;  ///< what it is, for that option
+    const char* help;  ///< a description for the help on --display
     bool needsWidgets; ///< true: there must be a QApplication
-    /// Returns why nothing can be displayed here; empty if it can.
+    /// Returns a message if the display is not available, otherwise an empty string.
     QString (*check)();
     /// A display of \a session, which must outlive it.
     std::unique_ptr<SnapshotSink> (*make)(Session& session, const DisplaySettings& settings);
 };
 
-/// All displays: a new one is a row here. The first one is the default of "vantrel live" for a
-/// table.
+/// The table of displays. A new display needs a row here. The first one is the default of "vantrel
+/// live" if the printed output is a table.
 const QVector<DisplayKind>& displayKinds();
 
-/// The display of that name, or null.
+/// The display of that name; null if there is none.
 const DisplayKind* findDisplay(const QString& name);
 
 } // namespace monitor

@@ -17,36 +17,37 @@ using monitor::ExitCode;
 namespace
 {
 
-/// The type of the application object depends on the command, so the arguments come first.
+/// Reads the command line before the final application object exists, since the type of that object
+/// depends on the command.
 monitor::Command readArguments(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     return monitor::readCommandLine(QCoreApplication::arguments());
 }
 
-/// Does what the command line asks for.
+/// Runs the command.
 struct Run {
     QTextStream& output;
-    QTextStream& messages;
+    QTextStream& diagnostics;
 
     ExitCode operator()(const monitor::ReplayOptions& options) const
     {
-        return monitor::replay(options, output, messages);
+        return monitor::replay(options, output, diagnostics);
     }
 
     ExitCode operator()(const monitor::LiveOptions& options) const
     {
-        return monitor::live(options, output, messages);
+        return monitor::live(options, output, diagnostics);
     }
 
     ExitCode operator()(const monitor::SendOptions& options) const
     {
-        return monitor::send(options, output, messages);
+        return monitor::send(options, output, diagnostics);
     }
 
     ExitCode operator()(const monitor::ShowOptions& options) const
     {
-        return monitor::show(options, output, messages);
+        return monitor::show(options, output, diagnostics);
     }
 
     ExitCode operator()(const monitor::HelpRequest& help) const
@@ -63,13 +64,13 @@ struct Run {
 
     ExitCode operator()(const monitor::UsageError& error) const
     {
-        messages << "vantrel: " << monitor::printable(error.text) << "\nSee vantrel "
-                 << (error.command.isEmpty() ? QString() : error.command + ' ') << "--help.\n";
+        diagnostics << "vantrel: " << monitor::printable(error.text) << "\nSee vantrel "
+                    << (error.command.isEmpty() ? QString() : error.command + ' ') << "--help.\n";
         return ExitCode::Failure;
     }
 };
 
-/// Replaces the abort of Qt that follows if there is no display.
+/// Ends the program with a message where Qt would abort because there is no display.
 void endWithoutDisplay(QtMsgType type, const QMessageLogContext& /*context*/,
                        const QString& /*text*/)
 {
@@ -92,8 +93,8 @@ bool drawsFiles(const monitor::Command& command)
     return std::visit(draws, command);
 }
 
-/// A window and plots are painted by widgets, which need a QApplication. Writing files needs no
-/// display, so plots are painted offscreen unless the environment names a platform.
+/// Windows and plots need a QApplication. Plots need no display, so they are painted offscreen
+/// unless the environment selects a platform.
 std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& command, int& argc,
                                                   char* argv[])
 {
@@ -116,16 +117,16 @@ int main(int argc, char* argv[])
 {
     const monitor::Command command = readArguments(argc, argv);
     const auto application = makeApplication(command, argc, argv);
-    // Log lines of plugins would spoil the table; their errors are reported anyway.
+    // Log messages of plugins would corrupt the table. Their errors are reported in any case.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);
-    QTextStream messages(stderr, QIODevice::WriteOnly);
+    QTextStream diagnostics(stderr, QIODevice::WriteOnly);
     output.setCodec("UTF-8");
-    messages.setCodec("UTF-8");
-    const ExitCode code = std::visit(Run{output, messages}, command);
+    diagnostics.setCodec("UTF-8");
+    const ExitCode code = std::visit(Run{output, diagnostics}, command);
     output.flush();
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)
         return static_cast<int>(code);
-    messages << "vantrel: cannot write the output\n";
+    diagnostics << "vantrel: cannot write to standard output\n";
     return static_cast<int>(ExitCode::Failure);
 }

@@ -28,7 +28,7 @@ QString readPositive(const QString& text, double& number)
                : QStringLiteral("needs a number above 0");
 }
 
-/// Reads a number above 0 into that member.
+/// A reader of numbers above 0 for \a member.
 ReadValue positive(double Options::*member)
 {
     return [member](const QString& value, Options& options) {
@@ -36,7 +36,7 @@ ReadValue positive(double Options::*member)
     };
 }
 
-/// Takes any text for that member.
+/// A reader of any text for \a member.
 ReadValue anyText(QString Options::*member)
 {
     return [member](const QString& value, Options& options) {
@@ -45,7 +45,7 @@ ReadValue anyText(QString Options::*member)
     };
 }
 
-/// Takes any text for that member of the address of the bus.
+/// A reader of any text for \a member of the address of the bus.
 ReadValue anyText(QString BusAddress::*member)
 {
     return [member](const QString& value, Options& options) {
@@ -69,10 +69,11 @@ QString readK(const QString& text, Options& options)
     const double k = text.toDouble(&isNumber);
     options.k = k;
     return isNumber && std::isfinite(k) && k >= 0 ? QString()
-                                                  : QStringLiteral("needs a number, 0 or more");
+                                                  : QStringLiteral("needs a number of at least 0");
 }
 
-/// Reads "EngineSpeed=600:2200". Names may contain equals signs, so the last one separates.
+/// Reads limits such as "EngineSpeed=600:2200". The last equals sign is the separator, since names
+/// may contain equals signs.
 QString readLimits(const QString& text, Options& options)
 {
     const int equals = text.lastIndexOf('=');
@@ -86,23 +87,24 @@ QString readLimits(const QString& text, Options& options)
         return QStringLiteral("needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, not \"%1\"")
             .arg(text);
     if (lower > upper)
-        return QStringLiteral("needs a lower limit that is not above the upper one, not \"%1\"")
+        return QStringLiteral(
+                   "needs a lower limit that does not exceed the upper limit, not \"%1\"")
             .arg(text);
     options.limits.append({text.left(equals), std::nullopt, ValueRange{lower, upper}});
     return QString();
 }
 
-/// A band needs two values, and so does a rating by it.
+/// At least two values are needed for a band and a rating.
 QString readKept(const QString& text, Options& options)
 {
-    constexpr int fewest = 2;
-    constexpr int most = std::numeric_limits<int>::max() / 2; // up to twice as many are in memory
+    constexpr int minRecords = 2;
+    constexpr int maxRecords = std::numeric_limits<int>::max() / 2; // twice as many may be stored
     bool isNumber = false;
     const qlonglong records = text.toLongLong(&isNumber);
-    if (!isNumber || records < fewest)
-        return QStringLiteral("needs a whole number, 2 or more");
-    if (records > most)
-        return QStringLiteral("needs a number of at most %1").arg(most);
+    if (!isNumber || records < minRecords)
+        return QStringLiteral("needs a whole number of at least 2");
+    if (records > maxRecords)
+        return QStringLiteral("needs a number of at most %1").arg(maxRecords);
     options.keptRecords = static_cast<int>(records);
     return QString();
 }
@@ -204,24 +206,24 @@ QVector<OptionRow> signalRows()
          "hexadecimal after 0x. The first --node belongs to the first such description, and so on.",
          decodingCommands, Occurrence::AnyNumber, readNode},
         {"config", "FILE.json",
-         "Scalings, limits and k from a file. Command-line options take precedence.",
+         "Read scalings, limits and k from a file. Command-line options take precedence.",
          decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config)},
         {"signal", "PATTERN",
-         "Only the signals of that name (default: all signals). * stands for any text, ? for any "
-         "character, SPN190 for the SPN.",
+         "Report only the signals whose name matches PATTERN (default: all signals). * stands for "
+         "any text and ? for any character. SPN190 matches the signal with SPN 190.",
          decodingCommands, Occurrence::AnyNumber,
          [](const QString& value, Options& options) {
              options.patterns.append(value);
              return QString();
          }},
         {"limits", "SIGNAL=LOWER:UPPER",
-         "Rate the signals that the pattern SIGNAL matches by these limits instead of their band.",
+         "Rate the signals that match the pattern SIGNAL by these limits instead of their band.",
          decodingCommands, Occurrence::AnyNumber, readLimits},
         {"k", "K",
-         "The band reaches K deviations to either side of the average (default: that of the "
-         "configuration or of the saved run, else 3).",
+         "The band reaches K deviations to either side of the average (default: the value in the "
+         "configuration or the saved run, otherwise 3).",
          printingCommands, Occurrence::AtMostOnce, readK},
-        {"keep", "N", "Keep only the newest N records of each signal, 2 or more (default: all).",
+        {"keep", "N", "Keep only the newest N records of each signal, at least 2 (default: all).",
          decodingCommands, Occurrence::AtMostOnce, readKept},
     };
 }
@@ -234,7 +236,7 @@ QString displayHelp()
         displays +=
             QStringLiteral("%1 (%2)").arg(QLatin1String(kind.name), QLatin1String(kind.help));
     return QStringLiteral(
-               "Show the signals meanwhile: %1 (default: %2, if the output is a terminal "
+               "Show the signals during the run: %1 (default: %2, if standard output is a terminal "
                "and the format is table).")
         .arg(joinWords(displays, "or"), displayNames().constFirst());
 }
@@ -242,37 +244,37 @@ QString displayHelp()
 QVector<OptionRow> busRows()
 {
     return {
-        {"plugin", "PLUGIN", "The plugin of Qt Serial Bus for the bus, such as socketcan.",
+        {"plugin", "PLUGIN", "The Qt Serial Bus plugin for the bus, such as socketcan.",
          busCommands, Occurrence::ExactlyOnce, anyText(&BusAddress::plugin)},
         {"interface", "NAME", "The interface, such as can0.", busCommands, Occurrence::ExactlyOnce,
          anyText(&BusAddress::device)},
-        {"fd", "", "Use CAN FD frames too, if the interface supports them.", busCommands,
+        {"fd", "", "Enable CAN FD frames, if the interface supports them.", busCommands,
          Occurrence::AtMostOnce,
          [](const QString&, Options& options) {
              options.bus.fd = true;
              return QString();
          }},
         {"bitrate", "RATE",
-         "Bit rate of the bus, from which its load is calculated (default: 250000). The bit rate "
-         "of "
-         "the interface does not change.",
+         "Bit rate of the bus, from which its load is calculated (default: 250000). This does not "
+         "set the bit rate of the interface.",
          liveCommands, Occurrence::AtMostOnce, positive(&Options::bitRate)},
-        {"duration", "SECONDS", "End after that time (default: run until stopped).", liveCommands,
-         Occurrence::AtMostOnce, positive(&Options::duration)},
+        {"duration", "SECONDS", "Stop after that many seconds (default: run until stopped).",
+         liveCommands, Occurrence::AtMostOnce, positive(&Options::duration)},
         {"frames", "COUNT",
-         "End when at least that many frames have been received (default: run until stopped).",
+         "Stop when at least COUNT frames have been received (default: run until stopped).",
          liveCommands, Occurrence::AtMostOnce, positive(&Options::frames)},
         {"display", "NAME", displayHelp(), CommandId::Live, Occurrence::AtMostOnce, readDisplay},
-        {"highlight", "RATING", "Highlight signals rated under RATING, 0 to 100 (default: 50).",
-         liveCommands, Occurrence::AtMostOnce, readRating},
+        {"highlight", "RATING",
+         "Highlight signals with a rating below RATING, 0 to 100 (default: 50).", liveCommands,
+         Occurrence::AtMostOnce, readRating},
         {"speed", "FACTOR",
-         "Send FACTOR times as fast as recorded, or with max as fast as possible (default: 1).",
+         "Send FACTOR times as fast as recorded, or as fast as possible with max (default: 1).",
          CommandId::Send, Occurrence::AtMostOnce, readSpeed},
     };
 }
 
-/// The options for descriptions as they are typed, such as "--eds FILE.eds --node N"; of all
-/// formats, or only of those that need a node.
+/// The options for descriptions as they are typed, such as "--eds FILE.eds --node N", either for
+/// all formats or only for those that need a node.
 QString descriptionUsages(bool onlyWithNode)
 {
     QStringList usages;
@@ -328,7 +330,7 @@ QString completeDescriptions(Options& options)
             .arg(options.nodes.size());
     for (const quint8 node : qAsConst(options.nodes)) {
         if (options.nodes.count(node) > 1)
-            return QStringLiteral("needs one file for each node; --node %1 is given twice")
+            return QStringLiteral("needs a different node for each file, but --node %1 is repeated")
                 .arg(node);
     }
     return QString();

@@ -14,28 +14,28 @@ enum class CommandId { Replay = 0x01, Live = 0x02, Window = 0x04, Send = 0x08, S
 Q_DECLARE_FLAGS(CommandSet, CommandId)
 Q_DECLARE_OPERATORS_FOR_FLAGS(CommandSet)
 
-/// The commands that decode frames, and so need descriptions of them.
+/// The commands that decode frames, for which they need descriptions.
 constexpr CommandSet decodingCommands =
     CommandSet(CommandId::Replay) | CommandId::Live | CommandId::Window;
 
-/// Everything that options can set. Each command takes its part.
+/// The values of all options. Each command uses some of them.
 struct Options : LiveOptions {
     QVector<quint8> nodes; ///< of the descriptions that need one, in their order
     double speed = 1;      ///< times as fast as recorded; infinite: as fast as possible
 };
 
-/// How often an option is given.
+/// How often an option may be given.
 enum class Occurrence { AtMostOnce, ExactlyOnce, AnyNumber };
 
-/// An option: parsing, help and the check of the manual all follow from its row.
+/// An option. Parsing, help and the check of the manual all use this row.
 struct OptionRow {
     const char* name;      ///< without dashes
     const char* valueName; ///< empty: the option is a flag
-    QString help;          ///< sentences, which mention the default
-    CommandSet commands;   ///< those that take it
+    QString help;          ///< the help text, which mentions the default
+    CommandSet commands;   ///< the commands that take the option
     Occurrence occurrence;
-    /// Reads a value, which is not empty unless the option is a flag. Returns the error as the rest
-    /// of a sentence that begins with the option, such as "needs a number"; empty without an error.
+    /// Reads a value, which is empty only if the option is a flag. Returns the error as the rest of
+    /// a sentence that begins with the option, such as "needs a number", or an empty string.
     std::function<QString(const QString& value, Options& options)> read;
 
     bool isFlag() const { return *valueName == '\0'; }
@@ -44,18 +44,17 @@ struct OptionRow {
     QString usage() const;
 };
 
-/// All options in the order of the help: a new one is a row here.
+/// The table of options, in the order of the help. A new option needs a row here.
 const QVector<OptionRow>& optionRows();
 
-/// Puts the descriptions and the outputs in the order of their tables, in which they are read and
-/// written: a saved run comes before the plots, which take longer. What is of one kind stays in the
-/// order in which it was given.
+/// Sorts the descriptions and the outputs in the order of their tables, in which they are read and
+/// written, so that a run is saved before the plots, which take longer. Items of one kind keep the
+/// order in which they were given.
 void sortByTables(Options& options);
 
-/// Assigns the nodes in \a options to the descriptions that need one, the first to the first and so
-/// on. Returns an error if there is no description, if there are more or fewer nodes than needed,
-/// or if a node is described twice: as the rest of a sentence that begins with the command. Empty
-/// without an error.
+/// Assigns the nodes in \a options to the descriptions that need one, in order. It is an error if
+/// there is no description, if the number of nodes is wrong, or if a node is given twice. Returns
+/// the error as the rest of a sentence that begins with the command, or an empty string.
 [[nodiscard]] QString completeDescriptions(Options& options);
 
 } // namespace monitor

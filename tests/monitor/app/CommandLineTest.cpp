@@ -227,7 +227,7 @@ TEST(CommandLine, DescriptionsAndNodesMustBePairs)
     EXPECT_EQ(errorOf({"replay", "bus.log", "--node", "5"}), errorOf({"replay", "bus.log"}));
     EXPECT_EQ(errorOf({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds",
                        "--node", "0x5"}),
-              QString("replay needs one file for each node; --node 5 is given twice"));
+              QString("replay needs a different node for each file, but --node 5 is repeated"));
 }
 
 TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
@@ -294,7 +294,7 @@ TEST(CommandLine, MissingFilesAndOptionsAreNamed)
         EXPECT_EQ(errorOf({command, "a", "b"}), error);
     }
     EXPECT_EQ(errorOf(live + QStringList{"bus.log"}),
-              QString("live takes no file, but \"bus.log\" is given"));
+              QString("live takes no file, but \"bus.log\" was given"));
     EXPECT_EQ(errorOf({"live", "--dbc", "bus.dbc"}),
               QString("live needs --plugin PLUGIN and --interface NAME"));
     EXPECT_EQ(errorOf({"send", "bus.log", "--plugin", "socketcan"}),
@@ -334,19 +334,19 @@ TEST(CommandLine, ErrorsOfValuesSayWhatIsNeeded)
 {
     const auto replayError = [](const QStringList& options) { return errorOf(replay + options); };
     EXPECT_EQ(replayError({"--keep", "1"}),
-              QString("option --keep needs a whole number, 2 or more"));
+              QString("option --keep needs a whole number of at least 2"));
     for (const char* tooMany : {"1073741824", "3000000000"})
         EXPECT_EQ(replayError({"--keep", tooMany}),
                   QString("option --keep needs a number of at most 1073741823"));
-    EXPECT_EQ(replayError({"--k", "x"}), QString("option --k needs a number, 0 or more"));
+    EXPECT_EQ(replayError({"--k", "x"}), QString("option --k needs a number of at least 0"));
     EXPECT_EQ(replayError({"--node", "128"}),
               QString("option --node needs a number from 1 to 127"));
     EXPECT_EQ(replayError({"--limits", "Speed=1"}),
               QString("option --limits needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, "
                       "not \"Speed=1\""));
     EXPECT_EQ(replayError({"--limits", "Speed=2:1"}),
-              QString("option --limits needs a lower limit that is not above the upper one, not "
-                      "\"Speed=2:1\""));
+              QString("option --limits needs a lower limit that does not exceed the upper "
+                      "limit, not \"Speed=2:1\""));
     EXPECT_EQ(replayError({"--plot", ""}),
               QString("option --plot needs a value: --plot DIRECTORY"));
     EXPECT_EQ(replayError({"--k"}), QString("option --k needs a value: --k K"));
