@@ -1,6 +1,5 @@
 #include "EndRequest.h"
 #include "Preparation.h"
-#include "RunOutputs.h"
 #include "commands.h"
 #include "sources/bus/BusSource.h"
 #include "text/Table.h"
@@ -88,14 +87,10 @@ private:
 
 ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
-    Preparation prepared;
-    RunOutputs outputs(options, output);
-    QString error = prepare(options, diagnostics, prepared);
-    if (error.isEmpty())
-        error = outputs.check();
+    PreparedRun run = prepareRun(options, output, diagnostics);
+    QString error = run.error;
     if (error.isEmpty() && options.display != nullptr)
         error = options.display->check();
-    Session session(prepared.catalogue.messages(), prepared.k);
     BusSource source(options.bus, options.bitRate);
     if (error.isEmpty())
         error = source.start();
@@ -104,12 +99,12 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diag
         return ExitCode::Failure;
     }
     diagnostics << options.bus.name() << ": connected" << Qt::endl;
-    LiveRun(options, source, session).watch();
+    LiveRun(options, source, *run.session).watch();
     const bool isLost = source.isLost();
     source.stop();
-    session.takeAll(source);
+    run.session->takeAll(source);
     const ExitCode code =
-        outputs.finish(session, nothingDecoded(options.bus.name(), options), diagnostics);
+        run.outputs.finish(*run.session, nothingDecoded(options.bus.name(), options), diagnostics);
     if (!source.error().isEmpty())
         diagnostics << source.error() << '\n';
     return isLost ? ExitCode::Failure : code;

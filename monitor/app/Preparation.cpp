@@ -61,6 +61,17 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
     return error;
 }
 
+PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output, QTextStream& diagnostics)
+{
+    Preparation prepared;
+    RunOutputs outputs(options, output);
+    QString error = prepare(options, diagnostics, prepared);
+    if (error.isEmpty())
+        error = outputs.check();
+    return {std::move(outputs),
+            std::make_unique<Session>(prepared.catalogue.messages(), prepared.k), error};
+}
+
 QString nothingDecoded(const QString& origin, const MonitorOptions& options)
 {
     QStringList names;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RunOutputs.h"
 #include "catalogue/Catalogue.h"
 #include "commandOptions.h"
 
@@ -22,6 +23,17 @@ void print(const Problems& problems, QTextStream& diagnostics);
 /// message, or an empty string on success.
 [[nodiscard]] QString prepare(const MonitorOptions& options, QTextStream& diagnostics,
                               Preparation& prepared);
+
+/// A run that is ready for its first frame, unless there is an error.
+struct PreparedRun {
+    RunOutputs outputs;
+    std::unique_ptr<Session> session;
+    QString error; ///< why the run cannot start; empty if it can
+};
+
+/// Reads the files named in \a options, see prepare(), and checks that the outputs can be written.
+[[nodiscard]] PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output,
+                                     QTextStream& diagnostics);
 
 /// The message that no frame from \a origin could be decoded with the descriptions in \a options.
 QString nothingDecoded(const QString& origin, const MonitorOptions& options);

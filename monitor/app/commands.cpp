@@ -46,16 +46,13 @@ void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStrea
 
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
-    Preparation prepared;
-    RunOutputs outputs(options, output);
-    QString error = prepare(options, diagnostics, prepared);
+    PreparedRun run = prepareRun(options, output, diagnostics);
+    QString error = run.error;
     if (error.isEmpty())
-        error = outputs.check();
-    Session session(prepared.catalogue.messages(), prepared.k);
+        error = readRecording(options.recording, diagnostics, *run.session);
     if (error.isEmpty())
-        error = readRecording(options.recording, diagnostics, session);
-    if (error.isEmpty())
-        return outputs.finish(session, nothingDecoded(options.recording, options), diagnostics);
+        return run.outputs.finish(*run.session, nothingDecoded(options.recording, options),
+                                  diagnostics);
     diagnostics << printable(error) << '\n'; // may contain names of signals
     return ExitCode::Failure;
 }
