@@ -31,6 +31,7 @@ public:
 
     /// Shows only signals whose names contain \a text, ignoring case.
     void setFilter(const QString& text);
+    const QString& filterText() const { return filter; }
 
     /// The state that is shown.
     const BusState& bus() const { return shown.bus; }

@@ -29,13 +29,13 @@ QString styleOf(Highlight highlight)
     return QString();
 }
 
-QString formatFilter(const LiveView& view)
+QString formatFilter(const LiveTable& table, const LiveView& view)
 {
-    QString line = view.isPaused() ? QStringLiteral("paused  ") : QString();
+    QString line = table.isPaused() ? QStringLiteral("paused  ") : QString();
     if (view.isTyping())
-        line += '/' + view.filterText() + '_';
-    else if (!view.filterText().isEmpty())
-        line += QStringLiteral("filter /") + view.filterText();
+        line += '/' + table.filterText() + '_';
+    else if (!table.filterText().isEmpty())
+        line += QStringLiteral("filter /") + table.filterText();
     return line;
 }
 
@@ -68,7 +68,8 @@ QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSi
         cells += table.cells(row);
     const QVector<Column> columns =
         QVector<Column>{{QString(' '), Alignment::Left}} + statisticsColumns();
-    QStringList lines{formatHeader(table.bus(), table.snapshot().counts), formatFilter(view)};
+    QStringList lines{formatHeader(table.bus(), table.snapshot().counts),
+                      formatFilter(table, view)};
     for (const QString& line : formatLines(columns, cells, widths))
         lines += line.left(fixedWidth()) + line.mid(fixedWidth() + view.firstColumn());
     lines += formatKeys(view, shown, table.rowCount());

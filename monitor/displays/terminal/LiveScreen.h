@@ -1,7 +1,6 @@
 #pragma once
 
 #include "LiveView.h"
-#include "displays/LiveTable.h"
 
 #include <QtCore/QSize>
 #include <QtCore/QStringList>

@@ -14,7 +14,7 @@ LiveView::Request LiveView::press(const Key& key)
     else if (key.kind == Key::Character)
         return pressCharacter(key.character);
     else if (key.kind == Key::Escape)
-        filter.clear();
+        table.setFilter(QString());
     else
         scroll(key.kind);
     return Request::None;
@@ -34,7 +34,7 @@ LiveView::Request LiveView::pressCharacter(QChar character)
     case 'r':
         return Request::Reset;
     case 'p':
-        paused = !paused;
+        table.setPaused(!table.isPaused());
         break;
     case '/':
         typing = true;
@@ -46,6 +46,7 @@ LiveView::Request LiveView::pressCharacter(QChar character)
 void LiveView::pressInFilter(const Key& key)
 {
     row = 0;
+    QString filter = table.filterText();
     if (key.kind == Key::Character)
         filter += key.character;
     else if (key.kind == Key::Backspace)
@@ -54,6 +55,7 @@ void LiveView::pressInFilter(const Key& key)
         typing = false;
     if (key.kind == Key::Escape)
         filter.clear();
+    table.setFilter(filter);
 }
 
 void LiveView::scroll(Key::Kind kind)

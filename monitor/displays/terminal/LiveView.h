@@ -1,8 +1,7 @@
 #pragma once
 
 #include "KeyReader.h"
-
-#include <QtCore/QString>
+#include "displays/LiveTable.h"
 
 namespace monitor
 {
@@ -14,6 +13,9 @@ public:
     /// An action of a key that the view itself cannot perform.
     enum class Request { None, Quit, Reset };
 
+    /// Keys pause and filter \a viewedTable, which must outlive this object.
+    explicit LiveView(LiveTable& viewedTable) : table(viewedTable) {}
+
     /// Handles a key. While a filter is being typed, characters are added to it.
     Request press(const Key& key);
 
@@ -21,11 +23,9 @@ public:
     /// fit on the screen.
     void fitTo(int rows, int visible);
 
-    bool isPaused() const { return paused; }
+    /// Whether a filter is being typed.
     bool isTyping() const { return typing; }
 
-    /// The text that the names of the shown signals contain.
-    const QString& filterText() const { return filter; }
     int firstRow() const { return row; }
     int firstColumn() const { return column; }
 
@@ -34,9 +34,8 @@ private:
     void pressInFilter(const Key& key);
     void scroll(Key::Kind kind);
 
-    bool paused = false;
+    LiveTable& table;
     bool typing = false;
-    QString filter;
     int row = 0;
     int column = 0;
     int page = 1; // the number of rows that fit on the screen

@@ -8,8 +8,6 @@ bool TerminalDisplay::take(const Snapshot& snapshot, const BusState& bus)
     table.update(snapshot, bus);
     if (!handleKeys())
         return false;
-    table.setPaused(view.isPaused());
-    table.setFilter(view.filterText());
     view.fitTo(table.rowCount(), LiveScreen::rowsOn(terminal.size()));
     terminal.draw(screen.draw(table, view, terminal.size()));
     return true;

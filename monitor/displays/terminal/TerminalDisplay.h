@@ -17,7 +17,7 @@ public:
     /// Shows \a shownSession, which must outlive this object. Signals with a rating below
     /// \a leastRating are highlighted.
     TerminalDisplay(Session& shownSession, int leastRating)
-        : session(shownSession), table(leastRating)
+        : session(shownSession), table(leastRating), view(table)
     {
     }
 

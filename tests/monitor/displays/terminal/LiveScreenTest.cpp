@@ -49,11 +49,14 @@ Snapshot snapshotOf(const QVector<Row>& rows)
     return snapshot;
 }
 
-QStringList drawn(LiveScreen& screen, const QVector<Row>& rows, const LiveView& view = {},
+QStringList drawn(LiveScreen& screen, const QVector<Row>& rows, const QVector<Key>& keys = {},
                   const QSize& size = {200, 24})
 {
     LiveTable table(50);
+    LiveView view(table);
     table.update(snapshotOf(rows), busState());
+    for (const Key& key : keys)
+        view.press(key);
     return screen.draw(table, view, size).split('\n');
 }
 
@@ -79,7 +82,7 @@ TEST(LiveScreen, PlaceMarkersInTheNameOfTheBusStayAsTheyAre)
     bus.name = "virtualcan tcp://host%2Fcan0";
     LiveTable table(50);
     table.update({}, bus);
-    EXPECT_TRUE(screen.draw(table, {}, {200, 24}).startsWith(bus.name + "  1.3 s"));
+    EXPECT_TRUE(screen.draw(table, LiveView(table), {200, 24}).startsWith(bus.name + "  1.3 s"));
 }
 
 TEST(LiveScreen, RowsStandBelowTheTitlesAndKeysBelowThem)
@@ -131,9 +134,7 @@ TEST(LiveScreen, LinesAreCutAtTheWidthAndScrolledBesideTheNames)
     const QVector<Row> rows{rowOf("Speed", 10)};
     for (const QString& line : drawn(screen, rows, {}, {40, 24}))
         EXPECT_LE(withoutStyle(line).size(), 40);
-    LiveView view;
-    view.press({Key::Right});
-    const QStringList lines = drawn(screen, rows, view, {40, 24});
+    const QStringList lines = drawn(screen, rows, {{Key::Right}}, {40, 24});
     EXPECT_TRUE(withoutStyle(lines.at(3)).startsWith("!  Speed        -"));
     EXPECT_FALSE(withoutStyle(lines.at(2)).contains(" count"));
     EXPECT_TRUE(lines.first().startsWith("virtualcan"));
@@ -143,10 +144,11 @@ TEST(LiveScreen, ScrollingMovesTheColumnsAfterTheSource)
 {
     LiveScreen screen;
     const QVector<Row> rows{rowOf("Speed", 100)};
-    LiveView view;
-    const QStringList before = drawn(screen, rows, view);
+    LiveTable table(50);
+    LiveView view(table);
     view.press({Key::Right});
-    const QStringList after = drawn(screen, rows, view);
+    const QStringList before = drawn(screen, rows);
+    const QStringList after = drawn(screen, rows, {{Key::Right}});
     ASSERT_GT(view.firstColumn(), 0);
     const int fixed = withoutStyle(before.at(2)).indexOf("source  ") + 8;
     for (const int line : {2, 3}) {
@@ -159,12 +161,12 @@ TEST(LiveScreen, ScrollingMovesTheColumnsAfterTheSource)
 TEST(LiveScreen, PauseAndFilterAreSaid)
 {
     LiveScreen screen;
-    LiveView view;
+    QVector<Key> keys;
     for (const char character : {'p', '/', 'x'})
-        view.press({Key::Character, QChar(character)});
-    EXPECT_EQ(drawn(screen, {}, view).at(1), QString("paused  /x_"));
-    view.press({Key::Enter});
-    EXPECT_EQ(drawn(screen, {}, view).at(1), QString("paused  filter /x"));
+        keys.append(Key{Key::Character, QChar(character)});
+    EXPECT_EQ(drawn(screen, {}, keys).at(1), QString("paused  /x_"));
+    keys.append(Key{Key::Enter});
+    EXPECT_EQ(drawn(screen, {}, keys).at(1), QString("paused  filter /x"));
 }
 
 TEST(LiveScreen, ControlCharactersInNamesDoNotReachTheTerminal)

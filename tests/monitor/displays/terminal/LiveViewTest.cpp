@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 using monitor::Key;
+using monitor::LiveTable;
 using monitor::LiveView;
 using Request = LiveView::Request;
 
@@ -24,45 +25,49 @@ void type(LiveView& view, const QString& text)
 
 TEST(LiveView, KeysAskToQuitToResetAndToPause)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     EXPECT_EQ(press(view, 'q'), Request::Quit);
     EXPECT_EQ(press(view, 'r'), Request::Reset);
     EXPECT_EQ(press(view, 'x'), Request::None);
-    EXPECT_FALSE(view.isPaused());
+    EXPECT_FALSE(table.isPaused());
     EXPECT_EQ(press(view, 'p'), Request::None);
-    EXPECT_TRUE(view.isPaused());
+    EXPECT_TRUE(table.isPaused());
     press(view, 'p');
-    EXPECT_FALSE(view.isPaused());
+    EXPECT_FALSE(table.isPaused());
 }
 
 TEST(LiveView, FilterShowsNamesThatContainItInEitherCase)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     type(view, "/speedq");
     EXPECT_TRUE(view.isTyping());
     view.press({Key::Backspace});
     view.press({Key::Enter});
     EXPECT_FALSE(view.isTyping());
-    EXPECT_EQ(view.filterText(), QString("speed"));
+    EXPECT_EQ(table.filterText(), QString("speed"));
     EXPECT_EQ(press(view, 'q'), Request::Quit);
 }
 
 TEST(LiveView, EscapeShowsAllSignalsAgainWhileTypingAndAfterwards)
 {
     for (const bool isDone : {false, true}) {
-        LiveView view;
+        LiveTable table(50);
+        LiveView view(table);
         type(view, "/speed");
         if (isDone)
             view.press({Key::Enter});
         view.press({Key::Escape});
         EXPECT_FALSE(view.isTyping());
-        EXPECT_EQ(view.filterText(), QString());
+        EXPECT_EQ(table.filterText(), QString());
     }
 }
 
 TEST(LiveView, RowsScrollByOneByPageAndToEitherEndAndNoFurther)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     const auto rowAfter = [&view](Key::Kind kind) {
         view.press({kind});
         view.fitTo(100, 10);
@@ -82,7 +87,8 @@ TEST(LiveView, RowsScrollByOneByPageAndToEitherEndAndNoFurther)
 
 TEST(LiveView, KeysBehindEndScrollOnFromThereBeforeItIsDrawn)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     view.fitTo(100, 10);
     for (const Key::Kind kind : {Key::End, Key::Down, Key::PageDown, Key::End, Key::PageDown})
         view.press({kind});
@@ -92,7 +98,8 @@ TEST(LiveView, KeysBehindEndScrollOnFromThereBeforeItIsDrawn)
 
 TEST(LiveView, FewerRowsThanBeforeAreShownFromTheFirst)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     view.press({Key::End});
     view.fitTo(100, 10);
     view.fitTo(4, 10);
@@ -101,7 +108,8 @@ TEST(LiveView, FewerRowsThanBeforeAreShownFromTheFirst)
 
 TEST(LiveView, NewFilterBeginsWithTheFirstRow)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     view.press({Key::End});
     view.fitTo(100, 10);
     type(view, "/e");
@@ -110,7 +118,8 @@ TEST(LiveView, NewFilterBeginsWithTheFirstRow)
 
 TEST(LiveView, ColumnsScrollToTheRightAndBack)
 {
-    LiveView view;
+    LiveTable table(50);
+    LiveView view(table);
     view.press({Key::Left});
     EXPECT_EQ(view.firstColumn(), 0);
     view.press({Key::Right});
