@@ -31,7 +31,7 @@ std::string binary(quint32 value, int digits)
     return text;
 }
 
-/// The remainder of a long division by the polynomial of ISO 11898-1.
+/// The CRC of ISO 11898-1, as the remainder of a polynomial long division.
 std::string crcOf(const std::string& bits)
 {
     const std::string divisor = "1100010110011001";
@@ -56,8 +56,8 @@ size_t stuffedSize(const std::string& bits)
     return sent.size();
 }
 
-/// Counts the characters of the frame written down as a text of bits.
-int writtenBits(const Frame& frame)
+/// Counts the bits of the frame written as a bit string.
+int modelledBits(const Frame& frame)
 {
     const std::string remote = frame.remote ? "1" : "0";
     std::string bits = "0";
@@ -73,9 +73,9 @@ int writtenBits(const Frame& frame)
 
 } // namespace
 
-// The expected numbers come from frames written down as texts of bits, with the remainder of a long
-// division as CRC, and a bit inserted wherever the text ends in five equal ones.
-TEST(FrameBits, ClassicFramesHaveTheBitsOfTheirFormatTheirDataAndTheStuffBits)
+// The expected numbers come from frames written as bit strings. The CRC is the remainder of a long
+// division, and a stuff bit follows every five equal bits.
+TEST(FrameBits, ClassicFramesIncludeFormatDataAndStuffBits)
 {
     EXPECT_EQ(bitsOnBus(frameOf(0x123, false, {})), 47 + 1);
     EXPECT_EQ(bitsOnBus(frameOf(0x555, false, {0x55, 0x55})), 47 + 16 + 1);
@@ -102,28 +102,28 @@ TEST(FrameBits, RemoteFramesHaveNoData)
     EXPECT_EQ(bitsOnBus(frame), 67 + 4);
 }
 
-TEST(FrameBits, LongFramesOfCanFdAreEstimatedByTheirLength)
+TEST(FrameBits, LongCanFdFramesAreEstimatedFromTheirLength)
 {
     EXPECT_EQ(bitsOnBus(frameOf(0x123, false, std::vector<quint8>(64))), 47 + 64 * 8);
     EXPECT_EQ(bitsOnBus(frameOf(0x123, true, std::vector<quint8>(12))), 67 + 12 * 8);
 }
 
-TEST(FrameBits, AgreeWithFramesWrittenDownAsTexts)
+TEST(FrameBits, MatchFramesWrittenAsBitStrings)
 {
     std::mt19937 random(11898);
     for (int i = 0; i < 2000; ++i) {
         std::vector<quint8> data(random() % 9);
-        for (quint8& byte : data) // few changes of the bit, so that there is something to stuff
+        for (quint8& byte : data) // long runs of equal bits, so that stuff bits are needed
             byte = static_cast<quint8>(random() % 2 == 0 ? random() : 0xFFU << random() % 9);
         const bool extended = i % 2 == 0;
         Frame frame =
             frameOf(static_cast<quint32>(random()) >> (extended ? 3U : 21U), extended, data);
         frame.remote = data.empty() && random() % 2 == 0;
-        ASSERT_EQ(bitsOnBus(frame), writtenBits(frame)) << std::hex << frame.id;
+        ASSERT_EQ(bitsOnBus(frame), modelledBits(frame)) << std::hex << frame.id;
     }
 }
 
-TEST(BusLoad, NothingIsKnownBeforeThereIsAStretchOfTime)
+TEST(BusLoad, IsZeroBeforeTheSecondReport)
 {
     BusLoad load(250000);
     EXPECT_EQ(load.percent(), 0);
@@ -131,17 +131,17 @@ TEST(BusLoad, NothingIsKnownBeforeThereIsAStretchOfTime)
     EXPECT_EQ(load.percent(), 0);
 }
 
-TEST(BusLoad, BitsAreComparedWithWhatTheBusCarriesInThatTime)
+TEST(BusLoad, IsRelativeToTheBitRate)
 {
     BusLoad load(250000);
     load.add(0, 0);
-    load.add(100000, 5000); // of 25000
+    load.add(100000, 5000); // of 25000 possible
     EXPECT_DOUBLE_EQ(load.percent(), 20);
     load.add(200000, 20000);
     EXPECT_DOUBLE_EQ(load.percent(), 50);
 }
 
-TEST(BusLoad, WhatIsOlderThanASecondNoLongerCounts)
+TEST(BusLoad, CoversTheLastSecondOnly)
 {
     BusLoad load(1000000);
     load.add(0, 0);
@@ -153,7 +153,7 @@ TEST(BusLoad, WhatIsOlderThanASecondNoLongerCounts)
     EXPECT_DOUBLE_EQ(load.percent(), 0);
 }
 
-TEST(BusLoad, StretchLongerThanASecondIsTakenAsAWhole)
+TEST(BusLoad, IntervalLongerThanASecondCountsAsAWhole)
 {
     BusLoad load(1000);
     load.add(0, 0);
@@ -161,7 +161,7 @@ TEST(BusLoad, StretchLongerThanASecondIsTakenAsAWhole)
     EXPECT_DOUBLE_EQ(load.percent(), 50);
 }
 
-TEST(BusLoad, OnlyTheStretchUpToASecondAgoIsLeftOfRareReports)
+TEST(BusLoad, CoversOnlyTheLastIntervalBetweenRareReports)
 {
     BusLoad load(1000);
     load.add(7000000, 0);

@@ -5,7 +5,7 @@
 using monitor::Frame;
 using monitor::Payload;
 
-TEST(Frame, BeginsAsAnEmptyDataFrameWithTheStandardId0)
+TEST(Frame, IsAnEmptyDataFrameWithStandardId0ByDefault)
 {
     const Frame frame;
     EXPECT_EQ(frame.microseconds, std::nullopt);
@@ -16,12 +16,12 @@ TEST(Frame, BeginsAsAnEmptyDataFrameWithTheStandardId0)
     EXPECT_EQ(frame.data, decltype(frame.data)());
 }
 
-TEST(Frame, HasRoomForTheLongestOfCanFd)
+TEST(Frame, HasRoomForTheLongestCanFdFrame)
 {
     EXPECT_EQ(Frame().data.size(), 64U);
 }
 
-TEST(Payload, BeginsWithoutData)
+TEST(Payload, IsEmptyByDefault)
 {
     const Payload payload;
     EXPECT_EQ(payload.id, 0U);
@@ -46,9 +46,8 @@ TEST(Payload, RefersToTheBytesOfItsFrame)
     EXPECT_EQ(payload.microseconds, 7);
 }
 
-// The ids and their parts are written down digit by digit: priority and pages, PDU format, PDU
-// specific, source.
-TEST(J1939Id, Pdu2FormatsBelongToThePgnWithTheirGroupExtension)
+// The bytes of an id are: priority and pages, PDU format, PDU specific, source address.
+TEST(J1939Id, PgnIncludesTheGroupExtensionOfPdu2)
 {
     EXPECT_EQ(monitor::pgnOf(0x18FEDF00), 0xFEDFU);
     EXPECT_EQ(monitor::pgnOf(0x0CF00401), 0xF004U); // 0xF0 is the first format of PDU2
@@ -57,7 +56,7 @@ TEST(J1939Id, Pdu2FormatsBelongToThePgnWithTheirGroupExtension)
     EXPECT_EQ(monitor::pgnOf(0x02F00102), 0x2F001U);
 }
 
-TEST(J1939Id, Pdu1FormatsHaveADestinationThatIsNoPartOfThePgn)
+TEST(J1939Id, PgnExcludesTheDestinationOfPdu1)
 {
     EXPECT_EQ(monitor::pgnOf(0x18EFFF03), 0xEF00U);
     EXPECT_EQ(monitor::pgnOf(0x18EA2103), 0xEA00U);

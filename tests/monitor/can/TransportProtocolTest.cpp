@@ -14,7 +14,7 @@ using monitor::TransportProtocol;
 namespace
 {
 
-constexpr quint8 everybody = 255;
+constexpr quint8 global = 255; // the address of all nodes
 
 Frame frameOf(quint32 pgn, quint8 source, quint8 destination, std::initializer_list<int> bytes)
 {
@@ -31,12 +31,12 @@ Frame control(quint8 source, quint8 destination, std::initializer_list<int> byte
     return frameOf(0xEC00, source, destination, bytes);
 }
 
-/// Announces \a size bytes of the PGN 0xFEE3 to all, or to one.
-Frame announced(quint8 source, quint8 destination, int size)
+/// Announces \a size bytes of the PGN 0xFEE3, to all nodes or to one.
+Frame announcement(quint8 source, quint8 destination, int size)
 {
     return control(source, destination,
-                   {destination == everybody ? 32 : 16, size & 0xFF, size >> 8, (size + 6) / 7,
-                    0xFF, 0xE3, 0xFE, 0x00});
+                   {destination == global ? 32 : 16, size & 0xFF, size >> 8, (size + 6) / 7, 0xFF,
+                    0xE3, 0xFE, 0x00});
 }
 
 Frame packet(quint8 source, quint8 destination, int number)
@@ -47,7 +47,7 @@ Frame packet(quint8 source, quint8 destination, int number)
         {number, first, first + 1, first + 2, first + 3, first + 4, first + 5, first + 6});
 }
 
-/// What comes out of \a frames: "id length" of each message. Its bytes count up from 0.
+/// "id length" of each message that \a frames complete. Its bytes must count up from 0.
 QStringList messagesIn(TransportProtocol& protocol, const QVector<Frame>& frames)
 {
     QStringList messages;
@@ -75,195 +75,195 @@ QString countsOf(const TransportProtocol& protocol)
 
 } // namespace
 
-TEST(TransportProtocol, PutsTogetherWhatIsAnnouncedToAll)
+TEST(TransportProtocol, ReassemblesABroadcastMessage)
 {
     TransportProtocol protocol;
-    EXPECT_EQ(messagesIn(protocol, {announced(0, everybody, 20), packet(0, everybody, 1),
-                                    packet(0, everybody, 2), packet(0, everybody, 3)}),
+    EXPECT_EQ(messagesIn(protocol, {announcement(0, global, 20), packet(0, global, 1),
+                                    packet(0, global, 2), packet(0, global, 3)}),
               QStringList{"fee300 20"});
     EXPECT_EQ(countsOf(protocol), QString("1 0 0 0"));
 }
 
-TEST(TransportProtocol, LongestMessageHas255Packets)
+TEST(TransportProtocol, ReassemblesTheLongestMessageOf255Packets)
 {
     TransportProtocol protocol;
-    QVector<Frame> frames{announced(3, 7, 1785)};
+    QVector<Frame> frames{announcement(3, 7, 1785)};
     for (int number = 1; number <= 255; ++number)
         frames += packet(3, 7, number);
     EXPECT_EQ(messagesIn(protocol, frames), QStringList{"fee303 1785"});
 }
 
-TEST(TransportProtocol, SourcesAndDestinationsAreKeptApart)
+TEST(TransportProtocol, KeepsSourcesAndDestinationsSeparate)
 {
     TransportProtocol protocol;
-    EXPECT_EQ(messagesIn(protocol, {announced(1, everybody, 9), announced(2, everybody, 10),
-                                    announced(1, 2, 11), packet(2, everybody, 1), packet(1, 2, 1),
-                                    packet(1, everybody, 1), packet(1, 2, 2),
-                                    packet(1, everybody, 2), packet(2, everybody, 2)}),
+    EXPECT_EQ(messagesIn(protocol, {announcement(1, global, 9), announcement(2, global, 10),
+                                    announcement(1, 2, 11), packet(2, global, 1), packet(1, 2, 1),
+                                    packet(1, global, 1), packet(1, 2, 2), packet(1, global, 2),
+                                    packet(2, global, 2)}),
               (QStringList{"fee301 11", "fee301 9", "fee302 10"}));
     EXPECT_EQ(countsOf(protocol), QString("3 0 0 0"));
 }
 
-TEST(TransportProtocol, EveryPairOfSourceAndDestinationHasAMessageOfItsOwn)
+TEST(TransportProtocol, EachPairOfSourceAndDestinationHasItsOwnMessage)
 {
     TransportProtocol protocol;
     for (int source = 0; source < 256; ++source) {
         for (int destination = 0; destination < 256; ++destination)
             protocol.take(
-                announced(static_cast<quint8>(source), static_cast<quint8>(destination), 9));
+                announcement(static_cast<quint8>(source), static_cast<quint8>(destination), 9));
     }
-    EXPECT_EQ(countsOf(protocol), QString("0 0 0 0")); // none replaces another
+    EXPECT_EQ(countsOf(protocol), QString("0 0 0 0")); // no message replaces another
 }
 
-TEST(TransportProtocol, GapEndsWhatIsSentToAll)
+TEST(TransportProtocol, MissingPacketEndsABroadcast)
 {
     TransportProtocol protocol;
-    EXPECT_EQ(messagesIn(protocol, {announced(0, everybody, 28), packet(0, everybody, 1),
-                                    packet(0, everybody, 4)}),
+    EXPECT_EQ(messagesIn(protocol,
+                         {announcement(0, global, 28), packet(0, global, 1), packet(0, global, 4)}),
               QStringList());
     EXPECT_EQ(countsOf(protocol), QString("0 2 0 1"));
-    messagesIn(protocol, {packet(0, everybody, 2)});
+    messagesIn(protocol, {packet(0, global, 2)});
     EXPECT_EQ(countsOf(protocol), QString("0 3 0 1"));
 }
 
-TEST(TransportProtocol, PacketsToOneMayBeAskedForAgain)
+TEST(TransportProtocol, MissingPacketCanBeRequestedAgain)
 {
     TransportProtocol protocol;
     const Frame again = control(7, 3, {17, 2, 2, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
-    EXPECT_EQ(messagesIn(protocol, {announced(3, 7, 20), packet(3, 7, 1), packet(3, 7, 3), again,
+    EXPECT_EQ(messagesIn(protocol, {announcement(3, 7, 20), packet(3, 7, 1), packet(3, 7, 3), again,
                                     packet(3, 7, 2)}),
               QStringList{"fee303 20"});
     EXPECT_EQ(countsOf(protocol), QString("1 1 0 0"));
 }
 
-TEST(TransportProtocol, FirstAndLastPacketMayBeAskedForAgainOneByOne)
+TEST(TransportProtocol, FirstAndLastPacketCanBeRequestedAgain)
 {
     TransportProtocol protocol;
     const Frame first = control(7, 3, {17, 1, 1, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
     const Frame last = control(7, 3, {17, 1, 3, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
-    EXPECT_EQ(messagesIn(protocol, {announced(3, 7, 20), packet(3, 7, 2), first, packet(3, 7, 1),
+    EXPECT_EQ(messagesIn(protocol, {announcement(3, 7, 20), packet(3, 7, 2), first, packet(3, 7, 1),
                                     last, packet(3, 7, 3)}),
               QStringList{"fee303 20"});
     EXPECT_EQ(countsOf(protocol), QString("1 1 0 0"));
 }
 
-TEST(TransportProtocol, RequestsForPacketsThatDoNotExistAreIgnored)
+TEST(TransportProtocol, InvalidRequestsForPacketsAreIgnored)
 {
     TransportProtocol protocol;
     const Frame noPackets = control(7, 3, {17, 0, 1, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
     const Frame packet0 = control(7, 3, {17, 1, 0, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
-    const Frame behindTheLast = control(7, 3, {17, 1, 4, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
+    const Frame beyondTheLast = control(7, 3, {17, 1, 4, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
     const Frame otherPgn = control(7, 3, {17, 1, 1, 0xFF, 0xFF, 0xE4, 0xFE, 0x00});
     const Frame otherReceiver = control(8, 3, {17, 1, 1, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
-    EXPECT_EQ(messagesIn(protocol,
-                         {announced(3, 7, 20), packet(3, 7, 1), noPackets, packet0, behindTheLast,
-                          otherPgn, otherReceiver, packet(3, 7, 2), packet(3, 7, 3)}),
+    EXPECT_EQ(messagesIn(protocol, {announcement(3, 7, 20), packet(3, 7, 1), noPackets, packet0,
+                                    beyondTheLast, otherPgn, otherReceiver, packet(3, 7, 2),
+                                    packet(3, 7, 3)}),
               QStringList{"fee303 20"});
     EXPECT_EQ(countsOf(protocol), QString("1 0 0 0"));
 }
 
-TEST(TransportProtocol, PacketThatComesTwiceIsCountedAndDoesNotComplete)
+TEST(TransportProtocol, DuplicatePacketIsCountedAndDoesNotCompleteTheMessage)
 {
     TransportProtocol protocol;
-    EXPECT_EQ(messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1), packet(3, 7, 1)}),
+    EXPECT_EQ(messagesIn(protocol, {announcement(3, 7, 14), packet(3, 7, 1), packet(3, 7, 1)}),
               QStringList());
     EXPECT_EQ(countsOf(protocol), QString("0 0 1 0"));
     EXPECT_EQ(messagesIn(protocol, {packet(3, 7, 2)}), QStringList{"fee303 14"});
 }
 
-TEST(TransportProtocol, FramesThatCountAlreadyAreNotAmongThoseOfTheMessage)
+TEST(TransportProtocol, FramesAlreadyDecodedAreNotCountedAgain)
 {
     for (const bool first : {false, true}) {
         for (const bool second : {false, true}) {
             TransportProtocol protocol;
-            protocol.take(announced(3, 7, 14), first);
+            protocol.take(announcement(3, 7, 14), first);
             protocol.take(packet(3, 7, 1), second);
             EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 3 - int(first) - int(second));
         }
     }
     TransportProtocol protocol;
-    messagesIn(protocol, {announced(3, 7, 14), packet(3, 7, 1), packet(3, 7, 1)});
+    messagesIn(protocol, {announcement(3, 7, 14), packet(3, 7, 1), packet(3, 7, 1)});
     EXPECT_EQ(countsOf(protocol), QString("0 0 1 0"));
     protocol.clearCounts();
     EXPECT_EQ(countsOf(protocol), QString("0 0 0 0"));
     EXPECT_EQ(protocol.take(packet(3, 7, 2))->frames, 1);
 }
 
-TEST(TransportProtocol, APacketBehindTheLastOneEndsTheMessage)
+TEST(TransportProtocol, PacketBeyondTheLastEndsTheMessage)
+{
+    TransportProtocol protocol;
+    EXPECT_EQ(messagesIn(protocol, {announcement(3, 7, 14), packet(3, 7, 2), packet(3, 7, 3),
+                                    packet(3, 7, 1)}),
+              QStringList());
+    EXPECT_EQ(countsOf(protocol), QString("0 2 1 1")); // one of the lost packets has no message
+}
+
+TEST(TransportProtocol, NewAnnouncementReplacesAnIncompleteMessage)
 {
     TransportProtocol protocol;
     EXPECT_EQ(messagesIn(protocol,
-                         {announced(3, 7, 14), packet(3, 7, 2), packet(3, 7, 3), packet(3, 7, 1)}),
-              QStringList());
-    EXPECT_EQ(countsOf(protocol), QString("0 2 1 1")); // of the lost ones one has no message
-}
-
-TEST(TransportProtocol, NextAnnouncementReplacesTheMessage)
-{
-    TransportProtocol protocol;
-    EXPECT_EQ(messagesIn(protocol, {announced(0, everybody, 20), packet(0, everybody, 1),
-                                    announced(0, everybody, 9), packet(0, everybody, 1),
-                                    packet(0, everybody, 2)}),
+                         {announcement(0, global, 20), packet(0, global, 1),
+                          announcement(0, global, 9), packet(0, global, 1), packet(0, global, 2)}),
               QStringList{"fee300 9"});
     EXPECT_EQ(countsOf(protocol), QString("1 0 0 1"));
 }
 
-TEST(TransportProtocol, CompleteMessageMakesRoomForTheNext)
+TEST(TransportProtocol, NextMessageCanFollowACompleteOne)
 {
     TransportProtocol protocol;
-    const QVector<Frame> frames{announced(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
+    const QVector<Frame> frames{announcement(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
     EXPECT_EQ(messagesIn(protocol, frames + frames), (QStringList{"fee303 9", "fee303 9"}));
     EXPECT_EQ(countsOf(protocol), QString("2 0 0 0"));
     messagesIn(protocol, {packet(3, 7, 2)});
     EXPECT_EQ(countsOf(protocol), QString("2 1 0 0"));
 }
 
-TEST(TransportProtocol, EitherSideMayAbort)
+TEST(TransportProtocol, EitherSideCanAbort)
 {
     for (const bool bySender : {true, false}) {
         TransportProtocol protocol;
         const Frame other = control(3, 7, {255, 1, 0xFF, 0xFF, 0xFF, 0xE4, 0xFE, 0x00});
         const Frame abort = control(bySender ? 3 : 7, bySender ? 7 : 3,
                                     {255, 1, 0xFF, 0xFF, 0xFF, 0xE3, 0xFE, 0x00});
-        EXPECT_EQ(messagesIn(protocol,
-                             {announced(3, 7, 14), other, packet(3, 7, 1), abort, packet(3, 7, 2)}),
+        EXPECT_EQ(messagesIn(protocol, {announcement(3, 7, 14), other, packet(3, 7, 1), abort,
+                                        packet(3, 7, 2)}),
                   QStringList());
         EXPECT_EQ(countsOf(protocol), QString("0 1 0 1"));
     }
 }
 
-TEST(TransportProtocol, ImpossibleAnnouncementsAreCounted)
+TEST(TransportProtocol, InvalidAnnouncementsAreIgnoredAndCounted)
 {
     TransportProtocol protocol;
-    const Frame tooLong = control(0, everybody, {32, 0xFA, 6, 255, 0xFF, 0xE3, 0xFE, 0});
-    const Frame tooShort = control(0, everybody, {32, 8, 0, 2, 0xFF, 0xE3, 0xFE, 0});
-    const Frame wrongCount = control(0, everybody, {32, 20, 0, 4, 0xFF, 0xE3, 0xFE, 0});
-    const Frame wrongPgn = control(0, everybody, {32, 20, 0, 3, 0xFF, 0xE3, 0xFE, 4});
+    const Frame tooLong = control(0, global, {32, 0xFA, 6, 255, 0xFF, 0xE3, 0xFE, 0});
+    const Frame tooShort = control(0, global, {32, 8, 0, 2, 0xFF, 0xE3, 0xFE, 0});
+    const Frame wrongCount = control(0, global, {32, 20, 0, 4, 0xFF, 0xE3, 0xFE, 0});
+    const Frame wrongPgn = control(0, global, {32, 20, 0, 3, 0xFF, 0xE3, 0xFE, 4});
     for (const Frame& frame : {tooLong, tooShort, wrongCount, wrongPgn})
-        EXPECT_EQ(messagesIn(protocol, {frame, packet(0, everybody, 1)}), QStringList());
+        EXPECT_EQ(messagesIn(protocol, {frame, packet(0, global, 1)}), QStringList());
     EXPECT_EQ(countsOf(protocol), QString("0 4 0 4"));
 }
 
-TEST(TransportProtocol, PgnMayHaveBothDataPageBits)
+TEST(TransportProtocol, PgnsOfAllDataPagesAreAccepted)
 {
     for (const int page : {1, 2, 3}) {
         TransportProtocol protocol;
-        const Frame begin = control(0, everybody, {32, 9, 0, 2, 0xFF, 0xFF, 0xFF, page});
-        EXPECT_EQ(messagesIn(protocol, {begin, packet(0, everybody, 1), packet(0, everybody, 2)}),
+        const Frame begin = control(0, global, {32, 9, 0, 2, 0xFF, 0xFF, 0xFF, page});
+        EXPECT_EQ(messagesIn(protocol, {begin, packet(0, global, 1), packet(0, global, 2)}),
                   QStringList{QString("%1ffff00 9").arg(page)});
     }
 }
 
-TEST(TransportProtocol, NumberOfPacketsFollowsFromTheSize)
+TEST(TransportProtocol, AnnouncedNumberOfPacketsMustMatchTheSize)
 {
     for (int size = 9; size <= 1785; ++size) {
         const int packets = size / 7 + (size % 7 != 0 ? 1 : 0);
-        for (const int announcedPackets : {packets - 1, packets, packets + 1}) {
+        for (const int packetsAnnounced : {packets - 1, packets, packets + 1}) {
             TransportProtocol protocol;
             protocol.take(control(
-                0, everybody, {32, size & 0xFF, size >> 8, announcedPackets, 0xFF, 0xE3, 0xFE, 0}));
+                0, global, {32, size & 0xFF, size >> 8, packetsAnnounced, 0xFF, 0xE3, 0xFE, 0}));
             EXPECT_EQ(countsOf(protocol),
-                      QString(announcedPackets == packets ? "0 0 0 0" : "0 0 0 1"))
+                      QString(packetsAnnounced == packets ? "0 0 0 0" : "0 0 0 1"))
                 << size;
         }
     }
@@ -272,7 +272,7 @@ TEST(TransportProtocol, NumberOfPacketsFollowsFromTheSize)
 TEST(TransportProtocol, MessageHasTheTimeOfItsLastPacket)
 {
     TransportProtocol protocol;
-    QVector<Frame> frames{announced(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
+    QVector<Frame> frames{announcement(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
     for (int i = 0; i < frames.size(); ++i)
         frames[i].microseconds = 100 * (i + 1);
     protocol.take(frames.at(0));
@@ -283,28 +283,28 @@ TEST(TransportProtocol, MessageHasTheTimeOfItsLastPacket)
     EXPECT_TRUE(message->payload.extended);
 }
 
-TEST(TransportProtocol, OtherFramesAreLeftAlone)
+TEST(TransportProtocol, OtherFramesAreIgnored)
 {
     TransportProtocol protocol;
-    Frame remote = packet(0, everybody, 1);
+    Frame remote = packet(0, global, 1);
     remote.remote = true;
-    Frame standard = packet(0, everybody, 1);
+    Frame standard = packet(0, global, 1);
     standard.extended = false;
-    Frame cut = packet(0, everybody, 1);
+    Frame cut = packet(0, global, 1);
     cut.length = 7;
     EXPECT_EQ(messagesIn(protocol, {remote, standard, cut, frameOf(0xEA00, 0, 0, {1, 2, 3})}),
               QStringList());
     EXPECT_EQ(countsOf(protocol), QString("0 0 0 0"));
 }
 
-TEST(TransportProtocol, AnyFramesGiveMessagesWithinTheirLimitsOnly)
+TEST(TransportProtocol, RandomFramesNeverYieldMessagesOfInvalidLength)
 {
     std::mt19937 random(60416);
     TransportProtocol protocol;
     for (int i = 0; i < 200000; ++i) {
         const auto source = static_cast<quint8>(random() % 2);
-        const quint8 destination = random() % 2 == 0 ? everybody : 7;
-        Frame frame = announced(source, destination, static_cast<int>(random() % 60));
+        const quint8 destination = random() % 2 == 0 ? global : 7;
+        Frame frame = announcement(source, destination, static_cast<int>(random() % 60));
         if (random() % 8 != 0)
             frame = packet(source, destination, static_cast<int>(random() % 6));
         if (random() % 4 == 0)
