@@ -29,7 +29,7 @@ QList<QByteArray> linesOf(const QByteArray& content)
 
 } // namespace
 
-TEST(LineReader, GivesLinesWithoutTheirEndsOnUnixAndWindows)
+TEST(LineReader, StripsUnixAndWindowsLineEndings)
 {
     EXPECT_EQ(linesOf("one\ntwo\r\n\nfour"), (QList<QByteArray>{"one", "two", "", "four"}));
     EXPECT_EQ(linesOf(""), QList<QByteArray>());
@@ -40,7 +40,7 @@ TEST(LineReader, KeepsZeroBytes)
     EXPECT_EQ(linesOf(QByteArray("a\0b\nc", 5)), (QList<QByteArray>{QByteArray("a\0b", 3), "c"}));
 }
 
-TEST(LineReader, CutsAnEndlessLineAndGoesOnWithTheNext)
+TEST(LineReader, TruncatesAnOverlongLineAndContinuesWithTheNext)
 {
     const auto lines = linesOf(QByteArray(3 * LineReader::longestLine, 'x') + "\nnext\n");
     ASSERT_EQ(lines.size(), 2);
@@ -48,7 +48,7 @@ TEST(LineReader, CutsAnEndlessLineAndGoesOnWithTheNext)
     EXPECT_EQ(lines.at(1), "next");
 }
 
-TEST(LineReader, NamesTheFileThatCannotBeRead)
+TEST(LineReader, ErrorNamesAnUnreadableFile)
 {
     QByteArray line;
     for (const char* name : {"/nonexistent/file.log", "/"}) {

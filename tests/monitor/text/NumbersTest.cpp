@@ -17,13 +17,13 @@ TEST(NumberFormat, WholeNumbersAreExact)
     EXPECT_EQ(formatComputed(4294967295), QString("4294967295"));
 }
 
-TEST(NumberFormat, NumbersThatMayHaveBeenRoundedDoNotLookExact)
+TEST(NumberFormat, PossiblyRoundedNumbersDoNotLookExact)
 {
     EXPECT_EQ(formatMeasured(18446744073709551615.0, 1, 0), QString("1.8446744073709552e+19"));
     EXPECT_EQ(formatComputed(18446744073709551615.0), QString("1.8446744073709552e+19"));
 }
 
-TEST(NumberFormat, MeasuredValueHasTheDigitsOfItsScalingAndNoOthers)
+TEST(NumberFormat, MeasuredValueHasTheDecimalsOfItsScaling)
 {
     EXPECT_EQ(formatMeasured(653.75, 0.125, 0), QString("653.75"));
     EXPECT_EQ(formatMeasured(3 * 0.1, 0.1, 0), QString("0.3"));
@@ -34,20 +34,20 @@ TEST(NumberFormat, MeasuredValueHasTheDigitsOfItsScalingAndNoOthers)
     EXPECT_EQ(formatMeasured(2 * 1e-7 - 210, 1e-7, -210), QString("-209.9999998"));
 }
 
-TEST(NumberFormat, OddScalingShowsWhatADoubleHolds)
+TEST(NumberFormat, UnusualScalingShowsThePrecisionOfDouble)
 {
     EXPECT_EQ(formatMeasured(1.0 / 3.0, 1.0 / 3.0, 0), QString("0.333333333333333"));
     EXPECT_EQ(formatMeasured(3e-200, 1e-200, 0), QString("3e-200"));
 }
 
-TEST(NumberFormat, MedianMayLieHalfWay)
+TEST(NumberFormat, MedianCanLieHalfwayBetweenTwoSteps)
 {
     EXPECT_EQ(formatMedian(77.53125, 0.03125, -273), QString("77.53125"));
     EXPECT_EQ(formatMedian(0.5, 1, 0), QString("0.5"));
     EXPECT_EQ(formatMedian((0.1 + 0.2) / 2, 0.1, 0), QString("0.15"));
 }
 
-TEST(NumberFormat, ComputedStatisticHasNineDigitsAndThreeDecimals)
+TEST(NumberFormat, ComputedStatisticHas9DigitsAndAtLeast3Decimals)
 {
     EXPECT_EQ(formatComputed(650.048569070), QString("650.048569"));
     EXPECT_EQ(formatComputed(1.583773539), QString("1.58377354"));

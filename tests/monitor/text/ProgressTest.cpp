@@ -7,13 +7,13 @@ using monitor::Progress;
 namespace
 {
 
-/// What is written while a work of ten parts goes on.
-QString written(bool onTerminal, std::chrono::milliseconds patience)
+/// The text written during work in ten steps.
+QString written(bool onTerminal, std::chrono::milliseconds delay)
 {
     QString text;
     QTextStream stream(&text);
     {
-        Progress progress(stream, "reading", onTerminal, patience);
+        Progress progress(stream, "reading", onTerminal, delay);
         for (int done = 1; done <= 10; ++done)
             progress.update(done, 10);
     }
@@ -22,24 +22,24 @@ QString written(bool onTerminal, std::chrono::milliseconds patience)
 
 } // namespace
 
-TEST(Progress, ShowsTheProgressOfLongWorkAndIsRemovedAtTheEnd)
+TEST(Progress, IsShownForLongWorkAndRemovedAtTheEnd)
 {
     const QString text = written(true, std::chrono::milliseconds(0));
     EXPECT_TRUE(text.startsWith("\r\033[Kreading 10 %\r")) << text.toStdString();
     EXPECT_TRUE(text.endsWith("\r\r\033[K")) << text.toStdString();
 }
 
-TEST(Progress, WorkThatIsDoneSoonShowsNothing)
+TEST(Progress, IsNotShownForShortWork)
 {
     EXPECT_EQ(written(true, std::chrono::hours(1)), QString());
 }
 
-TEST(Progress, NothingIsWrittenElsewhereThanOnATerminal)
+TEST(Progress, IsShownOnATerminalOnly)
 {
     EXPECT_EQ(written(false, std::chrono::milliseconds(0)), QString());
 }
 
-TEST(Progress, WorkOfUnknownExtentShowsNothing)
+TEST(Progress, IsNotShownIfTheTotalIsUnknown)
 {
     QString text;
     QTextStream stream(&text);

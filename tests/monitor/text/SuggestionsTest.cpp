@@ -16,38 +16,38 @@ const QStringList& engineNames()
 
 } // namespace
 
-TEST(Suggestions, OneWrongLetterOfAnyKindLeadsToTheName)
+TEST(Suggestions, AnySingleTypoIsRecognised)
 {
     for (const char* misspelt : {"EngineSped", "EngineSpeeed", "EngineSpeet", "EngineSpede"})
         EXPECT_EQ(nearNames(misspelt, engineNames()).value(0), "EngineSpeed") << misspelt;
 }
 
-TEST(Suggestions, ANameInTheWrongCaseIsTheNearest)
+TEST(Suggestions, NameInDifferentCaseIsTheNearest)
 {
     EXPECT_EQ(nearNames("enginespeed", {"EngineSpeed2", "EngineSpeed"}).value(0), "EngineSpeed");
 }
 
-TEST(Suggestions, SwappedNeighboursAreOneMistake)
+TEST(Suggestions, SwappedNeighboursCountAsOneTypo)
 {
-    // Two mistakes would be more than a third of four letters.
+    // Two typos would be more than a third of four letters.
     EXPECT_EQ(nearNames("lvie", {"live"}), QStringList{"live"});
     EXPECT_EQ(nearNames("evil", {"live"}), QStringList());
 }
 
-TEST(Suggestions, AThirdOfTheLettersMayDiffer)
+TEST(Suggestions, UpToAThirdOfTheLettersCanDiffer)
 {
     EXPECT_EQ(nearNames("abcdXX", {"abcdef"}), QStringList{"abcdef"});
     EXPECT_EQ(nearNames("abcXXX", {"abcdef"}), QStringList());
     EXPECT_EQ(nearNames("ab", {"ac"}), QStringList());
 }
 
-TEST(Suggestions, PartOfANameLeadsToTheNamesThatHaveIt)
+TEST(Suggestions, PartOfANameSuggestsTheNamesThatContainIt)
 {
     EXPECT_EQ(nearNames("speed", engineNames()), (QStringList{"WheelSpeed", "EngineSpeed"}));
     EXPECT_EQ(nearNames("e", engineNames()), QStringList());
 }
 
-TEST(Suggestions, TheNearestThreeComeInOrderAndOnce)
+TEST(Suggestions, ThreeNearestNamesAreSuggestedInOrderWithoutDuplicates)
 {
     const QStringList candidates{"Signal123", "Signal12", "Signal1", "Signal1", "Signal12345"};
     EXPECT_EQ(nearNames("Signal1", candidates), (QStringList{"Signal1", "Signal12", "Signal123"}));
@@ -61,7 +61,7 @@ TEST(Suggestions, NothingIsSuggestedIfNoNameIsSimilar)
     EXPECT_EQ(didYouMean("Torque", engineNames()), QString());
 }
 
-TEST(Suggestions, AQuestionNamesThemAll)
+TEST(Suggestions, QuestionListsAllSuggestions)
 {
     EXPECT_EQ(didYouMean("EngineSped", {"EngineSpeed"}), " (did you mean EngineSpeed?)");
     EXPECT_EQ(didYouMean("axx", {"axxb", "axxc", "axxd"}), " (did you mean axxb, axxc or axxd?)");

@@ -5,7 +5,7 @@
 using monitor::Alignment;
 using monitor::formatTable;
 
-TEST(Table, AlignsItsColumns)
+TEST(Table, AlignsColumns)
 {
     EXPECT_EQ(
         formatTable({{"name", Alignment::Left}, {"n", Alignment::Right}, {"u", Alignment::Left}},
@@ -15,7 +15,7 @@ TEST(Table, AlignsItsColumns)
                           "T      1234  °C\n"));
 }
 
-TEST(Table, EmptyCellIsADash)
+TEST(Table, EmptyCellsAreShownAsDashes)
 {
     EXPECT_EQ(formatTable({{"a", Alignment::Left}, {"b", Alignment::Right}}, {{"", ""}}),
               QString("a  b\n-  -\n"));

@@ -2,7 +2,7 @@
 
 #include <text/Problems.h>
 
-/// The problems as the program prints them, each line ended by a line feed.
+/// The problems as the program prints them, each followed by a line feed.
 inline QString textOf(const monitor::Problems& problems)
 {
     QString text;
