@@ -23,7 +23,7 @@ QString write(const QTemporaryDir& directory, const QByteArray& log)
 
 } // namespace
 
-TEST(Bus, LiveShowsTheStatisticsThatAReplayOfWhatIsSentShows)
+TEST(Bus, LiveShowsTheSameStatisticsAsReplay)
 {
     const SimulatedBus bus;
     LiveRun live(bus);
@@ -35,7 +35,7 @@ TEST(Bus, LiveShowsTheStatisticsThatAReplayOfWhatIsSentShows)
     EXPECT_TRUE(run.output.contains("frames      1371\n"));
 }
 
-TEST(Bus, LiveTakesTheOptionsOfAReplay)
+TEST(Bus, LiveAcceptsTheOptionsOfReplay)
 {
     const QStringList options{"--format", "json",    "--k",      "2",
                               "--signal", "Engine*", "--limits", "EngineSpeed=600:2200"};
@@ -48,7 +48,7 @@ TEST(Bus, LiveTakesTheOptionsOfAReplay)
     EXPECT_TRUE(run.output.contains("\"EngineSpeed\""));
 }
 
-TEST(Bus, TwoListenersHearTheSame)
+TEST(Bus, TwoListenersReceiveTheSame)
 {
     const SimulatedBus bus;
     LiveRun first(bus, {"--frames", "1371"});
@@ -59,8 +59,8 @@ TEST(Bus, TwoListenersHearTheSame)
     EXPECT_EQ(first.waitForEnd().output, expected);
 }
 
-// 0.4 s of recording in 0.1 s, and what has an earlier time or none at once.
-TEST(Bus, RecordingIsSentWithItsWaitsWhateverItsTimes)
+// 0.4 s of recording take 0.1 s. Frames with an earlier time or without one are sent at once.
+TEST(Bus, RecordingIsSentDespiteBackwardAndMissingTimes)
 {
     const QTemporaryDir directory;
     const QString recording = write(directory, " (1000.0)  can0  123   [2]  11 22\n"
@@ -80,7 +80,7 @@ TEST(Bus, RecordingIsSentWithItsWaitsWhateverItsTimes)
     EXPECT_TRUE(live.end().output.contains("frames      4\ndecoded     0\n"));
 }
 
-TEST(Bus, FramesOfCanFdAreSentAndReceivedIfThatIsAskedFor)
+TEST(Bus, CanFdFramesRequireTheOptionFd)
 {
     const QTemporaryDir directory;
     const QString recording =
@@ -94,7 +94,7 @@ TEST(Bus, FramesOfCanFdAreSentAndReceivedIfThatIsAskedFor)
     EXPECT_TRUE(live.end().output.contains("frames      1\n"));
 }
 
-TEST(Bus, LiveEndsByItselfWhenItsTimeIsOver)
+TEST(Bus, LiveEndsAfterItsDuration)
 {
     const SimulatedBus bus;
     LiveRun live(bus, {"--duration", "0.1"});
@@ -105,10 +105,10 @@ TEST(Bus, LiveEndsByItselfWhenItsTimeIsOver)
                                 sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") + '\n');
 }
 
-TEST(Bus, LostConnectionEndsWithTheStatisticsSoFarAndExitCode2)
+TEST(Bus, LostConnectionPrintsTheStatisticsSoFarWithExitCode2)
 {
     const SimulatedBus bus;
-    LiveRun host(bus); // the first program on this kind of bus is the bus
+    LiveRun host(bus); // the first program on a virtualcan bus hosts it
     LiveRun live(bus);
     host.kill();
     const MonitorRun run = live.waitForEnd();
@@ -117,7 +117,7 @@ TEST(Bus, LostConnectionEndsWithTheStatisticsSoFarAndExitCode2)
     EXPECT_TRUE(run.messages.endsWith(bus.name() + ": connection lost\n"));
 }
 
-TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
+TEST(Bus, FailedConnectionIsReportedWithExitCode2)
 {
     const MonitorRun noPlugin = liveOn("nonsense", "can0");
     EXPECT_EQ(noPlugin.exitCode, 2);
@@ -130,7 +130,7 @@ TEST(Bus, BusThatCannotBeConnectedIsExitCode2AndAMessageThatSaysWhy)
     EXPECT_EQ(noDevice.output, QString());
 }
 
-TEST(Bus, RecordingWithoutAFrameToSendIsExitCode1AndAMessageWithItsName)
+TEST(Bus, RecordingWithNothingToSendIsReportedWithExitCode1)
 {
     const QTemporaryDir directory;
     for (const char* log : {"", "nonsense\n", "(1.0) can0 20000088#0000000000000000\n"}) {
@@ -143,7 +143,7 @@ TEST(Bus, RecordingWithoutAFrameToSendIsExitCode1AndAMessageWithItsName)
     }
 }
 
-TEST(Bus, RecordingThatCannotBeReadIsNotSent)
+TEST(Bus, UnreadableRecordingIsReportedWithExitCode2)
 {
     const SimulatedBus bus;
     const MonitorRun run = runMonitor(QStringList{"send", "/nonsense.log"} + bus.options());

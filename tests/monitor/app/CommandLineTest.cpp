@@ -30,7 +30,7 @@ Command read(const QStringList& arguments)
     return monitor::readCommandLine(QStringList("vantrel") + arguments);
 }
 
-/// The error of the arguments, empty if they are accepted.
+/// The error in the arguments; empty if they are accepted.
 QString errorOf(const QStringList& arguments)
 {
     const Command command = read(arguments);
@@ -38,7 +38,7 @@ QString errorOf(const QStringList& arguments)
     return error ? error->text : QString();
 }
 
-/// The options of an accepted command, default ones of a command that is refused or another.
+/// The options of an accepted command; default ones if it is rejected or not the expected command.
 template <typename CommandOptions>
 CommandOptions accepted(const QStringList& arguments)
 {
@@ -57,7 +57,7 @@ QString helpOf(const QStringList& arguments)
     return help ? help->text : QString();
 }
 
-/// What each option accepts and refuses, and in which commands.
+/// The commands that an option belongs to, and valid and invalid values of it.
 struct OptionCase {
     QString name;
     QStringList commands;
@@ -104,8 +104,8 @@ QVector<OptionCase> optionCases()
     return cases;
 }
 
-/// Arguments that \a command accepts if \a option, with its value, is added to them.
-QStringList without(const QString& option, const QString& command)
+/// Arguments that \a command accepts once \a option and its value are added.
+QStringList argumentsFor(const QString& option, const QString& command)
 {
     QStringList arguments{command};
     if (QStringList{"replay", "send", "show"}.contains(command))
@@ -133,7 +133,7 @@ QStringList commandNames()
 
 } // namespace
 
-TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
+TEST(CommandLine, ReplayTakesARecordingADescriptionAndK)
 {
     const auto options = accepted<ReplayOptions>(replay + QStringList{"--k", "1.5"});
     EXPECT_EQ(options.recording, QString("bus.log"));
@@ -144,7 +144,7 @@ TEST(CommandLine, ReplayTakesARecordingADescriptionAndAFactor)
     EXPECT_EQ(options.k, 1.5);
 }
 
-TEST(CommandLine, OptionsMayComeBeforeTheCommandAndWithAnEqualsSign)
+TEST(CommandLine, OptionsCanPrecedeTheCommandAndUseAnEqualsSign)
 {
     const auto options =
         accepted<ReplayOptions>({"--dbc=bus.dbc", "replay", "-k", "2", "bus.log", "--config=c"});
@@ -154,7 +154,7 @@ TEST(CommandLine, OptionsMayComeBeforeTheCommandAndWithAnEqualsSign)
     EXPECT_EQ(options.config, QString("c"));
 }
 
-TEST(CommandLine, OptionsThatAreNotGivenHaveTheirDefaults)
+TEST(CommandLine, OmittedOptionsHaveDefaults)
 {
     const auto options = accepted<ReplayOptions>(replay);
     EXPECT_EQ(options.k, std::nullopt);
@@ -172,13 +172,13 @@ TEST(CommandLine, OptionsThatAreNotGivenHaveTheirDefaults)
     EXPECT_EQ(accepted<SendOptions>(send).speed, 1);
 }
 
-TEST(CommandLine, FilesToWriteAndRecordsToKeepAreRead)
+TEST(CommandLine, OutputFilesAndKeptRecordsAreRead)
 {
     const auto options = accepted<ReplayOptions>(
         replay + QStringList{"--keep", "50", "--plot", "plots", "--save", "run.series"});
     EXPECT_EQ(options.keptRecords, 50);
     ASSERT_EQ(options.files.size(), 2);
-    EXPECT_STREQ(options.files.at(0).kind->name, "save"); // plots may take long
+    EXPECT_STREQ(options.files.at(0).kind->name, "save"); // before the plots, which may take long
     EXPECT_EQ(options.files.at(0).path, QString("run.series"));
     EXPECT_STREQ(options.files.at(1).kind->name, "plot");
     EXPECT_EQ(options.files.at(1).path, QString("plots"));
@@ -200,7 +200,7 @@ TEST(CommandLine, FormatIsTheNameOfAPrintedOutput)
               "option --format needs " + monitor::joinWords(names, "or"));
 }
 
-TEST(CommandLine, EachNodeBelongsToTheDescriptionAtItsPlace)
+TEST(CommandLine, NodesBelongToDescriptionsInOrder)
 {
     const auto options =
         accepted<ReplayOptions>({"replay", "bus.log", "--eds", "a.eds", "--dbc", "bus.dbc",
@@ -215,7 +215,7 @@ TEST(CommandLine, EachNodeBelongsToTheDescriptionAtItsPlace)
     EXPECT_EQ(options.descriptions.at(2).file.node, 127);
 }
 
-TEST(CommandLine, DescriptionsAndNodesMustBePairs)
+TEST(CommandLine, DescriptionsAndNodesMustComeInPairs)
 {
     EXPECT_EQ(errorOf({"replay", "bus.log"}),
               QString("replay needs a description of the messages: --dbc FILE.dbc or --eds "
@@ -230,7 +230,7 @@ TEST(CommandLine, DescriptionsAndNodesMustBePairs)
               QString("replay needs a different node for each file, but --node 5 is repeated"));
 }
 
-TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
+TEST(CommandLine, SignalsAndLimitsCanBeRepeated)
 {
     const auto options = accepted<ReplayOptions>(
         replay + QStringList{"--signal", "Engine*", "--signal", "Speed", "--limits",
@@ -245,7 +245,7 @@ TEST(CommandLine, SignalsAndLimitsMayBeRepeated)
     EXPECT_EQ(options.limits.at(1).limits->highest, -0.001);
 }
 
-TEST(CommandLine, LiveTakesABusAndTheOptionsOfAReplay)
+TEST(CommandLine, LiveTakesABusAndTheOptionsOfReplay)
 {
     const auto options = accepted<LiveOptions>(
         live + QStringList{"--k", "2", "--format", "json", "--bitrate", "500000", "--duration",
@@ -261,7 +261,7 @@ TEST(CommandLine, LiveTakesABusAndTheOptionsOfAReplay)
     EXPECT_EQ(options.leastRating, 20);
 }
 
-TEST(CommandLine, WindowIsLiveInAWindow)
+TEST(CommandLine, WindowTakesTheOptionsOfLive)
 {
     const auto options = accepted<LiveOptions>(QStringList("window") + live.mid(1) +
                                                QStringList{"--duration", "1.5"});
@@ -278,7 +278,7 @@ TEST(CommandLine, SendTakesARecordingABusAndASpeed)
     EXPECT_TRUE(accepted<SendOptions>(send + QStringList{"--fd"}).bus.fd);
 }
 
-TEST(CommandLine, ShowTakesAFileAndAFactor)
+TEST(CommandLine, ShowTakesAFileAndK)
 {
     const auto options = accepted<ShowOptions>({"show", "a.series", "--k", "2", "--plot", "plots"});
     EXPECT_EQ(options.file, QString("a.series"));
@@ -311,7 +311,7 @@ TEST(CommandLine, UnknownCommandIsAnErrorWithASuggestion)
               QString("no command given (available: replay, live, window, send, show)"));
 }
 
-TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionOfTheSameCommand)
+TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionForTheSameCommand)
 {
     EXPECT_EQ(errorOf({"replay", "bus.log", "--dcb", "bus.dbc"}),
               QString("unknown option --dcb (did you mean --dbc?)"));
@@ -323,14 +323,14 @@ TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionOfTheSameCommand)
     EXPECT_EQ(errorOf(replay + QStringList{"-x"}), QString("unknown option -x"));
 }
 
-TEST(CommandLine, UsageErrorKnowsTheCommandWhoseHelpHelps)
+TEST(CommandLine, UsageErrorNamesTheCommand)
 {
     EXPECT_EQ(std::get<monitor::UsageError>(read({"live", "x"})).command, QString("live"));
     EXPECT_EQ(std::get<monitor::UsageError>(read({"live", "--frob"})).command, QString("live"));
     EXPECT_EQ(std::get<monitor::UsageError>(read({"frob"})).command, QString());
 }
 
-TEST(CommandLine, ErrorsOfValuesSayWhatIsNeeded)
+TEST(CommandLine, ErrorsInValuesSayWhatIsNeeded)
 {
     const auto replayError = [](const QStringList& options) { return errorOf(replay + options); };
     EXPECT_EQ(replayError({"--keep", "1"}),
@@ -359,7 +359,7 @@ TEST(CommandLine, ErrorsOfValuesSayWhatIsNeeded)
     EXPECT_EQ(errorOf(send + QStringList{"--fd=yes"}), QString("Unexpected value after '--fd'."));
 }
 
-TEST(CommandLine, HelpListsTheCommandsAndTheFormatsOfRecordings)
+TEST(CommandLine, HelpListsCommandsAndRecordingFormats)
 {
     for (const char* option : {"--help", "-h"}) {
         const QString help = helpOf({option});
@@ -371,7 +371,7 @@ TEST(CommandLine, HelpListsTheCommandsAndTheFormatsOfRecordings)
     }
 }
 
-TEST(CommandLine, HelpOfACommandNeedsNothingElse)
+TEST(CommandLine, HelpOfACommandNeedsNoOtherArguments)
 {
     EXPECT_TRUE(helpOf({"send", "--help"}).startsWith("Usage: vantrel send FILE [OPTION]...\n"));
     EXPECT_TRUE(helpOf({"-h", "window"}).startsWith("Usage: vantrel window [OPTION]...\n"));
@@ -379,7 +379,7 @@ TEST(CommandLine, HelpOfACommandNeedsNothingElse)
     EXPECT_TRUE(helpOf({"replay", "--help"}).contains("node given by --node. May be repeated.\n"));
 }
 
-TEST(CommandLine, HelpFitsOnAScreenOf80Columns)
+TEST(CommandLine, HelpFitsInto80Columns)
 {
     QStringList texts{helpOf({"--help"})};
     for (const QString& command : commandNames())
@@ -393,7 +393,7 @@ TEST(CommandLine, VersionNeedsNoCommand)
     EXPECT_TRUE(std::holds_alternative<monitor::VersionRequest>(read({"--version"})));
 }
 
-TEST(OptionTable, HasNoNameTwice)
+TEST(OptionTable, NamesAreUnique)
 {
     QSet<QString> names{"h", "help", "version"};
     const int others = names.size();
@@ -402,7 +402,7 @@ TEST(OptionTable, HasNoNameTwice)
     EXPECT_EQ(names.size(), monitor::optionRows().size() + others);
 }
 
-TEST(OptionTable, EveryOptionIsOneOfTheTestedOnes)
+TEST(OptionTable, EveryOptionHasATestCase)
 {
     QStringList rows;
     for (const OptionRow& row : monitor::optionRows())
@@ -415,7 +415,7 @@ TEST(OptionTable, EveryOptionIsOneOfTheTestedOnes)
     EXPECT_EQ(rows.join(' ').toStdString(), tested.join(' ').toStdString());
 }
 
-TEST(OptionTable, EveryOptionIsTakenByItsCommandsAndRefusedByOthers)
+TEST(OptionTable, OptionsAreAcceptedByTheirCommandsOnly)
 {
     for (const OptionCase& option : optionCases()) {
         const QString given = "--" + option.name;
@@ -423,7 +423,7 @@ TEST(OptionTable, EveryOptionIsTakenByItsCommandsAndRefusedByOthers)
             QStringList arguments{given};
             if (!option.valid.isEmpty())
                 arguments += option.valid.first();
-            arguments += without(option.name, command);
+            arguments += argumentsFor(option.name, command);
             const QString error = errorOf(arguments);
             if (option.commands.contains(command))
                 EXPECT_EQ(error, QString()) << arguments.join(' ').toStdString();
@@ -437,7 +437,7 @@ TEST(OptionTable, EveryOptionIsTakenByItsCommandsAndRefusedByOthers)
               QString("option --fd belongs to live, window and send, not to replay"));
 }
 
-TEST(OptionTable, EveryOptionIsInTheHelpOfItsCommandsAndOfNoOther)
+TEST(OptionTable, OptionsAreInTheHelpOfTheirCommandsOnly)
 {
     for (const OptionCase& option : optionCases()) {
         for (const QString& command : commandNames()) {
@@ -448,10 +448,10 @@ TEST(OptionTable, EveryOptionIsInTheHelpOfItsCommandsAndOfNoOther)
     }
 }
 
-TEST(OptionTable, EveryOptionAcceptsItsValuesAndNoOthers)
+TEST(OptionTable, OptionsAcceptValidValuesOnly)
 {
     for (const OptionCase& option : optionCases()) {
-        const QStringList arguments = without(option.name, option.commands.first());
+        const QStringList arguments = argumentsFor(option.name, option.commands.first());
         for (const QString& value : option.valid) {
             const QString given = "--" + option.name + "=" + value;
             EXPECT_EQ(errorOf(arguments + QStringList{given}), QString()) << given.toStdString();
@@ -464,10 +464,10 @@ TEST(OptionTable, EveryOptionAcceptsItsValuesAndNoOthers)
     }
 }
 
-TEST(OptionTable, EveryOptionIsGivenOnceUnlessItMayBeRepeated)
+TEST(OptionTable, OnlyRepeatableOptionsCanBeRepeated)
 {
     for (const OptionCase& option : optionCases()) {
-        QStringList arguments = without(option.name, option.commands.first());
+        QStringList arguments = argumentsFor(option.name, option.commands.first());
         const QString error = QString("option --%1 can be given only once").arg(option.name);
         const QString value = option.valid.isEmpty() ? QString() : "=" + option.valid.first();
         arguments += {"--" + option.name + value, "--" + option.name + value};
@@ -478,7 +478,7 @@ TEST(OptionTable, EveryOptionIsGivenOnceUnlessItMayBeRepeated)
 namespace
 {
 
-/// The rows of the table in the manual whose header begins with \a title, as the cells of each.
+/// The cells of each row in the table of the manual whose header begins with \a title.
 QVector<QStringList> manualTable(const QString& title)
 {
     QFile manual(MANUAL);
@@ -514,7 +514,7 @@ TEST(Manual, ListsAllOptionsWithTheirCommands)
     }
 }
 
-TEST(Manual, ListsTheFormatsOfDescriptions)
+TEST(Manual, ListsTheDescriptionFormats)
 {
     const QVector<QStringList> rows = manualTable("description");
     ASSERT_EQ(rows.size(), monitor::descriptionReaders().size());
@@ -527,7 +527,7 @@ TEST(Manual, ListsTheFormatsOfDescriptions)
     }
 }
 
-TEST(Manual, ListsTheFormatsOfRecordings)
+TEST(Manual, ListsTheRecordingFormats)
 {
     const QVector<QStringList> rows = manualTable("recording");
     ASSERT_EQ(rows.size(), monitor::recordingFormats().size());

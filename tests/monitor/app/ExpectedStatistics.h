@@ -19,9 +19,9 @@ inline QByteArray contentOf(const QString& fileName)
     return file.readAll();
 }
 
-/// The figures of a sample that have been computed independently: name, source, count, newest,
-/// average, deviation, minimum, maximum, median, rating, the ends of the band, deviators, n/a and
-/// error of each signal.
+/// The independently computed statistics of a sample. Each row contains name, source, count,
+/// newest, average, deviation, minimum, maximum, median, rating, both ends of the band, deviators,
+/// n/a and error of a signal.
 inline QList<QStringList> expectedRows(const QString& file)
 {
     QList<QStringList> rows;
@@ -30,7 +30,7 @@ inline QList<QStringList> expectedRows(const QString& file)
     return rows;
 }
 
-/// Texts are equal; numbers agree in nine significant digits, rounded.
+/// Compares numbers to nine significant digits, and other text exactly.
 inline void expectSame(const QString& shown, const QString& expected, const QString& where)
 {
     bool isNumber = false;

@@ -4,7 +4,7 @@
 
 #include <csignal>
 
-/// Lets no file of the process grow longer than \a bytes while it lives, as if the disk were full.
+/// While it exists, no file of the process can grow beyond \a bytes, as if the disk were full.
 class FileSizeLimit
 {
 public:
@@ -26,5 +26,5 @@ public:
 
 private:
     rlimit before{};
-    void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN); // which would end the process
+    void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN); // the default action ends the process
 };

@@ -2,7 +2,7 @@
 
 #include "../sources/bus/SimulatedBus.h"
 
-/// `monitor live` beside the test, or `monitor window`.
+/// `vantrel live` or `vantrel window` in the background.
 class LiveRun
 {
 public:

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-/// A finished run of the monitor.
+/// The result of a run of the program.
 struct MonitorRun {
     int exitCode = -1;
     QString output;
@@ -26,7 +26,7 @@ inline MonitorRun runMonitor(const QStringList& arguments)
     return run;
 }
 
-/// Runs the monitor over files of the test's own.
+/// Runs the program on files that the test writes.
 class MonitorFiles : public testing::Test
 {
 protected:

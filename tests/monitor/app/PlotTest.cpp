@@ -8,12 +8,12 @@
 namespace
 {
 
-/// The colours of what is plotted, without the shades at the edges of lines.
+/// The colours of the plots, without the shades at the edges of lines.
 const QColor deviatorColor(0xd0, 0x10, 0x30);
 const QColor bandColor(0xd9, 0xee, 0xd9);
 
-/// EngineSpeed once a second: 150 rpm, a peak of 1000 rpm in the middle, and no frame in the last
-/// quarter but at its end, with 400 rpm.
+/// EngineSpeed once a second for 100 s: 150 rpm, with a peak of 1000 rpm at 50 s, no frames between
+/// 75 s and 100 s, and 400 rpm at the end.
 QByteArray speedLog()
 {
     QByteArray log;
@@ -37,7 +37,7 @@ protected:
                       {"--plot", plots});
     }
 
-    /// The row below the title and the legend, which the overview does not have.
+    /// The first row below the title and the legend, which are missing in the overview.
     static int firstRowOf(const QImage& image) { return image.height() < 300 ? 0 : 100; }
 
     /// The leftmost and rightmost column with a pixel of \a color.
@@ -66,8 +66,8 @@ TEST_F(Plots, EverySignalHasAPlotAndAllAreInTheOverview)
               (QStringList{"EngineSpeed-0.png", "overview.png"}));
 }
 
-// The band goes over the whole time, so the peak has to be in its middle.
-TEST_F(Plots, PeakIsMarkedWhereItWas)
+// The band covers the whole time, so the peak must be in the middle of it.
+TEST_F(Plots, PeakIsMarkedAtItsTime)
 {
     plot(speedLog(), path("plots"));
     for (const char* file : {"plots/EngineSpeed-0.png", "plots/overview.png"}) {
@@ -119,7 +119,7 @@ TEST_F(Plots, NamesBecomeDistinctFileNames)
         (QStringList{"___Speed-5-2.png", "___speed-5.png", "overview-5.png", "overview.png"}));
 }
 
-TEST_F(Plots, OverviewShowsTheFirstHundredSignalsAndSaysSo)
+TEST_F(Plots, OverviewIsLimitedTo100SignalsAndTheLimitIsReported)
 {
     QByteArray log;
     for (int source = 0; source <= 100; ++source)
@@ -133,7 +133,7 @@ TEST_F(Plots, OverviewShowsTheFirstHundredSignalsAndSaysSo)
     EXPECT_EQ(QImage(path("plots/overview.png")).height(), 100 * 220);
 }
 
-TEST_F(Plots, RecordingWithoutTimesIsPlottedToo)
+TEST_F(Plots, RecordingWithoutTimesIsPlotted)
 {
     const MonitorRun run = plot("  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
                                 "  can0  0CF00400   [8]  FF FF FF 40 06 FF FF FF\n",
@@ -142,7 +142,7 @@ TEST_F(Plots, RecordingWithoutTimesIsPlottedToo)
     EXPECT_FALSE(QImage(path("plots/EngineSpeed-0.png")).isNull());
 }
 
-TEST_F(Plots, NoValueIsAMessageAndNoPlot)
+TEST_F(Plots, NothingIsPlottedWithoutValues)
 {
     const MonitorRun run = plot("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", path("plots"));
     EXPECT_EQ(run.exitCode, 0);
@@ -150,7 +150,7 @@ TEST_F(Plots, NoValueIsAMessageAndNoPlot)
     EXPECT_TRUE(QDir(path("plots")).entryList(QDir::Files).isEmpty());
 }
 
-TEST_F(Plots, PlaceThatCannotBeWrittenIsExitCode2AndAMessageWithItsName)
+TEST_F(Plots, UnwritableTargetIsReportedWithExitCode2)
 {
     const QString file = write("file", "");
     MonitorRun run = plot(speedLog(), file);

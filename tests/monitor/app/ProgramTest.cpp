@@ -14,7 +14,8 @@ using Program = MonitorFiles;
 
 } // namespace
 
-// 800, 1600 and 2400 bits are 100, 200 and 300 rpm: mean 200, deviation 100 x root of 2/3.
+// The raw values 800, 1600 and 2400 are 100, 200 and 300 rpm, with the mean 200 and the deviation
+// 100 * sqrt(2 / 3).
 TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
 {
     const MonitorRun run = replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
@@ -34,7 +35,7 @@ TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
                       "errors 0 unreadable 0"));
 }
 
-TEST_F(Program, ChosenSignalsAloneAreShownAndGivenLimitsRateThem)
+TEST_F(Program, OnlyChosenSignalsAreShownAndLimitsRateThem)
 {
     const QByteArray dbc = speedDbc + " SG_ Torque : 16|8@1+ (1,-125) [0|0] \"%\" X\n";
     const QByteArray log = "(1.0) can0 0CF00400#FFFF8C2003FFFFFF\n"
@@ -50,7 +51,7 @@ TEST_F(Program, ChosenSignalsAloneAreShownAndGivenLimitsRateThem)
                     .output.contains("limits      Torque: 0 .. 100\n"));
 }
 
-TEST_F(Program, PatternWithoutASignalIsExitCode2)
+TEST_F(Program, PatternThatMatchesNoSignalIsExitCode2)
 {
     for (const char* option : {"--signal", "--limits"}) {
         const MonitorRun run = replay("", speedDbc, {option, "Nothing=1:2"});
@@ -59,13 +60,13 @@ TEST_F(Program, PatternWithoutASignalIsExitCode2)
     }
 }
 
-TEST_F(Program, ControlCharactersInNamesDoNotReachTheTerminalByMessages)
+TEST_F(Program, ControlCharactersInErrorsDoNotReachTheTerminal)
 {
     const MonitorRun run = replay("", speedDbc, {"--signal", "\x1b[2JNothing"});
     EXPECT_EQ(run.messages, QString("no signal matches \" [2JNothing\"\n"));
 }
 
-TEST_F(Program, FramesThatAreDecodedByThemselvesAndInAMessageCountOnce)
+TEST_F(Program, FramesDecodedAloneAndAsPartOfAMessageCountOnce)
 {
     const MonitorRun run = replay("(1.0) can0 1CECFF05#200A0002FFE0FE00\n"
                                   "(1.1) can0 1CEBFF05#0101020304050607\n"
@@ -79,7 +80,7 @@ TEST_F(Program, FramesThatAreDecodedByThemselvesAndInAMessageCountOnce)
         << run.output.toStdString();
 }
 
-TEST_F(Program, LinesThatAreNotFramesAreReportedWithTheirNumbersAndTheRestIsUsed)
+TEST_F(Program, UnreadableLinesAreReportedByNumberAndTheRestIsUsed)
 {
     const MonitorRun run = replay("# comment\n\nnonsense\n"
                                   "(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n"
@@ -93,7 +94,7 @@ TEST_F(Program, LinesThatAreNotFramesAreReportedWithTheirNumbersAndTheRestIsUsed
     EXPECT_TRUE(run.output.contains("frames      1\n"));
 }
 
-TEST_F(Program, WhatIsLostOrAnErrorIsCountedApart)
+TEST_F(Program, LostFramesAndErrorFramesAreCountedSeparately)
 {
     const MonitorRun run = replay(" (000.000000)  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
                                   " (000.000100)  can0  20000088   [8]  00 00 00 00 00 00 00 00"
@@ -109,8 +110,8 @@ TEST_F(Program, WhatIsLostOrAnErrorIsCountedApart)
         << run.output.toStdString();
 }
 
-// Two nodes of one kind; 300 and -300 have the mean 0 and the deviation 300.
-TEST_F(Program, ObjectsOfCanopenNodesAreShownByNode)
+// Two nodes of the same type. 300 and -300 have the mean 0 and the deviation 300.
+TEST_F(Program, CanopenObjectsAreShownByNode)
 {
     const QString eds = write("drive.eds", "[1800Sub1]\nDefaultValue=$NODEID+0x40000180\n"
                                            "[1a00sub0]\nDefaultValue=3\n"
@@ -133,8 +134,8 @@ TEST_F(Program, ObjectsOfCanopenNodesAreShownByNode)
                       "Uptime,canopen,7,1,0,0,1,,,,,,,,,,\r\n"));
 }
 
-// The message is announced with 20 bytes: the signal lies in bytes 15 and 16, in the third packet.
-TEST_F(Program, MessageOfSeveralFramesIsDecoded)
+// A message of 20 bytes is announced. The signal is in bytes 15 and 16, in the third packet.
+TEST_F(Program, MultiFrameMessageIsDecoded)
 {
     const QByteArray dbc = "BO_ 2566849278 Long: 20 X\n"
                            " SG_ Mass : 120|16@1+ (2,0) [0|0] \"kg\" X\n";
@@ -151,7 +152,7 @@ TEST_F(Program, MessageOfSeveralFramesIsDecoded)
         "transport   1 message(s), 0 interrupted; packets: 0 lost, 0 out of order\n"));
 }
 
-TEST_F(Program, ConfigurationScalesAndRatesAndOptionsTakePrecedence)
+TEST_F(Program, ConfigurationScalesAndRatesButOptionsTakePrecedence)
 {
     const QString eds = write("drive.eds", "[1800sub1]\nDefaultValue=0x185\n"
                                            "[1A00sub1]\nDefaultValue=0x60440010\n"
@@ -168,7 +169,7 @@ TEST_F(Program, ConfigurationScalesAndRatesAndOptionsTakePrecedence)
               QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm"));
 }
 
-TEST_F(Program, LastPatternOfTheConfigurationSaysWhatIsReserved)
+TEST_F(Program, LastMatchingPatternDecidesWhetherValuesAreReserved)
 {
     const auto countsWith = [this](const char* config) {
         const MonitorRun run = replay("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", speedDbc,
@@ -181,7 +182,7 @@ TEST_F(Program, LastPatternOfTheConfigurationSaysWhatIsReserved)
               QString("1,0"));
 }
 
-TEST_F(Program, ConfigurationThatIsWrongIsExitCode2)
+TEST_F(Program, InvalidConfigurationIsExitCode2)
 {
     for (const char* text :
          {"", "{\"k\": \"many\"}", "{\"signals\": {\"Nothing\": {\"limits\": [0, 1]}}}",
@@ -205,7 +206,7 @@ TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
     EXPECT_TRUE(run.messages.contains("5000 unreadable line(s)"));
 }
 
-TEST_F(Program, DescriptionLinesThatAreNotUnderstoodAreReportedWithFileAndLine)
+TEST_F(Program, MalformedDescriptionLinesAreReportedWithFileAndLine)
 {
     const MonitorRun run =
         replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n", speedDbc + " SG_ Broken : 0|8@1+\n");
@@ -213,7 +214,7 @@ TEST_F(Program, DescriptionLinesThatAreNotUnderstoodAreReportedWithFileAndLine)
     EXPECT_TRUE(run.messages.startsWith(path("bus.dbc") + ":3: ")) << run.messages.toStdString();
 }
 
-TEST_F(Program, NothingDecodedIsExitCode1AndAMessageWithBothFiles)
+TEST_F(Program, NothingDecodedIsExitCode1AndNamesBothFiles)
 {
     for (const QByteArray& log :
          {QByteArray(), QByteArray("(1.0) can0 18FEEE00#FFFFFFFFFFFFFFFF\n"),
@@ -226,7 +227,7 @@ TEST_F(Program, NothingDecodedIsExitCode1AndAMessageWithBothFiles)
     }
 }
 
-TEST_F(Program, FileThatCannotBeReadIsExitCode2AndAMessageWithItsName)
+TEST_F(Program, UnreadableFileIsReportedWithExitCode2)
 {
     const QString log = write("bus.log", "");
     const QString dbc = write("bus.dbc", speedDbc);
@@ -242,7 +243,7 @@ TEST_F(Program, FileThatCannotBeReadIsExitCode2AndAMessageWithItsName)
     EXPECT_TRUE(run.messages.startsWith(directory.path() + ": cannot be read: "));
 }
 
-TEST_F(Program, UsageErrorIsExitCode2AndAMessageThatNamesTheHelp)
+TEST_F(Program, UsageErrorIsExitCode2AndPointsToTheHelp)
 {
     EXPECT_EQ(runMonitor({}).exitCode, 2);
     EXPECT_EQ(runMonitor({"--colour"}).messages,
@@ -270,8 +271,8 @@ TEST_F(Program, VersionIsThatOfTheProject)
     EXPECT_EQ(run.output, QString("vantrel 1.0.0\n"));
 }
 
-// Stopped one after the other, 512 signals would need up to 51 s.
-TEST_F(Program, HundredsOfSignalsEndSideBySide)
+// Stopped one after another, 512 signals would take up to 51 s.
+TEST_F(Program, HundredsOfSignalsStopInParallel)
 {
     QByteArray log;
     for (int source = 0; source < 256; ++source)

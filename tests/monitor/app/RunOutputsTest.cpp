@@ -24,7 +24,7 @@ using monitor::RunOutputs;
 namespace
 {
 
-const OutputKind& kindCalled(const char* name)
+const OutputKind& findKind(const char* name)
 {
     for (const OutputKind& kind : monitor::outputKinds()) {
         if (qstrcmp(kind.name, name) == 0)
@@ -33,11 +33,11 @@ const OutputKind& kindCalled(const char* name)
     throw std::invalid_argument(name);
 }
 
-/// Makes the standard error output a terminal.
-class TerminalForErrors
+/// While it exists, standard error is a terminal.
+class StandardErrorTerminal
 {
 public:
-    TerminalForErrors() : other(posix_openpt(O_RDWR | O_NOCTTY)), before(dup(STDERR_FILENO))
+    StandardErrorTerminal() : other(posix_openpt(O_RDWR | O_NOCTTY)), before(dup(STDERR_FILENO))
     {
         grantpt(other);
         unlockpt(other);
@@ -45,14 +45,14 @@ public:
         dup2(terminal, STDERR_FILENO);
         close(terminal);
     }
-    ~TerminalForErrors()
+    ~StandardErrorTerminal()
     {
         dup2(before, STDERR_FILENO);
         close(before);
         close(other);
     }
-    TerminalForErrors(const TerminalForErrors&) = delete;
-    TerminalForErrors& operator=(const TerminalForErrors&) = delete;
+    StandardErrorTerminal(const StandardErrorTerminal&) = delete;
+    StandardErrorTerminal& operator=(const StandardErrorTerminal&) = delete;
 
 private:
     int other;
@@ -80,8 +80,8 @@ std::unique_ptr<monitor::Output> makeHalfDone(const monitor::OutputTarget& /*tar
     return std::make_unique<HalfDone>();
 }
 
-/// What plots need.
-class Application
+/// The application that charts need.
+class OffscreenApplication
 {
     char name[5] = "test";
     char platform[10] = "-platform";
@@ -93,13 +93,13 @@ class Application
 
 } // namespace
 
-TEST(RunOutputs, OutputThatFailsDoesNotKeepTheOthersFromBeingWritten)
+TEST(RunOutputs, FailingOutputDoesNotPreventTheOthers)
 {
     const QTemporaryDir directory;
     const QString save = directory.filePath("missing/run");
     const QString plots = directory.filePath("plots");
     MonitorOptions options;
-    options.files = {{&kindCalled("save"), save}, {&kindCalled("plot"), plots}};
+    options.files = {{&findKind("save"), save}, {&findKind("plot"), plots}};
     QString printed;
     QString text;
     QTextStream output(&printed);
@@ -119,7 +119,7 @@ TEST(RunOutputs, AreCheckedBeforeTheRun)
     QTextStream output(&printed);
     EXPECT_EQ(RunOutputs(options, output).check(), QString());
     const QString save = directory.filePath("missing/run");
-    options.files = {{&kindCalled("save"), save}};
+    options.files = {{&findKind("save"), save}};
     EXPECT_TRUE(RunOutputs(options, output).check().startsWith(save + ": cannot be"));
 }
 
@@ -141,21 +141,21 @@ TEST(RunOutputs, EveryPrintedKindPrintsSomething)
     }
 }
 
-TEST(RunOutputs, PlotsThatCannotBeWrittenAreAnError)
+TEST(RunOutputs, UnwritablePlotDirectoryIsAnError)
 {
     const QTemporaryDir directory;
     QFile file(directory.filePath("file"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     monitor::Session session({}, 3);
     const monitor::Snapshot snapshot = session.calcSnapshot();
-    const auto plots = kindCalled("plot").make({nullptr, file.fileName()});
+    const auto plots = findKind("plot").make({nullptr, file.fileName()});
     EXPECT_EQ(plots->write({session, snapshot}, {}).error,
               file.fileName() + ": the directory cannot be created");
 }
 
 TEST(RunOutputs, ProgressIsShownOnATerminal)
 {
-    const TerminalForErrors terminal;
+    const StandardErrorTerminal terminal;
     const OutputKind kind{"half-done", "", "", false, makeHalfDone};
     MonitorOptions options;
     options.printed = &kind;
@@ -167,9 +167,9 @@ TEST(RunOutputs, ProgressIsShownOnATerminal)
     EXPECT_TRUE(printedProgress.contains("writing 50 %")) << printedProgress.toStdString();
 }
 
-TEST(RunOutputs, PlotsReportTheirProgressOnePlotAtATime)
+TEST(RunOutputs, PlotsReportProgressForEachPlot)
 {
-    const Application application;
+    const OffscreenApplication application;
     const QString sample = QStringLiteral(SAMPLE_DIRECTORY);
     MonitorOptions options;
     options.descriptions = {
@@ -187,7 +187,7 @@ TEST(RunOutputs, PlotsReportTheirProgressOnePlotAtATime)
 
     const QTemporaryDir directory;
     QVector<std::pair<qint64, qint64>> reported;
-    const auto plots = kindCalled("plot").make({nullptr, directory.path()});
+    const auto plots = findKind("plot").make({nullptr, directory.path()});
     EXPECT_EQ(plots
                   ->write({session, snapshot},
                           [&](qint64 done, qint64 total) {

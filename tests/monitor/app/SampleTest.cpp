@@ -1,4 +1,4 @@
-#include "ExpectedFigures.h"
+#include "ExpectedStatistics.h"
 #include "MonitorRun.h"
 
 #include <gtest/gtest.h>
@@ -14,17 +14,17 @@
 namespace
 {
 
-/// Runs a script of the sample that writes \a files, and compares them with those kept.
+/// Runs a script of the sample, and compares the \a files that it writes with those of the sample.
 void expectReproduced(const QString& script, const QStringList& files)
 {
     const QTemporaryDir directory;
     ASSERT_EQ(QProcess::execute(PYTHON_PROGRAM, {sampleFile(script), directory.path()}), 0);
     for (const QString& file : files)
         EXPECT_TRUE(contentOf(directory.filePath(file)) == contentOf(sampleFile(file)))
-            << file.toStdString() << " differs from what " << script.toStdString() << " writes";
+            << file.toStdString() << " differs from the output of " << script.toStdString();
 }
 
-/// The cells of the table's rows, the band as two cells and without the unit.
+/// The cells of each row of the table, with two cells for the band and without the unit.
 QList<QStringList> shownRows(const QString& output)
 {
     QList<QStringList> rows;
@@ -73,17 +73,17 @@ TEST(Sample, GeneratorReproducesRecordingsAndDescriptions)
     expectReproduced("generateSample.py", {"engine.log", "engine.dbc", "drive.log", "drive.eds"});
 }
 
-TEST(Sample, ExpectedStatisticsAreThoseOfTheRecordings)
+TEST(Sample, ScriptReproducesTheExpectedStatistics)
 {
     expectReproduced("expectedFigures.py", {"engine.expected", "drive.expected"});
 }
 
-TEST(Sample, TableShowsTheStatisticsComputedIndependently)
+TEST(Sample, TableShowsIndependentlyComputedStatistics)
 {
     expectShown(replaySample(), "engine.expected");
 }
 
-TEST(Sample, EngineAndDriveAreShownSideBySide)
+TEST(Sample, EngineAndDriveAreShownTogether)
 {
     const MonitorRun run = replayBoth();
     expectShown(run, "drive.expected");
@@ -91,7 +91,7 @@ TEST(Sample, EngineAndDriveAreShownSideBySide)
     EXPECT_TRUE(run.output.contains("EngineSpeed "));
 }
 
-TEST(Sample, JsonHoldsTheSameStatisticsExactly)
+TEST(Sample, JsonContainsTheSameStatisticsMorePrecisely)
 {
     const MonitorRun run = replayBoth({"--format", "json"});
     const QJsonArray found =
@@ -113,7 +113,7 @@ TEST(Sample, JsonHoldsTheSameStatisticsExactly)
     }
 }
 
-TEST(Sample, HasWhatItIsMadeToShow)
+TEST(Sample, ContainsTheCasesThatItDemonstrates)
 {
     const MonitorRun run = replaySample();
     const auto rowOf = [&run](const QString& name) {

@@ -40,13 +40,13 @@ TEST_F(SavedRuns, AreShownWithTheStatisticsOfTheReplay)
     }
 }
 
-TEST_F(SavedRuns, AreShownWithAnotherBandIfOneIsGiven)
+TEST_F(SavedRuns, CanBeShownWithAnotherBand)
 {
     save({});
     EXPECT_EQ(runMonitor({"show", path("run"), "--k", "1.5"}).output, save({"--k", "1.5"}).output);
 }
 
-TEST_F(SavedRuns, PassedThroughValuesAreSavedToo)
+TEST_F(SavedRuns, PassThroughValuesAreSaved)
 {
     const QString eds = write("bus.eds", "[1800sub1]\nDefaultValue=0x185\n"
                                          "[1A00sub1]\nDefaultValue=0x20000020\n"
@@ -57,7 +57,7 @@ TEST_F(SavedRuns, PassedThroughValuesAreSavedToo)
     EXPECT_EQ(runMonitor({"show", path("run")}).output, saved.output);
 }
 
-TEST_F(SavedRuns, HoldTheRecordsThatWereKept)
+TEST_F(SavedRuns, ContainTheKeptRecords)
 {
     const auto countOf = [](const MonitorRun& run) {
         return run.output.section("EngineSpeed", 1, 1)
@@ -68,7 +68,7 @@ TEST_F(SavedRuns, HoldTheRecordsThatWereKept)
     EXPECT_EQ(countOf(runMonitor({"show", path("run")})), QString("20"));
 }
 
-TEST_F(SavedRuns, ArePlottedAsTheRecordingWas)
+TEST_F(SavedRuns, YieldTheSamePlotsAsTheRecording)
 {
     save({"--plot", path("first")});
     EXPECT_EQ(runMonitor({"show", path("run"), "--plot", path("second")}).exitCode, 0);
@@ -81,7 +81,7 @@ TEST_F(SavedRuns, ArePlottedAsTheRecordingWas)
     }
 }
 
-TEST_F(SavedRuns, InvalidOrDamagedFileIsExitCode2AndAMessageWithItsName)
+TEST_F(SavedRuns, InvalidOrDamagedFileIsReportedWithExitCode2)
 {
     save({});
     ASSERT_TRUE(QFile::resize(path("run"), 1000));
@@ -105,7 +105,7 @@ TEST_F(SavedRuns, RunWithoutADecodedFrameIsExitCode1)
     EXPECT_EQ(run.messages, path("run") + ": contains no decoded frames\n");
 }
 
-TEST_F(SavedRuns, TargetThatCannotBeWrittenIsNoticedBeforeAnythingElseIsDone)
+TEST_F(SavedRuns, UnwritableTargetIsReportedFirst)
 {
     save({});
     const QString dbc = sample("engine.dbc");
@@ -114,7 +114,7 @@ TEST_F(SavedRuns, TargetThatCannotBeWrittenIsNoticedBeforeAnythingElseIsDone)
              {QStringList{"replay", path("missing.log"), "--dbc", dbc},
               QStringList{"live", "--plugin", "none", "--interface", "none", "--dbc", dbc},
               QStringList{"show", path("run")}}) {
-            const QString target = path("run/target"); // a file is no directory
+            const QString target = path("run/target"); // a file is not a directory
             const MonitorRun run = runMonitor(command + QStringList{option, target});
             EXPECT_EQ(run.exitCode, 2);
             EXPECT_TRUE(run.messages.startsWith(target + ": ")) << run.messages.toStdString();
@@ -124,12 +124,12 @@ TEST_F(SavedRuns, TargetThatCannotBeWrittenIsNoticedBeforeAnythingElseIsDone)
     }
 }
 
-TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheStatistics)
+TEST_F(SavedRuns, AreWrittenEvenIfTheOutputPipeIsClosed)
 {
-    QString log; // of as many sources as it takes to print more than is buffered
+    QString log; // with enough sources that the output exceeds the buffer
     for (int source = 0; source < 256; ++source)
         log += QString("(1.0) can0 0CF004%1#FFFFFF2003FFFFFF\n").arg(source, 2, 16, QChar('0'));
-    QProcess process; // whose output is a pipe that has no reader any more
+    QProcess process; // its output is a pipe whose reader is gone
     process.start("sh", {"-c", "mkfifo $0 && exec 3<>$0 4>$0 3>&- && exec \"$@\" >&4", path("pipe"),
                          MONITOR_PROGRAM, "replay", write("bus.log", log.toLatin1()), "--dbc",
                          sample("engine.dbc"), "--format", "json", "--save", path("run")});
@@ -138,7 +138,7 @@ TEST_F(SavedRuns, AreNotLostIfNobodyReadsTheStatistics)
     EXPECT_EQ(runMonitor({"show", path("run")}).output.count("EngineSpeed"), 256);
 }
 
-TEST_F(SavedRuns, ReplaceOnlySavedRuns)
+TEST_F(SavedRuns, OverwriteOnlySavedRuns)
 {
     const QByteArray text = "VANTREL is not all\n";
     QFile file(write("run", text));

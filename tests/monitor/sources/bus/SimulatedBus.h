@@ -1,13 +1,13 @@
 #pragma once
 
-#include "../../app/ExpectedFigures.h"
+#include "../../app/ExpectedStatistics.h"
 #include "../../app/MonitorRun.h"
 
 #include <gtest/gtest.h>
 
 #include <QtNetwork/QTcpServer>
 
-/// A bus of the plugin virtualcan on a port of its own, and the programs on it.
+/// A virtualcan bus on a free local port, and the program run on it.
 class SimulatedBus
 {
 public:
@@ -23,9 +23,9 @@ public:
     QString name() const { return "virtualcan " + device; }
 
     /// Sends a recording as fast as possible.
-    void send(const QString& recording, const QStringList& more = {"--speed", "max"}) const
+    void send(const QString& recording, const QStringList& sendOptions = {"--speed", "max"}) const
     {
-        const MonitorRun run = runMonitor(QStringList{"send", recording} + options() + more);
+        const MonitorRun run = runMonitor(QStringList{"send", recording} + options() + sendOptions);
         EXPECT_EQ(run.exitCode, 0) << run.messages.toStdString();
     }
 
@@ -33,7 +33,7 @@ private:
     QString device;
 };
 
-/// What describes the signals of the sample.
+/// The options for the descriptions of the sample.
 inline QStringList sampleOptions()
 {
     return {"--dbc", sampleFile("engine.dbc"), "--eds", sampleFile("drive.eds"), "--node", "5"};
