@@ -6,7 +6,7 @@ using monitor::busFrameOf;
 using monitor::Frame;
 using monitor::frameOf;
 
-TEST(BusFrame, DataFrameFromTheBusKeepsItsIdItsFormatAndItsBytes)
+TEST(BusFrame, ReceivedDataFrameKeepsIdFormatAndBytes)
 {
     QCanBusFrame received(0x123, QByteArray::fromHex("00ff7f"));
     Frame frame = frameOf(received);
@@ -16,12 +16,12 @@ TEST(BusFrame, DataFrameFromTheBusKeepsItsIdItsFormatAndItsBytes)
     ASSERT_EQ(frame.length, 3);
     EXPECT_EQ(frame.data.at(1), 0xFF);
     EXPECT_EQ(frame.data.at(2), 0x7F);
-    received.setExtendedFrameFormat(true); // a small id of 29 bits
+    received.setExtendedFrameFormat(true); // a small 29-bit id
     frame = frameOf(received);
     EXPECT_TRUE(frame.extended);
 }
 
-TEST(BusFrame, RemoteFrameFromTheBusCarriesNoData)
+TEST(BusFrame, ReceivedRemoteFrameHasNoData)
 {
     QCanBusFrame received(0x185, QByteArray(6, '\0'));
     received.setFrameType(QCanBusFrame::RemoteRequestFrame);
@@ -31,14 +31,14 @@ TEST(BusFrame, RemoteFrameFromTheBusCarriesNoData)
     EXPECT_EQ(frame.length, 0);
 }
 
-TEST(BusFrame, LongestFrameOfCanFdFits)
+TEST(BusFrame, LongestCanFdFrameFits)
 {
     const Frame frame = frameOf(QCanBusFrame(0x123, QByteArray(64, '\x5a')));
     EXPECT_EQ(frame.length, 64);
     EXPECT_EQ(frame.data.back(), 0x5A);
 }
 
-TEST(BusFrame, FramesForTheBusAreWhatComesBackFromIt)
+TEST(BusFrame, SentFrameKeepsIdFormatAndBytes)
 {
     Frame frame;
     frame.id = 0x18FEDF00;
@@ -57,7 +57,7 @@ TEST(BusFrame, FramesForTheBusAreWhatComesBackFromIt)
     EXPECT_EQ(busFrameOf(frame).frameType(), QCanBusFrame::RemoteRequestFrame);
 }
 
-TEST(BusFrame, SmallIdOf29BitsIsSentWith29Bits)
+TEST(BusFrame, Small29BitIdIsSentAs29Bits)
 {
     Frame frame;
     frame.id = 0x123;
@@ -66,7 +66,7 @@ TEST(BusFrame, SmallIdOf29BitsIsSentWith29Bits)
     EXPECT_TRUE(busFrameOf(frame).hasExtendedFrameFormat());
 }
 
-TEST(BusFrame, LengthThatNoFrameHasIsNotValidForTheBus)
+TEST(BusFrame, FrameOfInvalidLengthCannotBeSent)
 {
     Frame frame;
     frame.length = 9;

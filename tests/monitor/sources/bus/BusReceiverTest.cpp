@@ -25,7 +25,7 @@ QCanBusFrame remoteFrame()
 
 } // namespace
 
-TEST(BusReceiver, FramesThatWereSentBeforeItStopsComeWithTheirTimes)
+TEST(BusReceiver, FramesSentBeforeStopAreReceivedWithTheirTimes)
 {
     char name[] = "test";
     char* argv[] = {name, nullptr};
@@ -56,7 +56,7 @@ TEST(BusReceiver, FramesThatWereSentBeforeItStopsComeWithTheirTimes)
     EXPECT_EQ(receiver.error(), QString());
 }
 
-TEST(BusReceiver, SaysSoIfItsThreadCannotBeStarted)
+TEST(BusReceiver, ReportsThatItsThreadCannotBeStarted)
 {
     BusReceiver receiver(BusAddress{"virtualcan", "can0"});
     const AddressSpaceLimit limit;

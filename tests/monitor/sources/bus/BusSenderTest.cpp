@@ -20,7 +20,7 @@ Frame at(std::optional<qint64> microseconds)
     return frame;
 }
 
-/// A device whose driver can refuse frames, and be lost.
+/// A device that can reject frames and lose its connection.
 class Device : public QCanBusDevice
 {
 public:
@@ -29,21 +29,21 @@ public:
     bool writeFrame(const QCanBusFrame& frame) override
     {
         ++attempts;
-        if (refusals != 0) {
-            --refusals;
+        if (rejections != 0) {
+            --rejections;
             setError(QStringLiteral("the queue is full"), WriteError);
             return false;
         }
         written += frame.frameId();
-        if (isLost)
+        if (losesConnection)
             setState(UnconnectedState);
         return true;
     }
     QString interpretErrorFrame(const QCanBusFrame&) override { return QString(); }
 
     int attempts = 0;
-    int refusals = 0; // negative: for ever
-    bool isLost = false;
+    int rejections = 0; // negative: all frames
+    bool losesConnection = false;
     QVector<quint32> written;
 
 protected:
@@ -93,7 +93,7 @@ protected:
 
 } // namespace
 
-TEST(Pacing, FramesAreDueAsTheyWereRecordedWhateverTheFirstTime)
+TEST(Pacing, FramesAreDueAtTheirRecordedIntervals)
 {
     Pacing pacing(1);
     EXPECT_EQ(pacing.dueTimeOf(at(1635188455020850)), 0);
@@ -102,7 +102,7 @@ TEST(Pacing, FramesAreDueAsTheyWereRecordedWhateverTheFirstTime)
     EXPECT_EQ(pacing.dueTimeOf(at(1635188456020950)), 1000100);
 }
 
-TEST(Pacing, FactorDividesTheWaits)
+TEST(Pacing, FactorDividesTheIntervals)
 {
     Pacing pacing(4);
     pacing.dueTimeOf(at(0));
@@ -110,14 +110,14 @@ TEST(Pacing, FactorDividesTheWaits)
     EXPECT_EQ(pacing.dueTimeOf(at(2000)), 500);
 }
 
-TEST(Pacing, NothingIsWaitedForAsFastAsPossible)
+TEST(Pacing, InfiniteSpeedMeansNoWaiting)
 {
     Pacing pacing(std::numeric_limits<double>::infinity());
     pacing.dueTimeOf(at(0));
     EXPECT_EQ(pacing.dueTimeOf(at(1000000000)), 0);
 }
 
-TEST(Pacing, TimesThatJumpBackwardsOrAreMissingAreNotWaitedFor)
+TEST(Pacing, BackwardAndMissingTimesCauseNoWait)
 {
     Pacing pacing(1);
     pacing.dueTimeOf(at(5000));
@@ -127,33 +127,33 @@ TEST(Pacing, TimesThatJumpBackwardsOrAreMissingAreNotWaitedFor)
     EXPECT_EQ(pacing.dueTimeOf(at(350)), 1250);
 }
 
-TEST(Pacing, FramesBeforeTheFirstTimeAreDueAtOnce)
+TEST(Pacing, FramesBeforeTheFirstTimeAreDueImmediately)
 {
     Pacing pacing(1);
     EXPECT_EQ(pacing.dueTimeOf(at(std::nullopt)), 0);
     EXPECT_EQ(pacing.dueTimeOf(at(1635188455020850)), 0);
 }
 
-TEST_F(BusSenderTest, FrameThatIsRefusedIsTriedAgainInItsTurn)
+TEST_F(BusSenderTest, RejectedFrameIsRetriedInOrder)
 {
-    device.refusals = 5;
+    device.rejections = 5;
     EXPECT_EQ(send(), QString());
     ASSERT_EQ(device.written.size(), 40);
     for (int i = 0; i < 40; ++i)
         EXPECT_EQ(device.written.at(i), static_cast<quint32>(i));
 }
 
-TEST_F(BusSenderTest, FrameThatIsRefusedAgainAndAgainEndsItWithTheReason)
+TEST_F(BusSenderTest, RepeatedRejectionEndsSendingWithTheReason)
 {
-    device.refusals = -1;
+    device.rejections = -1;
     EXPECT_EQ(send(), QString("cannot send a frame: the queue is full"));
     EXPECT_TRUE(device.written.isEmpty());
     EXPECT_EQ(device.attempts, 1000);
 }
 
-TEST_F(BusSenderTest, LostConnectionEndsIt)
+TEST_F(BusSenderTest, LostConnectionEndsSending)
 {
-    device.isLost = true;
+    device.losesConnection = true;
     EXPECT_EQ(send(), QString("connection lost"));
     EXPECT_LT(device.written.size(), 40);
 }

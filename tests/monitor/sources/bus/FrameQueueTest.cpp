@@ -20,7 +20,7 @@ QCanBusFrame numbered(size_t number)
 
 } // namespace
 
-TEST(FrameQueue, FramesComeOutInTheirOrderAndOnce)
+TEST(FrameQueue, FramesAreReturnedOnceAndInOrder)
 {
     FrameQueue queue;
     for (size_t i = 0; i < 3; ++i)
@@ -36,7 +36,7 @@ TEST(FrameQueue, FramesComeOutInTheirOrderAndOnce)
     EXPECT_TRUE(received.frames.empty());
 }
 
-TEST(FrameQueue, ErrorFramesAreCountedAndCarryNothing)
+TEST(FrameQueue, ErrorFramesAreOnlyCounted)
 {
     FrameQueue queue;
     QCanBusFrame error(QCanBusFrame::ErrorFrame);
@@ -53,7 +53,7 @@ TEST(FrameQueue, ErrorFramesAreCountedAndCarryNothing)
     EXPECT_EQ(received.errors, 0);
 }
 
-TEST(FrameQueue, FramesAreDroppedAndCountedWhenItIsFullUntilThereIsRoomAgain)
+TEST(FrameQueue, FullQueueDropsAndCountsFramesUntilItIsEmptied)
 {
     FrameQueue queue;
     for (size_t i = 0; i < FrameQueue::capacity + 7; ++i)
@@ -71,7 +71,7 @@ TEST(FrameQueue, FramesAreDroppedAndCountedWhenItIsFullUntilThereIsRoomAgain)
 
 TEST(FrameQueue, NoFrameIsLostBetweenTwoThreads)
 {
-    constexpr size_t frames = 50000; // all of them have room
+    constexpr size_t frames = 50000; // fewer than the capacity
     FrameQueue queue;
     std::thread receiving([&queue] {
         for (size_t i = 0; i < frames; ++i)

@@ -72,7 +72,7 @@ TEST(AscReader, TimesAreAbsoluteWithoutAHeader)
     EXPECT_EQ(frame.microseconds, 750000);
 }
 
-TEST(AscReader, HeaderTellsTheBaseOfNumbers)
+TEST(AscReader, HeaderSetsTheNumberBase)
 {
     const QByteArray line = "0.1 1 100x Rx d 2 10 99";
     EXPECT_EQ(frameIn(line, "base hex  timestamps absolute").id, 0x100U);
@@ -83,7 +83,7 @@ TEST(AscReader, HeaderTellsTheBaseOfNumbers)
               "05c8ff");
 }
 
-TEST(AscReader, DecimalNumbersBeyondTheirLimitsAreUnknown)
+TEST(AscReader, DecimalNumbersOutOfRangeAreUnknown)
 {
     AscReader reader;
     Frame frame;
@@ -94,7 +94,7 @@ TEST(AscReader, DecimalNumbersBeyondTheirLimitsAreUnknown)
         EXPECT_EQ(reader.readLine(line, frame), LineKind::Unknown) << line;
 }
 
-TEST(AscReader, LengthsAreReadUpToTheirLimits)
+TEST(AscReader, LengthsUpToTheMaximumAreAccepted)
 {
     const QByteArray bytes = QByteArray(" 5A").repeated(64);
     EXPECT_EQ(frameIn("0.1 1 123 Rx d F" + bytes).length, 8);
@@ -104,13 +104,13 @@ TEST(AscReader, LengthsAreReadUpToTheirLimits)
     EXPECT_EQ(kindOf("0.1 CANFD 1 Rx 123 0 0 F 65" + bytes + " 5A"), LineKind::Unknown);
 }
 
-TEST(AscReader, ChannelsHaveNumbersUpTo255)
+TEST(AscReader, ChannelNumbersGoUpTo255)
 {
     EXPECT_EQ(kindOf("0.1 255 123 Rx d 0"), LineKind::Frame);
     EXPECT_EQ(kindOf("0.1 256 123 Rx d 0"), LineKind::Nothing);
 }
 
-TEST(AscReader, RelativeTimesCountFromTheLineBeforeEvents)
+TEST(AscReader, RelativeTimesCountFromThePreviousLineOfAnyKind)
 {
     AscReader reader;
     Frame frame;
@@ -125,7 +125,7 @@ TEST(AscReader, RelativeTimesCountFromTheLineBeforeEvents)
     EXPECT_EQ(frame.microseconds, 250000);
 }
 
-TEST(AscReader, RelativeTimesThatAddUpToMoreThanCanBeReadAreUnknown)
+TEST(AscReader, OverflowingSumOfRelativeTimesIsUnknown)
 {
     AscReader reader;
     Frame frame;
@@ -137,7 +137,7 @@ TEST(AscReader, RelativeTimesThatAddUpToMoreThanCanBeReadAreUnknown)
     EXPECT_EQ(frame.microseconds, 999999999999999999);
 }
 
-TEST(AscReader, RemoteFramesCarryNoData)
+TEST(AscReader, RemoteFramesHaveNoData)
 {
     for (const char* line : {"0.1 1 181 Rx r", "0.1 1 181 Rx r 6", "0.1 1 181 Rx r Length = 0"}) {
         const Frame frame = frameIn(line);
@@ -146,14 +146,14 @@ TEST(AscReader, RemoteFramesCarryNoData)
     }
 }
 
-TEST(AscReader, ErrorFramesAreToldApart)
+TEST(AscReader, ErrorFramesAreRecognised)
 {
     for (const char* line : {"0.1 1 ErrorFrame", "0.1 1  ErrorFrame ECC: 10100010",
                              "0.1 CANFD 1 Rx ErrorFrame Not Acknowledge", "0.1 CANFD 1 ErrorFrame"})
         EXPECT_EQ(kindOf(line), LineKind::ErrorFrame) << line;
 }
 
-TEST(AscReader, HeadersCommentsAndOtherEventsAreNothing)
+TEST(AscReader, HeadersCommentsAndOtherEventsAreSkipped)
 {
     for (const char* line :
          {"", "  ", "date Mon Nov 16 10:38:11.123 2020", "base hex  timestamps absolute",
@@ -165,13 +165,13 @@ TEST(AscReader, HeadersCommentsAndOtherEventsAreNothing)
         EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
 }
 
-TEST(AscReader, OnlyTwoSlashesBeginAComment)
+TEST(AscReader, CommentsBeginWithTwoSlashes)
 {
     for (const char* line : {"/", "/ version", "/x", "x/"})
         EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
-TEST(AscReader, FramesThatCannotBeUnderstoodAreUnknown)
+TEST(AscReader, MalformedFramesAreUnknown)
 {
     for (const char* line : {"hello",
                              "(1.0) can0 123#11",
@@ -204,7 +204,7 @@ TEST(AscReader, FramesThatCannotBeUnderstoodAreUnknown)
         EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
-TEST(AscReader, LineThatIsNoFrameLeavesTheFrameAsItIs)
+TEST(AscReader, OtherLinesLeaveTheFrameUnchanged)
 {
     AscReader reader;
     Frame frame;
@@ -215,7 +215,7 @@ TEST(AscReader, LineThatIsNoFrameLeavesTheFrameAsItIs)
     EXPECT_EQ(dataOf(frame), "11");
 }
 
-TEST(AscReader, EveryPrefixBeforeTheLastByteIsNoFrame)
+TEST(AscReader, LinesTruncatedBeforeTheLastByteAreNotFrames)
 {
     const int classicEnd = classicLine.indexOf(" 40 ") + 3;
     for (int size = 4; size < classicEnd; ++size)
@@ -225,7 +225,7 @@ TEST(AscReader, EveryPrefixBeforeTheLastByteIsNoFrame)
         EXPECT_NE(kindOf(fdLine.left(size)), LineKind::Frame) << size;
 }
 
-TEST(AscReader, DamagedLinesGiveNoFrameBeyondTheLimits)
+TEST(AscReader, DamagedLinesNeverYieldFramesOutOfRange)
 {
     std::mt19937 random(20201116);
     for (int i = 0; i < 200000; ++i) {
@@ -242,7 +242,7 @@ TEST(AscReader, DamagedLinesGiveNoFrameBeyondTheLimits)
     }
 }
 
-TEST(AscReader, DecimalNumbersHaveNoLetters)
+TEST(AscReader, DecimalNumbersContainNoLetters)
 {
     AscReader reader;
     Frame frame;

@@ -53,7 +53,7 @@ TEST(CandumpLine, ThreeDigitsAreAn11BitIdEvenWithLeadingZeros)
     EXPECT_EQ(dataOf(frame), "0102");
 }
 
-TEST(CandumpLine, LowerCaseDigitsAndBlanksAroundTheFieldsAreAccepted)
+TEST(CandumpLine, LowerCaseDigitsAndExtraBlanksAreAccepted)
 {
     const Frame frame = frameIn(" \t(1.5)   can0\t0cf004fe#abCd  ");
     EXPECT_EQ(frame.microseconds, 1500000);
@@ -61,13 +61,13 @@ TEST(CandumpLine, LowerCaseDigitsAndBlanksAroundTheFieldsAreAccepted)
     EXPECT_EQ(dataOf(frame), "abcd");
 }
 
-TEST(CandumpLine, AnyNumberOfFractionDigitsIsCutToMicroseconds)
+TEST(CandumpLine, FractionsAreTruncatedToMicroseconds)
 {
     EXPECT_EQ(frameIn("(2.1) c 001#").microseconds, 2100000);
     EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").microseconds, 2123456);
 }
 
-TEST(CandumpLine, SecondsMayHaveNoFraction)
+TEST(CandumpLine, FractionOfSecondsIsOptional)
 {
     EXPECT_EQ(frameIn("(2) can0 001#").microseconds, 2000000);
     EXPECT_EQ(frameIn(" (2)  can0  001   [1]  11").microseconds, 2000000);
@@ -78,8 +78,8 @@ TEST(CandumpLine, SecondsMayHaveNoFraction)
         EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
-// Seconds by `date -u -d "2021-10-25 19:00:55" +%s`.
-TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
+// The expected seconds come from `date -u -d "2021-10-25 19:00:55" +%s`.
+TEST(CandumpLine, DateAndTimeAreAccepted)
 {
     EXPECT_EQ(frameIn(" (2021-10-25 19:00:55.020850)  can0  123   [2]  11 22").microseconds,
               1635188455020850);
@@ -92,19 +92,19 @@ TEST(CandumpLine, DateAndTimeOfTheScreenAreATimeToo)
     }
 }
 
-TEST(CandumpLine, FrameWithoutATimeHasNoneAndOneAtTheBeginningHas0)
+TEST(CandumpLine, MissingTimeDiffersFromTime0)
 {
     EXPECT_EQ(frameIn("  can0  123   [2]  11 22").microseconds, std::nullopt);
     EXPECT_EQ(frameIn(" (000.000000)  can0  123   [2]  11 22").microseconds, 0);
     EXPECT_EQ(frameIn("(0.0) can0 123#").microseconds, 0);
 }
 
-TEST(CandumpLine, FrameMayCarryNoData)
+TEST(CandumpLine, DataCanBeEmpty)
 {
     EXPECT_EQ(frameIn("(1.0) can0 123#").length, 0);
 }
 
-TEST(CandumpLine, RemoteFrameCarriesNoDataWhateverLengthItAsksFor)
+TEST(CandumpLine, RemoteFrameHasNoDataWhateverItsLength)
 {
     for (const char* line : {"(1.0) can0 181#R", "(1.0) can0 181#R6", "(1.0) can0 181#R0 "}) {
         const Frame frame = frameIn(line);
@@ -113,14 +113,14 @@ TEST(CandumpLine, RemoteFrameCarriesNoDataWhateverLengthItAsksFor)
     }
 }
 
-TEST(CandumpLine, PointsMayStandBetweenBytes)
+TEST(CandumpLine, DotsBetweenBytesAreAccepted)
 {
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 123#11.22.33")), "112233");
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 123#11.2233")), "112233");
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 123##4.11.22")), "1122");
 }
 
-TEST(CandumpLine, CanFdHasFlagsAndUpTo64Bytes)
+TEST(CandumpLine, CanFdFramesHaveFlagsAndUpTo64Bytes)
 {
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 123##0")), "");
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 18FEDF00##F112233445566778899")), "112233445566778899");
@@ -129,7 +129,7 @@ TEST(CandumpLine, CanFdHasFlagsAndUpTo64Bytes)
     EXPECT_EQ(kindOf("(1.0) can0 123##1" + bytes + "ab"), LineKind::Unknown);
 }
 
-TEST(CandumpLine, LengthCodeAndDirectionBehindTheDataAreAccepted)
+TEST(CandumpLine, LengthCodeAndDirectionAfterTheDataAreAccepted)
 {
     EXPECT_EQ(frameIn("(1.0) can0 123#1122334455667788_F").length, 8);
     EXPECT_TRUE(frameIn("(1.0) can0 123#R8_9").remote);
@@ -137,7 +137,7 @@ TEST(CandumpLine, LengthCodeAndDirectionBehindTheDataAreAccepted)
     EXPECT_EQ(dataOf(frameIn("(1.0) can0 123# R ")), "");
 }
 
-TEST(CandumpLine, FormForTheScreenIsReadWithAndWithoutTime)
+TEST(CandumpLine, ScreenFormatIsReadWithAndWithoutTime)
 {
     const Frame frame = frameIn(" (000.005001)  can0  18FEDF00   [8]  8A A0 00 01 02 03 04 fF");
     EXPECT_EQ(frame.microseconds, 5001);
@@ -152,7 +152,7 @@ TEST(CandumpLine, FormForTheScreenIsReadWithAndWithoutTime)
               "112233445566778899");
 }
 
-TEST(CandumpLine, LengthOnTheScreenIsDecimalUpTo64)
+TEST(CandumpLine, LengthInScreenFormatIsDecimalUpTo64)
 {
     const QByteArray bytes = QByteArray(" 5A").repeated(64);
     EXPECT_EQ(frameIn("  can0  123  [12]" + bytes.left(12 * 3)).length, 12);
@@ -160,7 +160,7 @@ TEST(CandumpLine, LengthOnTheScreenIsDecimalUpTo64)
     EXPECT_EQ(kindOf("  can0  123  [65]" + bytes + " 5A"), LineKind::Unknown);
 }
 
-TEST(CandumpLine, HighestIdsAreNoErrorFrames)
+TEST(CandumpLine, HighestIdsAreNotErrorFrames)
 {
     EXPECT_EQ(frameIn("(1.0) can0 1FFFFFFF#11").id, 0x1FFFFFFFU);
     EXPECT_EQ(frameIn("  can0  1FFFFFFF   [1]  11").id, 0x1FFFFFFFU);
@@ -168,7 +168,7 @@ TEST(CandumpLine, HighestIdsAreNoErrorFrames)
     EXPECT_EQ(kindOf("(1.0) can0 20000000#11"), LineKind::ErrorFrame);
 }
 
-TEST(CandumpLine, RemoteRequestOnTheScreenCarriesNoData)
+TEST(CandumpLine, RemoteRequestInScreenFormatHasNoData)
 {
     EXPECT_TRUE(frameIn("  can0  181   [6]  remote request  ").remote);
     const Frame frame = frameIn("  can0  181   [6]  remote request");
@@ -177,14 +177,14 @@ TEST(CandumpLine, RemoteRequestOnTheScreenCarriesNoData)
     EXPECT_EQ(frame.length, 0);
 }
 
-TEST(CandumpLine, ErrorFramesAreNotDataFrames)
+TEST(CandumpLine, ErrorFramesAreRecognised)
 {
     EXPECT_EQ(kindOf("(1.0) can0 20000088#0000000000000000"), LineKind::ErrorFrame);
     EXPECT_EQ(kindOf("  can0  20000004   [8]  00 04 00 00 00 00 00 60   ERRORFRAME"),
               LineKind::ErrorFrame);
 }
 
-TEST(CandumpLine, DropcountTellsHowManyFramesAreLost)
+TEST(CandumpLine, DropcountIsTheNumberOfLostFrames)
 {
     const QByteArray line = "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 30)";
     EXPECT_EQ(kindOf(line), LineKind::Lost);
@@ -192,20 +192,20 @@ TEST(CandumpLine, DropcountTellsHowManyFramesAreLost)
     EXPECT_EQ(monitor::lostFrames("(1.0) can0 123#11"), 0);
 }
 
-TEST(CandumpLine, EveryPrefixOnTheScreenIsNotAFrameBeforeAllItsBytes)
+TEST(CandumpLine, TruncatedLinesInScreenFormatAreUnknown)
 {
     const QByteArray line = " (000.005001)  can0  123   [4]  8A A0 FF 01";
     for (int size = 2; size < line.size(); ++size)
         EXPECT_EQ(kindOf(line.left(size)), LineKind::Unknown) << size;
 }
 
-TEST(CandumpLine, BlankLinesAndCommentsAreNothing)
+TEST(CandumpLine, BlankLinesAndCommentsAreSkipped)
 {
     for (const char* line : {"", "  ", "\t", "# a comment", "  # (1.0) can0 123#11"})
         EXPECT_EQ(kindOf(line), LineKind::Nothing) << line;
 }
 
-TEST(CandumpLine, LinesThatAreNotClassicFramesAreNotFrames)
+TEST(CandumpLine, MalformedLinesAreUnknown)
 {
     for (const char* line : {
              "hello",
@@ -273,13 +273,13 @@ TEST(CandumpLine, LinesThatAreNotClassicFramesAreNotFrames)
         EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
-TEST(CandumpLine, ZeroByteIsNotTakenForTheEndOfTheLine)
+TEST(CandumpLine, ZeroByteDoesNotEndTheLine)
 {
     EXPECT_EQ(kindOf(QByteArray("(1.0) can0 123#11\0\0", 19)), LineKind::Unknown);
     EXPECT_EQ(kindOf(QByteArray("\0", 1)), LineKind::Unknown);
 }
 
-TEST(CandumpLine, LineThatIsNotAFrameLeavesTheFrameAsItIs)
+TEST(CandumpLine, OtherLinesLeaveTheFrameUnchanged)
 {
     Frame frame = frameIn("(1.0) can0 123#11");
     EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::Unknown);
@@ -288,7 +288,7 @@ TEST(CandumpLine, LineThatIsNotAFrameLeavesTheFrameAsItIs)
     EXPECT_EQ(frame.microseconds, 1000000);
 }
 
-TEST(CandumpLine, EveryPrefixIsAFrameOnlyWhereItsDataEndsWithAWholeByte)
+TEST(CandumpLine, TruncatedLineIsAFrameOnlyIfItEndsWithAWholeByte)
 {
     const QByteArray line = "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF";
     const int dataBegin = line.indexOf('#') + 1;
@@ -299,13 +299,13 @@ TEST(CandumpLine, EveryPrefixIsAFrameOnlyWhereItsDataEndsWithAWholeByte)
     }
 }
 
-TEST(CandumpLine, DamagedLinesGiveNoFrameBeyondTheLimits)
+TEST(CandumpLine, DamagedLinesNeverYieldFramesOutOfRange)
 {
     std::mt19937 random(20211025);
-    const QByteArray valid = "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF";
-    const QByteArray onScreen = " (000.005001)  can0  18FEDF00   [8]  8A A0 FF 01 02 03 04 05";
+    const QByteArray logLine = "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF";
+    const QByteArray screenLine = " (000.005001)  can0  18FEDF00   [8]  8A A0 FF 01 02 03 04 05";
     for (int i = 0; i < 200000; ++i) {
-        QByteArray line = (i % 2 ? valid : onScreen).mid(0, static_cast<int>(random() % 60));
+        QByteArray line = (i % 2 ? logLine : screenLine).mid(0, static_cast<int>(random() % 60));
         for (auto damage = random() % 3; damage > 0 && !line.isEmpty(); --damage)
             line[static_cast<uint>(random()) % static_cast<uint>(line.size())] =
                 static_cast<char>(random());
@@ -317,7 +317,7 @@ TEST(CandumpLine, DamagedLinesGiveNoFrameBeyondTheLimits)
     }
 }
 
-TEST(CandumpLine, LengthBeyondTheLongestFrameIsUnknown)
+TEST(CandumpLine, InvalidLengthInScreenFormatIsUnknown)
 {
     EXPECT_EQ(kindOf("can0 123 [64]" + QByteArray(" 11").repeated(64)), LineKind::Frame);
     EXPECT_EQ(kindOf("can0 123 [65]" + QByteArray(" 11").repeated(65)), LineKind::Unknown);

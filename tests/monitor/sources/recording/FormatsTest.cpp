@@ -18,7 +18,7 @@ using monitor::openRecording;
 namespace
 {
 
-/// What the program makes of a recording with \a content.
+/// The result of reading a recording.
 struct Read {
     QString format;
     int frames = 0;
@@ -52,7 +52,7 @@ QByteArray linesOf(const QList<QByteArray>& lines)
     return lines.join("\r\n") + "\r\n";
 }
 
-/// A file with \a line many times. Returns its name.
+/// Writes a file with \a line repeated, and returns its name.
 QString write(const QTemporaryDir& directory, const QByteArray& line, int times)
 {
     QFile file(directory.filePath("bus.log"));
@@ -76,7 +76,7 @@ bool isB(const QByteArray& line)
 
 } // namespace
 
-TEST(RecordingFormats, LinesAreFoundByWhereTheyBegin)
+TEST(RecordingFormats, FindLineReturnsTheBeginningOfTheLine)
 {
     EXPECT_EQ(monitor::findLine("b", isB), 0);
     EXPECT_EQ(monitor::findLine("\nb\nb", isB), 1);
@@ -86,7 +86,7 @@ TEST(RecordingFormats, LinesAreFoundByWhereTheyBegin)
         EXPECT_EQ(monitor::findLine(nowhere, isEmpty), -1) << nowhere;
 }
 
-TEST(RecordingFormats, EachFindsItsFirstLine)
+TEST(RecordingFormats, EachFormatFindsItsFirstLine)
 {
     EXPECT_EQ(monitor::findCandump("# comment\n\nhello\n" + candumpLine), 17);
     EXPECT_EQ(monitor::findAsc("# comment\n\nhello\n" + ascLine), 17);
@@ -94,7 +94,7 @@ TEST(RecordingFormats, EachFindsItsFirstLine)
     EXPECT_EQ(monitor::findAsc("# comment\n\n" + candumpLine), -1);
 }
 
-TEST(RecordingFormats, EachIsRecognisedByItsFirstLine)
+TEST(RecordingFormats, EachFormatIsRecognisedByItsFirstLine)
 {
     EXPECT_EQ(read(candumpLine).format, QString("candump"));
     EXPECT_EQ(read(" can0  123   [1]  11").format, QString("candump"));
@@ -104,7 +104,7 @@ TEST(RecordingFormats, EachIsRecognisedByItsFirstLine)
     EXPECT_EQ(read("// version 9.0.0").format, QString("Vector ASC"));
 }
 
-TEST(RecordingFormats, TheFirstCharacteristicLineDecides)
+TEST(RecordingFormats, FirstCharacteristicLineDecides)
 {
     const Read candump = read(linesOf({"# comment", "", ascLine.mid(100), candumpLine, ascLine}));
     EXPECT_EQ(candump.format, QString("candump"));
@@ -117,7 +117,7 @@ TEST(RecordingFormats, TheFirstCharacteristicLineDecides)
     EXPECT_EQ(asc.problems, QStringList("x.log:3: unreadable line"));
 }
 
-TEST(RecordingFormats, CommentsBeforeTheFirstLineAreNotProblems)
+TEST(RecordingFormats, LeadingCommentsAreNotProblems)
 {
     const Read asc = read(linesOf({"# one", "# two", "base hex timestamps absolute", ascLine}));
     EXPECT_EQ(asc.format, QString("Vector ASC"));
@@ -125,7 +125,7 @@ TEST(RecordingFormats, CommentsBeforeTheFirstLineAreNotProblems)
     EXPECT_EQ(asc.problems, QStringList());
 }
 
-TEST(RecordingFormats, NonsenseBeforeTheFirstLineDecidesNothing)
+TEST(RecordingFormats, LeadingNonsenseDoesNotDecide)
 {
     const Read candump = read(linesOf({"hello", "1.0", candumpLine}));
     EXPECT_EQ(candump.format, QString("candump"));
@@ -135,7 +135,7 @@ TEST(RecordingFormats, NonsenseBeforeTheFirstLineDecidesNothing)
     EXPECT_EQ(asc.counts.unreadable, 2);
 }
 
-TEST(RecordingFormats, FileOfAnotherKindIsAllProblems)
+TEST(RecordingFormats, EveryLineOfAnUnknownFormatIsUnreadable)
 {
     EXPECT_EQ(monitor::formatOf("hello\nworld\n"), nullptr);
     const Read other = read(linesOf({"hello", "world"}));
@@ -155,7 +155,7 @@ TEST(RecordingFormats, ErrorFramesAndLostFramesAreCounted)
     EXPECT_EQ(recording.counts.unreadable, 0);
 }
 
-TEST(RecordingFormats, WordWithZeroBytesIsNotTakenForAShorterOne)
+TEST(RecordingFormats, WordWithZeroBytesIsNotAccepted)
 {
     const QByteArray line = " 0.1 1 123 " + QByteArray("Rx\0\0", 4) + " d 0";
     EXPECT_EQ(read(linesOf({ascLine, line})).frames, 1);
@@ -175,7 +175,7 @@ TEST(RecordingFormats, FileIsOpenedInItsFormat)
     EXPECT_EQ(frame.id, 0x123U);
 }
 
-TEST(RecordingFormats, FormatIsFoundBehindMuchThatIsUnknown)
+TEST(RecordingFormats, FormatIsFoundAfterMuchUnknownText)
 {
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
@@ -191,7 +191,7 @@ TEST(RecordingFormats, FormatIsFoundBehindMuchThatIsUnknown)
 }
 
 // The writer keeps the pipe open until the first frame has been read.
-TEST(RecordingFormats, FormatIsLookedForInTheFirstMebibyteOnly)
+TEST(RecordingFormats, FormatIsSearchedForInTheFirstMebibyteOnly)
 {
     const QTemporaryDir directory;
     for (const int lines : {8191, 8193}) {
@@ -205,7 +205,7 @@ TEST(RecordingFormats, FormatIsLookedForInTheFirstMebibyteOnly)
     }
 }
 
-TEST(RecordingFormats, PipeIsReadBeforeItsEnd)
+TEST(RecordingFormats, PipeIsReadBeforeItIsClosed)
 {
     const QTemporaryDir directory;
     const QString pipe = directory.filePath("pipe");
@@ -223,7 +223,7 @@ TEST(RecordingFormats, PipeIsReadBeforeItsEnd)
     EXPECT_TRUE(writer.waitForFinished());
 }
 
-TEST(RecordingFormats, FileThatCannotBeReadIsNamed)
+TEST(RecordingFormats, ErrorNamesAnUnreadableFile)
 {
     const monitor::OpenedRecording missing = openRecording("/nonexistent/bus.log");
     EXPECT_FALSE(missing.source);
@@ -235,7 +235,7 @@ TEST(RecordingFormats, FileThatCannotBeReadIsNamed)
     EXPECT_TRUE(error.startsWith("/: cannot be read: ")) << error.toStdString();
 }
 
-TEST(RecordingFormats, FirstByteMayDecide)
+TEST(RecordingFormats, FirstLineOfTheFileCanDecide)
 {
     EXPECT_EQ(read(linesOf({candumpLine, ascLine})).format, QString("candump"));
     EXPECT_EQ(read(linesOf({ascLine, candumpLine})).format, QString("Vector ASC"));
