@@ -27,7 +27,7 @@ MessageDescription messageOf(const QString& name, const QStringList& signalNames
     return message;
 }
 
-/// Speed and Load in one message, Speed and A/B in another.
+/// One message with the signals Speed and Load, another with Speed and A/B.
 QVector<MessageDescription> twoMessages()
 {
     QVector<MessageDescription> messages{messageOf("Message", {"Speed", "Load"}),
@@ -55,7 +55,7 @@ QStringList chosenBy(const QStringList& patterns)
     return namesOf(catalogue, true);
 }
 
-/// One byte of CANopen node 5.
+/// A message of CANopen node 5 with a signal of one byte.
 MessageDescription nodeMessage()
 {
     MessageDescription message = messageOf("TPDO1", {"Byte"});
@@ -70,7 +70,7 @@ QString errorOfScaling(const MessageDescription& message, const Scaling& scaling
 
 } // namespace
 
-TEST(Catalogue, HoldsWhatIsDescribed)
+TEST(Catalogue, ContainsTheDescribedMessagesAndSignals)
 {
     MessageDescription message = nodeMessage();
     message.id = 0x185;
@@ -88,20 +88,20 @@ TEST(Catalogue, HoldsWhatIsDescribed)
     EXPECT_EQ(known.catalogueSignals.at(0).scaling.unit, QString("A"));
 }
 
-TEST(Catalogue, NameThatTwoMessagesUseIsReportedWithItsMessage)
+TEST(Catalogue, AmbiguousNameIsPrefixedWithItsMessage)
 {
     EXPECT_EQ(namesOf(Catalogue(twoMessages())),
               (QStringList{"Message.Speed", "Load", "Other.Speed", "A/B"}));
 }
 
-TEST(Catalogue, NodesAreDistinguishedByTheirNumbersAndNotByNames)
+TEST(Catalogue, SameNameInDifferentNodesNeedsNoPrefix)
 {
     QVector<MessageDescription> described = twoMessages();
     described[1].node = 5;
     EXPECT_EQ(namesOf(Catalogue(described)), (QStringList{"Speed", "Load", "Speed", "A/B"}));
 }
 
-TEST(Catalogue, PatternsChooseByWholeNames)
+TEST(Catalogue, PatternsMatchWholeNames)
 {
     EXPECT_EQ(chosenBy({}).size(), 4);
     EXPECT_EQ(chosenBy({"Load"}), QStringList{"Load"});
@@ -124,7 +124,7 @@ TEST(Catalogue, PatternThatMatchesNoSignalIsAnError)
     }
 }
 
-TEST(Catalogue, UnknownPatternComesWithTheNamesThatItMayStandFor)
+TEST(Catalogue, ErrorSuggestsSimilarNames)
 {
     Catalogue catalogue(twoMessages());
     EXPECT_EQ(catalogue.choose({"Laod"}),
@@ -136,7 +136,7 @@ TEST(Catalogue, UnknownPatternComesWithTheNamesThatItMayStandFor)
     EXPECT_EQ(catalogue.choose({"Torque"}), QString("no signal matches \"Torque\""));
 }
 
-TEST(Catalogue, LastSettingsOfASignalCount)
+TEST(Catalogue, LastMatchingSettingsTakePrecedence)
 {
     Catalogue catalogue(twoMessages());
     EXPECT_EQ(
@@ -152,7 +152,7 @@ TEST(Catalogue, LastSettingsOfASignalCount)
     EXPECT_TRUE(load.reservesRawValues);
 }
 
-TEST(Catalogue, SettingsWithoutAValueLeaveTheSignalAsItIs)
+TEST(Catalogue, EmptySettingsLeaveTheSignalUnchanged)
 {
     MessageDescription message = nodeMessage();
     message.signalDescriptions[0].scaling = {2, 1, "A"};
@@ -166,7 +166,7 @@ TEST(Catalogue, SettingsWithoutAValueLeaveTheSignalAsItIs)
     EXPECT_EQ(signal.rules.keptRecords, 0);
 }
 
-TEST(Catalogue, NumbersOfCanopenObjectsCanBeScaled)
+TEST(Catalogue, NumericCanopenObjectsCanBeScaled)
 {
     Catalogue catalogue({nodeMessage()});
     EXPECT_EQ(catalogue.apply({{"Byte", Scaling{2, 1, "A"}}}), QString());
@@ -176,7 +176,7 @@ TEST(Catalogue, NumbersOfCanopenObjectsCanBeScaled)
     EXPECT_EQ(scaling.unit, QString("A"));
 }
 
-TEST(Catalogue, WhatCannotBeScaledIsAnErrorWithTheReason)
+TEST(Catalogue, ErrorSaysWhyASignalCannotBeScaled)
 {
     const QString error = "signal \"Byte\" cannot be scaled: ";
     EXPECT_EQ(errorOfScaling(messageOf("Message", {"Byte"}), {2, 0, {}}),
@@ -188,7 +188,7 @@ TEST(Catalogue, WhatCannotBeScaledIsAnErrorWithTheReason)
     EXPECT_EQ(errorOfScaling(message, {2, 0, {}}), error + "its values are passed through");
 }
 
-TEST(Catalogue, EverySignalKeepsAsManyRecordsAsSet)
+TEST(Catalogue, KeptRecordsAreSetForEverySignal)
 {
     Catalogue catalogue(twoMessages());
     catalogue.setKeptRecords(7);

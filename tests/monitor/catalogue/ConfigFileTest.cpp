@@ -47,7 +47,7 @@ TEST(ConfigFile, ReadsEverySetting)
     EXPECT_EQ(speed.reservesRawValues, std::nullopt);
 }
 
-TEST(ConfigFile, NothingNeedsToBeSet)
+TEST(ConfigFile, AllSettingsAreOptional)
 {
     EXPECT_EQ(readConfig("{}").error, QString());
     EXPECT_FALSE(readConfig("{}").k);
@@ -58,14 +58,14 @@ TEST(ConfigFile, NothingNeedsToBeSet)
     EXPECT_FALSE(config.settings.at(0).scaling);
 }
 
-TEST(ConfigFile, AUnitAloneScalesByOne)
+TEST(ConfigFile, UnitWithoutFactorScalesBy1)
 {
     const Config config = readConfig(R"({"signals": {"Speed": {"unit": "rpm"}}})");
     EXPECT_EQ(config.settings.at(0).scaling->factor, 1);
     EXPECT_EQ(config.settings.at(0).scaling->offset, 0);
 }
 
-TEST(ConfigFile, WhatIsWrongIsAnError)
+TEST(ConfigFile, InvalidSettingsAreErrors)
 {
     for (const char* text :
          {"", "[]", "1", "{\"k\": }", "{\"k\": -1}", "{\"k\": true}", "{\"K\": 1}",
@@ -86,7 +86,7 @@ TEST(ConfigFile, ErrorNamesTheLine)
     EXPECT_TRUE(readConfig("{\n\"k\": 1,\n oops\n}").error.startsWith("line 3: "));
 }
 
-TEST(ConfigFile, ErrorNamesTheSignalAndWhatItNeeds)
+TEST(ConfigFile, ErrorNamesTheSignalAndTheSetting)
 {
     EXPECT_EQ(readConfig(R"({"signals": {"A": {"factor": 0}}})").error,
               QString("signal \"A\": factor must be a number other than 0"));
@@ -96,13 +96,13 @@ TEST(ConfigFile, ErrorNamesTheSignalAndWhatItNeeds)
               QString("unknown setting \"signal\" (did you mean signals?)"));
 }
 
-TEST(ConfigFile, AFileThatCannotBeReadIsAnErrorThatNamesIt)
+TEST(ConfigFile, ErrorNamesAnUnreadableFile)
 {
     EXPECT_TRUE(monitor::readConfigFile("/nowhere/x.json")
                     .error.startsWith("/nowhere/x.json: cannot be read: "));
 }
 
-TEST(ConfigFile, EveryPrefixIsAnErrorAndDamageDoesNotCrash)
+TEST(ConfigFile, TruncationIsAnErrorAndDamageDoesNotCrash)
 {
     for (int size = 0; size < valid.size(); ++size) {
         EXPECT_FALSE(readConfig(valid.left(size)).error.isEmpty()) << size;

@@ -2,7 +2,7 @@
 
 #include <catalogue/Catalogue.h>
 
-/// The layout of a plain unsigned Intel signal, to be varied by the tests.
+/// The layout of an unsigned Intel signal that is not multiplexed.
 inline monitor::SignalLayout describedLayout(int startBit, int length)
 {
     monitor::SignalLayout layout;
@@ -11,7 +11,7 @@ inline monitor::SignalLayout describedLayout(int startBit, int length)
     return layout;
 }
 
-/// A signal of that layout, to be varied by the tests.
+/// A signal of that layout.
 inline monitor::CatalogueSignal describedSignal(int startBit, int length)
 {
     monitor::CatalogueSignal signal;

@@ -25,7 +25,7 @@ ReadDescription readText(const char* format, const QByteArray& text, std::option
 
 } // namespace
 
-TEST(DescriptionReaders, EveryFormatHasANameOfItsOwnAndAHelp)
+TEST(DescriptionReaders, EveryFormatHasAUniqueNameAndHelp)
 {
     QSet<QString> names;
     for (const DescriptionReader& reader : descriptionReaders()) {
@@ -38,7 +38,7 @@ TEST(DescriptionReaders, EveryFormatHasANameOfItsOwnAndAHelp)
     EXPECT_EQ(findDescriptionReader("none"), nullptr);
 }
 
-TEST(DescriptionReaders, AFileThatCannotBeReadIsAnErrorInEveryFormat)
+TEST(DescriptionReaders, UnreadableFileIsAnErrorInEveryFormat)
 {
     for (const DescriptionReader& reader : descriptionReaders()) {
         const ReadDescription read = reader.read({"/nowhere/x", quint8{5}});
@@ -47,7 +47,7 @@ TEST(DescriptionReaders, AFileThatCannotBeReadIsAnErrorInEveryFormat)
     }
 }
 
-TEST(DescriptionReaders, AnyBytesAreReadAsProblemsInEveryFormat)
+TEST(DescriptionReaders, NonsenseIsReportedAsProblemsInEveryFormat)
 {
     for (const DescriptionReader& reader : descriptionReaders()) {
         const ReadDescription read = readText(reader.name, "BO_ \xFF\n\0[\n", quint8{5});
@@ -58,7 +58,7 @@ TEST(DescriptionReaders, AnyBytesAreReadAsProblemsInEveryFormat)
     }
 }
 
-TEST(DescriptionReaders, ADbcGivesItsMessages)
+TEST(DescriptionReaders, DbcFileYieldsItsMessages)
 {
     const ReadDescription read = readText("dbc", "BO_ 291 Drive: 8 X\n", std::nullopt);
     EXPECT_EQ(read.error, QString());
@@ -66,7 +66,7 @@ TEST(DescriptionReaders, ADbcGivesItsMessages)
     EXPECT_EQ(read.messages.at(0).name, QString("Drive"));
 }
 
-TEST(DescriptionReaders, AnEdsGivesThePdosOfTheNode)
+TEST(DescriptionReaders, EdsFileYieldsThePdosOfTheNode)
 {
     const QByteArray eds = "[2000]\nParameterName=Byte\nDataType=5\n"
                            "[1800sub1]\nDefaultValue=$NODEID+0x180\n"

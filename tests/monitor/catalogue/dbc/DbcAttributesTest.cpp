@@ -17,7 +17,7 @@ TEST(DbcAttributes, FloatingPointSignalsAreMarked)
     EXPECT_TRUE(dbc.messages.at(1).signalDescriptions.at(0).layout.isFloat);
 }
 
-TEST(DbcAttributes, FloatingPointSignalOfAWrongLengthIsLeftOutInsteadOfShownWrong)
+TEST(DbcAttributes, FloatingPointSignalOfWrongLengthIsOmittedWithAWarning)
 {
     const Dbc dbc = readDbcSignal(" SG_ F : 0|16@1- (1,0) [0|0] \"\" X\n"
                                   " SG_ I : 32|32@1- (1,0) [0|0] \"\" X\n"
@@ -28,7 +28,7 @@ TEST(DbcAttributes, FloatingPointSignalOfAWrongLengthIsLeftOutInsteadOfShownWron
     EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:4: ")) << dbc.warnings.toStdString();
 }
 
-TEST(DbcAttributes, ValueTypeThatCannotBeUnderstoodIsAWarning)
+TEST(DbcAttributes, MalformedValueTypeIsAWarning)
 {
     for (const char* line :
          {"SIG_VALTYPE_ 1", "SIG_VALTYPE_ 2364540158 EngineSpeed : 4;",
@@ -40,7 +40,7 @@ TEST(DbcAttributes, ValueTypeThatCannotBeUnderstoodIsAWarning)
     }
 }
 
-TEST(DbcAttributes, SpnIsThatOfItsSignal)
+TEST(DbcAttributes, SpnIsAssignedToItsSignal)
 {
     const Dbc dbc = readDbcSignal(signalLine + "\nBA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n"
                                                "BA_ \"SPN\" SG_ 1 EngineSpeed 91;\n"
@@ -51,7 +51,7 @@ TEST(DbcAttributes, SpnIsThatOfItsSignal)
                                     "x.dbc:5: SPN out of range, or no such signal\n"));
 }
 
-TEST(DbcAttributes, AttributeMayHoldATextOverSeveralLines)
+TEST(DbcAttributes, AttributeTextCanSpanSeveralLines)
 {
     const Dbc dbc = readDbc("BA_ \"Note\" \"first\nBO_ 1 Hidden: 8 X\n\";\n" + messageLine);
     EXPECT_EQ(dbc.warnings, QString());

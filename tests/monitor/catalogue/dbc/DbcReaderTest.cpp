@@ -57,7 +57,7 @@ TEST(DbcReader, IdWithoutBit31Has11Bits)
     EXPECT_FALSE(dbc.messages.at(0).extended);
 }
 
-TEST(DbcReader, MotorolaSignedAndExponentsAreUnderstood)
+TEST(DbcReader, ReadsMotorolaSignedSignalsAndExponents)
 {
     const auto signal = signalIn(R"(SG_ T:7|12@0- ( 1e-3 , -2.5E+1 ) [ -1 | 1.5 ] "" A,B)");
     EXPECT_EQ(signal.layout.byteOrder, ByteOrder::Motorola);
@@ -69,7 +69,7 @@ TEST(DbcReader, MotorolaSignedAndExponentsAreUnderstood)
     EXPECT_EQ(signal.scaling.unit, QString());
 }
 
-TEST(DbcReader, UnitMayBeWrittenInLatin1OrUtf8)
+TEST(DbcReader, UnitCanBeLatin1OrUtf8)
 {
     const QByteArray before = R"( SG_ T : 0|8@1+ (1,-40) [0|0] ")";
     EXPECT_EQ(signalIn(before + "\xB0"
@@ -82,7 +82,7 @@ TEST(DbcReader, UnitMayBeWrittenInLatin1OrUtf8)
               QString::fromUtf8("°C"));
 }
 
-TEST(DbcReader, MultiplexingMarkersAreUnderstood)
+TEST(DbcReader, ReadsMultiplexingMarkers)
 {
     const Dbc dbc = readDbcSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                   " SG_ A m0 : 8|8@1+ (1,0) [0|0] \"\" X\n"
@@ -96,7 +96,7 @@ TEST(DbcReader, MultiplexingMarkersAreUnderstood)
     EXPECT_EQ(found.at(2).layout.multiplexorValue, 17U);
 }
 
-TEST(DbcReader, NestedMultiplexingLeavesOnlyWhatIsClear)
+TEST(DbcReader, MultiplexedSignalsAreOmittedIfMultiplexingIsNested)
 {
     const Dbc dbc = readDbcSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                   " SG_ Plain : 8|8@1+ (1,0) [0|0] \"\" X\n"
@@ -110,7 +110,7 @@ TEST(DbcReader, NestedMultiplexingLeavesOnlyWhatIsClear)
     EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:1: ")) << dbc.warnings.toStdString();
 }
 
-TEST(DbcReader, SignalsBelowOneOfTwoMultiplexorsAreNotClear)
+TEST(DbcReader, MultiplexedSignalsAreOmittedIfThereAreTwoMultiplexors)
 {
     const Dbc dbc = readDbcSignal(" SG_ Page M : 0|8@1+ (1,0) [0|0] \"\" X\n"
                                   " SG_ Part M : 8|8@1+ (1,0) [0|0] \"\" X\n"
@@ -126,7 +126,7 @@ TEST(DbcReader, MultiplexedSignalWithoutAMultiplexorIsAWarning)
     EXPECT_EQ(dbc.warnings.count('\n'), 1);
 }
 
-TEST(DbcReader, EverythingElseIsSkipped)
+TEST(DbcReader, OtherSectionsAreSkipped)
 {
     const Dbc dbc =
         readDbc("VERSION \"\"\n\nNS_ "
@@ -140,7 +140,7 @@ TEST(DbcReader, EverythingElseIsSkipped)
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1);
 }
 
-TEST(DbcReader, CommentOverSeveralLinesHidesWhatLooksLikeAMessage)
+TEST(DbcReader, MessageInsideAMultilineCommentIsIgnored)
 {
     const Dbc dbc =
         readDbc("CM_ \"A 3.5 \\\" disk:\nBO_ 1 Hidden: 8 X\n SG_ broken\n\";\n" + messageLine);
@@ -149,14 +149,14 @@ TEST(DbcReader, CommentOverSeveralLinesHidesWhatLooksLikeAMessage)
     EXPECT_EQ(dbc.messages.at(0).name, QString("EEC1"));
 }
 
-TEST(DbcReader, TextThatNeverEndsIsAWarningWithTheLineOfItsBeginning)
+TEST(DbcReader, UnterminatedTextIsAWarningAtItsFirstLine)
 {
     const Dbc dbc = readDbc("VERSION \"\"\nCM_ \"never ends\nBO_ 1 Hidden: 8 X\n");
     EXPECT_TRUE(dbc.messages.isEmpty());
     EXPECT_EQ(dbc.warnings, QString("x.dbc:2: missing closing quotation mark\n"));
 }
 
-TEST(DbcReader, HolderOfIndependentSignalsIsNotAMessage)
+TEST(DbcReader, PseudoMessageOfIndependentSignalsIsSkipped)
 {
     EXPECT_TRUE(
         readDbc("BO_ 3221225472 VECTOR__INDEPENDENT_SIG_MSG: 0 Vector__XXX").messages.isEmpty());
@@ -176,7 +176,7 @@ TEST(DbcReader, IndependentSignalsAreSkippedWithoutAWarning)
     EXPECT_TRUE(another.warnings.contains("x.dbc:3: signal (SG_) without a message"));
 }
 
-TEST(DbcReader, MessageThatCannotBeUnderstoodIsAWarningAndSoAreItsSignals)
+TEST(DbcReader, MalformedMessageAndItsSignalsAreWarnings)
 {
     for (const char* line :
          {"BO_", "BO_ x EEC1: 8 E", "BO_ -1 EEC1: 8 E", "BO_ 1 EEC1 8 E", "BO_ 1 EE C1: 8 E",
@@ -190,7 +190,7 @@ TEST(DbcReader, MessageThatCannotBeUnderstoodIsAWarningAndSoAreItsSignals)
     }
 }
 
-TEST(DbcReader, SignalThatCannotBeUnderstoodIsAWarningAndTheRestIsUsed)
+TEST(DbcReader, MalformedSignalIsAWarningAndTheRestIsUsed)
 {
     for (const char* line : {R"(SG_)",
                              R"(SG_ A)",
@@ -223,7 +223,7 @@ TEST(DbcReader, SignalThatCannotBeUnderstoodIsAWarningAndTheRestIsUsed)
     }
 }
 
-TEST(DbcReader, EveryPrefixOfASignalBeforeTheEndOfItsUnitIsAWarning)
+TEST(DbcReader, SignalTruncatedBeforeTheEndOfItsUnitIsAWarning)
 {
     const int complete = signalLine.lastIndexOf('"') + 1;
     for (int size = signalLine.indexOf("SG_") + 3; size <= signalLine.size(); ++size) {
@@ -233,7 +233,7 @@ TEST(DbcReader, EveryPrefixOfASignalBeforeTheEndOfItsUnitIsAWarning)
     }
 }
 
-TEST(DbcReader, EveryPrefixOfAMessageBeforeItsSizeIsAWarning)
+TEST(DbcReader, MessageTruncatedBeforeItsSizeIsAWarning)
 {
     const int complete = messageLine.indexOf(": 8") + 3;
     for (int size = 3; size <= messageLine.size(); ++size) {
@@ -243,7 +243,7 @@ TEST(DbcReader, EveryPrefixOfAMessageBeforeItsSizeIsAWarning)
     }
 }
 
-TEST(DbcReader, DamagedLinesGiveNoSignalOutsideItsMessage)
+TEST(DbcReader, DamagedLinesNeverYieldSignalsOutsideTheirMessage)
 {
     std::mt19937 random(190);
     for (int i = 0; i < 20000; ++i) {

@@ -29,7 +29,7 @@ Eds read(const QByteArray& content)
 
 } // namespace
 
-TEST(EdsNumber, DecimalHexadecimalAndOctalAreDistinguished)
+TEST(EdsNumber, ReadsDecimalHexadecimalAndOctal)
 {
     EXPECT_EQ(readEdsNumber("10", 0), 10U);
     EXPECT_EQ(readEdsNumber("0x10", 0), 16U);
@@ -40,7 +40,7 @@ TEST(EdsNumber, DecimalHexadecimalAndOctalAreDistinguished)
     EXPECT_EQ(readEdsNumber(" 7 ; seven", 0), 7U);
 }
 
-TEST(EdsNumber, NodeIdMayStandOnEitherSide)
+TEST(EdsNumber, NodeIdCanComeFirstOrLast)
 {
     EXPECT_EQ(readEdsNumber("$NODEID+0x180", 5), 0x185U);
     EXPECT_EQ(readEdsNumber("0x180+$NODEID", 5), 0x185U);
@@ -78,7 +78,7 @@ TEST(EdsNumber, TextThatIsNotANumberIsRejected)
         EXPECT_EQ(readEdsNumber(text, 5), std::nullopt) << text;
 }
 
-TEST(EdsFile, LetterCaseAndBlanksOfSectionsAndKeysDoNotMatter)
+TEST(EdsFile, CaseAndBlanksInSectionsAndKeysAreIgnored)
 {
     const Eds eds = read("[1A00SUB0A]\nParameterName = Speed, actual\\ \r\n"
                          "  [ DeviceInfo ] ; comment\n;no=entry\n\n  VENDORNAME=A;B=C  \n"
@@ -91,7 +91,7 @@ TEST(EdsFile, LetterCaseAndBlanksOfSectionsAndKeysDoNotMatter)
     EXPECT_EQ(eds.file.entry("none", "datatype").line, 0);
 }
 
-TEST(EdsFile, LinesThatCannotBeUnderstoodAreWarningsAndTheRestIsUsed)
+TEST(EdsFile, MalformedLinesAreWarningsAndTheRestIsUsed)
 {
     const Eds eds = read("[1000]\nnonsense\n=1\nDataType=7\nDataType=8\n[2000\nDataType=5\n"
                          "[]\n[3000] x\n[4000]\nDataType=6\n[1000]\nAccessType=ro");
@@ -105,7 +105,7 @@ TEST(EdsFile, LinesThatCannotBeUnderstoodAreWarningsAndTheRestIsUsed)
     EXPECT_EQ(lines.join(' '), QString("2 3 5 6 8 9 12"));
 }
 
-TEST(EdsDictionary, ValueOfTheDeviceComesBeforeTheDefaultOne)
+TEST(EdsDictionary, ParameterValueTakesPrecedenceOverTheDefault)
 {
     const EdsDictionary dictionary(read("[1000]\nDataType=7\nDefaultValue=1\nParameterValue=2\n"
                                         "[1001]\nDataType=7\nDefaultValue=1\nParameterValue=\n")
@@ -116,7 +116,7 @@ TEST(EdsDictionary, ValueOfTheDeviceComesBeforeTheDefaultOne)
     EXPECT_FALSE(dictionary.object(0x1002, 0));
 }
 
-TEST(EdsDictionary, NameThatIsNotClearFollowsThatOfItsObject)
+TEST(EdsDictionary, AmbiguousNameIsPrefixedWithItsObject)
 {
     const EdsDictionary dictionary(
         read("[6000]\nParameterName=Inputs\n[6000sub1]\nParameterName=Value\n"
@@ -129,7 +129,7 @@ TEST(EdsDictionary, NameThatIsNotClearFollowsThatOfItsObject)
     EXPECT_EQ(dictionary.object(0x6001, 3)->name, QString("6001sub3"));
 }
 
-TEST(EdsDictionary, NameThatIsNotClearEvenSoHasANumber)
+TEST(EdsDictionary, NameThatIsStillAmbiguousGetsANumber)
 {
     const EdsDictionary dictionary(
         read("[6000]\nParameterName=Inputs\n[6000sub1]\nParameterName=Input\n"
@@ -143,7 +143,7 @@ TEST(EdsDictionary, NameThatIsNotClearEvenSoHasANumber)
     EXPECT_EQ(dictionary.object(0x7001, 0)->name, QString("Same 7001"));
 }
 
-TEST(EdsDictionary, CompactSubObjectsAreAlikeButForNamesAndValues)
+TEST(EdsDictionary, CompactSubObjectsDifferOnlyInNameAndValue)
 {
     const EdsDictionary dictionary(read("[6401]\nParameterName=Analog\nDataType=0x0003\n"
                                         "DefaultValue=9\nCompactSubObj=0x0B\n"

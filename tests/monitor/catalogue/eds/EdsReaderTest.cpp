@@ -49,21 +49,21 @@ const QByteArray objects = "[2000]\nParameterName=Byte\nDataType=0x0005\n"
                            "[2004]\nParameterName=Long\nDataType=0x0013\n"
                            "[2005]\nParameterName=Text\nDataType=0x0009\n";
 
-/// "name start length" of the signals of the only message.
-QStringList placesIn(const QByteArray& eds)
+/// "name startBit length" of each signal. There must be at most one message.
+QStringList layoutsIn(const QByteArray& eds)
 {
-    QStringList places;
+    QStringList layouts;
     const Pdos pdos = read(eds);
     EXPECT_EQ(pdos.warnings, QString());
     EXPECT_LE(pdos.messages.size(), 1);
     for (const MessageDescription& message : pdos.messages) {
         for (const SignalDescription& signal : message.signalDescriptions)
-            places += QString("%1 %2 %3")
-                          .arg(signal.name)
-                          .arg(signal.layout.startBit)
-                          .arg(signal.layout.length);
+            layouts += QString("%1 %2 %3")
+                           .arg(signal.name)
+                           .arg(signal.layout.startBit)
+                           .arg(signal.layout.length);
     }
-    return places;
+    return layouts;
 }
 
 } // namespace
@@ -88,9 +88,9 @@ TEST(EdsReader, ReadsAPdoWithItsObjects)
     EXPECT_EQ(message.signalDescriptions.at(1).layout.startBit, 8);
 }
 
-// The sizes are those of CiA 301, and the types that are passed through those for which a signal of
-// the library has no element type.
-TEST(EdsReader, EveryNumericTypeFitsIntoItsOwnLengthAndNotIntoMore)
+// The lengths are those of CiA 301. Types for which the library has no element type are passed
+// through.
+TEST(EdsReader, NumericTypesAreAcceptedUpToTheirLength)
 {
     const struct {
         int code;
@@ -114,13 +114,13 @@ TEST(EdsReader, EveryNumericTypeFitsIntoItsOwnLengthAndNotIntoMore)
         EXPECT_EQ(layout.length, type.bits) << type.code;
         EXPECT_EQ(layout.passThrough, type.passThrough) << type.code;
         if (type.bits == 64)
-            continue; // no PDO is longer
+            continue; // a PDO cannot be longer
         EXPECT_TRUE(read(object + pdo("0x185", "1", {mapped(type.bits + 1)})).messages.isEmpty())
             << type.code;
     }
 }
 
-TEST(EdsReader, FlagsOfTheCobIdAreNotPartOfTheId)
+TEST(EdsReader, CobIdFlagsAreNotPartOfTheId)
 {
     const QList<QByteArray> mapped{"0x20000008"};
     EXPECT_EQ(read(objects + pdo("0x40000185", "1", mapped)).messages.at(0).id, 0x185U);
@@ -131,7 +131,7 @@ TEST(EdsReader, FlagsOfTheCobIdAreNotPartOfTheId)
     EXPECT_EQ(pdos.messages.at(0).id, 0x1234567FU);
 }
 
-TEST(EdsReader, ImpossibleCobIdIsAWarning)
+TEST(EdsReader, InvalidCobIdIsAWarning)
 {
     for (const char* cobId : {"0", "0x800", "0x40000000", "0x1FFFFFFF", "0x20000000", "none"}) {
         const Pdos pdos = read(objects + pdo(cobId, "1", {"0x20000008"}));
@@ -143,28 +143,28 @@ TEST(EdsReader, ImpossibleCobIdIsAWarning)
 
 TEST(EdsReader, LengthsNeedNotBeWholeBytes)
 {
-    EXPECT_EQ(placesIn(objects +
-                       pdo("0x185", "4", {"0x20020001", "0x20000003", "0x20010010", "0x20020001"})),
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "4",
+                                      {"0x20020001", "0x20000003", "0x20010010", "0x20020001"})),
               (QStringList{"Bit 0 1", "Byte 1 3", "Word 4 16", "Bit 20 1"}));
 }
 
-TEST(EdsReader, DummyEntriesTakeTheirRoomOnly)
+TEST(EdsReader, DummyEntriesOnlyTakeUpSpace)
 {
-    EXPECT_EQ(placesIn(objects +
-                       pdo("0x185", "4", {"0x00010001", "0x00050008", "0x00070020", "0x20010010"})),
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "4",
+                                      {"0x00010001", "0x00050008", "0x00070020", "0x20010010"})),
               QStringList{"Word 41 16"});
 }
 
-TEST(EdsReader, CountMayBeMoreThanWhatIsFilled)
+TEST(EdsReader, CountNeedNotMatchTheMappedObjects)
 {
-    EXPECT_EQ(placesIn(objects + pdo("0x185", "8", {"0x20000008", "0x20010010"})).size(), 2);
-    EXPECT_EQ(placesIn(objects + pdo("0x185", "64", {"0x20000008", "0", "0x00000000"})).size(), 1);
-    EXPECT_EQ(placesIn(objects + pdo("0x185", "1", {"0x20000008", "0x20010010"})).size(), 1);
-    EXPECT_EQ(placesIn(objects + pdo("0x185", "0", {"0x20000008"})).size(), 0);
-    EXPECT_EQ(placesIn(objects + pdo("0x185", "", {"0x20000008", "0x20010010"})).size(), 2);
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "8", {"0x20000008", "0x20010010"})).size(), 2);
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "64", {"0x20000008", "0", "0x00000000"})).size(), 1);
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "1", {"0x20000008", "0x20010010"})).size(), 1);
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "0", {"0x20000008"})).size(), 0);
+    EXPECT_EQ(layoutsIn(objects + pdo("0x185", "", {"0x20000008", "0x20010010"})).size(), 2);
 }
 
-TEST(EdsReader, WhatHasNoCertainPlaceIsNotUsed)
+TEST(EdsReader, ObjectsOfUncertainPositionAreNotUsed)
 {
     const QByteArray last = "0x20010010";
     for (const QList<QByteArray>& mapped :
@@ -177,7 +177,7 @@ TEST(EdsReader, WhatHasNoCertainPlaceIsNotUsed)
     }
 }
 
-TEST(EdsReader, ObjectThatCannotBeUsedKeepsItsRoom)
+TEST(EdsReader, UnusableObjectStillTakesUpSpace)
 {
     for (const char* mapped : {"0x20990010", "0x20000010", "0x20030010"}) {
         const Pdos pdos = read(objects + pdo("0x185", "2", {mapped, "0x20010010"}));
@@ -199,14 +199,14 @@ TEST(EdsReader, ObjectsWithoutAnElementTypeArePassedThrough)
     EXPECT_TRUE(found.at(1).layout.passThrough);
 }
 
-TEST(EdsReader, CompactMappingIsReadToo)
+TEST(EdsReader, ReadsCompactMappings)
 {
-    EXPECT_EQ(placesIn(objects + "[1800sub1]\nParameterValue=0x185\n[1A00]\nDataType=7\n"
-                                 "CompactSubObj=2\n[1A00Value]\n1=0x20000008\n2=0x20010010\n"),
+    EXPECT_EQ(layoutsIn(objects + "[1800sub1]\nParameterValue=0x185\n[1A00]\nDataType=7\n"
+                                  "CompactSubObj=2\n[1A00Value]\n1=0x20000008\n2=0x20010010\n"),
               (QStringList{"Byte 0 8", "Word 8 16"}));
 }
 
-TEST(EdsReader, EveryPrefixOfAFileIsReadWithoutASignalOutsideItsPdo)
+TEST(EdsReader, TruncatedFilesNeverYieldSignalsOutsideTheirPdo)
 {
     const QByteArray eds =
         objects + pdo("$NODEID+0x180", "3", {"0x20000008", "0x20010010", "0x20030020"});
@@ -218,7 +218,7 @@ TEST(EdsReader, EveryPrefixOfAFileIsReadWithoutASignalOutsideItsPdo)
     }
 }
 
-TEST(EdsReader, DamagedFilesGiveNoSignalOutsideItsPdo)
+TEST(EdsReader, DamagedFilesNeverYieldSignalsOutsideTheirPdo)
 {
     std::mt19937 random(306);
     const QByteArray valid =
@@ -237,12 +237,12 @@ TEST(EdsReader, DamagedFilesGiveNoSignalOutsideItsPdo)
     }
 }
 
-TEST(EdsReader, SubIndexOfAMappedObjectIsUsed)
+TEST(EdsReader, MappingUsesTheSubIndex)
 {
     const QByteArray record = "[2010]\nParameterName=Motor\nObjectType=0x9\n"
                               "[2010sub0]\nParameterName=Entries\nDataType=0x0005\n"
                               "[2010sub1]\nParameterName=Speed\nDataType=0x0006\n"
                               "[2010sub2]\nParameterName=Torque\nDataType=0x0006\n";
-    EXPECT_EQ(placesIn(record + pdo("0x185", "2", {"0x20100210", "0x20100110"})),
+    EXPECT_EQ(layoutsIn(record + pdo("0x185", "2", {"0x20100210", "0x20100110"})),
               (QStringList{"Torque 0 16", "Speed 16 16"}));
 }
