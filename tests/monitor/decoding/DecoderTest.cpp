@@ -41,7 +41,7 @@ CatalogueMessage standardMessage(quint32 id, const CatalogueSignal& signal)
 
 } // namespace
 
-TEST(J1939Id, DataPageAndGroupExtensionBelongToThePgnOfPdu2)
+TEST(J1939Id, Pdu2PgnIncludesDataPageAndGroupExtension)
 {
     EXPECT_EQ(monitor::pgnOf(0x0CF00400), 61444U);
     EXPECT_EQ(monitor::pgnOf(0x18FEEE21), 65262U);
@@ -50,7 +50,7 @@ TEST(J1939Id, DataPageAndGroupExtensionBelongToThePgnOfPdu2)
     EXPECT_EQ(monitor::pgnOf(0x18F00000), 0xF000U);
 }
 
-TEST(J1939Id, DestinationIsNotPartOfThePgnOfPdu1)
+TEST(J1939Id, Pdu1PgnIncludesTheDataPageButNotTheDestination)
 {
     EXPECT_EQ(monitor::pgnOf(0x18EAFF21), 0xEA00U);
     EXPECT_EQ(monitor::pgnOf(0x18EA0021), 0xEA00U);
@@ -81,7 +81,7 @@ TEST(Decoder, MatchesPdu1WhateverItsDestination)
     EXPECT_TRUE(decoder.decode(extendedFrame(0x0C010B21)).isEmpty());
 }
 
-TEST(Decoder, Matches11BitMessagesByTheirIdAndWithoutSource)
+TEST(Decoder, Matches11BitMessagesByIdWithoutASource)
 {
     Decoder decoder({standardMessage(0x123, describedSignal(0, 8))});
     const auto found = decoder.decode(standardFrame(0x123));
@@ -91,7 +91,7 @@ TEST(Decoder, Matches11BitMessagesByTheirIdAndWithoutSource)
     EXPECT_TRUE(decoder.decode(extendedFrame(0x123)).isEmpty());
 }
 
-TEST(Decoder, ReservedRangesCountOnlyIn29BitFrames)
+TEST(Decoder, ReservedRangesApplyOnlyTo29BitFrames)
 {
     Decoder decoder({describedMessage(0x18FEF1FE, {describedSignal(0, 8)}),
                      standardMessage(0x123, describedSignal(0, 8))});
@@ -106,7 +106,7 @@ TEST(Decoder, ReservedRangesCountOnlyIn29BitFrames)
     }
 }
 
-TEST(Decoder, FindsAllSignalsOfAllMessagesThatMatchInTheirOrder)
+TEST(Decoder, FindsAllSignalsOfAllMatchingMessagesInOrder)
 {
     Decoder decoder({describedMessage(0x18FEF1FE, {describedSignal(0, 8), describedSignal(8, 8)}),
                      describedMessage(0x18FEF100, {describedSignal(16, 8)})});
@@ -120,7 +120,7 @@ TEST(Decoder, FindsAllSignalsOfAllMessagesThatMatchInTheirOrder)
     EXPECT_EQ(found.at(2).message, 1);
 }
 
-TEST(Decoder, LeavesOutSignalsThatTheDataIsTooShortFor)
+TEST(Decoder, OmitsSignalsBeyondTheEndOfTheData)
 {
     Decoder decoder(
         {describedMessage(0x18FEF1FE, {describedSignal(0, 8), describedSignal(8, 16)})});
@@ -132,7 +132,7 @@ TEST(Decoder, LeavesOutSignalsThatTheDataIsTooShortFor)
     }
 }
 
-TEST(Decoder, SignalThatReservesNothingIsAlwaysMeasured)
+TEST(Decoder, SignalWithoutReservedValuesIsAlwaysMeasured)
 {
     CatalogueSignal signal = describedSignal(0, 8);
     signal.rules.reservesRawValues = false;
@@ -151,13 +151,13 @@ TEST(Decoder, FloatingPointSignalsReserveOnlyNonFiniteValues)
     Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
     const auto availabilityIn = [&decoder](quint8 first, quint8 second) {
         Frame frame = extendedFrame(0x18FEF100);
-        frame.data.at(7) = first; // sign and exponent stand in the last bytes
+        frame.data.at(7) = first; // sign and exponent are in the last bytes
         frame.data.at(6) = second;
         return decoder.decode(frame).at(0).availability;
     };
     EXPECT_EQ(availabilityIn(0xFE, 0x00), Availability::Measured);
     EXPECT_EQ(availabilityIn(0xFF, 0x00), Availability::Measured);
-    EXPECT_EQ(availabilityIn(0xFF, 0xE0), Availability::Error); // finite, but not times 10
+    EXPECT_EQ(availabilityIn(0xFF, 0xE0), Availability::Error); // overflows when scaled
     EXPECT_EQ(availabilityIn(0xFF, 0xF0), Availability::Error); // minus infinity
     EXPECT_EQ(availabilityIn(0x7F, 0xF8), Availability::NotAvailable);
 }
@@ -170,7 +170,7 @@ TEST(Decoder, FindsNothingInARemoteFrame)
     EXPECT_TRUE(decoder.decode(frame).isEmpty());
 }
 
-TEST(Decoder, MultiplexedSignalIsThereOnlyForItsMultiplexorValue)
+TEST(Decoder, MultiplexedSignalIsFoundOnlyForItsMultiplexorValue)
 {
     CatalogueSignal page = describedSignal(0, 4);
     page.layout.multiplexing = Multiplexing::Multiplexor;

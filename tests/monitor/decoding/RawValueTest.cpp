@@ -19,7 +19,7 @@ using monitor::SignalLayout;
 namespace
 {
 
-/// The data as one number, its first byte the lowest (Intel) or the highest (Motorola).
+/// The data as one number whose lowest (Intel) or highest (Motorola) byte is the first one.
 quint64 wholeData(const Frame& frame, ByteOrder order)
 {
     quint64 number = 0;
@@ -28,7 +28,7 @@ quint64 wholeData(const Frame& frame, ByteOrder order)
     return number;
 }
 
-/// The bits cut out of that number by one shift.
+/// The bits of a signal, shifted out of that number.
 quint64 modelledBits(const Frame& frame, const SignalLayout& layout)
 {
     const quint64 mask = ~quint64{0} >> (64 - layout.length);
@@ -54,7 +54,7 @@ void expectSame(const QVariant& value, const QVariant& expected)
 
 } // namespace
 
-TEST(RawBits, KnownFieldsAreCutOutInBothByteOrders)
+TEST(RawBits, KnownFieldsAreExtractedInBothByteOrders)
 {
     Frame frame;
     frame.data = {0x60, 0x7D, 0x84, 0x48, 0x14, 0x00, 0xF0, 0x84};
@@ -71,7 +71,7 @@ TEST(RawBits, KnownFieldsAreCutOutInBothByteOrders)
     EXPECT_EQ(monitor::extractBits(frame.data.data(), layout), 0x607D84481400F084U);
 }
 
-TEST(RawBits, AgreeWithAnIndependentModelInBothByteOrders)
+TEST(RawBits, MatchAnIndependentModelInBothByteOrders)
 {
     std::mt19937_64 random(61444);
     for (int i = 0; i < 200000; ++i) {
@@ -101,7 +101,7 @@ TEST(RawBits, SignIsExtendedFromTheHighestBit)
     EXPECT_EQ(monitor::signExtended(0xFFFFFFFFFFFFFFFE, 64), -2);
 }
 
-TEST(RawBits, FieldFitsIntoTheDataOnlyWithAllItsBits)
+TEST(RawBits, FieldFitsOnlyIfAllItsBitsAreInTheData)
 {
     EXPECT_TRUE(monitor::fitsInto(describedLayout(24, 16), 5));
     EXPECT_FALSE(monitor::fitsInto(describedLayout(24, 16), 4));
@@ -115,7 +115,7 @@ TEST(RawBits, FieldFitsIntoTheDataOnlyWithAllItsBits)
     EXPECT_FALSE(monitor::fitsInto(motorola, 1));
 }
 
-TEST(Availability, EightBitsAndMoreAreJudgedByTheirMostSignificantByte)
+TEST(Availability, FieldsOf8BitsOrMoreDependOnTheirHighest8Bits)
 {
     struct Row {
         int length;
@@ -142,7 +142,7 @@ TEST(Availability, EightBitsAndMoreAreJudgedByTheirMostSignificantByte)
     }
 }
 
-TEST(Availability, TwoAndFourBitsReserveTheirTwoHighestStates)
+TEST(Availability, FieldsOf2And4BitsReserveTheirTwoHighestStates)
 {
     for (const quint64 states : {4U, 16U}) {
         const int length = states == 4 ? 2 : 4;
@@ -161,7 +161,7 @@ TEST(Availability, OtherShortFieldsReserveNothing)
     }
 }
 
-TEST(RawValue, WholeNumberIsOfTheSmallestKindThatHoldsItsLength)
+TEST(RawValue, IntegerHas64BitsOnlyIfNeeded)
 {
     expectSame(rawValueOf(0xFFFFFFFF, describedLayout(0, 32)), QVariant(0xFFFFFFFFU));
     expectSame(rawValueOf(0x1FFFFFFFF, describedLayout(0, 33)), QVariant(quint64{0x1FFFFFFFF}));
@@ -172,8 +172,9 @@ TEST(RawValue, WholeNumberIsOfTheSmallestKindThatHoldsItsLength)
     expectSame(rawValueOf(0x1FFFFFFFE, layout), QVariant(qint64{-2}));
 }
 
-// 1.5 is 1.1 in binary: an exponent of 0, biased 127 or 1023, and the highest bit behind it.
-TEST(RawValue, FloatingPointNumberIsOfItsLength)
+// 1.5 is 1.1 in binary: the exponent is 0, stored as 127 or 1023, and the highest fraction bit is
+// set.
+TEST(RawValue, FloatingPointTypeFollowsTheLength)
 {
     SignalLayout layout = describedLayout(0, 32);
     layout.isFloat = true;
@@ -182,7 +183,7 @@ TEST(RawValue, FloatingPointNumberIsOfItsLength)
     expectSame(rawValueOf(0x3FF8000000000000, layout), QVariant(1.5));
 }
 
-TEST(RawValue, PassThroughTextEndsAtItsEndAndBytesDoNot)
+TEST(RawValue, PassThroughTextEndsAtAZeroByteAndOctetsDoNot)
 {
     expectSame(rawValueOf(0x00006B4F, passThrough(CANopenDataType::VISIBLE_STRING, 32)),
                QVariant(QString("Ok")));
