@@ -27,7 +27,7 @@ CANopenDataType typeOf(int length, bool isSigned, double factor, double offset)
 
 } // namespace
 
-TEST(DatatypeChoice, PlainSignalGetsTheSmallestTypeThatTheLibraryCountsIn)
+TEST(DatatypeChoice, UnscaledSignalGetsTheSmallestSuitableType)
 {
     struct Row {
         int length;
@@ -52,14 +52,14 @@ TEST(DatatypeChoice, PlainSignalGetsTheSmallestTypeThatTheLibraryCountsIn)
     }
 }
 
-TEST(DatatypeChoice, FractionsAreReal)
+TEST(DatatypeChoice, FractionalScalingNeedsReal64)
 {
     EXPECT_EQ(typeOf(16, false, 0.125, 0), CANopenDataType::REAL64);
     EXPECT_EQ(typeOf(16, false, 1, 0.5), CANopenDataType::REAL64);
     EXPECT_EQ(typeOf(16, false, 1.5, 0), CANopenDataType::REAL64);
 }
 
-TEST(DatatypeChoice, WhatLeavesTheRangeOfItsTypeIsReal)
+TEST(DatatypeChoice, ScaledValuesOutOfRangeNeedReal64)
 {
     EXPECT_EQ(typeOf(8, false, 1, -40), CANopenDataType::REAL64);
     EXPECT_EQ(typeOf(8, false, 1, 1), CANopenDataType::REAL64);
@@ -98,7 +98,7 @@ TEST(DatatypeChoice, LibraryScalesTheExtremesOfEverySignalExactly)
     }
 }
 
-TEST(DatatypeChoice, CanopenObjectKeepsItsTypeWhereThatShowsItAsItIs)
+TEST(DatatypeChoice, CanopenObjectKeepsItsTypeIfThatIsExact)
 {
     using Type = CAN::CANopenDataType;
     const auto chosen = [](Type type, int length, double factor = 1) {

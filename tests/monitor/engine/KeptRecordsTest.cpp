@@ -12,7 +12,7 @@ using monitor::SignalStatistics;
 namespace
 {
 
-/// A signal whose raw values are twice the values, fed with 1, 2, 3 and so on, one a second.
+/// A signal with the values 1, 2, 3 and so on, one per second, at 0.5 per bit.
 class KeptRecords : public testing::Test
 {
 protected:
@@ -38,9 +38,9 @@ protected:
 
 } // namespace
 
-// Of 1 to 10 the mean is 5.5 and the deviation the root of 8.25, which is 2.87: the band is 2.63 to
-// 8.37. Of the newest three, 8 lies in it.
-TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherStatisticsOfAllValues)
+// The mean of 1 to 10 is 5.5 and the deviation the square root of 8.25, which is 2.87. The band is
+// 2.63 to 8.37, and only 8 of the newest three values lies within it.
+TEST_F(KeptRecords, OnlyMedianAndDeviatorsAreLimitedToTheNewestRecords)
 {
     SignalRegistry table(messages);
     feed(table, 10);
@@ -56,7 +56,7 @@ TEST_F(KeptRecords, MedianAndDeviatorsAreOfTheNewestRecordsAndTheOtherStatistics
     EXPECT_EQ(statistics.deviators, 2);
 }
 
-TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
+TEST_F(KeptRecords, SeriesNeverExceedsTheLimit)
 {
     SignalRegistry table(messages);
     for (int count = 1; count <= 20; ++count) {
@@ -71,7 +71,7 @@ TEST_F(KeptRecords, NeverMoreThanThoseAreSeriesAndRecordsAtAnyCount)
     }
 }
 
-TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
+TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyValues)
 {
     SignalRegistry table(messages);
     feed(table, 1000);
@@ -83,7 +83,7 @@ TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyAtOnce)
     EXPECT_EQ(values.at(0).scaledValue, QVariant(998.0));
 }
 
-TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheStatisticsOfAnUnboundedSeries)
+TEST_F(KeptRecords, StatisticsUpToTheLimitEqualThoseOfAnUnboundedSeries)
 {
     SignalRegistry bounded(messages);
     feed(bounded, 3);
@@ -102,7 +102,7 @@ TEST_F(KeptRecords, FewerValuesThanAreKeptHaveTheStatisticsOfAnUnboundedSeries)
     EXPECT_EQ(left.deviators, 2);
 }
 
-TEST_F(KeptRecords, PassedThroughValuesAreBoundedToo)
+TEST_F(KeptRecords, PassThroughValuesAreLimited)
 {
     monitor::CatalogueSignal description = describedSignal(0, 16);
     description.layout.passThrough = true;

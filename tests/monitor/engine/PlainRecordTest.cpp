@@ -41,7 +41,7 @@ protected:
         return nextRecordIsPlain(stream);
     }
 
-    /// A record whose raw value has the type number \a typeId and zeros for its content.
+    /// A record whose raw value has the type id \a typeId and consists of zeros.
     static QByteArray ofType(quint32 typeId)
     {
         QByteArray bytes;
@@ -77,7 +77,7 @@ QVector<QVariant> plainValues()
 
 } // namespace
 
-TYPED_TEST(PlainRecord, EveryPlainValueIsAcceptedInEitherPlace)
+TYPED_TEST(PlainRecord, PlainValuesAreAcceptedAsRawAndScaledValue)
 {
     for (const QVariant& value : plainValues()) {
         EXPECT_TRUE(this->isPlain(this->written(this->recordOf(value, 1)))) << value.typeName();
@@ -85,7 +85,7 @@ TYPED_TEST(PlainRecord, EveryPlainValueIsAcceptedInEitherPlace)
     }
 }
 
-TYPED_TEST(PlainRecord, WhatQtWouldConstructOtherwiseIsRefusedInEitherPlace)
+TYPED_TEST(PlainRecord, OtherValuesAreRejectedAsRawAndScaledValue)
 {
     const QVector<QVariant> others{
         QVariantList{1}, QVariantMap{}, QStringList{}, QDateTime::currentDateTime(),
@@ -96,7 +96,7 @@ TYPED_TEST(PlainRecord, WhatQtWouldConstructOtherwiseIsRefusedInEitherPlace)
     }
 }
 
-TYPED_TEST(PlainRecord, NoOtherTypeNumberIsAccepted)
+TYPED_TEST(PlainRecord, OnlyTheTypeIdsOfPlainValuesAreAccepted)
 {
     const QVector<quint32> plain{0, 1, 2, 3, 4, 5, 6, 10, 12, 32, 33, 34, 35, 36, 37, 38, 40};
     for (quint32 typeId = 0; typeId < 2000; ++typeId)
@@ -105,7 +105,7 @@ TYPED_TEST(PlainRecord, NoOtherTypeNumberIsAccepted)
         EXPECT_FALSE(this->isPlain(this->ofType(typeId))) << typeId;
 }
 
-TYPED_TEST(PlainRecord, EveryTruncationWithinTheTwoValuesIsRefused)
+TYPED_TEST(PlainRecord, TruncationWithinEitherValueIsRejected)
 {
     for (const QVariant& value : plainValues()) {
         const QByteArray whole = this->written(this->recordOf(value, value));
@@ -117,7 +117,7 @@ TYPED_TEST(PlainRecord, EveryTruncationWithinTheTwoValuesIsRefused)
     }
 }
 
-TYPED_TEST(PlainRecord, EveryTruncationLeavesTheStreamWhereItIsWithItsStatus)
+TYPED_TEST(PlainRecord, TruncationLeavesPositionAndStatusOfTheStreamUnchanged)
 {
     const QByteArray before("before");
     const QByteArray whole = this->written(this->recordOf(QStringLiteral("rpm"), 0.5));
@@ -130,7 +130,7 @@ TYPED_TEST(PlainRecord, EveryTruncationLeavesTheStreamWhereItIsWithItsStatus)
     }
 }
 
-TYPED_TEST(PlainRecord, AnAcceptedRecordIsThenReadAsItWasWritten)
+TYPED_TEST(PlainRecord, AcceptedRecordIsReadAsWritten)
 {
     for (const QVariant& value : plainValues()) {
         QDataStream stream(this->written(this->recordOf(value, 7)));
@@ -144,7 +144,7 @@ TYPED_TEST(PlainRecord, AnAcceptedRecordIsThenReadAsItWasWritten)
     }
 }
 
-TYPED_TEST(PlainRecord, TextsUpToTheGivenLengthInBytesAreAccepted)
+TYPED_TEST(PlainRecord, TextsUpToTheMaximumLengthInBytesAreAccepted)
 {
     QDataStream text(this->written(this->recordOf(QString(50, 'x'), 1)));
     EXPECT_TRUE(nextRecordIsPlain(text, 100));
@@ -154,23 +154,23 @@ TYPED_TEST(PlainRecord, TextsUpToTheGivenLengthInBytesAreAccepted)
     EXPECT_FALSE(nextRecordIsPlain(bytes, 49));
 }
 
-TYPED_TEST(PlainRecord, ATextOfAnOddNumberOfBytesIsRefused)
+TYPED_TEST(PlainRecord, TextWithAnOddNumberOfBytesIsRejected)
 {
-    // In the second place, where what is left over would pass for the fields that follow.
+    // In the second value, because the byte left over there would pass for the fields that follow.
     QByteArray bytes = this->written(this->recordOf(QVariant(), QStringLiteral("ab")));
     ASSERT_EQ(bytes.mid(12, 4), QByteArray::fromHex("00000004"));
     bytes[15] = 3;
     EXPECT_FALSE(this->isPlain(bytes));
 }
 
-TYPED_TEST(PlainRecord, AnUnknownVersionWordIsRefused)
+TYPED_TEST(PlainRecord, UnknownVersionIsRejected)
 {
     QByteArray bytes = this->written(this->recordOf(1, 1));
     for (const char* version : {"0000", "0002", "0101", "ffff"})
         EXPECT_FALSE(this->isPlain(bytes.replace(0, 2, QByteArray::fromHex(version)))) << version;
 }
 
-TYPED_TEST(PlainRecord, FollowsByteOrderPrecisionAndVersionOfTheStream)
+TYPED_TEST(PlainRecord, UsesByteOrderAndPrecisionOfTheStream)
 {
     for (const auto order : {QDataStream::BigEndian, QDataStream::LittleEndian}) {
         for (const auto precision : {QDataStream::SinglePrecision, QDataStream::DoublePrecision}) {
@@ -190,7 +190,7 @@ TYPED_TEST(PlainRecord, FollowsByteOrderPrecisionAndVersionOfTheStream)
     }
 }
 
-TYPED_TEST(PlainRecord, StreamsThatNumberTheTypesOtherwiseAreRefused)
+TYPED_TEST(PlainRecord, StreamVersionsWithOtherTypeIdsAreRejected)
 {
     for (int version = QDataStream::Qt_1_0; version <= QDataStream::Qt_5_15; ++version) {
         QDataStream stream(this->written(this->recordOf(1, 1), version));
@@ -199,7 +199,7 @@ TYPED_TEST(PlainRecord, StreamsThatNumberTheTypesOtherwiseAreRefused)
     }
 }
 
-TYPED_TEST(PlainRecord, AStreamThatHasFailedIsRefusedAndKeepsItsStatus)
+TYPED_TEST(PlainRecord, FailedStreamIsRejectedAndKeepsItsStatus)
 {
     QDataStream stream(this->written(this->recordOf(1, 1)));
     stream.setStatus(QDataStream::ReadCorruptData);
@@ -207,8 +207,8 @@ TYPED_TEST(PlainRecord, AStreamThatHasFailedIsRefusedAndKeepsItsStatus)
     EXPECT_EQ(stream.status(), QDataStream::ReadCorruptData);
 }
 
-/// The function that docs/reliability.md shows.
-class ShownReader : public testing::Test
+/// The function shown in docs/reliability.md.
+class DocumentedReader : public testing::Test
 {
 protected:
     static QByteArray written(const QVariant& raw)
@@ -229,19 +229,19 @@ protected:
     }
 };
 
-TEST_F(ShownReader, ReadsEveryRecordOfAPlainStream)
+TEST_F(DocumentedReader, ReadsEveryRecordOfAPlainStream)
 {
     EXPECT_EQ(rawValuesRead({}), QVector<QVariant>{});
     EXPECT_EQ(rawValuesRead(written(1) + written(2) + written(3)), (QVector<QVariant>{1, 2, 3}));
 }
 
-TEST_F(ShownReader, StopsBeforeARecordThatIsNotPlain)
+TEST_F(DocumentedReader, StopsBeforeARecordThatIsNotPlain)
 {
     const QByteArray list = written(QVariantList{1});
     EXPECT_EQ(rawValuesRead(written(1) + list + written(2)), QVector<QVariant>{1});
 }
 
-TEST_F(ShownReader, LeavesOutARecordThatIsCutOffAnywhere)
+TEST_F(DocumentedReader, OmitsATruncatedRecord)
 {
     const QByteArray whole = written(2);
     for (int length = 0; length < whole.size(); ++length)

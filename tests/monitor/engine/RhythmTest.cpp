@@ -19,7 +19,7 @@ Rhythm rhythmOf(qint64 period, int values)
 
 } // namespace
 
-TEST(Rhythm, OneValueHasNoPeriodAndIsNeverSilent)
+TEST(Rhythm, SingleValueHasNoPeriodAndIsNeverSilent)
 {
     const Rhythm rhythm = rhythmOf(0, 1);
     EXPECT_EQ(rhythm.period(), std::nullopt);
@@ -35,14 +35,14 @@ TEST(Rhythm, SilenceBeginsAfterFiveUsualPeriods)
     EXPECT_TRUE(rhythm.isSilent(1401 * ms));
 }
 
-TEST(Rhythm, FastSignalsAreSilentAfterTheShortestSilence)
+TEST(Rhythm, FastSignalIsSilentAfter200Milliseconds)
 {
     const Rhythm rhythm = rhythmOf(10 * ms, 101);
     EXPECT_FALSE(rhythm.isSilent(1200 * ms));
     EXPECT_TRUE(rhythm.isSilent(1201 * ms));
 }
 
-TEST(Rhythm, ValuesInPortionsCountOnceForEach)
+TEST(Rhythm, ValuesWithTheSameTimeCountOnce)
 {
     Rhythm rhythm;
     for (int i = 0; i < 100; ++i)
@@ -50,14 +50,14 @@ TEST(Rhythm, ValuesInPortionsCountOnceForEach)
     EXPECT_EQ(rhythm.period(), 100.0 * ms);
 }
 
-TEST(Rhythm, BreakChangesTheUsualPeriodLittle)
+TEST(Rhythm, LongPauseHardlyChangesTheUsualPeriod)
 {
     Rhythm rhythm = rhythmOf(100 * ms, 10);
     rhythm.add(3600000 * ms);
     EXPECT_EQ(rhythm.period(), 150.0 * ms);
 }
 
-TEST(Rhythm, SlowerSignalIsSoonNoLongerSilentBetweenItsValues)
+TEST(Rhythm, SignalThatSlowsDownIsSoonNoLongerSilent)
 {
     Rhythm rhythm = rhythmOf(100 * ms, 10);
     for (int i = 1; i <= 12; ++i)
@@ -65,7 +65,7 @@ TEST(Rhythm, SlowerSignalIsSoonNoLongerSilentBetweenItsValues)
     EXPECT_FALSE(rhythm.isSilent((900 + 13 * 2000) * ms));
 }
 
-TEST(Rhythm, TimeThatJumpsBackwardsIsIgnoredForThePeriod)
+TEST(Rhythm, BackwardJumpDoesNotChangeThePeriod)
 {
     Rhythm rhythm = rhythmOf(100 * ms, 10);
     rhythm.add(0);

@@ -24,8 +24,8 @@ DecodedSignal measured(quint64 bits)
     return decoded;
 }
 
-/// Feeds values of any size with others between them, and compares what a display sees meanwhile
-/// with a statistics.
+/// Records random values, and compares the running statistics with a full calculation from time to
+/// time.
 void expectSameStatistics(const CatalogueSignal& signal)
 {
     const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
@@ -45,7 +45,7 @@ void expectSameStatistics(const CatalogueSignal& signal)
 
 } // namespace
 
-TEST(RunningStatistics, EqualThoseComputedAtOnceForAGrowingSeries)
+TEST(RunningStatistics, MatchAFullCalculationForAGrowingSeries)
 {
     CatalogueSignal signal = describedSignal(0, 16);
     expectSameStatistics(signal);
@@ -59,7 +59,7 @@ TEST(RunningStatistics, EqualThoseComputedAtOnceForAGrowingSeries)
     expectSameStatistics(describedSignal(0, 50));
 }
 
-TEST(RunningStatistics, EqualThoseComputedAtOnceForABoundedSeries)
+TEST(RunningStatistics, MatchAFullCalculationForABoundedSeries)
 {
     CatalogueSignal signal = describedSignal(0, 16);
     signal.scaling.factor = 0.125;
@@ -67,7 +67,7 @@ TEST(RunningStatistics, EqualThoseComputedAtOnceForABoundedSeries)
     expectSameStatistics(signal);
 }
 
-TEST(RunningStatistics, PassedThroughSignalHasItsNewestValue)
+TEST(RunningStatistics, PassThroughSignalHasItsNewestValue)
 {
     CatalogueSignal signal = describedSignal(0, 48);
     signal.layout.datatype = CAN::CANopenDataType::UNSIGNED56;
@@ -83,7 +83,7 @@ TEST(RunningStatistics, PassedThroughSignalHasItsNewestValue)
     EXPECT_EQ(statistics.newestText, QString::number(0x123456789A));
 }
 
-TEST(RunningStatistics, ClearedSignalsStayAndBeginAnew)
+TEST(RunningStatistics, ClearedSignalsRemainAndStartOver)
 {
     const QVector<CatalogueMessage> messages{describedMessage(0, {describedSignal(0, 8)})};
     SignalRegistry table(messages);

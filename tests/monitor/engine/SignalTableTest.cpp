@@ -29,7 +29,7 @@ DecodedSignal measured(quint64 bits, int signal = 0, quint8 source = 0)
     return decoded;
 }
 
-DecodedSignal without(Availability availability)
+DecodedSignal unavailable(Availability availability)
 {
     DecodedSignal decoded = measured(0xFFFF);
     decoded.availability = availability;
@@ -45,11 +45,11 @@ QVector<CatalogueMessage> oneSignal(int length, double factor, double offset)
     return {describedMessage(0, {signal})};
 }
 
-QVector<CatalogueMessage> oneObject(CAN::CANopenDataType datatype, int length, bool carried)
+QVector<CatalogueMessage> oneObject(CAN::CANopenDataType datatype, int length, bool passThrough)
 {
     CatalogueSignal signal = describedSignal(0, length);
     signal.layout.datatype = datatype;
-    signal.layout.passThrough = carried;
+    signal.layout.passThrough = passThrough;
     signal.layout.isSigned =
         datatype == CAN::CANopenDataType::INTEGER40 || datatype == CAN::CANopenDataType::INTEGER48;
     CatalogueMessage message = describedMessage(0, {signal});
@@ -68,8 +68,9 @@ SignalStatistics statisticsAfter(const QVector<CatalogueMessage>& messages,
 
 } // namespace
 
-// Raw 4, 4, 8, 8 and 36 at 0.5 per bit from 10: 12, 12, 14, 14, 28. Their mean is 16, their squared
-// distances 16 + 16 + 4 + 4 + 144 = 184, so the deviation is the root of 184 / 5.
+// The raw values 4, 4, 8, 8 and 36 at 0.5 per bit, offset 10, are 12, 12, 14, 14 and 28. Their mean
+// is 16 and the sum of squared distances 16 + 16 + 4 + 4 + 144 = 184, so the deviation is the
+// square root of 184 / 5.
 TEST(SignalTable, StatisticsAreOfTheScaledValues)
 {
     const SignalStatistics statistics =
@@ -87,11 +88,11 @@ TEST(SignalTable, StatisticsAreOfTheScaledValues)
     EXPECT_EQ(statistics.median, 14);
     EXPECT_NEAR(statistics.lowerThreshold, 16 - deviation, 1e-13);
     EXPECT_NEAR(statistics.upperThreshold, 16 + deviation, 1e-13);
-    EXPECT_EQ(statistics.rating, 100); // 2 from the middle, within half of the deviation
+    EXPECT_EQ(statistics.rating, 100); // 2 from the middle, less than half of the deviation
     EXPECT_EQ(statistics.deviators, 1);
 }
 
-TEST(SignalTable, DeviatorsAreCountedByScaledValuesAndNotByRawOnes)
+TEST(SignalTable, DeviatorsAreCountedAmongScaledValues)
 {
     const auto temperatures = oneSignal(8, 1, -40);
     EXPECT_EQ(statisticsAfter(temperatures, {120, 121, 122}, 3).deviators, 0);
@@ -106,17 +107,17 @@ TEST(SignalTable, ValueOnTheEdgeOfTheBandIsNotADeviator)
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 0.5).deviators, 2);
 }
 
-TEST(SignalTable, RatingIsThatOfTheNewestValueInTheBand)
+TEST(SignalTable, RatingDependsOnTheNewestValueWithinTheBand)
 {
-    // Mean 10, deviation 2, band 4 to 16, margins of 3: 8 lies 4 from the end, 12 as well.
+    // Mean 10, deviation 2, band 4 to 16, margins of 3: 8 and 12 lie 4 from the ends.
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 3).rating, 100);
-    // Band 8 to 12: the newest value lies on its end.
+    // Band 8 to 12: the newest value lies on the lower end.
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 1).rating, 0);
     // Band 7 to 13, margins of 1.5: 8 lies 1 from the end.
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 1.5).rating, 67);
 }
 
-TEST(SignalTable, SignedValuesAndMoreThan32BitsComeThrough)
+TEST(SignalTable, SignedValuesAndMoreThan32BitsAreRecorded)
 {
     CatalogueSignal signal = describedSignal(0, 8);
     signal.layout.isSigned = true;
@@ -138,7 +139,7 @@ TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
     EXPECT_EQ(statisticsAfter(messages, {0xBFF0000000000000}, 3).average, -1);
 }
 
-TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
+TEST(SignalTable, Greatest64BitValueDoesNotWrap)
 {
     const SignalStatistics statistics =
         statisticsAfter(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);
@@ -148,14 +149,14 @@ TEST(SignalTable, GreatestValueOf64BitsDoesNotWrap)
     EXPECT_EQ(statistics.deviators, 0);
 }
 
-TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverRecorded)
+TEST(SignalTable, UnavailableAndErrorValuesAreCountedButNotRecorded)
 {
     const auto messages = oneSignal(16, 0.125, 0);
     SignalRegistry table(messages);
-    table.record(without(Availability::NotAvailable));
+    table.record(unavailable(Availability::NotAvailable));
     table.record(measured(8));
-    table.record(without(Availability::Error));
-    table.record(without(Availability::NotAvailable));
+    table.record(unavailable(Availability::Error));
+    table.record(unavailable(Availability::NotAvailable));
     const SignalStatistics statistics = statisticsOf(table, 3).at(0);
     EXPECT_EQ(statistics.count, 1);
     EXPECT_EQ(statistics.maximum, 1);
@@ -163,25 +164,25 @@ TEST(SignalTable, WhatIsNotAvailableOrInErrorIsCountedAndNeverRecorded)
     EXPECT_EQ(statistics.errors, 1);
 }
 
-TEST(SignalTable, SignalThatNeverHadAValueIsReportedToo)
+TEST(SignalTable, SignalWithoutValuesIsReported)
 {
     const auto messages = oneSignal(16, 0.125, 0);
     SignalRegistry table(messages);
-    table.record(without(Availability::Error));
+    table.record(unavailable(Availability::Error));
     const auto all = statisticsOf(table, 3);
     ASSERT_EQ(all.size(), 1);
     EXPECT_EQ(all.at(0).count, 0);
     EXPECT_EQ(all.at(0).errors, 1);
-    const SignalStatistics& none = all.at(0);
+    const SignalStatistics& empty = all.at(0);
     for (const double statistic :
-         {none.newest, none.average, none.deviation, none.minimum, none.maximum, none.median,
-          none.lowerThreshold, none.upperThreshold})
+         {empty.newest, empty.average, empty.deviation, empty.minimum, empty.maximum, empty.median,
+          empty.lowerThreshold, empty.upperThreshold})
         EXPECT_EQ(statistic, 0);
-    EXPECT_EQ(none.rating, 0);
-    EXPECT_EQ(none.deviators, 0);
+    EXPECT_EQ(empty.rating, 0);
+    EXPECT_EQ(empty.deviators, 0);
 }
 
-TEST(SignalTable, SourcesAreKeptApartAndSorted)
+TEST(SignalTable, SourcesAreSeparateAndSorted)
 {
     CatalogueSignal speed = describedSignal(0, 8);
     CatalogueSignal load = describedSignal(8, 8);
@@ -205,7 +206,7 @@ TEST(SignalTable, SourcesAreKeptApartAndSorted)
     EXPECT_EQ(rows, (QStringList{"Load 49 1 3", "Signal -1 1 4", "Signal 7 1 2", "Signal 49 2 5"}));
 }
 
-TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
+TEST(SignalTable, LimitsReplaceTheBandForTheRatingOnly)
 {
     auto messages = oneSignal(8, 1, 0);
     messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
@@ -217,7 +218,7 @@ TEST(SignalTable, GivenLimitsRateInsteadOfTheBandAndLeaveItAlone)
     EXPECT_EQ(statisticsAfter(messages, {8, 12}, 0.5).deviators, 2);
 }
 
-TEST(SignalTable, GivenLimitsRateASingleValueToo)
+TEST(SignalTable, LimitsRateEvenASingleValue)
 {
     auto messages = oneSignal(8, 1, 0);
     messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
@@ -225,7 +226,7 @@ TEST(SignalTable, GivenLimitsRateASingleValueToo)
     EXPECT_EQ(statisticsAfter(messages, {8}, 1).rating, 100);
 }
 
-TEST(SignalTable, PassedThroughSignalsHaveANewestValueAndNoStatistics)
+TEST(SignalTable, PassThroughSignalsHaveANewestValueAndNoStatistics)
 {
     using Type = CAN::CANopenDataType;
     SignalStatistics statistics =
@@ -244,14 +245,14 @@ TEST(SignalTable, PassedThroughSignalsHaveANewestValueAndNoStatistics)
     EXPECT_EQ(statistics.newestNumber, std::nullopt);
 }
 
-TEST(SignalTable, ObjectOf40BitsIsNotCutToASingleByte)
+TEST(SignalTable, FortyBitObjectKeepsAllItsBits)
 {
     const auto messages = oneObject(CAN::CANopenDataType::INTEGER40, 40, false);
     EXPECT_EQ(statisticsAfter(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
     EXPECT_EQ(statisticsAfter(messages, {0x8000000000}, 3).average, -549755813888.0);
 }
 
-TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
+TEST(SignalTable, ClearedTableStartsAtTheNextRecord)
 {
     const QVector<CatalogueMessage> messages = oneSignal(8, 1, 0);
     SignalRegistry table(messages);
@@ -265,8 +266,8 @@ TEST(SignalTable, ClearedTableBeginsWithTheNextSignal)
     }
 }
 
-// It used to wait for ever.
-TEST(SignalTable, EndsWhereNoMoreThreadsCanBeStarted)
+// The destructor once waited forever here.
+TEST(SignalTable, CanBeDestroyedWhenNoThreadCanBeStarted)
 {
     const QVector<CatalogueMessage> messages = oneSignal(16, 1, 0);
     auto table = std::make_unique<SignalRegistry>(messages);

@@ -11,7 +11,7 @@ using monitor::ValueCounts;
 namespace
 {
 
-/// The figures of a plain sorted list.
+/// The same statistics from a sorted list.
 struct SortedList {
     std::vector<double> values;
 
@@ -46,7 +46,7 @@ void expectSame(const ValueCounts& counts, SortedList list)
     }
 }
 
-void expectSameOfAll(const std::vector<double>& values)
+void expectSameThroughout(const std::vector<double>& values)
 {
     ValueCounts counts;
     SortedList list;
@@ -61,7 +61,7 @@ void expectSameOfAll(const std::vector<double>& values)
 
 } // namespace
 
-TEST(ValueCounts, EmptyOnesHaveNothingOnEitherSideAndMedian0)
+TEST(ValueCounts, AreZeroWhenEmpty)
 {
     const ValueCounts counts;
     EXPECT_EQ(counts.count(), 0);
@@ -70,31 +70,31 @@ TEST(ValueCounts, EmptyOnesHaveNothingOnEitherSideAndMedian0)
     EXPECT_EQ(counts.above(-1), 0);
 }
 
-TEST(ValueCounts, ValuesOfAnyOrderGiveTheStatisticsOfASortedList)
+TEST(ValueCounts, RandomValuesMatchASortedList)
 {
     std::mt19937 random(1);
     std::normal_distribution<double> spread(0, 1000);
     std::vector<double> values(10000);
     for (double& value : values)
         value = spread(random);
-    expectSameOfAll(values);
+    expectSameThroughout(values);
 }
 
-TEST(ValueCounts, RisingAndFallingValuesGiveTheStatisticsOfASortedList)
+TEST(ValueCounts, RisingAndFallingValuesMatchASortedList)
 {
     std::vector<double> values;
     for (int i = 0; i < 6000; ++i)
         values.push_back(i < 3000 ? i : -i);
-    expectSameOfAll(values);
+    expectSameThroughout(values);
 }
 
-TEST(ValueCounts, ValuesThatComeAgainCountEachTime)
+TEST(ValueCounts, RepeatedValuesCountEachTime)
 {
     std::mt19937 random(2);
     std::vector<double> values(10000);
     for (double& value : values)
         value = static_cast<double>(random() % 900);
-    expectSameOfAll(values);
+    expectSameThroughout(values);
 }
 
 TEST(ValueCounts, RemovedValuesNoLongerCount)
