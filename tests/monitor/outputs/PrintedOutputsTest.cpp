@@ -104,7 +104,7 @@ TEST(JsonOutput, HasExactlyTheDocumentedMembers)
     EXPECT_EQ(json.value("signals").toArray().at(0).toObject(), signal);
 }
 
-TEST(JsonOutput, WhatASignalDoesNotHaveIsNull)
+TEST(JsonOutput, MissingValuesAreNull)
 {
     const QJsonObject json = parsed(monitor::formatJson(snapshotOf({empty()})));
     const QJsonObject signal = json.value("signals").toArray().at(0).toObject();
@@ -118,15 +118,15 @@ TEST(JsonOutput, WhatASignalDoesNotHaveIsNull)
     EXPECT_EQ(signal.value("unit"), QJsonValue(""));
 }
 
-TEST(JsonOutput, NoSignalsAreAnEmptyArray)
+TEST(JsonOutput, SignalsAreAnEmptyArrayIfThereAreNone)
 {
     const QJsonObject json = parsed(monitor::formatJson(snapshotOf({})));
     EXPECT_TRUE(json.value("signals").isArray());
     EXPECT_TRUE(json.value("signals").toArray().isEmpty());
 }
 
-// Read back by the C library, which knows nothing of how Qt writes them.
-TEST(JsonOutput, EveryDoubleIsReadBackAsItWas)
+// Read back by the C library, which is independent of the formatting by Qt.
+TEST(JsonOutput, DoublesAreReadBackExactly)
 {
     std::mt19937_64 random(1939);
     for (int i = 0; i < 100000; ++i) {
@@ -152,7 +152,7 @@ TEST(JsonOutput, TextsAreEscaped)
     EXPECT_EQ(signal.value("unit").toString(), statistics.unit);
 }
 
-TEST(CsvOutput, HasTheSameFieldsAsTheJson)
+TEST(CsvOutput, HasTheSameFieldsAsJson)
 {
     EXPECT_EQ(monitor::formatCsv(snapshotOf({measured()})),
               QString("name,kind,source,count,notAvailable,error,newest,average,deviation,minimum,"
@@ -161,7 +161,7 @@ TEST(CsvOutput, HasTheSameFieldsAsTheJson)
                       "0.30000000000000004,-0.125,2,rpm\r\n"));
 }
 
-TEST(CsvOutput, WhatIsNullIsEmptyAndTextsAreQuotedWhereNeeded)
+TEST(CsvOutput, MissingValuesAreEmptyAndTextsAreQuotedIfNeeded)
 {
     SignalStatistics statistics = empty();
     statistics.name = "a,\"b\"";
@@ -170,7 +170,7 @@ TEST(CsvOutput, WhatIsNullIsEmptyAndTextsAreQuotedWhereNeeded)
               QString("\"a,\"\"b\"\"\",canopen,,0,0,1,,,,,,,,,,,\"m\r\ns\"\r\n"));
 }
 
-TEST(TableOutput, MessagesOfSeveralFramesAreCountedUnlessThereAreNone)
+TEST(TableOutput, TransportCountsAreShownUnlessAllAreZero)
 {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     EXPECT_EQ(monitor::formatTransport({0, 0, 0, 0}), QString());
@@ -192,7 +192,7 @@ TEST(TableOutput, SignalWithoutValuesShowsDashesForItsStatistics)
     EXPECT_EQ(row, QString("Sensor 3 0 - - - - - - - - - V 7 2"));
 }
 
-TEST(TableOutput, SummaryCountsWhatWasNotDecoded)
+TEST(TableOutput, SummaryShowsTheBandAndAllCounts)
 {
     Snapshot snapshot;
     snapshot.k = 2.5;

@@ -33,7 +33,7 @@ protected:
         return file.readAll();
     }
 
-    /// \a content, which has no hash, with the right one.
+    /// \a content followed by its hash.
     static QByteArray hashed(const QByteArray& content)
     {
         return content + QCryptographicHash::hash(content, QCryptographicHash::Sha256);
@@ -89,7 +89,7 @@ SavedRun smallRun()
 
 } // namespace
 
-TEST_F(SavedRunFile, WhatIsWrittenIsReadBack)
+TEST_F(SavedRunFile, WrittenRunIsReadBackUnchanged)
 {
     contentOf(smallRun());
     SavedRun run;
@@ -127,7 +127,7 @@ TEST_F(SavedRunFile, WhatIsWrittenIsReadBack)
               QVariant("Ok"));
 }
 
-TEST_F(SavedRunFile, EveryTruncationIsAnError)
+TEST_F(SavedRunFile, TruncatedFileIsAnError)
 {
     const QByteArray content = contentOf(smallRun());
     ASSERT_EQ(errorOf(content), QString());
@@ -135,7 +135,7 @@ TEST_F(SavedRunFile, EveryTruncationIsAnError)
         EXPECT_NE(errorOf(content.left(length)), QString()) << length;
 }
 
-TEST_F(SavedRunFile, EveryTruncationWithTheRightHashIsAnErrorToo)
+TEST_F(SavedRunFile, TruncatedFileWithACorrectHashIsAnError)
 {
     QByteArray content = contentOf(smallRun());
     content.chop(hashSize);
@@ -148,7 +148,7 @@ TEST_F(SavedRunFile, EveryTruncationWithTheRightHashIsAnErrorToo)
     EXPECT_TRUE(errorOf(hashed(content + '\0')).contains("unexpected data at the end"));
 }
 
-TEST_F(SavedRunFile, EveryChangedByteIsAnError)
+TEST_F(SavedRunFile, AnyChangedByteIsAnError)
 {
     const QByteArray content = contentOf(smallRun());
     for (int i = 0; i < content.size(); ++i) {
@@ -158,7 +158,7 @@ TEST_F(SavedRunFile, EveryChangedByteIsAnError)
     }
 }
 
-TEST_F(SavedRunFile, OtherFilesAndVersionsAreNamed)
+TEST_F(SavedRunFile, ErrorDistinguishesOtherFilesFromOtherVersions)
 {
     EXPECT_EQ(errorOf("(1.0) can0 123#11 and so on"), QString("not a saved run"));
     QByteArray content = contentOf(smallRun());
@@ -166,23 +166,23 @@ TEST_F(SavedRunFile, OtherFilesAndVersionsAreNamed)
     EXPECT_EQ(errorOf(content), QString("has version 2; this program reads version 1"));
 }
 
-// With the right hash, so that nothing but the reader itself is in the way.
-TEST_F(SavedRunFile, EveryHostileByteIsReadOrRefused)
+// With a correct hash, so that only the parser can reject the content.
+TEST_F(SavedRunFile, HostileBytesAreReadOrRejected)
 {
     QByteArray content = contentOf(smallRun());
     content.chop(hashSize);
-    int refused = 0;
+    int rejected = 0;
     for (int i = 12; i < content.size(); ++i) {
         for (const int byte : {0x00, 0x7F, 0x80, 0xFF}) {
             QByteArray hostile = content;
             hostile[i] = static_cast<char>(byte);
-            refused += errorOf(hashed(hostile)).isEmpty() ? 0 : 1;
+            rejected += errorOf(hashed(hostile)).isEmpty() ? 0 : 1;
         }
     }
-    EXPECT_GT(refused, content.size() / 2);
+    EXPECT_GT(rejected, content.size() / 2);
 }
 
-TEST_F(SavedRunFile, RecordThatIsNotPlainIsRefusedBeforeItIsRead)
+TEST_F(SavedRunFile, RecordOfUnsupportedTypeIsRejectedBeforeItIsRead)
 {
     SavedRun run = smallRun();
     run.recordedSignals[1].records.values =
@@ -191,26 +191,26 @@ TEST_F(SavedRunFile, RecordThatIsNotPlainIsRefusedBeforeItIsRead)
                     .startsWith("invalid content: truncated record, or unsupported type (byte "));
 }
 
-TEST_F(SavedRunFile, DescriptionsThatCannotBeAreRefused)
+TEST_F(SavedRunFile, InvalidDescriptionsAreRejected)
 {
-    const auto refused = [this](auto change) {
+    const auto isRejected = [this](auto change) {
         SavedRun run = smallRun();
         change(run.recordedSignals[1].description);
         return errorOf(contentOf(run)).contains("invalid signal description");
     };
-    EXPECT_FALSE(refused([](auto&) {}));
-    EXPECT_TRUE(refused([](auto& description) { description.layout.length = 0; }));
-    EXPECT_TRUE(refused([](auto& description) { description.layout.length = 65; }));
-    EXPECT_TRUE(refused([](auto& description) { description.layout.isFloat = true; }));
-    EXPECT_TRUE(refused([](auto& description) { description.scaling.factor = qInf(); }));
-    EXPECT_TRUE(refused([](auto& description) { description.scaling.offset = qQNaN(); }));
-    EXPECT_TRUE(refused([](auto& description) { description.layout.datatype.reset(); }));
-    EXPECT_TRUE(refused([](auto& description) {
+    EXPECT_FALSE(isRejected([](auto&) {}));
+    EXPECT_TRUE(isRejected([](auto& description) { description.layout.length = 0; }));
+    EXPECT_TRUE(isRejected([](auto& description) { description.layout.length = 65; }));
+    EXPECT_TRUE(isRejected([](auto& description) { description.layout.isFloat = true; }));
+    EXPECT_TRUE(isRejected([](auto& description) { description.scaling.factor = qInf(); }));
+    EXPECT_TRUE(isRejected([](auto& description) { description.scaling.offset = qQNaN(); }));
+    EXPECT_TRUE(isRejected([](auto& description) { description.layout.datatype.reset(); }));
+    EXPECT_TRUE(isRejected([](auto& description) {
         description.rules.limits = monitor::ValueRange{2, 1};
     }));
 }
 
-TEST_F(SavedRunFile, TimesWhoseDifferencesOverflowAreRefused)
+TEST_F(SavedRunFile, TimesWhoseDifferencesOverflowAreRejected)
 {
     SavedRun run = smallRun();
     run.recordedSignals[0].records.microseconds[1] = std::numeric_limits<qint64>::max();
@@ -220,14 +220,14 @@ TEST_F(SavedRunFile, TimesWhoseDifferencesOverflowAreRefused)
     EXPECT_TRUE(errorOf(contentOf(run)).contains("time out of range"));
 }
 
-TEST_F(SavedRunFile, FileThatCannotBeWrittenIsNamed)
+TEST_F(SavedRunFile, ErrorNamesAnUnwritableFile)
 {
     const QString fileName = path("missing/run");
     EXPECT_TRUE(monitor::writeSavedRun(fileName, smallRun())
                     .startsWith(fileName + ": cannot be written: "));
 }
 
-TEST_F(SavedRunFile, MoreSignalsThanAreReadAreNotWrittenAndTheFileStaysAsItWas)
+TEST_F(SavedRunFile, TooManySignalsAreAnErrorAndLeaveTheFileUnchanged)
 {
     const QByteArray before = contentOf(smallRun());
     SavedRun run = smallRun();
@@ -238,7 +238,7 @@ TEST_F(SavedRunFile, MoreSignalsThanAreReadAreNotWrittenAndTheFileStaysAsItWas)
     EXPECT_EQ(file.readAll(), before);
 }
 
-TEST_F(SavedRunFile, WithoutRoomForItsLastBytesNothingIsReplaced)
+TEST_F(SavedRunFile, FullDiskLeavesThePreviousFileUnchanged)
 {
     const QByteArray before = contentOf(smallRun());
     SavedRun run = smallRun();
@@ -255,7 +255,7 @@ TEST_F(SavedRunFile, WithoutRoomForItsLastBytesNothingIsReplaced)
     EXPECT_EQ(file.readAll(), before);
 }
 
-TEST_F(SavedRunFile, WithoutRoomForItNoImageIsLeft)
+TEST_F(SavedRunFile, FullDiskLeavesNoImage)
 {
     QImage image(100, 100, QImage::Format_RGB32);
     image.fill(Qt::blue);
