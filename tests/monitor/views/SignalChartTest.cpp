@@ -17,7 +17,7 @@ using monitor::Trace;
 namespace
 {
 
-/// Charts need an application that can show them, though nothing is shown.
+/// Charts need an application, here without a display.
 class SignalChart : public testing::Test
 {
 protected:
@@ -27,7 +27,7 @@ protected:
         return chartOf(statistics, trace, monitor::rangeOf(trace), {1000, 500});
     }
 
-    /// The points of all series of that name.
+    /// The points of all series with that name.
     static QVector<QPointF> pointsOf(const QtCharts::QChart& chart, const QString& name)
     {
         QVector<QPointF> points;
@@ -102,7 +102,7 @@ TEST_F(SignalChart, ValuesOutsideTheBandAreMarked)
     EXPECT_TRUE(pointsOf(*chart(wide, speedTrace()), "deviators").isEmpty());
 }
 
-TEST_F(SignalChart, ValueBetweenTwoGapsIsAPointOfItsOwn)
+TEST_F(SignalChart, ValueBetweenTwoGapsIsASinglePoint)
 {
     Trace trace = speedTrace();
     EXPECT_EQ(pointsOf(*chart(speed(), trace), ""),
@@ -111,7 +111,7 @@ TEST_F(SignalChart, ValueBetweenTwoGapsIsAPointOfItsOwn)
     EXPECT_EQ(pointsOf(*chart(speed(), trace), "values"), trace.points);
 }
 
-TEST_F(SignalChart, GivenLimitsAreShownAndHaveRoom)
+TEST_F(SignalChart, LimitsAreShownWithinTheAxisRange)
 {
     SignalStatistics statistics = speed();
     statistics.limits = monitor::ValueRange{0, 200};
@@ -121,7 +121,7 @@ TEST_F(SignalChart, GivenLimitsAreShownAndHaveRoom)
     EXPECT_GT(axisOf(*shown, Qt::Vertical)->max(), 200);
 }
 
-TEST_F(SignalChart, TicksAreTheWidestRoundNumbersOfWhichThereAreEnough)
+TEST_F(SignalChart, TickIntervalIsTheLargestRoundNumberThatFits8Times)
 {
     const QVector<double> round{0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200, 500};
     for (const double extent : {7.0, 8.0, 15.0, 20.0, 39.0, 41.0, 99.0, 160.0, 700.0}) {
@@ -137,7 +137,7 @@ TEST_F(SignalChart, TicksAreTheWidestRoundNumbersOfWhichThereAreEnough)
     }
 }
 
-TEST_F(SignalChart, EachKindOfLineIsOnceInTheLegend)
+TEST_F(SignalChart, LegendListsEachKindOfLineOnce)
 {
     SignalStatistics statistics = speed();
     statistics.limits = monitor::ValueRange{0, 200};
@@ -150,21 +150,21 @@ TEST_F(SignalChart, EachKindOfLineIsOnceInTheLegend)
     EXPECT_EQ(names, (QStringList{"band", "limits", "values", "average", "deviators"}));
 }
 
-TEST_F(SignalChart, ValuesWithoutTimesAreShownByTheirNumbers)
+TEST_F(SignalChart, ValuesWithoutTimesAreNumbered)
 {
     Trace trace = speedTrace();
     trace.hasTimes = false;
     EXPECT_EQ(axisOf(*chart(speed(), trace), Qt::Horizontal)->titleText(), QString("value number"));
 }
 
-TEST_F(SignalChart, MarkupInANameIsShownAsItIs)
+TEST_F(SignalChart, MarkupInNamesIsEscaped)
 {
     SignalStatistics statistics = speed();
     statistics.name = "<img src=x>\n";
     EXPECT_EQ(chart(statistics, speedTrace())->title(), QString("&lt;img src=x&gt; , source 7"));
 }
 
-TEST_F(SignalChart, PlaceMarkersInANameStayAsTheyAre)
+TEST_F(SignalChart, PlaceMarkersInNamesAreKept)
 {
     SignalStatistics statistics = speed();
     statistics.name = "a%1 x";
@@ -172,7 +172,7 @@ TEST_F(SignalChart, PlaceMarkersInANameStayAsTheyAre)
     EXPECT_EQ(monitor::plotTitleOf(statistics), QString("a%1 x, source 7"));
 }
 
-TEST_F(SignalChart, ValuesAtTheEndsOfDoubleHaveAFiniteAxis)
+TEST_F(SignalChart, ExtremeDoublesHaveAFiniteAxis)
 {
     constexpr double greatest = std::numeric_limits<double>::max();
     for (const double lowest : {-greatest, 1e20, 0.0, 5e-324}) {

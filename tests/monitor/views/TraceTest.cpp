@@ -50,7 +50,7 @@ TEST(Trace, TimesAreSecondsFromTheStart)
     EXPECT_TRUE(trace.breaks.isEmpty());
 }
 
-TEST(Trace, ValuesAreNumberedIfOneHasNoTime)
+TEST(Trace, ValuesAreNumberedIfAnyTimeIsMissing)
 {
     const Trace trace = traceOf(seriesAt({4000000, SignalSeries::noTime, 6000000}), 0);
     EXPECT_FALSE(trace.hasTimes);
@@ -58,19 +58,19 @@ TEST(Trace, ValuesAreNumberedIfOneHasNoTime)
     EXPECT_TRUE(trace.breaks.isEmpty());
 }
 
-TEST(Trace, ClockThatIsSetBackGoesOnWhereItWasWithABreak)
+TEST(Trace, ClockSetBackContinuesAfterABreak)
 {
     const Trace trace = traceOf(seriesAt({4000000, 5000000, 0, 1000000}), 4000000);
     EXPECT_EQ(xOf(trace), (QVector<double>{0, 1, 1, 2}));
     EXPECT_EQ(trace.breaks, (QVector<int>{2}));
 }
 
-TEST(Trace, SignalThatBeginsBeforeTheStartBeginsAtIt)
+TEST(Trace, SeriesThatBeginsBeforeTheStartIsShiftedToIt)
 {
     EXPECT_EQ(xOf(traceOf(seriesAt({10, 1000010}), 5000000)), (QVector<double>{0, 1}));
 }
 
-// The usual period is a second, so 5 seconds are joined and 6 are not.
+// The usual period is 1 s: values 5 s apart are joined, values 6 s apart are not.
 TEST(Trace, MoreThanFiveUsualPeriodsAreAGap)
 {
     const Trace trace =
@@ -78,25 +78,25 @@ TEST(Trace, MoreThanFiveUsualPeriodsAreAGap)
     EXPECT_EQ(trace.breaks, (QVector<int>{5}));
 }
 
-TEST(Trace, ValuesOfOneMomentDoNotMakeEveryStepAGap)
+TEST(Trace, SimultaneousValuesDoNotTurnEveryStepIntoAGap)
 {
     EXPECT_TRUE(traceOf(seriesAt({0, 0, 0, 0, 1000000, 1000000, 2000000}), 0).breaks.isEmpty());
     EXPECT_TRUE(traceOf(seriesAt({7, 7, 7}), 0).breaks.isEmpty());
 }
 
-TEST(Trace, NoValueGivesNoPointAndOneValueGivesOne)
+TEST(Trace, EmptySeriesHasNoPointAndSingleValueHasOne)
 {
     EXPECT_TRUE(traceOf(seriesAt({}), 0).points.isEmpty());
     EXPECT_EQ(xOf(traceOf(seriesAt({2500000}), 2000000)), (QVector<double>{0.5}));
 }
 
-TEST(ColumnReduction, FewPointsStayAsTheyAre)
+TEST(ColumnReduction, FewPointsAreUnchanged)
 {
     const QVector<QPointF> points{{0, 5}, {3, 1}, {7, 9}, {10, 2}};
     EXPECT_EQ(reduceToColumns(through(points), 0, 10, 100), (Lines{points}));
 }
 
-TEST(ColumnReduction, LowestAndHighestOfAColumnStayInTheirOrder)
+TEST(ColumnReduction, LowestAndHighestPointOfAColumnKeepTheirOrder)
 {
     const QVector<QPointF> points{{0, 5}, {1, 9}, {2, 1}, {3, 4}, {5, 4}, {6, 1}, {7, 2}, {8, 9}};
     EXPECT_EQ(reduceToColumns(through(points), 0, 10, 2),
@@ -110,7 +110,7 @@ TEST(ColumnReduction, ColumnsBeginAtTheBeginningOfTheRange)
               (Lines{{{101, 9}, {102, 1}, {105, 4}, {108, 9}}}));
 }
 
-TEST(ColumnReduction, EqualValuesOfAColumnAreOnePoint)
+TEST(ColumnReduction, EqualValuesInAColumnBecomeOnePoint)
 {
     EXPECT_EQ(reduceToColumns(through({{0, 5}, {1, 5}, {2, 5}, {6, 5}}), 0, 10, 2),
               (Lines{{{0, 5}, {6, 5}}}));
@@ -122,25 +122,25 @@ TEST(ColumnReduction, LineEndsBeforeABreak)
               (Lines{{{0, 1}, {1, 2}}, {{5, 3}, {6, 4}}}));
 }
 
-TEST(ColumnReduction, BreakWithinAColumnIsTooSmallToBeSeen)
+TEST(ColumnReduction, BreakWithinAColumnIsNotShown)
 {
     EXPECT_EQ(reduceToColumns(through({{0, 1}, {1, 2}, {2, 3}, {6, 4}}, {2}), 0, 10, 2),
               (Lines{{{0, 1}, {2, 3}, {6, 4}}}));
 }
 
-TEST(ColumnReduction, NoPointsGiveNoLine)
+TEST(ColumnReduction, EmptyTraceHasNoLines)
 {
     EXPECT_TRUE(reduceToColumns(Trace(), 0, 10, 10).isEmpty());
 }
 
-TEST(ColumnReduction, PointsAtBothEndsAndOfOneMomentHaveAColumn)
+TEST(ColumnReduction, PointsAtBothEndsAndSimultaneousPointsAreKept)
 {
     EXPECT_EQ(reduceToColumns(through({{0, 1}, {10, 2}}), 0, 10, 1), (Lines{{{0, 1}, {10, 2}}}));
     EXPECT_EQ(reduceToColumns(through({{3, 1}, {3, 2}}), 3, 3, 5), (Lines{{{3, 1}, {3, 2}}}));
 }
 
-// The extremes of each column are looked up a second time in all points.
-TEST(ColumnReduction, NoPeakOfAMillionPointsIsLost)
+// The expected extremes of each column are searched for in all of its points.
+TEST(ColumnReduction, AllPeaksOfAMillionPointsAreKept)
 {
     constexpr int columns = 500;
     constexpr int perColumn = 2000;
@@ -167,7 +167,7 @@ TEST(ColumnReduction, NoPeakOfAMillionPointsIsLost)
     }
 }
 
-TEST(ColumnReduction, PointsFarOutsideARangeStayOnTheirSidesOfIt)
+TEST(ColumnReduction, PointsFarOutsideTheRangeStayOnTheirSides)
 {
     const QVector<QPointF> points{{-5000, 0}, {5000, 1}};
     EXPECT_EQ(reduceToColumns(through(points), 2.0, 2.001, 1000), (Lines{points}));
