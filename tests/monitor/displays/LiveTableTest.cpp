@@ -10,7 +10,7 @@ using monitor::Snapshot;
 namespace
 {
 
-/// Signals of these names, each with as many values as \a count and a rating of 100.
+/// Signals with these names, each with \a count values and a rating of 100.
 Snapshot snapshotOf(const QStringList& names, qint64 count = 1)
 {
     Snapshot snapshot;
@@ -35,7 +35,7 @@ QStringList namesIn(const LiveTable& table)
 
 } // namespace
 
-TEST(LiveTable, ShowsTheSignalsWhoseNamesContainTheFilterInEitherCase)
+TEST(LiveTable, FilterMatchesPartsOfNamesIgnoringCase)
 {
     LiveTable table(50);
     table.update(snapshotOf({"EngineSpeed", "EngineTorque", "WheelSpeed"}), {});
@@ -48,7 +48,7 @@ TEST(LiveTable, ShowsTheSignalsWhoseNamesContainTheFilterInEitherCase)
     EXPECT_EQ(table.rowCount(), 1);
 }
 
-TEST(LiveTable, PausedTableShowsTheMomentAndThenTheNewest)
+TEST(LiveTable, PausedTableIsFrozenUntilItResumes)
 {
     LiveTable table(50);
     table.update(snapshotOf({"Speed"}, 1), {"bus", 1000000, 0, 0});
@@ -65,7 +65,7 @@ TEST(LiveTable, PausedTableShowsTheMomentAndThenTheNewest)
     EXPECT_EQ(table.snapshot().rows.size(), 2);
 }
 
-TEST(LiveTable, ReplacedSnapshotIsShownEvenWhilePausedWithTheNewestStateOfTheBus)
+TEST(LiveTable, ReplacedSnapshotIsShownWithTheNewestBusStateEvenWhilePaused)
 {
     LiveTable table(50);
     table.update(snapshotOf({"Speed"}, 7), {"bus", 1000000, 0, 0});
@@ -78,7 +78,7 @@ TEST(LiveTable, ReplacedSnapshotIsShownEvenWhilePausedWithTheNewestStateOfTheBus
     EXPECT_EQ(table.bus().now, 2000000);
 }
 
-TEST(LiveTable, CellsBeginWithTheMarkOfTheHighlight)
+TEST(LiveTable, FirstCellIsTheHighlightMark)
 {
     LiveTable table(50);
     Snapshot snapshot = snapshotOf({"A", "B", "C"});

@@ -10,7 +10,7 @@ using monitor::KeyReader;
 namespace
 {
 
-/// The kinds of \a keys; of characters, the characters.
+/// The kinds of \a keys as numbers, and characters as they are.
 QString textOf(const QVector<Key>& keys)
 {
     QStringList words;
@@ -35,12 +35,12 @@ QString readAtOnce(const QByteArray& bytes)
 
 } // namespace
 
-TEST(KeyReader, CharactersAreThemselvesInUtf8Too)
+TEST(KeyReader, ReadsCharactersInUtf8)
 {
     EXPECT_EQ(readAtOnce("q/\xc3\xa9"), QString::fromUtf8("q / \xc3\xa9"));
 }
 
-TEST(KeyReader, KeysThatMoveSendSequencesOfTwoForms)
+TEST(KeyReader, ReadsBothFormsOfCursorKeys)
 {
     using Kinds = QVector<Key::Kind>;
     EXPECT_EQ(readAtOnce("\x1b[A\x1b[B\x1b[C\x1b[D"),
@@ -51,14 +51,14 @@ TEST(KeyReader, KeysThatMoveSendSequencesOfTwoForms)
               textOf(Kinds{Key::PageUp, Key::PageDown, Key::Home, Key::End}));
 }
 
-TEST(KeyReader, KeysThatEditAreKnown)
+TEST(KeyReader, ReadsEditingKeys)
 {
     using Kinds = QVector<Key::Kind>;
     EXPECT_EQ(readAtOnce("\r\n\x7f\b"),
               textOf(Kinds{Key::Enter, Key::Enter, Key::Backspace, Key::Backspace}));
 }
 
-TEST(KeyReader, SequenceMayComeInPieces)
+TEST(KeyReader, SequenceCanArriveInPieces)
 {
     KeyReader reader;
     EXPECT_TRUE(reader.read("\x1b").isEmpty());

@@ -67,7 +67,7 @@ QString withoutStyle(QString line)
 
 } // namespace
 
-TEST(LiveScreen, HeaderHasTheCountsAndTheLoad)
+TEST(LiveScreen, HeaderShowsCountsAndBusLoad)
 {
     LiveScreen screen;
     EXPECT_EQ(drawn(screen, {}).first(),
@@ -75,7 +75,7 @@ TEST(LiveScreen, HeaderHasTheCountsAndTheLoad)
                       "12.3 % of 250 kbit/s"));
 }
 
-TEST(LiveScreen, PlaceMarkersInTheNameOfTheBusStayAsTheyAre)
+TEST(LiveScreen, PlaceMarkersInTheBusNameAreKept)
 {
     LiveScreen screen;
     BusState bus = busState();
@@ -85,7 +85,7 @@ TEST(LiveScreen, PlaceMarkersInTheNameOfTheBusStayAsTheyAre)
     EXPECT_TRUE(screen.draw(table, LiveView(table), {200, 24}).startsWith(bus.name + "  1.3 s"));
 }
 
-TEST(LiveScreen, RowsStandBelowTheTitlesAndKeysBelowThem)
+TEST(LiveScreen, RowsFollowTheTitlesAndKeysFollowTheRows)
 {
     LiveScreen screen;
     const QStringList lines = drawn(screen, {rowOf("Speed", 100), rowOf("Torque", 100)});
@@ -107,7 +107,7 @@ TEST(LiveScreen, LowRatingAndSilenceAreMarkedAndColoured)
     EXPECT_TRUE(lines.at(5).startsWith("\x1b[33m~  C"));
 }
 
-TEST(LiveScreen, RatingThatSignalsDoNotHaveIsNotLow)
+TEST(LiveScreen, SignalsWithoutARatingAreNotHighlighted)
 {
     LiveScreen screen;
     Row empty = rowOf("A", 0);
@@ -118,7 +118,7 @@ TEST(LiveScreen, RatingThatSignalsDoNotHaveIsNotLow)
         EXPECT_FALSE(line.contains('\x1b')) << line.toStdString();
 }
 
-TEST(LiveScreen, ColumnsStayWhereTheyWere)
+TEST(LiveScreen, ColumnsStayInPlaceWhenTheirContentShrinks)
 {
     LiveScreen screen;
     const QString before = drawn(screen, {rowOf("ALongName", 100)}).at(2);
@@ -128,7 +128,7 @@ TEST(LiveScreen, ColumnsStayWhereTheyWere)
     EXPECT_EQ(drawn(screen, {row}).at(2), before);
 }
 
-TEST(LiveScreen, LinesAreCutAtTheWidthAndScrolledBesideTheNames)
+TEST(LiveScreen, LinesFitTheWidthAndScrollNextToTheNames)
 {
     LiveScreen screen;
     const QVector<Row> rows{rowOf("Speed", 10)};
@@ -158,7 +158,7 @@ TEST(LiveScreen, ScrollingMovesTheColumnsAfterTheSource)
     }
 }
 
-TEST(LiveScreen, PauseAndFilterAreSaid)
+TEST(LiveScreen, PauseAndFilterAreShown)
 {
     LiveScreen screen;
     QVector<Key> keys;

@@ -23,7 +23,7 @@ void type(LiveView& view, const QString& text)
 
 } // namespace
 
-TEST(LiveView, KeysAskToQuitToResetAndToPause)
+TEST(LiveView, KeysQuitResetAndPause)
 {
     LiveTable table(50);
     LiveView view(table);
@@ -37,7 +37,7 @@ TEST(LiveView, KeysAskToQuitToResetAndToPause)
     EXPECT_FALSE(table.isPaused());
 }
 
-TEST(LiveView, FilterShowsNamesThatContainItInEitherCase)
+TEST(LiveView, CharactersBelongToTheFilterUntilEnter)
 {
     LiveTable table(50);
     LiveView view(table);
@@ -50,7 +50,7 @@ TEST(LiveView, FilterShowsNamesThatContainItInEitherCase)
     EXPECT_EQ(press(view, 'q'), Request::Quit);
 }
 
-TEST(LiveView, EscapeShowsAllSignalsAgainWhileTypingAndAfterwards)
+TEST(LiveView, EscapeClearsTheFilterWhileTypingAndAfterwards)
 {
     for (const bool isDone : {false, true}) {
         LiveTable table(50);
@@ -64,7 +64,7 @@ TEST(LiveView, EscapeShowsAllSignalsAgainWhileTypingAndAfterwards)
     }
 }
 
-TEST(LiveView, RowsScrollByOneByPageAndToEitherEndAndNoFurther)
+TEST(LiveView, RowsScrollByLineAndPageBetweenBothEnds)
 {
     LiveTable table(50);
     LiveView view(table);
@@ -85,7 +85,7 @@ TEST(LiveView, RowsScrollByOneByPageAndToEitherEndAndNoFurther)
     EXPECT_EQ(rowAfter(Key::Home), 0);
 }
 
-TEST(LiveView, KeysBehindEndScrollOnFromThereBeforeItIsDrawn)
+TEST(LiveView, KeysAfterEndStayAtTheEndBeforeTheNextDraw)
 {
     LiveTable table(50);
     LiveView view(table);
@@ -96,7 +96,7 @@ TEST(LiveView, KeysBehindEndScrollOnFromThereBeforeItIsDrawn)
     EXPECT_EQ(view.firstRow(), 90);
 }
 
-TEST(LiveView, FewerRowsThanBeforeAreShownFromTheFirst)
+TEST(LiveView, RowsThatAllFitAreShownFromTheFirst)
 {
     LiveTable table(50);
     LiveView view(table);
@@ -106,7 +106,7 @@ TEST(LiveView, FewerRowsThanBeforeAreShownFromTheFirst)
     EXPECT_EQ(view.firstRow(), 0);
 }
 
-TEST(LiveView, NewFilterBeginsWithTheFirstRow)
+TEST(LiveView, NewFilterStartsAtTheFirstRow)
 {
     LiveTable table(50);
     LiveView view(table);

@@ -12,7 +12,7 @@
 #include <csignal>
 #include <vector>
 
-/// The monitor on a terminal, as a person would run it.
+/// The program on a terminal of its own, as a user would run it.
 class PseudoTerminal
 {
 public:
@@ -34,7 +34,7 @@ public:
     PseudoTerminal(const PseudoTerminal&) = delete;
     PseudoTerminal& operator=(const PseudoTerminal&) = delete;
 
-    /// False if the terminal did not take all of \a keys.
+    /// Returns false if the terminal did not accept all of \a keys.
     bool type(const QByteArray& keys)
     {
         return write(terminal, keys.constData(), static_cast<size_t>(keys.size())) == keys.size();
@@ -42,10 +42,10 @@ public:
 
     void signal(int number) { kill(program, number); }
 
-    /// All that was written.
+    /// Everything the program has written.
     const QByteArray& output() const { return written; }
 
-    /// What stands on the screen that was drawn last and completely.
+    /// The last screen that was drawn completely.
     QString screen() const
     {
         const int end = written.lastIndexOf("\x1b[J");
@@ -53,7 +53,7 @@ public:
         return QString::fromUtf8(written.mid(begin, end - begin)).remove("\x1b[K");
     }
 
-    /// Waits until \a condition holds for what has been written; false if it never does.
+    /// Reads until \a condition holds. Returns false if it does not within half a minute.
     template <typename Condition>
     bool waitUntil(Condition condition)
     {
@@ -71,8 +71,8 @@ public:
         return waitUntil([&] { return screen().contains(text); });
     }
 
-    /// Waits for the end of the program, and returns its exit code, or -1. Kills a program
-    /// that does not end.
+    /// Waits for the end of the program, and kills it after half a minute. Returns its exit code,
+    /// or -1 if a signal ended it.
     int waitForEnd()
     {
         QElapsedTimer timer;
@@ -107,7 +107,7 @@ private:
         _exit(127);
     }
 
-    /// False at the end of what the program writes.
+    /// Returns false if the program writes nothing more.
     bool readMore()
     {
         pollfd ready{terminal, POLLIN, 0};

@@ -10,9 +10,9 @@
 namespace
 {
 
-QStringList live(const SimulatedBus& bus, const QStringList& more = {})
+QStringList live(const SimulatedBus& bus, const QStringList& options = {})
 {
-    return QStringList("live") + bus.options() + sampleOptions() + more;
+    return QStringList("live") + bus.options() + sampleOptions() + options;
 }
 
 /// The row of a signal in a table, without its mark.
@@ -23,7 +23,7 @@ QString rowOf(const QString& table, const QString& name)
         .simplified();
 }
 
-/// What was printed after the table left the terminal.
+/// The text printed after the terminal was restored.
 QString printedAtTheEnd(const PseudoTerminal& terminal)
 {
     const QByteArray leaving = "\x1b[?1049l";
@@ -40,7 +40,7 @@ bool operator==(const termios& left, const termios& right)
 
 } // namespace
 
-TEST(Terminal, TableShowsTheStatisticsAndStaysAtTheEnd)
+TEST(Terminal, TableShowsTheStatisticsAndIsPrintedAtTheEnd)
 {
     const SimulatedBus bus;
     PseudoTerminal terminal(live(bus), 40, 200);
@@ -115,8 +115,8 @@ TEST(Terminal, IsRestoredHoweverTheProgramEnds)
     }
 }
 
-// Ctrl-S stops the output until Ctrl-Q. More frames than have room in the queue come meanwhile.
-TEST(Terminal, ThatTakesNoTableHoldsUpTheDisplayOnlyAndWhatIsDroppedIsCounted)
+// Ctrl-S stops the output until Ctrl-Q. Meanwhile more frames arrive than the queue can hold.
+TEST(Terminal, StoppedOutputBlocksOnlyTheDisplayAndDroppedFramesAreCounted)
 {
     const int frames = 100000;
     QTemporaryFile recording;
@@ -129,18 +129,18 @@ TEST(Terminal, ThatTakesNoTableHoldsUpTheDisplayOnlyAndWhatIsDroppedIsCounted)
     EXPECT_TRUE(terminal.type("\x13"));
     bus.send(recording.fileName());
     EXPECT_TRUE(terminal.type("\x11"));
-    const auto numberBehind = [&terminal](const QString& title) {
+    const auto numberAfter = [&terminal](const QString& title) {
         return terminal.screen().section(title + ' ', 1).section(' ', 0, 0).toInt();
     };
     EXPECT_TRUE(terminal.waitUntil(
-        [&] { return numberBehind("frames") + numberBehind("dropped") == frames; }));
-    EXPECT_GT(numberBehind("dropped"), 0);
-    EXPECT_GE(numberBehind("frames"), 65536);
+        [&] { return numberAfter("frames") + numberAfter("dropped") == frames; }));
+    EXPECT_GT(numberAfter("dropped"), 0);
+    EXPECT_GE(numberAfter("frames"), 65536);
     EXPECT_TRUE(terminal.type("q"));
     EXPECT_EQ(terminal.waitForEnd(), 0);
 }
 
-TEST(Terminal, GetsNoTableThatIsAskedForInAnotherFormat)
+TEST(Terminal, IsNotTakenOverIfAnotherFormatIsChosen)
 {
     const SimulatedBus bus;
     PseudoTerminal terminal(live(bus, {"--format", "csv", "--duration", "0.1"}), 24, 80);

@@ -17,7 +17,7 @@ void expectRange(const AxisRange& range, double from, double to)
     EXPECT_NEAR(range.to, to, 1e-9);
 }
 
-/// A value every second from 1 on, which is the second itself; none from \a gap to \a gapEnd.
+/// A value every second from 1 to \a count, equal to its time, except between \a gap and \a gapEnd.
 SignalSeries seconds(int count, int gap = 0, int gapEnd = 0)
 {
     SignalSeries series;
@@ -32,14 +32,14 @@ SignalSeries seconds(int count, int gap = 0, int gapEnd = 0)
 
 } // namespace
 
-TEST(TimeSpan, ShowsTheBeginningUntilItIsFullAndTheEndFromThenOn)
+TEST(TimeSpan, FollowsTheEndOnceItIsFull)
 {
     const TimeSpan span;
     expectRange(span.range(12), 0, 12);
     expectRange(span.range(100), 70, 100);
 }
 
-TEST(TimeSpan, ZoomKeepsTheEndThatIsFollowed)
+TEST(TimeSpan, ZoomKeepsFollowingTheEnd)
 {
     TimeSpan span;
     span.zoom(0.5, 75, 100);
@@ -47,7 +47,7 @@ TEST(TimeSpan, ZoomKeepsTheEndThatIsFollowed)
     expectRange(span.range(101), 86, 101);
 }
 
-TEST(TimeSpan, MovedRangeStaysAndIsZoomedAroundTheMouse)
+TEST(TimeSpan, MovedRangeStaysInPlaceAndZoomsAroundTheMouse)
 {
     TimeSpan span;
     span.move(-20, 100);
@@ -60,7 +60,7 @@ TEST(TimeSpan, MovedRangeStaysAndIsZoomedAroundTheMouse)
     expectRange(span.range(200), 50, 80);
 }
 
-TEST(TimeSpan, ReachingTheEndFollowsItAgain)
+TEST(TimeSpan, MovingToTheEndFollowsItAgain)
 {
     TimeSpan span;
     span.move(-20, 100);
@@ -74,7 +74,7 @@ TEST(TimeSpan, ReachingTheEndFollowsItAgain)
     expectRange(span.range(140), 110, 140);
 }
 
-TEST(TimeSpan, StaysBetweenTheBeginningAndTheEndAndIsNeverEmpty)
+TEST(TimeSpan, StaysWithinTheRunAndIsNeverEmpty)
 {
     TimeSpan span;
     span.move(-1000, 100);
@@ -87,7 +87,7 @@ TEST(TimeSpan, StaysBetweenTheBeginningAndTheEndAndIsNeverEmpty)
     EXPECT_GT(TimeSpan().range(0).to, 0);
 }
 
-TEST(VisibleTrace, IsWhatLiesInTheRangeAndOnePointToEitherSide)
+TEST(VisibleTrace, ContainsTheRangeAndOnePointOnEitherSide)
 {
     const Trace trace = visibleTrace(seconds(1000), {500.5, 502.5});
     EXPECT_EQ(trace.points, (QVector<QPointF>{{500, 500}, {501, 501}, {502, 502}, {503, 503}}));
@@ -101,8 +101,8 @@ TEST(VisibleTrace, EndsWhereTheSeriesEnds)
     EXPECT_TRUE(visibleTrace(SignalSeries(), {0, 100}).points.isEmpty());
 }
 
-// Between the two points alone nothing would tell that it is one.
-TEST(VisibleTrace, GapThatFillsTheRangeIsNotJoined)
+// The two points alone would not reveal the gap.
+TEST(VisibleTrace, GapThatFillsTheRangeRemainsAGap)
 {
     const Trace trace = visibleTrace(seconds(300, 100, 200), {120, 180});
     EXPECT_EQ(trace.points, (QVector<QPointF>{{100, 100}, {200, 200}}));

@@ -45,7 +45,7 @@ int pixelsOf(const QImage& image, const QColor& color)
     return pixels;
 }
 
-/// The window of a live run on a bus of its own.
+/// The window of a live run on a simulated bus.
 class Window : public testing::Test
 {
 protected:
@@ -65,7 +65,8 @@ protected:
         window.emplace(*session, options.bus.name(), options.leastRating);
     }
 
-    /// Takes and shows what comes until \a condition holds; false if it never does.
+    /// Receives and shows frames until \a condition holds. Returns false if it does not within a
+    /// minute.
     template <typename Condition>
     bool waitUntil(Condition condition)
     {
@@ -103,7 +104,7 @@ protected:
         return table().model()->index(row, column).data().toString();
     }
 
-    /// Clicks at the signal of that name.
+    /// Clicks on the signal with that name.
     void select(const QString& name) const
     {
         const QModelIndexList found =
@@ -123,7 +124,7 @@ protected:
         QCoreApplication::sendEvent(&widget, &event);
     }
 
-    /// Turns the wheel by \a steps over the place of the plot.
+    /// Turns the wheel by \a steps at a place in the plot.
     void turnWheel(const QPointF& place, int steps) const
     {
         QWidget& widget = *plot().viewport();
@@ -149,7 +150,7 @@ protected:
 
     double extent() const { return times().max() - times().min(); }
 
-    /// The points of all series of that name.
+    /// The points of all series with that name.
     QVector<QPointF> pointsOf(const QString& name) const
     {
         QVector<QPointF> points;
@@ -170,7 +171,7 @@ protected:
         FAIL() << tool.toStdString();
     }
 
-    /// Lets a tool save a file of that name.
+    /// Presses a button that saves a file, and chooses that name.
     void save(const QString& tool, const QString& fileName) const
     {
         press(tool);
@@ -188,7 +189,7 @@ protected:
     const QApplication application{argc, argv};
     const QTemporaryDir directory;
     const SimulatedBus bus;
-    const LiveRun host{bus}; // keeps the bus up, which a program can do once only
+    const LiveRun host{bus}; // hosts the bus, which a process can do only once
     monitor::LiveOptions options;
     std::optional<BusSource> source;
     std::optional<Session> session;
@@ -197,12 +198,13 @@ protected:
 
 } // namespace
 
-TEST_F(Window, TableShowsTheStatisticsComputedIndependently)
+TEST_F(Window, TableShowsIndependentlyComputedStatistics)
 {
     showSample();
     const QList<QStringList> expected = expectedRows("drive.expected");
     ASSERT_EQ(table().model()->rowCount(), expected.size());
-    EXPECT_EQ(table().model()->rowCount(table().model()->index(0, 0)), 0) << "it is not a tree";
+    EXPECT_EQ(table().model()->rowCount(table().model()->index(0, 0)), 0)
+        << "the table must not be a tree";
     for (int row = 0; row < expected.size(); ++row) {
         QStringList shown;
         for (int column = 1; column < 16; ++column)
@@ -253,7 +255,7 @@ TEST_F(Window, ChartShowsTheSelectedSignal)
     EXPECT_TRUE(pointsOf("deviators").contains(*highest));
 }
 
-TEST_F(Window, PictureOfTheWindowHasTheColoursOfTheChartAndTheTable)
+TEST_F(Window, WindowIsDrawnInTheColoursOfChartAndTable)
 {
     showSample();
     select("EngineSpeed");
@@ -280,10 +282,10 @@ TEST_F(Window, WheelZoomsAroundTheMouseAndDoubleClickFollowsAgain)
     press("Pause");
     const double usual = extent();
     drag(middleOfPlot(), middleOfPlot() - QPointF(50, 0));
-    EXPECT_EQ(extent(), usual) << "there is nothing after the end";
+    EXPECT_EQ(extent(), usual) << "the range must not move beyond the end";
     turnWheel(middleOfPlot(), 1);
     EXPECT_NEAR(extent(), 0.8 * usual, 1e-9);
-    EXPECT_NEAR(times().max(), usual, 1e-9) << "the end is followed";
+    EXPECT_NEAR(times().max(), usual, 1e-9) << "the end must be followed";
     drag(middleOfPlot(), middleOfPlot() + QPointF(30, 0));
     const double middle = (times().min() + times().max()) / 2;
     EXPECT_LT(times().max(), usual);
@@ -308,7 +310,7 @@ TEST_F(Window, PauseFreezesTheDisplayAndNothingIsLost)
     EXPECT_GT(times().max(), end);
 }
 
-TEST_F(Window, ResetForgetsTheValuesInTheTableAndInTheChart)
+TEST_F(Window, ResetClearsTableAndChart)
 {
     showSample();
     press("Reset");
@@ -321,7 +323,7 @@ TEST_F(Window, ResetForgetsTheValuesInTheTableAndInTheChart)
     EXPECT_FALSE(pointsOf("average").isEmpty());
 }
 
-TEST_F(Window, FilterShowsTheSignalsWhoseNamesContainIt)
+TEST_F(Window, FilterShowsSignalsWithMatchingNames)
 {
     showSample();
     window->findChild<QLineEdit*>()->setText("speed");
@@ -331,7 +333,7 @@ TEST_F(Window, FilterShowsTheSignalsWhoseNamesContainIt)
     EXPECT_EQ(table().model()->rowCount(), expectedRows("drive.expected").size());
 }
 
-TEST_F(Window, SelectedSignalStaysSoWhenOthersComeBeforeIt)
+TEST_F(Window, SignalStaysSelectedWhenOthersAreInsertedBeforeIt)
 {
     QFile file(directory.filePath("speed.log"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -348,7 +350,7 @@ TEST_F(Window, SelectedSignalStaysSoWhenOthersComeBeforeIt)
     EXPECT_EQ(table().currentIndex().row(), 7);
 }
 
-TEST_F(Window, ChartIsSavedAsAPicture)
+TEST_F(Window, ChartIsSavedAsAnImage)
 {
     showSample();
     select("EngineSpeed");
@@ -359,7 +361,7 @@ TEST_F(Window, ChartIsSavedAsAPicture)
     EXPECT_GT(pixelsOf(image, deviatorColor), 3);
 }
 
-TEST_F(Window, StatisticsAreSavedAsAReplayPrintsThem)
+TEST_F(Window, SavedStatisticsMatchTheOutputOfReplay)
 {
     showSample();
     save("Save statistics", directory.filePath("statistics.csv"));
@@ -367,7 +369,7 @@ TEST_F(Window, StatisticsAreSavedAsAReplayPrintsThem)
               replayedSample({"--format", "csv"}));
 }
 
-TEST_F(Window, FileThatCannotBeWrittenIsAMessage)
+TEST_F(Window, UnwritableFileIsReportedInTheStatusBar)
 {
     save("Save statistics", directory.filePath("missing/statistics.csv"));
     const QString message = window->statusBar()->currentMessage();
@@ -382,7 +384,7 @@ TEST_F(Window, ClosingItEndsTheRun)
     EXPECT_FALSE(window->take({}, {}));
 }
 
-TEST(WindowProgram, PrintsTheStatisticsOfAReplayAtItsEnd)
+TEST(WindowProgram, PrintsTheSameStatisticsAsReplayAtTheEnd)
 {
     const VirtualDisplay display;
     const SimulatedBus bus;
@@ -394,7 +396,7 @@ TEST(WindowProgram, PrintsTheStatisticsOfAReplayAtItsEnd)
     EXPECT_EQ(ended.output, replayedSample());
 }
 
-TEST(WindowProgram, EndsWhenItIsAskedTo)
+TEST(WindowProgram, EndsOnTerminateSignal)
 {
     const VirtualDisplay display;
     const SimulatedBus bus;
@@ -405,7 +407,7 @@ TEST(WindowProgram, EndsWhenItIsAskedTo)
     EXPECT_EQ(ended.output, replayedSample({"--format", "csv"}));
 }
 
-TEST(WindowProgram, WithoutADisplayThereIsAMessageAndExitCode2)
+TEST(WindowProgram, MissingDisplayIsReportedWithExitCode2)
 {
     const SimulatedBus bus;
     qputenv("QT_QPA_PLATFORM", "xcb");
