@@ -13,10 +13,11 @@
 namespace
 {
 
-constexpr int patience = 60000; // milliseconds
+constexpr int timeout = 60000; // milliseconds
 const QString sample = QStringLiteral(SAMPLE_DIRECTORY "/");
 
-/// live-table on a display of its own, preloaded so that it prints its table after each refresh.
+/// live-table on a virtual display, with a preloaded library that prints its table after each
+/// change.
 class LiveTable
 {
 public:
@@ -38,14 +39,14 @@ public:
     LiveTable(const LiveTable&) = delete;
     LiveTable& operator=(const LiveTable&) = delete;
 
-    /// Waits for the first table for which \a condition holds; otherwise for an empty one.
+    /// Waits for the first table that satisfies \a condition, and returns an empty one otherwise.
     template <typename Condition>
     QList<QStringList> waitForTable(Condition condition)
     {
-        const QDeadlineTimer deadline(patience);
+        const QDeadlineTimer deadline(timeout);
         while (!deadline.hasExpired() &&
-               (process.bytesAvailable() > 0 || process.waitForReadyRead(patience))) {
-            text += process.readAllStandardOutput().replace(",", ""); // between thousands
+               (process.bytesAvailable() > 0 || process.waitForReadyRead(timeout))) {
+            text += process.readAllStandardOutput().replace(",", ""); // thousands separators
             for (int end = text.indexOf("\n\n"); end >= 0; end = text.indexOf("\n\n")) {
                 QList<QStringList> rows;
                 for (const QString& line : QString::fromUtf8(text.left(end)).split('\n'))
@@ -67,11 +68,11 @@ public:
 
     int exitCode()
     {
-        const bool ended = process.waitForFinished(patience);
+        const bool ended = process.waitForFinished(timeout);
         return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    /// What the program itself says, without the log of Qt.
+    /// The messages of the program itself, without those of Qt.
     std::string messages()
     {
         QByteArrayList own;
@@ -85,10 +86,10 @@ public:
 private:
     VirtualDisplay display;
     QProcess process;
-    QByteArray text; // printed and not yet looked at
+    QByteArray text; // printed but not yet parsed
 };
 
-/// A bus on a port of its own. The first program on it keeps it up.
+/// A bus on a free port. The first program on it hosts it.
 QString freeBus()
 {
     QTcpServer server;
@@ -101,13 +102,13 @@ void send(const QString& recording, const QString& bus)
     QProcess process;
     process.start(MONITOR_PROGRAM, {"send", recording, "--speed", "max", "--plugin", "virtualcan",
                                     "--interface", bus});
-    EXPECT_TRUE(process.waitForFinished(patience));
+    EXPECT_TRUE(process.waitForFinished(timeout));
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
 }
 
-/// The figures of a signal of the sample from the source 0 that were computed independently: name,
-/// source, count, newest, average, deviation, minimum, maximum, median, rating.
-QStringList expectedFigures(const QString& signal)
+/// The independently computed statistics of a signal of the sample from source 0: name, source,
+/// count, newest, average, deviation, minimum, maximum, median, rating.
+QStringList expectedStatistics(const QString& signal)
 {
     QFile file(sample + "engine.expected");
     EXPECT_TRUE(file.open(QIODevice::ReadOnly));
@@ -118,23 +119,23 @@ QStringList expectedFigures(const QString& signal)
     return {};
 }
 
-/// Six significant digits are shown.
+/// Compares numbers to the six significant digits that are shown.
 void expectNear(const QString& shown, const QString& expected)
 {
     EXPECT_NEAR(shown.toDouble(), expected.toDouble(), 6e-6 * std::fabs(expected.toDouble()));
 }
 
-void expectFigures(const QStringList& row, const QString& signal, const QString& unit)
+void expectStatistics(const QStringList& row, const QString& signal, const QString& unit)
 {
-    const QStringList figures = expectedFigures(signal);
-    ASSERT_GE(figures.size(), 10);
+    const QStringList expected = expectedStatistics(signal);
+    ASSERT_GE(expected.size(), 10);
     ASSERT_EQ(row.size(), 7);
     EXPECT_EQ(row.at(0), signal);
-    EXPECT_EQ(row.at(1), figures.at(2));
-    expectNear(row.at(2), figures.at(3));
-    expectNear(row.at(3), figures.at(4));
-    expectNear(row.at(4), figures.at(5));
-    EXPECT_EQ(row.at(5), figures.at(9));
+    EXPECT_EQ(row.at(1), expected.at(2));
+    expectNear(row.at(2), expected.at(3));
+    expectNear(row.at(3), expected.at(4));
+    expectNear(row.at(4), expected.at(5));
+    EXPECT_EQ(row.at(5), expected.at(9));
     EXPECT_EQ(row.at(6), unit);
 }
 
@@ -146,19 +147,19 @@ TEST(LiveTable, ShowsTheStatisticsOfASentRecording)
     LiveTable table(bus);
     ASSERT_EQ(table.waitForTable().size(), 4);
     send(sample + "engine.log", bus);
-    const QStringList figures = expectedFigures("EngineSpeed");
+    const QStringList expected = expectedStatistics("EngineSpeed");
     const QList<QStringList> rows = table.waitForTable(
-        [&](const QList<QStringList>& shown) { return shown.at(1).at(1) == figures.at(2); });
+        [&](const QList<QStringList>& shown) { return shown.at(1).at(1) == expected.at(2); });
     ASSERT_EQ(rows.size(), 4);
     EXPECT_EQ(rows.at(0).join(' ').toStdString(),
               "name count newest average deviation rating unit");
-    expectFigures(rows.at(1), "EngineSpeed", "rpm");
-    expectFigures(rows.at(2), "EngineOilTemperature1", QString::fromUtf8("°C"));
+    expectStatistics(rows.at(1), "EngineSpeed", "rpm");
+    expectStatistics(rows.at(2), "EngineOilTemperature1", QString::fromUtf8("°C"));
     EXPECT_EQ(rows.at(3).join(';').toStdString(), "WheelBasedVehicleSpeed;0;;;;;");
 }
 
-// The recorded speeds are four times 80 km/h and once 84 km/h, with an average of 80.8 and a
-// deviation of 1.6. 84 lies 1.6 below the end of the band, two thirds of a quarter of its width.
+// The recorded speeds are four times 80 km/h and once 84 km/h, with the average 80.8 and the
+// deviation 1.6. 84 lies 1.6 below the upper end of the band, two thirds of a quarter of its width.
 // The engine speed is the highest raw value that is neither an error nor "not available".
 TEST(LiveTable, RecordsOnlyMeasuredValuesOfItsSignalsAndSources)
 {
@@ -173,7 +174,7 @@ TEST(LiveTable, RecordsOnlyMeasuredValuesOfItsSignalsAndSources)
                     "(1.0) can0 18FEF100#R\n"
                     "(1.0) can0 18FEF131#FF0010FFFFFFFFFF\n" // another source
                     "(1.0) can0 18FEF200#FF0010FFFFFFFFFF\n" // another parameter group
-                    "(1.0) can0 19FEF100#FF0010FFFFFFFFFF\n" // the same of the other data page
+                    "(1.0) can0 19FEF100#FF0010FFFFFFFFFF\n" // the other data page
                     "(1.0) can0 100#FF0010FFFFFFFFFF\n"
                     "(1.0) can0 0CF00400#FFFFFFFFFDFFFFFF\n"
                     "(1.0) can0 18FEF100#FF0050FFFFFFFFFF\n"
@@ -203,25 +204,25 @@ TEST(LiveTable, ClosingTheWindowEndsTheProgram)
     EXPECT_EQ(table.messages(), "");
 }
 
-TEST(LiveTable, LostConnectionIsAMessageAndExitCode2)
+TEST(LiveTable, LostConnectionIsReportedWithExitCode2)
 {
     const QString bus = freeBus();
-    QProcess keeper;
-    keeper.setReadChannel(QProcess::StandardError);
-    keeper.start(MONITOR_PROGRAM, {"live", "--plugin", "virtualcan", "--interface", bus, "--dbc",
-                                   sample + "engine.dbc"});
-    QByteArray said;
-    while (!said.contains("connected\n") && keeper.waitForReadyRead(patience))
-        said += keeper.readAllStandardError();
+    QProcess host; // the first program on the bus
+    host.setReadChannel(QProcess::StandardError);
+    host.start(MONITOR_PROGRAM, {"live", "--plugin", "virtualcan", "--interface", bus, "--dbc",
+                                 sample + "engine.dbc"});
+    QByteArray messages;
+    while (!messages.contains("connected\n") && host.waitForReadyRead(timeout))
+        messages += host.readAllStandardError();
     LiveTable table(bus);
     EXPECT_EQ(table.waitForTable().size(), 4);
-    keeper.kill();
-    keeper.waitForFinished();
+    host.kill();
+    host.waitForFinished();
     EXPECT_EQ(table.exitCode(), 2);
     EXPECT_EQ(table.messages().find("live-table: no connection to the bus"), 0u);
 }
 
-TEST(LiveTable, UnknownPluginIsAMessageThatListsThePluginsAndExitCode2)
+TEST(LiveTable, UnknownPluginIsReportedWithTheAvailablePlugins)
 {
     LiveTable table("can0", "nonsense");
     EXPECT_EQ(table.exitCode(), 2);
@@ -230,7 +231,7 @@ TEST(LiveTable, UnknownPluginIsAMessageThatListsThePluginsAndExitCode2)
     EXPECT_NE(messages.find("virtualcan"), std::string::npos) << messages;
 }
 
-TEST(LiveTable, InterfaceThatCannotBeConnectedIsAMessageAndExitCode2)
+TEST(LiveTable, FailedConnectionIsReportedWithExitCode2)
 {
     LiveTable table("nonsense0", "socketcan");
     EXPECT_EQ(table.exitCode(), 2);

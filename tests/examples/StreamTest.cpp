@@ -10,21 +10,21 @@
 namespace
 {
 
-constexpr int patience = 60000; // milliseconds
+constexpr int timeout = 60000; // milliseconds
 
-/// The exit code of `stream`, -1 if it does not end by itself.
+/// Returns the exit code of `stream`, or -1 if it does not end by itself.
 int run(const QStringList& arguments)
 {
     QProcess process;
     process.start(STREAM_PROGRAM, arguments);
-    if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
+    if (process.waitForFinished(timeout) && process.exitStatus() == QProcess::NormalExit)
         return process.exitCode();
     process.kill();
     process.waitForFinished();
     return -1;
 }
 
-/// A record with the raw value 4800 in an int, as its header describes the format.
+/// A record with the raw value 4800 as an int, in the format that J1939Value.h describes.
 const QByteArray plainRecord =
     QByteArray::fromHex("0001 00000002 00 000012c0 00000000 01 00000000");
 
@@ -34,7 +34,7 @@ QByteArray withLength(const QByteArray& message)
            message;
 }
 
-/// `stream receive`, which cannot have more than 150 MB of address space.
+/// `stream receive` with at most 150 MB of address space.
 class Receiver
 {
 public:
@@ -61,15 +61,15 @@ public:
     {
         QLocalSocket socket;
         socket.connectToServer(address());
-        ASSERT_TRUE(socket.waitForConnected(patience));
+        ASSERT_TRUE(socket.waitForConnected(timeout));
         socket.write(bytes);
-        while (socket.waitForBytesWritten(patience)) {
+        while (socket.waitForBytesWritten(timeout)) {
         }
     }
 
     void waitForEnd()
     {
-        if (process.waitForFinished(patience) && process.exitStatus() == QProcess::NormalExit)
+        if (process.waitForFinished(timeout) && process.exitStatus() == QProcess::NormalExit)
             exitCode = process.exitCode();
         output = process.readAllStandardOutput().toStdString();
         messages = process.readAllStandardError().toStdString();
@@ -96,9 +96,9 @@ void expectRejected(const QByteArray& bytes, const std::string& message)
 
 } // namespace
 
-// The raw values are the 1001 whole numbers from 4800 on, whose deviation is the square root of
-// (1001^2 - 1) / 12, 288.9637. Scaled by 0.125 that is 36.1205.
-TEST(Stream, ReceiverPrintsTheStatisticsOfWhatWasSent)
+// The raw values are the 1001 integers from 4800 to 5800. Their deviation is the square root of
+// (1001^2 - 1) / 12, which is 288.9637, or 36.1205 after scaling by 0.125.
+TEST(Stream, ReceiverPrintsTheStatisticsOfTheSentRecords)
 {
     Receiver receiver;
     EXPECT_EQ(run({"send", receiver.address()}), 0);
@@ -108,8 +108,8 @@ TEST(Stream, ReceiverPrintsTheStatisticsOfWhatWasSent)
     EXPECT_EQ(receiver.exitCode, 0);
 }
 
-// 4800 as int, unsigned int, both 64-bit integers, and double.
-TEST(Stream, ReceiverAcceptsRecordsWithNumbersOfAnyType)
+// 4800 as an int, an unsigned int, both 64-bit integers and a double.
+TEST(Stream, ReceiverAcceptsNumbersOfAllTypes)
 {
     QByteArray sent;
     Receiver receiver;
@@ -124,19 +124,19 @@ TEST(Stream, ReceiverAcceptsRecordsWithNumbersOfAnyType)
     EXPECT_EQ(receiver.exitCode, 0);
 }
 
-// If the receiver kept them, they would not fit into its memory.
-TEST(Stream, AnyNumberOfRecordsFitsIntoTheMemoryOfTheReceiver)
+// If the receiver kept all records, they would not fit into its memory.
+TEST(Stream, ReceiverMemoryDoesNotGrowWithTheNumberOfRecords)
 {
-    constexpr int many = 1000000;
+    constexpr int records = 1000000;
     Receiver receiver;
-    receiver.feed(withLength(plainRecord).repeated(many));
+    receiver.feed(withLength(plainRecord).repeated(records));
     receiver.waitForEnd();
     EXPECT_EQ(receiver.output, "1000000 records, average 600, deviation 0, 600 to 600\n");
     EXPECT_EQ(receiver.messages, "");
 }
 
-// Each message has the length that it would have if the values were numbers of the size of the type
-// in memory, so that only the types give it away.
+// Each message has the length that it would have if its values were numbers, so that only the types
+// reveal it.
 TEST(Stream, HostileValuesAreRejectedBeforeTheyAreRead)
 {
     const char* const hostile[] = {
@@ -145,8 +145,8 @@ TEST(Stream, HostileValuesAreRejectedBeforeTheyAreRead)
         "0001 0000000a 00 7ffffffe00000000 00000000 01 00000000",          // a text of 2 GB
         "0001 0000000a 00 0000000400410042 00000000 01 00000000",          // a short text
         "0001 0000000c 00 7fffffff00000000 00000000 01 00000000",          // 2 GB of bytes
-        "0001 00000400 00 00000000 01 00000000",                           // a type of a program
-        "0001 00000002 00 000012c0 0000000a 00 7ffffffe00000000 00000000", // scaled value a text
+        "0001 00000400 00 00000000 01 00000000",                           // a user-defined type
+        "0001 00000002 00 000012c0 0000000a 00 7ffffffe00000000 00000000", // a text as scaled value
         "0002 00000002 00 000012c0 00000000 01 00000000",                  // another version
         "0001 00000000 01 00000000 01 00000000",                           // no raw value
         "0001 00000002 00 000012c0 00000000 01 00000000 00",               // a byte too many
@@ -156,14 +156,14 @@ TEST(Stream, HostileValuesAreRejectedBeforeTheyAreRead)
                        "message is not a record of plain numbers");
 }
 
-TEST(Stream, RecordsCutOffAnywhereAreRejected)
+TEST(Stream, TruncatedRecordsAreRejected)
 {
     for (int size = 0; size < plainRecord.size(); ++size)
         expectRejected(withLength(plainRecord.left(size)),
                        "message is not a record of plain numbers");
 }
 
-TEST(Stream, MessagesLongerThanAnyRecordAreRejectedByTheirLength)
+TEST(Stream, OverlongMessagesAreRejectedByTheirLength)
 {
     expectRejected(withLength(QByteArray(65, 'x')), "message of 65 bytes, longer than a record");
     expectRejected(withLength(plainRecord) + QByteArray::fromHex("ffffffff"),
@@ -172,21 +172,21 @@ TEST(Stream, MessagesLongerThanAnyRecordAreRejectedByTheirLength)
                    "message of 10000000 bytes, longer than a record");
 }
 
-TEST(Stream, ConnectionThatEndsWithinAMessageIsAnError)
+TEST(Stream, ConnectionClosedWithinAMessageIsAnError)
 {
     const QByteArray whole = withLength(plainRecord);
     for (const int size : {1, 3, 4, 5, whole.size() - 1})
         expectRejected(whole + whole.left(size), "message incomplete");
 }
 
-TEST(Stream, WrongArgumentsAreExitCode2)
+TEST(Stream, InvalidArgumentsAreExitCode2)
 {
     EXPECT_EQ(run({}), 2);
     EXPECT_EQ(run({"send"}), 2);
     EXPECT_EQ(run({"forward", "socket"}), 2);
 }
 
-TEST(Stream, AddressThatCannotBeUsedIsExitCode2)
+TEST(Stream, UnusableAddressIsExitCode2)
 {
     const QTemporaryDir directory;
     EXPECT_EQ(run({"send", directory.filePath("nobody")}), 2);

@@ -1,5 +1,5 @@
-// Preloaded into a program with a table view: prints the texts that the view shows whenever its
-// model says that they have changed, and closes the window when standard input ends.
+// A library to preload into a program with a table view. It prints the contents of the table when
+// they change, and closes the window at the end of standard input.
 
 #include <QtCore/QAbstractItemModel>
 #include <QtCore/QSocketNotifier>
