@@ -11,10 +11,10 @@ namespace
 
 int failures = 0;
 
-void expect(bool holds, const char* what)
+void expect(bool condition, const char* description)
 {
-    if (!holds) {
-        std::cerr << "not so: " << what << "\n";
+    if (!condition) {
+        std::cerr << "failed: " << description << "\n";
         ++failures;
     }
 }

@@ -2,8 +2,8 @@
 #include <vantrel/library/LibVantrel.h>
 #include <vantrel/signal/GenericSignalImpl.h>
 
-// Programs have the sizes of objects compiled in: they stay as long as the SOVERSION does. Here
-// those of version 1 on x86-64.
+// The sizes of objects are compiled into programs, so they must not change while the SOVERSION
+// stays the same. These are the sizes in version 1 on x86-64.
 #if defined(__x86_64__)
 static_assert(sizeof(GenericValue) == 40);
 static_assert(sizeof(CANopenObjectValue) == 56);
