@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
-"""Reads the includes of the libraries and of the program, and fails on one that leads from a room
-to another against the arrows below.
+"""Checks that the includes of the libraries and of the program follow the arrows between rooms.
 
     arrowsTest.py              checks this source tree
-    arrowsTest.py --self-test  checks that forbidden includes in a made-up tree are reported
+    arrowsTest.py --self-test  checks that forbidden includes in an example tree are reported
 """
 
 import os
@@ -14,8 +13,8 @@ from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
 
-# A room is a folder. Each may include its own headers and those of the rooms it names, and nothing
-# of a room that it does not name. What a room names it also gets the rooms of.
+# A room is a folder. It may include its own headers, those of the rooms listed for it, and those of
+# the rooms listed for these in turn.
 LIBRARY = {
     "platform/cansupport": [],
     "platform/statistics": [],
@@ -49,19 +48,19 @@ MONITOR = {
         "monitor/sources/bus",
     ],
 }
-# A table that lists the parts of its room knows them all.
+# Files with a table of the rooms inside their own may include those rooms too.
 TABLES = {
     "monitor/sources/recording/formats.cpp": [],
     "monitor/catalogue/readers.cpp": ["monitor/catalogue/dbc", "monitor/catalogue/eds"],
 }
-# Headers of others, by the beginning of their names, and the only rooms that may include them.
+# Prefixes of other headers, and the only rooms that may include them.
 OTHERS = {
     "vantrel/": ["monitor/engine"],
     "QtCharts/": ["monitor/views", "monitor/outputs", "monitor/displays/window"],
     "QtWidgets/": ["monitor/outputs", "monitor/displays/window", "monitor/app"],
     "QtSerialBus/": ["monitor/sources/bus"],
 }
-LONGEST_ROOM = 2500  # lines; a longer one is to be divided
+LONGEST_ROOM = 2500  # lines; a larger room should be divided
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.MULTILINE)
 
@@ -74,7 +73,7 @@ def reachable(room, arrows):
 
 
 def room_of(path, arrows):
-    """The innermost room that holds the file, or None."""
+    """The innermost room that contains the file, or None."""
     for folder in Path(path).parents:
         if str(folder) in arrows:
             return str(folder)
@@ -88,7 +87,7 @@ def sources(tree, arrows):
 
 
 def included_file(tree, path, name):
-    """The file of this tree that the include stands for, or None."""
+    """The file of this tree that the include refers to, or None."""
     roots = [Path(path).parent, Path("monitor"), Path("src"), Path("platform/cansupport/include"),
              Path("platform/statistics/include")]
     for root in roots:
@@ -115,7 +114,7 @@ def check_include(tree, arrows, path, name):
     other = room_of(found, arrows)
     if other in rooms:
         return None
-    return f"there is no arrow from {room} to {other}"
+    return f"{room} must not include headers of {other}"
 
 
 def problems(tree, arrows):
@@ -124,7 +123,7 @@ def problems(tree, arrows):
         text = (tree / path).read_text()
         room = room_of(path, arrows)
         if room is None:
-            yield f"{path}: lies in no room"
+            yield f"{path}: not in any room"
             continue
         lines_of[room] = lines_of.get(room, 0) + text.count("\n")
         for match in INCLUDE.finditer(text):
@@ -134,13 +133,13 @@ def problems(tree, arrows):
                 yield f"{path}:{line}: #include \"{match.group(1)}\": {problem}"
     for room in arrows:
         if room not in lines_of:
-            yield f"{room}: no such room, or an empty one"
+            yield f"{room}: missing or empty room"
         elif lines_of[room] > LONGEST_ROOM:
-            yield f"{room}: {lines_of[room]} lines, more than {LONGEST_ROOM}"
+            yield f"{room}: has {lines_of[room]} lines; divide it (maximum {LONGEST_ROOM})"
 
 
 def self_test():
-    """Each of these files breaks one rule, and no other line of the made-up tree does."""
+    """Compares the problems in an example tree with the expected ones."""
     arrows = {"monitor/can": [], "monitor/text": [], "monitor/app": ["monitor/can"]}
     files = {
         "monitor/can/Frame.h": "#include <QtCore/QString>\n",
