@@ -1,4 +1,4 @@
-"""Tests of tools/mutation: mutants, the sample, a trial, mutants built together, the verdict."""
+"""Tests of the mutation testing in tools/mutation."""
 
 import os
 import subprocess
@@ -62,24 +62,24 @@ class Mutants(unittest.TestCase):
         self.assert_changed("if (step < [10 -> 11] && !open)",
                             "for (int i = [0 -> 1]; i < step; ++i)")
 
-    def test_constants_next_to_operators_are_lowered_too(self):
+    def test_constants_next_to_operators_are_also_lowered(self):
         self.assert_changed("if (step < [10 -> 9] && !open)")
         self.assertIn("N a = [0x10 -> 15] * b;", changes_in("N a = 0x10 * b;"))
         self.assertEqual(changes_in("N a = b - 0;"), ["N a = b [- -> +] 0;", "N a = b - [0 -> 1];"])
         self.assertEqual(changes_in("N a = 7;"), ["N a = [7 -> 8];"])
 
-    def test_quotation_marks_in_raw_strings_end_nothing(self):
+    def test_quotation_marks_in_raw_strings_do_not_end_them(self):
         self.assertEqual(changes_in('N a = R"X(a " b + 1 " c)X" + 0;'),
                          ['N a = R"X(a " b + 1 " c)X" [+ -> -] 0;',
                           'N a = R"X(a " b + 1 " c)X" + [0 -> 1];'])
 
-    def test_statements_are_dropped_but_no_declarations(self):
+    def test_statements_are_removed_but_declarations_are_not(self):
         self.assert_changed("[total = total + step; -> ;]", '[feed("a + 1", i); -> ;]')
 
     def test_branches_are_skipped(self):
         self.assert_changed("if ([ -> false && ]step < 10 && !open)")
 
-    def test_branches_of_alternatives_are_skipped_as_a_whole(self):
+    def test_branches_with_or_conditions_are_skipped_as_a_whole(self):
         self.assertIn("if ([open || shut -> false && (open || shut)])",
                       changes_in("if (open || shut)\n        open = shut;"))
         self.assertIn("while ([a(b) || c -> false && (a(b) || c)])",
@@ -87,24 +87,24 @@ class Mutants(unittest.TestCase):
         self.assertIn("if ([ -> false && ]open && (here || there))",
                       changes_in("if (open && (here || there))\n        open = shut;"))
 
-    def test_names_are_of_one_line_as_results_are(self):
+    def test_names_fit_on_one_line(self):
         source = "void f()\n{\n    if (a ||\n        b)\n        c();\n}\n"
         self.assertFalse([m for m in mutants_of("count.cpp", source) if "\n" in m.name(source)])
 
-    def test_answers_are_emptied(self):
+    def test_return_values_are_emptied(self):
         self.assert_changed("return [scaled(step, factor, offset) -> {}];", "return [total -> {}];")
         self.assertIn("return [call(a), true -> {}];", changes_in("return call(a), true;"))
         self.assertIn("return [{a, b} -> {}];", changes_in("return {a, b};"))
         self.assertIn("return [a + f([] { return b; }) -> {}];",
                       changes_in("return a +\n           f([] { return b; });"))
 
-    def test_empty_answers_and_those_that_become_so_as_a_constant_are_not_emptied(self):
-        for answer in ("0", "0.0", "N(0)", "{}", "nullptr", "false", "true", "std::nullopt",
-                       "QString()"):
-            self.assertNotIn(f"return [{answer} -> {{}}];", changes_in(f"return {answer};"))
+    def test_empty_and_constant_return_values_are_not_emptied(self):
+        for value in ("0", "0.0", "N(0)", "{}", "nullptr", "false", "true", "std::nullopt",
+                      "QString()"):
+            self.assertNotIn(f"return [{value} -> {{}}];", changes_in(f"return {value};"))
         self.assertIn("return [count() -> {}];", changes_in("return count();"))
 
-    def test_first_enumerators_are_empty(self):
+    def test_enumerators_of_value_0_count_as_empty(self):
         empty = empty_enumerators(["enum class Kind : quint8 { Data, Error };",
                                    "enum class Code {\n    Success = 0, ///< all\n    Wrong\n};",
                                    "enum class Side { Left = 1 };"])
@@ -113,16 +113,16 @@ class Mutants(unittest.TestCase):
         self.assertEqual([mutant.description for mutant in mutants_of("f.cpp", source, empty)],
                          ["f.cpp: Kind g() { return [Kind::Error -> {}]; }"])
 
-    def test_returns_without_an_answer_are_dropped_but_where_the_branch_is_skipped(self):
+    def test_returns_without_a_value_are_removed_unless_their_branch_is_skipped(self):
         self.assertEqual(changes_in("return;"), ["[return; -> ;]"])
         self.assertEqual(changes_in("if (done)\n        return;"), ["if ([ -> false && ]done)"])
 
-    def test_negations_and_unary_minus_are_dropped(self):
+    def test_negations_and_unary_minus_are_removed(self):
         self.assert_changed("if (step < 10 && [! -> ]open)")
         self.assertIn("N a = [- -> ]b;", changes_in("N a = -b;"))
         self.assertIn("N a{b, [- -> ](b + c)};", changes_in("N a{b, -(b + c)};"))
 
-    def test_binary_and_doubled_operators_are_not_dropped(self):
+    def test_binary_and_doubled_operators_are_not_removed(self):
         for statement in ("N a = b - c;", "N a = b != c;", "N a = b->c;", "N a = --b;"):
             self.assertFalse([change for change in changes_in(statement) if " -> ]" in change])
 
@@ -134,19 +134,19 @@ class Mutants(unittest.TestCase):
             "int Count::next(int step, double [factor, double offset -> offset, double factor])",
             "return scaled(step, [factor, offset -> offset, factor]);")
 
-    def test_nothing_else_is_changed_as_in_comments_texts_and_declarations(self):
+    def test_comments_texts_and_declarations_are_not_changed(self):
         self.assertEqual(len(changes()), 18)
 
-    def test_changes_of_the_same_code_are_numbered(self):
+    def test_identical_changes_are_numbered(self):
         twice = mutants_of("twice.cpp", "void f()\n{\n    reset(x);\n    reset(x);\n}\n")
         self.assertEqual([mutant.description for mutant in twice],
                          ["twice.cpp: [reset(x); -> ;]", "twice.cpp: [reset(x); -> ;] (2)"])
 
-    def test_a_mutant_is_the_source_with_the_change_in_it(self):
+    def test_a_mutant_is_the_source_with_one_change(self):
         mutant = mutants_of("one.cpp", "int f() { return 1; }\n")[0]
         self.assertEqual(mutant.applied_to("int f() { return 1; }\n"), "int f() { return 2; }\n")
 
-    def test_a_name_lasts_as_long_as_the_file_does(self):
+    def test_a_name_stays_the_same_as_long_as_the_file_does(self):
         first = mutants_of("count.cpp", SOURCE)[0]
         self.assertEqual(first.name(SOURCE), mutants_of("count.cpp", SOURCE)[0].name(SOURCE))
         self.assertNotEqual(first.name(SOURCE), first.name(SOURCE + "\n"))
@@ -170,7 +170,7 @@ class Samples(unittest.TestCase):
         self.assertEqual(self.counts(150), [10, 100, 40])
         self.assertEqual(self.counts(15), [1, 10, 4])
 
-    def test_other_mutants_stay_in_the_sample_if_one_is_gone(self):
+    def test_a_sample_hardly_changes_if_one_mutant_is_gone(self):
         sample = spread(self.mutants)[:30]
         for gone in sample:
             others = set(spread([m for m in self.mutants if m != gone])[:30])
@@ -178,7 +178,7 @@ class Samples(unittest.TestCase):
 
 
 def wait_for_end_of(process):
-    """Raises an error once the process has ended, even if its parent has not collected it."""
+    """Waits until the process has ended, reaped or not, and then raises ProcessLookupError."""
     for _ in range(1000):
         state = Path(f"/proc/{process}/stat")
         if not state.exists() or state.read_text().rsplit(")")[1].split()[0] == "Z":
@@ -188,7 +188,7 @@ def wait_for_end_of(process):
 
 class Trials(unittest.TestCase):
     def outcome(self, codes, log="", repeats=False):
-        """What notices a mutant if programs end with these codes: a build, then its tests."""
+        """The outcome for a mutant whose build, and then its tests, end with these exit codes."""
         mutant = Mutant("src/count.cpp", 1, 0, 0, "", "a change")
         stage = Stage("unit", "unit", [], ["test_count"], ("src/",), repeats=repeats)
         with tempfile.TemporaryDirectory() as root, \
@@ -199,16 +199,16 @@ class Trials(unittest.TestCase):
             (tree.build_directory(stage) / "log").write_text(log)
             return tree.try_stage(stage, [], mutant)
 
-    def test_a_test_notices_by_failing(self):
+    def test_a_failing_test_notices_the_mutant(self):
         self.assertEqual(self.outcome([0, 1]), "unit: test_count")
         self.assertEqual(self.outcome([0, 0]), "")
 
-    def test_a_test_notices_by_taking_too_long_twice(self):
+    def test_a_test_that_takes_too_long_twice_notices_the_mutant(self):
         self.assertEqual(self.outcome([0, None, None]), "unit: test_count (too long)")
         self.assertEqual(self.outcome([0, None, 1]), "unit: test_count")
         self.assertEqual(self.outcome([0, None, 0]), "")
 
-    def test_a_failure_that_depends_on_timing_counts_only_if_it_happens_again(self):
+    def test_a_failure_that_may_depend_on_timing_counts_only_if_repeated(self):
         self.assertEqual(self.outcome([0, 1, 0], repeats=True), "")
         self.assertEqual(self.outcome([0, 1, 1], repeats=True), "unit: test_count")
 
@@ -223,7 +223,7 @@ class Trials(unittest.TestCase):
         self.assertEqual([test_run.filter for test_run in tree.test_runs(stage, "monitor/app")],
                          ["*"])
 
-    def test_nothing_that_a_test_has_started_outlives_it(self):
+    def test_processes_started_by_a_test_do_not_outlive_it(self):
         with tempfile.TemporaryDirectory() as folder:
             log = Path(folder) / "log"
             for command, code in (("sleep 60 & echo $!", 0), ("sleep 60 & echo $!; wait", None)):
@@ -231,11 +231,11 @@ class Trials(unittest.TestCase):
                 with self.assertRaises(ProcessLookupError):
                     wait_for_end_of(int(log.read_text()))
 
-    def test_the_compiler_notices_by_an_error_in_the_source(self):
+    def test_an_error_in_the_source_is_noticed_by_the_compiler(self):
         for log in ("a.cpp:1:2: error: no", "a.cpp:(.text+0x5): undefined reference to `f'"):
             self.assertEqual(self.outcome([1], log), "compiler")
 
-    def test_a_build_that_fails_otherwise_says_nothing(self):
+    def test_a_build_that_fails_for_another_reason_is_an_error(self):
         for log in ("", "ninja: error: no", "g++: fatal error: Killed signal terminated program"):
             with self.assertRaises(RuntimeError):
                 self.outcome([1], log)
@@ -275,7 +275,7 @@ void print(int i)
 {
     if (i == 7)
         return;
-    std::printf("%d", i); // it has to be seen
+    std::printf("%d", i); // visible to the test
 }
 int main()
 {
@@ -302,7 +302,7 @@ class MutantsBuiltTogether(unittest.TestCase):
         return subprocess.run([self.folder / name], env={**os.environ, "MUTANT": str(number)},
                               stdout=subprocess.PIPE, check=False).stdout
 
-    def test_each_does_what_it_does_when_it_is_built_alone(self):
+    def test_each_behaves_as_if_built_alone(self):
         with tempfile.TemporaryDirectory() as folder:
             self.folder = Path(folder)
             numbers = {mutant: number for number, mutant in
@@ -338,7 +338,7 @@ class MutantsThatDoNotCompile(unittest.TestCase):
                          ["a.h: return [2 -> 3];"])
         self.assertEqual(self.left_after("/x/source/a.h:2001:5: note: here"), [])
 
-    def test_may_be_initial_values_that_a_constant_expression_needs(self):
+    def test_can_be_initial_values_needed_by_constant_expressions(self):
         self.assertEqual(self.left_after("../source/a.h:2:5: error: no"), self.initial)
         self.assertEqual(self.left_after("../source/b.h:2:5: error: no"), [])
 
@@ -347,19 +347,19 @@ class Verdicts(unittest.TestCase):
     part = Part("library", ("src/",), None, 95)
 
     def verdict(self, noticed, reasons=(), whole=True):
-        """Of mutants described as "0", "1", ..."""
+        """The verdict on mutants described as "0", "1" and so on."""
         outcomes = [(Mutant("count.cpp", 7, 0, 0, "", str(i)), by) for i, by in enumerate(noticed)]
         (*wrong, self.summary), passed = verdict(self.part, outcomes, set(reasons), whole)
         self.assertEqual(passed, not wrong and None not in noticed)
         return wrong
 
-    def test_all_is_well_if_everything_is_noticed(self):
+    def test_the_verdict_is_good_if_all_mutants_are_noticed(self):
         self.assertEqual(self.verdict(["unit: a", "compiler", "unit: b (too long)"]), [])
         self.assertEqual(self.summary, "library: 3 mutants, 0 not tried, 1 do not compile; tests"
                          " noticed 2 of the other 2 (100.0 %), 1 of them by taking too long;"
                          " 0 survivors have a reason")
 
-    def test_a_mutant_that_was_not_tried_is_no_success(self):
+    def test_a_mutant_that_was_not_tried_fails_the_verdict(self):
         self.assertEqual(self.verdict(["unit: a", None]), [])
         self.assertIn(" 1 not tried", self.summary)
 
