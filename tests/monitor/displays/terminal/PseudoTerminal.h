@@ -10,18 +10,26 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
 #include <vector>
 
-/// The program on a terminal of its own, as a user would run it.
+/// A process on a terminal of its own, as a user would run it.
 class PseudoTerminal
 {
 public:
+    /// Runs the program.
     PseudoTerminal(const QStringList& arguments, unsigned short lines, unsigned short columns)
+        : PseudoTerminal([&arguments] { return execute(arguments); }, lines, columns)
+    {
+    }
+
+    /// Calls \a main in a copy of this process, which ends with the returned exit code.
+    PseudoTerminal(const std::function<int()>& main, unsigned short lines, unsigned short columns)
     {
         const winsize size{lines, columns, 0, 0};
         program = forkpty(&terminal, nullptr, nullptr, &size);
         if (program == 0)
-            run(arguments);
+            _exit(main());
     }
 
     ~PseudoTerminal()
@@ -42,7 +50,7 @@ public:
 
     void signal(int number) { kill(program, number); }
 
-    /// Everything the program has written.
+    /// Everything the process has written.
     const QByteArray& output() const { return written; }
 
     /// The last screen that was drawn completely.
@@ -71,7 +79,7 @@ public:
         return waitUntil([&] { return screen().contains(text); });
     }
 
-    /// Waits for the end of the program, and kills it after half a minute. Returns its exit code,
+    /// Waits for the end of the process, and kills it after half a minute. Returns its exit code,
     /// or -1 if a signal ended it.
     int waitForEnd()
     {
@@ -94,7 +102,8 @@ public:
     }
 
 private:
-    [[noreturn]] static void run(const QStringList& arguments)
+    /// Replaces this process by the program. Returns only if that fails.
+    static int execute(const QStringList& arguments)
     {
         std::vector<QByteArray> texts{MONITOR_PROGRAM};
         for (const QString& argument : arguments)
@@ -104,10 +113,10 @@ private:
             pointers.push_back(text.data());
         pointers.push_back(nullptr);
         execv(MONITOR_PROGRAM, pointers.data());
-        _exit(127);
+        return 127;
     }
 
-    /// Returns false if the program writes nothing more.
+    /// Returns false if the process writes nothing more.
     bool readMore()
     {
         pollfd ready{terminal, POLLIN, 0};
