@@ -72,8 +72,8 @@ public:
         return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    /// The messages of the program itself, without those of Qt.
-    std::string messages()
+    /// The diagnostics of the program itself, without those of Qt.
+    std::string diagnostics()
     {
         QByteArrayList own;
         for (const QByteArray& line : process.readAllStandardError().split('\n')) {
@@ -201,7 +201,7 @@ TEST(LiveTable, ClosingTheWindowEndsTheProgram)
     ASSERT_EQ(table.waitForTable().size(), 4);
     table.closeWindow();
     EXPECT_EQ(table.exitCode(), 0);
-    EXPECT_EQ(table.messages(), "");
+    EXPECT_EQ(table.diagnostics(), "");
 }
 
 TEST(LiveTable, LostConnectionIsReportedWithExitCode2)
@@ -211,29 +211,29 @@ TEST(LiveTable, LostConnectionIsReportedWithExitCode2)
     host.setReadChannel(QProcess::StandardError);
     host.start(MONITOR_PROGRAM, {"live", "--plugin", "virtualcan", "--interface", bus, "--dbc",
                                  sample + "engine.dbc"});
-    QByteArray messages;
-    while (!messages.contains("connected\n") && host.waitForReadyRead(timeout))
-        messages += host.readAllStandardError();
+    QByteArray diagnostics;
+    while (!diagnostics.contains("connected\n") && host.waitForReadyRead(timeout))
+        diagnostics += host.readAllStandardError();
     LiveTable table(bus);
     EXPECT_EQ(table.waitForTable().size(), 4);
     host.kill();
     host.waitForFinished();
     EXPECT_EQ(table.exitCode(), 2);
-    EXPECT_EQ(table.messages().find("live-table: no connection to the bus"), 0u);
+    EXPECT_EQ(table.diagnostics().find("live-table: no connection to the bus"), 0u);
 }
 
 TEST(LiveTable, UnknownPluginIsReportedWithTheAvailablePlugins)
 {
     LiveTable table("can0", "nonsense");
     EXPECT_EQ(table.exitCode(), 2);
-    const std::string messages = table.messages();
-    EXPECT_NE(messages.find("'nonsense'"), std::string::npos) << messages;
-    EXPECT_NE(messages.find("virtualcan"), std::string::npos) << messages;
+    const std::string diagnostics = table.diagnostics();
+    EXPECT_NE(diagnostics.find("'nonsense'"), std::string::npos) << diagnostics;
+    EXPECT_NE(diagnostics.find("virtualcan"), std::string::npos) << diagnostics;
 }
 
 TEST(LiveTable, FailedConnectionIsReportedWithExitCode2)
 {
     LiveTable table("nonsense0", "socketcan");
     EXPECT_EQ(table.exitCode(), 2);
-    EXPECT_EQ(table.messages().find("live-table: "), 0u);
+    EXPECT_EQ(table.diagnostics().find("live-table: "), 0u);
 }

@@ -72,12 +72,12 @@ public:
         if (process.waitForFinished(timeout) && process.exitStatus() == QProcess::NormalExit)
             exitCode = process.exitCode();
         output = process.readAllStandardOutput().toStdString();
-        messages = process.readAllStandardError().toStdString();
+        diagnostics = process.readAllStandardError().toStdString();
     }
 
     int exitCode = -1;
     std::string output;
-    std::string messages;
+    std::string diagnostics;
 
 private:
     QTemporaryDir directory;
@@ -90,7 +90,7 @@ void expectRejected(const QByteArray& bytes, const std::string& message)
     receiver.feed(bytes);
     receiver.waitForEnd();
     EXPECT_EQ(receiver.exitCode, 1) << bytes.toHex().toStdString();
-    EXPECT_EQ(receiver.messages, "stream: " + message + '\n') << bytes.toHex().toStdString();
+    EXPECT_EQ(receiver.diagnostics, "stream: " + message + '\n') << bytes.toHex().toStdString();
     EXPECT_EQ(receiver.output, "");
 }
 
@@ -103,7 +103,7 @@ TEST(Stream, ReceiverPrintsTheStatisticsOfTheSentRecords)
     Receiver receiver;
     EXPECT_EQ(run({"send", receiver.address()}), 0);
     receiver.waitForEnd();
-    EXPECT_EQ(receiver.messages, "");
+    EXPECT_EQ(receiver.diagnostics, "");
     EXPECT_EQ(receiver.output, "1001 records, average 662.5, deviation 36.1205, 600 to 725\n");
     EXPECT_EQ(receiver.exitCode, 0);
 }
@@ -132,7 +132,7 @@ TEST(Stream, ReceiverMemoryDoesNotGrowWithTheNumberOfRecords)
     receiver.feed(withLength(plainRecord).repeated(records));
     receiver.waitForEnd();
     EXPECT_EQ(receiver.output, "1000000 records, average 600, deviation 0, 600 to 600\n");
-    EXPECT_EQ(receiver.messages, "");
+    EXPECT_EQ(receiver.diagnostics, "");
 }
 
 // Each message has the length that it would have if its values were numbers, so that only the types

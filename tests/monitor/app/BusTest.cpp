@@ -30,7 +30,7 @@ TEST(Bus, LiveShowsTheSameStatisticsAsReplay)
     bus.send(sampleFile("drive.log"));
     const MonitorRun run = live.end();
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     EXPECT_EQ(run.output, replayedSample());
     EXPECT_TRUE(run.output.contains("frames      1371\n"));
 }
@@ -90,7 +90,7 @@ TEST(Bus, CanFdFramesRequireTheOptionFd)
     bus.send(recording, {"--fd"});
     const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.messages, bus.name() + ": the recording contains CAN FD frames; use --fd\n");
+    EXPECT_EQ(run.diagnostics, bus.name() + ": the recording contains CAN FD frames; use --fd\n");
     EXPECT_TRUE(live.end().output.contains("frames      1\n"));
 }
 
@@ -101,8 +101,9 @@ TEST(Bus, LiveEndsAfterItsDuration)
     const MonitorRun run = live.waitForEnd();
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.output.contains("frames      0\n"));
-    EXPECT_EQ(run.messages, bus.name() + ": no frame could be decoded with " +
-                                sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") + '\n');
+    EXPECT_EQ(run.diagnostics, bus.name() + ": no frame could be decoded with " +
+                                   sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") +
+                                   '\n');
 }
 
 TEST(Bus, LostConnectionPrintsTheStatisticsSoFarWithExitCode2)
@@ -114,19 +115,19 @@ TEST(Bus, LostConnectionPrintsTheStatisticsSoFarWithExitCode2)
     const MonitorRun run = live.waitForEnd();
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("frames      0\n"));
-    EXPECT_TRUE(run.messages.endsWith(bus.name() + ": connection lost\n"));
+    EXPECT_TRUE(run.diagnostics.endsWith(bus.name() + ": connection lost\n"));
 }
 
 TEST(Bus, FailedConnectionIsReportedWithExitCode2)
 {
     const MonitorRun noPlugin = liveOn("nonsense", "can0");
     EXPECT_EQ(noPlugin.exitCode, 2);
-    EXPECT_TRUE(
-        noPlugin.messages.startsWith("nonsense can0: cannot connect: unknown plugin (available: "));
-    EXPECT_TRUE(noPlugin.messages.contains("virtualcan"));
+    EXPECT_TRUE(noPlugin.diagnostics.startsWith(
+        "nonsense can0: cannot connect: unknown plugin (available: "));
+    EXPECT_TRUE(noPlugin.diagnostics.contains("virtualcan"));
     const MonitorRun noDevice = liveOn("socketcan", "nonsense0");
     EXPECT_EQ(noDevice.exitCode, 2);
-    EXPECT_TRUE(noDevice.messages.startsWith("socketcan nonsense0: cannot connect: "));
+    EXPECT_TRUE(noDevice.diagnostics.startsWith("socketcan nonsense0: cannot connect: "));
     EXPECT_EQ(noDevice.output, QString());
 }
 
@@ -138,8 +139,8 @@ TEST(Bus, RecordingWithNothingToSendIsReportedWithExitCode1)
         const QString recording = write(directory, log);
         const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_TRUE(run.messages.endsWith(recording + ": contains no frame that can be sent\n"))
-            << run.messages.toStdString();
+        EXPECT_TRUE(run.diagnostics.endsWith(recording + ": contains no frame that can be sent\n"))
+            << run.diagnostics.toStdString();
     }
 }
 
@@ -148,5 +149,5 @@ TEST(Bus, UnreadableRecordingIsReportedWithExitCode2)
     const SimulatedBus bus;
     const MonitorRun run = runMonitor(QStringList{"send", "/nonsense.log"} + bus.options());
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.messages.startsWith("/nonsense.log: cannot be read: "));
+    EXPECT_TRUE(run.diagnostics.startsWith("/nonsense.log: cannot be read: "));
 }

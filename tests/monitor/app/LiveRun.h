@@ -12,9 +12,10 @@ public:
         process.setReadChannel(QProcess::StandardError);
         process.start(MONITOR_PROGRAM,
                       QStringList(command) + bus.options() + sampleOptions() + options);
-        while (!messages.contains("connected\n") && process.waitForReadyRead(10000))
-            messages += process.readAllStandardError();
-        EXPECT_TRUE(messages.endsWith(bus.name() + ": connected\n")) << messages.toStdString();
+        while (!diagnostics.contains("connected\n") && process.waitForReadyRead(10000))
+            diagnostics += process.readAllStandardError();
+        EXPECT_TRUE(diagnostics.endsWith(bus.name() + ": connected\n"))
+            << diagnostics.toStdString();
     }
 
     ~LiveRun() { kill(); }
@@ -40,11 +41,11 @@ public:
         if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
             run.exitCode = process.exitCode();
         run.output = QString::fromUtf8(process.readAllStandardOutput());
-        run.messages = QString::fromUtf8(process.readAllStandardError());
+        run.diagnostics = QString::fromUtf8(process.readAllStandardError());
         return run;
     }
 
 private:
     QProcess process;
-    QString messages;
+    QString diagnostics;
 };

@@ -11,7 +11,7 @@
 struct MonitorRun {
     int exitCode = -1;
     QString output;
-    QString messages;
+    QString diagnostics;
 };
 
 inline MonitorRun runMonitor(const QStringList& arguments)
@@ -22,7 +22,7 @@ inline MonitorRun runMonitor(const QStringList& arguments)
     if (process.waitForFinished(240000) && process.exitStatus() == QProcess::NormalExit)
         run.exitCode = process.exitCode();
     run.output = QString::fromUtf8(process.readAllStandardOutput());
-    run.messages = QString::fromUtf8(process.readAllStandardError());
+    run.diagnostics = QString::fromUtf8(process.readAllStandardError());
     return run;
 }
 

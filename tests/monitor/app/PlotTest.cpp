@@ -60,7 +60,7 @@ TEST_F(Plots, EverySignalHasAPlotAndAllAreInTheOverview)
 {
     const MonitorRun run = plot(speedLog(), path("new/plots"));
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     EXPECT_TRUE(run.output.startsWith("signal"));
     EXPECT_EQ(QDir(path("new/plots")).entryList(QDir::Files),
               (QStringList{"EngineSpeed-0.png", "overview.png"}));
@@ -127,7 +127,7 @@ TEST_F(Plots, OverviewIsLimitedTo100SignalsAndTheLimitIsReported)
                "#FFFFFF2003FFFFFF\n";
     const MonitorRun run = plot(log, path("plots"));
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages,
+    EXPECT_EQ(run.diagnostics,
               path("plots/overview.png") + ": shows only the first 100 of 101 signals\n");
     EXPECT_EQ(QDir(path("plots")).entryList(QDir::Files).size(), 102);
     EXPECT_EQ(QImage(path("plots/overview.png")).height(), 100 * 220);
@@ -146,7 +146,7 @@ TEST_F(Plots, NothingIsPlottedWithoutValues)
 {
     const MonitorRun run = plot("(1.0) can0 0CF00400#FFFFFFFFFFFFFFFF\n", path("plots"));
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, path("plots") + ": no values to plot\n");
+    EXPECT_EQ(run.diagnostics, path("plots") + ": no values to plot\n");
     EXPECT_TRUE(QDir(path("plots")).entryList(QDir::Files).isEmpty());
 }
 
@@ -155,10 +155,10 @@ TEST_F(Plots, UnwritableTargetIsReportedWithExitCode2)
     const QString file = write("file", "");
     MonitorRun run = plot(speedLog(), file);
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.messages, file + ": the directory cannot be created\n");
+    EXPECT_EQ(run.diagnostics, file + ": the directory cannot be created\n");
     EXPECT_EQ(run.output, QString());
     ASSERT_TRUE(QDir().mkpath(path("plots/overview.png")));
     run = plot(speedLog(), path("plots"));
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.messages.startsWith(path("plots/overview.png") + ": cannot be written: "));
+    EXPECT_TRUE(run.diagnostics.startsWith(path("plots/overview.png") + ": cannot be written: "));
 }

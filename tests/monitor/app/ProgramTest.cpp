@@ -26,7 +26,7 @@ TEST_F(Program, ReplayPrintsTheTableAndSucceeds)
                                   "(1.5) can0 18FEEE00#FFFFFFFFFFFFFFFF\n",
                                   speedDbc, {"--k", "1"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     EXPECT_EQ(run.output.section('\n', 1, 1).simplified(),
               QString("EngineSpeed 0 3 300 200 81.6496581 100 300 200 0 "
                       "118.350342 .. 281.649658 2 rpm 1 1"));
@@ -56,14 +56,14 @@ TEST_F(Program, PatternThatMatchesNoSignalIsExitCode2)
     for (const char* option : {"--signal", "--limits"}) {
         const MonitorRun run = replay("", speedDbc, {option, "Nothing=1:2"});
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_TRUE(run.messages.startsWith("no signal matches \"Nothing"));
+        EXPECT_TRUE(run.diagnostics.startsWith("no signal matches \"Nothing"));
     }
 }
 
 TEST_F(Program, ControlCharactersInErrorsDoNotReachTheTerminal)
 {
     const MonitorRun run = replay("", speedDbc, {"--signal", "\x1b[2JNothing"});
-    EXPECT_EQ(run.messages, QString("no signal matches \" [2JNothing\"\n"));
+    EXPECT_EQ(run.diagnostics, QString("no signal matches \" [2JNothing\"\n"));
 }
 
 TEST_F(Program, FramesDecodedAloneAndAsPartOfAMessageCountOnce)
@@ -87,9 +87,9 @@ TEST_F(Program, UnreadableLinesAreReportedByNumberAndTheRestIsUsed)
                                   "(1.1) can0 0CF00400#FFFFFF200",
                                   speedDbc);
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString("%1:3: unreadable line\n%1:5: unreadable line\n"
-                                    "%1: 2 unreadable line(s) skipped\n")
-                                .arg(path("bus.log")));
+    EXPECT_EQ(run.diagnostics, QString("%1:3: unreadable line\n%1:5: unreadable line\n"
+                                       "%1: 2 unreadable line(s) skipped\n")
+                                   .arg(path("bus.log")));
     EXPECT_TRUE(run.output.contains("unreadable  2\n"));
     EXPECT_TRUE(run.output.contains("frames      1\n"));
 }
@@ -104,7 +104,7 @@ TEST_F(Program, LostFramesAndErrorFramesAreCountedSeparately)
                                   " (000.000050)  can0  0CF00400   [8]  remote request\n",
                                   speedDbc, {"--format", "json"});
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     EXPECT_TRUE(run.output.contains("\"frames\": {\"total\": 2, \"decoded\": 1, \"undecoded\": 1, "
                                     "\"dropped\": 13, \"errors\": 1}"))
         << run.output.toStdString();
@@ -125,7 +125,7 @@ TEST_F(Program, CanopenObjectsAreShownByNode)
                                          "(1.3) can0 185#D4FE0000000000F0\n");
     const MonitorRun run = runMonitor({"replay", log, "--eds", eds, "--node", "5", "--eds", eds,
                                        "--node", "7", "--format", "csv"});
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output.section("\r\n", 1),
               QString("Speed,canopen,5,2,0,0,-300,0,300,-300,300,0,100,-900,900,0,\r\n"
@@ -191,19 +191,19 @@ TEST_F(Program, InvalidConfigurationIsExitCode2)
         const QString config = write("bus.json", text);
         const MonitorRun run = replay("", speedDbc, {"--config", config});
         EXPECT_EQ(run.exitCode, 2) << text;
-        EXPECT_TRUE(run.messages.startsWith(config + ": ")) << run.messages.toStdString();
+        EXPECT_TRUE(run.diagnostics.startsWith(config + ": ")) << run.diagnostics.toStdString();
     }
     const MonitorRun run = replay("", speedDbc, {"--config", path("missing")});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.messages.startsWith(path("missing") + ": cannot be read: "));
+    EXPECT_TRUE(run.diagnostics.startsWith(path("missing") + ": cannot be read: "));
 }
 
 TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
 {
     const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_LT(run.messages.count('\n'), 20);
-    EXPECT_TRUE(run.messages.contains("5000 unreadable line(s)"));
+    EXPECT_LT(run.diagnostics.count('\n'), 20);
+    EXPECT_TRUE(run.diagnostics.contains("5000 unreadable line(s)"));
 }
 
 TEST_F(Program, MalformedDescriptionLinesAreReportedWithFileAndLine)
@@ -211,7 +211,8 @@ TEST_F(Program, MalformedDescriptionLinesAreReportedWithFileAndLine)
     const MonitorRun run =
         replay("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n", speedDbc + " SG_ Broken : 0|8@1+\n");
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.messages.startsWith(path("bus.dbc") + ":3: ")) << run.messages.toStdString();
+    EXPECT_TRUE(run.diagnostics.startsWith(path("bus.dbc") + ":3: "))
+        << run.diagnostics.toStdString();
 }
 
 TEST_F(Program, NothingDecodedIsExitCode1AndNamesBothFiles)
@@ -221,8 +222,8 @@ TEST_F(Program, NothingDecodedIsExitCode1AndNamesBothFiles)
           QByteArray("(1.0) can0 0CF00400#R8\n")}) {
         const MonitorRun run = replay(log, speedDbc);
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_TRUE(run.messages.contains(path("bus.log"))) << run.messages.toStdString();
-        EXPECT_TRUE(run.messages.contains(path("bus.dbc")));
+        EXPECT_TRUE(run.diagnostics.contains(path("bus.log"))) << run.diagnostics.toStdString();
+        EXPECT_TRUE(run.diagnostics.contains(path("bus.dbc")));
         EXPECT_TRUE(run.output.contains("decoded     0\n"));
     }
 }
@@ -235,23 +236,24 @@ TEST_F(Program, UnreadableFileIsReportedWithExitCode2)
     for (const auto& run : {runMonitor({"replay", missing, "--dbc", dbc}),
                             runMonitor({"replay", log, "--dbc", missing})}) {
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_TRUE(run.messages.startsWith(missing + ": cannot be read: "));
+        EXPECT_TRUE(run.diagnostics.startsWith(missing + ": cannot be read: "));
         EXPECT_EQ(run.output, QString());
     }
     const MonitorRun run = runMonitor({"replay", directory.path(), "--dbc", dbc});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.messages.startsWith(directory.path() + ": cannot be read: "));
+    EXPECT_TRUE(run.diagnostics.startsWith(directory.path() + ": cannot be read: "));
 }
 
 TEST_F(Program, UsageErrorIsExitCode2AndPointsToTheHelp)
 {
     EXPECT_EQ(runMonitor({}).exitCode, 2);
-    EXPECT_EQ(runMonitor({"--colour"}).messages,
+    EXPECT_EQ(runMonitor({"--colour"}).diagnostics,
               QString("vantrel: unknown option --colour\nSee vantrel --help.\n"));
     const MonitorRun run = runMonitor({"replay"});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.messages, QString("vantrel: replay needs exactly one file: vantrel replay FILE\n"
-                                    "See vantrel replay --help.\n"));
+    EXPECT_EQ(run.diagnostics,
+              QString("vantrel: replay needs exactly one file: vantrel replay FILE\n"
+                      "See vantrel replay --help.\n"));
     EXPECT_EQ(run.output, QString());
 }
 
@@ -260,7 +262,7 @@ TEST_F(Program, HelpIsExitCode0)
     const MonitorRun run = runMonitor({"--help"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.output.contains("replay FILE"));
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     EXPECT_TRUE(runMonitor({"send", "--help"}).output.contains("--speed FACTOR"));
 }
 

@@ -103,9 +103,9 @@ TEST(RunOutputs, FailingOutputDoesNotPreventTheOthers)
     QString printed;
     QString text;
     QTextStream output(&printed);
-    QTextStream messages(&text);
+    QTextStream diagnostics(&text);
     monitor::Session session({}, 3);
-    EXPECT_FALSE(RunOutputs(options, output).write(session, messages));
+    EXPECT_FALSE(RunOutputs(options, output).write(session, diagnostics));
     EXPECT_TRUE(text.contains(save + ": cannot be written: ")) << text.toStdString();
     EXPECT_TRUE(text.contains(plots + ": no values to plot\n"));
     EXPECT_TRUE(printed.contains("frames      0\n"));
@@ -133,9 +133,9 @@ TEST(RunOutputs, EveryPrintedKindPrintsSomething)
         QString printed;
         QString text;
         QTextStream output(&printed);
-        QTextStream messages(&text);
+        QTextStream diagnostics(&text);
         monitor::Session session({}, 3);
-        EXPECT_TRUE(RunOutputs(options, output).write(session, messages));
+        EXPECT_TRUE(RunOutputs(options, output).write(session, diagnostics));
         EXPECT_FALSE(printed.isEmpty()) << kind.name;
         EXPECT_EQ(text, QString());
     }

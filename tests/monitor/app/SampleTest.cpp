@@ -54,7 +54,7 @@ MonitorRun replayBoth(const QStringList& options = {})
 void expectShown(const MonitorRun& run, const QString& expectedFile)
 {
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.messages, QString());
+    EXPECT_EQ(run.diagnostics, QString());
     const QList<QStringList> shown = shownRows(run.output);
     const QList<QStringList> expected = expectedRows(expectedFile);
     ASSERT_EQ(shown.size(), expected.size());

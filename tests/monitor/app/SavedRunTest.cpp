@@ -34,7 +34,7 @@ TEST_F(SavedRuns, AreShownWithTheStatisticsOfTheReplay)
         EXPECT_EQ(saved.exitCode, 0);
         const MonitorRun shown = runMonitor({"show", path("run"), "--format", format});
         EXPECT_EQ(shown.exitCode, 0);
-        EXPECT_EQ(shown.messages, QString());
+        EXPECT_EQ(shown.diagnostics, QString());
         EXPECT_EQ(shown.output, saved.output);
         EXPECT_TRUE(shown.output.contains("EngineSpeed"));
     }
@@ -89,7 +89,7 @@ TEST_F(SavedRuns, InvalidOrDamagedFileIsReportedWithExitCode2)
          {path("run"), path("missing"), path(""), sample("drive.log"), QString("/dev/zero")}) {
         const MonitorRun run = runMonitor({"show", file});
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_TRUE(run.messages.startsWith(file + ": ")) << run.messages.toStdString();
+        EXPECT_TRUE(run.diagnostics.startsWith(file + ": ")) << run.diagnostics.toStdString();
         EXPECT_EQ(run.output, QString());
     }
 }
@@ -102,7 +102,7 @@ TEST_F(SavedRuns, RunWithoutADecodedFrameIsExitCode1)
               1);
     const MonitorRun run = runMonitor({"show", path("run")});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.messages, path("run") + ": contains no decoded frames\n");
+    EXPECT_EQ(run.diagnostics, path("run") + ": contains no decoded frames\n");
 }
 
 TEST_F(SavedRuns, UnwritableTargetIsReportedFirst)
@@ -117,8 +117,8 @@ TEST_F(SavedRuns, UnwritableTargetIsReportedFirst)
             const QString target = path("run/target"); // a file is not a directory
             const MonitorRun run = runMonitor(command + QStringList{option, target});
             EXPECT_EQ(run.exitCode, 2);
-            EXPECT_TRUE(run.messages.startsWith(target + ": ")) << run.messages.toStdString();
-            EXPECT_EQ(run.messages.count('\n'), 1);
+            EXPECT_TRUE(run.diagnostics.startsWith(target + ": ")) << run.diagnostics.toStdString();
+            EXPECT_EQ(run.diagnostics.count('\n'), 1);
             EXPECT_EQ(run.output, QString());
         }
     }
@@ -143,7 +143,7 @@ TEST_F(SavedRuns, OverwriteOnlySavedRuns)
     const QByteArray text = "VANTREL is not all\n";
     QFile file(write("run", text));
     EXPECT_EQ(save({}).exitCode, 2);
-    EXPECT_EQ(save({}).messages,
+    EXPECT_EQ(save({}).diagnostics,
               path("run") + ": cannot be written: the file exists and is not a saved run\n");
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), text);
@@ -155,6 +155,6 @@ TEST_F(SavedRuns, OverwriteOnlySavedRuns)
     for (const QString& other : {directory.path(), path("pipe")}) {
         const MonitorRun run = runMonitor({"show", path("run"), "--save", other});
         EXPECT_EQ(run.exitCode, 2);
-        EXPECT_EQ(run.messages, other + ": cannot be written: not a regular file\n");
+        EXPECT_EQ(run.diagnostics, other + ": cannot be written: not a regular file\n");
     }
 }

@@ -56,9 +56,9 @@ protected:
             {monitor::findDescriptionReader("dbc"), {sampleFile("engine.dbc"), std::nullopt}},
             {monitor::findDescriptionReader("eds"), {sampleFile("drive.eds"), quint8(5)}}};
         QString text;
-        QTextStream messages(&text);
+        QTextStream diagnostics(&text);
         monitor::Preparation prepared;
-        ASSERT_EQ(prepare(options, messages, prepared), QString());
+        ASSERT_EQ(prepare(options, diagnostics, prepared), QString());
         source.emplace(options.bus, options.bitRate);
         ASSERT_EQ(source->start(), QString());
         session.emplace(prepared.catalogue.messages(), prepared.k);
@@ -392,7 +392,7 @@ TEST(WindowProgram, PrintsTheSameStatisticsAsReplayAtTheEnd)
     bus.send(sampleFile("drive.log"));
     const MonitorRun ended = run.waitForEnd();
     EXPECT_EQ(ended.exitCode, 0);
-    EXPECT_EQ(ended.messages, QString());
+    EXPECT_EQ(ended.diagnostics, QString());
     EXPECT_EQ(ended.output, replayedSample());
 }
 
@@ -415,6 +415,6 @@ TEST(WindowProgram, MissingDisplayIsReportedWithExitCode2)
     const MonitorRun run = runMonitor(QStringList("window") + bus.options() + sampleOptions());
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(run.output, QString());
-    EXPECT_EQ(run.messages,
+    EXPECT_EQ(run.diagnostics,
               QString("vantrel: no display available; set DISPLAY or QT_QPA_PLATFORM\n"));
 }

@@ -26,7 +26,7 @@ public:
     void send(const QString& recording, const QStringList& sendOptions = {"--speed", "max"}) const
     {
         const MonitorRun run = runMonitor(QStringList{"send", recording} + options() + sendOptions);
-        EXPECT_EQ(run.exitCode, 0) << run.messages.toStdString();
+        EXPECT_EQ(run.exitCode, 0) << run.diagnostics.toStdString();
     }
 
 private:
