@@ -22,13 +22,13 @@ protected:
         messages[0].catalogueSignals[0].rules.keptRecords = 3;
     }
 
-    void feed(SignalRegistry& table, int values)
+    void feed(SignalRegistry& registry, int values)
     {
         for (int i = 0; i < values; ++i) {
             monitor::DecodedSignal decoded;
             decoded.bits = static_cast<quint64>(++fed) * 2;
             decoded.microseconds = fed * 1000000;
-            table.record(decoded);
+            registry.record(decoded);
         }
     }
 
@@ -42,9 +42,9 @@ protected:
 // 2.63 to 8.37, and only 8 of the newest three values lies within it.
 TEST_F(KeptRecords, OnlyMedianAndDeviatorsAreLimitedToTheNewestRecords)
 {
-    SignalRegistry table(messages);
-    feed(table, 10);
-    const SignalStatistics statistics = statisticsOf(table, 1).at(0);
+    SignalRegistry registry(messages);
+    feed(registry, 10);
+    const SignalStatistics statistics = statisticsOf(registry, 1).at(0);
     EXPECT_EQ(statistics.count, 10);
     EXPECT_EQ(statistics.average, 5.5);
     EXPECT_NEAR(statistics.deviation, 2.8722813232690143, 1e-14);
@@ -58,10 +58,10 @@ TEST_F(KeptRecords, OnlyMedianAndDeviatorsAreLimitedToTheNewestRecords)
 
 TEST_F(KeptRecords, SeriesNeverExceedsTheLimit)
 {
-    SignalRegistry table(messages);
+    SignalRegistry registry(messages);
     for (int count = 1; count <= 20; ++count) {
-        feed(table, 1);
-        const auto series = firstSignal(table).getSeries();
+        feed(registry, 1);
+        const auto series = firstSignal(registry).getSeries();
         const auto expected = qMin(count, 3);
         ASSERT_EQ(series.values.size(), expected) << count;
         ASSERT_EQ(series.microseconds.size(), expected) << count;
@@ -73,9 +73,9 @@ TEST_F(KeptRecords, SeriesNeverExceedsTheLimit)
 
 TEST_F(KeptRecords, RecordsAreTheNewestWithTheirTimesAfterManyValues)
 {
-    SignalRegistry table(messages);
-    feed(table, 1000);
-    const auto records = firstSignal(table).getRecords();
+    SignalRegistry registry(messages);
+    feed(registry, 1000);
+    const auto records = firstSignal(registry).getRecords();
     EXPECT_EQ(records.microseconds, (QVector<qint64>{998000000, 999000000, 1000000000}));
     const auto& values = std::get<QVector<J1939Value>>(records.values);
     ASSERT_EQ(values.size(), 3);
@@ -111,11 +111,11 @@ TEST_F(KeptRecords, PassThroughValuesAreLimited)
     message.protocol = monitor::Protocol::CANopen;
     messages = {message};
     messages[0].catalogueSignals[0].rules.keptRecords = 3;
-    SignalRegistry table(messages);
-    feed(table, 100);
-    const SignalStatistics statistics = statisticsOf(table, 3).at(0);
+    SignalRegistry registry(messages);
+    feed(registry, 100);
+    const SignalStatistics statistics = statisticsOf(registry, 3).at(0);
     EXPECT_EQ(statistics.count, 100);
     EXPECT_EQ(statistics.newestText, QString("200"));
-    const auto records = firstSignal(table).getRecords();
+    const auto records = firstSignal(registry).getRecords();
     EXPECT_EQ(std::get<QVector<CANopenObjectValue>>(records.values).size(), 3);
 }

@@ -29,14 +29,14 @@ DecodedSignal measured(quint64 bits)
 void expectSameStatistics(const CatalogueSignal& signal)
 {
     const QVector<CatalogueMessage> messages{describedMessage(0, {signal})};
-    SignalRegistry table(messages);
+    SignalRegistry registry(messages);
     std::mt19937_64 random(3);
     const quint64 mask = (quint64{1} << signal.layout.length) - 1;
     for (int i = 1; i <= 3000; ++i) {
-        table.record(measured(random() & mask >> i % 7));
+        registry.record(measured(random() & mask >> i % 7));
         if (i > 3 && i % 599 != 0)
             continue;
-        MonitoredSignal& only = firstSignal(table);
+        MonitoredSignal& only = firstSignal(registry);
         EXPECT_EQ(statisticsFieldsOf(*only.getRunningStatistics(2)),
                   statisticsFieldsOf(only.calcStatistics(2)))
             << i;
@@ -75,10 +75,10 @@ TEST(RunningStatistics, PassThroughSignalHasItsNewestValue)
     CatalogueMessage message = describedMessage(0, {signal});
     message.protocol = monitor::Protocol::CANopen;
     const QVector<CatalogueMessage> messages{message};
-    SignalRegistry table(messages);
-    table.record(measured(1));
-    table.record(measured(0x123456789A));
-    const auto statistics = *firstSignal(table).getRunningStatistics(3);
+    SignalRegistry registry(messages);
+    registry.record(measured(1));
+    registry.record(measured(0x123456789A));
+    const auto statistics = *firstSignal(registry).getRunningStatistics(3);
     EXPECT_EQ(statistics.count, 2);
     EXPECT_EQ(statistics.newestText, QString::number(0x123456789A));
 }
@@ -86,18 +86,18 @@ TEST(RunningStatistics, PassThroughSignalHasItsNewestValue)
 TEST(RunningStatistics, ClearedSignalsRemainAndStartOver)
 {
     const QVector<CatalogueMessage> messages{describedMessage(0, {describedSignal(0, 8)})};
-    SignalRegistry table(messages);
-    table.record(measured(200));
+    SignalRegistry registry(messages);
+    registry.record(measured(200));
     DecodedSignal error = measured(0xFE);
     error.availability = monitor::Availability::Error;
-    table.record(error);
-    *firstSignal(table).getRunningStatistics(3);
-    table.clear();
-    ASSERT_EQ(table.sorted().size(), 1);
-    EXPECT_EQ(firstSignal(table).getRunningStatistics(3)->count, 0);
-    EXPECT_EQ(firstSignal(table).getRunningStatistics(3)->errors, 0);
-    table.record(measured(7));
-    const auto statistics = *firstSignal(table).getRunningStatistics(3);
+    registry.record(error);
+    *firstSignal(registry).getRunningStatistics(3);
+    registry.clear();
+    ASSERT_EQ(registry.sorted().size(), 1);
+    EXPECT_EQ(firstSignal(registry).getRunningStatistics(3)->count, 0);
+    EXPECT_EQ(firstSignal(registry).getRunningStatistics(3)->errors, 0);
+    registry.record(measured(7));
+    const auto statistics = *firstSignal(registry).getRunningStatistics(3);
     EXPECT_EQ(statistics.count, 1);
     EXPECT_EQ(statistics.maximum, 7);
     EXPECT_EQ(statistics.median, 7);

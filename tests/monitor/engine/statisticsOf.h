@@ -2,17 +2,17 @@
 
 #include <engine/SignalRegistry.h>
 
-/// The statistics of all signals of \a table in their order, with a band of \a k deviations.
-inline QVector<monitor::SignalStatistics> statisticsOf(monitor::SignalRegistry& table, double k)
+/// The statistics of all signals of \a registry in their order, with a band of \a k deviations.
+inline QVector<monitor::SignalStatistics> statisticsOf(monitor::SignalRegistry& registry, double k)
 {
     QVector<monitor::SignalStatistics> all;
-    for (const int signal : table.sorted())
-        all.append(table.at(signal).calcStatistics(k));
+    for (const int signal : registry.sorted())
+        all.append(registry.at(signal).calcStatistics(k));
     return all;
 }
 
-/// The first signal of \a table.
-inline monitor::MonitoredSignal& firstSignal(monitor::SignalRegistry& table)
+/// The first signal of \a registry.
+inline monitor::MonitoredSignal& firstSignal(monitor::SignalRegistry& registry)
 {
-    return table.at(table.sorted().constFirst());
+    return registry.at(registry.sorted().constFirst());
 }

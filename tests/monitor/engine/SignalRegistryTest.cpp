@@ -60,10 +60,10 @@ QVector<CatalogueMessage> oneObject(CAN::CANopenDataType datatype, int length, b
 SignalStatistics statisticsAfter(const QVector<CatalogueMessage>& messages,
                                  const QVector<quint64>& raw, double k)
 {
-    SignalRegistry table(messages);
+    SignalRegistry registry(messages);
     for (const quint64 bits : raw)
-        table.record(measured(bits));
-    return statisticsOf(table, k).at(0);
+        registry.record(measured(bits));
+    return statisticsOf(registry, k).at(0);
 }
 
 } // namespace
@@ -71,7 +71,7 @@ SignalStatistics statisticsAfter(const QVector<CatalogueMessage>& messages,
 // The raw values 4, 4, 8, 8 and 36 at 0.5 per bit, offset 10, are 12, 12, 14, 14 and 28. Their mean
 // is 16 and the sum of squared distances 16 + 16 + 4 + 4 + 144 = 184, so the deviation is the
 // square root of 184 / 5.
-TEST(SignalTable, StatisticsAreOfTheScaledValues)
+TEST(SignalRegistry, StatisticsAreOfTheScaledValues)
 {
     const SignalStatistics statistics =
         statisticsAfter(oneSignal(16, 0.5, 10), {4, 36, 4, 8, 8}, 1);
@@ -92,7 +92,7 @@ TEST(SignalTable, StatisticsAreOfTheScaledValues)
     EXPECT_EQ(statistics.deviators, 1);
 }
 
-TEST(SignalTable, DeviatorsAreCountedAmongScaledValues)
+TEST(SignalRegistry, DeviatorsAreCountedAmongScaledValues)
 {
     const auto temperatures = oneSignal(8, 1, -40);
     EXPECT_EQ(statisticsAfter(temperatures, {120, 121, 122}, 3).deviators, 0);
@@ -101,13 +101,13 @@ TEST(SignalTable, DeviatorsAreCountedAmongScaledValues)
         statisticsAfter(temperatures, {120, 120, 120, 120, 120, 120, 120, 120, 0}, 2).deviators, 1);
 }
 
-TEST(SignalTable, ValueOnTheEdgeOfTheBandIsNotADeviator)
+TEST(SignalRegistry, ValueOnTheEdgeOfTheBandIsNotADeviator)
 {
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 1).deviators, 0);
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {8, 12}, 0.5).deviators, 2);
 }
 
-TEST(SignalTable, RatingDependsOnTheNewestValueWithinTheBand)
+TEST(SignalRegistry, RatingDependsOnTheNewestValueWithinTheBand)
 {
     // Mean 10, deviation 2, band 4 to 16, margins of 3: 8 and 12 lie 4 from the ends.
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 3).rating, 100);
@@ -117,7 +117,7 @@ TEST(SignalTable, RatingDependsOnTheNewestValueWithinTheBand)
     EXPECT_EQ(statisticsAfter(oneSignal(8, 1, 0), {12, 8}, 1.5).rating, 67);
 }
 
-TEST(SignalTable, SignedValuesAndMoreThan32BitsAreRecorded)
+TEST(SignalRegistry, SignedValuesAndMoreThan32BitsAreRecorded)
 {
     CatalogueSignal signal = describedSignal(0, 8);
     signal.layout.isSigned = true;
@@ -128,7 +128,7 @@ TEST(SignalTable, SignedValuesAndMoreThan32BitsAreRecorded)
 }
 
 // 0x3FC00000 and 0x400CCCCCCCCCCCCD are 1.5 and 3.6 by IEEE 754.
-TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
+TEST(SignalRegistry, FloatingPointNumbersAreScaledInDouble)
 {
     auto messages = oneSignal(32, 0.1, 1);
     messages[0].catalogueSignals[0].layout.isFloat = true;
@@ -139,7 +139,7 @@ TEST(SignalTable, FloatingPointNumbersAreScaledInDouble)
     EXPECT_EQ(statisticsAfter(messages, {0xBFF0000000000000}, 3).average, -1);
 }
 
-TEST(SignalTable, Greatest64BitValueDoesNotWrap)
+TEST(SignalRegistry, Greatest64BitValueDoesNotWrap)
 {
     const SignalStatistics statistics =
         statisticsAfter(oneSignal(64, 1, 0), {1, 0xFFFFFFFFFFFFFFFF}, 3);
@@ -149,27 +149,27 @@ TEST(SignalTable, Greatest64BitValueDoesNotWrap)
     EXPECT_EQ(statistics.deviators, 0);
 }
 
-TEST(SignalTable, UnavailableAndErrorValuesAreCountedButNotRecorded)
+TEST(SignalRegistry, UnavailableAndErrorValuesAreCountedButNotRecorded)
 {
     const auto messages = oneSignal(16, 0.125, 0);
-    SignalRegistry table(messages);
-    table.record(unavailable(Availability::NotAvailable));
-    table.record(measured(8));
-    table.record(unavailable(Availability::Error));
-    table.record(unavailable(Availability::NotAvailable));
-    const SignalStatistics statistics = statisticsOf(table, 3).at(0);
+    SignalRegistry registry(messages);
+    registry.record(unavailable(Availability::NotAvailable));
+    registry.record(measured(8));
+    registry.record(unavailable(Availability::Error));
+    registry.record(unavailable(Availability::NotAvailable));
+    const SignalStatistics statistics = statisticsOf(registry, 3).at(0);
     EXPECT_EQ(statistics.count, 1);
     EXPECT_EQ(statistics.maximum, 1);
     EXPECT_EQ(statistics.notAvailable, 2);
     EXPECT_EQ(statistics.errors, 1);
 }
 
-TEST(SignalTable, SignalWithoutValuesIsReported)
+TEST(SignalRegistry, SignalWithoutValuesIsReported)
 {
     const auto messages = oneSignal(16, 0.125, 0);
-    SignalRegistry table(messages);
-    table.record(unavailable(Availability::Error));
-    const auto all = statisticsOf(table, 3);
+    SignalRegistry registry(messages);
+    registry.record(unavailable(Availability::Error));
+    const auto all = statisticsOf(registry, 3);
     ASSERT_EQ(all.size(), 1);
     EXPECT_EQ(all.at(0).count, 0);
     EXPECT_EQ(all.at(0).errors, 1);
@@ -182,22 +182,22 @@ TEST(SignalTable, SignalWithoutValuesIsReported)
     EXPECT_EQ(empty.deviators, 0);
 }
 
-TEST(SignalTable, SourcesAreSeparateAndSorted)
+TEST(SignalRegistry, SourcesAreSeparateAndSorted)
 {
     CatalogueSignal speed = describedSignal(0, 8);
     CatalogueSignal load = describedSignal(8, 8);
     load.reportedName = "Load";
     const QVector<CatalogueMessage> messages{describedMessage(0, {speed, load})};
-    SignalRegistry table(messages);
-    table.record(measured(1, 0, 49));
-    table.record(measured(2, 0, 7));
-    table.record(measured(3, 1, 49));
+    SignalRegistry registry(messages);
+    registry.record(measured(1, 0, 49));
+    registry.record(measured(2, 0, 7));
+    registry.record(measured(3, 1, 49));
     DecodedSignal noSource = measured(4);
     noSource.source.reset();
-    table.record(noSource);
-    table.record(measured(5, 0, 49));
+    registry.record(noSource);
+    registry.record(measured(5, 0, 49));
     QStringList rows;
-    for (const SignalStatistics& statistics : statisticsOf(table, 3))
+    for (const SignalStatistics& statistics : statisticsOf(registry, 3))
         rows += QString("%1 %2 %3 %4")
                     .arg(statistics.name)
                     .arg(statistics.source ? int(*statistics.source) : -1)
@@ -206,7 +206,7 @@ TEST(SignalTable, SourcesAreSeparateAndSorted)
     EXPECT_EQ(rows, (QStringList{"Load 49 1 3", "Signal -1 1 4", "Signal 7 1 2", "Signal 49 2 5"}));
 }
 
-TEST(SignalTable, LimitsReplaceTheBandForTheRatingOnly)
+TEST(SignalRegistry, LimitsReplaceTheBandForTheRatingOnly)
 {
     auto messages = oneSignal(8, 1, 0);
     messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
@@ -218,7 +218,7 @@ TEST(SignalTable, LimitsReplaceTheBandForTheRatingOnly)
     EXPECT_EQ(statisticsAfter(messages, {8, 12}, 0.5).deviators, 2);
 }
 
-TEST(SignalTable, LimitsRateEvenASingleValue)
+TEST(SignalRegistry, LimitsRateEvenASingleValue)
 {
     auto messages = oneSignal(8, 1, 0);
     messages[0].catalogueSignals[0].rules.limits = monitor::ValueRange{0, 16};
@@ -226,7 +226,7 @@ TEST(SignalTable, LimitsRateEvenASingleValue)
     EXPECT_EQ(statisticsAfter(messages, {8}, 1).rating, 100);
 }
 
-TEST(SignalTable, PassThroughSignalsHaveANewestValueAndNoStatistics)
+TEST(SignalRegistry, PassThroughSignalsHaveANewestValueAndNoStatistics)
 {
     using Type = CAN::CANopenDataType;
     SignalStatistics statistics =
@@ -245,35 +245,35 @@ TEST(SignalTable, PassThroughSignalsHaveANewestValueAndNoStatistics)
     EXPECT_EQ(statistics.newestNumber, std::nullopt);
 }
 
-TEST(SignalTable, FortyBitObjectKeepsAllItsBits)
+TEST(SignalRegistry, FortyBitObjectKeepsAllItsBits)
 {
     const auto messages = oneObject(CAN::CANopenDataType::INTEGER40, 40, false);
     EXPECT_EQ(statisticsAfter(messages, {0x7FFFFFFFFF}, 3).newest, 549755813887.0);
     EXPECT_EQ(statisticsAfter(messages, {0x8000000000}, 3).average, -549755813888.0);
 }
 
-TEST(SignalTable, ClearedTableStartsAtTheNextRecord)
+TEST(SignalRegistry, ClearedRegistryStartsAtTheNextRecord)
 {
     const QVector<CatalogueMessage> messages = oneSignal(8, 1, 0);
-    SignalRegistry table(messages);
+    SignalRegistry registry(messages);
     DecodedSignal decoded = measured(1);
     for (const qint64 time : {7, 8}) {
-        table.clear();
-        EXPECT_EQ(table.firstTime(), std::nullopt);
+        registry.clear();
+        EXPECT_EQ(registry.firstTime(), std::nullopt);
         decoded.microseconds = time;
-        table.record(decoded);
-        EXPECT_EQ(table.firstTime(), time);
+        registry.record(decoded);
+        EXPECT_EQ(registry.firstTime(), time);
     }
 }
 
 // The destructor once waited forever here.
-TEST(SignalTable, CanBeDestroyedWhenNoThreadCanBeStarted)
+TEST(SignalRegistry, CanBeDestroyedWhenNoThreadCanBeStarted)
 {
     const QVector<CatalogueMessage> messages = oneSignal(16, 1, 0);
-    auto table = std::make_unique<SignalRegistry>(messages);
+    auto registry = std::make_unique<SignalRegistry>(messages);
     for (quint8 source = 0; source < 3; ++source)
-        table->record(measured(source, 0, source));
+        registry->record(measured(source, 0, source));
     const AddressSpaceLimit limit;
-    table.reset();
+    registry.reset();
     EXPECT_THROW(std::thread([] {}), std::system_error);
 }
