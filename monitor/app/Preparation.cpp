@@ -2,25 +2,72 @@
 
 #include "catalogue/ConfigFile.h"
 
+#include <QtCore/QHash>
+#include <QtCore/QPair>
+
+#include <algorithm>
+
 namespace monitor
 {
 
 namespace
 {
 
+/// The messages of all description files, of which no two have the same id.
+class KnownMessages
+{
+public:
+    /// Adds the messages of a file. One with the id of an earlier message is a problem.
+    void add(const QString& fileName, ReadDescription& read)
+    {
+        for (const MessageDescription& message : qAsConst(read.messages)) {
+            const auto key = qMakePair(message.extended, message.id);
+            const auto same = origins.constFind(key);
+            if (same == origins.cend()) {
+                origins.insert(key, QStringLiteral("\"%1\" of %2").arg(message.name, fileName));
+                found.append(message);
+            } else {
+                read.problems.add(message.line,
+                                  QStringLiteral("message \"%1\" is not decoded: it has the id of ")
+                                          .arg(message.name) +
+                                      *same);
+            }
+        }
+    }
+
+    const QVector<MessageDescription>& descriptions() const { return found; }
+
+private:
+    QVector<MessageDescription> found;
+    QHash<QPair<bool, quint32>, QString> origins;
+};
+
+/// Whether the same file is given again behind \a given, so that --j1939 and --plain replace --dbc.
+bool isReplaced(const GivenDescription& given, const QVector<GivenDescription>& all)
+{
+    return std::any_of(&given + 1, all.cend(), [&given](const GivenDescription& later) {
+        return later.file.fileName == given.file.fileName && later.file.node == given.file.node;
+    });
+}
+
 /// Reads all description files. Returns an error message, or an empty string on success.
 QString readDescriptions(const MonitorOptions& options, QTextStream& diagnostics,
                          Catalogue& catalogue)
 {
-    QVector<MessageDescription> found;
+    KnownMessages known;
     for (const GivenDescription& given : options.descriptions) {
-        const ReadDescription read = given.reader->read(given.file);
+        if (isReplaced(given, options.descriptions))
+            continue;
+        ReadDescription read = given.reader->read(given.file);
+        if (read.error.isEmpty())
+            known.add(given.file.fileName, read);
         print(read.problems, diagnostics);
+        if (!read.note.isEmpty())
+            diagnostics << read.note << '\n';
         if (!read.error.isEmpty())
             return read.error;
-        found += read.messages;
     }
-    catalogue = Catalogue(found);
+    catalogue = Catalogue(known.descriptions());
     return QString();
 }
 

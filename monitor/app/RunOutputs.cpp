@@ -47,7 +47,10 @@ bool RunOutputs::write(Session& session, QTextStream& diagnostics)
 
 ExitCode RunOutputs::finish(Session& session, const QString& reason, QTextStream& diagnostics)
 {
-    if (!write(session, diagnostics))
+    const bool isWritten = write(session, diagnostics);
+    for (const QString& guess : session.guesses())
+        diagnostics << guess << '\n';
+    if (!isWritten)
         return ExitCode::Failure;
     if (session.counts().decoded > 0)
         return ExitCode::Success;

@@ -31,23 +31,38 @@ struct Payload {
     const quint8* data = nullptr;
     int length = 0;                     ///< in bytes
     std::optional<qint64> microseconds; ///< when the last frame was seen
+    bool transported = false;           ///< true: reassembled by the J1939 transport protocol
 };
 
 /// The data of \a frame, which must outlive the result.
 inline Payload payloadOf(const Frame& frame)
 {
-    return {frame.id, frame.extended, frame.data.data(), frame.length, frame.microseconds};
+    return {frame.id, frame.extended, frame.data.data(), frame.length, frame.microseconds, false};
+}
+
+/// Whether a 29-bit id has a destination address: its PDU format is below 240 (PDU1).
+constexpr bool hasDestination(quint32 id)
+{
+    constexpr quint32 firstPdu2Format = 240;
+    return (id >> 16 & 0xFF) < firstPdu2Format;
 }
 
 /// The parameter group number in a 29-bit id (SAE J1939-21): both data page bits, the PDU format
-/// and, for formats from 240 up (PDU2), the group extension. For formats below 240 (PDU1) that byte
-/// is the destination address, which is not part of the PGN.
+/// and, without a destination address, the group extension (PDU2). A destination is not part of the
+/// PGN.
 constexpr quint32 pgnOf(quint32 id)
 {
-    constexpr quint32 firstPdu2Format = 240;
-    const quint32 format = id >> 16 & 0xFF;
-    return format < firstPdu2Format ? id >> 8 & 0x3FF00 : id >> 8 & 0x3FFFF;
+    return hasDestination(id) ? id >> 8 & 0x3FF00 : id >> 8 & 0x3FFFF;
 }
+
+/// The destination address in a 29-bit id that has one, otherwise its group extension.
+constexpr quint8 destinationAddressOf(quint32 id)
+{
+    return static_cast<quint8>(id >> 8);
+}
+
+/// The null address, which sends no data: in descriptions it stands for any source.
+constexpr quint8 nullAddress = 254;
 
 /// The source address in a 29-bit id.
 constexpr quint8 sourceAddressOf(quint32 id)

@@ -187,6 +187,7 @@ TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::itera
     message.payload.data = reinterpret_cast<const quint8*>(finished.constData());
     message.payload.length = session->size;
     message.payload.microseconds = frame.microseconds;
+    message.payload.transported = true;
     sessions.erase(session);
     return message;
 }

@@ -13,10 +13,23 @@ namespace monitor
 namespace
 {
 
-/// Names of signals are compared within a node, or among all messages without a node.
-QString keyOf(const MessageHeader& message, const SignalDescription& signal)
+/// Names of signals and messages are compared within a node, or among all messages without a node.
+QString keyOf(const MessageHeader& message, const QString& name)
 {
-    return QString::number(message.node.value_or(0)) + ' ' + signal.name;
+    return QString::number(message.node.value_or(0)) + ' ' + name;
+}
+
+/// Tells a signal apart from others of that name: by its message, and by the id of the message if
+/// others have the name of the message, too.
+QString uniqueName(const MessageHeader& message, const SignalDescription& signal,
+                   const QHash<QString, int>& messagesWithName)
+{
+    QString name = message.name;
+    if (messagesWithName.value(keyOf(message, name)) > 1)
+        name += QStringLiteral("(0x%1)").arg(QString::number(message.id, 16)
+                                                 .toUpper()
+                                                 .rightJustified(message.extended ? 8 : 3, '0'));
+    return name + '.' + signal.name;
 }
 
 // Not QRegularExpression::wildcardToRegularExpression(), which is meant for file names: its * does
@@ -33,6 +46,8 @@ QRegularExpression expressionOf(const QString& pattern)
 QStringList namesOf(const CatalogueSignal& signal)
 {
     QStringList names{signal.reportedName, signal.name};
+    if (!signal.shortName.isEmpty())
+        names += signal.shortName;
     if (signal.spn)
         names += QStringLiteral("SPN") + QString::number(*signal.spn);
     return names;
@@ -72,17 +87,23 @@ QString applyTo(CatalogueSignal& signal, const MessageHeader& message,
 
 Catalogue::Catalogue(const QVector<MessageDescription>& descriptions)
 {
+    QHash<QString, int> messagesWithName;
     QHash<QString, int> signalsWithName;
+    QHash<QString, int> reportedNames;
     for (const MessageDescription& message : descriptions) {
+        ++messagesWithName[keyOf(message, message.name)];
         for (const SignalDescription& signal : message.signalDescriptions)
-            ++signalsWithName[keyOf(message, signal)];
+            ++signalsWithName[keyOf(message, signal.name)];
     }
     for (const MessageDescription& message : descriptions) {
         CatalogueMessage known{message, {}};
         for (const SignalDescription& signal : message.signalDescriptions) {
-            const bool isUnique = signalsWithName.value(keyOf(message, signal)) == 1;
-            const QString name = isUnique ? signal.name : message.name + '.' + signal.name;
-            known.catalogueSignals.append({signal, name, {}});
+            const bool isUnique = signalsWithName.value(keyOf(message, signal.name)) == 1;
+            const QString name =
+                isUnique ? signal.name : uniqueName(message, signal, messagesWithName);
+            const int same = reportedNames[keyOf(message, name)]++;
+            known.catalogueSignals.append(
+                {signal, same == 0 ? name : QStringLiteral("%1(%2)").arg(name).arg(same + 1), {}});
         }
         knownMessages.append(known);
     }

@@ -40,8 +40,9 @@ struct SignalSettings {
 /// The messages and signals known in a run: those of the description files, with the user's
 /// settings.
 ///
-/// A pattern matches a signal if it matches the whole reported name, the whole name, or "SPN"
-/// followed by the SPN. In a pattern, * stands for any text and ? for any character. Case matters.
+/// A pattern matches a signal if it matches the whole reported name, the whole name, the whole
+/// short name, or "SPN" followed by the SPN. In a pattern, * stands for any text and ? for any
+/// character. Case matters.
 ///
 /// Functions that return a string return an error message, or an empty string on success. A pattern
 /// that matches no signal is an error. After an error, part of the changes may have been made.

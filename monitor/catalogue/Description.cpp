@@ -6,6 +6,13 @@
 namespace monitor
 {
 
+bool contains(const QVector<RawRange>& ranges, quint64 value)
+{
+    return std::any_of(ranges.begin(), ranges.end(), [value](const RawRange& range) {
+        return range.lowest <= value && value <= range.highest;
+    });
+}
+
 bool fitsInto(const SignalLayout& layout, int size)
 {
     const int byte = layout.startBit / 8;

@@ -2,6 +2,7 @@
 
 #include <cansupport/CANopenDataType.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
@@ -18,18 +19,23 @@ enum class Protocol {
     J1939    ///< by the PGN in their 29-bit id
 };
 
-/// Whether a signal is always present in its message or depends on another signal.
-enum class Multiplexing {
-    Plain,
-    Multiplexor, ///< its value selects the multiplexed signals
-    Multiplexed, ///< present only while the multiplexor has the signal's multiplexor value
-    Nested       ///< multiplexed, and a multiplexor itself
-};
-
 /// A range of values, including both ends.
 struct ValueRange {
     double lowest;
     double highest;
+};
+
+/// A range of raw values, including both ends.
+struct RawRange {
+    quint64 lowest;
+    quint64 highest;
+};
+
+/// Whether a signal is always present in its message, or only while another signal of the message,
+/// the multiplexor, has one of some raw values. The multiplexor may itself be multiplexed.
+struct Multiplexing {
+    int multiplexor = -1; ///< index of the multiplexor in the message; -1: always present
+    QVector<RawRange> values;
 };
 
 /// The position of a signal in its message, and how to interpret its bits.
@@ -43,8 +49,6 @@ struct SignalLayout {
     bool isFloat = false;                         ///< an IEEE number of 32 or 64 bits
     std::optional<CAN::CANopenDataType> datatype; ///< of a CANopen object
     bool passThrough = false; ///< true: recorded as received, without scaling and statistics
-    Multiplexing multiplexing = Multiplexing::Plain;
-    quint64 multiplexorValue = 0; ///< of a multiplexed or nested signal
 };
 
 /// value = raw x factor + offset, in \a unit.
@@ -57,11 +61,14 @@ struct Scaling {
 /// One signal of a message, as declared in a description file.
 struct SignalDescription {
     QString name;
+    QString shortName; ///< the name in the rest of the file, if it abbreviates the name
     SignalLayout layout;
+    Multiplexing multiplexing;
     Scaling scaling;
     double lowerLimit = 0; ///< limits of the value; both 0 if not given
     double upperLimit = 0;
-    std::optional<quint32> spn; ///< suspect parameter number of a J1939 signal
+    QHash<quint64, QString> valueTexts; ///< meanings of raw values, by their bits (extractBits())
+    std::optional<quint32> spn;         ///< suspect parameter number of a J1939 signal
 };
 
 /// A message without its signals.
@@ -79,6 +86,9 @@ struct MessageHeader {
 struct MessageDescription : MessageHeader {
     QVector<SignalDescription> signalDescriptions;
 };
+
+/// Whether one of \a ranges contains \a value.
+bool contains(const QVector<RawRange>& ranges, quint64 value);
 
 /// Whether a signal of that \a layout lies within the first \a size bytes of the data.
 bool fitsInto(const SignalLayout& layout, int size);

@@ -10,11 +10,30 @@
 namespace monitor
 {
 
+namespace
+{
+
+/// Reads a DBC file, whose messages with 29-bit ids follow the rules of \a protocol whatever it
+/// declares.
+template <Protocol protocol>
+ReadDescription readDbcFileAs(const DescriptionFile& file)
+{
+    DescriptionFile ruled = file;
+    ruled.protocol = protocol;
+    return readDbcFile(ruled);
+}
+
+} // namespace
+
 const QVector<DescriptionReader>& descriptionReaders()
 {
     static const QVector<DescriptionReader> readers{
         {"dbc", "FILE.dbc", "DBC file with the messages and signals of a J1939 or other network.",
-         false, false, readDbcFile},
+         false, true, readDbcFile},
+        {"j1939", "FILE.dbc", "The same as --dbc, but all messages with 29-bit ids are J1939.",
+         false, true, readDbcFileAs<Protocol::J1939>},
+        {"plain", "FILE.dbc", "The same as --dbc, but no messages are J1939.", false, true,
+         readDbcFileAs<Protocol::CANopen>},
         {"eds", "FILE.eds", "EDS or DCF of the CANopen node given by --node.", true, true,
          readEdsFile},
     };

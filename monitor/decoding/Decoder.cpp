@@ -16,30 +16,27 @@ quint32 keyOf(quint32 id, bool extended)
     return extended ? id | extendedFlag : id;
 }
 
-/// The value of the multiplexor of \a message in \a payload, if present.
-std::optional<quint64> multiplexorValue(const Payload& payload, const CatalogueMessage& message)
-{
-    for (const CatalogueSignal& signal : message.catalogueSignals) {
-        if (signal.layout.multiplexing == Multiplexing::Multiplexor &&
-            fitsInto(signal.layout, payload.length))
-            return extractBits(payload.data, signal.layout);
-    }
-    return std::nullopt;
-}
-
 /// May be infinite even if the number in the frame is finite.
 double scaledFloat(quint64 bits, const CatalogueSignal& signal)
 {
     return floatIn(bits, signal.layout.length) * signal.scaling.factor + signal.scaling.offset;
 }
 
-bool isPresent(const CatalogueSignal& signal, const Payload& payload,
-               std::optional<quint64> multiplexor)
+/// Whether \a signal is in \a payload as its multiplexors say, each of which must be there itself.
+bool isPresent(const CatalogueMessage& message, const CatalogueSignal& signal,
+               const Payload& payload)
 {
-    const bool depends = signal.layout.multiplexing == Multiplexing::Multiplexed ||
-                         signal.layout.multiplexing == Multiplexing::Nested;
-    return fitsInto(signal.layout, payload.length) &&
-           (!depends || multiplexor == signal.layout.multiplexorValue);
+    const CatalogueSignal* depending = &signal;
+    for (int next = signal.multiplexing.multiplexor; next >= 0;
+         next = depending->multiplexing.multiplexor) {
+        const CatalogueSignal& multiplexor = message.catalogueSignals.at(next);
+        if (!fitsInto(multiplexor.layout, payload.length) ||
+            !contains(depending->multiplexing.values,
+                      extractBits(payload.data, multiplexor.layout)))
+            return false;
+        depending = &multiplexor;
+    }
+    return fitsInto(signal.layout, payload.length);
 }
 
 } // namespace
@@ -47,14 +44,13 @@ bool isPresent(const CatalogueSignal& signal, const Payload& payload,
 Decoder::Decoder(QVector<CatalogueMessage> catalogueMessages)
     : knownMessages(std::move(catalogueMessages))
 {
-    // The hash returns the newest entry of a key first, so messages are inserted in reverse to be
-    // found in the order of the catalogue.
-    for (int i = knownMessages.size() - 1; i >= 0; --i) {
+    for (int i = 0; i < knownMessages.size(); ++i) {
         const CatalogueMessage& message = knownMessages.at(i);
+        const quint32 key = keyOf(message.id, message.extended);
+        if (!byId.contains(key))
+            byId.insert(key, i);
         if (message.protocol == Protocol::J1939)
-            byPgn.insert(pgnOf(message.id), i);
-        else
-            byId.insert(keyOf(message.id, message.extended), i);
+            byPgn[pgnOf(message.id)].append(i);
     }
 }
 
@@ -69,26 +65,64 @@ const QVector<DecodedSignal>& Decoder::decode(const Frame& frame)
 const QVector<DecodedSignal>& Decoder::decode(const Payload& payload)
 {
     decoded.resize(0); // unlike clear(), keeps the storage for the next frame
-    if (payload.extended)
-        decodeAll(payload, byPgn, pgnOf(payload.id));
-    decodeAll(payload, byId, keyOf(payload.id, payload.extended));
+    const int message = messageFor(payload);
+    if (message >= 0)
+        decodeMessage(payload, message);
     return decoded;
 }
 
-void Decoder::decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key)
+bool Decoder::mayTransport(const Frame& frame) const
 {
-    for (auto it = messagesByKey.constFind(key); it != messagesByKey.cend() && it.key() == key;
-         ++it)
-        decodeMessage(payload, it.value());
+    if (byPgn.isEmpty() || !frame.extended)
+        return false;
+    const int exact = byId.value(keyOf(frame.id, true), -1);
+    return exact < 0 || knownMessages.at(exact).protocol == Protocol::J1939;
+}
+
+/// The index of the message that \a payload belongs to, or -1.
+int Decoder::messageFor(const Payload& payload)
+{
+    const int exact = byId.value(keyOf(payload.id, payload.extended), -1);
+    const bool isJ1939 = exact >= 0 && knownMessages.at(exact).protocol == Protocol::J1939;
+    if (isJ1939 || (exact >= 0 && !payload.transported))
+        return exact;
+    const auto candidates = byPgn.constFind(pgnOf(payload.id));
+    return payload.extended && candidates != byPgn.cend() ? chooseJ1939(payload, *candidates) : -1;
+}
+
+int Decoder::chooseJ1939(const Payload& payload, const QVector<int>& candidates)
+{
+    const int first = candidates.first();
+    if (candidates.size() == 1)
+        return first;
+    const auto find = [&](auto matches) {
+        const auto found = std::find_if(candidates.begin(), candidates.end(),
+                                        [&](int i) { return matches(knownMessages.at(i).id); });
+        return found == candidates.end() ? -1 : *found;
+    };
+    const quint8 source = sourceAddressOf(payload.id);
+    int found = find([=](quint32 id) { return sourceAddressOf(id) == source; });
+    if (found < 0 && hasDestination(payload.id))
+        found = find([destination = destinationAddressOf(payload.id)](quint32 id) {
+            return destinationAddressOf(id) == destination;
+        });
+    if (found < 0)
+        found = find([](quint32 id) { return sourceAddressOf(id) == nullAddress; });
+    if (found >= 0)
+        return found;
+    const bool isKnown = std::any_of(guessed.cbegin(), guessed.cend(),
+                                     [=](const auto& guess) { return guess.message == first; });
+    if (!isKnown)
+        guessed.append({first, candidates.size(), source});
+    return first;
 }
 
 void Decoder::decodeMessage(const Payload& payload, int message)
 {
     const CatalogueMessage& known = knownMessages.at(message);
-    const std::optional<quint64> multiplexor = multiplexorValue(payload, known);
     for (int i = 0; i < known.catalogueSignals.size(); ++i) {
         const CatalogueSignal& signal = known.catalogueSignals.at(i);
-        if (!signal.rules.chosen || !isPresent(signal, payload, multiplexor))
+        if (!signal.rules.chosen || !isPresent(known, signal, payload))
             continue;
         DecodedSignal found;
         found.message = message;

@@ -22,9 +22,18 @@ struct DecodedSignal {
     std::optional<qint64> microseconds; ///< when it was seen
 };
 
-/// Finds the signals of a catalogue in frames. J1939 messages are matched by PGN, regardless of
-/// priority, source address and, for PDU1, destination. All others are matched by id. This class is
-/// reentrant.
+/// Frames that no message of their PGN describes best: several have it, but none has their source
+/// or destination address or the null address, so that they are decoded as the first of them.
+struct GuessedMessage {
+    int message = 0;    ///< index in Decoder::messages()
+    int candidates = 0; ///< messages of this PGN
+    quint8 source = 0;  ///< source address of the first of these frames
+};
+
+/// Finds the signals of a catalogue in frames. A frame belongs to one message at most: that of its
+/// exact id, or else a J1939 message of its PGN, whatever the priority. Of several with that PGN it
+/// is the one for the same source address, else for the same destination address, else for the null
+/// address, else the first. This class is reentrant.
 class Decoder
 {
 public:
@@ -40,15 +49,22 @@ public:
     /// The same for a payload, which may come from several frames.
     const QVector<DecodedSignal>& decode(const Payload& payload);
 
-private:
-    using Messages = QMultiHash<quint32, int>; // indices of messages by PGN or id
+    /// Whether the transport protocol of J1939 may use \a frame: J1939 messages are known, and it
+    /// does not belong to another message.
+    bool mayTransport(const Frame& frame) const;
 
-    void decodeAll(const Payload& payload, const Messages& messagesByKey, quint32 key);
+    /// The guesses so far, one for each PGN.
+    const QVector<GuessedMessage>& guesses() const { return guessed; }
+
+private:
+    int messageFor(const Payload& payload);
+    int chooseJ1939(const Payload& payload, const QVector<int>& candidates);
     void decodeMessage(const Payload& payload, int message);
 
     QVector<CatalogueMessage> knownMessages;
-    Messages byPgn; // J1939
-    Messages byId;  // all others
+    QHash<quint32, QVector<int>> byPgn; // J1939
+    QHash<quint32, int> byId;           // the exact id of any message
+    QVector<GuessedMessage> guessed;
     QVector<DecodedSignal> decoded;
 };
 

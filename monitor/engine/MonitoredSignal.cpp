@@ -43,6 +43,7 @@ void MonitoredSignal::record(const DecodedSignal& decoded)
     }
     if (decoded.microseconds)
         valueRhythm.add(*decoded.microseconds);
+    newestBits = decoded.bits;
     const qint64 time = decoded.microseconds.value_or(SignalSeries::noTime);
     std::visit(
         [&](auto& values) {
@@ -58,6 +59,7 @@ void MonitoredSignal::clear()
     std::visit([](auto& values) { values.clear(); }, recording);
     running.clear();
     newestStatistics.reset();
+    newestBits.reset();
     notAvailable = 0;
     errors = 0;
 }
@@ -69,9 +71,7 @@ void MonitoredSignal::stopUpdating()
 
 SignalStatistics MonitoredSignal::calcStatistics(double k)
 {
-    SignalStatistics statistics = empty;
-    statistics.notAvailable = notAvailable;
-    statistics.errors = errors;
+    SignalStatistics statistics = identityAndCounts();
     std::visit([&](auto& values) { monitor::calcStatistics(values, signal, k, statistics); },
                recording);
     return statistics;
@@ -81,12 +81,21 @@ std::shared_ptr<const SignalStatistics> MonitoredSignal::getRunningStatistics(do
 {
     if (newestStatistics)
         return newestStatistics;
-    auto statistics = std::make_shared<SignalStatistics>(empty);
-    statistics->notAvailable = notAvailable;
-    statistics->errors = errors;
+    auto statistics = std::make_shared<SignalStatistics>(identityAndCounts());
     std::visit([&](auto& values) { running.get(values, signal, k, *statistics); }, recording);
     newestStatistics = statistics;
     return newestStatistics;
+}
+
+/// The statistics that need no computation.
+SignalStatistics MonitoredSignal::identityAndCounts() const
+{
+    SignalStatistics statistics = empty;
+    statistics.notAvailable = notAvailable;
+    statistics.errors = errors;
+    if (newestBits)
+        statistics.newestMeaning = signal.valueTexts.value(*newestBits);
+    return statistics;
 }
 
 SignalSeries MonitoredSignal::getSeries()

@@ -65,6 +65,7 @@ private:
     using Recording =
         std::variant<SignalRecording<CANopenObjectValue>, SignalRecording<J1939Value>>;
 
+    SignalStatistics identityAndCounts() const;
     static Recording makeRecording(Protocol protocol, const CatalogueSignal& description);
 
     CatalogueSignal signal;
@@ -72,6 +73,7 @@ private:
     Recording recording;
     RunningStatistics running;
     std::shared_ptr<const SignalStatistics> newestStatistics; // null: out of date
+    std::optional<quint64> newestBits; // the raw value; unknown for a restored signal
     Rhythm valueRhythm;
     qint64 notAvailable = 0;
     qint64 errors = 0;

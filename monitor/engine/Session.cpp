@@ -15,6 +15,8 @@ void Session::take(const Frame& frame)
     ++counted.total;
     const bool isDecoded = record(decoder.decode(frame));
     counted.decoded += isDecoded ? 1 : 0;
+    if (!decoder.mayTransport(frame))
+        return;
     const auto message = transport.take(frame, isDecoded);
     if (message && record(decoder.decode(message->payload)))
         counted.decoded += message->frames;
@@ -41,6 +43,21 @@ void Session::clear()
     signalRegistry.clear();
     transport.clearCounts();
     counted = FrameCounts();
+}
+
+QStringList Session::guesses() const
+{
+    QStringList texts;
+    for (const GuessedMessage& guess : decoder.guesses()) {
+        const CatalogueMessage& message = decoder.messages().at(guess.message);
+        texts += QStringLiteral("PGN %1 from source %2 was decoded as \"%3\", the first of %4 "
+                                "messages with this PGN: none of them is for that source")
+                     .arg(pgnOf(message.id))
+                     .arg(guess.source)
+                     .arg(message.name)
+                     .arg(guess.candidates);
+    }
+    return texts;
 }
 
 FrameCounts Session::counts() const

@@ -41,6 +41,10 @@ public:
     /// Sets the counts to those of a saved run.
     void setCounts(const FrameCounts& counts) { counted = counts; }
 
+    /// One line for each PGN whose frames could belong to several messages, and were decoded as the
+    /// first of them.
+    QStringList guesses() const;
+
     /// All signals as they are now, for a display that asks repeatedly. The cost depends on the
     /// number of signals and of values since the last call. Whether a signal is silent depends on
     /// the time \a now, in microseconds on the clock of the frames.

@@ -107,7 +107,9 @@ def dbc_lines():
         yield ""
     for message in MESSAGES:
         yield f'CM_ BO_ {dbc_id(message)} "{message.comment}";'
+    yield 'BA_DEF_ BO_ "VFrameFormat" ENUM "StandardCAN","ExtendedCAN","reserved","J1939PG";'
     yield 'BA_DEF_ SG_ "SPN" INT 0 524287;'
+    yield 'BA_DEF_DEF_ "VFrameFormat" "J1939PG";'
     yield 'BA_DEF_DEF_ "SPN" 0;'
     for message in MESSAGES:
         for signal in message.signals:

@@ -29,7 +29,9 @@ QString Problems::total() const
 {
     if (found == 0)
         return QString();
-    return fileName + ": " + QString::number(found) + ' ' + summaryText;
+    const QString total = fileName + ": " + QString::number(found) + ' ' + summaryText;
+    return found > kept.size() ? total + QStringLiteral(", of which %1 are shown").arg(kept.size())
+                               : total;
 }
 
 } // namespace monitor

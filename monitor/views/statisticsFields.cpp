@@ -59,23 +59,16 @@ QString lineOf(const QStringList& cells)
 
 const QStringList& statisticsFieldNames()
 {
-    static const QStringList names{QStringLiteral("name"),
-                                   QStringLiteral("kind"),
-                                   QStringLiteral("source"),
-                                   QStringLiteral("count"),
-                                   QStringLiteral("notAvailable"),
-                                   QStringLiteral("error"),
-                                   QStringLiteral("newest"),
-                                   QStringLiteral("average"),
-                                   QStringLiteral("deviation"),
-                                   QStringLiteral("minimum"),
-                                   QStringLiteral("maximum"),
-                                   QStringLiteral("median"),
-                                   QStringLiteral("rating"),
-                                   QStringLiteral("lowerThreshold"),
-                                   QStringLiteral("upperThreshold"),
-                                   QStringLiteral("deviators"),
-                                   QStringLiteral("unit")};
+    static const QStringList names{
+        QStringLiteral("name"),           QStringLiteral("kind"),
+        QStringLiteral("source"),         QStringLiteral("count"),
+        QStringLiteral("notAvailable"),   QStringLiteral("error"),
+        QStringLiteral("newest"),         QStringLiteral("average"),
+        QStringLiteral("deviation"),      QStringLiteral("minimum"),
+        QStringLiteral("maximum"),        QStringLiteral("median"),
+        QStringLiteral("rating"),         QStringLiteral("lowerThreshold"),
+        QStringLiteral("upperThreshold"), QStringLiteral("deviators"),
+        QStringLiteral("unit"),           QStringLiteral("newestText")};
     return names;
 }
 
@@ -85,7 +78,9 @@ QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
     fields << (statistics.source ? QJsonValue(*statistics.source) : QJsonValue(QJsonValue::Null))
            << statistics.count << statistics.notAvailable << statistics.errors;
     fields << statisticsOf(statistics);
-    fields << statistics.unit;
+    fields << statistics.unit
+           << (statistics.newestMeaning.isEmpty() ? QJsonValue(QJsonValue::Null)
+                                                  : QJsonValue(statistics.newestMeaning));
     return fields;
 }
 

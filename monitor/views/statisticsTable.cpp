@@ -22,11 +22,19 @@ QString formatMedianOf(const SignalStatistics& statistics)
                : formatMedian(statistics.median, statistics.factor, statistics.offset);
 }
 
+QString formatNewest(const SignalStatistics& statistics)
+{
+    const QString value = formatValue(statistics, statistics.newest);
+    return statistics.newestMeaning.isEmpty()
+               ? value
+               : QStringLiteral("%1 (%2)").arg(value, statistics.newestMeaning);
+}
+
 /// The cells from the newest value to the deviators.
 QStringList statisticsOf(const SignalStatistics& statistics)
 {
     return {
-        formatValue(statistics, statistics.newest),
+        formatNewest(statistics),
         formatComputed(statistics.average),
         formatComputed(statistics.deviation),
         formatValue(statistics, statistics.minimum),

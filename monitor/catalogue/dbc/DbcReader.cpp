@@ -1,11 +1,18 @@
 #include "DbcReader.h"
 
-#include "DbcLine.h"
-#include "text/LineReader.h"
+#include "DbcAttributes.h"
+#include "DbcMultiplexing.h"
+#include "DbcScanner.h"
+#include "can/Frame.h"
 
-#include <QtCore/QRegularExpression>
+#include <QtCore/QFile>
+#include <QtCore/QHash>
+#include <QtCore/QPair>
+#include <QtCore/QSet>
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
 
 namespace monitor
 {
@@ -13,208 +20,646 @@ namespace monitor
 namespace
 {
 
-/// The message of this name and id lists the signals that belong to no message.
-constexpr char independentSignals[] = "VECTOR__INDEPENDENT_SIG_MSG";
-constexpr char independentId[] = "3221225472";
+constexpr quint32 extendedFlag = 0x80000000;
+constexpr int longestMessage = 1785; // bytes, as many as the J1939 transport protocol can carry
+constexpr int longestSignal = 64;    // bits
+constexpr qint64 longestFile = 256 * 1024 * 1024;
 
-QString keywordOf(const QString& line)
+/// The message of this number in the file holds the signals that belong to no message.
+constexpr quint32 independentSignals = 0xC0000000;
+
+/// A message as the file writes it.
+struct DbcMessage : MessageHeader {
+    quint32 number = 0; ///< the id, with bit 31 if it has 29 bits
+    QVector<DbcSignal> dbcSignals;
+};
+
+/// The number of a message in the file as DbcMessage::number.
+quint32 normalized(quint32 number)
 {
-    static const QRegularExpression pattern(QStringLiteral(R"(^\s*(\w+))"));
-    return pattern.match(line).captured(1);
+    if (number == independentSignals)
+        return number;
+    if ((number & extendedFlag) != 0)
+        return number & (extendedFlag | lastExtendedId);
+    return number > lastStandardId && number <= lastExtendedId ? number | extendedFlag : number;
 }
 
-/// Whether a quoted text begins or ends in \a line, which then has an odd number of quotation
-/// marks.
-bool beginsOrEndsText(const QString& line)
+/// Numbers, as the file writes them, and their texts.
+using ValueTexts = QVector<QPair<QString, QString>>;
+
+/// Gives \a signal the texts of the numbers that are raw values of it.
+void setValueTexts(const ValueTexts& texts, DbcSignal& signal)
 {
-    QString unescaped = line;
-    unescaped.remove(QLatin1String("\\\""));
-    return unescaped.count('"') % 2 != 0;
+    const int unused = 64 - signal.layout.length; // bits
+    for (const auto& [number, text] : texts) {
+        bool isNumber = false;
+        const quint64 bits = signal.layout.isSigned
+                                 ? static_cast<quint64>(number.toLongLong(&isNumber))
+                                 : number.toULongLong(&isNumber);
+        const quint64 raw = bits << unused >> unused;
+        const auto extended = static_cast<quint64>(static_cast<qint64>(bits << unused) >> unused);
+        if (isNumber && bits == (signal.layout.isSigned ? extended : raw))
+            signal.valueTexts.insert(raw, text);
+    }
 }
 
-auto countOf(Multiplexing multiplexing, const MessageDescription& message)
+/// Reads the sections of a DBC file one after the other.
+class DbcParser
 {
-    const auto& descriptions = message.signalDescriptions;
-    return std::count_if(
-        descriptions.begin(), descriptions.end(),
-        [multiplexing](const auto& signal) { return signal.layout.multiplexing == multiplexing; });
+public:
+    DbcParser(const QByteArray& content, Problems& found)
+        : scanner(decodeDbc(content)), problems(found)
+    {
+    }
+
+    void parse();
+
+    QVector<MessageDescription> messages(const DescriptionFile& file, QString& note);
+
+private:
+    void parseSection();
+    void skipKeywordList();
+    void addMessage();
+    [[nodiscard]] QString parseMessage(DbcMessage& message);
+    [[nodiscard]] bool takeNumber(quint32& number);
+    [[nodiscard]] bool takeMessageNumber(quint32& number);
+    void addSignal();
+    [[nodiscard]] QString parseSignal(DbcSignal& signal);
+    [[nodiscard]] static bool readMarker(QString marker, DbcSignal& signal);
+    [[nodiscard]] bool takeLayout(SignalLayout& layout);
+    [[nodiscard]] bool takePair(const char* symbols, double& first, double& second);
+    [[nodiscard]] QString checkSignal(const DbcSignal& signal);
+    DbcSignal* find(quint32 number, const QString& name);
+    void parseValueType();
+    void parseMultiplexing();
+    [[nodiscard]] bool takeRange(RawRange& range);
+    void parseValueTexts();
+    void parseValueTable();
+    [[nodiscard]] bool takeValueTexts(ValueTexts& texts);
+    void parseDefinition();
+    void parseDefault();
+    void parseAttribute();
+    DbcValue takeValue();
+    void setAttribute(const QString& attribute, quint32 number, const QString& name,
+                      const DbcValue& value);
+    void refer(quint32 number, const QString& name, const QString& section,
+               const std::function<void(DbcSignal&)>& apply);
+    Protocol protocolOf(const DbcMessage& message, const std::optional<Protocol>& given);
+
+    enum class Holder { Nobody, LastMessage, Ignored };
+
+    DbcScanner scanner;
+    Problems& problems;
+    qint64 sectionLine = 0; // where the section begins that is being read
+    QVector<DbcMessage> dbcMessages;
+    QHash<quint32, int> indices; // of messages by number
+    Holder holder = Holder::Nobody;
+    quint32 lastNumber = 0; // of the last message, also of one that is ignored
+    DbcAttributes attributes;
+    QHash<QString, ValueTexts> valueTables;
+    QHash<quint32, QString> longNames; // of messages by number
+    QVector<std::function<void()>> references;
+    QSet<QPair<quint32, QString>> refusedSignals; // signals by the number of their message
+    int assumedJ1939 = 0; // messages with 29-bit ids of which the file does not declare the format
+    int assumedPlain = 0;
+};
+
+void DbcParser::parse()
+{
+    while (!scanner.atEnd())
+        parseSection();
+    for (const auto& applyReference : qAsConst(references))
+        applyReference();
+    if (scanner.lineOfOpenText() != 0)
+        problems.add(scanner.lineOfOpenText(), QStringLiteral("missing closing quotation mark"));
 }
 
-/// Removes the signals for which \a unwanted returns true. Returns whether there were any.
-template <typename Predicate>
-bool removeSignals(MessageDescription& message, Predicate unwanted)
+void DbcParser::parseSection()
 {
-    auto& descriptions = message.signalDescriptions;
-    const auto first = std::remove_if(descriptions.begin(), descriptions.end(), unwanted);
-    const bool found = first != descriptions.end();
-    descriptions.erase(first, descriptions.end());
-    return found;
+    static const QHash<QString, void (DbcParser::*)()> sections{
+        {QStringLiteral("BO_"), &DbcParser::addMessage},
+        {QStringLiteral("SG_"), &DbcParser::addSignal},
+        {QStringLiteral("SIG_VALTYPE_"), &DbcParser::parseValueType},
+        {QStringLiteral("SG_MUL_VAL_"), &DbcParser::parseMultiplexing},
+        {QStringLiteral("VAL_"), &DbcParser::parseValueTexts},
+        {QStringLiteral("VAL_TABLE_"), &DbcParser::parseValueTable},
+        {QStringLiteral("BA_DEF_"), &DbcParser::parseDefinition},
+        {QStringLiteral("BA_DEF_DEF_"), &DbcParser::parseDefault},
+        {QStringLiteral("BA_"), &DbcParser::parseAttribute},
+        {QStringLiteral("NS_"), &DbcParser::skipKeywordList},
+    };
+    static const QStringList withoutSemicolon{QStringLiteral("VERSION"), QStringLiteral("BS_"),
+                                              QStringLiteral("BU_")};
+    sectionLine = scanner.line();
+    const QString keyword = scanner.takeWord();
+    const auto section = sections.value(keyword);
+    if (section != nullptr)
+        (this->*section)();
+    else if (withoutSemicolon.contains(keyword))
+        scanner.skipToKeyword();
+    else
+        scanner.skipSection();
+}
+
+/// The list after NS_ consists of keywords without a meaning. It ends at BS_, or at what follows
+/// that if it is missing.
+void DbcParser::skipKeywordList()
+{
+    static const QStringList ends{QStringLiteral("BS_"), QStringLiteral("BU_"),
+                                  QStringLiteral("BO_")};
+    while (scanner.take(':') || !scanner.peekWord().isEmpty()) {
+        if (ends.contains(scanner.peekWord()))
+            return;
+        scanner.takeWord();
+    }
+}
+
+void DbcParser::addMessage()
+{
+    DbcMessage message;
+    message.line = sectionLine;
+    const QString error = parseMessage(message);
+    scanner.skipToKeyword();
+    holder = Holder::Ignored;
+    lastNumber = message.number;
+    if (message.number == independentSignals)
+        return;
+    if (!error.isEmpty())
+        return problems.add(message.line, error + QStringLiteral("; its signals are skipped"));
+    if (indices.contains(message.number))
+        return problems.add(
+            message.line,
+            QStringLiteral("message \"%1\" is not decoded: it has the id of \"%2\"")
+                .arg(message.name, dbcMessages.at(indices.value(message.number)).name));
+    indices.insert(message.number, dbcMessages.size());
+    dbcMessages.append(message);
+    holder = Holder::LastMessage;
+}
+
+/// Reads a message such as "2364540158 EEC1: 8 Engine". Returns the error, or an empty text.
+QString DbcParser::parseMessage(DbcMessage& message)
+{
+    const QString notUnderstood = QStringLiteral("message (BO_) not understood");
+    quint32 written = 0;
+    if (!takeNumber(written))
+        return notUnderstood;
+    message.number = normalized(written);
+    message.name = scanner.takeName();
+    if (message.name.isEmpty() || !scanner.take(':'))
+        return notUnderstood;
+    const QString size = scanner.takeDigits();
+    if (size.isEmpty())
+        return notUnderstood;
+    bool isNumber = false;
+    message.size = size.toInt(&isNumber);
+    if (!isNumber || message.size > longestMessage)
+        return QStringLiteral("message (BO_) with a size out of range");
+    message.extended = (message.number & extendedFlag) != 0;
+    message.id = message.number & ~extendedFlag;
+    if (message.id > lastExtendedId)
+        return QStringLiteral("message (BO_) with an id out of range");
+    if (message.number != written && message.number != independentSignals)
+        problems.add(message.line,
+                     QStringLiteral("the id of message \"%1\" is taken as 0x%2 of 29 bits: %3")
+                         .arg(message.name, QString::number(message.id, 16).toUpper(),
+                              (written & extendedFlag) == 0
+                                  ? QStringLiteral("it has more than 11 bits, although bit 31 is 0")
+                                  : QStringLiteral("bits 29 and 30 are ignored")));
+    return QString();
+}
+
+bool DbcParser::takeNumber(quint32& number)
+{
+    bool isNumber = false;
+    number = scanner.takeDigits().toUInt(&isNumber);
+    return isNumber;
+}
+
+/// Takes the number of a message in the form of DbcMessage::number.
+bool DbcParser::takeMessageNumber(quint32& number)
+{
+    const bool isNumber = takeNumber(number);
+    number = normalized(number);
+    return isNumber;
+}
+
+void DbcParser::addSignal()
+{
+    DbcSignal signal;
+    signal.line = sectionLine;
+    const QString error = parseSignal(signal);
+    scanner.skipToKeyword(); // after the receivers
+    if (holder == Holder::Nobody)
+        return problems.add(signal.line, QStringLiteral("signal (SG_) without a message"));
+    if (holder == Holder::LastMessage && error.isEmpty()) {
+        dbcMessages.last().dbcSignals.append(signal);
+        return;
+    }
+    refusedSignals.insert({lastNumber, signal.name});
+    if (holder == Holder::LastMessage)
+        problems.add(signal.line, error);
+}
+
+/// Reads a signal such as "EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm"". Returns the error,
+/// or an empty text.
+QString DbcParser::parseSignal(DbcSignal& signal)
+{
+    const QString notUnderstood = QStringLiteral("signal (SG_) not understood");
+    signal.name = scanner.takeName();
+    const QString marker = scanner.takeName();
+    if (signal.name.isEmpty() || !readMarker(marker, signal) || !scanner.take(':') ||
+        !takeLayout(signal.layout) ||
+        !takePair("(,)", signal.scaling.factor, signal.scaling.offset) ||
+        !takePair("[|]", signal.lowerLimit, signal.upperLimit))
+        return notUnderstood;
+    const std::optional<QString> unit = scanner.takeUnit();
+    if (!unit)
+        return notUnderstood;
+    signal.scaling.unit = unit->simplified();
+    return checkSignal(signal);
+}
+
+/// Reads nothing, M, m5 or m5M.
+bool DbcParser::readMarker(QString marker, DbcSignal& signal)
+{
+    signal.isSwitch = marker.endsWith('M');
+    if (signal.isSwitch)
+        marker.chop(1);
+    if (marker.isEmpty())
+        return true;
+    bool isNumber = false;
+    signal.switchValue = marker.mid(1).toULongLong(&isNumber);
+    return marker.startsWith('m') && isNumber;
+}
+
+/// Reads "24|16@1+".
+bool DbcParser::takeLayout(SignalLayout& layout)
+{
+    bool isStart = false;
+    bool isLength = false;
+    layout.startBit = scanner.takeDigits().toInt(&isStart);
+    if (!isStart || !scanner.take('|'))
+        return false;
+    layout.length = scanner.takeDigits().toInt(&isLength);
+    if (!isLength || !scanner.take('@'))
+        return false;
+    const QString order = scanner.takeDigits();
+    layout.byteOrder = order == QLatin1String("1") ? ByteOrder::Intel : ByteOrder::Motorola;
+    layout.isSigned = scanner.take('-');
+    return (order == QLatin1String("0") || order == QLatin1String("1")) &&
+           (layout.isSigned || scanner.take('+'));
+}
+
+/// Reads two numbers between and around the three \a symbols.
+bool DbcParser::takePair(const char* symbols, double& first, double& second)
+{
+    bool isFirst = false;
+    bool isSecond = false;
+    if (!scanner.take(symbols[0]))
+        return false;
+    first = scanner.takeNumber().toDouble(&isFirst);
+    if (!scanner.take(symbols[1]))
+        return false;
+    second = scanner.takeNumber().toDouble(&isSecond);
+    return isFirst && isSecond && scanner.take(symbols[2]);
+}
+
+/// Returns why \a signal cannot be decoded, or an empty text. Adds a problem if it is odd.
+QString DbcParser::checkSignal(const DbcSignal& signal)
+{
+    const auto refused = [&signal](const QString& reason) {
+        return QStringLiteral("signal \"%1\" is not decoded: %2").arg(signal.name, reason);
+    };
+    if (signal.layout.length == 0)
+        return refused(QStringLiteral("it has no bits"));
+    if (signal.layout.length > longestSignal)
+        return refused(QStringLiteral("it is longer than %1 bits").arg(longestSignal));
+    if (signal.layout.startBit >= longestMessage * 8)
+        return refused(QStringLiteral("its start bit is out of range"));
+    const ValueRange range = scaledRange(signal.layout, signal.scaling);
+    if (!std::isfinite(range.lowest) || !std::isfinite(range.highest))
+        return refused(QStringLiteral("its values leave the range of double"));
+    if (signal.scaling.factor == 0)
+        problems.add(signal.line,
+                     QStringLiteral("signal \"%1\" has the factor 0, so that its value "
+                                    "is always %2")
+                         .arg(signal.name)
+                         .arg(signal.scaling.offset));
+    if (holder != Holder::LastMessage)
+        return QString();
+    const DbcMessage& message = dbcMessages.last();
+    if (find(message.number, signal.name) != nullptr)
+        problems.add(signal.line,
+                     QStringLiteral("signal \"%1\" has the name of another one of its message")
+                         .arg(signal.name));
+    const int size = message.size;
+    if (size > 0 && !fitsInto(signal.layout, size))
+        problems.add(signal.line,
+                     QStringLiteral("signal \"%1\" ends after its message of %2 bytes: "
+                                    "it is decoded in longer frames only")
+                         .arg(signal.name)
+                         .arg(size));
+    return QString();
+}
+
+/// The signal of that name in the message of that number, or null.
+DbcSignal* DbcParser::find(quint32 number, const QString& name)
+{
+    const auto index = indices.constFind(number);
+    if (index == indices.cend())
+        return nullptr;
+    QVector<DbcSignal>& dbcSignals = dbcMessages[*index].dbcSignals;
+    const auto found = std::find_if(dbcSignals.begin(), dbcSignals.end(),
+                                    [&name](const auto& signal) { return signal.name == name; });
+    return found == dbcSignals.end() ? nullptr : &*found;
+}
+
+/// Reads "SIG_VALTYPE_ 2364540158 EngineSpeed : 1;".
+void DbcParser::parseValueType()
+{
+    quint32 number = 0;
+    const bool isMessage = takeMessageNumber(number);
+    const QString name = scanner.takeWord();
+    scanner.take(':'); // some tools leave it out
+    const QString type = scanner.takeDigits();
+    const bool isUnderstood = isMessage && !name.isEmpty() && type.size() == 1 &&
+                              type.at(0) <= QLatin1Char('3') && scanner.peek() == ';';
+    scanner.skipSection();
+    if (!isUnderstood)
+        return problems.add(sectionLine,
+                            QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+    constexpr int floatBits[] = {0, 32, 64, 0};
+    const int bits = floatBits[type.toInt()];
+    refer(number, name, QStringLiteral("value type (SIG_VALTYPE_)"),
+          [this, bits, line = sectionLine](DbcSignal& signal) {
+              signal.layout.isFloat = bits != 0 && signal.layout.length == bits;
+              if (signal.layout.isFloat != (bits != 0))
+                  problems.add(line, QStringLiteral("signal \"%1\" is decoded as a whole number: a "
+                                                    "floating-point number has %2 bits, and it has "
+                                                    "%3")
+                                         .arg(signal.name)
+                                         .arg(bits)
+                                         .arg(signal.layout.length));
+          });
+}
+
+/// Reads "SG_MUL_VAL_ 2147483649 Signal Multiplexor 0-0, 3-5;".
+void DbcParser::parseMultiplexing()
+{
+    quint32 number = 0;
+    const bool isMessage = takeMessageNumber(number);
+    const QString name = scanner.takeWord();
+    const QString multiplexor = scanner.takeWord();
+    QVector<RawRange> values;
+    bool isUnderstood = isMessage && !multiplexor.isEmpty();
+    do {
+        RawRange range{};
+        isUnderstood = isUnderstood && takeRange(range);
+        values += range;
+    } while (isUnderstood && scanner.take(','));
+    isUnderstood = isUnderstood && scanner.peek() == ';';
+    scanner.skipSection();
+    if (!isUnderstood)
+        problems.add(sectionLine, QStringLiteral("multiplexing (SG_MUL_VAL_) not understood"));
+    if (!isUnderstood && name.isEmpty())
+        return;
+    refer(number, name, QStringLiteral("multiplexing (SG_MUL_VAL_)"),
+          [multiplexor, values, isUnderstood](DbcSignal& signal) {
+              signal.isUnclear = signal.isUnclear || !isUnderstood;
+              if (signal.switchName != multiplexor)
+                  signal.switchValues.clear();
+              signal.switchName = multiplexor;
+              signal.switchValues += values;
+          });
+}
+
+/// Reads "3-5"; a single number is a range too.
+bool DbcParser::takeRange(RawRange& range)
+{
+    bool isLowest = false;
+    range.lowest = scanner.takeDigits().toULongLong(&isLowest);
+    range.highest = range.lowest;
+    bool isHighest = true;
+    if (scanner.take('-'))
+        range.highest = scanner.takeDigits().toULongLong(&isHighest);
+    return isLowest && isHighest && range.lowest <= range.highest;
+}
+
+/// Reads "VAL_ 2364540158 EngineTorqueMode 0 "low idle" 1 "accelerator";", or the name of a table
+/// of such texts. Texts of environment variables, which have no message, are skipped.
+void DbcParser::parseValueTexts()
+{
+    if (!scanner.peek().isDigit())
+        return scanner.skipSection();
+    quint32 number = 0;
+    const bool isMessage = takeMessageNumber(number);
+    const QString name = scanner.takeName();
+    const QString table = scanner.peek().isDigit() ? QString() : scanner.takeName();
+    ValueTexts texts;
+    const bool isUnderstood = isMessage && !name.isEmpty() && takeValueTexts(texts);
+    scanner.skipSection();
+    if (!isUnderstood)
+        return problems.add(sectionLine, QStringLiteral("value texts (VAL_) not understood"));
+    refer(number, name, QStringLiteral("value texts (VAL_)"),
+          [this, table, texts](DbcSignal& signal) {
+              setValueTexts(table.isEmpty() ? texts : valueTables.value(table), signal);
+          });
+}
+
+/// Reads "VAL_TABLE_ Switch 0 "off" 1 "on";".
+void DbcParser::parseValueTable()
+{
+    const QString name = scanner.takeName();
+    ValueTexts texts;
+    const bool isUnderstood = !name.isEmpty() && takeValueTexts(texts);
+    scanner.skipSection();
+    if (isUnderstood)
+        valueTables.insert(name, texts);
+    else
+        problems.add(sectionLine, QStringLiteral("value texts (VAL_TABLE_) not understood"));
+}
+
+/// Reads pairs of a number and a text, up to the semicolon.
+bool DbcParser::takeValueTexts(ValueTexts& texts)
+{
+    while (scanner.peek().isDigit() || scanner.peek() == '-') {
+        const QString number = scanner.takeNumber();
+        const std::optional<QString> text = scanner.takeText();
+        if (!text)
+            return false;
+        texts.append({number, text->simplified()});
+    }
+    return scanner.peek() == ';';
+}
+
+/// Reads the definition of an attribute of the file or of messages, such as
+/// BA_DEF_ BO_ "VFrameFormat" ENUM "StandardCAN","ExtendedCAN";
+void DbcParser::parseDefinition()
+{
+    if (scanner.peek() != '"')
+        scanner.takeWord(); // such as BO_
+    const std::optional<QString> attribute = scanner.takeText();
+    const QString type = scanner.takeWord();
+    QStringList texts;
+    if (type == QLatin1String("ENUM")) {
+        do
+            texts += scanner.takeText().value_or(QString());
+        while (scanner.take(','));
+    }
+    scanner.skipSection();
+    if (attribute)
+        attributes.define(*attribute, texts);
+}
+
+/// Reads BA_DEF_DEF_ "VFrameFormat" "J1939PG";
+void DbcParser::parseDefault()
+{
+    const std::optional<QString> attribute = scanner.takeText();
+    const DbcValue value = takeValue();
+    scanner.skipSection();
+    if (attribute)
+        attributes.setDefault(*attribute, value);
+}
+
+/// Reads the value of an attribute of the file, of a message or of a signal, such as
+/// BA_ "SPN" SG_ 2364540158 EngineSpeed 190;
+void DbcParser::parseAttribute()
+{
+    const QString attribute = scanner.takeText().value_or(QString());
+    const QString owner = scanner.peek().isLetter() ? scanner.takeWord() : QString();
+    quint32 number = 0;
+    if ((owner == QLatin1String("BO_") || owner == QLatin1String("SG_")) &&
+        !takeMessageNumber(number)) {
+        problems.add(sectionLine, QStringLiteral("attribute (BA_) not understood"));
+    } else if (owner.isEmpty()) {
+        attributes.setValue(attribute, takeValue());
+    } else if (owner == QLatin1String("BO_")) {
+        const DbcValue value = takeValue();
+        attributes.setValue(attribute, number, value);
+        const QString text = value.text.simplified();
+        if (attribute == QLatin1String("SystemMessageLongSymbol") && !text.isEmpty())
+            longNames.insert(number, text);
+    } else if (owner == QLatin1String("SG_")) {
+        const QString name = scanner.takeWord();
+        setAttribute(attribute, number, name, takeValue());
+    }
+    scanner.skipSection();
+}
+
+/// Takes a text or a number.
+DbcValue DbcParser::takeValue()
+{
+    if (scanner.peek() == '"')
+        return {scanner.takeText().value_or(QString()), false};
+    return {scanner.takeNumber(), true};
+}
+
+/// Gives a signal an attribute, if the program uses that.
+void DbcParser::setAttribute(const QString& attribute, quint32 number, const QString& name,
+                             const DbcValue& value)
+{
+    if (attribute == QLatin1String("SystemSignalLongSymbol"))
+        refer(number, name, QStringLiteral("long name (BA_)"),
+              [value](DbcSignal& signal) { signal.longName = value.text.simplified(); });
+    if (attribute != QLatin1String("SPN"))
+        return;
+    constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
+    bool isNumber = false;
+    const quint32 spn = value.text.toUInt(&isNumber);
+    if (!isNumber || spn > lastSpn)
+        return problems.add(sectionLine, QStringLiteral("SPN (BA_) out of range"));
+    refer(number, name, QStringLiteral("SPN (BA_)"), [spn](DbcSignal& signal) {
+        if (spn != 0) // 0 is the usual default, for signals without one
+            signal.spn = spn;
+    });
+}
+
+/// Calls \a apply with a signal when all messages are known, since sections may come in any order.
+/// An unknown signal is a problem that begins with the name of the \a section.
+void DbcParser::refer(quint32 number, const QString& name, const QString& section,
+                      const std::function<void(DbcSignal&)>& apply)
+{
+    references.append([=, line = sectionLine] {
+        DbcSignal* const signal = find(number, name);
+        if (signal != nullptr)
+            apply(*signal);
+        else if (number != independentSignals && !refusedSignals.contains({number, name}))
+            problems.add(line, section + QStringLiteral(" of an unknown signal"));
+    });
+}
+
+/// The messages in the order of the file. Messages with 29-bit ids follow the rules of \a given,
+/// or those that the file declares. What is assumed instead of that is told in \a note.
+QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QString& note)
+{
+    QVector<MessageDescription> described;
+    int extendedMessages = 0;
+    for (DbcMessage& message : dbcMessages) {
+        message.name = longNames.value(message.number, message.name);
+        extendedMessages += message.extended ? 1 : 0;
+        message.protocol =
+            message.extended ? protocolOf(message, file.protocol) : Protocol::CANopen;
+        described.append({message, resolveMultiplexing(message.dbcSignals, problems)});
+    }
+    const int assumed = assumedJ1939 + assumedPlain;
+    if (assumed > 0)
+        note =
+            QStringLiteral("%1: does not declare whether %2 of its %3 message(s) with 29-bit ids "
+                           "are J1939; %4 with source address 254 taken as J1939, %5 matched by "
+                           "the exact id (--j1939 or --plain instead of --dbc decides otherwise)")
+                .arg(file.fileName)
+                .arg(assumed)
+                .arg(extendedMessages)
+                .arg(assumedJ1939)
+                .arg(assumedPlain);
+    return described;
+}
+
+/// Whether frames of a message with a 29-bit id are matched by its PGN.
+Protocol DbcParser::protocolOf(const DbcMessage& message, const std::optional<Protocol>& given)
+{
+    if (given)
+        return *given;
+    std::optional<bool> isJ1939 = attributes.isJ1939(message.number);
+    if (!isJ1939)
+        isJ1939 = attributes.isJ1939();
+    if (!isJ1939) {
+        isJ1939 = sourceAddressOf(message.id) == nullAddress;
+        ++(*isJ1939 ? assumedJ1939 : assumedPlain);
+    }
+    return *isJ1939 ? Protocol::J1939 : Protocol::CANopen;
 }
 
 } // namespace
 
-void DbcReader::readLine(qint64 number, const QByteArray& bytes)
+ReadDescription parseDbc(const QByteArray& content, const DescriptionFile& file)
 {
-    const QString line = textOf(bytes);
-    const QString keyword = textBegunInLine == 0 ? keywordOf(line) : QString();
-    if (keyword == QLatin1String("BO_"))
-        readMessage(number, line);
-    else if (keyword == QLatin1String("SG_"))
-        readSignal(number, line);
-    else if (keyword == QLatin1String("SIG_VALTYPE_"))
-        readValueType(number, line);
-    else if (keyword == QLatin1String("BA_"))
-        readAttribute(number, line);
-    else
-        skip(number, line);
-}
-
-QVector<MessageDescription> DbcReader::finish()
-{
-    if (textBegunInLine != 0)
-        problems.add(textBegunInLine, QStringLiteral("missing closing quotation mark"));
-    for (MessageDescription& message : messages) {
-        removeSignals(message, [](const auto& signal) { return signal.layout.length == 0; });
-        dropUnclearSignals(message);
-    }
-    return std::move(messages);
-}
-
-void DbcReader::readMessage(qint64 number, const QString& line)
-{
-    MessageDescription message;
-    const bool isIndependent = line.contains(QLatin1String(independentSignals));
-    holder = isIndependent ? SignalHolder::Independent : SignalHolder::None;
-    if (isIndependent)
-        return;
-    const QString error = readDbcMessage(line, message);
-    if (!error.isEmpty()) {
-        problems.add(number, error);
-        return;
-    }
-    message.line = number;
-    messages.append(message);
-    holder = SignalHolder::Message;
-}
-
-void DbcReader::readSignal(qint64 number, const QString& line)
-{
-    if (holder == SignalHolder::Independent)
-        return;
-    if (holder == SignalHolder::None) {
-        problems.add(number, QStringLiteral("signal (SG_) without a message"));
-        return;
-    }
-    SignalDescription signal;
-    const QString error = readDbcSignal(line, messages.last().size, signal);
-    if (!error.isEmpty()) {
-        problems.add(number, error);
-        return;
-    }
-    messages.last().signalDescriptions.append(signal);
-}
-
-QVector<SignalDescription*> DbcReader::find(const QString& dbcId, const QString& signalName)
-{
-    QVector<SignalDescription*> found;
-    MessageDescription wanted;
-    if (!readDbcId(dbcId, wanted))
-        return found;
-    for (MessageDescription& message : messages) {
-        if (message.id != wanted.id || message.extended != wanted.extended)
-            continue;
-        for (SignalDescription& signal : message.signalDescriptions) {
-            if (signal.name == signalName)
-                found += &signal;
-        }
-    }
-    return found;
-}
-
-// These lines follow all messages. Reading the bits of an IEEE number as an integer would give
-// wrong statistics, so a signal of a different length is dropped.
-void DbcReader::readValueType(qint64 number, const QString& line)
-{
-    static const QRegularExpression pattern(
-        QStringLiteral(R"(^\s*SIG_VALTYPE_\s+(\d+)\s+(\w+)\s*:?\s*([0-3])\s*;)"));
-    const QRegularExpressionMatch match = pattern.match(line);
-    if (line.simplified() == QLatin1String("SIG_VALTYPE_"))
-        return; // in the list of keywords at the beginning of the file
-    if (!match.hasMatch()) {
-        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) cannot be parsed"));
-        return;
-    }
-    const auto found = find(match.captured(1), match.captured(2));
-    if (found.isEmpty() && match.captured(1) != QLatin1String(independentId))
-        problems.add(number, QStringLiteral("value type (SIG_VALTYPE_) is for an unknown signal"));
-    const int floatBits[] = {0, 32, 64, 0};
-    for (SignalDescription* signal : found)
-        setFloat(number, floatBits[match.captured(3).toInt()], *signal);
-}
-
-/// Makes \a signal an IEEE number of \a bits, or an integer if \a bits is 0.
-void DbcReader::setFloat(qint64 number, int bits, SignalDescription& signal)
-{
-    signal.layout.isFloat = bits != 0;
-    if (bits == 0 || signal.layout.length == bits)
-        return;
-    signal.layout.length = 0;
-    problems.add(number, QStringLiteral("floating-point signal is not decoded: it is not %1 bits "
-                                        "long")
-                             .arg(bits));
-}
-
-void DbcReader::readAttribute(qint64 number, const QString& line)
-{
-    static const QRegularExpression pattern(
-        QStringLiteral(R"RE(^\s*BA_\s+"SPN"\s+SG_\s+(\d+)\s+(\w+)\s+(\d+)\s*;)RE"));
-    const QRegularExpressionMatch match = pattern.match(line);
-    if (!match.hasMatch() || match.captured(1) == QLatin1String(independentId)) {
-        skip(number, line);
-        return;
-    }
-    constexpr quint32 lastSpn = 0x7FFFF; // 19 bits
-    bool isNumber = false;
-    const quint32 spn = match.captured(3).toUInt(&isNumber);
-    const auto found = find(match.captured(1), match.captured(2));
-    if (found.isEmpty() || !isNumber || spn > lastSpn) {
-        problems.add(number, QStringLiteral("SPN out of range, or no such signal"));
-        return;
-    }
-    for (SignalDescription* signal : found)
-        signal->spn = spn;
-}
-
-void DbcReader::dropUnclearSignals(MessageDescription& message)
-{
-    if (countOf(Multiplexing::Multiplexor, message) == 1 &&
-        countOf(Multiplexing::Nested, message) == 0)
-        return;
-    const auto dependsOnAnother = [](const SignalDescription& signal) {
-        return signal.layout.multiplexing == Multiplexing::Multiplexed ||
-               signal.layout.multiplexing == Multiplexing::Nested;
-    };
-    if (removeSignals(message, dependsOnAnother))
-        problems.add(message.line, QStringLiteral("multiplexed signals of this message are not "
-                                                  "decoded: it needs exactly one multiplexor"));
-}
-
-void DbcReader::skip(qint64 number, const QString& line)
-{
-    if (beginsOrEndsText(line))
-        textBegunInLine = textBegunInLine == 0 ? number : 0;
+    ReadDescription read;
+    read.problems = Problems(file.fileName, QStringLiteral("problem(s) found"));
+    DbcParser parser(content, read.problems);
+    parser.parse();
+    read.messages = parser.messages(file, read.note);
+    if (read.messages.isEmpty())
+        read.error =
+            QStringLiteral("%1: describes no message. Is it a DBC file?").arg(file.fileName);
+    return read;
 }
 
 ReadDescription readDbcFile(const DescriptionFile& file)
 {
     ReadDescription read;
-    read.problems = Problems(file.fileName, QStringLiteral("problem(s) found"));
-    LineReader lines(file.fileName);
-    DbcReader reader(read.problems);
-    for (QByteArray line; lines.readLine(line);)
-        reader.readLine(lines.lineNumber(), line);
-    read.messages = reader.finish();
-    read.error = lines.error();
+    QFile input(file.fileName);
+    const QByteArray content =
+        input.open(QIODevice::ReadOnly) ? input.read(longestFile + 1) : QByteArray();
+    if (input.error() != QFileDevice::NoError)
+        read.error =
+            QStringLiteral("%1: cannot be read: %2").arg(file.fileName, input.errorString());
+    else if (content.size() > longestFile)
+        read.error = QStringLiteral("%1: is longer than %2 MiB. Is it a DBC file?")
+                         .arg(file.fileName)
+                         .arg(longestFile / 1024 / 1024);
+    else
+        read = parseDbc(content, file);
     return read;
 }
 

@@ -5,41 +5,13 @@
 namespace monitor
 {
 
-/// Reads a DBC description line by line: messages (BO_) and their signals (SG_), the signals that
-/// are IEEE numbers (SIG_VALTYPE_), and SPNs (BA_). Everything else is skipped, including texts of
-/// several lines and signals that belong to no message. A line of these kinds that cannot be used
-/// is reported as a problem, and the rest is read. This class is reentrant.
-class DbcReader
-{
-public:
-    explicit DbcReader(Problems& found) : problems(found) {}
+/// Reads the messages of a DBC file from its \a content: messages (BO_), signals (SG_), IEEE
+/// numbers (SIG_VALTYPE_), multiplexing (SG_MUL_VAL_), SPNs and what tells whether frames are
+/// matched as J1939 (BA_). Everything else is skipped, and so is what is not understood, which is a
+/// problem. \a file names the file and says how it is read. Reentrant.
+[[nodiscard]] ReadDescription parseDbc(const QByteArray& content, const DescriptionFile& file);
 
-    /// Reads the line of that \a number, counted from 1.
-    void readLine(qint64 number, const QByteArray& line);
-
-    /// Call this after the last line. Returns the messages in the order of the file.
-    QVector<MessageDescription> finish();
-
-private:
-    /// The owner of the next signals: missing, the last message, or the one of independent signals.
-    enum class SignalHolder { None, Message, Independent };
-
-    void readMessage(qint64 number, const QString& line);
-    void readSignal(qint64 number, const QString& line);
-    void readValueType(qint64 number, const QString& line);
-    void readAttribute(qint64 number, const QString& line);
-    void setFloat(qint64 number, int bits, SignalDescription& signal);
-    QVector<SignalDescription*> find(const QString& dbcId, const QString& signalName);
-    void dropUnclearSignals(MessageDescription& message);
-    void skip(qint64 number, const QString& line);
-
-    Problems& problems;
-    QVector<MessageDescription> messages;
-    SignalHolder holder = SignalHolder::None;
-    qint64 textBegunInLine = 0; // 0: not within a text
-};
-
-/// Reads a DBC file. The node is ignored.
+/// The messages of a DBC file. The node is ignored. A file without messages is an error.
 [[nodiscard]] ReadDescription readDbcFile(const DescriptionFile& file);
 
 } // namespace monitor

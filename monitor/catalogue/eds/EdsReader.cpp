@@ -238,6 +238,29 @@ QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, qu
     return messages;
 }
 
+namespace
+{
+
+/// What the user should know if no message could be read.
+QString noteOnMissingPdos(const EdsDictionary& dictionary, const DescriptionFile& file)
+{
+    int disabled = 0;
+    for (quint32 number = 0; number < pdoCount; ++number) {
+        const auto cobId = dictionary.object(firstCommunication + number, 1);
+        const auto value = cobId ? readEdsNumber(cobId->value.value, *file.node) : std::nullopt;
+        disabled += value && (*value & notValidFlag) != 0 ? 1 : 0;
+    }
+    const QString note = QStringLiteral("%1: describes no PDO that node %2 sends")
+                             .arg(file.fileName)
+                             .arg(*file.node);
+    return disabled == 0
+               ? note
+               : note + QStringLiteral(": %1 TPDOs are disabled by bit 31 of their COB-ID")
+                            .arg(disabled);
+}
+
+} // namespace
+
 ReadDescription readEdsFile(const DescriptionFile& file)
 {
     ReadDescription read;
@@ -248,10 +271,20 @@ ReadDescription readEdsFile(const DescriptionFile& file)
     }
     LineReader lines(file.fileName);
     EdsFile edsFile;
-    for (QByteArray line; lines.readLine(line);)
+    for (QByteArray line; lines.readLine(line);) {
+        if (lines.lineNumber() == 1 && textOf(line).trimmed().startsWith('<')) {
+            read.error = QStringLiteral("%1: is an XML file, such as an XDD, which cannot be read. "
+                                        "Export the device description as EDS or DCF")
+                             .arg(file.fileName);
+            return read;
+        }
         edsFile.readLine(lines.lineNumber(), line, read.problems);
-    read.messages = readTransmitPdos(EdsDictionary(std::move(edsFile)), *file.node, read.problems);
+    }
+    const EdsDictionary dictionary(std::move(edsFile));
+    read.messages = readTransmitPdos(dictionary, *file.node, read.problems);
     read.error = lines.error();
+    if (read.error.isEmpty() && read.messages.isEmpty())
+        read.note = noteOnMissingPdos(dictionary, file);
     return read;
 }
 

@@ -218,8 +218,8 @@ TEST(CommandLine, NodesBelongToDescriptionsInOrder)
 TEST(CommandLine, DescriptionsAndNodesMustComeInPairs)
 {
     EXPECT_EQ(errorOf({"replay", "bus.log"}),
-              QString("replay needs a description of the messages: --dbc FILE.dbc or --eds "
-                      "FILE.eds --node N"));
+              QString("replay needs a description of the messages: --dbc FILE.dbc or --j1939 "
+                      "FILE.dbc or --plain FILE.dbc or --eds FILE.eds --node N"));
     EXPECT_EQ(errorOf({"replay", "bus.log", "--eds", "a.eds"}),
               QString("replay needs --eds FILE.eds --node N in pairs (files: 1, nodes: 0)"));
     EXPECT_EQ(errorOf(live + QStringList{"--node", "5"}),

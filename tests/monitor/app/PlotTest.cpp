@@ -32,7 +32,7 @@ protected:
     MonitorRun plot(const QByteArray& log, const QString& plots) const
     {
         return replay(log,
-                      "BO_ 2364540158 EEC1: 8 X\n"
+                      "BA_ \"ProtocolType\" \"J1939\"; BO_ 2364540158 EEC1: 8 X\n"
                       " SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|0] \"rpm\" X\n",
                       {"--plot", plots});
     }

@@ -7,7 +7,7 @@
 namespace
 {
 
-const QByteArray speedDbc = "BO_ 2364540158 EEC1: 8 Engine\n"
+const QByteArray speedDbc = "BA_ \"ProtocolType\" \"J1939\"; BO_ 2364540158 EEC1: 8 Engine\n"
                             " SG_ EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] \"rpm\" X\n";
 
 using Program = MonitorFiles;
@@ -71,7 +71,7 @@ TEST_F(Program, FramesDecodedAloneAndAsPartOfAMessageCountOnce)
     const MonitorRun run = replay("(1.0) can0 1CECFF05#200A0002FFE0FE00\n"
                                   "(1.1) can0 1CEBFF05#0101020304050607\n"
                                   "(1.2) can0 1CEBFF05#0208090AFFFFFFFF\n",
-                                  "BO_ 2632711936 Packet: 8 X\n"
+                                  "BA_ \"ProtocolType\" \"J1939\"; BO_ 2632711936 Packet: 8 X\n"
                                   " SG_ Number : 0|8@1+ (1,0) [0|255] \"\" X\n"
                                   "BO_ 2566840320 Long: 16 X\n"
                                   " SG_ Value : 64|8@1+ (1,0) [0|255] \"\" X\n",
@@ -128,10 +128,10 @@ TEST_F(Program, CanopenObjectsAreShownByNode)
     EXPECT_EQ(run.diagnostics, QString());
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output.section("\r\n", 1),
-              QString("Speed,canopen,5,2,0,0,-300,0,300,-300,300,0,100,-900,900,0,\r\n"
-                      "Speed,canopen,7,1,0,0,1,1,0,1,1,1,100,1,1,0,\r\n"
-                      "Uptime,canopen,5,2,0,0,-17592186044416,,,,,,,,,,\r\n"
-                      "Uptime,canopen,7,1,0,0,1,,,,,,,,,,\r\n"));
+              QString("Speed,canopen,5,2,0,0,-300,0,300,-300,300,0,100,-900,900,0,,\r\n"
+                      "Speed,canopen,7,1,0,0,1,1,0,1,1,1,100,1,1,0,,\r\n"
+                      "Uptime,canopen,5,2,0,0,-17592186044416,,,,,,,,,,,\r\n"
+                      "Uptime,canopen,7,1,0,0,1,,,,,,,,,,,\r\n"));
 }
 
 // A message of 20 bytes is announced. The signal is in bytes 15 and 16, in the third packet.
@@ -163,10 +163,10 @@ TEST_F(Program, ConfigurationScalesAndRatesButOptionsTakePrecedence)
     const QStringList arguments{"replay", log,        "--eds", eds,        "--node",
                                 "5",      "--config", config,  "--format", "csv"};
     EXPECT_EQ(runMonitor(arguments).output.section("\r\n", 1, 1),
-              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,100,1.5,2.5,0,rpm"));
+              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,100,1.5,2.5,0,rpm,"));
     EXPECT_EQ(runMonitor(arguments + QStringList{"--k", "0", "--limits", "Speed=0:2"})
                   .output.section("\r\n", 1, 1),
-              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm"));
+              QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm,"));
 }
 
 TEST_F(Program, LastMatchingPatternDecidesWhetherValuesAreReserved)
@@ -213,6 +213,68 @@ TEST_F(Program, MalformedDescriptionLinesAreReportedWithFileAndLine)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.diagnostics.startsWith(path("bus.dbc") + ":3: "))
         << run.diagnostics.toStdString();
+}
+
+TEST_F(Program, AssumedFrameFormatIsSaidOnceAndCanBeGiven)
+{
+    const QString log = write("bus.log", "(1.0) can0 18FEF107#FF00000000000000\n"
+                                         "(1.1) can0 18FEF1FE#FE00000000000000\n");
+    const QString dbc = write("bus.dbc", "BO_ 2566844926 Speed: 8 X\n"
+                                         " SG_ Speed : 0|8@1+ (1,0) [0|250] \"\" X\n"
+                                         "BO_ 2566844167 Other: 8 X\n");
+    const auto rowsBy = [&](const QString& option) {
+        const MonitorRun run = runMonitor({"replay", log, option, dbc, "--format", "csv"});
+        EXPECT_EQ(run.diagnostics.count("does not declare"), option == "--dbc" ? 1 : 0);
+        QStringList rows = run.output.split("\r\n");
+        rows.removeFirst();
+        return rows.join('\n');
+    };
+    EXPECT_EQ(rowsBy("--dbc"), rowsBy("--j1939"));
+    EXPECT_TRUE(rowsBy("--j1939").startsWith("Speed,j1939,7,0,"));
+    EXPECT_TRUE(rowsBy("--j1939").contains("\nSpeed,j1939,254,0,"));
+    EXPECT_TRUE(rowsBy("--plain").startsWith("Speed,canopen,,1,"));
+    EXPECT_EQ(runMonitor({"replay", log, "--dbc", dbc, "--plain", dbc, "--format", "csv"}).output,
+              runMonitor({"replay", log, "--plain", dbc, "--format", "csv"}).output);
+}
+
+TEST_F(Program, SecondMessageOfAnIdInAnotherFileIsAWarning)
+{
+    const QString log = write("bus.log", "(1.0) can0 123#0102\n");
+    const QString first = write("a.dbc", "BO_ 291 A: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
+    const QString second = write("b.dbc", "\nBO_ 291 B: 8 X\n SG_ S : 8|8@1+ (1,0) [0|0] \"\" X\n");
+    const MonitorRun run = runMonitor({"replay", log, "--dbc", first, "--dbc", second});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.diagnostics.startsWith(second +
+                                           ":2: message \"B\" is not decoded: it has the id "
+                                           "of \"A\" of " +
+                                           first + "\n"))
+        << run.diagnostics.toStdString();
+    EXPECT_EQ(run.output.count("\nS "), 1);
+}
+
+TEST_F(Program, NewestValueIsShownWithItsText)
+{
+    const QByteArray dbc = "BO_ 291 Gearbox: 1 X\n SG_ Gear : 0|4@1- (2,0) [0|0] \"\" X\n"
+                           "VAL_ 291 Gear -1 \"Reverse\" 0 \"Neutral\" ;\n";
+    MonitorRun run = replay("(1.0) can0 123#0F\n", dbc);
+    EXPECT_EQ(run.diagnostics, QString());
+    EXPECT_TRUE(run.output.contains(" -2 (Reverse) ")) << run.output.toStdString();
+    run = replay("(1.0) can0 123#0F\n(2.0) can0 123#05\n", dbc, {"--format", "csv"});
+    EXPECT_TRUE(run.output.endsWith(",,\r\n")) << run.output.toStdString();
+}
+
+TEST_F(Program, GuessBetweenMessagesOfAPgnIsSaidOnce)
+{
+    const MonitorRun run =
+        replay("(1.0) can0 0CF00431#FFFFFF2003FFFFFF\n(1.1) can0 0CF00431#FFFFFF2003FFFFFF\n",
+               "BA_ \"ProtocolType\" \"J1939\";\n"
+               "BO_ 2364539904 A: 8 X\n SG_ S : 24|16@1+ (0.125,0) [0|0] \"\" X\n"
+               "BO_ 2364539905 B: 8 X\n SG_ S : 24|16@1+ (0.25,0) [0|0] \"\" X\n");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.diagnostics,
+              QString("PGN 61444 from source 49 was decoded as \"A\", the first of 2 messages with "
+                      "this PGN: none of them is for that source\n"));
+    EXPECT_TRUE(run.output.contains("A.S "));
 }
 
 TEST_F(Program, NothingDecodedIsExitCode1AndNamesBothFiles)

@@ -94,6 +94,26 @@ TEST(Catalogue, AmbiguousNameIsPrefixedWithItsMessage)
               (QStringList{"Message.Speed", "Load", "Other.Speed", "A/B"}));
 }
 
+TEST(Catalogue, MessagesOfOneNameAreToldApartByTheirIds)
+{
+    QVector<MessageDescription> described = twoMessages() + twoMessages();
+    for (int i = 0; i < described.size(); ++i)
+        described[i].id = 0xA0U + static_cast<quint32>(i);
+    described[2].extended = true;
+    described[2].name = "Message";
+    described[3].name = "Third";
+    EXPECT_EQ(namesOf(Catalogue(described)),
+              (QStringList{"Message(0x0A0).Speed", "Message(0x0A0).Load", "Other.Speed",
+                           "Other.A/B", "Message(0x000000A2).Speed", "Message(0x000000A2).Load",
+                           "Third.Speed", "Third.A/B"}));
+}
+
+TEST(Catalogue, SignalsThatNothingTellsApartAreNumbered)
+{
+    EXPECT_EQ(namesOf(Catalogue({messageOf("A", {"V", "W", "V", "V"})})),
+              (QStringList{"A.V", "W", "A.V(2)", "A.V(3)"}));
+}
+
 TEST(Catalogue, SameNameInDifferentNodesNeedsNoPrefix)
 {
     QVector<MessageDescription> described = twoMessages();
@@ -112,6 +132,15 @@ TEST(Catalogue, PatternsMatchWholeNames)
     EXPECT_EQ(chosenBy({"Other.*"}), QStringList{"Other.Speed"});
     EXPECT_EQ(chosenBy({"Lo??", "A/B"}), (QStringList{"Load", "A/B"}));
     EXPECT_EQ(chosenBy({"SPN92"}), QStringList{"Load"});
+}
+
+TEST(Catalogue, PatternsMatchTheShortNameToo)
+{
+    QVector<MessageDescription> described = twoMessages();
+    described[0].signalDescriptions[1].shortName = "Ld";
+    Catalogue catalogue(described);
+    EXPECT_EQ(catalogue.choose({"Ld"}), QString());
+    EXPECT_EQ(namesOf(catalogue, true), QStringList{"Load"});
 }
 
 TEST(Catalogue, PatternThatMatchesNoSignalIsAnError)

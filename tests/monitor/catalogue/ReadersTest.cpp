@@ -8,6 +8,7 @@
 using monitor::DescriptionReader;
 using monitor::descriptionReaders;
 using monitor::findDescriptionReader;
+using monitor::Protocol;
 using monitor::ReadDescription;
 using monitor::readNodeId;
 
@@ -51,7 +52,7 @@ TEST(DescriptionReaders, NonsenseIsReportedAsProblemsInEveryFormat)
 {
     for (const DescriptionReader& reader : descriptionReaders()) {
         const ReadDescription read = readText(reader.name, "BO_ \xFF\n\0[\n", quint8{5});
-        EXPECT_EQ(read.error, QString()) << reader.name;
+        EXPECT_TRUE(read.error.isEmpty() || read.error.endsWith("Is it a DBC file?"));
         EXPECT_GE(read.problems.count(), 1) << reader.name;
         EXPECT_TRUE(read.problems.total().contains("problem(s) found")) << reader.name;
         EXPECT_TRUE(read.messages.isEmpty()) << reader.name;
@@ -78,6 +79,43 @@ TEST(DescriptionReaders, EdsFileYieldsThePdosOfTheNode)
     const ReadDescription nodeless = readText("eds", eds, std::nullopt);
     EXPECT_TRUE(nodeless.error.endsWith(": no node id given"));
     EXPECT_TRUE(nodeless.messages.isEmpty());
+}
+
+TEST(DescriptionReaders, DbcCanBeReadAsJ1939OrPlain)
+{
+    const char* text = "BO_ 2364539904 A: 8 X\nBO_ 2364540158 B: 8 X\n";
+    const QVector<std::pair<const char*, QVector<Protocol>>> expected{
+        {"dbc", {Protocol::CANopen, Protocol::J1939}},
+        {"j1939", {Protocol::J1939, Protocol::J1939}},
+        {"plain", {Protocol::CANopen, Protocol::CANopen}}};
+    for (const auto& [name, protocols] : expected) {
+        const ReadDescription read = readText(name, text, std::nullopt);
+        ASSERT_EQ(read.messages.size(), 2);
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(read.messages.at(i).protocol, protocols.at(i)) << name;
+    }
+}
+
+TEST(DescriptionReaders, EdsSaysThatAllItsPdosAreDisabled)
+{
+    QByteArray eds;
+    for (const char* index : {"1800", "1801", "19FF"})
+        eds += QByteArray("[") + index + "sub1]\nDefaultValue=$NODEID+0x80000180\n";
+    ReadDescription read = readText("eds", eds, quint8{5});
+    EXPECT_EQ(read.error, QString());
+    EXPECT_TRUE(read.note.endsWith(": describes no PDO that node 5 sends: 3 TPDOs are disabled by "
+                                   "bit 31 of their COB-ID"))
+        << read.note.toStdString();
+    read = readText("eds", "[2000]\nParameterName=Byte\n", quint8{5});
+    EXPECT_TRUE(read.note.endsWith(": describes no PDO that node 5 sends"));
+}
+
+TEST(DescriptionReaders, XddIsRefusedByName)
+{
+    const ReadDescription read =
+        readText("eds", "<?xml version=\"1.0\"?>\n<ISO15745ProfileContainer>\n", quint8{5});
+    EXPECT_TRUE(read.error.contains("XDD")) << read.error.toStdString();
+    EXPECT_EQ(read.problems.count(), 0);
 }
 
 TEST(NodeId, IsDecimalOrHexadecimalFrom1To127)

@@ -99,7 +99,8 @@ TEST(JsonOutput, HasExactlyTheDocumentedMembers)
                              {"lowerThreshold", 0.1 + 0.2},
                              {"upperThreshold", -0.125},
                              {"deviators", 2},
-                             {"unit", "rpm"}};
+                             {"unit", "rpm"},
+                             {"newestText", QJsonValue::Null}};
     ASSERT_EQ(json.value("signals").toArray().size(), 1);
     EXPECT_EQ(json.value("signals").toArray().at(0).toObject(), signal);
 }
@@ -108,9 +109,10 @@ TEST(JsonOutput, MissingValuesAreNull)
 {
     const QJsonObject json = parsed(monitor::formatJson(snapshotOf({empty()})));
     const QJsonObject signal = json.value("signals").toArray().at(0).toObject();
-    EXPECT_EQ(signal.size(), 17);
-    for (const char* name : {"source", "newest", "average", "deviation", "minimum", "maximum",
-                             "median", "rating", "lowerThreshold", "upperThreshold", "deviators"})
+    EXPECT_EQ(signal.size(), 18);
+    for (const char* name :
+         {"source", "newest", "average", "deviation", "minimum", "maximum", "median", "rating",
+          "lowerThreshold", "upperThreshold", "deviators", "newestText"})
         EXPECT_TRUE(signal.value(QLatin1String(name)).isNull()) << name;
     EXPECT_EQ(signal.value("kind"), QJsonValue("canopen"));
     EXPECT_EQ(signal.value("count"), QJsonValue(0));
@@ -154,11 +156,24 @@ TEST(JsonOutput, TextsAreEscaped)
 
 TEST(CsvOutput, HasTheSameFieldsAsJson)
 {
-    EXPECT_EQ(monitor::formatCsv(snapshotOf({measured()})),
-              QString("name,kind,source,count,notAvailable,error,newest,average,deviation,minimum,"
-                      "maximum,median,rating,lowerThreshold,upperThreshold,deviators,unit\r\n"
-                      "EngineSpeed,j1939,49,5,7,9,14,16.1,0.3333333333333333,-12,1e+21,5e-324,73,"
-                      "0.30000000000000004,-0.125,2,rpm\r\n"));
+    EXPECT_EQ(
+        monitor::formatCsv(snapshotOf({measured()})),
+        QString("name,kind,source,count,notAvailable,error,newest,average,deviation,minimum,"
+                "maximum,median,rating,lowerThreshold,upperThreshold,deviators,unit,newestText\r\n"
+                "EngineSpeed,j1939,49,5,7,9,14,16.1,0.3333333333333333,-12,1e+21,5e-324,73,"
+                "0.30000000000000004,-0.125,2,rpm,\r\n"));
+}
+
+TEST(PrintedOutputs, MeaningOfTheNewestValueIsNextToIt)
+{
+    SignalStatistics statistics = measured();
+    statistics.newestMeaning = "On, fast";
+    const QJsonObject json = parsed(monitor::formatJson(snapshotOf({statistics})));
+    const QJsonObject signal = json.value("signals").toArray().at(0).toObject();
+    EXPECT_EQ(signal.value("newest"), QJsonValue(14));
+    EXPECT_EQ(signal.value("newestText"), QJsonValue("On, fast"));
+    EXPECT_TRUE(monitor::formatCsv(snapshotOf({statistics})).endsWith(",rpm,\"On, fast\"\r\n"));
+    EXPECT_EQ(monitor::statisticsCells(statistics).at(3), QString("14 (On, fast)"));
 }
 
 TEST(CsvOutput, MissingValuesAreEmptyAndTextsAreQuotedIfNeeded)
@@ -167,7 +182,7 @@ TEST(CsvOutput, MissingValuesAreEmptyAndTextsAreQuotedIfNeeded)
     statistics.name = "a,\"b\"";
     statistics.unit = "m\r\ns";
     EXPECT_EQ(monitor::formatCsv(snapshotOf({statistics})).section("\r\n", 1),
-              QString("\"a,\"\"b\"\"\",canopen,,0,0,1,,,,,,,,,,,\"m\r\ns\"\r\n"));
+              QString("\"a,\"\"b\"\"\",canopen,,0,0,1,,,,,,,,,,,\"m\r\ns\",\r\n"));
 }
 
 TEST(TableOutput, TransportCountsAreShownUnlessAllAreZero)

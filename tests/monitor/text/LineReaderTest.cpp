@@ -66,7 +66,7 @@ TEST(Problems, KeepsTheFirstFewAndCountsAll)
     EXPECT_EQ(problems.count(), 1000);
     EXPECT_EQ(problems.lines().size(), Problems::maxKept);
     EXPECT_EQ(problems.lines().mid(0, 2), (QStringList{"bus.log:1: odd", "bus.log:2: odd"}));
-    EXPECT_EQ(problems.total(), QString("bus.log: 1000 are odd"));
+    EXPECT_EQ(problems.total(), QString("bus.log: 1000 are odd, of which 10 are shown"));
 }
 
 TEST(Problems, IsEmptyWithoutProblems)

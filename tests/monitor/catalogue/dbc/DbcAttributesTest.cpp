@@ -2,6 +2,31 @@
 
 #include <gtest/gtest.h>
 
+using monitor::Protocol;
+
+namespace
+{
+
+const QByteArray definition =
+    "BA_DEF_ BO_ \"VFrameFormat\" ENUM \"StandardCAN\",\"ExtendedCAN\",\"reserved\",\"J1939PG\";\n";
+
+QByteArray frameFormat(const QByteArray& value)
+{
+    return "BA_ \"VFrameFormat\" BO_ 2364540158 " + value + ";\n";
+}
+
+/// How the message of 29 bits is matched, whose source address is that placeholder or not.
+Protocol protocolIn(const QByteArray& attributes, bool hasPlaceholder = true)
+{
+    const QByteArray message = hasPlaceholder ? messageLine : "BO_ 2364539904 EEC1: 8 Engine";
+    const Dbc dbc = readDbc(message + "\n" + attributes);
+    EXPECT_EQ(dbc.warnings, QString());
+    EXPECT_EQ(dbc.messages.size(), 1);
+    return dbc.messages.value(0).protocol;
+}
+
+} // namespace
+
 TEST(DbcAttributes, FloatingPointSignalsAreMarked)
 {
     const Dbc dbc = readDbcSignal(" SG_ F : 0|32@1- (1,0) [0|0] \"\" X\n"
@@ -17,22 +42,26 @@ TEST(DbcAttributes, FloatingPointSignalsAreMarked)
     EXPECT_TRUE(dbc.messages.at(1).signalDescriptions.at(0).layout.isFloat);
 }
 
-TEST(DbcAttributes, FloatingPointSignalOfWrongLengthIsOmittedWithAWarning)
+TEST(DbcAttributes, FloatingPointSignalOfAnotherLengthIsAWholeNumberWithAWarning)
 {
     const Dbc dbc = readDbcSignal(" SG_ F : 0|16@1- (1,0) [0|0] \"\" X\n"
                                   " SG_ I : 32|32@1- (1,0) [0|0] \"\" X\n"
                                   "SIG_VALTYPE_ 2364540158 F : 1;\n"
                                   "SIG_VALTYPE_ 2364540158 I : 2;\n");
-    EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.isEmpty());
-    EXPECT_EQ(dbc.warnings.count("floating-point signal is not decoded: "), 2);
-    EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:4: ")) << dbc.warnings.toStdString();
+    EXPECT_EQ(namesIn(dbc), (QStringList{"F", "I"}));
+    for (const auto& signal : dbc.messages.at(0).signalDescriptions)
+        EXPECT_FALSE(signal.layout.isFloat);
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: signal \"F\" is decoded as a whole number: a "
+                                    "floating-point number has 32 bits, and it has 16\n"
+                                    "x.dbc:5: signal \"I\" is decoded as a whole number: a "
+                                    "floating-point number has 64 bits, and it has 32\n"));
 }
 
 TEST(DbcAttributes, MalformedValueTypeIsAWarning)
 {
     for (const char* line :
          {"SIG_VALTYPE_ 1", "SIG_VALTYPE_ 2364540158 EngineSpeed : 4;",
-          "SIG_VALTYPE_ 2364540158 EngineSpeed : 1", "SIG_VALTYPE_ 1 A : 1;",
+          "SIG_VALTYPE_ 2364540158 EngineSpeed : 1 2;", "SIG_VALTYPE_ 1 A : 1;",
           "SIG_VALTYPE_ 2364540158 Other : 1;", "SIG_VALTYPE_ 99999999999 EngineSpeed : 1;"}) {
         const Dbc dbc = readDbcSignal(signalLine + "\n" + line);
         EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), 1) << line;
@@ -47,8 +76,8 @@ TEST(DbcAttributes, SpnIsAssignedToItsSignal)
                                                "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 524288;\n"
                                                "BA_ \"Other\" SG_ 2364540158 EngineSpeed 92;\n");
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).spn, 190U);
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: SPN out of range, or no such signal\n"
-                                    "x.dbc:5: SPN out of range, or no such signal\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:5: SPN (BA_) out of range\n"
+                                    "x.dbc:4: SPN (BA_) of an unknown signal\n"));
 }
 
 TEST(DbcAttributes, AttributeTextCanSpanSeveralLines)
@@ -56,4 +85,155 @@ TEST(DbcAttributes, AttributeTextCanSpanSeveralLines)
     const Dbc dbc = readDbc("BA_ \"Note\" \"first\nBO_ 1 Hidden: 8 X\n\";\n" + messageLine);
     EXPECT_EQ(dbc.warnings, QString());
     EXPECT_EQ(dbc.messages.size(), 1);
+}
+
+TEST(DbcAttributes, FrameFormatOfAMessageDeclaresJ1939)
+{
+    EXPECT_EQ(protocolIn(definition + frameFormat("3")), Protocol::J1939);
+    EXPECT_EQ(protocolIn(frameFormat("3") + definition), Protocol::J1939);
+    EXPECT_EQ(protocolIn(definition + frameFormat("\"J1939PG\"")), Protocol::J1939);
+    EXPECT_EQ(protocolIn(definition + frameFormat("1")), Protocol::CANopen);
+    EXPECT_EQ(protocolIn(definition + frameFormat("9")), Protocol::CANopen);
+}
+
+TEST(DbcAttributes, DefaultOfTheFrameFormatCountsForMessagesWithoutIt)
+{
+    const QByteArray j1939 = "BA_DEF_DEF_ \"VFrameFormat\" \"J1939PG\";\n";
+    EXPECT_EQ(protocolIn(definition + j1939, false), Protocol::J1939);
+    EXPECT_EQ(protocolIn(definition + j1939 + frameFormat("1")), Protocol::CANopen);
+    EXPECT_EQ(protocolIn(definition + "BA_DEF_DEF_ \"VFrameFormat\" \"ExtendedCAN\";"),
+              Protocol::CANopen);
+    EXPECT_EQ(protocolIn(definition + "BA_DEF_DEF_ \"VFrameFormat\" \"\";"), Protocol::CANopen);
+    EXPECT_EQ(protocolIn(definition), Protocol::CANopen);
+}
+
+TEST(DbcAttributes, FrameFormatIsNamedByItsOwnDefinition)
+{
+    const QByteArray other = "BA_DEF_ BO_ \"VFrameFormat\" ENUM \"StandardCAN\",\"J1939PG\",\"x\","
+                             "\"reserved\";\n";
+    EXPECT_EQ(protocolIn(other + frameFormat("1")), Protocol::J1939);
+    EXPECT_EQ(protocolIn(other + frameFormat("3")), Protocol::CANopen);
+    const QByteArray number = "BA_DEF_ BO_ \"VFrameFormat\" INT 0 15;\n";
+    EXPECT_EQ(protocolIn(number + frameFormat("3")), Protocol::J1939);
+    EXPECT_EQ(protocolIn(number + frameFormat("1")), Protocol::CANopen);
+    EXPECT_EQ(protocolIn(number + "BA_DEF_DEF_ \"VFrameFormat\" 3;"), Protocol::J1939);
+}
+
+TEST(DbcAttributes, ProtocolTypeCountsWhereNoFrameFormatIsDefined)
+{
+    const QByteArray type = "BA_DEF_ \"ProtocolType\" STRING ;\n";
+    EXPECT_EQ(protocolIn(type + "BA_ \"ProtocolType\" \"J1939\";", false), Protocol::J1939);
+    EXPECT_EQ(protocolIn(type + "BA_ \"ProtocolType\" \"j1939\";", false), Protocol::J1939);
+    EXPECT_EQ(protocolIn(type + "BA_DEF_DEF_ \"ProtocolType\" \"J1939\";", false), Protocol::J1939);
+    EXPECT_EQ(protocolIn(type + "BA_ \"ProtocolType\" \"ISO\";"), Protocol::CANopen);
+    EXPECT_EQ(protocolIn(definition + type + "BA_ \"ProtocolType\" \"J1939\";"), Protocol::CANopen);
+    EXPECT_EQ(protocolIn(type + "BA_DEF_DEF_ \"ProtocolType\" \"\";"), Protocol::J1939);
+    EXPECT_EQ(protocolIn(type + "BA_DEF_DEF_ \"ProtocolType\" \"\";", false), Protocol::CANopen);
+}
+
+TEST(DbcAttributes, MessagesOf11BitsAreNeverJ1939)
+{
+    const Dbc dbc = readDbc(
+        definition + "BA_DEF_DEF_ \"VFrameFormat\" \"J1939PG\";\nBO_ 254 A: 8 N", Protocol::J1939);
+    EXPECT_EQ(dbc.messages.at(0).protocol, Protocol::CANopen);
+}
+
+TEST(DbcAttributes, WithoutADeclarationThePlaceholderDecidesAndTheFileIsSaidToAssumeIt)
+{
+    const Dbc dbc =
+        readDbc(messageLine + "\nBO_ 2364539904 A: 8 N\nBO_ 2364539905 B: 8 N\nBO_ 5 C: "
+                              "8 N\n");
+    EXPECT_EQ(dbc.messages.at(0).protocol, Protocol::J1939);
+    EXPECT_EQ(dbc.messages.at(1).protocol, Protocol::CANopen);
+    EXPECT_EQ(dbc.note,
+              QString("x.dbc: does not declare whether 3 of its 3 message(s) with 29-bit "
+                      "ids are J1939; 1 with source address 254 taken as J1939, 2 matched by "
+                      "the exact id (--j1939 or --plain instead of --dbc decides "
+                      "otherwise)"));
+    EXPECT_EQ(readDbc(definition + messageLine).note, QString());
+    EXPECT_EQ(readDbc("BO_ 5 C: 8 N\n").note, QString());
+}
+
+TEST(DbcAttributes, GivenProtocolReplacesTheDeclaredOne)
+{
+    const Dbc plain = readDbc(definition + frameFormat("3") + messageLine, Protocol::CANopen);
+    EXPECT_EQ(plain.messages.at(0).protocol, Protocol::CANopen);
+    const Dbc j1939 = readDbc("BO_ 2364539904 A: 8 N\n", Protocol::J1939);
+    EXPECT_EQ(j1939.messages.at(0).protocol, Protocol::J1939);
+    EXPECT_EQ(j1939.note, QString());
+}
+
+TEST(DbcAttributes, MayPrecedeTheirSignals)
+{
+    const Dbc dbc =
+        readDbc("BA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n"
+                "SG_MUL_VAL_ 2364540158 EngineSpeed Page 1-2;\n"
+                "SIG_VALTYPE_ 2364540158 Page : 1;\n" +
+                messageLine + " SG_ Page M : 32|32@1+ (1,0) [0|0] \"\" X\n" + signalLine);
+    EXPECT_EQ(dbc.warnings, QString());
+    ASSERT_EQ(namesIn(dbc), (QStringList{"Page", "EngineSpeed"}));
+    EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.at(0).layout.isFloat);
+    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(1).spn, 190U);
+    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(1).multiplexing.multiplexor, 0);
+}
+
+TEST(DbcAttributes, OfARefusedSignalAreNotAnotherWarning)
+{
+    const Dbc dbc = readDbcSignal(" SG_ Vin : 0|136@1+ (1,0) [0|0] \"\" X\n"
+                                  "BA_ \"SPN\" SG_ 2364540158 Vin 237;\n");
+    EXPECT_EQ(dbc.warnings.count('\n'), 1);
+}
+
+TEST(DbcAttributes, LongNamesReplaceTheShortOnes)
+{
+    const Dbc dbc = readDbcSignal(
+        signalLine +
+        "\nBA_ \"SystemMessageLongSymbol\" BO_ 2364540158 \"ElectronicEngine\";\n"
+        "BA_ \"SystemSignalLongSymbol\" SG_ 2364540158 EngineSpeed \"SpeedOfTheEngine\";\n"
+        "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n");
+    EXPECT_EQ(dbc.warnings, QString());
+    EXPECT_EQ(dbc.messages.at(0).name, QString("ElectronicEngine"));
+    const auto& signal = dbc.messages.at(0).signalDescriptions.at(0);
+    EXPECT_EQ(signal.name, QString("SpeedOfTheEngine"));
+    EXPECT_EQ(signal.shortName, QString("EngineSpeed"));
+    EXPECT_EQ(signal.spn, 190U);
+}
+
+TEST(DbcValueTexts, BelongToRawValues)
+{
+    const Dbc dbc = readDbcSignal(
+        " SG_ U : 0|2@1+ (0.5,1) [0|0] \"\" X\n"
+        " SG_ S : 8|8@1- (1,0) [0|0] \"\" X\n"
+        " SG_ L : 0|64@1+ (1,0) [0|0] \"\" X\n"
+        "VAL_ 2364540158 U 3 \"not\n available\" 0 \"off\" 4 \"never\" -1 \"never\" ;\n"
+        "VAL_ 2364540158 S -128 \"lowest\" -1 \"minus\" 127 \"highest\" 255 \"never\";\n"
+        "VAL_ 2364540158 L 18446744073709551615 \"highest\";\n"
+        "VAL_ EnvironmentVariable 0 \"x\";\n");
+    EXPECT_EQ(dbc.warnings, QString());
+    const auto& found = dbc.messages.at(0).signalDescriptions;
+    using Texts = QHash<quint64, QString>;
+    EXPECT_EQ(found.at(0).valueTexts, (Texts{{3, "not available"}, {0, "off"}}));
+    EXPECT_EQ(found.at(1).valueTexts,
+              (Texts{{0x80, "lowest"}, {0xFF, "minus"}, {0x7F, "highest"}}));
+    EXPECT_EQ(found.at(2).valueTexts, (Texts{{~quint64{0}, "highest"}}));
+}
+
+TEST(DbcValueTexts, MayComeFromATableAndBeEmpty)
+{
+    const Dbc dbc = readDbcSignal(signalLine + "\nVAL_ 2364540158 EngineSpeed Switch ;\n"
+                                               "VAL_TABLE_ Switch 1 \"on\" 0 \"off\" ;\n");
+    EXPECT_EQ(dbc.warnings, QString());
+    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).valueTexts.value(1), QString("on"));
+    EXPECT_EQ(readDbcSignal(signalLine + "\nVAL_ 2364540158 EngineSpeed ;").warnings, QString());
+}
+
+TEST(DbcValueTexts, ThatCannotBeUnderstoodAreAWarning)
+{
+    for (const char* line :
+         {"VAL_ 2364540158 EngineSpeed 0 1 ;", "VAL_ 2364540158 EngineSpeed \"x\";",
+          "VAL_ 2364540158", "VAL_ 1 EngineSpeed 0 \"x\";", "VAL_ 2364540158 Other 0 \"x\";"}) {
+        const Dbc dbc = readDbcSignal(signalLine + "\n" + line + "\nCM_ \"x\";");
+        EXPECT_TRUE(dbc.warnings.startsWith("x.dbc:3: value texts (VAL_)")) << line;
+        EXPECT_EQ(dbc.warnings.count('\n'), 1) << line;
+    }
 }

@@ -7,19 +7,15 @@
 struct Dbc {
     QVector<monitor::MessageDescription> messages;
     QString warnings;
+    QString note;
+    QString error;
 };
 
-inline Dbc readDbc(const QByteArray& content)
+inline Dbc readDbc(const QByteArray& content, std::optional<monitor::Protocol> protocol = {})
 {
-    Dbc dbc;
-    monitor::Problems problems("x.dbc");
-    monitor::DbcReader reader(problems);
-    qint64 number = 0;
-    for (const QByteArray& line : content.split('\n'))
-        reader.readLine(++number, line);
-    dbc.messages = reader.finish();
-    dbc.warnings = textOf(problems);
-    return dbc;
+    const monitor::ReadDescription read =
+        monitor::parseDbc(content, {"x.dbc", std::nullopt, protocol});
+    return {read.messages, textOf(read.problems), read.note, read.error};
 }
 
 const QByteArray messageLine = "BO_ 2364540158 EEC1: 8 Engine";
@@ -29,4 +25,13 @@ const QByteArray signalLine =
 inline Dbc readDbcSignal(const QByteArray& line)
 {
     return readDbc(messageLine + "\n" + line);
+}
+
+/// The names of the signals of the first message.
+inline QStringList namesIn(const Dbc& dbc)
+{
+    QStringList names;
+    for (const auto& signal : dbc.messages.value(0).signalDescriptions)
+        names += signal.name;
+    return names;
 }

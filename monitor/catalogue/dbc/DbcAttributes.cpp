@@ -1,0 +1,73 @@
+#include "DbcAttributes.h"
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr char frameFormat[] = "VFrameFormat";
+constexpr char protocolType[] = "ProtocolType";
+
+template <typename Key, typename Value>
+const Value* findIn(const QHash<Key, Value>& hash, const Key& key)
+{
+    const auto found = hash.constFind(key);
+    return found == hash.cend() ? nullptr : &*found;
+}
+
+} // namespace
+
+void DbcAttributes::define(const QString& attribute, const QStringList& texts)
+{
+    definitions.insert(attribute, texts);
+}
+
+void DbcAttributes::setDefault(const QString& attribute, const DbcValue& value)
+{
+    defaults.insert(attribute, value);
+}
+
+void DbcAttributes::setValue(const QString& attribute, const DbcValue& value)
+{
+    values.insert(attribute, value);
+}
+
+void DbcAttributes::setValue(const QString& attribute, quint32 message, const DbcValue& value)
+{
+    messageValues[attribute].insert(message, value);
+}
+
+std::optional<bool> DbcAttributes::isJ1939(quint32 message) const
+{
+    const QString attribute = QString::fromLatin1(frameFormat);
+    const QHash<quint32, DbcValue> ofMessages = messageValues.value(attribute);
+    const auto format = textOf(attribute, findIn(ofMessages, message));
+    if (!format)
+        return std::nullopt;
+    return *format == QLatin1String("J1939PG") || *format == QLatin1String("3");
+}
+
+std::optional<bool> DbcAttributes::isJ1939() const
+{
+    const QString attribute = QString::fromLatin1(protocolType);
+    const auto type = textOf(attribute, findIn(values, attribute));
+    if (!type || type->isEmpty())
+        return std::nullopt;
+    return type->compare(QLatin1String("J1939"), Qt::CaseInsensitive) == 0;
+}
+
+/// The text of \a value, or of the default if it is null. A number is an index into the texts of
+/// the definition, and stays a number without them. Nothing if the attribute is not known.
+std::optional<QString> DbcAttributes::textOf(const QString& attribute, const DbcValue* value) const
+{
+    if (value == nullptr) {
+        value = findIn(defaults, attribute);
+        if (value == nullptr)
+            return definitions.contains(attribute) ? std::optional(QString()) : std::nullopt;
+    }
+    const QStringList texts = definitions.value(attribute);
+    return value->isNumber && !texts.isEmpty() ? texts.value(value->text.toInt()) : value->text;
+}
+
+} // namespace monitor

@@ -1,0 +1,258 @@
+#include "DbcScanner.h"
+
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTextCodec>
+
+#include <algorithm>
+#include <utility>
+
+namespace monitor
+{
+
+namespace
+{
+
+// Those that a section, a message or a signal begins with.
+constexpr const char* keywords[] = {
+    "BA_",
+    "BA_DEF_",
+    "BA_DEF_DEF_",
+    "BA_DEF_DEF_REL_",
+    "BA_DEF_REL_",
+    "BA_DEF_SGTYPE_",
+    "BA_REL_",
+    "BA_SGTYPE_",
+    "BO_",
+    "BO_TX_BU_",
+    "BS_",
+    "BU_",
+    "BU_BO_REL_",
+    "BU_EV_REL_",
+    "BU_SG_REL_",
+    "CAT_",
+    "CAT_DEF_",
+    "CM_",
+    "ENVVAR_DATA_",
+    "EV_",
+    "EV_DATA_",
+    "FILTER",
+    "NS_",
+    "NS_DESC_",
+    "SG_",
+    "SGTYPE_",
+    "SGTYPE_VAL_",
+    "SG_MUL_VAL_",
+    "SIGTYPE_VALTYPE_",
+    "SIG_GROUP_",
+    "SIG_TYPE_REF_",
+    "SIG_VALTYPE_",
+    "VAL_",
+    "VAL_TABLE_",
+    "VERSION",
+};
+
+/// What code page 1252 has at 80 to 9F, where Latin-1 has control characters.
+constexpr char16_t windowsCharacters[] =
+    u"\u20AC\uFFFD\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\uFFFD\u017D"
+    u"\uFFFD\uFFFD\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\uFFFD"
+    u"\u017E\u0178";
+
+QString decodeWindows1252(const QByteArray& content)
+{
+    QString text = QString::fromLatin1(content.constData(), content.size());
+    for (QChar& character : text) {
+        if (character >= QChar(0x80) && character <= QChar(0x9F))
+            character = QChar(windowsCharacters[character.unicode() - 0x80]);
+    }
+    return text;
+}
+
+bool isWordCharacter(QChar character)
+{
+    return character.isLetterOrNumber() || character == '_';
+}
+
+bool isDigit(QChar character)
+{
+    return character >= '0' && character <= '9';
+}
+
+} // namespace
+
+QString decodeDbc(const QByteArray& content)
+{
+    const QTextCodec* const marked = QTextCodec::codecForUtfText(content, nullptr);
+    QTextCodec::ConverterState state;
+    const QString text = (marked != nullptr ? marked : QTextCodec::codecForName("UTF-8"))
+                             ->toUnicode(content.constData(), content.size(), &state);
+    const bool isValid = state.invalidChars + state.remainingChars == 0;
+    return marked != nullptr || isValid ? text : decodeWindows1252(content);
+}
+
+DbcScanner::DbcScanner(QString content) : text(std::move(content))
+{
+    text.replace(QLatin1String("\r\n"), QLatin1String("\n")).replace('\r', '\n');
+}
+
+bool DbcScanner::atEnd()
+{
+    skipBlanks();
+    return position == text.size();
+}
+
+QChar DbcScanner::peek()
+{
+    return atEnd() ? QChar() : text.at(position);
+}
+
+qint64 DbcScanner::line()
+{
+    skipBlanks();
+    return currentLine;
+}
+
+QString DbcScanner::takeWord()
+{
+    return takeWhile(isWordCharacter);
+}
+
+QString DbcScanner::takeName()
+{
+    return isKeyword(peekWord()) ? QString() : takeWord();
+}
+
+QString DbcScanner::peekWord()
+{
+    QString word = takeWord();
+    position -= word.size();
+    return word;
+}
+
+QString DbcScanner::takeDigits()
+{
+    return takeWhile(isDigit);
+}
+
+QString DbcScanner::takeNumber()
+{
+    return takeWhile([](QChar character) {
+        return isWordCharacter(character) || character == '.' || character == '+' ||
+               character == '-';
+    });
+}
+
+bool DbcScanner::take(char symbol)
+{
+    if (peek() != QLatin1Char(symbol))
+        return false;
+    ++position;
+    return true;
+}
+
+std::optional<QString> DbcScanner::takeText()
+{
+    const qint64 begin = line();
+    if (!take('"'))
+        return std::nullopt;
+    QString taken;
+    for (; position < text.size(); ++position) {
+        const QChar character = text.at(position);
+        if (character == '"') {
+            ++position;
+            return taken;
+        }
+        currentLine += character == '\n' ? 1 : 0;
+        const bool isEscaped =
+            character == '\\' && text.midRef(position + 1, 1) == QLatin1String("\"");
+        position += isEscaped ? 1 : 0;
+        taken += text.at(position);
+    }
+    openText = begin;
+    return std::nullopt;
+}
+
+std::optional<QString> DbcScanner::takeUnit()
+{
+    static const QRegularExpression lineStart(QStringLiteral("\\n\\s*(\\w+)"));
+    skipBlanks();
+    const DbcScanner before = *this;
+    const std::optional<QString> unit = takeText();
+    const QString taken = text.mid(before.position, position - before.position);
+    for (auto lines = lineStart.globalMatch(taken); lines.hasNext();) {
+        if (!isKeyword(lines.next().captured(1)))
+            continue;
+        *this = before;
+        position += taken.indexOf('\n');
+        return std::nullopt;
+    }
+    return unit;
+}
+
+void DbcScanner::skipSection()
+{
+    while (!atEnd() && !take(';')) {
+        const bool isFirst = isFirstInLine();
+        if (isFirst && isKeyword(peekWord()))
+            return;
+        skipOne();
+    }
+}
+
+void DbcScanner::skipToKeyword()
+{
+    while (!atEnd()) {
+        if (isKeyword(peekWord()))
+            return;
+        skipOne();
+    }
+}
+
+/// Skips a text, a word or a symbol.
+void DbcScanner::skipOne()
+{
+    if (peek() == '"')
+        takeText();
+    else if (takeWord().isEmpty())
+        ++position;
+}
+
+bool DbcScanner::isKeyword(const QString& word)
+{
+    return std::any_of(std::begin(keywords), std::end(keywords),
+                       [&word](const char* keyword) { return word == QLatin1String(keyword); });
+}
+
+void DbcScanner::skipBlanks()
+{
+    for (; position < text.size(); ++position) {
+        const QChar character = text.at(position);
+        if (character == '\n')
+            ++currentLine;
+        else if (character == '/' && text.midRef(position + 1, 1) == QLatin1String("/"))
+            position = std::min<uint>(text.indexOf('\n', position), text.size()) - 1;
+        else if (!character.isSpace() && character != QChar(0xFEFF))
+            return;
+    }
+}
+
+/// Whether only blanks precede the next character in its line.
+bool DbcScanner::isFirstInLine() const
+{
+    for (int i = position - 1; i >= 0 && text.at(i) != '\n'; --i) {
+        if (!text.at(i).isSpace())
+            return false;
+    }
+    return true;
+}
+
+template <typename Predicate>
+QString DbcScanner::takeWhile(Predicate belongs)
+{
+    skipBlanks();
+    const int begin = position;
+    while (position < text.size() && belongs(text.at(position)))
+        ++position;
+    return text.mid(begin, position - begin);
+}
+
+} // namespace monitor
