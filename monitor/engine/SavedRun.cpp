@@ -65,7 +65,8 @@ void writeDescription(QDataStream& stream, const CatalogueSignal& description)
            << description.layout.isFloat << description.layout.passThrough
            << description.scaling.factor << description.scaling.offset
            << description.layout.datatype.has_value()
-           << static_cast<quint32>(description.layout.datatype.value_or(CAN::CANopenDataType::None))
+           << static_cast<quint32>(
+                  description.layout.datatype.value_or(CAN::CANopenDataType::Unspecified))
            << description.rules.limits.has_value();
     const ValueRange limits = description.rules.limits.value_or(ValueRange{0, 0});
     stream << limits.lowest << limits.highest;

@@ -54,7 +54,7 @@ TEST(CANopenDataType, EnumeratorsHaveTheIndicesOfCiA301)
     using Type = CAN::CANopenDataType;
     static_assert(std::is_same_v<std::underlying_type_t<Type>, quint32>);
     const std::pair<Type, quint32> indices[] = {
-        {Type::None, 0x0000},         {Type::BOOLEAN, 0x0001},
+        {Type::Unspecified, 0x0000},  {Type::BOOLEAN, 0x0001},
         {Type::INTEGER8, 0x0002},     {Type::INTEGER16, 0x0003},
         {Type::INTEGER32, 0x0004},    {Type::UNSIGNED8, 0x0005},
         {Type::UNSIGNED16, 0x0006},   {Type::UNSIGNED32, 0x0007},

@@ -5,13 +5,13 @@
 namespace CAN
 {
 
-/// The data type of a CANopen object: the index of its entry in the data type area of the object
-/// dictionary, under the name that CiA 301 (section "Data type entry usage") gives it.
+/// The data type of a CANopen object: its index in the data type area of the object dictionary.
+/// The names in capitals are those of CiA 301 (section "Data type entry usage").
 ///
-/// Any 32-bit code may be held, also one that has no enumerator: codes come from device
-/// descriptions as bare numbers. The indices 14 and 23 are reserved by CiA 301.
+/// An object of this type may have any 32-bit value, with or without an enumerator, because device
+/// descriptions give data types as numbers. CiA 301 reserves the indices 14 and 23.
 enum class CANopenDataType : quint32 {
-    None = 0, ///< no data type given
+    Unspecified = 0, ///< no data type given
     BOOLEAN = 1,
     INTEGER8 = 2,
     INTEGER16 = 3,
