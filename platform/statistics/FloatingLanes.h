@@ -4,10 +4,10 @@
 
 #include <QtCore/QList>
 
-/// The sums of a list of ordinary values, formed by the same steps as OrdinaryFloatingSums in lanes
-/// that do not wait for each other, without a branch, so that compilers make vector instructions of
-/// them. Whether the values were ordinary turns out at the end: then nothing has been left out. A
-/// value that is not finite leaves a remainder that is not a number.
+/// The sums of a list of ordinary values, in lanes that are independent of each other and without
+/// branches, so that compilers use vector instructions. Each lane takes the same steps as
+/// OrdinaryFloatingSums. If nothing was left out in the end, all values were ordinary. NaN and
+/// infinities make what was left out NaN.
 class FloatingLanes
 {
 public:
@@ -15,7 +15,7 @@ public:
 
     explicit FloatingLanes(double first) : anchor(first) {}
 
-    /// Adds a value to each lane. The anchor itself adds nothing.
+    /// Adds a value to each lane. A value equal to the anchor changes nothing.
     template <bool withSquares, typename Values>
     void add(Values values)
     {
@@ -37,7 +37,8 @@ public:
         }
     }
 
-    /// Adds the sums of all lanes to \a sums. Returns what is left out of them, 0 if nothing.
+    /// Adds the sums of all lanes to \a sums. Returns the magnitude of what was left out, 0 if
+    /// nothing.
     double addTo(OrdinaryFloatingSums& sums) const
     {
         double allLeftOut = 0;
@@ -54,8 +55,8 @@ private:
     double squares[laneCount] = {}, squaresRest[laneCount] = {};
 };
 
-/// The lanes of \a passes times a value for each, from \a value on. In a function of its own they
-/// stay in registers.
+/// Returns the lanes after \a passes, each of which adds one value to each lane, starting at
+/// \a value. A separate function, so that the lanes stay in registers.
 template <bool withSquares, typename Iterator>
 Q_NEVER_INLINE FloatingLanes lanesOf(Iterator value, int passes, double anchor)
 {
@@ -67,8 +68,8 @@ Q_NEVER_INLINE FloatingLanes lanesOf(Iterator value, int passes, double anchor)
     return lanes;
 }
 
-/// Fills \a sums, which are empty, with those of \a values, and returns whether all of these are
-/// ordinary. Without squares only the mean may be asked for.
+/// Adds \a values to \a sums, which must be empty, and returns whether all values are ordinary; if
+/// not, the sums are useless. If \a withSquares is false, only mean() may be called on them.
 template <bool withSquares, typename N>
 bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
 {
@@ -79,8 +80,8 @@ bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
     sums.anchor = static_cast<double>(values.constFirst());
     double leftOut = 0;
     auto value = values.constBegin();
-    // The rests of a lane's squares are not evened out with every value, so a lane ends before they
-    // grow long enough for their own roundings to count.
+    // The rests of the squares in a lane are not normalised after every value. A lane ends before
+    // they grow so large that their own rounding errors matter.
     constexpr int passesOfALane = 1000;
     for (int left = values.size() / FloatingLanes::laneCount; left > 0; left -= passesOfALane) {
         const int passes = std::min(left, passesOfALane);
@@ -93,7 +94,7 @@ bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
     FloatingLanes lanes(sums.anchor);
     lanes.add<withSquares>(last.cbegin());
     leftOut += lanes.addTo(sums);
-    // Between these limits no square overflows, and those too small for a double do not count.
+    // Between these limits no square overflows, and squares that underflow do not matter.
     const bool squaresAreRight = sums.squares > 0x1p-900 && sums.squares < 0x1p896;
     constexpr double limit = 0x1p900; // no count of anchors overflows
     return leftOut == 0 && std::fabs(sums.anchor) < limit && (!withSquares || squaresAreRight);

@@ -9,23 +9,24 @@
 
 /// Count, sum and sum of squares of finite doubles.
 ///
-/// Both are of the distances from the first value. The sum is a chain of doubles, each holding what
-/// rounding left out of the one before it; it is exact as long as the chain is long enough, which
-/// two doubles nearly always are. The squares are kept in two doubles. The first value being one
-/// of the values, the square of its distance from the mean is at most the count times the variance:
-/// however far out it lies, taking that square off again costs no more digits than the count has,
-/// and two doubles have them to spare.
+/// Both are sums of distances from the first value, the anchor. The sum is a chain of doubles, each
+/// of which holds the rounding error of the one before it. It is exact as long as the chain is long
+/// enough; two doubles nearly always are. The squares are kept in two doubles. Since the anchor is
+/// one of the values, the square of its distance from the mean is at most the count times the
+/// variance. So, however far out it lies, subtracting that square loses no more digits than the
+/// count has, and two doubles have digits to spare.
 ///
-/// This is the part that ordinary series need: two links of the chain, and magnitudes whose squares
-/// are doubles. Its operations are branch-free where they can be and fit into registers.
+/// This class is the part that ordinary series need: a chain of two doubles, and magnitudes whose
+/// squares neither overflow nor underflow. Its operations avoid branches and fit into registers.
 class OrdinaryFloatingSums
 {
 public:
-    /// Whether add() and the answers may be used; if not, those of FloatingSums are. An empty
-    /// series is none of the ordinary ones, so these need not look for it.
+    /// Whether the other functions of this class may be used; otherwise FloatingSums must be. An
+    /// empty series is not ordinary, so they need not check for it.
     bool isOrdinary() const { return form == ordinaryForm; }
 
-    /// Adds \a value; false, and nothing is changed, if that takes FloatingSums.
+    /// Adds \a value and returns true. Returns false and changes nothing if that requires
+    /// FloatingSums.
     bool add(double value)
     {
         const DoubleDouble distance = twoDifference(value, anchor);
@@ -43,13 +44,13 @@ public:
         return true;
     }
 
-    /// The same for a value of 24 bits: its distance from another one nearly always is a double.
+    /// The same for a value of 24 bits, whose distance from another one is nearly always a double.
     bool add(float value)
     {
         const DoubleDouble distance = twoDifference(static_cast<double>(value), anchor);
         const DoubleDouble total = twoSum(sum, distance.high);
         const DoubleDouble rest = twoSum(sumRest, total.low);
-        // What is not finite has left a remainder that is not a number.
+        // NaN and infinities have left a NaN.
         if (!isOrdinary() || rest.low != 0 || distance.low != 0)
             return false;
         ++count;
@@ -69,13 +70,14 @@ public:
         return mean.high + (mean.low + meanDistance.low);
     }
 
-    /// Whether two doubles may have too few digits left for \a mean.
+    /// Whether so much has cancelled that two doubles may have too few digits left for \a mean.
     bool hasCancelled(double mean) const { return std::fabs(mean) < std::fabs(anchor) * 0x1p-30; }
 
     double deviation() const { return deviationFrom({sum, sumRest}); }
 
     quint64 count = 0;
-    /// The level (see FloatingSums) and how many links follow the first two. 0 for an empty series.
+    /// The level (see FloatingSums), and in the bits from 8 on the length of the tail. 0 for an
+    /// empty series.
     quint64 form = 0;
     double sum = 0;
     double sumRest = 0;
@@ -89,7 +91,7 @@ public:
 
     static constexpr quint64 ordinaryForm = 1;
 
-    /// Adds a sum of distances. Returns what is left out of it, 0 if nothing.
+    /// Adds a sum of distances. Returns the magnitude of what was left out, 0 if nothing.
     double addDistances(DoubleDouble distances)
     {
         const DoubleDouble total = twoSum(sum, distances.high);
@@ -109,8 +111,8 @@ public:
 
 protected:
     static constexpr double ordinaryLimit = 0x1p450;
-    /// Below it a square may be too small for a double. A series of zeros is ordinary all the same,
-    /// until the first value that is not 0 shows which way it goes.
+    /// Below this limit a square may underflow. A series of zeros is ordinary nevertheless, until
+    /// the first value other than 0.
     static constexpr double tinyLimit = 0x1p-300;
 
     void addSquare(double distance) { addSquares(twoSquare(distance)); }
@@ -121,8 +123,8 @@ protected:
         evenOutSquares(squares, squaresRest + 2 * distance.high * distance.low);
     }
 
-    /// Keeps the rest below the last place of the squares, where its own roundings do not count,
-    /// however often the same square is added.
+    /// Keeps the rest below the last place of the squares, so that its own rounding errors do not
+    /// matter, however often the same square is added.
     void evenOutSquares(double high, double rest)
     {
         const DoubleDouble even = quickTwoSum(high, rest);
@@ -130,13 +132,13 @@ protected:
         squaresRest = even.low;
     }
 
-    /// The deviation, from the sum of the distances.
+    /// Returns the deviation, given the sum of the distances.
     double deviationFrom(DoubleDouble distances) const
     {
         const double n = static_cast<double>(qint64(count));
         const DoubleDouble minuend = timesCount(squares, n);
         const DoubleDouble subtrahend = twoSquare(distances.high);
-        // The subtrahend is never greater, but for roundings that leave the difference exact.
+        // The subtrahend is greater by rounding errors at most; then the difference is exact too.
         const DoubleDouble difference = quickTwoSum(minuend.high, -subtrahend.high);
         const double subtrahendRest = distances.low * (2 * distances.high + distances.low);
         const double lows = (minuend.low + n * squaresRest) - (subtrahend.low + subtrahendRest);
@@ -144,8 +146,8 @@ protected:
         return variance > 0 ? std::sqrt(variance / (n * n)) : 0;
     }
 
-    /// The sum of \a parts, of which the first \a length are set, as two doubles: one pass of
-    /// twoSum after the other moves what the parts have in common to the front.
+    /// Returns the sum of the first \a length of \a parts as two doubles. Repeated passes of twoSum
+    /// move the sum to the front.
     template <std::size_t size>
     static DoubleDouble distilled(std::array<double, size>& parts, std::size_t length)
     {
@@ -163,7 +165,7 @@ protected:
     }
 
 private:
-    /// The mean where the sum of the distances takes off nearly all of the anchor.
+    /// Returns the mean if the sum of the distances nearly cancels the anchor.
     Q_NEVER_INLINE double exactMean() const
     {
         const double n = static_cast<double>(qint64(count));
@@ -174,7 +176,7 @@ private:
     }
 };
 
-/// The same for any finite doubles, however far apart, great or small.
+/// The same for all finite doubles, whatever their magnitudes.
 class FloatingSums : public OrdinaryFloatingSums
 {
 public:
@@ -200,12 +202,12 @@ public:
     quint64 tailLength() const { return form >> 8; }
 
     static constexpr std::size_t tailCapacity = 16;
-    /// What sum and sumRest cannot hold, in the first tailLength() places.
+    /// What sum and sumRest cannot hold, in the first tailLength() elements.
     std::array<double, tailCapacity> tail{};
 
 private:
-    /// What values are multiplied by while their magnitude is below a limit, so that neither a sum
-    /// nor a square ever overflows, and no square that matters underflows.
+    /// The scales of squares and of the sum while all values are below a limit. With them, no sum
+    /// and no square overflows, and no square that matters underflows.
     struct Level {
         double limit;
         double ofSquares;
@@ -213,9 +215,9 @@ private:
     };
     static constexpr double reduction = 0x1p-600;
     static constexpr double infinity = std::numeric_limits<double>::infinity();
-    /// The first is that of an empty series, the second that of one of zeros. A series is raised
-    /// from each to the next; where there is a value past the first limit, squares too small to be
-    /// kept do not count.
+    /// The first level is that of an empty series, the second one that of a series of zeros. A
+    /// series rises from each level to the next. Once a value has exceeded the first limit, squares
+    /// that underflow do not matter.
     static constexpr Level levels[] = {{tinyLimit, 1 / reduction, 1},
                                        {ordinaryLimit, 1, 1},
                                        {0x1p900, reduction, 1},
@@ -269,7 +271,7 @@ private:
         sumRest *= ofSum;
         for (quint64 i = 0; i < tailLength(); ++i)
             tail[i] *= ofSum;
-        // In two steps, because the square of the change is no double.
+        // In two steps, because the square of this factor underflows.
         const double ofSquares = level().ofSquares / before.ofSquares;
         squares = squares * ofSquares * ofSquares;
         squaresRest = squaresRest * ofSquares * ofSquares;
@@ -294,7 +296,7 @@ private:
         return std::fmin(scaled / scale.ofSquares, std::numeric_limits<double>::max());
     }
 
-    /// The sum of the distances and two more terms.
+    /// Returns the sum of the distances and of \a terms.
     DoubleDouble distilledWith(DoubleDouble terms) const
     {
         std::array<double, tailCapacity + 4> parts = {terms.high, sum, sumRest, terms.low};

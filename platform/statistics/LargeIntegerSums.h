@@ -5,19 +5,19 @@
 #include <tuple>
 #include <type_traits>
 
-/// Count, sum and sum of squares of 64-bit whole numbers, all exact for up to 2^62 values. The sums
-/// are of the distances from the first value: they are short where the values are close together,
-/// whatever their size, and short sums take the short way to an answer.
+/// Count, sum and sum of squares of 64-bit integers, all exact for up to 2^62 values. The sums are
+/// those of the distances from the first value. If the values are close together, the sums are
+/// short, whatever the size of the values, and results are computed faster.
 template <typename N>
 class LargeIntegerSums
 {
     static_assert(sizeof(N) == sizeof(quint64) && std::is_integral_v<N>);
 
 public:
-    /// No series takes more than these words.
+    /// Always true: these words are enough for every series.
     static constexpr bool isOrdinary() { return true; }
 
-    /// Adds \a value; true, for sums of this kind have room for every value.
+    /// Adds \a value. Always returns true: these sums can hold every value.
     bool add(N value)
     {
         if (count == 0)
@@ -30,7 +30,7 @@ public:
         const Words<2> squared = square(below ? 0 - distance : distance);
         squaresLow += squared[0];
         const quint64 carry = squaresLow < squared[0] ? 1 : 0;
-        // The carry cannot overflow its word: no square has all bits set in its upper one.
+        // Cannot overflow: no square has all bits set in its upper word.
         const quint64 upper = squared[1] + carry;
         squaresMiddle += upper;
         squaresHigh += squaresMiddle < upper ? 1 : 0;
@@ -69,7 +69,8 @@ public:
     quint64 squaresMiddle = 0;
     quint64 squaresHigh = 0;
 
-    /// Whether the sum takes one word and the squares of few values, times their count, take two.
+    /// Whether the sum fits into one word, and the squares of few values times their count into
+    /// two.
     bool areShort() const
     {
         constexpr quint64 largeSquares = quint64(1) << 37;

@@ -7,8 +7,8 @@
 namespace
 {
 
-/// The sums of \a values, by the shortest way that their kind allows. Without squares only the mean
-/// may be asked for.
+/// Returns the sums of \a values, computed in the fastest way for their type. If \a withSquares is
+/// false, only mean() may be called on them.
 template <bool withSquares, typename N>
 SumsOf<N> sumsOf(const QList<N>& values)
 {
@@ -28,7 +28,7 @@ SumsOf<N> sumsOf(const QList<N>& values)
     return sums;
 }
 
-/// The greatest measurement by \a isLess, 0 for none.
+/// Returns the greatest finite value in the order of \a isLess, or 0 if there is none.
 template <typename N, typename Compare>
 N extremeOf(const QList<N>& values, Compare isLess)
 {
@@ -37,13 +37,13 @@ N extremeOf(const QList<N>& values, Compare isLess)
         return N(0);
     N extreme = *value;
     for (; value != values.end(); ++value) {
-        if (isLess(extreme, *value) && isMeasurement(*value)) // the rare one first
+        if (isLess(extreme, *value) && isMeasurement(*value)) // the rare condition first
             extreme = *value;
     }
     return extreme;
 }
 
-/// The mean of two values, without overflow and rounded once.
+/// Returns the mean of two values, rounded once and without overflow.
 template <typename N>
 double midpoint(N a, N b)
 {
@@ -55,7 +55,7 @@ double midpoint(N a, N b)
     return sums.mean();
 }
 
-/// Leaves out of \a values what is no measurement.
+/// Removes NaN and infinities from \a values.
 template <typename N>
 void keepMeasurements(QList<N>& values)
 {
@@ -63,7 +63,7 @@ void keepMeasurements(QList<N>& values)
     values.erase(std::remove_if(values.begin(), values.end(), isNone), values.end());
 }
 
-/// The median of \a values, which are measurements and may be reordered.
+/// Returns the median of \a values, which must be finite. Reorders them.
 template <typename N>
 double medianOf(QList<N>& values)
 {
@@ -118,7 +118,7 @@ void SimpleStatisticCalculator<N>::calcStatistics(QList<N> values, N& maximum, N
     maximum = extremeOf(values, std::less<N>());
     minimum = extremeOf(values, std::greater<N>());
     const SumsOf<N> sums = sumsOf<true>(values);
-    // Those without squares may come from lanes where these do not.
+    // The same as getAverage(), which can use lanes where sums with squares cannot.
     average = sums.isOrdinary() ? sums.mean() : getAverage(values);
     deviation = sums.deviation();
     median = medianOf(values);

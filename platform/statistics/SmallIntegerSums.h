@@ -4,15 +4,14 @@
 
 #include <tuple>
 
-/// Count, sum and sum of squares of whole numbers of at most 32 bits, all exact for up to 2^63
-/// values.
+/// Count, sum and sum of squares of integers of at most 32 bits, all exact for up to 2^63 values.
 class SmallIntegerSums
 {
 public:
-    /// No series takes more than these words.
+    /// Always true: these words are enough for every series.
     static constexpr bool isOrdinary() { return true; }
 
-    /// Adds \a value; true, for sums of this kind have room for every value.
+    /// Adds \a value. Always returns true: these sums can hold every value.
     bool add(qint64 value)
     {
         const quint64 term = static_cast<quint64>(value);
@@ -25,8 +24,8 @@ public:
         return true;
     }
 
-    /// Adds all of \a values to empty sums. No list is long enough for the sum, or that of either
-    /// half of the squares, to leave a word.
+    /// Adds all of \a values to empty sums. No list is so long that the sum, or the sum of either
+    /// half of the squares, exceeds a word.
     template <typename List>
     void addAll(const List& values)
     {
@@ -49,7 +48,7 @@ public:
     {
         if (count == 0)
             return 0;
-        // No sum of few values leaves one word.
+        // The sum of few values fits into one word.
         if (areFew(count))
             return meanOf(static_cast<qint64>(sumLow), count);
         return meanOf(sumLow, sumHigh, count);

@@ -9,6 +9,7 @@
 namespace
 {
 
+// The writer loads its own words relaxed; readers load them with acquire, see sequenceLock.h.
 constexpr std::memory_order own = std::memory_order_relaxed, foreign = std::memory_order_acquire;
 
 template <typename Field>
@@ -43,8 +44,8 @@ Q_ALWAYS_INLINE void store(Sums& sums, Array& words)
     storeFields(sums.words(), words.data(), std::make_index_sequence<Sums::wordCount>());
 }
 
-// The tail of floating-point sums follows their other words. Few series have one, so it is left to
-// functions of their own, where it does not burden the others.
+// The tail of floating-point sums follows their other words. Few series have one, so separate
+// functions handle it and the common case stays fast.
 
 template <std::memory_order order, typename Sums, typename Array>
 void loadAll(Sums& sums, const Array& words)
@@ -68,7 +69,7 @@ Q_NEVER_INLINE void addWithTail(N value, Array& words)
                               bitCast<quint64>(updated.tail[i]));
 }
 
-/// An answer of all words, when a change falls into the reading as well.
+/// Returns a result computed from all words, reading again until no change has interfered.
 template <typename Sums, typename Array>
 Q_NEVER_INLINE double answerOfAll(double (Sums::*answer)() const,
                                   const std::atomic<quint64>& sequence, const Array& words)
@@ -78,7 +79,7 @@ Q_NEVER_INLINE double answerOfAll(double (Sums::*answer)() const,
     return (sums.*answer)();
 }
 
-/// Twice the capacity: while a reader copies the newest half, the writer fills the other one.
+/// Twice the capacity: while a reader copies the newest half, the writer fills the other half.
 quint64 ringSize(int logCapacity)
 {
     return 2 * static_cast<quint64>(logCapacity);
@@ -101,7 +102,7 @@ StatisticCalculator<N>::StatisticCalculator(std::optional<int> capacity)
 {
     static_assert(sizeof(StatisticCalculator) <= 256);
     static_assert(std::atomic<quint64>::is_always_lock_free && std::atomic<N>::is_always_lock_free);
-    // Not set to 0, so that a great capacity takes memory only as it is used.
+    // Not initialised, so that a large log takes physical memory only as it fills.
     if (logCapacity > 0)
         ring.reset(new std::atomic<N>[ringSize(logCapacity)]);
 }
@@ -117,7 +118,7 @@ void StatisticCalculator<N>::addValue(N value)
     // Floating-point sums are never ordinary while they are empty.
     if (std::is_floating_point_v<N> && ordinary)
         first = false;
-    // No value that is none is ordinary, so that most values are spared the question.
+    // NaN and infinities are never ordinary, so most values need not be checked.
     if (Q_UNLIKELY(!ordinary) && !isMeasurement(value))
         return;
     const SequenceWriter writer(sequence);
@@ -165,13 +166,13 @@ QList<N> StatisticCalculator<N>::getLoggedValues() const
         values.reserve(static_cast<int>(end - begin));
         for (quint64 i = begin; i < end; ++i)
             values.append(ring[i % ringSize(logCapacity)].load(foreign));
-        // Right unless the writer has come round to the first of them meanwhile.
+        // Correct unless the writer has overwritten the first of them meanwhile.
         if (begin == end || logEnd.load(own) - begin < ringSize(logCapacity))
             return values;
     }
 }
 
-// The first try, which nearly always does, takes no more than registers.
+// The first attempt, which nearly always succeeds, needs registers only.
 
 template <typename N>
 double StatisticCalculator<N>::getAverage() const
@@ -195,7 +196,7 @@ double StatisticCalculator<N>::getDeviation() const
     return answerOfAll(&SumsOf<N>::deviation, sequence, sums);
 }
 
-// One word each, so always that of one moment.
+// A single word, so always consistent.
 template <typename N>
 N StatisticCalculator<N>::getMaximum() const
 {

@@ -4,23 +4,24 @@
 
 #include <algorithm>
 
-// Mean and deviation of whole numbers from their exact sums. The count is at least 1.
+// Mean and deviation of integers from their exact sums. The count is at least 1.
 
-/// Up to this magnitude every whole number is a double.
+/// Up to this magnitude, every integer is a double.
 constexpr qint64 exactInDouble = qint64(1) << 53;
 
-/// How far \a sum / \a count is above \a mantissa * 2^\a exponent, in units of
-/// 2^min(\a exponent, 0) / \a count. Only the last word of the sum is needed: the caller knows the
-/// distance to be small, so it is right modulo 2^64.
+/// Returns how far \a sum / \a count lies above \a mantissa * 2^\a exponent, in units of
+/// 2^min(\a exponent, 0) / \a count. Needs the last word of the sum only: the difference is known
+/// to be small, so it is correct modulo 2^64.
 inline qint64 quotientResidual(quint64 sum, quint64 count, quint64 mantissa, int exponent)
 {
     const int up = std::max(exponent, 0), down = std::max(-exponent, 0);
     return static_cast<qint64>((sum << down) - (mantissa << up) * count);
 }
 
-/// \a sum / \a count, correctly rounded; \a sum is greater than 2^53. The quotient of the rounded
-/// sum is off by less than one and a half units in the last place: less than one from rounding the
-/// sum, half a one from rounding the quotient. The residual tells which double is nearest.
+/// Returns \a sum / \a count, correctly rounded; \a sum must be greater than 2^53. The quotient of
+/// the rounded sum is wrong by less than one and a half units in the last place: less than one from
+/// rounding the sum, and half a unit from rounding the quotient. The residual tells which double is
+/// nearest.
 inline double roundedQuotient(const Words<2>& sum, quint64 count)
 {
     constexpr quint64 leadingBit = quint64(1) << 52;
@@ -28,12 +29,12 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
     const auto bits = bitCast<quint64>(estimate);
     int exponent = static_cast<int>(bits >> 52) - exponentBias - 52;
     quint64 mantissa = (bits & (leadingBit - 1)) | leadingBit;
-    // Just below a power of two, where that is the highest estimate, doubles lie twice as close.
+    // Just below a power of two, doubles are twice as dense.
     if (mantissa == leadingBit && quotientResidual(sum[0], count, leadingBit, exponent) < 0) {
         mantissa = 2 * leadingBit;
         --exponent;
     }
-    // Without branches, because nobody could foretell them. Half-way goes to the even mantissa.
+    // Without branches, because they could not be predicted. Ties go to the even mantissa.
     const qint64 residual = quotientResidual(sum[0], count, mantissa, exponent);
     const qint64 unit = static_cast<qint64>(count << std::max(exponent, 0));
     const auto isOdd = static_cast<qint64>(mantissa & 1);
@@ -42,8 +43,8 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
            powerOfTwo(exponent);
 }
 
-/// (\a high * 2^64 + \a low) / \a count, correctly rounded. \a high is signed in its bits. The two
-/// are no Words here, because words in memory would be gathered into one load and waited for.
+/// Returns (\a high * 2^64 + \a low) / \a count, correctly rounded. \a high is in two's complement.
+/// The two are not passed as Words: in memory, two stores followed by one wide load would stall.
 Q_NEVER_INLINE inline double meanOf(quint64 low, quint64 high, quint64 count)
 {
     const bool negative = high >> 63 != 0;
@@ -61,7 +62,7 @@ inline bool isExactInDouble(qint64 sum)
     return sum >= -exactInDouble && sum <= exactInDouble;
 }
 
-/// \a sum / \a count, correctly rounded.
+/// Returns \a sum / \a count, correctly rounded.
 inline double meanOf(qint64 sum, quint64 count)
 {
     if (isExactInDouble(sum))
@@ -70,13 +71,13 @@ inline double meanOf(qint64 sum, quint64 count)
     return meanOf(word, signWord(word), count);
 }
 
-/// Whether the square of \a count is a double.
+/// Whether the square of \a count is exact in double.
 inline bool hasExactSquare(quint64 count)
 {
     return count <= 94906265;
 }
 
-/// The root of \a scaledVariance / \a count^2.
+/// Returns the square root of \a scaledVariance / \a count^2.
 template <std::size_t size>
 Q_NEVER_INLINE inline double deviationFrom(const Words<size>& scaledVariance, quint64 count)
 {
@@ -92,7 +93,7 @@ Q_NEVER_INLINE inline double deviationFrom(const Words<size>& scaledVariance, qu
     return std::sqrt(estimate + rest / divisor.high);
 }
 
-/// The root of (\a squares / \a count - (\a sum / \a count)^2), within one ulp.
+/// Returns the square root of (\a squares / \a count - (\a sum / \a count)^2), within one ulp.
 Q_NEVER_INLINE inline double deviationOf(const Words<2>& sum, const Words<3>& squares,
                                          quint64 count)
 {
@@ -101,25 +102,25 @@ Q_NEVER_INLINE inline double deviationOf(const Words<2>& sum, const Words<3>& sq
     return deviationFrom(scaledVariance, count);
 }
 
-/// Whether nothing below takes more words than it has for so many values.
+/// Whether the functions below have enough words for \a count values.
 inline bool areFew(quint64 count)
 {
     return count <= quint64(1) << 26;
 }
 
-/// Whether \a squares * \a count is less than 2^63, by the number of their bits.
+/// Whether \a squares * \a count is certainly less than 2^63, judged by their lengths in bits.
 inline bool isShortProduct(const Words<2>& squares, quint64 count)
 {
     constexpr int countBits = 22, squaresBits = 63 - countBits;
     return (squares[0] >> squaresBits | squares[1] | count >> countBits) == 0;
 }
 
-/// The same for few values and sums of one and two words, which nearly all series have.
+/// The same for few values with sums of one and two words, as nearly all series have.
 inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
 {
     const double n = static_cast<double>(qint64(count));
     const quint64 magnitude = magnitudeOf(sum);
-    // Most of them are short and close enough for one word.
+    // Most series are short, and their values close together, so that one word is enough.
     if (isShortProduct(squares, count)) {
         const quint64 scaledVariance = squares[0] * count - magnitude * magnitude;
         return std::sqrt(static_cast<double>(qint64(scaledVariance)) / (n * n));
@@ -131,7 +132,7 @@ inline double deviationOf(qint64 sum, const Words<2>& squares, quint64 count)
     return std::sqrt(variance / (n * n));
 }
 
-/// Whether so little is left of a difference, \a upper being its upper word, that a double takes
+/// Whether so much of a difference with the upper word \a upper has cancelled that a double needs
 /// digits of the third word too.
 inline bool hasCancelled(quint64 upper)
 {

@@ -7,14 +7,14 @@
 #include <cstring>
 
 #if !defined(FLT_EVAL_METHOD) || FLT_EVAL_METHOD != 0
-#error "The statistics library needs every operation on doubles rounded to a double at once. \
-Build it for such a unit; on 32-bit x86 with -msse2 -mfpmath=sse."
+#error "The statistics library requires that every operation on doubles is rounded to double. \
+On 32-bit x86, build it with -msse2 -mfpmath=sse."
 #endif
 #if defined(__FAST_MATH__)
-#error "The statistics library needs strict IEEE arithmetic. Build it without -ffast-math."
+#error "The statistics library requires strict IEEE arithmetic. Build it without -ffast-math."
 #endif
 
-/// The bits of \a from as another type of the same size.
+/// Returns the bits of \a from as a value of another type of the same size.
 template <typename To, typename From>
 Q_ALWAYS_INLINE To bitCast(From from)
 {
@@ -24,9 +24,9 @@ Q_ALWAYS_INLINE To bitCast(From from)
     return to;
 }
 
-// Error-free transformations of doubles (Knuth, Dekker): the rounded result and what the rounding
-// left out, together the exact result. They use neither a fused multiply-add nor a comparison, so
-// they give the same bits on every machine and cost the same for all values.
+// Error-free transformations of doubles (Knuth, Dekker): the rounded result and its rounding error,
+// whose sum is exact. They use neither fused multiply-add nor comparisons, so they return the same
+// bits on every machine and take the same time for all values.
 
 /// The unevaluated sum of two doubles.
 struct DoubleDouble {
@@ -46,22 +46,22 @@ inline DoubleDouble twoDifference(double a, double b)
     return twoSum(a, -b);
 }
 
-/// The sum of two doubles of which the first is not the smaller one.
+/// The same as twoSum() if the magnitude of \a a is not smaller than that of \a b.
 inline DoubleDouble quickTwoSum(double a, double b)
 {
     const double sum = a + b;
     return {sum, b - (sum - a)};
 }
 
-/// \a a as the sum of two doubles, of 26 and 27 bits. Cutting the bits off takes half the steps of
-/// the usual multiplication, and no number is too great for it.
+/// Returns \a a as the sum of two doubles of 26 and 27 bits. Masking takes half as many steps as
+/// the usual multiplication and cannot overflow.
 inline DoubleDouble halves(double a)
 {
     const double high = bitCast<double>(bitCast<quint64>(a) & ~quint64(0x7ffffff));
     return {high, a - high};
 }
 
-/// Exact but for the 107th bit, as long as the product stays between 2^-960 and 2^1020, or is 0.
+/// Exact except for the 107th bit if the product lies between 2^-960 and 2^1020, or is 0.
 inline DoubleDouble twoProduct(double a, double b)
 {
     const double product = a * b;
@@ -83,8 +83,8 @@ inline bool isShortCount(double count)
     return count <= 1 << 26;
 }
 
-/// The product of \a a and a whole number, exact up to 2^26: nearly all counts are short enough
-/// for half the work.
+/// The product of \a a and an integer \a count, exact up to 2^26. Nearly all counts are so short,
+/// which halves the work.
 inline DoubleDouble timesCount(double a, double count)
 {
     if (!isShortCount(count))
@@ -94,9 +94,9 @@ inline DoubleDouble timesCount(double a, double count)
     return {product, (x.high * count - product) + x.low * count};
 }
 
-/// (\a a.high + \a a.low) / \a count in two doubles. \a a.low is at most about an ulp of \a a.high.
-/// A product with the reciprocal is near enough to be corrected by what it leaves, and the
-/// reciprocal can be on its way before the sum is known.
+/// Returns (\a a.high + \a a.low) / \a count as two doubles; \a a.low is at most about an ulp of
+/// \a a.high. Multiplies by the reciprocal and corrects the result by the remainder: the processor
+/// can compute the reciprocal before the sum is known.
 inline DoubleDouble quotient(DoubleDouble a, double count)
 {
     const double reciprocal = 1 / count;
@@ -105,7 +105,7 @@ inline DoubleDouble quotient(DoubleDouble a, double count)
     return {estimate, (((a.high - back.high) - back.low) + a.low) * reciprocal};
 }
 
-/// 2^\a exponent, for -1022 to 1023.
+/// Returns 2^\a exponent, for exponents from -1022 to 1023.
 constexpr int exponentBias = 1023;
 inline double powerOfTwo(int exponent)
 {

@@ -5,13 +5,13 @@
 
 #include <atomic>
 
-// A sequence lock for one writer and any number of readers, without fences. The number is odd while
-// the writer is changing the words that it protects. A reader that loads (acquire) a word stored
-// (release) by an unfinished or later change also sees that change's odd number, or a later one,
-// when it looks again; if the number is the same and even before and after, all that it has loaded
-// in between belongs to one state.
+// A sequence lock for one writer and any number of readers, without fences. The sequence number is
+// odd while the writer is changing the protected words. A reader that loads (acquire) a word stored
+// (release) by an unfinished or later change also sees the odd number of that change, or a later
+// number, when it loads the number again. So if the number is even and the same before and after,
+// everything loaded in between belongs to one state.
 
-/// The writer's side: the words may be stored while an object of this class lives.
+/// The writer's side: words may be stored during the lifetime of an object of this class.
 class SequenceWriter
 {
 public:
@@ -38,8 +38,8 @@ private:
     const quint64 before;
 };
 
-/// The reader's side: runs \a load until no change fell into it. It loads words, with acquire
-/// order, into variables of its own.
+/// The reader's side: runs \a load and returns whether no change has interfered. \a load must load
+/// words with acquire order into variables of its own.
 template <typename Load>
 Q_ALWAYS_INLINE bool readUnlessChanged(const std::atomic<quint64>& sequence, Load load)
 {
@@ -51,11 +51,12 @@ Q_ALWAYS_INLINE bool readUnlessChanged(const std::atomic<quint64>& sequence, Loa
 
 Q_NEVER_INLINE inline void pauseBeforeTry(int tries)
 {
-    // A writer of lower priority on the same processor must get the time to finish.
+    // Lets a writer of lower priority on the same processor finish its change.
     if (tries % 1000 == 0)
         QThread::usleep(1);
 }
 
+/// Runs \a load again and again until no change has interfered.
 template <typename Load>
 Q_ALWAYS_INLINE void readBetweenChanges(const std::atomic<quint64>& sequence, Load load)
 {

@@ -8,19 +8,19 @@
 #include <array>
 #include <cstddef>
 
-// Whole numbers wider than any type that every compiler has, least significant word first.
-// Arithmetic is modulo the width, so a negative number is its two's complement.
+// Integers wider than the types that every compiler has, least significant word first. Arithmetic
+// is modulo the width, and negative numbers are in two's complement.
 
 template <std::size_t size>
 using Words = std::array<quint64, size>;
 
-/// The word above \a low where this alone holds a signed number.
+/// Returns the word above \a low, sign-extended.
 Q_ALWAYS_INLINE quint64 signWord(quint64 low)
 {
     return 0 - (low >> 63);
 }
 
-/// The magnitude of \a number; that of the least one has a bit more than the type.
+/// Returns the magnitude of \a number. Unlike qAbs(), it also works for the smallest number.
 Q_ALWAYS_INLINE quint64 magnitudeOf(qint64 number)
 {
     const auto word = static_cast<quint64>(number);
@@ -37,7 +37,7 @@ Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
     return {(lower << 32) | quint32(low), aHigh * bHigh + (upper >> 32) + (lower >> 32)};
 }
 
-/// The product with a number of at most 32 bits, in the width of \a a.
+/// Returns the product of \a a and a \a factor of at most 32 bits, modulo the width of \a a.
 template <std::size_t size>
 Q_ALWAYS_INLINE Words<size> shortProduct(const Words<size>& a, quint64 factor)
 {
@@ -60,7 +60,7 @@ Q_ALWAYS_INLINE Words<2> square(quint64 a)
     return {sum, high + (cross >> 31) + (sum < low ? 1 : 0)};
 }
 
-/// Adds \a b to \a a at word \a position.
+/// Adds \a b, shifted left by \a position words, to \a a.
 template <std::size_t size, std::size_t added>
 inline void add(Words<size>& a, const Words<added>& b, std::size_t position = 0)
 {
@@ -109,7 +109,7 @@ inline Words<4> squared(const Words<2>& a)
     return result;
 }
 
-/// \a a rounded to a double, where that takes bits of both words.
+/// Returns \a a rounded to a double, gathering the bits of both words.
 Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
 {
     if (a[1] == 0)
@@ -120,16 +120,16 @@ Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
     return static_cast<double>(leading | isLonger) * powerOfTwo(64 - static_cast<int>(shift));
 }
 
-/// Whether the words of a number can be converted each by itself: the upper one is a double, and
-/// long enough for the lowest 11 bits of the other to only decide which of two doubles is nearer.
+/// Whether each word of a number can be converted separately: \a upper is exact in double, and long
+/// enough that the lowest 11 bits of the lower word only decide which of two doubles is nearer.
 Q_ALWAYS_INLINE bool convertsByWord(quint64 upper)
 {
     constexpr quint64 enough = 1 << 11, tooMuch = quint64(1) << 53;
     return upper - enough < tooMuch - enough;
 }
 
-/// \a a rounded to a double. Where the words are converted each by itself, the lower one gives its
-/// leading 53 bits and whether more follow.
+/// Returns \a a rounded to a double. If the words are converted separately, the lower one
+/// contributes its leading 53 bits and whether any bits follow.
 Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
 {
     if (Q_UNLIKELY(!convertsByWord(a[1])))
@@ -139,7 +139,7 @@ Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
            static_cast<double>(static_cast<qint64>(a[0] >> 11 | isLonger)) * 0x1p11;
 }
 
-/// \a a as the sum of two doubles: the leading 53 bits and the next 53, rounded.
+/// Returns \a a as the sum of two doubles: the leading 53 bits, and the next 53 bits, rounded.
 template <std::size_t size>
 inline DoubleDouble toDoubles(const Words<size>& a)
 {

@@ -4,26 +4,41 @@
 
 #include <QtCore/QVariant>
 
-/// The part that all value records share: one recorded sample, raw and scaled.
+/// The fields that all value records share: one recorded sample, raw and scaled.
 ///
-/// A plain value, copied member by member. This class is reentrant.
+/// A plain value: a copy has all of its fields. This class is reentrant.
 class GenericValue
 {
 public:
-    /// A record without a measurement: both values are invalid variants, the tag is 0 and the
-    /// record is not flagged.
+    /// Constructs a record without a measurement: both values are invalid variants, valueTag is 0
+    /// and isInvalid is false.
     CANSUPPORT_EXPORT GenericValue();
 
-    /// The numeric value of \a scaledValue (\a scaled true) or of \a rawValue (\a scaled false)
-    /// in that field's own unit, converted by QVariant::toFloat(): a float is returned as it is,
-    /// any other number as the nearest float, a text by the number that it spells. 0 for an
-    /// invalid variant and for everything that Qt cannot convert to a number.
+    /// Returns \a scaledValue (\a scaled is true) or \a rawValue (\a scaled is false) as a float,
+    /// in the unit of that field, converted by QVariant::toFloat(): a float unchanged, any other
+    /// number as the nearest float, a text as the number that it spells. Returns 0 for an invalid
+    /// variant and for a value that Qt cannot convert to float.
     CANSUPPORT_EXPORT float valueToFloat(bool scaled) const;
 
-    QVariant rawValue;    ///< the value as it came from the bus, in the signal's data type
-    QVariant scaledValue; ///< raw value x factor + offset, in the unit of the signal
-    qint32 valueTag;      ///< an attribute of the host; never interpreted
-    bool isInvalid;       ///< true: no usable measurement, neither scaled nor in series statistics
+    /// The value as received, in the data type of the signal: an int, uint, qlonglong, qulonglong,
+    /// float or double.
+    ///
+    /// QVariant::convert() of Qt 5 does not convert every other number. A quint8 that
+    /// QVariant::fromValue() has put into a variant keeps its type and does not convert to double
+    /// or quint16. A long or unsigned long, such as std::int64_t on 64-bit Linux, does not convert
+    /// to double, quint16 or quint8. Such a raw value is scaled as if it were 0. Assigning a quint8
+    /// to rawValue is safe, because that stores an int.
+    QVariant rawValue;
+    /// The raw value x factor + offset, in the unit of the signal.
+    QVariant scaledValue;
+
+    /// An attribute of the host. Copied and streamed, never interpreted.
+    qint32 valueTag;
+
+    /// Whether the record holds no measurement. Such a record is not scaled, and
+    /// GenericValueHandler leaves it out of its statistics; a signal counts it like any other.
+    /// Not streamed.
+    bool isInvalid;
 };
 
 Q_DECLARE_TYPEINFO(GenericValue, Q_MOVABLE_TYPE);

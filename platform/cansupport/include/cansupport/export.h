@@ -2,7 +2,7 @@
 
 #include <QtCore/qglobal.h>
 
-// What the CAN support library shows to its users; everything else in it stays hidden.
+// Marks what the CAN support library exports. All other symbols are hidden.
 #ifdef VANTREL_BUILDING_CANSUPPORT
 #define CANSUPPORT_EXPORT Q_DECL_EXPORT
 #else

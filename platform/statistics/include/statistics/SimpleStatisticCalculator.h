@@ -5,15 +5,14 @@
 
 #include <QtCore/QList>
 
-/// Statistics over a list of values of type \a N, by the same rules as StatisticCalculator.
+/// Statistics of a list of values of type \a N, by the same rules as those of StatisticCalculator.
 ///
-/// Available for the ten element types of STATISTICS_ELEMENT_TYPES. A float or double that is not
-/// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
-/// values and 0 for a list without a measurement. The cost is linear in the length of the list; no
-/// list given is changed.
+/// Available for the ten element types of STATISTICS_ELEMENT_TYPES. NaN and infinities are ignored.
+/// Results have the unit of the values, and are 0 for a list without finite values. The cost is
+/// linear in the length of the list. The list of the caller is never changed.
 ///
-/// There is no state: all operations are thread-safe. (A list itself is a value like any other: one
-/// that another thread changes meanwhile must be protected by the host.)
+/// All functions are thread-safe; they have no state. No other thread may change a list while it is
+/// passed to a function.
 template <typename N>
 class SimpleStatisticCalculator
 {
@@ -22,26 +21,27 @@ class SimpleStatisticCalculator
                   "char, short, int, long long, their unsigned counterparts, float, double)");
 
 public:
-    /// The arithmetic mean, as exact as StatisticCalculator::getAverage(). No storage.
+    /// Returns the arithmetic mean, as exact as StatisticCalculator::getAverage(). Allocates no
+    /// memory.
     static double getAverage(QList<N> values);
 
-    /// The population deviation: the root of the mean squared distance from the mean (divisor n),
-    /// as exact as StatisticCalculator::getDeviation(). No storage.
+    /// Returns the population standard deviation, the square root of the mean squared distance from
+    /// the mean (divisor n), as exact as StatisticCalculator::getDeviation(). Allocates no memory.
     static double getDeviation(QList<N> values);
 
-    /// The greatest value.
+    /// Returns the greatest value.
     static N calcMaximum(const QList<N>& values);
 
-    /// The smallest value.
+    /// Returns the smallest value.
     static N calcMinimum(const QList<N>& values);
 
-    /// The median: the middle value in order, for an even count the mean of the two middle ones,
-    /// the double nearest to it and without overflow. Copies the values, unless the list is moved
-    /// in.
+    /// Returns the median: the middle one of the sorted values, or for an even count the mean of
+    /// the two in the middle, rounded once to a double and without overflow. Copies the values
+    /// unless the list is moved in.
     static double calcMedian(QList<N> values);
 
-    /// All five quantities at once, each as the operation for it gives it. Copies the values,
-    /// unless the list is moved in.
+    /// Computes all five statistics, each equal to the result of its own function. Copies the
+    /// values unless the list is moved in. All outputs are written.
     static void calcStatistics(QList<N> values, N& maximum, N& minimum, double& median,
                                double& average, double& deviation);
 };

@@ -10,25 +10,22 @@
 #include <memory>
 #include <optional>
 
-/// Running statistics over the values of type \a N added since construction or the last clear().
+/// Running statistics of the values of type \a N added since construction or the last clear().
 ///
-/// Available for the ten element types of STATISTICS_ELEMENT_TYPES. A float or double that is not
-/// finite is no measurement: it is left out of every quantity. All answers are in the unit of the
-/// values and 0 as long as nothing has been added. They are the same bits whatever the processor.
-/// SimpleStatisticCalculator gives the same for the same values in the same order: integer types to
-/// the bit, floating-point types within two units in the last place (but for means of which either
-/// has lost digits).
+/// Available for the ten element types of STATISTICS_ELEMENT_TYPES. NaN and infinities are ignored.
+/// Results have the unit of the values, and are 0 before the first finite value. They are the same
+/// bits on every processor. For the same values in the same order, SimpleStatisticCalculator
+/// returns the same bits for integer types, and results within two units in the last place for
+/// floating-point types (except for means that have lost digits, see getAverage()).
 ///
-/// An object is 256 bytes at most and takes no further memory for its values, however many; only a
-/// log has storage of its own, for twice its capacity, from the constructor on. Adding a value and
-/// every answer but the log and the median take constant time, tens of nanoseconds.
+/// An object takes at most 256 bytes, however many values are added. Only a log allocates memory:
+/// the constructor allocates twice its capacity. Except for getLoggedValues() and getMedian(), all
+/// operations take constant time, tens of nanoseconds.
 ///
-/// One thread may add, clear and switch logging while any number of threads read. The reading
-/// operations (those declared const) are thread-safe against that one writer and each other; the
-/// writing ones (addValue(), clear(), setLogValues()) are reentrant only: where several threads
-/// write, the host lets them do so one after the other. The writer never waits. A reader repeats
-/// its reading where a change fell into it, and every answer is that of one moment between two
-/// changes; two answers may be those of two moments.
+/// This class is reentrant. The const functions are thread-safe: any number of threads may call
+/// them while one thread at a time calls addValue(), clear() or setLogValues(). The writer never
+/// waits. A reader that was interrupted by a change reads again, so each result belongs to one
+/// moment between two changes; two results may belong to different moments.
 template <typename N>
 class StatisticCalculator
 {
@@ -37,65 +34,67 @@ class StatisticCalculator
                   "short, int, long long, their unsigned counterparts, float, double)");
 
 public:
-    /// An empty calculator. \a capacity is how many of the newest values a log keeps while
-    /// logging is on; empty, 0 or negative means no log. Logging is off at first.
-    /// The log takes its memory here: throws std::bad_alloc where there is none for twice the
-    /// capacity.
+    /// Constructs an empty calculator with logging off. \a capacity is the number of newest values
+    /// that the log keeps; there is no log if it is empty, 0 or negative. Allocates the log, twice
+    /// the capacity, and throws std::bad_alloc if memory runs out.
     explicit StatisticCalculator(std::optional<int> capacity);
 
-    /// Adds \a value to the statistics, and to the log while logging is on.
+    /// Adds \a value to the statistics, and to the log if logging is on. Ignores NaN and
+    /// infinities.
     void addValue(N value);
 
-    /// Forgets every value, those in the log included. Logging stays on or off.
+    /// Forgets all values, including those in the log. Leaves logging on or off.
     void clear();
 
-    /// Switches logging. The log keeps what it holds when it is switched off.
+    /// Switches logging on or off. The log keeps its values when it is switched off.
     void setLogValues(bool enabled);
 
-    /// The logged values, oldest first: at most as many as the capacity. Linear in their number.
+    /// Returns the logged values, oldest first, at most as many as the capacity; an empty list if
+    /// there is no log. Linear in their number.
     QList<N> getLoggedValues() const;
 
-    /// The arithmetic mean, from the exact sum of the values.
+    /// Returns the arithmetic mean, computed from the exact sum of the values.
     ///
     /// Integer types: the double nearest to the exact mean, for up to 2^48 values. Floating-point
-    /// types: the same to one unit in the last place. Their sum is exact as long as 18 doubles hold
-    /// all of its bits, wherever these lie, but for those below 2^-946 in a series with a value of
-    /// 2^900 or more; only a series that spreads over more than about 900 bits and then cancels
-    /// down to the lowest of them loses digits.
+    /// types: within one unit in the last place of it. Their sum is exact as long as its bits fit
+    /// into 18 doubles of any exponents; bits below 2^-946 are lost if a value is 2^900 or more.
+    /// So digits are lost only if the values spread over more than about 900 bits and their sum
+    /// cancels down to the lowest of these bits.
     double getAverage() const;
 
-    /// The population deviation: the root of the mean squared distance from the mean (divisor n).
+    /// Returns the population standard deviation, the square root of the mean squared distance from
+    /// the mean (divisor n).
     ///
-    /// Exactly 0 for equal values, otherwise within one unit in the last place of the double
-    /// nearest to the exact root: integer types for up to 2^48 values, floating-point types for up
-    /// to 2^26; beyond that the error of the latter grows with the square of the count, from far
-    /// below the last digit. The order of the values moves neither answer by more than two units.
+    /// Exactly 0 for equal values. Otherwise within one unit in the last place of the double
+    /// nearest to the exact result, for up to 2^48 values of integer types and up to 2^26 values
+    /// of floating-point types. Beyond 2^26 values, the error for floating-point types grows with
+    /// the square of the count, starting far below the last digit. The order of the values changes
+    /// mean and deviation by at most two units in the last place.
     ///
-    /// Squares past the range of a double do no harm: they are kept scaled, so the answer is as
-    /// good for all finite values, the greatest and the smallest included. It is never negative,
-    /// infinite or not a number. Units below the least normal double (2.2e-308) are as coarse as
-    /// doubles are there.
+    /// Squares are kept scaled, so they neither overflow nor underflow: the result is as exact for
+    /// the greatest and the smallest finite values. It is never negative, infinite or NaN. Below
+    /// the smallest normal double (2.2e-308) a unit in the last place is that of subnormal numbers.
     double getDeviation() const;
 
-    /// The greatest value.
+    /// Returns the greatest value.
     N getMaximum() const;
 
-    /// The smallest value.
+    /// Returns the smallest value.
     N getMinimum() const;
 
-    /// The median of \a values, not of the values added: the middle one in order, for an even
-    /// count the mean of the two middle ones; 0 for a list without a measurement. Linear in the
-    /// length of the list.
+    /// Returns the median of \a values, not of the values added: the middle one of the sorted
+    /// values, or for an even count the mean of the two in the middle; 0 for a list without finite
+    /// values. Linear in the length of the list. Copies the values unless the list is moved in.
     double getMedian(QList<N> values) const;
 
 private:
-    /// Odd while a change is under way.
+    /// Odd while the words below are being changed.
     std::atomic<quint64> sequence{0};
     std::atomic<N> maximum{0};
     std::atomic<N> minimum{0};
-    /// The exact sums, as words that can be read while they are written.
+    /// The exact sums, in words that can be read while they are written.
     std::array<std::atomic<quint64>, std::is_floating_point_v<N> ? 24 : 7> sums{};
-    /// The log is a ring; its positions are counted from the first value ever logged.
+    /// The log is a ring. Its positions count from the first value ever logged.
     std::atomic<quint64> logBegin{0};
     std::atomic<quint64> logEnd{0};
     std::unique_ptr<std::atomic<N>[]> ring;

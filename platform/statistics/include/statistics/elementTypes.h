@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
-// The ten element types: the one list that declarations, instantiations and tests of the
-// statistics library expand.
+// The list of the ten element types, which declarations, instantiations and tests of the statistics
+// library expand.
 #define STATISTICS_ELEMENT_TYPES(EXPAND)                                                           \
     EXPAND(double)                                                                                 \
     EXPAND(unsigned char)                                                                          \

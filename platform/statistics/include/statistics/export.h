@@ -2,10 +2,10 @@
 
 #include <QtCore/qglobal.h>
 
-// What the statistics library shows to its users; everything else in it stays hidden. Only
-// instantiations of its templates are exported: on ELF the attribute stands at the header's extern
-// template line (STATISTICS_TEMPLATE_DECLARATION; the definition's own attribute is ignored
-// there), with the MSVC ABI at the definition (STATISTICS_TEMPLATE_DEFINITION).
+// Marks what the statistics library exports: the instantiations of its templates. All other symbols
+// are hidden. On ELF the attribute belongs on the extern template declaration
+// (STATISTICS_TEMPLATE_DECLARATION), because the one on the definition is ignored. The MSVC ABI
+// requires it on the definition (STATISTICS_TEMPLATE_DEFINITION).
 #if !defined(Q_OS_WIN)
 #define STATISTICS_TEMPLATE_DECLARATION Q_DECL_EXPORT
 #define STATISTICS_TEMPLATE_DEFINITION
