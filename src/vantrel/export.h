@@ -2,12 +2,12 @@
 
 #include <QtCore/qglobal.h>
 
-// What libvantrel shows to its users; everything else in it stays hidden.
+// Marks what libvantrel exports. All other symbols are hidden.
 //
-// VANTREL_EXPORT marks ordinary classes and functions. Class templates are never annotated
-// themselves, only their instantiations are, and where that has to stand differs: on ELF at the
-// header's extern template line (VANTREL_TEMPLATE_DECLARATION; the definition's own attribute
-// is ignored there), with the MSVC ABI at the definition (VANTREL_TEMPLATE_DEFINITION).
+// VANTREL_EXPORT marks ordinary functions. Class templates are not marked, only their
+// instantiations: on ELF on the extern template declaration (VANTREL_TEMPLATE_DECLARATION), because
+// the attribute on the definition is ignored; for the MSVC ABI on the definition
+// (VANTREL_TEMPLATE_DEFINITION).
 #ifdef VANTREL_BUILDING
 #define VANTREL_EXPORT Q_DECL_EXPORT
 #else

@@ -38,8 +38,8 @@ N readScaled(const GenericValue& value)
         return readElement<N>(value.scaledValue);
 }
 
-/// \a x in the range of N: rounded for the floating-point types; for the integer types truncated
-/// toward zero and reduced modulo 2^bits, 0 if x is not finite.
+/// Returns \a x as an N: rounded for floating-point types; for integer types truncated toward zero
+/// and reduced modulo 2^bits, or 0 if x is not finite.
 template <typename N>
 N narrowed(double x)
 {
@@ -56,13 +56,13 @@ N narrowed(double x)
     }
 }
 
-/// The position of a value in a margin, from 0 at the limit to 100 at the inner band.
+/// Returns the rating of a value in a margin, from 0 at the limit to 100 at the inner half.
 int rateInMargin(double distanceFromLimit, double margin)
 {
     if (std::fabs(margin) <= marginTolerance)
         return fullRating;
     const double rating = distanceFromLimit / margin * fullRating;
-    if (std::isnan(rating)) // as for a value that is not a number
+    if (std::isnan(rating)) // a NaN, or an infinite distance in an infinite margin
         return fullRating;
     return qRound(qBound(0.0, rating, double(fullRating)));
 }
@@ -88,11 +88,11 @@ void GenericValueHandler<N, T>::setTypeBasedScaledValue(GenericValue& value, dou
 {
     if (value.isInvalid)
         return;
-    // Brought into N twice, before and after the offset: an integer signal drops the fraction of
-    // the product first. Meant so.
+    // Intentional: narrowed to N twice, so that an integer signal drops the fraction of the product
+    // before the offset is added.
     const N product = narrowed<N>(static_cast<double>(readRaw<N>(value)) * factor);
     const N sum = narrowed<N>(static_cast<double>(product) + offset);
-    // The 8- and 16-bit types are promoted: they are stored as int.
+    // Integers of 8 and 16 bits are promoted, so they are stored as int.
     value.scaledValue = QVariant(sum);
 }
 
@@ -108,9 +108,9 @@ int GenericValueHandler<N, T>::getRating(GenericValue& value, double lowerLimit,
     const double high = upperLimit - quarter;
     if (x >= low && high >= x)
         return fullRating;
-    // The margins are taken from the rounded inner limits, not from the quarter: results at the
-    // rounding boundary depend on it. Above the inner band the upper margin counts even if x lies
-    // below its lower end too.
+    // The margins are computed from the rounded ends of the inner half, not from the quarter:
+    // ratings next to a rounding boundary depend on it. The upper margin comes first, in case x
+    // lies both above and below the inner half.
     return x > high ? rateInMargin(upperLimit - x, upperLimit - high)
                     : rateInMargin(x - lowerLimit, low - lowerLimit);
 }

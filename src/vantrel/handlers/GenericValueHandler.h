@@ -8,19 +8,20 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVector>
 
-/// The operations on value records that need the numeric element type \a N of a signal: scaling,
-/// rating, and statistics over a series of records of type \a T.
+/// The operations on value records that depend on the numeric element type \a N of a signal:
+/// scaling, rating, and statistics of a series of records of type \a T.
 ///
 /// Available for the ten element types of VANTREL_ELEMENT_TYPES and for the records
-/// CANopenObjectValue and J1939Value, which it treats alike. A field is read as N directly if it
-/// holds an N, else through QVariant::convert on a copy; for float through
-/// GenericValue::valueToFloat. What does not convert counts as 0.
+/// CANopenObjectValue and J1939Value, which behave alike. A variant that holds an N is read
+/// directly; any other is copied and converted by QVariant::convert(), or for float by
+/// GenericValue::valueToFloat(). A variant that does not convert counts as 0; see
+/// GenericValue::rawValue for the numbers that Qt 5 does not convert.
 ///
-/// What the statistics of a series are is up to the statistics library; it is said here for the
-/// bundled one, by which a float or double that is not finite is left out.
+/// Statistics are computed by the statistics library. This documentation describes the bundled one,
+/// which ignores NaN and infinities.
 ///
-/// There is no state and no lock: all operations are thread-safe, as long as nobody changes the
-/// records that they are given meanwhile.
+/// All functions are thread-safe; they have no state. No other thread may change the records while
+/// they are passed to a function.
 template <typename N, typename T>
 class GenericValueHandler
 {
@@ -31,51 +32,57 @@ class GenericValueHandler
                   "GenericValueHandler<N, T>: T must be CANopenObjectValue or J1939Value");
 
 public:
-    /// Sets value.scaledValue to value.rawValue x \a factor + \a offset, in the unit that factor
-    /// and offset lead to. A record with isInvalid set is left as it is.
+    /// Sets value.scaledValue to value.rawValue x \a factor + \a offset. Leaves a record with
+    /// isInvalid set unchanged. A raw value that does not convert to N is scaled like 0.
     ///
-    /// Integer types: the product is truncated toward zero to N before the offset is added, and
-    /// the sum is truncated again. Either step wraps modulo 2^bits of N where it leaves the range
-    /// of N, and gives 0 where it is not finite; nothing is clamped. Both steps are computed in
-    /// double, so whole numbers beyond 2^53 are rounded: 2^64 - 1 becomes 2^64 and wraps to 0.
+    /// Integer types: the product is truncated toward zero to N before the offset is added, and the
+    /// sum is truncated to N again. A product or sum outside the range of N wraps modulo 2^bits of
+    /// N; one that is not finite becomes 0. Nothing is clamped.
+    ///
+    /// Both steps are computed in double, so integers beyond 2^53 are rounded, even with factor 1
+    /// and offset 0. The greatest ones are rounded up and then wrap: from 2^63 - 512 on, a long
+    /// long becomes -2^63, and from 2^64 - 1024 on, an unsigned long long becomes 0.
+    ///
     /// float: product and sum are computed in double and each rounded to float. double: product and
-    /// sum are each rounded.
+    /// sum are each rounded to double.
     ///
-    /// The result is stored as int for N of 8 and 16 bits and for int, else as uint, qlonglong,
-    /// qulonglong, float or double.
+    /// The result is stored as an int if N has 8 or 16 bits, otherwise in a variant of N.
     static void setTypeBasedScaledValue(GenericValue& value, double factor, double offset);
 
-    /// How well value.scaledValue lies within the limits, as a whole number from 0 to 100: 100
-    /// in the inner half of the band from \a lowerLimit to \a upperLimit, falling linearly to 0
-    /// towards either limit, halves rounded up; 0 outside. The limits have the unit of the scaled
-    /// value. isInvalid is not looked at.
+    /// Returns how well value.scaledValue lies within the limits, from 0 to 100: 100 in the inner
+    /// half of the range from \a lowerLimit to \a upperLimit, falling linearly to 0 at either limit
+    /// (rounded, halves up), and 0 outside. The limits have the unit of the scaled value. isInvalid
+    /// and \a average are ignored.
     ///
-    /// Limits in the wrong order rate 0. A margin of no more than 1e-12 rates 100 inside the
-    /// limits, and an infinite one 0, as with one infinite limit. What cannot be rated rates 100: a
-    /// value that is not a number, and one that no limit excludes where a limit is not a number,
-    /// both are infinite, or margin and distance from the limit are. \a average is accepted and
-    /// not used.
+    /// If \a lowerLimit is greater than \a upperLimit, every number rates 0. If the margins, a
+    /// quarter of the range each, are at most 1e-12 wide, every value within the limits rates 100.
+    ///
+    /// If one limit is infinite, every finite value rates 0, because the margins are infinite: pass
+    /// two finite limits. A value that cannot be rated rates 100: NaN, and a value that neither
+    /// limit excludes if a limit is NaN, if both limits are infinite, or if both the margin and the
+    /// distance of the value from the limit are infinite.
     static int getRating(GenericValue& value, double lowerLimit, double upperLimit, double average);
 
-    /// The arithmetic mean of the scaled values, in their unit; 0 for an empty series.
+    /// Returns the arithmetic mean of the scaled values, in their unit; 0 for an empty series.
     ///
-    /// For this and the following operations the series is every record of \a values without
-    /// isInvalid; one without such records counts as empty. The cost is linear in the number of
-    /// records. Exceptions of the statistics library pass through.
+    /// For this and the following functions, the series consists of the records in \a values whose
+    /// isInvalid is false. The cost is linear in the number of records, in time and memory.
+    /// Exceptions of the statistics library pass through.
     static double calcTypeBasedAverage(const QVector<T>& values);
 
-    /// The population deviation of the scaled values (divisor n), in their unit; 0 for an empty
-    /// series.
+    /// Returns the population standard deviation of the scaled values (divisor n), in their unit; 0
+    /// for an empty series.
     static double calcTypeBasedDeviation(const QVector<T>& values);
 
-    /// The greatest scaled value as the nearest double; 0 for an empty series.
+    /// Returns the greatest scaled value, as the nearest double; 0 for an empty series.
     static double getMax(const QVector<T>& values);
 
-    /// The smallest scaled value as the nearest double; 0 for an empty series.
+    /// Returns the smallest scaled value, as the nearest double; 0 for an empty series.
     static double getMin(const QVector<T>& values);
 
-    /// All of the above and the median at once, in one walk of the series. \a maxValue and
-    /// \a minValue become variants of the types named at setTypeBasedScaledValue. If the
+    /// Computes all of the above and the median (for an even count the mean of the two middle
+    /// values) in one pass over the series. \a maxValue and \a minValue become variants of the type
+    /// that setTypeBasedScaledValue() stores. Every output is 0 for an empty series. If the
     /// statistics library throws, the outputs may be partly written.
     static void calcTypeBasedStats(double& averageValue, QVariant& maxValue, QVariant& minValue,
                                    double& medianValue, double& deviationValue,

@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
-// The ten element types in the order of the calculator slot of a signal: the one list that
-// declarations, instantiations and tests of the library expand.
+// The list of the ten element types, which declarations, instantiations and tests of the library
+// expand. It has the order of the alternatives of a signal's calculator.
 #define VANTREL_ELEMENT_TYPES(EXPAND)                                                              \
     EXPAND(double)                                                                                 \
     EXPAND(unsigned char)                                                                          \

@@ -6,9 +6,10 @@
 
 #include <type_traits>
 
-/// What \a field holds, without a look at its type. Reads the fields that QVariant's own inline
-/// functions work on: a call into QtCore for type, null flag and data each would cost more than
-/// all the rest of reading a number. They are part of Qt 5's binary interface and cannot change.
+/// Returns the value in \a field without checking its type. Reads the members that QVariant's own
+/// inline functions use, because calls into QtCore for type, null flag and data would cost more
+/// than everything else about reading a number. They belong to the binary interface of Qt 5, so
+/// they cannot change.
 template <typename Stored>
 Stored storedIn(const QVariant& field)
 {
@@ -16,11 +17,11 @@ Stored storedIn(const QVariant& field)
     return *static_cast<const Stored*>(d.is_shared ? d.data.shared->ptr : &d.data);
 }
 
-/// The number in \a field as an N, where Qt's answer is known without asking: if it is an N, and,
-/// unless \a field is null and \a nullIsNothing, if it is one of the numbers that raw and scaled
-/// values are usually stored as, int above all for the 8- and 16-bit types: Qt converts from one
-/// integer type to another modulo 2^bits, and to the floating-point types at once. How it rounds a
-/// double to an integer is left to it. \a byQt answers else.
+/// Returns the number in \a field as an N. Converts without Qt what Qt would convert to the same
+/// number: an N, and the usual types of raw and scaled values. (Qt converts from one integer type
+/// to another modulo 2^bits, and from any number directly to a floating-point type.) Calls \a byQt
+/// for everything else, such as a double to be rounded to an integer, and if \a nullIsNothing also
+/// for a null variant.
 template <typename N, bool nullIsNothing, typename ByQt>
 N readDirectly(const QVariant& field, ByQt byQt)
 {
@@ -47,8 +48,8 @@ N readDirectly(const QVariant& field, ByQt byQt)
     }
 }
 
-/// The number in \a field as an N: what it holds if that is an N, else what QVariant::convert makes
-/// of a copy, 0 if it cannot.
+/// Returns the number in \a field as an N: unchanged if it is an N, otherwise converted by
+/// QVariant::convert(), or 0 if that fails.
 template <typename N>
 N readElement(const QVariant& field)
 {
@@ -58,15 +59,15 @@ N readElement(const QVariant& field)
     });
 }
 
-/// The number in \a field as QVariant::value() reads it, which differs for a null variant that
-/// holds a number all the same.
+/// Returns the number in \a field like QVariant::value(). That differs from readElement() for null
+/// variants that nevertheless hold a number.
 template <typename N>
 N elementValue(const QVariant& field)
 {
     return readDirectly<N, false>(field, [&field] { return field.value<N>(); });
 }
 
-/// A list of \a size elements to be filled in place. It grows by whole blocks, since every
+/// Returns a list of \a size elements, to be filled in place. Grows it in blocks, because every
 /// QList::append() of a single element is a call into QtCore that costs more than reading a number.
 template <typename N>
 QList<N> listToFill(int size)

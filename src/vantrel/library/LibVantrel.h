@@ -2,10 +2,11 @@
 
 #include <vantrel/export.h>
 
-/// Stands for the library itself: constructing one makes a program refer to libvantrel and has no
-/// other effect. This class is reentrant.
+/// Represents the library: constructing an object makes a program refer to libvantrel, so that it
+/// is linked and loaded, and has no other effect. This class is reentrant.
 class LibVantrel
 {
 public:
+    /// Does nothing.
     VANTREL_EXPORT LibVantrel();
 };

@@ -5,16 +5,16 @@
 #include <QtCore/QString>
 
 // Vocabulary of the CAN bus, built when the library is loaded and never changed. Both tables have
-// internal linkage: they are the library's own and no symbol of theirs is exported.
+// internal linkage, so they are not exported.
 
-/// The display names of the kinds of CAN error, by their codes.
+/// The names of CAN errors for display, by error code.
 static const QMap<unsigned char, QString> canErrorNames{
     {1, QStringLiteral("Stuff error")},          {2, QStringLiteral("Form error")},
     {3, QStringLiteral("Acknowledgment error")}, {4, QStringLiteral("Bit error")},
     {5, QStringLiteral("Fast data bit error")},  {6, QStringLiteral("CRC error")},
     {7, QStringLiteral("Data length error")},    {8, QStringLiteral("unspecified error")}};
 
-/// The payload lengths of CAN FD beyond the classic 8 bytes.
+/// The payload lengths of CAN FD, in bytes, that exceed the 8 bytes of classic CAN.
 static const QList<unsigned char> fdDataLengths = [] {
     QList<unsigned char> lengths;
     lengths.reserve(7);

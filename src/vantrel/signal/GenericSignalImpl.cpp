@@ -16,7 +16,7 @@ namespace
 
 constexpr unsigned long refreshPeriodMs = 100;
 
-// By number: what a host's own enumeration calls them is its affair.
+// By number, because a host's own enumeration may use other names.
 constexpr auto replaceNewest = static_cast<NewValueHandlingType>(1);
 constexpr auto appendAll = static_cast<NewValueHandlingType>(2);
 
@@ -25,10 +25,10 @@ struct ElementType {
     using type = N;
 };
 
-/// Calls \a call with the ElementType of \a datatype and returns true; false for a data type that
-/// has none. The codes are the indices of CiA 301; 18 (INTEGER40) is read as signed char, and 19,
-/// 20 and 26 have no element type. Meant so. Codes may be any number, so an unlisted one is no
-/// mistake.
+/// Calls \a call with the ElementType of \a datatype and returns true, or returns false if the data
+/// type has no element type. The codes are the indices of CiA 301, but any number is allowed.
+/// Intentional, and described in the header: 18 (INTEGER40) has the element type signed char, and
+/// 19, 20 and 26 have no element type.
 template <typename Callable>
 bool withElementType(CANopenDataType datatype, Callable call)
 {
@@ -63,10 +63,10 @@ bool withElementType(CANopenDataType datatype, Callable call)
     return false;
 }
 
-/// Holds the read lock with storage of \a series that no snapshot shares, so that its records may
-/// be written in place. The storage is only ever replaced under the write lock, since a reader that
-/// holds the read lock may be copying it. A snapshot taken after that shares the records that are
-/// being written, as one taken while the read lock is held does.
+/// Holds the read lock after making sure that no snapshot shares the storage of \a series, so that
+/// its records may be written in place. Storage is replaced under the write lock only, because
+/// readers copy it under the read lock. A snapshot taken afterwards, even under the read lock,
+/// shares the records that are being written.
 template <typename T>
 class UnsharedReadLocker
 {
@@ -83,7 +83,7 @@ public:
         locker.relock();
     }
 
-    /// The stored records, without QVector's own unsharing: a snapshot may be taken meanwhile.
+    /// The stored records. Does not unshare them again, as QVector::data() would after a snapshot.
     T* records() const { return const_cast<T*>(values.constData()); }
 
 private:
@@ -102,12 +102,12 @@ double medianOf(const StatisticCalculator<N>& calculator, const QVector<T>& valu
 {
     QList<N> elements = listToFill<N>(values.size());
     auto value = values.constBegin();
-    for (N& element : elements) // as many as were counted, even if there are more by now
+    for (N& element : elements) // not more than were counted above
         element = readElement<N>((value++)->scaledValue);
     return calculator.getMedian(std::move(elements));
 }
 
-/// Waits for the worker to end, if there is one, and destroys its thread object.
+/// Waits until the worker has ended, if there is one, and destroys its thread object.
 void finishAndDestroy(const QPointer<QThread>& thread)
 {
     if (thread.isNull())
@@ -118,8 +118,8 @@ void finishAndDestroy(const QPointer<QThread>& thread)
 
 } // namespace
 
-// Built as a calculator of double and at once replaced by one of int: the element type agrees
-// with the data type only after the first setDatatype(). Meant so.
+// Intentional: the calculator is constructed with double and then replaced by one of int, although
+// data type 0 selects double. The two agree after the first setDatatype().
 template <typename T>
 GenericSignalImpl<T>::GenericSignalImpl()
     : statisticCalculator(std::in_place_type<Calculator<double>>, std::optional<int>())
@@ -127,7 +127,7 @@ GenericSignalImpl<T>::GenericSignalImpl()
     statisticCalculator.template emplace<Calculator<int>>(std::optional<int>());
 }
 
-// Not by setUpdatingEnabled(): that also speaks to the calculator, which may be missing.
+// Does not call setUpdatingEnabled(), which uses the calculator: it may be missing.
 template <typename T>
 GenericSignalImpl<T>::~GenericSignalImpl()
 {
@@ -228,13 +228,13 @@ bool GenericSignalImpl<T>::setNewValue(T record, double factor, double offset)
     if (!store(std::move(record)))
         return false;
     T& stored = UnsharedReadLocker<T>(values, valuesLock).records()[values.size() - 1];
-    scaleAndAppendValue(stored, factor, offset); // the lock is free again, meant so
+    scaleAndAppendValue(stored, factor, offset); // intentional: not under the lock
     averageChanged.store(true, std::memory_order_relaxed);
     deviationChanged.store(true, std::memory_order_relaxed);
     valuesChanged.store(true, std::memory_order_relaxed);
     std::visit([&](auto& slot) { addScaledValue(slot.calculator, stored.scaledValue); },
                statisticCalculator);
-    // Asked for at every value though nothing is done with the answers here. Meant so.
+    // Intentional: the results are not used, but a host's own calculator may rely on the calls.
     calcAverage();
     calcDeviation();
     return true;
@@ -253,7 +253,7 @@ void GenericSignalImpl<T>::appendValues(const QVector<T>& batch, double factor, 
     deviationChanged.store(true, std::memory_order_relaxed);
 }
 
-// Writes the records under the read lock, meant so: other readers need not wait for a long series.
+// Intentional: scales under the read lock, so that other readers need not wait for a long series.
 template <typename T>
 void GenericSignalImpl<T>::updateScaledValues(double factor, double offset)
 {
@@ -318,7 +318,7 @@ double GenericSignalImpl<T>::calcMedian() const
 {
     if (getValueHandling() != appendAll)
         return 0.0;
-    // The series is walked without the lock, meant so; the header says what that asks of a host.
+    // Intentional: no lock, so the header forbids concurrent changes of the series.
     return std::visit([this](auto& slot) { return medianOf(slot.calculator, values); },
                       statisticCalculator);
 }
@@ -357,7 +357,7 @@ void GenericSignalImpl<T>::getValueStatistics(double& averageValue, QVariant& ma
 }
 
 template <typename T>
-int GenericSignalImpl<T>::getRating(double factor, bool useGivenLimits, double lowerLimit,
+int GenericSignalImpl<T>::getRating(double k, bool useGivenLimits, double lowerLimit,
                                     double upperLimit)
 {
     if (storedCount.load(std::memory_order_relaxed) < 2)
@@ -365,13 +365,13 @@ int GenericSignalImpl<T>::getRating(double factor, bool useGivenLimits, double l
     const double currentDeviation = getDeviation();
     const double currentAverage = getAverage();
     if (!useGivenLimits) {
-        lowerLimit = currentAverage - currentDeviation * factor;
-        upperLimit = currentDeviation * factor + currentAverage;
+        lowerLimit = currentAverage - currentDeviation * k;
+        upperLimit = currentDeviation * k + currentAverage;
     }
     T newest;
     {
         const QReadLocker locker(&valuesLock);
-        if (values.isEmpty()) // cleared since it was counted
+        if (values.isEmpty()) // cleared since the records were counted
             return 100;
         newest = values.constLast();
     }
@@ -385,32 +385,32 @@ int GenericSignalImpl<T>::getRating(double factor, bool useGivenLimits, double l
 }
 
 template <typename T>
-double GenericSignalImpl<T>::getLowerThreshold(double factor)
+double GenericSignalImpl<T>::getLowerThreshold(double k)
 {
     const double currentDeviation = getDeviation();
     const double currentAverage = getAverage();
-    return currentAverage - currentDeviation * factor;
+    return currentAverage - currentDeviation * k;
 }
 
 template <typename T>
-double GenericSignalImpl<T>::getUpperThreshold(double factor)
+double GenericSignalImpl<T>::getUpperThreshold(double k)
 {
     const double currentDeviation = getDeviation();
     const double currentAverage = getAverage();
-    return currentDeviation * factor + currentAverage;
+    return currentDeviation * k + currentAverage;
 }
 
 template <typename T>
-QVector<T> GenericSignalImpl<T>::getDeviators(double factor)
+QVector<T> GenericSignalImpl<T>::getDeviators(double k)
 {
     QVector<T> deviators;
     const double currentAverage = getAverage();
     const double currentDeviation = getDeviation();
-    const double lower = currentAverage - currentDeviation * factor;
-    const double upper = currentAverage + currentDeviation * factor;
+    const double lower = currentAverage - currentDeviation * k;
+    const double upper = currentAverage + currentDeviation * k;
     const QReadLocker locker(&valuesLock);
     for (const T& record : qAsConst(values)) {
-        const auto value = elementValue<double>(record.rawValue); // as QVariant::toDouble()
+        const auto value = elementValue<double>(record.rawValue); // like QVariant::toDouble()
         if (value > upper || lower > value)
             deviators.append(record);
     }
@@ -420,7 +420,7 @@ QVector<T> GenericSignalImpl<T>::getDeviators(double factor)
 template <typename T>
 void GenericSignalImpl<T>::setUpdatingEnabled(bool enabled)
 {
-    // First of all, so that a running worker sees it at the end of its cycle.
+    // First, so that a running worker ends after its present pass.
     updatingEnabled.store(enabled, std::memory_order_relaxed);
     std::visit([enabled](auto& slot) { slot.calculator.setLogValues(enabled); },
                statisticCalculator);

@@ -21,15 +21,15 @@
 #include <type_traits>
 #include <variant>
 
-/// Everything recorded for one CAN signal, and how it is doing: the series of its value records,
-/// the running statistics of the values fed in, and a worker thread that keeps the cached average
-/// and deviation fresh.
+/// The recorded values of one CAN signal: a series of value records, running statistics of the
+/// values fed in, and a worker thread that keeps the cached average and deviation up to date.
 ///
-/// Available for T = CANopenObjectValue and T = J1939Value, which behave alike. The series and the
-/// statistics are fed separately: single values passed to setNewValue() with factor and offset
-/// reach both, all others the series only.
+/// Available for T = CANopenObjectValue and T = J1939Value, which behave alike. Series and running
+/// statistics are separate: setNewValue() with factor and offset stores a record and feeds its
+/// scaled value to the running statistics; all other operations affect the series only.
 ///
-/// The data type selects the element type in which raw values are scaled, rated and summed:
+/// The data type, an index of CiA 301, selects the element type in which raw values are scaled,
+/// rated and fed to the running statistics:
 ///
 ///     0, 17         double                2, 18   signed char
 ///     5             unsigned char         3       short
@@ -37,30 +37,39 @@
 ///     7, 22         unsigned int          21      long long
 ///     24, 25, 27    unsigned long long    8       float
 ///
-/// Every other code has none: raw values are then copied instead of scaled, and the rating is 100.
-/// So INTEGER40 (18) holds a single byte, and INTEGER48, INTEGER56 and UNSIGNED56 (19, 20, 26) are
-/// not scaled at all: use INTEGER64 or UNSIGNED64 for such values.
+/// All other codes have no element type: raw values are copied instead of scaled, and the rating is
+/// 100. Note that INTEGER40 (18) has the element type of a single byte, and that INTEGER48,
+/// INTEGER56 and UNSIGNED56 (19, 20, 26) have none: use INTEGER64 or UNSIGNED64 for such values.
+/// Scaling is computed in double, which rounds integers beyond 2^53; see GenericValueHandler.
 ///
-/// What the statistics are is up to the statistics library. It is said here for the bundled one: a
-/// float or double that is not finite is left out, an empty series answers 0, and the calculator
-/// may be asked while it is fed.
+/// Statistics are computed by the statistics library. This documentation describes the bundled one:
+/// NaN and infinities are ignored, statistics of an empty series are 0, and the calculator may be
+/// read while it is fed.
 ///
-/// **Threads.** One thread at a time may change a signal ("the writer": value handling, data type,
-/// ingestion, rescaling, clearing) while any number of threads read it and the worker runs. A
-/// reading operation without a remark is thread-safe against the writer. Where the class is built
-/// to go without a lock, the operation says what the host serialises. A scaled value that is read
-/// while it is written is one such case: of plain numbers the reader may get a wrong one, with
-/// texts and other types that own storage the behaviour is undefined and may be a crash. Different
-/// signals are independent: this class is reentrant.
+/// **Threads.** This class is reentrant: different signals are independent. One thread at a time
+/// may modify a signal by setDatatype(), setValueHandling(), setUpdatingEnabled(), clearValues(),
+/// setNewValue(), appendValues() or updateScaledValues(). Meanwhile any number of threads may call
+/// the other operations, and the worker runs. Some operations take no lock where one might be
+/// expected; their documentation says what must not run concurrently. Above all, a scaled value
+/// must not be read while it is being written. That is undefined behaviour: a number may be wrong,
+/// and a text, or any other type that owns memory, may crash the program. docs/threads.md lists all
+/// operations.
 ///
-/// **Exceptions.** The library throws nothing of its own. If the constructor of a calculator of the
-/// statistics library throws in setDatatype(), the signal is left without one: until a later
-/// setDatatype() succeeds, every operation that needs the calculator throws
-/// std::bad_variant_access. The destructor never does. On the worker such an exception, or one of
-/// the statistics library, ends the process: switch updating off before setDatatype(). If an
-/// operation throws std::bad_alloc, its record or batch is stored as a whole or not at all; stored
-/// records that scaling did not reach keep the scaled value that they had or came with, and a
-/// record that was not scaled is not added to the running statistics.
+/// After fork(), the child has no worker threads. It must not destroy a signal that had one, or
+/// switch off its updating: both would wait forever.
+///
+/// **Size.** With Qt 5 the records of a signal take at most 2 GiB: 53,687,090 of J1939Value or
+/// 38,347,921 of CANopenObjectValue on 64-bit platforms. One more throws std::bad_alloc.
+///
+/// **Exceptions.** The library throws no exceptions of its own. If an operation throws
+/// std::bad_alloc, its record or batch is stored as a whole or not at all. Stored records that
+/// scaling did not reach keep the scaled value that they had, and a record that was not scaled is
+/// not fed to the running statistics. The signal remains usable; clearValues() frees its memory.
+///
+/// If the statistics library throws while setDatatype() constructs a calculator, the signal has no
+/// calculator until a later setDatatype() succeeds: every operation that needs one throws
+/// std::bad_variant_access. The destructor never throws. An exception on the worker ends the
+/// process, so switch updating off before setDatatype().
 template <typename T>
 class GenericSignalImpl
 {
@@ -68,181 +77,221 @@ class GenericSignalImpl
                   "GenericSignalImpl<T>: T must be CANopenObjectValue or J1939Value");
 
 public:
-    /// An empty signal with data type 0 and handling 1 (replace the newest). The calculator is an
-    /// int one although data type 0 stands for double: call setDatatype() before feeding values.
+    /// Constructs an empty signal with data type 0, handling 1 (replace the newest record) and
+    /// updating off. Its calculator is one of int although data type 0 selects double: call
+    /// setDatatype() before feeding values.
     GenericSignalImpl();
 
-    /// Stops the worker and waits for it, up to one refresh period. Must not run on the worker.
+    /// Switches updating off, which may wait up to one period of 100 ms, and destroys the signal.
+    /// Must not run on the worker.
     ~GenericSignalImpl();
 
     GenericSignalImpl(const GenericSignalImpl&) = delete;
     GenericSignalImpl& operator=(const GenericSignalImpl&) = delete;
 
-    /// Stores \a newDatatype, whatever its code. If it has an element type, the running statistics
-    /// start anew in it, also when nothing changed; otherwise they stay as they are. Stored records
-    /// are not rescaled; cached average and deviation stay.
-    /// The host serialises: no other thread may use the signal meanwhile except for getDatatype(),
-    /// getRating() and the operations on the stored records; background updating must be off.
+    /// Sets the data type to \a newDatatype, which may be any code. If it has an element type, the
+    /// running statistics start again from nothing, even if the data type is the same as before;
+    /// otherwise they continue in the former element type. Stored records are not rescaled, and the
+    /// cached average and deviation stay: until the next pass of the worker, and for good if
+    /// updating stays off, thresholds and ratings use the former band.
+    ///
+    /// Updating must be off. Must not run concurrently with another modifying operation, nor with
+    /// one that uses the calculator: getMax(), getMin(), calcAverage(), calcDeviation(),
+    /// calcMedian(), getValueStatistics() and updateAverageAndDeviation().
     void setDatatype(CAN::CANopenDataType newDatatype);
 
-    /// The data type last set. Takes no lock.
+    /// Returns the data type last set. Takes no lock.
     CAN::CANopenDataType getDatatype() const;
 
-    /// Sets what setNewValue() does with a value, and switches background updating: on for 2, off
-    /// for everything else (see setUpdatingEnabled(), which may wait).
+    /// Sets what setNewValue() does with a value, and switches updating on for 2 and off for all
+    /// other numbers (see setUpdatingEnabled(), which may wait).
     ///
-    ///     1 (at first)     the newest stored record is replaced
+    ///     1 (default)      the value replaces the newest stored record
     ///     2                the value is appended
     ///     anything else    the value is rejected
     ///
-    /// The host serialises: a change, so not beside another one.
+    /// Must not run concurrently with another modifying operation.
     void setValueHandling(GenericSignal::NewValueHandlingType handling);
 
-    /// The handling last set. Takes no lock.
+    /// Returns the value handling last set. Takes no lock.
     GenericSignal::NewValueHandlingType getValueHandling() const;
 
-    /// The number of stored records, those with isInvalid included.
+    /// Returns the number of stored records, including those with isInvalid set. Thread-safe.
     int getValueCount() const;
 
-    /// A snapshot of the stored records, oldest first; later changes of the series leave it alone.
-    /// Taking it costs constant time, but the next change of the series then copies all records
-    /// once, on the writer's side, and the readers of the stored records wait for that (about 4 ns
-    /// a record). A host that polls takes the newest values by getValueCount() and getValue(),
-    /// which cost the writer nothing.
-    /// The host serialises: a snapshot taken while the writer scales shares the records that are
-    /// being written (by setNewValue() with factor and offset the newest one, by appendValues() and
-    /// updateScaledValues() all): their scaled values are not to be read until it has finished.
+    /// Returns a snapshot of the stored records, oldest first; empty for an empty series. Later
+    /// changes of the series do not change it, with the exception below.
+    ///
+    /// Takes constant time. But while a snapshot exists, the next change of the series (except by
+    /// clearValues()) copies all records, about 5 to 30 ns each, and readers of the stored records
+    /// wait for it: do not take a snapshot for every value of a long series.
+    ///
+    /// May be called at any time. While setNewValue() with factor and offset runs, the newest
+    /// record of the snapshot may not be scaled yet. Its scaled value must not be read before
+    /// setNewValue() has returned, and may never be set in the snapshot. While appendValues() or
+    /// updateScaledValues() runs, the same applies to all records.
     QVector<T> getValues() const;
 
     /// Copies the record at \a index, counted from 0 for the oldest, into \a value and returns
-    /// true. An index past the end returns false and leaves \a value as it is. A negative index
-    /// is not detected: undefined.
-    /// The host serialises: the record is not to be one that is being scaled meanwhile.
+    /// true. Returns false and leaves \a value unchanged if \a index is past the end. A negative
+    /// index is undefined behaviour.
+    ///
+    /// Must not run concurrently with an operation that is scaling this record: setNewValue() with
+    /// factor and offset if it is the newest one, appendValues() and updateScaledValues() for all
+    /// records. docs/threads.md shows how to read the newest value while others arrive.
     bool getValue(int index, T& value) const;
 
-    /// Removes all records, releases their storage and empties the running statistics. Data type,
-    /// handling, flags, cached average and deviation stay. Without a calculator it throws when the
-    /// records are gone.
-    /// The host serialises: a change, so not beside another one.
+    /// Removes all records, frees their memory and clears the running statistics. Data type, value
+    /// handling, change flags, cached average and deviation stay. If the signal has no calculator,
+    /// throws after removing the records.
+    ///
+    /// Must not run concurrently with another modifying operation.
     void clearValues();
 
-    /// Stores \a record as it is, by the value handling, and sets the change flags. Returns false
-    /// if the handling rejects it: then nothing has changed. Amortised constant time.
-    /// The host serialises: a change, so not beside another one.
+    /// Stores \a record unchanged, according to the value handling, and sets the three change
+    /// flags. Returns false, and changes nothing, if the handling rejects it. The running
+    /// statistics are not fed.
+    ///
+    /// Takes amortised constant time. When the memory of a series is full, all of its records are
+    /// moved, which takes 0.1 to 3 s for tens of millions of them; readers of the stored records
+    /// wait meanwhile.
+    ///
+    /// Must not run concurrently with another modifying operation. Every operation that reads
+    /// stored records under the lock may run concurrently, since the record is not changed any
+    /// more: see docs/threads.md.
     bool setNewValue(T record);
 
-    /// Stores \a record like the overload above and returns the same; a rejected one is neither
-    /// scaled nor fed. Then scales the stored copy by \a factor and \a offset (see
-    /// scaleAndAppendValue()) and adds its scaled value to the running statistics, read by
-    /// QVariant::value() as the calculator's element type, 0 if it does not convert. A record with
-    /// isInvalid set is fed too, with the scaled value that it came with. The cached average and
-    /// deviation follow with the worker's next pass.
-    /// The host serialises: a change, so not beside another one. The stored copy is scaled without
-    /// a lock.
+    /// Stores \a record like the overload above, then scales the stored copy by \a factor and
+    /// \a offset (see scaleAndAppendValue()), and feeds its scaled value to the running statistics:
+    /// read by QVariant::value() as the element type of the calculator, 0 if it does not convert.
+    /// A record with isInvalid set is not scaled, but the scaled value that it came with is fed.
+    /// Returns false, and changes nothing, if the handling rejects the record. The cached average
+    /// and deviation follow with the next pass of the worker. A raw value that Qt does not convert
+    /// is scaled as if it were 0: see GenericValue::rawValue for the types to use.
+    ///
+    /// Must not run concurrently with another modifying operation. Scales without a lock, so other
+    /// threads can see the newest record before it is scaled, and must not read its scaled value.
     bool setNewValue(T record, double factor, double offset);
 
-    /// Appends the records of \a batch in their order, whatever the value handling, and rescales
-    /// all stored records by \a factor and \a offset. The running statistics are not fed, and
-    /// valuesChanged is not set; an empty batch still rescales. Linear in the number of all stored
-    /// records.
-    /// The host serialises like for updateScaledValues().
+    /// Appends the records of \a batch in order, whatever the value handling is, then rescales all
+    /// stored records by \a factor and \a offset, even if the batch is empty. Sets averageChanged
+    /// and deviationChanged only. The running statistics are not fed. Linear in the number of all
+    /// stored records.
+    ///
+    /// Must not run concurrently with another modifying operation, nor with reading a scaled value.
     void appendValues(const QVector<T>& batch, double factor, double offset);
 
-    /// Rescales all stored records by \a factor and \a offset. The running statistics keep what
-    /// they were fed.
-    /// The host serialises: a change, so not beside another one. The records are written under the
-    /// read lock, so other readers are held up by no more than the copy that a snapshot still held
-    /// makes necessary, and see it happen.
+    /// Rescales all stored records by \a factor and \a offset. The running statistics keep the
+    /// values that they were fed. Linear in the number of stored records.
+    ///
+    /// Must not run concurrently with another modifying operation, nor with reading a scaled value.
+    /// Scales under the read lock, so getValueCount() and getValues() need not wait, except for the
+    /// copy of the series that is necessary if a snapshot shares it.
     void updateScaledValues(double factor, double offset);
 
-    /// Scales \a record in place: rawValue x factor + offset in the element type of the data type
-    /// (see GenericValueHandler::setTypeBasedScaledValue()); without an element type scaledValue
-    /// becomes a copy of rawValue. Nothing is appended, no member of the signal is touched.
+    /// Scales \a record in place: its scaled value becomes rawValue x factor + offset in the
+    /// element type of the data type (see GenericValueHandler::setTypeBasedScaledValue()), or a
+    /// copy of rawValue if there is no element type. Appends nothing and does not change the
+    /// signal.
     void scaleAndAppendValue(T& record, double factor, double offset);
 
-    /// The cached average of the values fed in, up to one pass of the worker old; 0 before its
-    /// first pass. Thread-safe; costs a field read, meant for frequent polling.
+    /// Returns the cached average of the values fed in, which is up to one pass of the worker old;
+    /// 0 before its first pass. Takes no lock. Meant for frequent polling.
     double getAverage() const;
 
-    /// The cached population deviation, otherwise like getAverage().
+    /// Returns the cached population standard deviation, otherwise like getAverage().
     double getDeviation() const;
 
-    /// The greatest value fed in, as the nearest double; 0 if there is none. This and the following
-    /// three answer for the values fed in since the last clearValues() and the last setDatatype()
-    /// with an element type.
+    /// Returns the greatest value fed in, as the nearest double; 0 before the first one. This
+    /// function and the following three cover the values fed in since the last clearValues() and
+    /// the last setDatatype() with an element type. They take no lock, and constant time.
     double getMax() const;
 
-    /// The smallest value fed in, as the nearest double; 0 if there is none.
+    /// Returns the smallest value fed in, as the nearest double; 0 before the first one.
     double getMin() const;
 
-    /// The average of the values fed in, fresh; 0 if there is none.
+    /// Returns the average of the values fed in, up to date; 0 before the first one.
     double calcAverage() const;
 
-    /// Their population deviation (divisor n), fresh; 0 if there is none.
+    /// Returns the population standard deviation of the values fed in (divisor n), up to date; 0
+    /// before the first one.
     double calcDeviation() const;
 
-    /// The median of the scaled values of all stored records, those with isInvalid included, in
-    /// the calculator's element type; what does not convert counts as 0. 0 for an empty series and
-    /// under every handling but 2. Copies the series: linear time and memory.
-    /// The host serialises: the series is walked without a lock, so no other thread may change it
-    /// meanwhile.
+    /// Returns the median of the scaled values of all stored records, including those with
+    /// isInvalid set, read as the element type of the calculator; a value that does not convert
+    /// counts as 0. Returns 0 for an empty series and under every handling but 2. Copies the
+    /// scaled values: linear time and memory.
+    ///
+    /// Walks the series without a lock: must not run concurrently with any operation that changes
+    /// it.
     double calcMedian() const;
 
-    /// Sets averageChanged and deviationChanged and asks the calculator for both figures. The
-    /// cached ones stay: only the worker refreshes them. Thread-safe against the writer.
+    /// Sets averageChanged and deviationChanged, and computes average and deviation without using
+    /// them. The cached ones stay: only the worker updates them.
     void updateAverageAndDeviation();
 
-    /// The body of the worker: refreshes the cached average and deviation every 100 ms until
-    /// updating is switched off, at least once; returns at once if it is off already. The worker
-    /// calls it; another thread that does stays in it until updating is switched off, and is not
-    /// waited for.
+    /// Runs the loop of the worker: updates the cached average and deviation every 100 ms until
+    /// updating is switched off. Returns at once if updating is off. Meant for the worker only:
+    /// another thread that calls it stays in the loop, and nothing waits for it.
     void updateCalculations();
 
-    /// All statistics at once. \a valueCount is the number of stored records; average, deviation,
-    /// maximum and minimum are those of the values fed in, fresh, the extremes as variants of
-    /// double; \a medianValue is calcMedian(). If the signal has no calculator, \a valueCount
-    /// alone is written.
-    /// The host serialises like for calcMedian() while the handling is 2.
+    /// Returns all statistics at once. \a valueCount is the number of stored records and
+    /// \a medianValue that of calcMedian(). Average, deviation, maximum and minimum are those of
+    /// the values fed in, up to date; the extremes are variants of double. If the signal has no
+    /// calculator, only \a valueCount is written before the exception.
+    ///
+    /// Under handling 2, must not run concurrently with any operation that changes the series, like
+    /// calcMedian().
     void getValueStatistics(double& averageValue, QVariant& maxValue, QVariant& minValue,
                             double& medianValue, double& deviationValue,
                             unsigned int& valueCount) const;
 
-    /// Rates the scaled value of the newest record from 0 to 100 (see
-    /// GenericValueHandler::getRating()): against \a lowerLimit and \a upperLimit if
-    /// \a useGivenLimits is true, else against the band of \a factor. 100 for fewer than two
-    /// records and for a data type without an element type. isInvalid is not looked at.
-    /// The host serialises: the newest record is not to be scaled meanwhile.
-    int getRating(double factor, bool useGivenLimits, double lowerLimit, double upperLimit);
+    /// Returns the rating of the scaled value of the newest record, from 0 to 100 (see
+    /// GenericValueHandler::getRating()): by \a lowerLimit and \a upperLimit if \a useGivenLimits
+    /// is true, otherwise by the band from getLowerThreshold(\a k) to getUpperThreshold(\a k). If
+    /// one limit is infinite, every finite value rates 0. isInvalid is ignored.
+    ///
+    /// Returns 100 for a data type without an element type and for fewer than two records. A signal
+    /// that is fed under handling 1 only holds one record, so it always gets 100: rate its value
+    /// by GenericValueHandler::getRating().
+    ///
+    /// Must not run concurrently with an operation that is scaling the newest record.
+    int getRating(double k, bool useGivenLimits, double lowerLimit, double upperLimit);
 
-    /// The lower end of the band: cached average - cached deviation x \a factor. Thread-safe; the
-    /// two may come from different passes of the worker.
-    double getLowerThreshold(double factor);
+    /// Returns the lower end of the band: cached average - cached deviation x \a k. Before the
+    /// first pass of the worker, the band is 0 to 0 for every \a k. Takes no lock; average and
+    /// deviation may come from different passes of the worker.
+    double getLowerThreshold(double k);
 
-    /// The upper end of the band: cached average + cached deviation x \a factor, otherwise like
+    /// Returns the upper end of the band: cached average + cached deviation x \a k, otherwise like
     /// getLowerThreshold().
-    double getUpperThreshold(double factor);
+    double getUpperThreshold(double k);
 
-    /// Copies of the records whose raw value lies strictly outside the band of \a factor, oldest
-    /// first, those with isInvalid included; a raw value that is no number counts as 0. It is the
-    /// raw value that is compared, though the band is one of scaled values: meant for signals with
-    /// factor 1 and offset 0. Linear in the number of records.
-    /// The host serialises: no record that is listed is to be scaled meanwhile.
-    QVector<T> getDeviators(double factor);
+    /// Returns copies of the records whose raw value lies outside the band of \a k, oldest first,
+    /// including those with isInvalid set. A value on an end of the band is inside; a raw value
+    /// that is not a number counts as 0. Linear in the number of records.
+    ///
+    /// Raw values are compared although the band is one of scaled values, so the result is
+    /// meaningful for factor 1 and offset 0 only.
+    ///
+    /// Must not run concurrently with an operation that is scaling a record that is returned.
+    QVector<T> getDeviators(double k);
 
-    /// Switches background updating and the calculator's log of values. On: starts a worker
-    /// unless there is one, without waiting for it to begin. Off: waits until the worker has
-    /// finished its cycle, up to 100 ms plus one computation, and destroys its thread. The value
-    /// handling stays as it is, so a host may keep appending, and the median, without a worker.
-    /// If the system cannot start a thread, or the worker has ended by itself, switching on again
-    /// takes effect after switching off.
-    /// The host serialises: a change, so not beside another one, and not from the worker.
-    /// To stop many signals quickly, switch them off side by side from some hundred threads: one
-    /// after the other takes up to 100 ms each.
+    /// Switches updating, and the value log of the calculator, on or off. On: starts a worker
+    /// unless there is one, and does not wait for it. Off: waits until the worker has finished its
+    /// pass, up to 100 ms and one computation, and destroys its thread. The value handling stays,
+    /// so a signal can append values and compute the median without a worker.
+    ///
+    /// If the system cannot start a thread, or if the worker has ended by itself, switch updating
+    /// off and on again. To stop many signals fast, switch them off in parallel, from up to some
+    /// hundred threads.
+    ///
+    /// Must not run concurrently with another modifying operation, nor on the worker.
     void setUpdatingEnabled(bool enabled);
 
 private:
-    /// A calculator that cannot be moved, whatever the statistics library allows: so the slot
-    /// destroys the old one before it constructs the next, and is empty if that fails.
+    /// A calculator that cannot be moved, even if that of the statistics library can. So the
+    /// variant destroys the old one before it constructs the next, and is valueless if that throws.
     template <typename N>
     struct Calculator {
         explicit Calculator(std::optional<int> logCapacity) : calculator(logCapacity) {}
@@ -258,20 +307,21 @@ private:
     using CalculatorSlot = std::variant<Calculator<N>...>;
 
     QVector<T> values;
-    // Set by the host's configuring thread, read by its readers: single words without further data
-    // behind them, so relaxed order is enough for these as for the other atomics below.
+    // Written by the thread that configures the signal and read by others. No other data depends on
+    // them, so relaxed order is enough, here and for the other atomics below.
     std::atomic<CAN::CANopenDataType> datatype{static_cast<CAN::CANopenDataType>(0)};
     QPointer<QThread> updateThread;
     std::atomic<bool> updatingEnabled{false};
     ElementTypesIn<CalculatorSlot> statisticCalculator;
     mutable QReadWriteLock valuesLock;
-    QMutex mutex; // reserved; nothing locks it
+    QMutex mutex; // reserved; never locked
 
 public:
-    /// Set by setNewValue(), appendValues() and updateAverageAndDeviation(); never read or reset
-    /// by the library. This and the following two are the host's to read and reset from any thread.
+    /// Set by setNewValue(), appendValues() and updateAverageAndDeviation(). The library neither
+    /// reads nor resets it. The host may read and reset this flag and the following two from any
+    /// thread.
     std::atomic<bool> averageChanged{false};
-    /// Set on the same occasions as averageChanged.
+    /// Set together with averageChanged.
     std::atomic<bool> deviationChanged{false};
     /// Set by setNewValue() only.
     std::atomic<bool> valuesChanged{false};
@@ -281,8 +331,8 @@ private:
     std::atomic<double> deviation{0.0};
     std::atomic<GenericSignal::NewValueHandlingType> valueHandling{
         static_cast<GenericSignal::NewValueHandlingType>(1)};
-    // The length of values for those who read it without the lock: the vector itself may be
-    // moving to other storage at that moment.
+    // The length of values, for operations that take no lock: meanwhile the vector itself may be
+    // moving its records to new memory.
     std::atomic<int> storedCount{0};
 };
 
