@@ -269,3 +269,19 @@ TYPED_TEST(Scaling, AgreesWithAnIndependentModelOnRandomCases)
             << " gave " << result.toString().toStdString() << ", not " << +expected;
     }
 }
+
+TEST(ScalingEdges, AnIdentityScalingRoundsNumbersBeyond53BitsAndWrapsTheGreatest)
+{
+    constexpr long long odd = (1LL << 53) + 1;
+    EXPECT_EQ(scaled<long long>(odd, 1, 0), QVariant(odd - 1));
+    constexpr long long highest = std::numeric_limits<long long>::max();
+    constexpr long long lowest = std::numeric_limits<long long>::min();
+    EXPECT_EQ(scaled<long long>(highest - 512, 1, 0), QVariant(highest - 1023)); // 2^63 - 1024
+    EXPECT_EQ(scaled<long long>(highest - 511, 1, 0), QVariant(lowest));
+    EXPECT_EQ(scaled<long long>(highest, 1, 0), QVariant(lowest));
+    EXPECT_EQ(scaled<long long>(lowest, 1, 0), QVariant(lowest));
+    constexpr unsigned long long greatest = std::numeric_limits<unsigned long long>::max();
+    EXPECT_EQ(scaled<unsigned long long>(greatest - 1024, 1, 0), QVariant(greatest - 2047));
+    EXPECT_EQ(scaled<unsigned long long>(greatest - 1023, 1, 0), QVariant(0ULL));
+    EXPECT_EQ(scaled<unsigned long long>(greatest, 1, 0), QVariant(0ULL));
+}

@@ -126,3 +126,22 @@ TYPED_TEST(SignalClearing, ARatingThatWaitsForItSeesAnEmptySeries)
     reader.join();
     EXPECT_EQ(rating, 100);
 }
+
+template <typename T>
+class SignalStoring : public SignalClearing<T>
+{
+};
+TYPED_TEST_SUITE(SignalStoring, RecordTypes);
+
+TYPED_TEST(SignalStoring, ASnapshotTakenBeforeTheNewestRecordIsScaledNeverHoldsItsScaledValue)
+{
+    this->signal.setDatatype(dataType(4));
+    QVector<TypeParam> snapshot;
+    const std::function<void()> takeSnapshot = [&] { snapshot = this->signal.getValues(); };
+    afterUnlock = &takeSnapshot;
+    EXPECT_TRUE(this->signal.setNewValue(rawRecord<TypeParam>(5), 2, 1));
+    ASSERT_EQ(snapshot.size(), 1);
+    EXPECT_EQ(snapshot.constLast().rawValue, QVariant(5));
+    EXPECT_FALSE(snapshot.constLast().scaledValue.isValid());
+    EXPECT_EQ(this->signal.getValues().constLast().scaledValue, QVariant(11));
+}

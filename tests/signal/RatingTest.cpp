@@ -188,3 +188,42 @@ TYPED_TEST(SignalRating, NaNLimitsExcludeNothing)
     EXPECT_EQ(this->signal.getRating(1, true, notANumber, 5), 0);
     EXPECT_EQ(this->signal.getRating(notANumber, false, 0, 5), 100);
 }
+
+TYPED_TEST(SignalRating, BeforeTheFirstPassOfTheWorkerTheBandIsZeroToZero)
+{
+    GenericSignalImpl<TypeParam> fresh;
+    fresh.setDatatype(dataType(4));
+    fresh.appendValues(rawRecords<TypeParam>({10, 0}), 1, 0);
+    feed(fresh, {20}); // replaces the 0
+    EXPECT_EQ(fresh.calcAverage(), 20);
+    EXPECT_EQ(fresh.getLowerThreshold(3), 0);
+    EXPECT_EQ(fresh.getUpperThreshold(3), 0);
+    EXPECT_EQ(fresh.getRating(3, false, 0, 100), 0);
+    EXPECT_EQ(fresh.getDeviators(3).size(), 2);
+    feed(fresh, {0});
+    EXPECT_EQ(fresh.getRating(3, false, 0, 100), 100);
+    EXPECT_EQ(fresh.getDeviators(3).size(), 1);
+}
+
+TYPED_TEST(SignalRating, AChangeOfTheDatatypeKeepsTheBandUntilTheNextPassOfTheWorker)
+{
+    this->feedAround(10, 2);
+    this->signal.setUpdatingEnabled(false);
+    this->signal.setDatatype(dataType(17));
+    EXPECT_EQ(this->signal.calcAverage(), 0);
+    EXPECT_EQ(this->signal.getLowerThreshold(1), 8);
+    EXPECT_EQ(this->signal.getUpperThreshold(1), 12);
+    this->signal.setUpdatingEnabled(true);
+    EXPECT_TRUE(waitUntil([this] {
+        return this->signal.getLowerThreshold(1) == 0 && this->signal.getUpperThreshold(1) == 0;
+    }));
+}
+
+TYPED_TEST(SignalRating, OneInfiniteLimitRatesZero)
+{
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    feed(this->signal, {10, 50});
+    EXPECT_EQ(this->signal.getRating(1, true, 0, infinity), 0);
+    EXPECT_EQ(this->signal.getRating(1, true, -infinity, 100), 0);
+    EXPECT_EQ(this->signal.getRating(1, true, -infinity, infinity), 100);
+}

@@ -297,3 +297,73 @@ TYPED_TEST(SignalThreads, FlagsCanBeReadAndResetFromAnyThread)
         [&] { seen += this->signal.valuesChanged.exchange(false); });
     EXPECT_GT(seen, 0);
 }
+
+TYPED_TEST(SignalThreads, TheNewestRecordCanBeSeenBeforeItIsScaled)
+{
+    this->signal.setNewValue(rawRecord<TypeParam>(5), 2, 1);
+    TypeParam older, newest;
+    const auto interrupted = interruptedRecord<TypeParam>([&] {
+        EXPECT_EQ(this->signal.getValueCount(), 2);
+        EXPECT_TRUE(this->signal.getValue(0, older));
+        EXPECT_TRUE(this->signal.getValue(1, newest));
+        EXPECT_FALSE(this->signal.getValues().constLast().scaledValue.isValid());
+    });
+    EXPECT_TRUE(this->signal.setNewValue(interrupted, 2, 1));
+    EXPECT_EQ(older.scaledValue, QVariant(11));
+    EXPECT_FALSE(newest.scaledValue.isValid());
+    EXPECT_TRUE(this->signal.getValue(1, newest));
+    EXPECT_EQ(newest.scaledValue, QVariant(3));
+}
+
+TYPED_TEST(SignalThreads, RecordsThatAreScaledBeforeTheyAreStoredAreAlwaysSeenScaled)
+{
+    std::atomic<int> broken{0};
+    std::atomic<int> seen{0};
+    const auto isScaled = [](const TypeParam& record) {
+        return record.scaledValue == QVariant(2 * record.rawValue.toInt() + 1);
+    };
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds || (seen == 0 && broken == 0); ++i) {
+                if (i % 500 == 499)
+                    this->signal.clearValues();
+                auto record = rawRecord<TypeParam>(i);
+                this->signal.scaleAndAppendValue(record, 2, 1);
+                this->signal.setNewValue(record);
+            }
+        },
+        [&] {
+            TypeParam record;
+            if (this->signal.getValue(std::max(0, this->signal.getValueCount() - 1), record)) {
+                broken += !isScaled(record);
+                ++seen;
+            }
+            const QVector<TypeParam> snapshot = this->signal.getValues();
+            broken += !std::all_of(snapshot.begin(), snapshot.end(), isScaled);
+        });
+    EXPECT_EQ(broken, 0);
+    EXPECT_GT(seen, 0);
+}
+
+TYPED_TEST(SignalThreads, WhatNeedsNoCalculatorMayBeCalledWhileTheDatatypeChanges)
+{
+    feed(this->signal, {8, 12});
+    ASSERT_TRUE(waitForCaches(this->signal));
+    this->signal.setUpdatingEnabled(false);
+    std::atomic<int> broken{0};
+    this->whileReading(
+        [&] {
+            for (int i = 0; i < rounds; ++i)
+                this->signal.setDatatype(dataType(static_cast<quint32>(i % 28)));
+        },
+        [&] {
+            broken += this->signal.getAverage() != 10 || this->signal.getDeviation() != 2;
+            broken += this->signal.getLowerThreshold(1) != 8;
+            broken += this->signal.getUpperThreshold(1) != 12;
+            broken += this->signal.getValueHandling() != append;
+            auto own = rawRecord<TypeParam>(5);
+            this->signal.scaleAndAppendValue(own, 1, 0);
+            broken += own.scaledValue.toInt() != 5;
+        });
+    EXPECT_EQ(broken, 0);
+}

@@ -334,3 +334,14 @@ TYPED_TEST(RecordStream, OperatorsKeepTheSettingsOfTheStream)
     EXPECT_EQ(out.version(), int(QDataStream::Qt_5_6));
     EXPECT_EQ(out.floatingPointPrecision(), QDataStream::SinglePrecision);
 }
+
+TYPED_TEST(RecordStream, AFlaggedRecordComesBackAsAValidOne)
+{
+    auto flagged = sampleOf<TypeParam>();
+    flagged.isInvalid = true;
+    QDataStream stream(written(flagged));
+    TypeParam value;
+    stream >> value;
+    EXPECT_EQ(streamedFields(value), streamedFields(flagged));
+    EXPECT_FALSE(value.isInvalid);
+}
