@@ -207,7 +207,7 @@ TYPED_TEST(PlainRecord, FailedStreamIsRejectedAndKeepsItsStatus)
     EXPECT_EQ(stream.status(), QDataStream::ReadCorruptData);
 }
 
-/// The function shown in docs/reliability.md.
+/// The function shown in docs/host-guide.md.
 class DocumentedReader : public testing::Test
 {
 protected:
