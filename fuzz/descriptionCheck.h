@@ -7,8 +7,9 @@
 #include <cstdlib>
 #include <vector>
 
-/// Uses \a messages as the monitor does: every signal gets a name and a data type, and data of
-/// every length is decoded by them, with nothing behind it that could be read unnoticed.
+/// Uses the messages \a described as the program does: gives every signal a name and a data type,
+/// and decodes data of every length. The data is allocated exactly as long as it is, so that
+/// AddressSanitizer reports a read past its end.
 inline void checkDescriptions(const QVector<monitor::MessageDescription>& described)
 {
     const auto messages = monitor::Catalogue(described).messages();
@@ -24,7 +25,7 @@ inline void checkDescriptions(const QVector<monitor::MessageDescription>& descri
     constexpr auto longestFrame =
         static_cast<int>(std::tuple_size_v<decltype(monitor::Frame::data)>);
     for (const monitor::CatalogueMessage& message : messages) {
-        quint8 first = 0x5A; // may be a multiplexor
+        quint8 first = 0x5A; // the byte that may hold the multiplexor
         for (int length = 0; length <= longestFrame; ++length) {
             std::vector<quint8> bytes(static_cast<std::size_t>(length), 0x5A);
             if (length > 0)

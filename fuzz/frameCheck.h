@@ -4,8 +4,8 @@
 
 #include <cstdlib>
 
-/// Ends the process unless \a kind and \a frame are what a reader of recordings promises. The frame
-/// must have been as constructed before.
+/// Aborts unless \a kind and \a frame are what a reader of recordings promises: a possible frame,
+/// or one that is left as it was constructed.
 inline void checkFrame(monitor::LineKind kind, const monitor::Frame& frame)
 {
     const monitor::Frame untouched;

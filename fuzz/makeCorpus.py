@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the kept corpus of the targets of records and of transported frames:
-corpus/<target>/<what it is>. Those of the other targets are small files by hand and what fuzzing
-has found."""
+"""Writes the corpus of the targets of records and of the transport protocol, a file for each case:
+corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
+fuzzing."""
 
 import pathlib
 import struct

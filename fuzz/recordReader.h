@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <iostream>
 
-/// Tells at the end of the process how much of its inputs got as far as operator>>.
+/// Prints at the end of the process how many of its inputs reached operator>>.
 struct ReadingReport {
     ~ReadingReport()
     {
@@ -21,9 +21,9 @@ struct ReadingReport {
 };
 inline ReadingReport readingReport;
 
-/// The common part of the fuzz targets: reads records of type T from hostile bytes, as a host does
-/// that asks nextRecordIsPlain() first. The first byte configures the stream, in its lowest bits
-/// the byte order, the precision and the version; the others are the stream.
+/// The common part of the targets of records: reads records of type T from hostile bytes, as a host
+/// that calls nextRecordIsPlain() first. The first byte configures the stream: the lowest bit the
+/// byte order, the next one the precision, the others the version. The stream follows.
 template <typename T>
 class RecordReader
 {
@@ -35,8 +35,8 @@ public:
         bytes.remove(0, 1);
     }
 
-    /// Reads until a record is not plain or the bytes end; ends the process if one is not read as
-    /// the header promises.
+    /// Reads until a record is not plain or the bytes end. Aborts if a record is not read as its
+    /// header promises.
     void readAll() const
     {
         QDataStream stream(bytes);
@@ -50,7 +50,7 @@ public:
                 return;
             if (recordsRead++ == readBefore)
                 ++readingReport.inputsRead;
-            // The first copy may differ from the bytes read: a boolean has many true ones.
+            // The first copy may differ from the bytes read: any byte but 0 is true.
             const QByteArray copy = written(record);
             const T again = readBack(copy);
             require(again.rawValue.userType() == record.rawValue.userType());
@@ -97,7 +97,7 @@ private:
         return record;
     }
 
-    /// Where another version word stands, any bytes may follow: only the word is consumed.
+    /// If the version is another one, only the version is consumed, whatever follows.
     void refuseOtherVersion(QDataStream& stream) const
     {
         const QByteArray rest = stream.device()->peek(2);

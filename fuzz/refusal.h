@@ -1,9 +1,9 @@
 #pragma once
 
-/// Whether the last input was refused from its beginning on, set by the targets that refuse any.
-/// The replay requires it of the inputs whose files are named refused-*.
+/// Whether the first record of the last input was refused; set by the targets of records. The
+/// replay requires it of files named refused-*.
 inline bool inputRefused = false;
 
-/// How many records have been read, by the targets of records. The replay requires one at least of
-/// each input whose file is named raw-*, except those named raw-*cut.
+/// The number of records read by the targets of records. The replay requires at least one from each
+/// file named raw-*, except raw-*cut.
 inline long long recordsRead = 0;

@@ -1,6 +1,6 @@
-// Stands in for the fuzzer where the compiler has none: gives every file of the folders named as
-// arguments to the target once, and requires that it refuses those named refused-* and reads a
-// record of those named raw-*, unless they end in cut.
+// Replaces the fuzzer where the compiler has none: passes every file of the given folders to the
+// target once. The target must refuse files named refused-*, and read a record from each file named
+// raw-* unless its name ends in "cut".
 
 #include "refusal.h"
 
@@ -20,17 +20,19 @@ int main(int argc, char* argv[])
         for (const QFileInfo& info : folder.entryInfoList(QDir::Files)) {
             QFile file(info.filePath());
             if (!file.open(QIODevice::ReadOnly))
-                return std::cerr << "cannot read " << qPrintable(info.filePath()) << '\n', 1;
+                return std::cerr << qPrintable(info.filePath()) << ": cannot read the file\n", 1;
             const QByteArray bytes = file.readAll();
             const long long readBefore = recordsRead;
             LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
                                    static_cast<std::size_t>(bytes.size()));
             const QString name = info.fileName();
             if (name.startsWith(QLatin1String("refused-")) && !inputRefused)
-                return std::cerr << qPrintable(info.filePath()) << " is not refused\n", 1;
+                return std::cerr << qPrintable(info.filePath())
+                                 << ": must be refused, but was read\n",
+                       1;
             if (name.startsWith(QLatin1String("raw-")) && !name.endsWith(QLatin1String("cut")) &&
                 recordsRead == readBefore)
-                return std::cerr << qPrintable(info.filePath()) << " is not read\n", 1;
+                return std::cerr << qPrintable(info.filePath()) << ": no record was read\n", 1;
             ++count;
         }
     }

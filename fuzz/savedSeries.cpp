@@ -9,7 +9,7 @@
 namespace
 {
 
-/// What is done next with the run of a file.
+/// Restores and reports the run, as `vantrel show` does.
 void report(const monitor::SavedRun& run)
 {
     monitor::Session session({}, run.k);
@@ -22,8 +22,8 @@ void report(const monitor::SavedRun& run)
 
 } // namespace
 
-/// The input is what stands between the hash of a file and its version: the hash would keep the
-/// fuzzer out.
+/// The input is the part of a file between version and hash. Both are added here, because the
+/// fuzzer would never find the right hash.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

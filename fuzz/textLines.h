@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The lines of a text, as a reader of files hands them on: without their ends.
+/// The lines of a text without their line ends, as the readers of files pass them on.
 inline QList<QByteArray> textLines(const std::uint8_t* data, std::size_t size)
 {
     QList<QByteArray> lines =

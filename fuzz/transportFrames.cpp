@@ -9,8 +9,9 @@ namespace
 
 constexpr int framedBytes = 10;
 
-/// Of ten bytes: in the lowest bit of the first whether the frame is a packet or controls them, in
-/// the others its source; the destination; its data.
+/// A frame from ten bytes. The lowest bit of the first byte is 1 for a data packet, 0 for
+/// connection management; its other bits are the source address. The destination address and the
+/// data follow.
 monitor::Frame frameOf(const std::uint8_t* bytes)
 {
     monitor::Frame frame;
@@ -24,7 +25,8 @@ monitor::Frame frameOf(const std::uint8_t* bytes)
 
 } // namespace
 
-/// Every message has a possible length, that many bytes, and came in as many frames as it takes.
+/// Every message must have a possible length, and must have taken more frames than its packets,
+/// because an announcement precedes them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
