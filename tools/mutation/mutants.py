@@ -1,8 +1,8 @@
 """Mutants of a C++ source: small changes that a test should notice, one at a time.
 
 The patterns rely on clang-format: a binary operator has spaces around it, the brackets of template
-arguments do not, a unary operator touches its operand, and a statement begins after a bracket, a
-semicolon or a label.
+arguments do not, a unary operator touches its operand, and a statement follows a brace, a semicolon
+or a label.
 """
 
 import hashlib
@@ -11,7 +11,7 @@ from collections import Counter, defaultdict
 from pathlib import PurePath
 from typing import NamedTuple
 
-# What stands in for a binary operator, in turn.
+# The replacements of each binary operator.
 SWAPS = {
     "<": ("<=", ">"), "<=": ("<", ">="), ">": (">=", "<"), ">=": (">", "<="), "==": ("!=",),
     "!=": ("==",), "&&": ("||",), "||": ("&&",), "+": ("-",), "-": ("+",), "*": ("/", "+"),
@@ -82,7 +82,7 @@ def is_floating(number):
 
 
 def is_operand(code, found):
-    """Whether a binary operator stands before or behind it."""
+    """Whether there is a binary operator before or after it."""
     return bool(re.search(rf" (?:{SWAPPED}) $", code[:found.start()][-5:]) or
                 re.match(rf" (?:{SWAPPED})\s", code[found.end():]))
 
@@ -191,7 +191,7 @@ OPERATORS = [swapped_operators, dropped_unary_operators, changed_constants, drop
 
 
 def marked(text, start, end, replacement):
-    """The line or lines of code with the change marked."""
+    """The line or lines of code, with the change marked."""
     begin, line_end = text.rfind("\n", 0, start) + 1, text.find("\n", end)
     change = f"[{text[start:end]} -> {replacement}]"
     return " ".join((text[begin:start] + change + text[end:line_end]).split())
@@ -217,9 +217,10 @@ SEED = 20
 
 
 def spread(mutants):
-    """The mutants in an order of which every beginning is a sample, with its share of each folder
-    plus or minus one. Within a folder a hash of the description decides, so that a change of one
-    line leaves the rest of the sample as it is, and a larger sample contains the smaller ones."""
+    """The mutants in an order of which every beginning is a sample: each folder has its share, plus
+    or minus one. Within a folder they are ordered by a hash of the description, so that changing
+    one line does not change the rest of the sample, and a larger sample contains the smaller ones.
+    """
     folders = defaultdict(list)
     for mutant in mutants:
         folders[PurePath(mutant.path).parent].append(mutant)

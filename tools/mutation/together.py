@@ -1,4 +1,4 @@
-"""Puts nearly all mutants of a source into one source, so that thousands are built at once. Each
+"""Writes nearly all mutants of a source into one source, so that thousands are built at once. Each
 function begins with a switch over the number in the environment variable MUTANT, whose cases are
 the mutated bodies. Initial values become conditional expressions."""
 
@@ -6,7 +6,8 @@ import re
 
 from mutants import NUMBER, code_of
 
-# Included before every source. Forced inlining would multiply functions within each other.
+# Included before every source. Forced inlining would copy the mutants of a function into each
+# caller.
 PRELUDE = """\
 #pragma once
 #include <cstdlib>
@@ -50,14 +51,14 @@ def functions(code):
 
 
 def without_template_arguments(code):
-    """Keeps those that are not closed."""
+    """Keeps arguments whose bracket is not closed."""
     while (shorter := re.sub(r"(?<=\w)<[^<>]*>", "", code)) != code:
         code = shorter
     return code
 
 
 def returns_nothing(head, body):
-    """Whether it is a void function, a constructor, a destructor or a lambda without result."""
+    """Whether it is a void function, a constructor, a destructor or a lambda without a result."""
     if LAMBDA.search(head):
         return not re.search(r"\breturn\s+[^\s;]", body)
     head = without_template_arguments(head)
@@ -79,8 +80,8 @@ def initial_values(text, code, mutants, bodies):
 
 
 def together(text, mutants, numbers):
-    """The text that contains all mutants within functions and of initial values, and two lists of
-    these."""
+    """The text that contains all mutants within functions and of initial values, and the lists of
+    the two kinds."""
     code, changes, within, bodies = code_of(text), [], [], []
 
     def line_of(place):

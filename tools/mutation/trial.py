@@ -24,18 +24,18 @@ BUILDS = {
     "program": (".", f"-O0 {CHECKED}"),
 }
 MEMORY = str(8 << 30)  # room for the stacks of a thousand threads
-# An error in a source: a killed compiler or a full disk says nothing about a mutant.
+# An error in a source. A killed compiler or a full disk says nothing about the mutant.
 ERROR = re.compile(r"\d: (?:fatal )?error: |undefined reference")
 
 
 class Stage(NamedTuple):
-    """Tests of a build, the quickest first."""
+    """Tests of one build, the quickest first."""
     name: str
     build: str
-    libraries: list  # built first: a mutant need not compile with the tests if these refuse it
+    libraries: list  # built first, so that tests are not built for a mutant that does not compile
     tests: list  # paths of programs, the names of which are those of their targets
-    files: tuple  # the beginnings of the paths of the sources that are tested
-    filter: str = "*"  # leaves out tests that take long and notice nothing that others do not
+    files: tuple  # the tested sources, by the beginnings of their paths
+    filter: str = "*"  # excludes slow tests that notice nothing more than the others
     own_first: bool = False  # run the tests in the folder of the mutant before the others
     repeats: bool = False  # a failure counts only if it happens again: such tests depend on timing
     memory: str = "unlimited"  # address space in bytes: mutants may append without end
@@ -71,8 +71,8 @@ STAGES = [
 
 
 def run(command, directory, timeout=None, log_file="log", number=0):
-    """The exit code of the command, None if it took longer; its output goes to the log in the
-    directory. Of mutants built together, the one with the number is run."""
+    """The exit code of the command, or None if it timed out. Its output goes to the log file in the
+    directory. Of mutants built together, the one with the number is active."""
     environment = {**os.environ, "TSAN_OPTIONS": "halt_on_error=1", "LC_ALL": "C.UTF-8",
                    "MUTANT": str(number)}
     with open(directory / log_file, "wb") as log:
@@ -87,7 +87,7 @@ def run(command, directory, timeout=None, log_file="log", number=0):
 
 
 def end_group(process):
-    """Ends the process and those that it left behind."""
+    """Ends the process and all processes that it started."""
     try:
         os.killpg(process.pid, signal.SIGKILL)
     except ProcessLookupError:
@@ -96,7 +96,7 @@ def end_group(process):
 
 
 class Tree:
-    """A copy of the project, its builds, and the times that its tests take without a mutation."""
+    """A copy of the project, its builds, and the durations of its tests without a mutation."""
 
     def __init__(self, project, root, mutants):
         self.project, self.source, self.root = project, root / "source", root
@@ -129,7 +129,7 @@ class Tree:
         self.durations[stage.name, test_run] = time.monotonic() - begin
 
     def duration(self, stage, test_run):
-        """Of tests that were not measured by themselves, that of all tests of the program."""
+        """For tests that were not measured separately, the duration of all tests of the program."""
         whole = TestRun(test_run.program, stage.filter)
         return self.durations.get((stage.name, test_run), self.durations[stage.name, whole])
 
@@ -151,14 +151,14 @@ class Tree:
 
     def require(self, command, build):
         if run(command, build) != 0:
-            raise RuntimeError(f"Without a mutation this failed: {' '.join(map(str, command))}\n"
+            raise RuntimeError(f"Failed without a mutation: {' '.join(map(str, command))}\n"
                                + self.log(build)[-3000:])
 
     def stages_of(self, mutant):
         return [stage for stage in self.stages if mutant.path.startswith(stage.files)]
 
     def try_mutant(self, mutant, text):
-        """What noticed the mutant: a test, the compiler, or nothing."""
+        """Who noticed the mutant: the name of a test, "compiler", or an empty string."""
         noticed = ""
         for stage in self.stages_of(mutant):
             self.write(mutant.path, mutant.applied_to(text))
@@ -173,7 +173,7 @@ class Tree:
         return noticed
 
     def tests_include_it(self, stage):
-        """Whether more is to be compiled once the libraries are built."""
+        """Whether tests have to be compiled again after the libraries."""
         build = self.build_directory(stage)
         self.require([*self.build_command(self.targets(stage)), "-n"], build)
         return "Building CXX object" in self.log(build)
@@ -182,13 +182,13 @@ class Tree:
         build = self.build_directory(stage)
         if run(self.build_command(targets), build, 600) != 0:
             if not ERROR.search(self.log(build)):
-                raise RuntimeError(f"No error in the source, but this could not be built:"
+                raise RuntimeError(f"The build failed without an error in the source:"
                                    f" {mutant.description}\n{self.log(build)[-3000:]}")
             return "compiler"
         return self.test_stage(stage, mutant)
 
     def test_stage(self, stage, mutant, number=0):
-        """The test program that notices the mutant, or nothing."""
+        """The test program that notices the mutant, or an empty string."""
         build = self.build_directory(stage)
         for test_run in self.test_runs(stage, str(PurePath(mutant.path).parent)):
             trial = (self.test_command(stage, test_run), build,
@@ -202,7 +202,7 @@ class Tree:
         return ""
 
     def test_runs(self, stage, folder):
-        """What to run for a mutant in the folder, the tests most likely to notice it first."""
+        """The tests to run for a mutant in the folder, those most likely to notice it first."""
         near = PurePath(folder).name
         for program in sorted(stage.tests, key=lambda program: near not in program):
             own = self.tests_in(stage, program, f"tests/{folder}/") if stage.own_first else []
@@ -237,20 +237,20 @@ class Tree:
         return ["ninja", "-j1", *targets]
 
     def test_command(self, stage, test_run):
-        """Resets the signals that a shell ignores in the background: tests send some of them."""
+        """Resets the signals that a shell ignores in the background, because tests send some."""
         return ["env", "--default-signal=HUP,INT,QUIT", "prlimit", f"--as={stage.memory}:",
                 self.build_directory(stage) / test_run.program, "--gtest_fail_fast",
                 "--gtest_brief=1", f"--gtest_filter={test_run.filter}"]
 
     def write(self, path, text):
         file = self.source / path
-        if file.read_text() != text:  # else it would be built again
+        if file.read_text() != text:  # or it would be built again
             file.write_text(text)
 
 
 class TogetherTree(Tree):
-    """A tree with many mutants in it, of which several may be tried at a time. Those that do not
-    compile and those of types and of constants are left to other trees."""
+    """A tree that contains many mutants, of which several may be tried at a time. Mutants that do
+    not compile, and those of types and constants, are left to other trees."""
 
     def __init__(self, project, root, mutants, texts, jobs):
         super().__init__(project, root, mutants)

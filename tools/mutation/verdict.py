@@ -1,4 +1,4 @@
-"""The parts of the project, and what the outcomes of their mutants say about the tests."""
+"""The parts of the project, and the verdict on their tests."""
 
 from typing import NamedTuple
 
@@ -17,8 +17,8 @@ PARTS = (
 
 
 def problems(part, outcomes, reasons, whole):
-    """What is wrong, apart from mutants that have not been tried. The percentage only counts if the
-    mutants stand for the whole part."""
+    """The problems, apart from mutants that have not been tried. The percentage is only checked if
+    the mutants represent the whole part."""
     built = [(mutant, noticed) for mutant, noticed in outcomes if noticed not in ("compiler", None)]
     killed = {mutant.description for mutant, noticed in built if noticed}
     yield from (f"survived without a reason: line {mutant.line} of {mutant.description}"
@@ -47,7 +47,8 @@ def summary(part, outcomes, reasons):
 
 
 def verdict(part, outcomes, reasons, whole):
-    """The lines to print about pairs of a mutant and what noticed it, and whether all is well."""
+    """The lines to print, and whether all is well. The outcomes are pairs of a mutant and who
+    noticed it."""
     wrong = list(problems(part, outcomes, reasons, whole))
     all_tried = all(noticed is not None for _, noticed in outcomes)
     return [*wrong, summary(part, outcomes, reasons)], all_tried and not wrong
