@@ -1,5 +1,5 @@
-// Runs under callgrind, which counts the instructions of each row between two of its requests;
-// the script "instructions" puts them into a table.
+// Runs under callgrind, which writes one file of instruction counts for each row. The script
+// "instructions" puts them into a table.
 
 #include "floors.h"
 
@@ -68,7 +68,7 @@ int main()
 {
     countTypes<J1939Value>(", J1939");
     countTypes<CANopenObjectValue>(", CANopen");
-    // Whether a value costs more in a long series.
+    // The cost of a value must not depend on the length of the series.
     for (const int values : {1000, 100000, 1000000})
         countOneValue<int, J1939Value>("INTEGER32, J1939", CAN::CANopenDataType::INTEGER32, append,
                                        values);

@@ -34,10 +34,10 @@ T rawRecord(const QVariant& raw)
     return record;
 }
 
-/// The same for both contenders, so that the series of both grow equally often.
+/// The same for both contenders, so that both series grow equally often.
 constexpr int valueCount = 1 << 19;
 
-/// One value after the other, growth of the series included.
+/// Single values, including the growth of the series.
 template <typename N, typename T>
 void registerOneValue(const std::string& row, CAN::CANopenDataType datatype,
                       GenericSignal::NewValueHandlingType handling, Worker worker = Worker::Off)
@@ -76,7 +76,7 @@ void registerTypes(const std::string& recordName)
                              append, Worker::On);
 }
 
-/// Filling a signal from empty to \a count records, the time of one value.
+/// Fills an empty signal with \a count records; the time is that of one value.
 void registerFill(int count)
 {
     const std::string row = "fill with " + std::to_string(count) + " values";
@@ -99,7 +99,7 @@ void registerFill(int count)
     });
 }
 
-/// Appending a batch to an empty signal, and rescaling it in place; the time of one record.
+/// Appends a batch to an empty signal, and rescales it in place; the time is that of one record.
 void registerBatch(int count)
 {
     const QVector<J1939Value> batch(count, rawRecord<J1939Value>(100));
@@ -142,7 +142,8 @@ void registerBatch(int count)
                                  });
 }
 
-/// What a polled snapshot of a long series costs the next value, beside a value without one.
+/// The cost of a value after a snapshot of a long series, compared with one that is polled by
+/// getValue().
 void registerSnapshot(int count)
 {
     const QVector<J1939Value> batch(count, rawRecord<J1939Value>(100));

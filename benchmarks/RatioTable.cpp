@@ -7,9 +7,10 @@
 namespace
 {
 
-using Row = std::map<std::string, std::vector<double>>;
+using Row = RatioTable::Row;
 
-/// The fastest repetition: what else a machine has to do only adds. 0 where there is none.
+/// The fastest repetition, because other load on the machine only ever adds time; 0 if there is
+/// none.
 double fastestOf(const Row& row, const std::string& contender)
 {
     const auto found = row.find(contender);
@@ -55,13 +56,7 @@ void printList(const std::string& name, const Row& row)
                 fastestOf(row, "deviation") / loop, fastestOf(row, "median") / nth);
 }
 
-/// Whether the row compares an operation of a signal with its floor.
-bool hasFloor(const Row& row)
-{
-    return row.count("floor") > 0;
-}
-
-void printFloor(const std::string& name, const Row& row)
+void printSignal(const std::string& name, const Row& row)
 {
     const double own = fastestOf(row, "own"), floor = fastestOf(row, "floor");
     std::printf("| %s |", name.c_str());
@@ -69,6 +64,47 @@ void printFloor(const std::string& name, const Row& row)
     printTime(floor);
     std::printf(" %.2f |\n", own / floor);
 }
+
+enum class Kind { Running, List, Signal };
+
+Kind kindOf(const std::string& name, const Row& row)
+{
+    if (row.count("floor") > 0)
+        return Kind::Signal;
+    return name.rfind("list", 0) == 0 ? Kind::List : Kind::Running;
+}
+
+/// A section of the results: the rows of one kind.
+struct Section {
+    Kind kind;
+    const char* heading;
+    void (*printRow)(const std::string& name, const Row& row);
+};
+
+constexpr Section sections[] = {
+    {Kind::Running,
+     "\n## Running calculators\n\n"
+     "In nanoseconds per value, and the ratios to Boost.\n\n"
+     "| | Vantrel | Boost, locked | Boost, locked by call | Boost | GSL, locked | GSL "
+     "| Welford, locked | Welford | ratio to locked | ratio to locked by call |\n"
+     "|---|---|---|---|---|---|---|---|---|---|---|",
+     printRunning},
+    {Kind::List,
+     "\n## Lists\n\n"
+     "In microseconds per list, and three ratios: of all statistics to the sum of deviation, "
+     "maximum,\nminimum and median; of the deviation to a plain loop over a vector (mean and mean "
+     "square); of the\nmedian to `std::nth_element` on a vector.\n\n"
+     "| | average | deviation | maximum | minimum | median | all statistics | loop | nth_element "
+     "| ratio to parts | to loop | to nth_element |\n"
+     "|---|---|---|---|---|---|---|---|---|---|---|---|",
+     printList},
+    {Kind::Signal,
+     "\n## Signals\n\n"
+     "In nanoseconds per value, record or call, and the ratio to the floor: the same unavoidable "
+     "steps,\nwritten by hand with the same Qt types.\n\n"
+     "| | Vantrel | floor | ratio |\n|---|---|---|---|",
+     printSignal},
+};
 
 } // namespace
 
@@ -84,45 +120,24 @@ void RatioTable::ReportRuns(const std::vector<Run>& runs)
             continue;
         const std::string name = run.run_name.function_name;
         const auto slash = name.rfind('/');
-        const std::string row = name.substr(0, slash);
-        if (nanoseconds.find(row) == nanoseconds.end())
-            rowNames.push_back(row);
-        nanoseconds[row][name.substr(slash + 1)].push_back(run.GetAdjustedCPUTime());
+        nanoseconds[name.substr(0, slash)][name.substr(slash + 1)].push_back(
+            run.GetAdjustedCPUTime());
     }
     std::cerr << '.' << std::flush;
 }
 
-void RatioTable::printFloors()
-{
-    std::puts("\n\nSignals: nanoseconds for a value, record or call, and the ratio to the same "
-              "unavoidable steps written by hand with the same types of Qt.\n\n"
-              "| | Vantrel | floor | ratio |\n|---|---|---|---|");
-    for (const std::string& name : rowNames) {
-        if (hasFloor(nanoseconds[name]))
-            printFloor(name, nanoseconds[name]);
-    }
-}
-
 void RatioTable::Finalize()
 {
-    std::sort(rowNames.begin(), rowNames.end());
-    printFloors();
-    std::puts("\n\nRunning calculators: nanoseconds for a value, and the ratio to Boost.\n\n"
-              "| | Vantrel | Boost, locked | Boost, locked by call | Boost | GSL, locked | GSL | "
-              "Welford, locked | Welford | ratio to locked | ratio to locked by call |\n"
-              "|---|---|---|---|---|---|---|---|---|---|---|");
-    for (const std::string& name : rowNames) {
-        if (name.rfind("list", 0) != 0 && !hasFloor(nanoseconds[name]))
-            printRunning(name, nanoseconds[name]);
-    }
-    std::puts("\nLists: microseconds for all values, and the ratios of all statistics to their "
-              "parts, of the deviation to a plain loop on a vector (mean and mean square) and of "
-              "the median to std::nth_element on one.\n\n"
-              "| | average | deviation | maximum | minimum | median | all statistics | loop | "
-              "nth_element | ratio to parts | to loop | to nth_element |\n"
-              "|---|---|---|---|---|---|---|---|---|---|---|---|");
-    for (const std::string& name : rowNames) {
-        if (name.rfind("list", 0) == 0)
-            printList(name, nanoseconds[name]);
+    std::cerr << '\n';
+    for (const Section& section : sections) {
+        bool isEmpty = true;
+        for (const auto& [name, row] : nanoseconds) {
+            if (kindOf(name, row) != section.kind)
+                continue;
+            if (isEmpty)
+                std::puts(section.heading);
+            isEmpty = false;
+            section.printRow(name, row);
+        }
     }
 }

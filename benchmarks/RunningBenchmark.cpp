@@ -6,10 +6,10 @@
 namespace
 {
 
-/// The values go round, so that reading them costs no more than a look into the nearest cache.
+/// Few enough to stay in the first-level cache; the benchmarks read them over and over.
 constexpr std::size_t valueCount = 4096;
 
-/// A sensor: around 100, with noise of a few units (one that fits the type).
+/// A sensor: normal noise around 100.
 template <typename N>
 std::vector<N> sensorValues()
 {

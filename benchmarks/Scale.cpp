@@ -1,6 +1,7 @@
-// What many signals cost that update at once, beside as many bare threads that only sleep: start
-// and stop, memory and processor time. Arguments: how many to measure, 1000 and 5000 if none. Exits
-// with 1 if the signals take more than twice the processor time of the threads.
+// Compares many signals that update in the background with as many bare threads that only sleep:
+// start, stop, memory and processor time. The arguments are the numbers of signals, 1000 and 5000
+// by default. The exit code is 1 if the signals take more than twice the processor time of the
+// threads.
 
 #include <vantrel/signal/GenericSignalImpl.h>
 
@@ -23,7 +24,7 @@ namespace
 
 constexpr int observedMs = 10000;
 constexpr int stoppedAtOnce = 256;
-constexpr std::size_t stoppedOneByOne = 100; ///< the others side by side
+constexpr std::size_t stoppedOneByOne = 100; ///< the others are stopped in parallel
 
 double processorMs()
 {
@@ -84,7 +85,7 @@ private:
     GenericSignalImpl<J1939Value> signal;
 };
 
-/// How long one takes, in milliseconds.
+/// The time to stop one, in milliseconds.
 template <typename Updating>
 double stopOneByOne(std::vector<Updating>& all, std::size_t count)
 {
@@ -95,9 +96,9 @@ double stopOneByOne(std::vector<Updating>& all, std::size_t count)
     return static_cast<double>(timer.nsecsElapsed()) / 1e6 / static_cast<double>(count);
 }
 
-/// How long all take from the given one on, in milliseconds.
+/// The time to stop all from \a begin on, in milliseconds.
 template <typename Updating>
-double stopSideBySide(std::vector<Updating>& all, std::size_t begin)
+double stopInParallel(std::vector<Updating>& all, std::size_t begin)
 {
     QElapsedTimer timer;
     timer.start();
@@ -109,7 +110,7 @@ double stopSideBySide(std::vector<Updating>& all, std::size_t begin)
     return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-/// Prints the row and returns the share of a core.
+/// Prints the row and returns the processor time as a share of one core.
 template <typename Updating>
 double measure(const char* name, std::size_t count)
 {
@@ -120,7 +121,7 @@ double measure(const char* name, std::size_t count)
     for (Updating& one : all)
         one.start();
     const double startMs = static_cast<double>(timer.nsecsElapsed()) / 1e6;
-    QThread::msleep(1000); // until all have found their pace
+    QThread::msleep(1000); // until all have settled
     const double processorBefore = processorMs();
     timer.restart();
     QThread::msleep(observedMs);
@@ -129,13 +130,13 @@ double measure(const char* name, std::size_t count)
     const double resident = residentKb() - residentBefore;
     const std::size_t first = std::min(stoppedOneByOne, count);
     const double stopOneMs = stopOneByOne(all, first);
-    const double stopRestMs = stopSideBySide(all, first);
+    const double stopRestMs = stopInParallel(all, first);
     std::printf("| %zu %s | %.0f ms | %.0f ms | %.0f ms | %.1f KB | %.1f %% |", count, name,
                 startMs, stopRestMs, stopOneMs, resident / static_cast<double>(count), share * 100);
     return share;
 }
 
-/// The same in a process of its own, which has no stacks left from the threads before.
+/// The same in a process of its own, which holds no stacks of earlier threads.
 template <typename Updating>
 double measureApart(const char* name, std::size_t count)
 {
@@ -157,7 +158,7 @@ double measureApart(const char* name, std::size_t count)
     return share;
 }
 
-/// Whether the signals take at most twice what the threads take.
+/// Whether the signals take at most twice the processor time of the threads.
 bool compare(std::size_t count)
 {
     const double bare = measureApart<BareThread>("bare threads", count);
@@ -171,7 +172,7 @@ bool compare(std::size_t count)
 
 int main(int argc, char** argv)
 {
-    std::puts("| | start | stop side by side | one by one, each | memory each | of one core "
+    std::puts("| | start | stop in parallel | one by one, each | memory each | of one core "
               "| ratio |\n|---|---|---|---|---|---|---|");
     std::vector<std::size_t> counts;
     for (int i = 1; i < argc; ++i)

@@ -57,7 +57,7 @@ void registerPair(const std::string& row, int count, std::function<void()> own,
 {
     const auto measured = [count](std::function<void()> operation) {
         return [=](benchmark::State& state) {
-            operation(); // what is made at the first use of it is not measured
+            operation(); // the first call also creates the data
             while (state.KeepRunningBatch(count))
                 operation();
         };
@@ -85,12 +85,12 @@ void allOfSeries(const Series& series)
     benchmark::DoNotOptimize(median);
 }
 
-/// What the questions are asked of, made when the first of them is.
+/// The series and the signal that the operations work on, created on first use.
 template <typename N>
-class Questioned
+class LazySeries
 {
 public:
-    Questioned(CAN::CANopenDataType itsDatatype, int itsCount)
+    LazySeries(CAN::CANopenDataType itsDatatype, int itsCount)
         : datatype(itsDatatype), count(itsCount)
     {
     }
@@ -124,38 +124,37 @@ template <typename N>
 void registerElement(const std::string& type, CAN::CANopenDataType datatype, int count)
 {
     using Handler = GenericValueHandler<N, J1939Value>;
-    const auto asked = std::make_shared<Questioned<N>>(datatype, count);
+    const auto data = std::make_shared<LazySeries<N>>(datatype, count);
     const std::string of = " of " + std::to_string(count) + ' ' + type;
-    const auto select = [asked] { walkAndSelect<N>(asked->series()); };
-    const auto justWalk = [asked] { benchmark::DoNotOptimize(walk<N>(asked->series()).data()); };
-    const auto answer = [asked](double (*operation)(const Series&)) {
-        return [=] { benchmark::DoNotOptimize(operation(asked->series())); };
+    const auto select = [data] { walkAndSelect<N>(data->series()); };
+    const auto justWalk = [data] { benchmark::DoNotOptimize(walk<N>(data->series()).data()); };
+    const auto answer = [data](double (*operation)(const Series&)) {
+        return [=] { benchmark::DoNotOptimize(operation(data->series())); };
     };
     registerPair(
-        "median" + of, count, [asked] { benchmark::DoNotOptimize(asked->signal().calcMedian()); },
+        "median" + of, count, [data] { benchmark::DoNotOptimize(data->signal().calcMedian()); },
         select);
     registerPair(
-        "value statistics" + of, count, [asked] { allStatistics(asked->signal()); }, select);
+        "value statistics" + of, count, [data] { allStatistics(data->signal()); }, select);
     registerPair("series average" + of, count, answer(Handler::calcTypeBasedAverage), justWalk);
     registerPair("series deviation" + of, count, answer(Handler::calcTypeBasedDeviation), justWalk);
     registerPair("series maximum" + of, count, answer(Handler::getMax), justWalk);
     registerPair("series minimum" + of, count, answer(Handler::getMin), justWalk);
     registerPair(
-        "series statistics" + of, count, [asked] { allOfSeries<N>(asked->series()); }, select);
-    const auto walkRaw = [asked] {
+        "series statistics" + of, count, [data] { allOfSeries<N>(data->series()); }, select);
+    const auto walkRaw = [data] {
         int outside = 0;
-        for (const J1939Value& value : asked->series()) {
+        for (const J1939Value& value : data->series()) {
             const double raw = static_cast<double>(readNumber<N>(value.rawValue));
             outside += raw > 1000 || raw < -1000;
         }
         benchmark::DoNotOptimize(outside);
     };
-    // Without a band no record is outside, so none is copied by either.
+    // A NaN band has no deviators, so neither contender copies records.
     constexpr double noBand = std::numeric_limits<double>::quiet_NaN();
     registerPair(
         "deviators" + of, count,
-        [asked] { benchmark::DoNotOptimize(asked->signal().getDeviators(noBand).size()); },
-        walkRaw);
+        [data] { benchmark::DoNotOptimize(data->signal().getDeviators(noBand).size()); }, walkRaw);
 }
 
 void registerCached()

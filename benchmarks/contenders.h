@@ -14,7 +14,7 @@
 #include <memory>
 #include <mutex>
 
-/// What one value costs the main library: the mean and the deviation after it.
+/// The statistics that a signal asks for after every value.
 struct MeanAndDeviation {
     double mean;
     double deviation;
@@ -96,7 +96,7 @@ private:
     N minimum = 0;
 };
 
-/// Without protection: for one thread only.
+/// Without a lock: for a single thread.
 template <typename Unprotected, typename N>
 class Bare : public Unprotected
 {
@@ -108,7 +108,7 @@ public:
     }
 };
 
-/// One lock for adding and reading: for threads that all do both.
+/// One lock for adding and reading together: the cheapest protection there is.
 template <typename Unprotected, typename N>
 class Locked
 {
@@ -131,7 +131,7 @@ private:
     Unprotected unprotected;
 };
 
-/// A lock for each operation, as an object with this library's interface has to take it.
+/// A lock for each operation, as an object with the interface of this library would need.
 template <typename Unprotected, typename N>
 class LockedByCall
 {

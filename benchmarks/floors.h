@@ -13,7 +13,7 @@
 #include <optional>
 #include <type_traits>
 
-/// What a number of type N is stored as in a variant: the small types as int.
+/// The type in which a variant stores an N: the small types are stored as int.
 template <typename N>
 using Stored = std::conditional_t<(sizeof(N) < sizeof(int)), int, N>;
 
@@ -25,7 +25,7 @@ N readNumber(const QVariant& field)
     return field.value<N>();
 }
 
-/// The scaling of one record, without a look at anything that might forbid it.
+/// Scales one record without any of the checks.
 template <typename N>
 void scaleByHand(GenericValue& record, double factor, double offset)
 {
@@ -34,8 +34,8 @@ void scaleByHand(GenericValue& record, double factor, double offset)
     record.scaledValue = QVariant(static_cast<N>(static_cast<double>(product) + offset));
 }
 
-/// The least that storing, scaling and summing one value takes with the same types of Qt: the
-/// records under a lock, a calculator that other threads may read.
+/// The least work that storing, scaling and summing one value takes with the same Qt types: records
+/// under a lock, and a calculator that other threads may read.
 template <typename N, typename T>
 class FloorSignal
 {

@@ -10,8 +10,8 @@ int main(int argc, char** argv)
     registerIngestBenchmarks();
     registerSeriesBenchmarks();
     benchmark::Initialize(&argc, argv);
-    // A second thread, asleep: with only one, the C library lets a mutex do without its atomic
-    // operations, and nobody takes one for a single thread.
+    // A second, sleeping thread: with a single thread the C library leaves the atomic operations
+    // out of a mutex, and a program with a single thread would not take one.
     std::promise<void> done;
     std::thread sleeper([finished = done.get_future()] { finished.wait(); });
     RatioTable table;
