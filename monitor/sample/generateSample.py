@@ -5,11 +5,11 @@ drive.eds.
 Half a minute of a simulated engine on a dynamometer, governed to 1500 rpm: it warms up, its speed
 has a few outliers, its oil temperature sensor is not available for a while, its oil pressure
 sensor reports an error now and then, and engine and cab controller both send the battery voltage.
-In drive.log a CANopen drive, node 5, runs beside the engine for ten seconds.
+In drive.log a CANopen drive, node 5, runs next to the engine for ten seconds.
 
-    generateSample.py [DIRECTORY]        the directory of this script if none is given
+    generateSample.py [DIRECTORY]        default: the directory of this script
 
-The same files come out every time: the noise has a fixed seed and is made by plain arithmetic.
+The files are the same every time, because the seed of the noise is fixed.
 """
 
 import random
@@ -22,7 +22,7 @@ SECOND = 1_000_000  # times are whole microseconds
 DURATION = 30 * SECOND
 START = 1_700_000_000 * SECOND
 ENGINE, CAB_CONTROLLER = 0, 49  # J1939 source addresses
-NULL_ADDRESS = 0xFE  # stands in a description for "whoever sends it"
+NULL_ADDRESS = 0xFE  # in a description: any sender
 
 
 class Signal(NamedTuple):
@@ -39,14 +39,14 @@ class Signal(NamedTuple):
     def limits(self):
         lowest = -(1 << self.length - 1) if self.layout[1] == "-" else 0
         highest = lowest + (1 << self.length) - 1
-        if self.spn and self.length >= 8:  # what lies above has a meaning of its own
+        if self.spn and self.length >= 8:  # higher raw values are reserved
             highest = (0xFB << self.length - 8) - 1
         return [number(raw * self.factor + self.offset) for raw in (lowest, highest)]
 
 
 class Message(NamedTuple):
     name: str
-    pgn: int  # 0: an 11-bit message
+    pgn: int  # 0 for a message with an 11-bit id
     id: int
     size: int
     comment: str
@@ -76,7 +76,7 @@ CCVS1 = j1939(
     "CCVS1", 65265, 6, "Cruise Control/Vehicle Speed 1",
     Signal("ParkingBrakeSwitch", 2, 2, spn=70))
 DYNAMOMETER = Message(
-    "Dynamometer", 0, 0x120, 3, "What loads the engine, on an 11-bit identifier",
+    "Dynamometer", 0, 0x120, 3, "The load of the engine, with an 11-bit id",
     [Signal("Page", 0, 8, multiplex="M"),
      Signal("ShaftTorque", 15, 16, 0.1, 0, "Nm", layout="0-", multiplex="m0"),
      Signal("ShaftRevolutions", 15, 16, layout="0+", multiplex="m1")])
@@ -129,7 +129,7 @@ def packed(message, values):
 def put(data, signal, raw):
     if signal.layout[0] == "1":
         places = range(signal.start, signal.start + signal.length)
-    else:  # sawtooth: from the highest bit of a byte down, then on to the next byte
+    else:  # from the highest bit of a byte down to its lowest, then on to the next byte
         first = signal.start // 8 * 8 + 7 - signal.start % 8
         places = [bit // 8 * 8 + 7 - bit % 8 for bit in range(first, first + signal.length)][::-1]
     for weight, place in enumerate(places):
@@ -138,7 +138,7 @@ def put(data, signal, raw):
 
 
 class Engine:
-    """The simulated machine: what the controllers would send at a time."""
+    """The simulated engine: the values that its controllers send at a time."""
 
     speed_outliers = {210: 340, 433: -280, 434: -265, 790: 410, 1111: 295, 1360: -330}
 
@@ -147,7 +147,7 @@ class Engine:
         self.speed_frames = 0
 
     def noise(self, width):
-        """Near enough to normal, between -2 and 2 widths."""
+        """Roughly normally distributed, between -2 and 2 widths."""
         return width * (sum(self.random.random() for _ in range(4)) - 2)
 
     def raw(self, signal, value):
@@ -199,8 +199,8 @@ class Drive:
     OBJECTS = [(0x6041, "Statusword", 6, 16), (0x606C, "Velocity actual value", 4, 32),
                (0x6078, "Current actual value", 3, 16), (0x2100, "Motor temperature", 8, 32),
                (0x2101, "Operating mode", 5, 4), (0x2102, "Brake released", 1, 1)]
-    DUMMY = 0x0005_00_08  # room of eight bits
-    # COB-ID, number of entries said to be there, entries
+    DUMMY = 0x0005_00_08  # padding of eight bits
+    # COB-ID, announced number of entries, entries
     PDOS = [("$NODEID+0x40000180", 8, [0x6041_00_10, 0x606C_00_20]),
             ("640+$nodeid", 4, [0x6078_00_10, 0x2100_00_20, DUMMY, 0x2101_00_04]),
             ("$NODEID+0xC0000380", 1, [0x6041_00_10])]
@@ -240,11 +240,11 @@ class Drive:
         for time in range(3_330, duration, 100_000):
             yield time, f"{0x280 + self.NODE:03X}", self.load(time).hex().upper()
         for time in range(4_440, duration, SECOND):
-            yield time, f"{0x280 + self.NODE:03X}", "R8"  # somebody asks for the load
+            yield time, f"{0x280 + self.NODE:03X}", "R8"  # a remote request for the load
 
 
 def frames(duration):
-    """Everything on the bus of the engine as (time, id text, data text), in no order."""
+    """Everything on the bus of the engine as (time, id text, data text), unsorted."""
     engine = Engine()
 
     def cyclic(message, source, period, phase, values):
@@ -259,9 +259,9 @@ def frames(duration):
     yield from cyclic(VEP1, CAB_CONTROLLER, SECOND, 303_640, lambda _: engine.vep1(0.4))
     yield from cyclic(CCVS1, CAB_CONTROLLER, 100_000, 8_750, engine.ccvs1)
     yield from cyclic(DYNAMOMETER, 0, 100_000, 9_860, engine.dynamometer)
-    yield 9_000, f"{DYNAMOMETER.id:03X}", "R"  # somebody asks it once
+    yield 9_000, f"{DYNAMOMETER.id:03X}", "R"  # one remote request
     for time in range(12_000, duration, SECOND):
-        yield time, "701", "05"  # a device that the description does not know is alive
+        yield time, "701", "05"  # heartbeat of a device without a description
 
 
 def log_lines(title, recorded):

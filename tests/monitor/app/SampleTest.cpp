@@ -75,7 +75,7 @@ TEST(Sample, GeneratorReproducesRecordingsAndDescriptions)
 
 TEST(Sample, ScriptReproducesTheExpectedStatistics)
 {
-    expectReproduced("expectedFigures.py", {"engine.expected", "drive.expected"});
+    expectReproduced("expectedStatistics.py", {"engine.expected", "drive.expected"});
 }
 
 TEST(Sample, TableShowsIndependentlyComputedStatistics)

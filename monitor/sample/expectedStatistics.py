@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
-"""Writes engine.expected and drive.expected: the figures that the monitor must show for the sample
-recordings.
+"""Writes engine.expected and drive.expected: the statistics that the program must show for the
+sample recordings.
 
-They are computed here a second time, in exact fractions and by other means than the monitor's, so
-that a test can compare the two. One line for each signal and source:
+They are computed here independently of the program, in exact fractions, so that a test can compare
+the two. One line for each signal and source:
 
     name;source;count;newest;average;deviation;minimum;maximum;median;rating;lower;upper;deviators;
     not available;error
 
-Written for the sample, so it reads no more of a recording or a description than that needs.
+This script reads recordings and descriptions only as far as the sample needs it.
 """
 
 import configparser
@@ -66,7 +66,7 @@ def pdos():
 
 
 def objects_in(data, mapped):
-    """The name and value of the objects in a PDO, from its bits in the order of their weight."""
+    """Yields the name and value of each object in a PDO."""
     digits = "".join(f"{byte:08b}" for byte in data[::-1])
     for name, datatype, length in mapped:
         bits, digits = digits[-length:], digits[:-length]
@@ -80,7 +80,7 @@ def objects_in(data, mapped):
 
 
 def raw_bits(data, start, length, order):
-    """Cuts the field out of the data written as a string of binary digits."""
+    """The bits of the field as a string of binary digits, highest bit first."""
     digits = "".join(f"{byte:08b}" for byte in (data if order == "0" else data[::-1]))
     if order == "0":
         first = start // 8 * 8 + 7 - start % 8
@@ -98,7 +98,7 @@ def kind_of(bits, is_j1939):
 
 
 def collect(recording):
-    """Maps (name, source) to the scaled values and to the counts of what was none."""
+    """Maps (name, source) to the scaled values and to the counts of unavailable ones and errors."""
     series = defaultdict(lambda: ([], {"not available": 0, "error": 0}))
     known, known_pdos = messages(), pdos()
     for line in recording.splitlines():
@@ -126,7 +126,7 @@ def collect(recording):
 
 
 def rating(newest, lower, upper):
-    """100 in the inner half of the band, from there falling to 0 at its ends, 0 outside."""
+    """100 in the inner half of the band, falling to 0 at its ends, 0 outside."""
     if not lower <= newest <= upper:
         return 0
     if lower == upper:
@@ -136,12 +136,12 @@ def rating(newest, lower, upper):
 
 
 def root(square):
-    """The square root, to more digits than anybody prints."""
+    """The square root, to 30 decimal places."""
     scale = 10 ** 30
     return Fraction(math.isqrt(square.numerator * scale ** 2 // square.denominator), scale)
 
 
-def figures(values):
+def statistics_of(values):
     average = statistics.mean(values)
     deviation = root(statistics.pvariance(values))
     lower, upper = average - K * deviation, average + K * deviation
@@ -156,8 +156,9 @@ def main():
         recording = (HERE / f"{name}.log").read_text(encoding="ascii")
         with open(directory / f"{name}.expected", "w", encoding="ascii", newline="\n") as output:
             for (signal, source), (values, counts) in sorted(collect(recording).items()):
-                cells = [signal, source, len(values), *(f"{float(x):.15g}" for x in figures(values)),
-                         counts["not available"], counts["error"]]
+                numbers = [f"{float(x):.15g}" for x in statistics_of(values)]
+                cells = [signal, source, len(values), *numbers, counts["not available"],
+                         counts["error"]]
                 print(*cells, sep=";", file=output)
 
 
