@@ -20,8 +20,8 @@ private:
     QTextStream& output;
 };
 
-/// Prints the counts and the statistics as one JSON object, with a line for each signal. The manual
-/// describes its members.
+/// Prints the counts and the statistics as one JSON object, with a line for each signal.
+/// docs/output.md describes its members.
 class JsonOutput : public Output
 {
 public:

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 
@@ -473,64 +472,4 @@ TEST(OptionTable, OnlyRepeatableOptionsCanBeRepeated)
         arguments += {"--" + option.name + value, "--" + option.name + value};
         EXPECT_EQ(errorOf(arguments) == error, !option.isRepeatable) << option.name.toStdString();
     }
-}
-
-namespace
-{
-
-/// The cells of each row in the table of the manual whose header begins with \a title.
-QVector<QStringList> manualTable(const QString& title)
-{
-    QFile manual(MANUAL);
-    EXPECT_TRUE(manual.open(QIODevice::ReadOnly));
-    QVector<QStringList> rows;
-    bool isInside = false;
-    for (const QString& line : QString::fromUtf8(manual.readAll()).split('\n')) {
-        if (line.startsWith("| " + title + " |"))
-            isInside = true;
-        else if (!line.startsWith('|'))
-            isInside = false;
-        else if (isInside && !line.startsWith("|---"))
-            rows += line.mid(2, line.size() - 4).split(" | ");
-    }
-    return rows;
-}
-
-} // namespace
-
-TEST(Manual, ListsAllOptionsWithTheirCommands)
-{
-    const QVector<QStringList> rows = manualTable("option");
-    ASSERT_EQ(rows.size(), monitor::optionRows().size());
-    for (int i = 0; i < rows.size(); ++i) {
-        const OptionRow& option = monitor::optionRows().at(i);
-        QStringList commands;
-        for (const CommandRow& command : monitor::commandRows()) {
-            if (option.commands.testFlag(command.id))
-                commands += command.name;
-        }
-        EXPECT_EQ(rows.at(i).value(0), "`" + option.usage() + "`");
-        EXPECT_EQ(rows.at(i).value(1), commands.join(", ")) << option.name;
-    }
-}
-
-TEST(Manual, ListsTheDescriptionFormats)
-{
-    const QVector<QStringList> rows = manualTable("description");
-    ASSERT_EQ(rows.size(), monitor::descriptionReaders().size());
-    for (int i = 0; i < rows.size(); ++i) {
-        const monitor::DescriptionReader& reader = monitor::descriptionReaders().at(i);
-        EXPECT_EQ(rows.at(i).value(0).toLower(), QString(reader.name));
-        EXPECT_EQ(rows.at(i).value(1),
-                  QString(reader.needsNode ? "`--%1 %2 --node N`" : "`--%1 %2`")
-                      .arg(reader.name, reader.fileHint));
-    }
-}
-
-TEST(Manual, ListsTheRecordingFormats)
-{
-    const QVector<QStringList> rows = manualTable("recording");
-    ASSERT_EQ(rows.size(), monitor::recordingFormats().size());
-    for (int i = 0; i < rows.size(); ++i)
-        EXPECT_EQ(rows.at(i).value(0), monitor::recordingFormats().at(i).name);
 }
