@@ -1,0 +1,173 @@
+#!/usr/bin/env python3
+"""Reads and writes saved runs with nothing but docs/output.md to go by, and compares them with what
+the program makes of them.
+
+    savedRunTest.py --program FILE
+"""
+
+import argparse
+import hashlib
+import json
+import math
+import statistics
+import struct
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+SAMPLE = Path(__file__).resolve().parents[2] / "monitor/sample"
+UNKNOWN_TIME = -(1 << 63)
+NUMBERS = {1: "b", 34: "b", 37: "B", 40: "b", 33: "h", 36: "H", 2: "i", 3: "I", 4: "q", 5: "Q",
+           32: "q", 35: "Q", 6: "d", 38: "d"}
+
+
+class Reader:
+    def __init__(self, content):
+        self.content = content
+        self.place = 0
+
+    def bytes(self, length):
+        self.place += length
+        assert self.place <= len(self.content), "too short"
+        return self.content[self.place - length:self.place]
+
+    def numbers(self, layout):
+        return struct.unpack(">" + layout, self.bytes(struct.calcsize(">" + layout)))
+
+    def number(self, layout):
+        return self.numbers(layout)[0]
+
+    def text(self):
+        return self.bytes(self.number("I")).decode("utf-8")
+
+    def variant(self):
+        kind, is_null = self.numbers("IB")
+        assert is_null in (0, 1), is_null
+        if kind == 0:
+            return None
+        if kind in NUMBERS:
+            return self.number(NUMBERS[kind])
+        assert kind in (10, 12), kind
+        length = self.number("I")
+        content = self.bytes(0 if length == 0xFFFFFFFF else length)
+        return content.decode("utf-16-be") if kind == 10 else content
+
+    def record(self, is_j1939):
+        time, version = self.numbers("qh")
+        raw, scaled = self.variant(), self.variant()
+        rest = self.numbers("i" if is_j1939 else "bbddi")
+        assert version == 1 and not any(rest), (version, rest)
+        return time, raw, scaled
+
+    def signal(self):
+        is_j1939, source = self.numbers("Bh")
+        name, unit = self.text(), self.text()
+        length, is_signed, is_float, is_passed_through = self.numbers("BBBB")
+        factor, offset = self.numbers("dd")
+        has_type, _ = self.numbers("BI")
+        has_limits, lower, upper = self.numbers("Bdd")
+        unavailable, errors, count = self.numbers("qqI")
+        assert 1 <= length <= 64 and {is_j1939, is_signed, is_float, has_type, has_limits} <= {0, 1}
+        records = [self.record(is_j1939) for _ in range(count)]
+        return {"name": name, "unit": unit, "kind": "j1939" if is_j1939 else "canopen",
+                "source": None if source == -1 else source, "count": count, "error": errors,
+                "notAvailable": unavailable, "factor": factor, "offset": offset,
+                "limits": (lower, upper) if has_limits else None, "records": records,
+                "isPassedThrough": is_passed_through}
+
+    def run(self):
+        assert self.bytes(8) == b"VANTREL\n" and self.number("I") == 1
+        run = {"k": self.number("d"), "counts": self.numbers("9q"), "time": self.numbers("Bq")}
+        run["signals"] = [self.signal() for _ in range(self.number("I"))]
+        assert self.bytes(32) == hashlib.sha256(self.content[:-32]).digest()
+        assert self.place == len(self.content), "too long"
+        return run
+
+
+def text(content):
+    return struct.pack(">I", len(content.encode("utf-8"))) + content.encode("utf-8")
+
+
+def written_run(raw_values):
+    """A run with one signal, whose values are raw value x 0.5 + 10; one time is unknown."""
+    content = b"VANTREL\n" + struct.pack(">Id9q", 1, 2.0, 9, 7, 5, 4, 3, 2, 1, 0, 0)
+    content += struct.pack(">BqI", 1, 1000, 1)
+    content += struct.pack(">Bh", 1, 33) + text("Größe") + text("mm")
+    content += struct.pack(">BBBBddBIBddqqI", 16, 1, 0, 0, 0.5, 10, 0, 0, 1, -20, 20, 6, 8,
+                           len(raw_values))
+    for number, raw in enumerate(raw_values):
+        content += struct.pack(">qh", 1000 * number if number else UNKNOWN_TIME, 1)
+        content += struct.pack(">IBi", 2, 0, raw) + struct.pack(">IB", 0, 1) + struct.pack(">i", 0)
+    return content + hashlib.sha256(content).digest()
+
+
+def same(first, second):
+    return math.isclose(first, second, rel_tol=1e-12, abs_tol=1e-9)
+
+
+def check_signal(saved, shown):
+    for member in ("name", "unit", "kind", "source", "count", "error", "notAvailable"):
+        assert saved[member] == shown[member], (saved["name"], member)
+    values = [raw * saved["factor"] + saved["offset"] for _, raw, _ in saved["records"]
+              if not saved["isPassedThrough"]]
+    if values:
+        assert same(statistics.fmean(values), shown["average"]), saved["name"]
+        assert same(values[-1], shown["newest"]), saved["name"]
+        assert same(saved["records"][-1][2], shown["newest"]), saved["name"]
+    times = [time for time, _, _ in saved["records"]]
+    assert times == sorted(times) and UNKNOWN_TIME not in times, saved["name"]
+
+
+def check_reading(vantrel, folder):
+    file = folder / "run"
+    shown, _ = vantrel("replay", SAMPLE / "drive.log", "--dbc", SAMPLE / "engine.dbc", "--eds",
+                       SAMPLE / "drive.eds", "--node", "5", "--k", "2.5", "--save", file,
+                       "--limits", "EngineSpeed=1:2")
+    run = Reader(file.read_bytes()).run()
+    frames = shown["frames"]
+    assert run["k"] == 2.5
+    assert run["counts"] == (frames["total"], frames["decoded"], frames["dropped"],
+                             frames["errors"], 0, 0, 0, 0, 0)
+    assert run["time"] == (1, min(signal["records"][0][0] for signal in run["signals"]))
+    assert len(run["signals"]) == len(shown["signals"])
+    for saved, found in zip(run["signals"], shown["signals"]):
+        check_signal(saved, found)
+    assert [signal["name"] for signal in run["signals"] if signal["limits"]] == ["EngineSpeed"]
+
+
+def check_writing(vantrel, folder):
+    raw_values = [-40, 8, 16, 100]
+    (folder / "written").write_bytes(written_run(raw_values))
+    shown, notes = vantrel("show", folder / "written")
+    assert "2 message(s), 0 interrupted; packets: 1 lost, 0 out of order" in notes, notes
+    values = [raw * 0.5 + 10 for raw in raw_values]
+    assert shown["frames"] == {"total": 9, "decoded": 7, "undecoded": 2, "dropped": 5, "errors": 4}
+    (signal,) = shown["signals"]
+    average, deviation = statistics.fmean(values), statistics.pstdev(values)
+    expected = {"name": "Größe", "kind": "j1939", "source": 33, "count": 4, "notAvailable": 6,
+                "error": 8, "unit": "mm", "newest": 60, "minimum": -10, "maximum": 60,
+                "median": 16, "rating": 0, "deviators": 0}
+    for member, value in expected.items():
+        assert signal[member] == value, (member, signal[member])
+    assert same(signal["average"], average) and same(signal["deviation"], deviation)
+    assert same(signal["upperThreshold"], average + 2 * deviation)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", type=Path, required=True)
+    program = parser.parse_args().program.resolve()
+
+    def vantrel(*arguments):
+        result = subprocess.run([program, *arguments, "--format", "json"], stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, text=True, timeout=120, check=True)
+        return json.loads(result.stdout), result.stderr
+
+    with tempfile.TemporaryDirectory() as folder:
+        check_reading(vantrel, Path(folder))
+        check_writing(vantrel, Path(folder))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
