@@ -22,8 +22,8 @@ struct DecodedSignal {
     std::optional<qint64> microseconds; ///< when it was seen
 };
 
-/// Frames that no message of their PGN describes best: several have it, but none has their source
-/// or destination address or the null address, so that they are decoded as the first of them.
+/// A PGN with several messages, of which none has the source address of a frame, its destination
+/// address or the null address. The frame was decoded as the first of these messages.
 struct GuessedMessage {
     int message = 0;    ///< index in Decoder::messages()
     int candidates = 0; ///< messages of this PGN

@@ -57,8 +57,8 @@ std::optional<bool> DbcAttributes::isJ1939() const
     return type->compare(QLatin1String("J1939"), Qt::CaseInsensitive) == 0;
 }
 
-/// The text of \a value, or of the default if it is null. A number is an index into the texts of
-/// the definition, and stays a number without them. Nothing if the attribute is not known.
+/// The text of \a value, or of the default if \a value is null. If the definition has a list of
+/// texts, a number is an index into it. No value if the attribute is unknown.
 std::optional<QString> DbcAttributes::textOf(const QString& attribute, const DbcValue* value) const
 {
     if (value == nullptr) {

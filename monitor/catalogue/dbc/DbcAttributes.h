@@ -8,14 +8,14 @@
 namespace monitor
 {
 
-/// A value as an attribute has it: a text, or a number, which may be an index into a list of texts.
+/// The value of an attribute: a text or a number. The number may be an index into a list of texts.
 struct DbcValue {
     QString text;
     bool isNumber = false;
 };
 
-/// The user-defined attributes of a DBC file that tell how frames are matched: their definitions
-/// (BA_DEF_), defaults (BA_DEF_DEF_) and values (BA_), in any order. This class is reentrant.
+/// The user-defined attributes of a DBC file that declare J1939: their definitions (BA_DEF_),
+/// defaults (BA_DEF_DEF_) and values (BA_), in any order. This class is reentrant.
 class DbcAttributes
 {
 public:
@@ -23,15 +23,15 @@ public:
     void define(const QString& attribute, const QStringList& texts);
     void setDefault(const QString& attribute, const DbcValue& value);
 
-    /// Gives the file that value, or the message of that number in the file.
+    /// Sets the value for the file, or for the message of that number.
     void setValue(const QString& attribute, const DbcValue& value);
     void setValue(const QString& attribute, quint32 message, const DbcValue& value);
 
-    /// Whether VFrameFormat declares that the message of that number in the file is one of J1939;
-    /// nothing if neither the message has that attribute nor the file defines it.
+    /// Whether VFrameFormat declares the message of that number as J1939. No value if the message
+    /// does not have that attribute and the file does not define it.
     std::optional<bool> isJ1939(quint32 message) const;
 
-    /// Whether ProtocolType declares that the file describes J1939; nothing if it does not say.
+    /// Whether ProtocolType declares the file as J1939. No value if it declares nothing.
     std::optional<bool> isJ1939() const;
 
 private:

@@ -74,7 +74,7 @@ QVector<SignalDescription> Resolver::resolve()
 int Resolver::multiplexorOf(const DbcSignal& signal)
 {
     if (signal.isUnclear)
-        return refuse(signal, QStringLiteral("its SG_MUL_VAL_ is not understood"));
+        return refuse(signal, QStringLiteral("its SG_MUL_VAL_ cannot be parsed"));
     if (!signal.switchName.isEmpty()) {
         const int named = indices.value(signal.switchName, notCertain);
         return named == notCertain
@@ -101,7 +101,7 @@ int Resolver::refuse(const DbcSignal& signal, const QString& reason)
     return notCertain;
 }
 
-/// Refuses the signals that depend on refused ones or, in a circle, on themselves.
+/// Refuses signals that depend on a refused signal or, in a circle, on themselves.
 void Resolver::refuseDependents()
 {
     enum class State { Unknown, OnThePath, Certain };
@@ -127,8 +127,8 @@ void Resolver::refuseDependents()
     }
 }
 
-/// A file whose ranges leave out N means both if there is only one multiplexor; with several, N
-/// is what remained of the ranges when it was written for tools that know one multiplexor only.
+/// If the ranges do not include N, both apply if the message has only one multiplexor. With
+/// several, only the ranges apply: N is there for tools that do not support ranges.
 QVector<RawRange> Resolver::valuesOf(const DbcSignal& signal) const
 {
     QVector<RawRange> values = signal.switchValues;

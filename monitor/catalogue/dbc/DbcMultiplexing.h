@@ -6,7 +6,7 @@
 namespace monitor
 {
 
-/// A signal as a DBC file writes it, before it is clear what its multiplexor is.
+/// A signal as written in a DBC file, before its multiplexor is known.
 struct DbcSignal : SignalDescription {
     qint64 line = 0;
     QString longName;                   ///< if the file abbreviates it; then the name is short
@@ -14,13 +14,13 @@ struct DbcSignal : SignalDescription {
     std::optional<quint64> switchValue; ///< N of mN or mNM
     QString switchName;                 ///< of its multiplexor, by SG_MUL_VAL_
     QVector<RawRange> switchValues;     ///< by SG_MUL_VAL_
-    bool isUnclear = false;             ///< true: a SG_MUL_VAL_ of it is not understood
+    bool isUnclear = false;             ///< true: one of its SG_MUL_VAL_ cannot be parsed
 };
 
-/// Finds the multiplexors of the signals of one message. SG_MUL_VAL_ names the multiplexor and its
-/// values; without it mN means the only M of the message and N. Signals whose multiplexor is not
-/// certain, and those that depend on them, are left out, each with a problem. The others get their
-/// long names.
+/// Determines the multiplexors of the signals of one message. SG_MUL_VAL_ names the multiplexor and
+/// its values. Without it, mN means that the only M of the message has the value N. Signals with an
+/// uncertain multiplexor, and signals that depend on them, are left out, each with a problem. The
+/// others get their long names.
 QVector<SignalDescription> resolveMultiplexing(const QVector<DbcSignal>& dbcSignals,
                                                Problems& problems);
 

@@ -25,16 +25,16 @@ constexpr int longestMessage = 1785; // bytes, as many as the J1939 transport pr
 constexpr int longestSignal = 64;    // bits
 constexpr qint64 longestFile = 256 * 1024 * 1024;
 
-/// The message of this number in the file holds the signals that belong to no message.
+/// The number of the message that holds signals without a message.
 constexpr quint32 independentSignals = 0xC0000000;
 
-/// A message as the file writes it.
+/// A message as written in the file.
 struct DbcMessage : MessageHeader {
     quint32 number = 0; ///< the id, with bit 31 if it has 29 bits
     QVector<DbcSignal> dbcSignals;
 };
 
-/// The number of a message in the file as DbcMessage::number.
+/// Converts the number of a message in the file to DbcMessage::number.
 quint32 normalized(quint32 number)
 {
     if (number == independentSignals)
@@ -44,10 +44,10 @@ quint32 normalized(quint32 number)
     return number > lastStandardId && number <= lastExtendedId ? number | extendedFlag : number;
 }
 
-/// Numbers, as the file writes them, and their texts.
+/// Numbers, as written in the file, and their texts.
 using ValueTexts = QVector<QPair<QString, QString>>;
 
-/// Gives \a signal the texts of the numbers that are raw values of it.
+/// Gives \a signal the texts of those numbers that can be its raw values.
 void setValueTexts(const ValueTexts& texts, DbcSignal& signal)
 {
     const int unused = 64 - signal.layout.length; // bits
@@ -63,7 +63,7 @@ void setValueTexts(const ValueTexts& texts, DbcSignal& signal)
     }
 }
 
-/// Reads the sections of a DBC file one after the other.
+/// Reads the sections of a DBC file in order.
 class DbcParser
 {
 public:
@@ -110,11 +110,11 @@ private:
 
     DbcScanner scanner;
     Problems& problems;
-    qint64 sectionLine = 0; // where the section begins that is being read
+    qint64 sectionLine = 0; // of the section that is being read
     QVector<DbcMessage> dbcMessages;
     QHash<quint32, int> indices; // of messages by number
     Holder holder = Holder::Nobody;
-    quint32 lastNumber = 0; // of the last message, also of one that is ignored
+    quint32 lastNumber = 0; // of the last message, even if ignored
     DbcAttributes attributes;
     QHash<QString, ValueTexts> valueTables;
     QHash<quint32, QString> longNames; // of messages by number
@@ -161,8 +161,8 @@ void DbcParser::parseSection()
         scanner.skipSection();
 }
 
-/// The list after NS_ consists of keywords without a meaning. It ends at BS_, or at what follows
-/// that if it is missing.
+/// The keywords in the list after NS_ have no meaning. The list ends at BS_ or, if BS_ is missing,
+/// at the section after it.
 void DbcParser::skipKeywordList()
 {
     static const QStringList ends{QStringLiteral("BS_"), QStringLiteral("BU_"),
@@ -196,28 +196,29 @@ void DbcParser::addMessage()
     holder = Holder::LastMessage;
 }
 
-/// Reads a message such as "2364540158 EEC1: 8 Engine". Returns the error, or an empty text.
+/// Reads a message such as "2364540158 EEC1: 8 Engine". Returns an error message, or an empty
+/// string on success.
 QString DbcParser::parseMessage(DbcMessage& message)
 {
-    const QString notUnderstood = QStringLiteral("message (BO_) not understood");
+    const QString unparsable = QStringLiteral("message (BO_) cannot be parsed");
     quint32 written = 0;
     if (!takeNumber(written))
-        return notUnderstood;
+        return unparsable;
     message.number = normalized(written);
     message.name = scanner.takeName();
     if (message.name.isEmpty() || !scanner.take(':'))
-        return notUnderstood;
+        return unparsable;
     const QString size = scanner.takeDigits();
     if (size.isEmpty())
-        return notUnderstood;
+        return unparsable;
     bool isNumber = false;
     message.size = size.toInt(&isNumber);
     if (!isNumber || message.size > longestMessage)
-        return QStringLiteral("message (BO_) with a size out of range");
+        return QStringLiteral("message (BO_) has a size out of range");
     message.extended = (message.number & extendedFlag) != 0;
     message.id = message.number & ~extendedFlag;
     if (message.id > lastExtendedId)
-        return QStringLiteral("message (BO_) with an id out of range");
+        return QStringLiteral("message (BO_) has an id out of range");
     if (message.number != written && message.number != independentSignals)
         problems.add(message.line,
                      QStringLiteral("the id of message \"%1\" is taken as 0x%2 of 29 bits: %3")
@@ -260,21 +261,21 @@ void DbcParser::addSignal()
         problems.add(signal.line, error);
 }
 
-/// Reads a signal such as "EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm"". Returns the error,
-/// or an empty text.
+/// Reads a signal such as "EngineSpeed : 24|16@1+ (0.125,0) [0|8031.875] "rpm"". Returns an error
+/// message, or an empty string on success.
 QString DbcParser::parseSignal(DbcSignal& signal)
 {
-    const QString notUnderstood = QStringLiteral("signal (SG_) not understood");
+    const QString unparsable = QStringLiteral("signal (SG_) cannot be parsed");
     signal.name = scanner.takeName();
     const QString marker = scanner.takeName();
     if (signal.name.isEmpty() || !readMarker(marker, signal) || !scanner.take(':') ||
         !takeLayout(signal.layout) ||
         !takePair("(,)", signal.scaling.factor, signal.scaling.offset) ||
         !takePair("[|]", signal.lowerLimit, signal.upperLimit))
-        return notUnderstood;
+        return unparsable;
     const std::optional<QString> unit = scanner.takeUnit();
     if (!unit)
-        return notUnderstood;
+        return unparsable;
     signal.scaling.unit = unit->simplified();
     return checkSignal(signal);
 }
@@ -382,12 +383,12 @@ void DbcParser::parseValueType()
     const QString name = scanner.takeWord();
     scanner.take(':'); // some tools leave it out
     const QString type = scanner.takeDigits();
-    const bool isUnderstood = isMessage && !name.isEmpty() && type.size() == 1 &&
-                              type.at(0) <= QLatin1Char('3') && scanner.peek() == ';';
+    const bool isValid = isMessage && !name.isEmpty() && type.size() == 1 &&
+                         type.at(0) <= QLatin1Char('3') && scanner.peek() == ';';
     scanner.skipSection();
-    if (!isUnderstood)
+    if (!isValid)
         return problems.add(sectionLine,
-                            QStringLiteral("value type (SIG_VALTYPE_) not understood"));
+                            QStringLiteral("value type (SIG_VALTYPE_) cannot be parsed"));
     constexpr int floatBits[] = {0, 32, 64, 0};
     const int bits = floatBits[type.toInt()];
     refer(number, name, QStringLiteral("value type (SIG_VALTYPE_)"),
@@ -411,21 +412,21 @@ void DbcParser::parseMultiplexing()
     const QString name = scanner.takeWord();
     const QString multiplexor = scanner.takeWord();
     QVector<RawRange> values;
-    bool isUnderstood = isMessage && !multiplexor.isEmpty();
+    bool isValid = isMessage && !multiplexor.isEmpty();
     do {
         RawRange range{};
-        isUnderstood = isUnderstood && takeRange(range);
+        isValid = isValid && takeRange(range);
         values += range;
-    } while (isUnderstood && scanner.take(','));
-    isUnderstood = isUnderstood && scanner.peek() == ';';
+    } while (isValid && scanner.take(','));
+    isValid = isValid && scanner.peek() == ';';
     scanner.skipSection();
-    if (!isUnderstood)
-        problems.add(sectionLine, QStringLiteral("multiplexing (SG_MUL_VAL_) not understood"));
-    if (!isUnderstood && name.isEmpty())
+    if (!isValid)
+        problems.add(sectionLine, QStringLiteral("multiplexing (SG_MUL_VAL_) cannot be parsed"));
+    if (!isValid && name.isEmpty())
         return;
     refer(number, name, QStringLiteral("multiplexing (SG_MUL_VAL_)"),
-          [multiplexor, values, isUnderstood](DbcSignal& signal) {
-              signal.isUnclear = signal.isUnclear || !isUnderstood;
+          [multiplexor, values, isValid](DbcSignal& signal) {
+              signal.isUnclear = signal.isUnclear || !isValid;
               if (signal.switchName != multiplexor)
                   signal.switchValues.clear();
               signal.switchName = multiplexor;
@@ -456,10 +457,10 @@ void DbcParser::parseValueTexts()
     const QString name = scanner.takeName();
     const QString table = scanner.peek().isDigit() ? QString() : scanner.takeName();
     ValueTexts texts;
-    const bool isUnderstood = isMessage && !name.isEmpty() && takeValueTexts(texts);
+    const bool isValid = isMessage && !name.isEmpty() && takeValueTexts(texts);
     scanner.skipSection();
-    if (!isUnderstood)
-        return problems.add(sectionLine, QStringLiteral("value texts (VAL_) not understood"));
+    if (!isValid)
+        return problems.add(sectionLine, QStringLiteral("value texts (VAL_) cannot be parsed"));
     refer(number, name, QStringLiteral("value texts (VAL_)"),
           [this, table, texts](DbcSignal& signal) {
               setValueTexts(table.isEmpty() ? texts : valueTables.value(table), signal);
@@ -471,12 +472,12 @@ void DbcParser::parseValueTable()
 {
     const QString name = scanner.takeName();
     ValueTexts texts;
-    const bool isUnderstood = !name.isEmpty() && takeValueTexts(texts);
+    const bool isValid = !name.isEmpty() && takeValueTexts(texts);
     scanner.skipSection();
-    if (isUnderstood)
+    if (isValid)
         valueTables.insert(name, texts);
     else
-        problems.add(sectionLine, QStringLiteral("value texts (VAL_TABLE_) not understood"));
+        problems.add(sectionLine, QStringLiteral("value texts (VAL_TABLE_) cannot be parsed"));
 }
 
 /// Reads pairs of a number and a text, up to the semicolon.
@@ -530,7 +531,7 @@ void DbcParser::parseAttribute()
     quint32 number = 0;
     if ((owner == QLatin1String("BO_") || owner == QLatin1String("SG_")) &&
         !takeMessageNumber(number)) {
-        problems.add(sectionLine, QStringLiteral("attribute (BA_) not understood"));
+        problems.add(sectionLine, QStringLiteral("attribute (BA_) cannot be parsed"));
     } else if (owner.isEmpty()) {
         attributes.setValue(attribute, takeValue());
     } else if (owner == QLatin1String("BO_")) {
@@ -584,12 +585,12 @@ void DbcParser::refer(quint32 number, const QString& name, const QString& sectio
         if (signal != nullptr)
             apply(*signal);
         else if (number != independentSignals && !refusedSignals.contains({number, name}))
-            problems.add(line, section + QStringLiteral(" of an unknown signal"));
+            problems.add(line, section + QStringLiteral(" is for an unknown signal"));
     });
 }
 
-/// The messages in the order of the file. Messages with 29-bit ids follow the rules of \a given,
-/// or those that the file declares. What is assumed instead of that is told in \a note.
+/// The messages in the order of the file. \a note says what was assumed about messages with 29-bit
+/// ids, if the file does not declare it.
 QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QString& note)
 {
     QVector<MessageDescription> described;

@@ -12,7 +12,6 @@ namespace monitor
 namespace
 {
 
-// Those that a section, a message or a signal begins with.
 constexpr const char* keywords[] = {
     "BA_",
     "BA_DEF_",
@@ -51,7 +50,7 @@ constexpr const char* keywords[] = {
     "VERSION",
 };
 
-/// What code page 1252 has at 80 to 9F, where Latin-1 has control characters.
+/// The characters 80 to 9F of code page 1252. In Latin-1 they are control characters.
 constexpr char16_t windowsCharacters[] =
     u"\u20AC\uFFFD\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\uFFFD\u017D"
     u"\uFFFD\uFFFD\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\uFFFD"

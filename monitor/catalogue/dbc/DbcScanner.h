@@ -12,8 +12,9 @@ namespace monitor
 /// valid as such, and otherwise code page 1252, in which older tools write units.
 QString decodeDbc(const QByteArray& content);
 
-/// Takes a DBC file apart. Line ends separate words as blanks do, and // begins a comment up to
-/// the end of its line. Every function skips what separates words first. This class is reentrant.
+/// Splits the text of a DBC file into words, numbers, texts and symbols. Line ends count as blanks,
+/// and // starts a comment that extends to the end of the line. Every function first skips blanks
+/// and comments. This class is reentrant.
 class DbcScanner
 {
 public:
@@ -27,44 +28,44 @@ public:
     /// The line of the next character, counted from 1.
     qint64 line();
 
-    /// A name or keyword, also one that begins with a digit; empty if there is none.
+    /// Letters, digits and underscores: a name or keyword. Empty if there are none.
     QString takeWord();
 
-    /// A name; empty if there is none, and before a keyword.
+    /// The same, but empty if the next word is a keyword.
     QString takeName();
 
-    /// The same without taking it.
+    /// The next word, which is not taken.
     QString peekWord();
 
     /// Digits; empty if there are none.
     QString takeDigits();
 
-    /// A number with its sign, fraction and exponent, or whatever stands in its place; empty if
-    /// there is none. The caller checks it.
+    /// The characters of a number with sign, fraction and exponent; empty if there are none. The
+    /// caller must check that they are a number.
     QString takeNumber();
 
-    /// Whether \a symbol is next, which is taken then.
+    /// Takes \a symbol if it is next. Returns whether it was.
     bool take(char symbol);
 
-    /// A text in quotation marks, \" in it being a quotation mark. Nothing if there is none, or if
-    /// it never ends, which is the end of the file then.
+    /// A text in quotation marks, in which \" stands for a quotation mark. No value if there is
+    /// none. A text without an end extends to the end of the file and has no value either.
     std::optional<QString> takeText();
 
-    /// The same for the unit of a signal. Nothing if a keyword begins a line of it: then its end is
-    /// missing, and it ends with its first line.
+    /// The same for the unit of a signal. If a line of it starts with a keyword, its end must be
+    /// missing: then only its first line is taken, and it has no value.
     std::optional<QString> takeUnit();
 
-    /// Skips the rest of a section: up to its semicolon, or to a keyword at the beginning of a line
-    /// if the semicolon is missing.
+    /// Skips the rest of a section, including its semicolon. If the semicolon is missing, the
+    /// section ends before the next keyword at the start of a line.
     void skipSection();
 
-    /// Skips the rest of a message or signal: up to the next keyword.
+    /// Skips the rest of a message or signal, up to the next keyword.
     void skipToKeyword();
 
-    /// Whether \a word begins a section, a message or a signal.
+    /// Whether a section, message or signal starts with \a word.
     static bool isKeyword(const QString& word);
 
-    /// The line in which a text begins that never ends; 0 if all texts end.
+    /// The line in which a text without an end starts; 0 if every text has an end.
     qint64 lineOfOpenText() const { return openText; }
 
 private:

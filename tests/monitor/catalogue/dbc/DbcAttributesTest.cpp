@@ -77,7 +77,7 @@ TEST(DbcAttributes, SpnIsAssignedToItsSignal)
                                                "BA_ \"Other\" SG_ 2364540158 EngineSpeed 92;\n");
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).spn, 190U);
     EXPECT_EQ(dbc.warnings, QString("x.dbc:5: SPN (BA_) out of range\n"
-                                    "x.dbc:4: SPN (BA_) of an unknown signal\n"));
+                                    "x.dbc:4: SPN (BA_) is for an unknown signal\n"));
 }
 
 TEST(DbcAttributes, AttributeTextCanSpanSeveralLines)

@@ -111,12 +111,12 @@ TEST(DbcMultiplexing, SignalWithRangesThatCannotBeUnderstoodIsNotDecoded)
                              "A M 1-99999999999999999999"}) {
         const Dbc dbc = readDbcSignal(signal("M M") + signal("A m0") + values(text));
         EXPECT_EQ(namesIn(dbc), QStringList{"M"}) << text;
-        EXPECT_EQ(dbc.warnings, QString("x.dbc:4: multiplexing (SG_MUL_VAL_) not understood\n"
-                                        "x.dbc:3: signal \"A\" is not decoded: its SG_MUL_VAL_ is "
-                                        "not understood\n"))
+        EXPECT_EQ(dbc.warnings, QString("x.dbc:4: multiplexing (SG_MUL_VAL_) cannot be parsed\n"
+                                        "x.dbc:3: signal \"A\" is not decoded: its SG_MUL_VAL_ "
+                                        "cannot be parsed\n"))
             << text;
     }
     EXPECT_TRUE(readDbcSignal(signal("A") + values("")).warnings.startsWith("x.dbc:3: multi"));
     EXPECT_TRUE(readDbcSignal(signal("M M") + values("Other M 1-2"))
-                    .warnings.contains("multiplexing (SG_MUL_VAL_) of an unknown signal"));
+                    .warnings.contains("multiplexing (SG_MUL_VAL_) is for an unknown signal"));
 }

@@ -85,7 +85,7 @@ TEST(DbcReader, LineEndsMeanNothing)
 TEST(DbcReader, LinesOfWarningsAreThoseOfTheFile)
 {
     const Dbc dbc = readDbc("CM_ \"a\nb\nc\"; // comment\n\n" + messageLine + "\n SG_ A : x\n");
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:6: signal (SG_) not understood\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:6: signal (SG_) cannot be parsed\n"));
 }
 
 TEST(DbcReader, ReceiversMayBeMissingOrSeparatedByBlanks)
