@@ -13,11 +13,12 @@ namespace monitor
 namespace
 {
 
-/// The messages of all description files, of which no two have the same id.
+/// The messages of all description files, at most one for each id.
 class KnownMessages
 {
 public:
-    /// Adds the messages of a file. One with the id of an earlier message is a problem.
+    /// Adds the messages of a file. A message with the id of an earlier one is left out and
+    /// reported as a problem.
     void add(const QString& fileName, ReadDescription& read)
     {
         for (const MessageDescription& message : qAsConst(read.messages)) {
@@ -42,7 +43,8 @@ private:
     QHash<QPair<bool, quint32>, QString> origins;
 };
 
-/// Whether the same file is given again behind \a given, so that --j1939 and --plain replace --dbc.
+/// Whether the same file is given again after \a given, for the same node if any. Only the last one
+/// is used, so --j1939 and --plain replace --dbc.
 bool isReplaced(const GivenDescription& given, const QVector<GivenDescription>& all)
 {
     return std::any_of(&given + 1, all.cend(), [&given](const GivenDescription& later) {

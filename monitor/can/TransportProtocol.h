@@ -33,8 +33,8 @@ struct TransportedMessage {
 class TransportProtocol
 {
 public:
-    /// Processes \a frame, and returns the message if this is its last packet. \a isDecoded tells
-    /// that the frame has already been counted as decoded. The result is valid until the next call.
+    /// Processes \a frame, and returns the message if this is its last packet. \a isDecoded is true
+    /// if the frame has already been counted as decoded. The result is valid until the next call.
     std::optional<TransportedMessage> take(const Frame& frame, bool isDecoded = false);
 
     const TransportCounts& counts() const { return counted; }

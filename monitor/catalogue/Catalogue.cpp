@@ -19,8 +19,8 @@ QString keyOf(const MessageHeader& message, const QString& name)
     return QString::number(message.node.value_or(0)) + ' ' + name;
 }
 
-/// Tells a signal apart from others of that name: by its message, and by the id of the message if
-/// others have the name of the message, too.
+/// Distinguishes a signal from others with the same name: by the name of its message, and also by
+/// the id of the message if several messages have that name.
 QString uniqueName(const MessageHeader& message, const SignalDescription& signal,
                    const QHash<QString, int>& messagesWithName)
 {

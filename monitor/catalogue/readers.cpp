@@ -13,8 +13,8 @@ namespace monitor
 namespace
 {
 
-/// Reads a DBC file, whose messages with 29-bit ids follow the rules of \a protocol whatever it
-/// declares.
+/// Reads a DBC file. Its messages with 29-bit ids are matched by the rules of \a protocol, whatever
+/// the file declares.
 template <Protocol protocol>
 ReadDescription readDbcFileAs(const DescriptionFile& file)
 {

@@ -22,7 +22,8 @@ double scaledFloat(quint64 bits, const CatalogueSignal& signal)
     return floatIn(bits, signal.layout.length) * signal.scaling.factor + signal.scaling.offset;
 }
 
-/// Whether \a signal is in \a payload as its multiplexors say, each of which must be there itself.
+/// Whether \a payload contains \a signal. A multiplexed signal is present only if its multiplexor
+/// is present and has one of the required values.
 bool isPresent(const CatalogueMessage& message, const CatalogueSignal& signal,
                const Payload& payload)
 {

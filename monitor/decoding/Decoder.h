@@ -22,18 +22,19 @@ struct DecodedSignal {
     std::optional<qint64> microseconds; ///< when it was seen
 };
 
-/// A PGN with several messages, of which none has the source address of a frame, its destination
-/// address or the null address. The frame was decoded as the first of these messages.
+/// A PGN with several messages, none of which has the source address of a received frame, its
+/// destination address or the null address. The frame was decoded as the first of these messages.
 struct GuessedMessage {
     int message = 0;    ///< index in Decoder::messages()
     int candidates = 0; ///< messages of this PGN
     quint8 source = 0;  ///< source address of the first of these frames
 };
 
-/// Finds the signals of a catalogue in frames. A frame belongs to one message at most: that of its
-/// exact id, or else a J1939 message of its PGN, whatever the priority. Of several with that PGN it
-/// is the one for the same source address, else for the same destination address, else for the null
-/// address, else the first. This class is reentrant.
+/// Finds the signals of a catalogue in frames. A frame belongs to at most one message: the message
+/// with exactly the same id, or else a J1939 message with the same PGN, whatever the priority. If
+/// several messages have that PGN, the message with the same source address is preferred, then the
+/// one with the same destination address, then the one with the null address, then the first one.
+/// This class is reentrant.
 class Decoder
 {
 public:
@@ -42,15 +43,15 @@ public:
     const QVector<CatalogueMessage>& messages() const { return knownMessages; }
 
     /// The chosen signals in \a frame, in the order of the catalogue. Signals that do not fit into
-    /// the data, and multiplexed signals of a different multiplexor value, are left out. A remote
-    /// frame has no signals. The result is valid until the next call.
+    /// the data, and multiplexed signals for other multiplexor values, are left out. A remote frame
+    /// has no signals. The result is valid until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
     /// The same for a payload, which may come from several frames.
     const QVector<DecodedSignal>& decode(const Payload& payload);
 
-    /// Whether the transport protocol of J1939 may use \a frame: J1939 messages are known, and it
-    /// does not belong to another message.
+    /// Whether \a frame may belong to the J1939 transport protocol: the catalogue has J1939
+    /// messages, and the id has 29 bits and is not that of a message of another protocol.
     bool mayTransport(const Frame& frame) const;
 
     /// The guesses so far, one for each PGN.
@@ -62,8 +63,8 @@ private:
     void decodeMessage(const Payload& payload, int message);
 
     QVector<CatalogueMessage> knownMessages;
-    QHash<quint32, QVector<int>> byPgn; // J1939
-    QHash<quint32, int> byId;           // the exact id of any message
+    QHash<quint32, QVector<int>> byPgn; // J1939 messages
+    QHash<quint32, int> byId;           // all messages, by their exact ids
     QVector<GuessedMessage> guessed;
     QVector<DecodedSignal> decoded;
 };

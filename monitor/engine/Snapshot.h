@@ -26,7 +26,7 @@ struct SignalStatistics {
 
     qint64 count = 0; ///< the number of measured values; if 0, the statistics below are 0 too
     double newest = 0;
-    QString newestMeaning; ///< what the description says that the newest value means; may be empty
+    QString newestMeaning;              ///< the described meaning of the newest value; may be empty
     bool isPassedThrough = false;       ///< true: there is only a newest value, in the next two
     QString newestText;                 ///< the newest value of a pass-through signal
     std::optional<double> newestNumber; ///< the same as a number, if double represents it exactly

@@ -19,15 +19,15 @@ struct DbcValue {
 class DbcAttributes
 {
 public:
-    /// Defines an attribute; \a texts are those of an ENUM, in their order, and empty otherwise.
+    /// Defines an attribute. \a texts are the values of an ENUM, in order; empty for other types.
     void define(const QString& attribute, const QStringList& texts);
     void setDefault(const QString& attribute, const DbcValue& value);
 
-    /// Sets the value for the file, or for the message of that number.
+    /// Sets the value for the file, or for the message with that number.
     void setValue(const QString& attribute, const DbcValue& value);
     void setValue(const QString& attribute, quint32 message, const DbcValue& value);
 
-    /// Whether VFrameFormat declares the message of that number as J1939. No value if the message
+    /// Whether VFrameFormat declares the message with that number as J1939. No value if the message
     /// does not have that attribute and the file does not define it.
     std::optional<bool> isJ1939(quint32 message) const;
 

@@ -127,8 +127,9 @@ void Resolver::refuseDependents()
     }
 }
 
-/// If the ranges do not include N, both apply if the message has only one multiplexor. With
-/// several, only the ranges apply: N is there for tools that do not support ranges.
+/// The values of its multiplexor for which \a signal is present. If there are ranges that do not
+/// include the N of its marker mN, N is added if the message has only one multiplexor. With several
+/// multiplexors, only the ranges apply: N is meant for tools that do not support ranges.
 QVector<RawRange> Resolver::valuesOf(const DbcSignal& signal) const
 {
     QVector<RawRange> values = signal.switchValues;

@@ -21,16 +21,16 @@ namespace
 {
 
 constexpr quint32 extendedFlag = 0x80000000;
-constexpr int longestMessage = 1785; // bytes, as many as the J1939 transport protocol can carry
+constexpr int longestMessage = 1785; // bytes, the limit of the J1939 transport protocol
 constexpr int longestSignal = 64;    // bits
 constexpr qint64 longestFile = 256 * 1024 * 1024;
 
-/// The number of the message that holds signals without a message.
+/// The number of the pseudo-message for signals that do not belong to a message.
 constexpr quint32 independentSignals = 0xC0000000;
 
 /// A message as written in the file.
 struct DbcMessage : MessageHeader {
-    quint32 number = 0; ///< the id, with bit 31 if it has 29 bits
+    quint32 number = 0; ///< the id, with bit 31 set if it has 29 bits
     QVector<DbcSignal> dbcSignals;
 };
 
@@ -47,7 +47,7 @@ quint32 normalized(quint32 number)
 /// Numbers, as written in the file, and their texts.
 using ValueTexts = QVector<QPair<QString, QString>>;
 
-/// Gives \a signal the texts of those numbers that can be its raw values.
+/// Sets the value texts of \a signal. Numbers that cannot be its raw values are left out.
 void setValueTexts(const ValueTexts& texts, DbcSignal& signal)
 {
     const int unused = 64 - signal.layout.length; // bits
@@ -120,8 +120,8 @@ private:
     QHash<quint32, QString> longNames; // of messages by number
     QVector<std::function<void()>> references;
     QSet<QPair<quint32, QString>> refusedSignals; // signals by the number of their message
-    int assumedJ1939 = 0; // messages with 29-bit ids of which the file does not declare the format
-    int assumedPlain = 0;
+    int assumedJ1939 = 0; // undeclared messages with 29-bit ids taken as J1939
+    int assumedPlain = 0; // undeclared messages with 29-bit ids matched by the exact id
 };
 
 void DbcParser::parse()
@@ -161,8 +161,8 @@ void DbcParser::parseSection()
         scanner.skipSection();
 }
 
-/// The keywords in the list after NS_ have no meaning. The list ends at BS_ or, if BS_ is missing,
-/// at the section after it.
+/// Skips the list after NS_, whose keywords have no meaning there. It ends at BS_ or, if BS_ is
+/// missing, at BU_ or BO_.
 void DbcParser::skipKeywordList()
 {
     static const QStringList ends{QStringLiteral("BS_"), QStringLiteral("BU_"),
@@ -249,7 +249,7 @@ void DbcParser::addSignal()
     DbcSignal signal;
     signal.line = sectionLine;
     const QString error = parseSignal(signal);
-    scanner.skipToKeyword(); // after the receivers
+    scanner.skipToKeyword(); // skips the receivers
     if (holder == Holder::Nobody)
         return problems.add(signal.line, QStringLiteral("signal (SG_) without a message"));
     if (holder == Holder::LastMessage && error.isEmpty()) {
@@ -280,7 +280,7 @@ QString DbcParser::parseSignal(DbcSignal& signal)
     return checkSignal(signal);
 }
 
-/// Reads nothing, M, m5 or m5M.
+/// Parses the multiplexing marker of a signal: M, m5, m5M, or an empty string.
 bool DbcParser::readMarker(QString marker, DbcSignal& signal)
 {
     signal.isSwitch = marker.endsWith('M');
@@ -311,7 +311,7 @@ bool DbcParser::takeLayout(SignalLayout& layout)
            (layout.isSigned || scanner.take('+'));
 }
 
-/// Reads two numbers between and around the three \a symbols.
+/// Reads two numbers that the three \a symbols enclose and separate, such as "(0.125,0)".
 bool DbcParser::takePair(const char* symbols, double& first, double& second)
 {
     bool isFirst = false;
@@ -325,7 +325,8 @@ bool DbcParser::takePair(const char* symbols, double& first, double& second)
     return isFirst && isSecond && scanner.take(symbols[2]);
 }
 
-/// Returns why \a signal cannot be decoded, or an empty text. Adds a problem if it is odd.
+/// Returns an error message if \a signal cannot be decoded, otherwise an empty string. A signal
+/// that can be decoded but is suspicious is reported as a problem.
 QString DbcParser::checkSignal(const DbcSignal& signal)
 {
     const auto refused = [&signal](const QString& reason) {
@@ -363,7 +364,7 @@ QString DbcParser::checkSignal(const DbcSignal& signal)
     return QString();
 }
 
-/// The signal of that name in the message of that number, or null.
+/// The signal with that name in the message with that number, or null.
 DbcSignal* DbcParser::find(quint32 number, const QString& name)
 {
     const auto index = indices.constFind(number);
@@ -555,7 +556,7 @@ DbcValue DbcParser::takeValue()
     return {scanner.takeNumber(), true};
 }
 
-/// Gives a signal an attribute, if the program uses that.
+/// Applies an attribute to a signal if the program uses that attribute.
 void DbcParser::setAttribute(const QString& attribute, quint32 number, const QString& name,
                              const DbcValue& value)
 {
@@ -570,13 +571,13 @@ void DbcParser::setAttribute(const QString& attribute, quint32 number, const QSt
     if (!isNumber || spn > lastSpn)
         return problems.add(sectionLine, QStringLiteral("SPN (BA_) out of range"));
     refer(number, name, QStringLiteral("SPN (BA_)"), [spn](DbcSignal& signal) {
-        if (spn != 0) // 0 is the usual default, for signals without one
+        if (spn != 0) // 0 is the usual default for signals without an SPN
             signal.spn = spn;
     });
 }
 
-/// Calls \a apply with a signal when all messages are known, since sections may come in any order.
-/// An unknown signal is a problem that begins with the name of the \a section.
+/// Calls \a apply with the signal once all messages are known, since sections may come in any
+/// order. If there is no such signal, reports a problem whose text begins with \a section.
 void DbcParser::refer(quint32 number, const QString& name, const QString& section,
                       const std::function<void(DbcSignal&)>& apply)
 {
@@ -589,8 +590,8 @@ void DbcParser::refer(quint32 number, const QString& name, const QString& sectio
     });
 }
 
-/// The messages in the order of the file. \a note says what was assumed about messages with 29-bit
-/// ids, if the file does not declare it.
+/// The messages in the order of the file. If the file does not declare which messages with 29-bit
+/// ids are J1939, \a note reports the assumptions.
 QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QString& note)
 {
     QVector<MessageDescription> described;
@@ -616,7 +617,7 @@ QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QSt
     return described;
 }
 
-/// Whether frames of a message with a 29-bit id are matched by its PGN.
+/// How frames of a message with a 29-bit id are matched: by its PGN (J1939) or by its exact id.
 Protocol DbcParser::protocolOf(const DbcMessage& message, const std::optional<Protocol>& given)
 {
     if (given)

@@ -234,7 +234,7 @@ void DbcScanner::skipBlanks()
     }
 }
 
-/// Whether only blanks precede the next character in its line.
+/// Whether only blanks precede the next character on its line.
 bool DbcScanner::isFirstInLine() const
 {
     for (int i = position - 1; i >= 0 && text.at(i) != '\n'; --i) {

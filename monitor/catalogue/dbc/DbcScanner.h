@@ -8,8 +8,8 @@
 namespace monitor
 {
 
-/// The text of a DBC file: UTF-8 or UTF-16 if it begins with a byte order mark, UTF-8 if it is
-/// valid as such, and otherwise code page 1252, in which older tools write units.
+/// Decodes a DBC file: UTF-8 or UTF-16 if it begins with a byte order mark, otherwise UTF-8 if that
+/// is valid, otherwise code page 1252, which older tools use for units.
 QString decodeDbc(const QByteArray& content);
 
 /// Splits the text of a DBC file into words, numbers, texts and symbols. Line ends count as blanks,
@@ -34,25 +34,26 @@ public:
     /// The same, but empty if the next word is a keyword.
     QString takeName();
 
-    /// The next word, which is not taken.
+    /// The next word, without taking it.
     QString peekWord();
 
     /// Digits; empty if there are none.
     QString takeDigits();
 
-    /// The characters of a number with sign, fraction and exponent; empty if there are none. The
-    /// caller must check that they are a number.
+    /// Characters that can occur in a number with sign, fraction and exponent; empty if there are
+    /// none. The caller must check that they form a number.
     QString takeNumber();
 
     /// Takes \a symbol if it is next. Returns whether it was.
     bool take(char symbol);
 
-    /// A text in quotation marks, in which \" stands for a quotation mark. No value if there is
-    /// none. A text without an end extends to the end of the file and has no value either.
+    /// A text in quotation marks, in which \" stands for a quotation mark. No value if the next
+    /// character is not a quotation mark. An unterminated text extends to the end of the file and
+    /// has no value either.
     std::optional<QString> takeText();
 
-    /// The same for the unit of a signal. If a line of it starts with a keyword, its end must be
-    /// missing: then only its first line is taken, and it has no value.
+    /// The same for the unit of a signal. If one of its lines starts with a keyword, the closing
+    /// quotation mark must be missing: then only the first line is taken, and there is no value.
     std::optional<QString> takeUnit();
 
     /// Skips the rest of a section, including its semicolon. If the semicolon is missing, the
@@ -65,7 +66,7 @@ public:
     /// Whether a section, message or signal starts with \a word.
     static bool isKeyword(const QString& word);
 
-    /// The line in which a text without an end starts; 0 if every text has an end.
+    /// The line in which an unterminated text starts; 0 if there is no such text.
     qint64 lineOfOpenText() const { return openText; }
 
 private:

@@ -241,7 +241,7 @@ QVector<MessageDescription> readTransmitPdos(const EdsDictionary& dictionary, qu
 namespace
 {
 
-/// What the user should know if no message could be read.
+/// The note for the user if no message could be read.
 QString noteOnMissingPdos(const EdsDictionary& dictionary, const DescriptionFile& file)
 {
     int disabled = 0;
