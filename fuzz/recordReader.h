@@ -21,9 +21,9 @@ struct ReadingReport {
 };
 inline ReadingReport readingReport;
 
-/// The common part of the targets of records: reads records of type T from hostile bytes, as a host
-/// that calls nextRecordIsPlain() first. The first byte configures the stream: the lowest bit the
-/// byte order, the next one the precision, the others the version. The stream follows.
+/// The common part of the targets of records: reads records of type T from hostile bytes, like a
+/// host that calls nextRecordIsPlain() first. The first byte configures the stream: the lowest bit
+/// the byte order, the next one the precision, the others the version. The stream follows.
 template <typename T>
 class RecordReader
 {
@@ -97,7 +97,7 @@ private:
         return record;
     }
 
-    /// If the version is another one, only the version is consumed, whatever follows.
+    /// If the version is not the known one, only the version is consumed, whatever follows.
     void refuseOtherVersion(QDataStream& stream) const
     {
         const QByteArray rest = stream.device()->peek(2);

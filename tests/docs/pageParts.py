@@ -83,7 +83,7 @@ def inline_code_of(text):
 
 
 def indented_blocks_of(text):
-    """The lines in which a block begins that has no fences."""
+    """The lines in which a block without fences begins."""
     before = ""  # the last line that is not blank
     is_after_blank = True
     for number, line in enumerate(without_blocks(text).split("\n"), 1):

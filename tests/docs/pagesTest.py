@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that the pages of the project are true: every .md file of its sources.
+"""Checks that the pages of the project are true. The pages are all .md files of its sources.
 
     pagesTest.py --program FILE --prefix DIRECTORY   checks all pages with that vantrel, and with
                                                      the package installed in the directory
@@ -16,18 +16,18 @@ How to write a page:
   command must succeed.
 - ```text, ```json or ```csv directly after an ```sh block or a program is exactly what that prints,
   with "..." as above. Elsewhere such a block is an illustration; JSON must be valid.
-- <!-- file: NAME --> on the line before a block makes the block the content of that file, which is
-  there for the commands that follow. Blocks without fences are not allowed.
+- <!-- file: NAME --> on the line before a block makes the block the content of that file. The
+  commands that follow can use it. Blocks without fences are not allowed.
 - ```cpp with a main() is a program, which is built against the installed package and run.
 - ```cmake with find_package(Vantrel ...) can be configured against the installed package. A target
-  called host is there if the block adds none.
+  called host is added if the block adds no executable.
 - In a table whose first column is called warning, that column holds messages of the program in
   backticks, with "..." for their variable parts.
-- Inline code that names a path of the project, or a command of it with its arguments, names things
-  that exist. A word in capitals, such as FILE, makes it a pattern, which is not checked.
-- Links, images and anchors lead somewhere, and no page is longer than LIMITS allows.
+- Paths of the project in inline code must exist, as must its commands and their arguments. Inline
+  code with a word in capitals, such as FILE, is a pattern, which is not checked.
+- The targets of links and images must exist, and no page may be longer than LIMITS allows.
 - A command that cannot run in a test has a row in NOT_RUN. Its program, options, presets and files
-  must exist. build/release/bin/vantrel is there, but nothing else that a build makes.
+  must exist. build/release/bin/vantrel exists, but no other file that a build makes.
 """
 
 import argparse
@@ -95,7 +95,7 @@ def link_problem(tree, page, target):
 
 
 def messages_of(tree):
-    """The texts in the sources of the program, with a long one in one piece."""
+    """The sources of the program, with string literals split over several lines joined."""
     sources = "".join(path.read_text(encoding="utf-8") for path in tree.glob("monitor/**/*.cpp"))
     return re.sub(r'"\s*\n\s*"', "", sources).replace('\\"', '"')
 
@@ -290,7 +290,7 @@ class Checker:
             except subprocess.TimeoutExpired:
                 kill_group(process.pid)
                 output = process.communicate()[0] + b"takes too long\n"
-        kill_group(process.pid)  # what the command may have left in the background
+        kill_group(process.pid)  # processes that the command left in the background
         return process.returncode, normalized(output.decode("utf-8", "replace"))
 
     def report_failure(self, page, command, status, output):
@@ -305,7 +305,7 @@ class Checker:
         self.report(page, line, "\n".join(["another output:", *difference]))
 
     def code_problems(self, code):
-        """What does not exist of the names in inline code, if it is a command or a path."""
+        """Yields a problem for each missing name in inline code, if that is a command or a path."""
         first = code.partition(" ")[0]
         is_path = "/" in first and (self.tree / first.partition("/")[0]).is_dir()
         is_command = " " in code and first in ("vantrel", "cmake", "ctest")
@@ -317,7 +317,7 @@ class Checker:
             yield f"{first} does not exist"
 
     def name_problems(self, text, copy):
-        """What does not exist of the names in a command that is not run."""
+        """Yields a problem for each missing name in a command that is not run."""
         text = re.sub(r"[0-9]?>+ *\S+", "", text)
         lexer = shlex.shlex(text, posix=True, punctuation_chars=True)
         lexer.whitespace_split = True
@@ -376,7 +376,7 @@ class Checker:
 
 
 def cmake_problems(program, arguments, copy):
-    """What does not exist of the presets, variables and targets that a command names."""
+    """Yields a problem for each missing preset, variable or target in a command."""
     kind = "test" if program == "ctest" else "configure"
     for option in ("build", "workflow"):
         if "--" + option in arguments:

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Reads and writes saved runs with nothing but docs/output.md to go by, and compares them with what
-the program makes of them.
+"""Reads and writes saved runs by the description in docs/output.md alone, and compares the results
+with those of the program.
 
     savedRunTest.py --program FILE
 """

@@ -179,14 +179,14 @@ TEST(Stream, ConnectionClosedWithinAMessageIsAnError)
         expectRejected(whole + whole.left(size), "message incomplete");
 }
 
-TEST(Stream, InvalidArgumentsAreExitCode2)
+TEST(Stream, InvalidArgumentsReturnExitCode2)
 {
     EXPECT_EQ(run({}), 2);
     EXPECT_EQ(run({"send"}), 2);
     EXPECT_EQ(run({"forward", "socket"}), 2);
 }
 
-TEST(Stream, UnusableAddressIsExitCode2)
+TEST(Stream, UnusableAddressReturnsExitCode2)
 {
     const QTemporaryDir directory;
     EXPECT_EQ(run({"send", directory.filePath("nobody")}), 2);

@@ -28,7 +28,8 @@ const int values = std::max(2000000, qEnvironmentVariableIntValue("SOAK_VALUES")
 const int lifeLength = std::min(10000, values / (signalCount * typeCount * 4) / period * period);
 const int lives = values / (signalCount * lifeLength);
 
-/// Memory is first measured after this life: by then, every signal has held every element type.
+/// Memory is first measured at the end of this life, counted from 0: by then, every signal has held
+/// every element type.
 constexpr int warmUp = typeCount;
 
 #if ADDRESS_SANITIZER

@@ -345,7 +345,7 @@ TYPED_TEST(SignalThreads, RecordsThatAreScaledBeforeTheyAreStoredAreAlwaysSeenSc
     EXPECT_GT(seen, 0);
 }
 
-TYPED_TEST(SignalThreads, WhatNeedsNoCalculatorMayBeCalledWhileTheDatatypeChanges)
+TYPED_TEST(SignalThreads, OperationsThatNeedNoCalculatorCanRunWhileTheDatatypeChanges)
 {
     feed(this->signal, {8, 12});
     ASSERT_TRUE(waitForCaches(this->signal));

@@ -179,7 +179,7 @@ TEST(DoubleLists, AreSummedInLanesIfTheirSquaresAndSumsFitInADouble)
 }
 
 // A lane drops a one from each of its two remainders, twice.
-TEST(DoubleLists, KeepWhatBothRemaindersOfALaneDrop)
+TEST(DoubleLists, KeepTheOnesThatBothRemaindersOfALaneDrop)
 {
     QList<double> values;
     for (double value : {1.0, 0x1p120, 0x1p60, 2.0, -0x1p60, -0x1p120})
@@ -209,7 +209,7 @@ TEST(DoubleLists, KeepTheSquareOfADistanceThatIsNotADouble)
 }
 
 // The second of four lanes drops the tiny value, and so does its addition to the first one.
-TEST(DoubleLists, KeepWhatBothALaneAndItsAdditionDrop)
+TEST(DoubleLists, KeepATinyValueThatBothALaneAndItsAdditionDrop)
 {
     const double small = 0x1p-60, tiny = 0x1p-120;
     const QList<double> values = {0, 1, -1, -small, tiny, small, 0, 0, 0, tiny, 0, 0};
@@ -230,7 +230,7 @@ TEST(DoubleLists, HaveTheSameAverageInCalcStatistics)
 }
 
 // Three passes of the lanes drop the tiny value, and so does the last one, which is not full.
-TEST(DoubleLists, KeepWhatBothTheLastPassAndTheOnesBeforeDrop)
+TEST(DoubleLists, KeepATinyValueThatTheLastPassAndEarlierPassesDrop)
 {
     const double small = 0x1p-60, tiny = 0x1p-120;
     const QList<double> values = {0, 1, 0, 0, 0, small, 0, 0, 0, tiny, 0, 0, tiny, -1, -small};

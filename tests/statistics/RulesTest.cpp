@@ -151,7 +151,7 @@ TYPED_TEST(FloatingRules, TheMedianOfSmallValuesKeepsTheirLastBit)
     EXPECT_EQ(this->calculator.getMedian({lowest, lowest}), static_cast<double>(lowest));
 }
 
-TYPED_TEST(Rules, TheMedianIsThatOfTheListNotOfTheValuesAdded)
+TYPED_TEST(Rules, TheMedianIsComputedFromTheListNotFromTheValuesAdded)
 {
     addAll<TypeParam>(this->calculator, {100, 101, 102});
     EXPECT_EQ(this->calculator.getMedian({1, 2, 3}), 2);

@@ -118,7 +118,7 @@ TYPED_TEST_SUITE(Stress, ElementTypes, ElementTypeName);
 
 } // namespace
 
-TYPED_TEST(Stress, EveryResultIsThatOfOneMomentWhileAWriterAddsAndClears)
+TYPED_TEST(Stress, EveryResultBelongsToOneMomentWhileAWriterAddsAndClears)
 {
     bool readersSawChanges = false;
     const auto write = [&] {

@@ -414,7 +414,7 @@ TEST(FloatingSums, KeepAOneBelowLargerValues)
     EXPECT_EQ(floatDistances.mean(), -1.0 / 3);
 }
 
-TEST(FloatingSums, KeepWhatIsLeftOfTheFirstValueAfterOthersCancelIt)
+TEST(FloatingSums, KeepTheRestOfTheFirstValueAfterOthersCancelIt)
 {
     const double tiny = 7 * 0x1p-104;
     for (int pairs = 1; pairs <= 100; ++pairs) {

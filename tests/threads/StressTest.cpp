@@ -118,7 +118,7 @@ protected:
         readWholeSnapshot();
     }
 
-    /// Does with a snapshot what a host may do while no record is being scaled.
+    /// Uses a snapshot as a host may while no record is being scaled.
     void readWholeSnapshot()
     {
         const QVector<T> snapshot = signal.getValues();

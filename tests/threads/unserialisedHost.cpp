@@ -73,7 +73,7 @@ void setDatatype(Signal<T>& signal)
     signal.setDatatype(dataType(4));
 }
 
-/// What a host does that follows the header.
+/// The calls of a host that follows the header.
 template <typename T>
 void setDatatypeWithoutWorker(Signal<T>& signal)
 {
@@ -124,8 +124,8 @@ void writeSnapshot(Signal<T>& signal)
     stream << signal.getValues();
 }
 
-/// What two threads do in a loop, with the code of a data type and a value handling. The serialised
-/// writer replaces the writer where a mutex is not enough.
+/// Two functions that two threads call in a loop, the code of a data type and a value handling. The
+/// serialised writer replaces the writer where a mutex is not enough.
 template <typename T>
 struct Host {
     void (*writer)(Signal<T>&);

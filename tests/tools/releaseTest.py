@@ -94,7 +94,7 @@ class Release(unittest.TestCase):
         self.write("new", "")
         self.assert_refused(" M CMakeLists.txt\n?? new", "1.1.0")
 
-    def test_another_version_than_that_of_the_build_is_refused(self):
+    def test_a_version_that_differs_from_the_build_is_refused(self):
         self.assert_refused("CMakeLists.txt has version 1.1.0, not 1.2.0.", "1.2.0")
 
     def test_a_changelog_without_an_unreleased_section_is_refused(self):

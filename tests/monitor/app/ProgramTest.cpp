@@ -51,7 +51,7 @@ TEST_F(Program, OnlyChosenSignalsAreShownAndLimitsRateThem)
                     .output.contains("limits      Torque: 0 .. 100\n"));
 }
 
-TEST_F(Program, PatternThatMatchesNoSignalIsExitCode2)
+TEST_F(Program, PatternThatMatchesNoSignalIsReportedWithExitCode2)
 {
     for (const char* option : {"--signal", "--limits"}) {
         const MonitorRun run = replay("", speedDbc, {option, "Nothing=1:2"});
@@ -182,7 +182,7 @@ TEST_F(Program, LastMatchingPatternDecidesWhetherValuesAreReserved)
               QString("1,0"));
 }
 
-TEST_F(Program, InvalidConfigurationIsExitCode2)
+TEST_F(Program, InvalidConfigurationIsReportedWithExitCode2)
 {
     for (const char* text :
          {"", "{\"k\": \"many\"}", "{\"signals\": {\"Nothing\": {\"limits\": [0, 1]}}}",
@@ -215,7 +215,7 @@ TEST_F(Program, MalformedDescriptionLinesAreReportedWithFileAndLine)
         << run.diagnostics.toStdString();
 }
 
-TEST_F(Program, AssumedFrameFormatIsSaidOnceAndCanBeGiven)
+TEST_F(Program, AssumedFrameFormatIsReportedOnceAndCanBeSpecified)
 {
     const QString log = write("bus.log", "(1.0) can0 18FEF107#FF00000000000000\n"
                                          "(1.1) can0 18FEF1FE#FE00000000000000\n");
@@ -237,7 +237,7 @@ TEST_F(Program, AssumedFrameFormatIsSaidOnceAndCanBeGiven)
               runMonitor({"replay", log, "--plain", dbc, "--format", "csv"}).output);
 }
 
-TEST_F(Program, SecondMessageOfAnIdInAnotherFileIsAWarning)
+TEST_F(Program, SecondMessageWithTheSameIdInAnotherFileIsAWarning)
 {
     const QString log = write("bus.log", "(1.0) can0 123#0102\n");
     const QString first = write("a.dbc", "BO_ 291 A: 8 X\n SG_ S : 0|8@1+ (1,0) [0|0] \"\" X\n");
@@ -263,7 +263,7 @@ TEST_F(Program, NewestValueIsShownWithItsText)
     EXPECT_TRUE(run.output.endsWith(",,\r\n")) << run.output.toStdString();
 }
 
-TEST_F(Program, GuessBetweenMessagesOfAPgnIsSaidOnce)
+TEST_F(Program, GuessBetweenMessagesWithTheSamePgnIsReportedOnce)
 {
     const MonitorRun run =
         replay("(1.0) can0 0CF00431#FFFFFF2003FFFFFF\n(1.1) can0 0CF00431#FFFFFF2003FFFFFF\n",
@@ -277,7 +277,7 @@ TEST_F(Program, GuessBetweenMessagesOfAPgnIsSaidOnce)
     EXPECT_TRUE(run.output.contains("A.S "));
 }
 
-TEST_F(Program, NothingDecodedIsExitCode1AndNamesBothFiles)
+TEST_F(Program, NothingDecodedIsReportedWithExitCode1AndBothFileNames)
 {
     for (const QByteArray& log :
          {QByteArray(), QByteArray("(1.0) can0 18FEEE00#FFFFFFFFFFFFFFFF\n"),
@@ -306,7 +306,7 @@ TEST_F(Program, UnreadableFileIsReportedWithExitCode2)
     EXPECT_TRUE(run.diagnostics.startsWith(directory.path() + ": cannot be read: "));
 }
 
-TEST_F(Program, UsageErrorIsExitCode2AndPointsToTheHelp)
+TEST_F(Program, UsageErrorReturnsExitCode2AndPointsToTheHelp)
 {
     EXPECT_EQ(runMonitor({}).exitCode, 2);
     EXPECT_EQ(runMonitor({"--colour"}).diagnostics,
@@ -319,7 +319,7 @@ TEST_F(Program, UsageErrorIsExitCode2AndPointsToTheHelp)
     EXPECT_EQ(run.output, QString());
 }
 
-TEST_F(Program, HelpIsExitCode0)
+TEST_F(Program, HelpReturnsExitCode0)
 {
     const MonitorRun run = runMonitor({"--help"});
     EXPECT_EQ(run.exitCode, 0);
@@ -328,7 +328,7 @@ TEST_F(Program, HelpIsExitCode0)
     EXPECT_TRUE(runMonitor({"send", "--help"}).output.contains("--speed FACTOR"));
 }
 
-TEST_F(Program, VersionIsThatOfTheProject)
+TEST_F(Program, VersionMatchesThatOfTheProject)
 {
     const MonitorRun run = runMonitor({"--version"});
     EXPECT_EQ(run.exitCode, 0);

@@ -94,7 +94,7 @@ TEST_F(SavedRuns, InvalidOrDamagedFileIsReportedWithExitCode2)
     }
 }
 
-TEST_F(SavedRuns, RunWithoutADecodedFrameIsExitCode1)
+TEST_F(SavedRuns, RunWithoutADecodedFrameReturnsExitCode1)
 {
     EXPECT_EQ(runMonitor({"replay", sample("engine.expected"), "--dbc", sample("engine.dbc"),
                           "--save", path("run")})

@@ -94,7 +94,7 @@ TEST(Catalogue, AmbiguousNameIsPrefixedWithItsMessage)
               (QStringList{"Message.Speed", "Load", "Other.Speed", "A/B"}));
 }
 
-TEST(Catalogue, MessagesOfOneNameAreToldApartByTheirIds)
+TEST(Catalogue, MessagesWithTheSameNameAreDistinguishedByTheirIds)
 {
     QVector<MessageDescription> described = twoMessages() + twoMessages();
     for (int i = 0; i < described.size(); ++i)
@@ -108,7 +108,7 @@ TEST(Catalogue, MessagesOfOneNameAreToldApartByTheirIds)
                            "Third.Speed", "Third.A/B"}));
 }
 
-TEST(Catalogue, SignalsThatNothingTellsApartAreNumbered)
+TEST(Catalogue, IndistinguishableSignalsAreNumbered)
 {
     EXPECT_EQ(namesOf(Catalogue({messageOf("A", {"V", "W", "V", "V"})})),
               (QStringList{"A.V", "W", "A.V(2)", "A.V(3)"}));

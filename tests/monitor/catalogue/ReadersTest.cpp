@@ -110,7 +110,7 @@ TEST(DescriptionReaders, EdsSaysThatAllItsPdosAreDisabled)
     EXPECT_TRUE(read.note.endsWith(": describes no PDO that node 5 sends"));
 }
 
-TEST(DescriptionReaders, XddIsRefusedByName)
+TEST(DescriptionReaders, XddIsRefusedWithAnExplanation)
 {
     const ReadDescription read =
         readText("eds", "<?xml version=\"1.0\"?>\n<ISO15745ProfileContainer>\n", quint8{5});

@@ -63,7 +63,7 @@ TEST(J1939Id, SourceAddressIsTheLowestByte)
     EXPECT_EQ(monitor::sourceAddressOf(0x18FEEE31), 0x31);
 }
 
-TEST(Decoder, MatchesJ1939ByPgnWhateverPriorityAndSource)
+TEST(Decoder, MatchesJ1939ByPgnRegardlessOfPriorityAndSource)
 {
     Decoder decoder({describedMessage(0x18FEF1FE, {describedSignal(0, 8)})});
     const auto found = decoder.decode(extendedFrame(0x0CFEF100));
@@ -74,7 +74,7 @@ TEST(Decoder, MatchesJ1939ByPgnWhateverPriorityAndSource)
     EXPECT_TRUE(decoder.decode(extendedFrame(0x18FEF200)).isEmpty());
 }
 
-TEST(Decoder, MatchesPdu1WhateverItsDestination)
+TEST(Decoder, MatchesPdu1RegardlessOfItsDestination)
 {
     Decoder decoder({describedMessage(0x0C00FFFE, {describedSignal(0, 8)})});
     EXPECT_EQ(decoder.decode(extendedFrame(0x0C000B21)).size(), 1);
@@ -106,7 +106,7 @@ TEST(Decoder, ReservedRangesApplyOnlyTo29BitFrames)
     }
 }
 
-TEST(Decoder, FindsTheSignalsOfAMessageInTheirOrder)
+TEST(Decoder, FindsTheSignalsOfAMessageInOrder)
 {
     Decoder decoder({describedMessage(0x18FEF1FE, {describedSignal(0, 8), describedSignal(8, 8)})});
     Frame frame = extendedFrame(0x18FEF107);
@@ -119,7 +119,7 @@ TEST(Decoder, FindsTheSignalsOfAMessageInTheirOrder)
     }
 }
 
-TEST(Decoder, MatchesPlain29BitMessagesByTheirExactIdReservesNothingAndHasNoSource)
+TEST(Decoder, MatchesPlain29BitMessagesByExactIdWithoutReservedValuesOrSource)
 {
     CatalogueMessage message = describedMessage(0x18FEF1FE, {describedSignal(0, 8)});
     message.protocol = Protocol::CANopen;
@@ -135,7 +135,7 @@ TEST(Decoder, MatchesPlain29BitMessagesByTheirExactIdReservesNothingAndHasNoSour
     EXPECT_TRUE(decoder.decode(standardFrame(0x1FE)).isEmpty());
 }
 
-TEST(Decoder, FrameBelongsToTheMessageOfItsExactIdOnly)
+TEST(Decoder, FrameBelongsOnlyToTheMessageWithItsExactId)
 {
     CatalogueMessage plain = describedMessage(0x18FEF107, {describedSignal(0, 8)});
     plain.protocol = Protocol::CANopen;
@@ -150,7 +150,7 @@ TEST(Decoder, FrameBelongsToTheMessageOfItsExactIdOnly)
     EXPECT_EQ(messageOf(0x0CFEF107), 2);
 }
 
-TEST(Decoder, OfSeveralMessagesOfAPgnTheSourceThenTheDestinationThenThePlaceholderDecides)
+TEST(Decoder, MessagesWithTheSamePgnAreChosenBySourceThenDestinationThenNullAddress)
 {
     const auto message = [](quint32 id) { return describedMessage(id, {describedSignal(0, 8)}); };
     Decoder decoder({message(0x0CEF0131), message(0x0CEF0232), message(0x0CEFFFFE)});
@@ -168,7 +168,7 @@ TEST(Decoder, OfSeveralMessagesOfAPgnTheSourceThenTheDestinationThenThePlacehold
         << "a group extension is no destination";
 }
 
-TEST(Decoder, FirstMessageOfAPgnIsAGuessThatIsRememberedOnce)
+TEST(Decoder, GuessBetweenMessagesWithTheSamePgnIsRememberedOnce)
 {
     Decoder decoder({describedMessage(0x18FEF131, {describedSignal(0, 8)}),
                      describedMessage(0x18FEF132, {describedSignal(0, 8)}),
@@ -183,7 +183,7 @@ TEST(Decoder, FirstMessageOfAPgnIsAGuessThatIsRememberedOnce)
     EXPECT_EQ(decoder.guesses().at(0).source, 0x99);
 }
 
-TEST(Decoder, TransportProtocolUsesFramesOfJ1939Only)
+TEST(Decoder, OnlyJ1939FramesCanBelongToTheTransportProtocol)
 {
     CatalogueMessage plain = describedMessage(0x1CECFF00, {describedSignal(0, 8)});
     plain.protocol = Protocol::CANopen;
@@ -194,7 +194,7 @@ TEST(Decoder, TransportProtocolUsesFramesOfJ1939Only)
     EXPECT_FALSE(decoder.mayTransport(standardFrame(0x123)));
 }
 
-TEST(Decoder, ReassembledMessageBelongsToJ1939Only)
+TEST(Decoder, ReassembledMessageMatchesJ1939MessagesOnly)
 {
     CatalogueMessage plain = describedMessage(0x18FEF107, {describedSignal(0, 8)});
     plain.protocol = Protocol::CANopen;
@@ -238,13 +238,13 @@ TEST(Decoder, FloatingPointSignalsReserveOnlyNonFiniteValues)
     Decoder decoder({describedMessage(0x18FEF1FE, {signal})});
     const auto availabilityIn = [&decoder](quint8 first, quint8 second) {
         Frame frame = extendedFrame(0x18FEF100);
-        frame.data.at(7) = first; // sign and exponent stand in the last bytes
+        frame.data.at(7) = first; // sign and exponent are in the last bytes
         frame.data.at(6) = second;
         return decoder.decode(frame).at(0).availability;
     };
     EXPECT_EQ(availabilityIn(0xFE, 0x00), Availability::Measured);
     EXPECT_EQ(availabilityIn(0xFF, 0x00), Availability::Measured);
-    EXPECT_EQ(availabilityIn(0xFF, 0xE0), Availability::Error); // finite, but not times 10
+    EXPECT_EQ(availabilityIn(0xFF, 0xE0), Availability::Error); // finite, but infinite times 10
     EXPECT_EQ(availabilityIn(0xFF, 0xF0), Availability::Error); // minus infinity
     EXPECT_EQ(availabilityIn(0x7F, 0xF8), Availability::NotAvailable);
 }
@@ -257,7 +257,7 @@ TEST(Decoder, FindsNothingInARemoteFrame)
     EXPECT_TRUE(decoder.decode(frame).isEmpty());
 }
 
-TEST(Decoder, MultiplexedSignalIsThereOnlyForValuesInItsRanges)
+TEST(Decoder, MultiplexedSignalIsPresentOnlyForValuesInItsRanges)
 {
     CatalogueSignal onPages = describedSignal(8, 8);
     onPages.multiplexing = {1, {{2, 3}, {5, 5}}};
@@ -274,8 +274,8 @@ TEST(Decoder, MultiplexedSignalIsThereOnlyForValuesInItsRanges)
     EXPECT_TRUE(decoder.decode(empty).isEmpty());
 }
 
-// Data 02 01 09: the multiplexor k has the value 2, so that j is there; j has the value 1.
-TEST(Decoder, NestedSignalIsThereOnlyIfItsMultiplexorIs)
+// Data 02 01 09: the multiplexor k has the value 2, so j is present; j has the value 1.
+TEST(Decoder, NestedSignalIsPresentOnlyIfItsMultiplexorIs)
 {
     CatalogueSignal j = describedSignal(8, 8);
     j.multiplexing = {0, {{2, 2}}};

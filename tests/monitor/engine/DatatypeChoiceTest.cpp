@@ -64,7 +64,7 @@ TEST(DatatypeChoice, ScaledValuesOutOfRangeNeedReal64)
     EXPECT_EQ(typeOf(8, false, 1, -40), CANopenDataType::REAL64);
     EXPECT_EQ(typeOf(8, false, 1, 1), CANopenDataType::REAL64);
     EXPECT_EQ(typeOf(8, false, 2, 0), CANopenDataType::REAL64);
-    EXPECT_EQ(typeOf(8, false, -1, 255), CANopenDataType::REAL64); // the product leaves it
+    EXPECT_EQ(typeOf(8, false, -1, 255), CANopenDataType::REAL64); // the product is negative
     EXPECT_EQ(typeOf(8, true, -1, 0), CANopenDataType::REAL64);
     EXPECT_EQ(typeOf(7, false, 2, 1), CANopenDataType::UNSIGNED8);
     EXPECT_EQ(typeOf(10, false, 4, 3), CANopenDataType::UNSIGNED16);

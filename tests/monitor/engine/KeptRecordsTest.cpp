@@ -39,7 +39,7 @@ protected:
 } // namespace
 
 // The mean of 1 to 10 is 5.5 and the deviation the square root of 8.25, which is 2.87. The band is
-// 2.63 to 8.37, and only 8 of the newest three values lies within it.
+// 2.63 to 8.37, and of the newest three values only 8 lies within it.
 TEST_F(KeptRecords, OnlyMedianAndDeviatorsAreLimitedToTheNewestRecords)
 {
     SignalRegistry registry(messages);

@@ -71,7 +71,7 @@ SignalStatistics statisticsAfter(const QVector<CatalogueMessage>& messages,
 // The raw values 4, 4, 8, 8 and 36 at 0.5 per bit, offset 10, are 12, 12, 14, 14 and 28. Their mean
 // is 16 and the sum of squared distances 16 + 16 + 4 + 4 + 144 = 184, so the deviation is the
 // square root of 184 / 5.
-TEST(SignalRegistry, StatisticsAreOfTheScaledValues)
+TEST(SignalRegistry, StatisticsAreComputedFromScaledValues)
 {
     const SignalStatistics statistics =
         statisticsAfter(oneSignal(16, 0.5, 10), {4, 36, 4, 8, 8}, 1);

@@ -120,7 +120,7 @@ TEST(JsonOutput, MissingValuesAreNull)
     EXPECT_EQ(signal.value("unit"), QJsonValue(""));
 }
 
-TEST(JsonOutput, SignalsAreAnEmptyArrayIfThereAreNone)
+TEST(JsonOutput, SignalsArrayCanBeEmpty)
 {
     const QJsonObject json = parsed(monitor::formatJson(snapshotOf({})));
     EXPECT_TRUE(json.value("signals").isArray());

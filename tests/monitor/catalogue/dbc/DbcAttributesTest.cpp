@@ -15,7 +15,8 @@ QByteArray frameFormat(const QByteArray& value)
     return "BA_ \"VFrameFormat\" BO_ 2364540158 " + value + ";\n";
 }
 
-/// How the message of 29 bits is matched, whose source address is that placeholder or not.
+/// How a message with a 29-bit id is matched in a file with these attributes. Its source address is
+/// the null address if \a hasPlaceholder is true.
 Protocol protocolIn(const QByteArray& attributes, bool hasPlaceholder = true)
 {
     const QByteArray message = hasPlaceholder ? messageLine : "BO_ 2364539904 EEC1: 8 Engine";
@@ -42,7 +43,7 @@ TEST(DbcAttributes, FloatingPointSignalsAreMarked)
     EXPECT_TRUE(dbc.messages.at(1).signalDescriptions.at(0).layout.isFloat);
 }
 
-TEST(DbcAttributes, FloatingPointSignalOfAnotherLengthIsAWholeNumberWithAWarning)
+TEST(DbcAttributes, FloatingPointSignalOfInvalidLengthIsDecodedAsAWholeNumberWithAWarning)
 {
     const Dbc dbc = readDbcSignal(" SG_ F : 0|16@1- (1,0) [0|0] \"\" X\n"
                                   " SG_ I : 32|32@1- (1,0) [0|0] \"\" X\n"
@@ -96,7 +97,7 @@ TEST(DbcAttributes, FrameFormatOfAMessageDeclaresJ1939)
     EXPECT_EQ(protocolIn(definition + frameFormat("9")), Protocol::CANopen);
 }
 
-TEST(DbcAttributes, DefaultOfTheFrameFormatCountsForMessagesWithoutIt)
+TEST(DbcAttributes, DefaultFrameFormatAppliesToMessagesWithoutOne)
 {
     const QByteArray j1939 = "BA_DEF_DEF_ \"VFrameFormat\" \"J1939PG\";\n";
     EXPECT_EQ(protocolIn(definition + j1939, false), Protocol::J1939);
@@ -107,7 +108,7 @@ TEST(DbcAttributes, DefaultOfTheFrameFormatCountsForMessagesWithoutIt)
     EXPECT_EQ(protocolIn(definition), Protocol::CANopen);
 }
 
-TEST(DbcAttributes, FrameFormatIsNamedByItsOwnDefinition)
+TEST(DbcAttributes, FrameFormatNumbersAreInterpretedByTheirDefinitionInTheFile)
 {
     const QByteArray other = "BA_DEF_ BO_ \"VFrameFormat\" ENUM \"StandardCAN\",\"J1939PG\",\"x\","
                              "\"reserved\";\n";
@@ -119,7 +120,7 @@ TEST(DbcAttributes, FrameFormatIsNamedByItsOwnDefinition)
     EXPECT_EQ(protocolIn(number + "BA_DEF_DEF_ \"VFrameFormat\" 3;"), Protocol::J1939);
 }
 
-TEST(DbcAttributes, ProtocolTypeCountsWhereNoFrameFormatIsDefined)
+TEST(DbcAttributes, ProtocolTypeAppliesIfNoFrameFormatIsDefined)
 {
     const QByteArray type = "BA_DEF_ \"ProtocolType\" STRING ;\n";
     EXPECT_EQ(protocolIn(type + "BA_ \"ProtocolType\" \"J1939\";", false), Protocol::J1939);
@@ -131,14 +132,14 @@ TEST(DbcAttributes, ProtocolTypeCountsWhereNoFrameFormatIsDefined)
     EXPECT_EQ(protocolIn(type + "BA_DEF_DEF_ \"ProtocolType\" \"\";", false), Protocol::CANopen);
 }
 
-TEST(DbcAttributes, MessagesOf11BitsAreNeverJ1939)
+TEST(DbcAttributes, MessagesWith11BitIdsAreNeverJ1939)
 {
     const Dbc dbc = readDbc(
         definition + "BA_DEF_DEF_ \"VFrameFormat\" \"J1939PG\";\nBO_ 254 A: 8 N", Protocol::J1939);
     EXPECT_EQ(dbc.messages.at(0).protocol, Protocol::CANopen);
 }
 
-TEST(DbcAttributes, WithoutADeclarationThePlaceholderDecidesAndTheFileIsSaidToAssumeIt)
+TEST(DbcAttributes, WithoutADeclarationTheNullAddressDecidesAndANoteReportsTheAssumption)
 {
     const Dbc dbc =
         readDbc(messageLine + "\nBO_ 2364539904 A: 8 N\nBO_ 2364539905 B: 8 N\nBO_ 5 C: "
@@ -163,7 +164,7 @@ TEST(DbcAttributes, GivenProtocolReplacesTheDeclaredOne)
     EXPECT_EQ(j1939.note, QString());
 }
 
-TEST(DbcAttributes, MayPrecedeTheirSignals)
+TEST(DbcAttributes, CanPrecedeTheirSignals)
 {
     const Dbc dbc =
         readDbc("BA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;\n"
@@ -177,7 +178,7 @@ TEST(DbcAttributes, MayPrecedeTheirSignals)
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(1).multiplexing.multiplexor, 0);
 }
 
-TEST(DbcAttributes, OfARefusedSignalAreNotAnotherWarning)
+TEST(DbcAttributes, OfARefusedSignalCauseNoSecondWarning)
 {
     const Dbc dbc = readDbcSignal(" SG_ Vin : 0|136@1+ (1,0) [0|0] \"\" X\n"
                                   "BA_ \"SPN\" SG_ 2364540158 Vin 237;\n");
@@ -199,7 +200,7 @@ TEST(DbcAttributes, LongNamesReplaceTheShortOnes)
     EXPECT_EQ(signal.spn, 190U);
 }
 
-TEST(DbcValueTexts, BelongToRawValues)
+TEST(DbcValueTexts, AreAssignedToRawValues)
 {
     const Dbc dbc = readDbcSignal(
         " SG_ U : 0|2@1+ (0.5,1) [0|0] \"\" X\n"
@@ -218,7 +219,7 @@ TEST(DbcValueTexts, BelongToRawValues)
     EXPECT_EQ(found.at(2).valueTexts, (Texts{{~quint64{0}, "highest"}}));
 }
 
-TEST(DbcValueTexts, MayComeFromATableAndBeEmpty)
+TEST(DbcValueTexts, CanComeFromATableOrBeEmpty)
 {
     const Dbc dbc = readDbcSignal(signalLine + "\nVAL_ 2364540158 EngineSpeed Switch ;\n"
                                                "VAL_TABLE_ Switch 1 \"on\" 0 \"off\" ;\n");
@@ -227,7 +228,7 @@ TEST(DbcValueTexts, MayComeFromATableAndBeEmpty)
     EXPECT_EQ(readDbcSignal(signalLine + "\nVAL_ 2364540158 EngineSpeed ;").warnings, QString());
 }
 
-TEST(DbcValueTexts, ThatCannotBeUnderstoodAreAWarning)
+TEST(DbcValueTexts, ThatCannotBeParsedAreAWarning)
 {
     for (const char* line :
          {"VAL_ 2364540158 EngineSpeed 0 1 ;", "VAL_ 2364540158 EngineSpeed \"x\";",

@@ -16,7 +16,7 @@ QByteArray values(const char* text)
     return QByteArray("SG_MUL_VAL_ 2364540158 ") + text + ";\n";
 }
 
-/// "signal multiplexor ranges" of all signals.
+/// "signal multiplexor ranges" for each signal.
 QStringList multiplexingIn(const Dbc& dbc)
 {
     QStringList texts;
@@ -34,7 +34,7 @@ QStringList multiplexingIn(const Dbc& dbc)
 
 } // namespace
 
-TEST(DbcMultiplexing, MarkersNameTheValueOfTheOnlyMultiplexor)
+TEST(DbcMultiplexing, MarkersGiveTheValueOfTheOnlyMultiplexor)
 {
     const Dbc dbc =
         readDbcSignal(signal("A m0") + signal("Page M") + signal("B m17") + signal("C"));
@@ -52,7 +52,7 @@ TEST(DbcMultiplexing, RangesAndNestedMultiplexorsAreRead)
               (QStringList{"k", "j k 2-2", "a j 1-1 3-7 65000-65535", "b k 5-5 9-9"}));
 }
 
-TEST(DbcMultiplexing, ValueOfTheMarkerCountsBesidesTheRangesOfTheOnlyMultiplexor)
+TEST(DbcMultiplexing, MarkerValueIsAddedToTheRangesOfTheOnlyMultiplexor)
 {
     EXPECT_EQ(multiplexingIn(readDbcSignal(signal("M M") + signal("a m4") + values("a M 1-2"))),
               (QStringList{"M", "a M 1-2 4-4"}));
@@ -61,14 +61,14 @@ TEST(DbcMultiplexing, ValueOfTheMarkerCountsBesidesTheRangesOfTheOnlyMultiplexor
               (QStringList{"M", "N M 9-9", "a M 1-2"}));
 }
 
-TEST(DbcMultiplexing, SignalWithoutRangesAmongSeveralMultiplexorsDependsOnTheOnlyOneOnTop)
+TEST(DbcMultiplexing, SignalWithoutRangesDependsOnTheOnlyTopLevelMultiplexor)
 {
     EXPECT_EQ(multiplexingIn(readDbcSignal(signal("k M") + signal("j m2M") + signal("a m1") +
                                            signal("b m7") + values("j k 2-2") + values("a j 1-1"))),
               (QStringList{"k", "j k 2-2", "a j 1-1", "b k 7-7"}));
 }
 
-TEST(DbcMultiplexing, WithoutRangesSignalsBelowOneOfSeveralMultiplexorsAreNotDecoded)
+TEST(DbcMultiplexing, SignalsThatCouldDependOnSeveralMultiplexorsAreNotDecoded)
 {
     const Dbc nested =
         readDbcSignal(signal("Page M") + signal("Plain") + signal("Sub m1M") + signal("Deep m2"));
@@ -93,7 +93,7 @@ TEST(DbcMultiplexing, SignalWithoutAMultiplexorIsNotDecoded)
     EXPECT_TRUE(other.warnings.contains("its multiplexor \"Missing\" is not in the message"));
 }
 
-TEST(DbcMultiplexing, CirclesAndWhatDependsOnThemAreNotDecoded)
+TEST(DbcMultiplexing, CircularMultiplexorsAndTheirDependentsAreNotDecoded)
 {
     const Dbc dbc = readDbcSignal(signal("a m1M") + signal("b m1M") + signal("c m1") + signal("d") +
                                   signal("e m1M") + values("a b 1-1") + values("b a 1-1") +
@@ -105,7 +105,7 @@ TEST(DbcMultiplexing, CirclesAndWhatDependsOnThemAreNotDecoded)
                               "decoded"));
 }
 
-TEST(DbcMultiplexing, SignalWithRangesThatCannotBeUnderstoodIsNotDecoded)
+TEST(DbcMultiplexing, SignalWithMalformedRangesIsNotDecoded)
 {
     for (const char* text : {"A", "A M", "A M 2-1", "A M 1-", "A M -1", "A M 1-2 3", "A M x",
                              "A M 1-99999999999999999999"}) {

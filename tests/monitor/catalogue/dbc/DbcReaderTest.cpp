@@ -68,7 +68,7 @@ TEST(DbcReader, ReadsMotorolaSignedSignalsAndExponents)
     EXPECT_EQ(signal.scaling.unit, QString());
 }
 
-TEST(DbcReader, LineEndsMeanNothing)
+TEST(DbcReader, LineBreaksAreNotSignificant)
 {
     const QByteArray tight = R"(SG_ B:8|8@1+(2,0)[0|0]"x" N SG_ C : 16|8@1+ (3,0) [0|0] "" N)";
     const QByteArray loose = "SG_\nA\n:\n0|8@1+\n(1,\n0)\n[0|0]\n\"\"\nN,\nM\n";
@@ -82,13 +82,13 @@ TEST(DbcReader, LineEndsMeanNothing)
     EXPECT_EQ(dbc.messages.at(1).signalDescriptions.at(0).name, QString("E"));
 }
 
-TEST(DbcReader, LinesOfWarningsAreThoseOfTheFile)
+TEST(DbcReader, WarningsHaveTheLineNumbersOfTheFile)
 {
     const Dbc dbc = readDbc("CM_ \"a\nb\nc\"; // comment\n\n" + messageLine + "\n SG_ A : x\n");
     EXPECT_EQ(dbc.warnings, QString("x.dbc:6: signal (SG_) cannot be parsed\n"));
 }
 
-TEST(DbcReader, ReceiversMayBeMissingOrSeparatedByBlanks)
+TEST(DbcReader, ReceiversCanBeMissingOrSeparatedByBlanks)
 {
     const QByteArray begin = R"(SG_ A : 0|8@1+ (1,0) [0|0] "")";
     for (const char* receivers : {"", " ", " N", " N M", " N,M", " N , M", " Vector__XXX"}) {
@@ -98,7 +98,7 @@ TEST(DbcReader, ReceiversMayBeMissingOrSeparatedByBlanks)
     }
 }
 
-TEST(DbcReader, NumbersMayHaveAnyUsualForm)
+TEST(DbcReader, NumbersAreReadInAllCommonNotations)
 {
     for (const char* number : {"0.5", ".5", "+.5", "5E-001", "0.5e+0", "0.50"})
         EXPECT_EQ(
@@ -108,13 +108,13 @@ TEST(DbcReader, NumbersMayHaveAnyUsualForm)
     EXPECT_EQ(signalIn(R"(SG_ A : 0|8@1+ (1,+127) [1.|-3.4E+038] "" N)").scaling.offset, 127);
 }
 
-TEST(DbcReader, QuotationMarksInAUnitAreEscaped)
+TEST(DbcReader, UnitCanContainEscapedQuotationMarks)
 {
     EXPECT_EQ(signalIn(R"(SG_ A : 0|8@1+ (1,0) [0|0] "3 \" // \x" N)").scaling.unit,
               QString(R"(3 " // \x)"));
 }
 
-TEST(DbcReader, SignalsMayEndAfterTheirMessage)
+TEST(DbcReader, SignalsCanExtendBeyondTheEndOfTheirMessage)
 {
     for (const char* place : {"64|1@1+", "60|8@1+", "56|9@0+"}) {
         const Dbc dbc = readDbcSignal(QByteArray("SG_ A : ") + place + R"( (1,0) [0|0] "")");
@@ -134,7 +134,7 @@ TEST(DbcReader, SignalOfMoreThan64BitsIsRefusedForThatReason)
     EXPECT_EQ(namesIn(readDbcSignal(R"(SG_ A : 0|64@1+ (1,0) [0|0] "")")).size(), 1);
 }
 
-TEST(DbcReader, FactorZeroIsAConstantWithAWarning)
+TEST(DbcReader, FactorZeroYieldsAConstantAndAWarning)
 {
     const Dbc dbc = readDbcSignal(R"(SG_ A : 0|8@1+ (0,5) [0|0] "")");
     EXPECT_EQ(namesIn(dbc), QStringList{"A"});
@@ -142,7 +142,7 @@ TEST(DbcReader, FactorZeroIsAConstantWithAWarning)
                                     "always 5\n"));
 }
 
-TEST(DbcReader, LongIdWithoutBit31IsTakenAsOneOf29BitsWithAWarning)
+TEST(DbcReader, LongIdWithoutBit31IsTakenAsA29BitIdWithAWarning)
 {
     const Dbc dbc = readDbc("BO_ 2047 A: 8 N\nBO_ 2048 B: 8 N\n" + signalLine +
                             "\nBA_ \"SPN\" SG_ 2048 EngineSpeed 190;");
@@ -161,7 +161,7 @@ TEST(DbcReader, LongIdWithoutBit31IsTakenAsOneOf29BitsWithAWarning)
     EXPECT_TRUE(masked.warnings.contains("bits 29 and 30 are ignored"));
 }
 
-TEST(DbcReader, SecondMessageOfAnIdIsNotDecoded)
+TEST(DbcReader, SecondMessageWithTheSameIdIsNotDecoded)
 {
     const Dbc dbc = readDbc("BO_ 5 A: 8 N\nBO_ 5 B: 8 N\n" + signalLine +
                             "\nBO_ 2147483653 C: 8 N\nBO_ 2147485696 D: 8 N\nBO_ 2048 E: 8 N\n"
@@ -176,7 +176,7 @@ TEST(DbcReader, SecondMessageOfAnIdIsNotDecoded)
     EXPECT_EQ(dbc.warnings.count('\n'), 3);
 }
 
-TEST(DbcReader, SignalsOfOneNameInAMessageAreAWarning)
+TEST(DbcReader, SignalsWithTheSameNameInAMessageAreAWarning)
 {
     const Dbc dbc = readDbcSignal(signalLine + "\n" + signalLine);
     EXPECT_EQ(namesIn(dbc), (QStringList{"EngineSpeed", "EngineSpeed"}));
@@ -193,7 +193,7 @@ TEST(DbcReader, FileWithoutMessagesIsAnError)
     EXPECT_EQ(readDbc(messageLine).error, QString());
 }
 
-TEST(DbcReader, MissingSemicolonLosesOnlyItsSection)
+TEST(DbcReader, MissingSemicolonAffectsOnlyItsSection)
 {
     const Dbc dbc =
         readDbc("BU_: N\nVAL_TABLE_ T 0 \"off\" 1 \"on\"\n" + messageLine + "\n" + signalLine +
@@ -249,7 +249,7 @@ TEST(DbcReader, IndependentSignalsAreSkippedWithoutAWarning)
     EXPECT_EQ(dbc.warnings, QString());
 }
 
-TEST(DbcReader, MessageThatCannotBeUnderstoodIsAWarningAndItsSignalsAreSkipped)
+TEST(DbcReader, MalformedMessageIsAWarningAndItsSignalsAreSkipped)
 {
     for (const char* line : {"BO_", "BO_ x EEC1: 8 E", "BO_ -1 EEC1: 8 E", "BO_ 1 EEC1 8 E",
                              "BO_ 1 EE C1: 8 E", "BO_ 1 EEC1: E", "BO_ 1 EEC1: 99999 E",
@@ -317,7 +317,7 @@ TEST(DbcReader, MessageTruncatedBeforeItsSizeIsAWarning)
     }
 }
 
-TEST(DbcReader, DamagedLinesGiveOnlyPossibleSignals)
+TEST(DbcReader, DamagedLinesNeverYieldSignalsOutOfRange)
 {
     std::mt19937 random(190);
     for (int i = 0; i < 20000; ++i) {

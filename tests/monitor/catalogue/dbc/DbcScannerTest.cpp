@@ -12,7 +12,7 @@ const QString text = QString::fromUtf8("Größe °C");
 
 } // namespace
 
-TEST(DbcText, IsUtf8OrElseCodePage1252)
+TEST(DbcText, IsReadAsUtf8OrElseAsCodePage1252)
 {
     EXPECT_EQ(decodeDbc(text.toUtf8()), text);
     EXPECT_EQ(decodeDbc(text.toLatin1()), text);
@@ -20,7 +20,7 @@ TEST(DbcText, IsUtf8OrElseCodePage1252)
     EXPECT_EQ(decodeDbc("\x81\x8D\x8F\x90\x9D"), QString(5, QChar(0xFFFD)));
 }
 
-TEST(DbcText, ByteOrderMarkNamesTheEncoding)
+TEST(DbcText, ByteOrderMarkDeterminesTheEncoding)
 {
     const QByteArray littleEndian(reinterpret_cast<const char*>(text.utf16()), 2 * text.size());
     QByteArray bigEndian = littleEndian;
@@ -46,7 +46,7 @@ TEST(DbcScanner, BlanksLineEndsAndCommentsSeparateWords)
     EXPECT_TRUE(scanner.peek().isNull());
 }
 
-TEST(DbcScanner, TextsMayHaveSeveralLinesAndQuotationMarks)
+TEST(DbcScanner, TextsCanSpanSeveralLinesAndContainQuotationMarks)
 {
     DbcScanner scanner("\"a\nb \\\" \\n //\"\"\" x");
     EXPECT_EQ(scanner.takeText(), QString("a\nb \" \\n //"));
@@ -57,7 +57,7 @@ TEST(DbcScanner, TextsMayHaveSeveralLinesAndQuotationMarks)
     EXPECT_EQ(scanner.lineOfOpenText(), 0);
 }
 
-TEST(DbcScanner, TextThatNeverEndsIsTheEndAndRemembered)
+TEST(DbcScanner, UnterminatedTextExtendsToTheEndAndItsLineIsRemembered)
 {
     DbcScanner scanner("\n\n\"a\nb");
     EXPECT_EQ(scanner.takeText(), std::nullopt);
@@ -65,7 +65,7 @@ TEST(DbcScanner, TextThatNeverEndsIsTheEndAndRemembered)
     EXPECT_EQ(scanner.lineOfOpenText(), 3);
 }
 
-TEST(DbcScanner, UnitWithoutAnEndEndsWithItsLine)
+TEST(DbcScanner, UnterminatedUnitEndsAtTheEndOfItsLine)
 {
     DbcScanner scanner("\"km\n/h\" \"a\n SG_ \"c\"");
     EXPECT_EQ(scanner.takeUnit(), QString("km\n/h"));
@@ -76,7 +76,7 @@ TEST(DbcScanner, UnitWithoutAnEndEndsWithItsLine)
     EXPECT_EQ(scanner.lineOfOpenText(), 0);
 }
 
-TEST(DbcScanner, LinesMayEndInAnyUsualWay)
+TEST(DbcScanner, AllCommonLineEndingsAreAccepted)
 {
     DbcScanner scanner("a // b\rc // d\r\n\"e\r\nf\" g");
     EXPECT_EQ(scanner.takeWord(), QString("a"));
@@ -85,7 +85,7 @@ TEST(DbcScanner, LinesMayEndInAnyUsualWay)
     EXPECT_EQ(scanner.line(), 4);
 }
 
-TEST(DbcScanner, SectionEndsAtItsSemicolonOrBeforeAKeywordInANewLine)
+TEST(DbcScanner, SectionEndsAtItsSemicolonOrBeforeAKeywordOnANewLine)
 {
     DbcScanner scanner("BA_ \";\" BO_ 1; next \" BO_\n BO_\" \n BO_ x");
     EXPECT_EQ(scanner.takeWord(), QString("BA_"));

@@ -85,7 +85,7 @@ TEST(LiveView, RowsScrollByLineAndPageBetweenBothEnds)
     EXPECT_EQ(rowAfter(Key::Home), 0);
 }
 
-TEST(LiveView, KeysAfterEndStayAtTheEndBeforeTheNextDraw)
+TEST(LiveView, ScrollingDownAfterEndStaysAtTheEnd)
 {
     LiveTable table(50);
     LiveView view(table);
