@@ -202,7 +202,7 @@ public:
     quint64 tailLength() const { return form >> 8; }
 
     static constexpr std::size_t tailCapacity = 16;
-    /// What sum and sumRest cannot hold, in the first tailLength() elements.
+    /// The part that sum and sumRest cannot hold, in the first tailLength() elements.
     std::array<double, tailCapacity> tail{};
 
 private:
