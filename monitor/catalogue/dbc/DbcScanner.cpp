@@ -223,14 +223,17 @@ bool DbcScanner::isKeyword(const QString& word)
 
 void DbcScanner::skipBlanks()
 {
-    for (; position < text.size(); ++position) {
+    while (position < text.size()) {
         const QChar character = text.at(position);
-        if (character == '\n')
-            ++currentLine;
-        else if (character == '/' && text.midRef(position + 1, 1) == QLatin1String("/"))
-            position = std::min<uint>(text.indexOf('\n', position), text.size()) - 1;
-        else if (!character.isSpace() && character != QChar(0xFEFF))
+        if (character == '/' && text.midRef(position + 1, 1) == QLatin1String("/")) {
+            const int end = text.indexOf('\n', position);
+            position = end < 0 ? text.size() : end;
+            continue;
+        }
+        if (!character.isSpace() && character != QChar(0xFEFF))
             return;
+        currentLine += character == '\n' ? 1 : 0;
+        ++position;
     }
 }
 
