@@ -113,12 +113,11 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
 PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     Preparation prepared;
-    RunOutputs outputs(options, output);
-    QString error = prepare(options, diagnostics, prepared);
-    if (error.isEmpty())
-        error = outputs.check();
-    return {std::move(outputs),
-            std::make_unique<Session>(prepared.catalogue.messages(), prepared.k), error};
+    PreparedRun run{RunOutputs(options, output), nullptr, prepare(options, diagnostics, prepared)};
+    if (run.error.isEmpty())
+        run.error = run.outputs.check();
+    run.session = std::make_unique<Session>(prepared.catalogue.messages(), prepared.k);
+    return run;
 }
 
 QString nothingDecoded(const QString& origin, const MonitorOptions& options)
