@@ -23,7 +23,7 @@ namespace
 constexpr quint32 extendedFlag = 0x80000000;
 constexpr int longestMessage = 1785; // bytes, the limit of the J1939 transport protocol
 constexpr int longestSignal = 64;    // bits
-constexpr qint64 longestFile = 256 * 1024 * 1024;
+constexpr qint64 longestFile = qint64{256} * 1024 * 1024;
 
 /// The number of the pseudo-message for signals that do not belong to a message.
 constexpr quint32 independentSignals = 0xC0000000;
@@ -200,7 +200,7 @@ void DbcParser::addMessage()
 /// string on success.
 QString DbcParser::parseMessage(DbcMessage& message)
 {
-    const QString unparsable = QStringLiteral("message (BO_) cannot be parsed");
+    QString unparsable = QStringLiteral("message (BO_) cannot be parsed");
     quint32 written = 0;
     if (!takeNumber(written))
         return unparsable;
@@ -265,7 +265,7 @@ void DbcParser::addSignal()
 /// message, or an empty string on success.
 QString DbcParser::parseSignal(DbcSignal& signal)
 {
-    const QString unparsable = QStringLiteral("signal (SG_) cannot be parsed");
+    QString unparsable = QStringLiteral("signal (SG_) cannot be parsed");
     signal.name = scanner.takeName();
     const QString marker = scanner.takeName();
     if (signal.name.isEmpty() || !readMarker(marker, signal) || !scanner.take(':') ||

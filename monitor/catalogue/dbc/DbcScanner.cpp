@@ -175,7 +175,7 @@ std::optional<QString> DbcScanner::takeUnit()
     static const QRegularExpression lineStart(QStringLiteral("\\n\\s*(\\w+)"));
     skipBlanks();
     const DbcScanner before = *this;
-    const std::optional<QString> unit = takeText();
+    std::optional<QString> unit = takeText();
     const QString taken = text.mid(before.position, position - before.position);
     for (auto lines = lineStart.globalMatch(taken); lines.hasNext();) {
         if (!isKeyword(lines.next().captured(1)))
