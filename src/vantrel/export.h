@@ -2,12 +2,12 @@
 
 #include <QtCore/qglobal.h>
 
-// Marks what libvantrel exports. All other symbols are hidden.
+// Marks the symbols that libvantrel exports. All other symbols are hidden.
 //
 // VANTREL_EXPORT marks ordinary functions. Class templates are not marked, only their
-// instantiations: on ELF on the extern template declaration (VANTREL_TEMPLATE_DECLARATION), because
-// the attribute on the definition is ignored; for the MSVC ABI on the definition
-// (VANTREL_TEMPLATE_DEFINITION).
+// instantiations. On ELF the attribute belongs on the extern template declaration
+// (VANTREL_TEMPLATE_DECLARATION), because it is ignored on the definition. The MSVC ABI requires it
+// on the definition (VANTREL_TEMPLATE_DEFINITION).
 #ifdef VANTREL_BUILDING
 #define VANTREL_EXPORT Q_DECL_EXPORT
 #else

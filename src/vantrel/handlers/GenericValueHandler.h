@@ -14,14 +14,14 @@
 /// Available for the ten element types of VANTREL_ELEMENT_TYPES and for the records
 /// CANopenObjectValue and J1939Value, which behave alike. A variant that holds an N is read
 /// directly; any other is copied and converted by QVariant::convert(), or for float by
-/// GenericValue::valueToFloat(). A variant that does not convert counts as 0; see
-/// GenericValue::rawValue for the numbers that Qt 5 does not convert.
+/// GenericValue::valueToFloat(). A variant that cannot be converted counts as 0; see
+/// GenericValue::rawValue for the types that Qt 5 does not convert.
 ///
 /// Statistics are computed by the statistics library. This documentation describes the bundled one,
 /// which ignores NaN and infinities.
 ///
-/// All functions are thread-safe; they have no state. No other thread may change the records while
-/// they are passed to a function.
+/// All functions are stateless and thread-safe. No other thread may change the records while a
+/// function is using them.
 template <typename N, typename T>
 class GenericValueHandler
 {
@@ -33,15 +33,16 @@ class GenericValueHandler
 
 public:
     /// Sets value.scaledValue to value.rawValue x \a factor + \a offset. Leaves a record with
-    /// isInvalid set unchanged. A raw value that does not convert to N is scaled like 0.
+    /// isInvalid set unchanged. A raw value that cannot be converted to N is scaled as if it were
+    /// 0.
     ///
     /// Integer types: the product is truncated toward zero to N before the offset is added, and the
-    /// sum is truncated to N again. A product or sum outside the range of N wraps modulo 2^bits of
-    /// N; one that is not finite becomes 0. Nothing is clamped.
+    /// sum is truncated to N again. A product or sum outside the range of N is not clamped: it
+    /// wraps modulo 2^n, where n is the number of bits of N, or becomes 0 if it is not finite.
     ///
     /// Both steps are computed in double, so integers beyond 2^53 are rounded, even with factor 1
-    /// and offset 0. The greatest ones are rounded up and then wrap: from 2^63 - 512 on, a long
-    /// long becomes -2^63, and from 2^64 - 1024 on, an unsigned long long becomes 0.
+    /// and offset 0. The greatest ones are rounded up and then wrap: a long long of 2^63 - 512 or
+    /// more becomes -2^63, and an unsigned long long of 2^64 - 1024 or more becomes 0.
     ///
     /// float: product and sum are computed in double and each rounded to float. double: product and
     /// sum are each rounded to double.
@@ -58,16 +59,16 @@ public:
     /// quarter of the range each, are at most 1e-12 wide, every value within the limits rates 100.
     ///
     /// If one limit is infinite, every finite value rates 0, because the margins are infinite: pass
-    /// two finite limits. A value that cannot be rated rates 100: NaN, and a value that neither
-    /// limit excludes if a limit is NaN, if both limits are infinite, or if both the margin and the
-    /// distance of the value from the limit are infinite.
+    /// two finite limits. NaN rates 100, and so does a value that neither limit excludes if a limit
+    /// is NaN, if both limits are infinite, or if both the margin and the distance of the value
+    /// from the limit are infinite.
     static int getRating(GenericValue& value, double lowerLimit, double upperLimit, double average);
 
     /// Returns the arithmetic mean of the scaled values, in their unit; 0 for an empty series.
     ///
     /// For this and the following functions, the series consists of the records in \a values whose
-    /// isInvalid is false. The cost is linear in the number of records, in time and memory.
-    /// Exceptions of the statistics library pass through.
+    /// isInvalid is false. All take time and memory linear in the number of records. Exceptions
+    /// from the statistics library propagate to the caller.
     static double calcTypeBasedAverage(const QVector<T>& values);
 
     /// Returns the population standard deviation of the scaled values (divisor n), in their unit; 0

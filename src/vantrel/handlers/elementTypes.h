@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
-// The list of the ten element types, which declarations, instantiations and tests of the library
-// expand. It has the order of the alternatives of a signal's calculator.
+// The list of the ten element types. Declarations, instantiations and tests of the library expand
+// it. The alternatives of a signal's calculator have the same order.
 #define VANTREL_ELEMENT_TYPES(EXPAND)                                                              \
     EXPAND(double)                                                                                 \
     EXPAND(unsigned char)                                                                          \

@@ -8,8 +8,8 @@
 
 /// Returns the value in \a field without checking its type. Reads the members that QVariant's own
 /// inline functions use, because calls into QtCore for type, null flag and data would cost more
-/// than everything else about reading a number. They belong to the binary interface of Qt 5, so
-/// they cannot change.
+/// than everything else in reading a number. These members are part of the binary interface of
+/// Qt 5, so they cannot change.
 template <typename Stored>
 Stored storedIn(const QVariant& field)
 {
@@ -17,11 +17,11 @@ Stored storedIn(const QVariant& field)
     return *static_cast<const Stored*>(d.is_shared ? d.data.shared->ptr : &d.data);
 }
 
-/// Returns the number in \a field as an N. Converts without Qt what Qt would convert to the same
-/// number: an N, and the usual types of raw and scaled values. (Qt converts from one integer type
-/// to another modulo 2^bits, and from any number directly to a floating-point type.) Calls \a byQt
-/// for everything else, such as a double to be rounded to an integer, and if \a nullIsNothing also
-/// for a null variant.
+/// Returns the number in \a field as an N. An N, and the usual types of raw and scaled values, are
+/// converted without Qt if the result is the same. (Qt converts from one integer type to another
+/// modulo 2^bits, and from any number directly to a floating-point type.) Calls \a byQt for
+/// everything else, such as a double to be rounded to an integer, and if \a nullIsNothing also for
+/// a null variant.
 template <typename N, bool nullIsNothing, typename ByQt>
 N readDirectly(const QVariant& field, ByQt byQt)
 {

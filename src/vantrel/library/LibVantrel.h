@@ -2,8 +2,8 @@
 
 #include <vantrel/export.h>
 
-/// Represents the library: constructing an object makes a program refer to libvantrel, so that it
-/// is linked and loaded, and has no other effect. This class is reentrant.
+/// Represents the library. Constructing an object has no effect except that the program refers to
+/// libvantrel, so that libvantrel is linked and loaded. This class is reentrant.
 class LibVantrel
 {
 public:

@@ -4,8 +4,8 @@
 #include <QtCore/QMap>
 #include <QtCore/QString>
 
-// Vocabulary of the CAN bus, built when the library is loaded and never changed. Both tables have
-// internal linkage, so they are not exported.
+// CAN vocabulary, built when the library is loaded and never changed. Both tables have internal
+// linkage, so they are not exported.
 
 /// The names of CAN errors for display, by error code.
 static const QMap<unsigned char, QString> canErrorNames{
@@ -14,7 +14,7 @@ static const QMap<unsigned char, QString> canErrorNames{
     {5, QStringLiteral("Fast data bit error")},  {6, QStringLiteral("CRC error")},
     {7, QStringLiteral("Data length error")},    {8, QStringLiteral("unspecified error")}};
 
-/// The payload lengths of CAN FD, in bytes, that exceed the 8 bytes of classic CAN.
+/// The payload lengths of CAN FD, in bytes, beyond the 8 bytes of classic CAN.
 static const QList<unsigned char> fdDataLengths = [] {
     QList<unsigned char> lengths;
     lengths.reserve(7);

@@ -44,31 +44,30 @@
 ///
 /// Statistics are computed by the statistics library. This documentation describes the bundled one:
 /// NaN and infinities are ignored, statistics of an empty series are 0, and the calculator may be
-/// read while it is fed.
+/// read while values are fed to it.
 ///
 /// **Threads.** This class is reentrant: different signals are independent. One thread at a time
 /// may modify a signal by setDatatype(), setValueHandling(), setUpdatingEnabled(), clearValues(),
-/// setNewValue(), appendValues() or updateScaledValues(). Meanwhile any number of threads may call
-/// the other operations, and the worker runs. Some operations take no lock where one might be
-/// expected; their documentation says what must not run concurrently. Above all, a scaled value
-/// must not be read while it is being written. That is undefined behaviour: a number may be wrong,
-/// and a text, or any other type that owns memory, may crash the program. docs/threads.md lists all
-/// operations.
+/// setNewValue(), appendValues() or updateScaledValues(). Meanwhile, any number of threads may call
+/// the other operations, and the worker may run. Some operations take no lock where one might be
+/// expected; their documentation says what must not run concurrently. Above all, reading a scaled
+/// value while it is being written is undefined behaviour: a number may be wrong, and a string, or
+/// any other type that owns memory, may crash the program. docs/threads.md lists all operations.
 ///
 /// After fork(), the child has no worker threads. It must not destroy a signal that had one, or
 /// switch off its updating: both would wait forever.
 ///
 /// **Size.** With Qt 5 the records of a signal take at most 2 GiB: 53,687,090 of J1939Value or
-/// 38,347,921 of CANopenObjectValue on 64-bit platforms. One more throws std::bad_alloc.
+/// 38,347,921 of CANopenObjectValue on 64-bit platforms. Adding more throws std::bad_alloc.
 ///
 /// **Exceptions.** The library throws no exceptions of its own. If an operation throws
-/// std::bad_alloc, its record or batch is stored as a whole or not at all. Stored records that
-/// scaling did not reach keep the scaled value that they had, and a record that was not scaled is
-/// not fed to the running statistics. The signal remains usable; clearValues() frees its memory.
+/// std::bad_alloc, its record or batch is stored completely or not at all. Stored records that
+/// scaling did not reach keep their previous scaled value, and a record that was not scaled is not
+/// fed to the running statistics. The signal remains usable; clearValues() frees its memory.
 ///
 /// If the statistics library throws while setDatatype() constructs a calculator, the signal has no
 /// calculator until a later setDatatype() succeeds: every operation that needs one throws
-/// std::bad_variant_access. The destructor never throws. An exception on the worker ends the
+/// std::bad_variant_access. The destructor never throws. An exception in the worker thread ends the
 /// process, so switch updating off before setDatatype().
 template <typename T>
 class GenericSignalImpl
@@ -78,8 +77,8 @@ class GenericSignalImpl
 
 public:
     /// Constructs an empty signal with data type 0, handling 1 (replace the newest record) and
-    /// updating off. Its calculator is one of int although data type 0 selects double: call
-    /// setDatatype() before feeding values.
+    /// updating off. Its calculator has the element type int although data type 0 selects double:
+    /// call setDatatype() before feeding values.
     GenericSignalImpl();
 
     /// Switches updating off, which may wait up to one period of 100 ms, and destroys the signal.
@@ -91,9 +90,9 @@ public:
 
     /// Sets the data type to \a newDatatype, which may be any code. If it has an element type, the
     /// running statistics start again from nothing, even if the data type is the same as before;
-    /// otherwise they continue in the former element type. Stored records are not rescaled, and the
-    /// cached average and deviation stay: until the next pass of the worker, and for good if
-    /// updating stays off, thresholds and ratings use the former band.
+    /// otherwise they continue with the previous element type. Stored records are not rescaled. The
+    /// cached average and deviation are kept, so thresholds and ratings use the previous band until
+    /// the next pass of the worker, or permanently if updating stays off.
     ///
     /// Updating must be off. Must not run concurrently with another modifying operation, nor with
     /// one that uses the calculator: getMax(), getMin(), calcAverage(), calcDeviation(),
@@ -103,8 +102,8 @@ public:
     /// Returns the data type last set. Takes no lock.
     CAN::CANopenDataType getDatatype() const;
 
-    /// Sets what setNewValue() does with a value, and switches updating on for 2 and off for all
-    /// other numbers (see setUpdatingEnabled(), which may wait).
+    /// Sets how setNewValue() handles a value. Switches updating on for 2 and off for all other
+    /// numbers (see setUpdatingEnabled(), which may wait).
     ///
     ///     1 (default)      the value replaces the newest stored record
     ///     2                the value is appended
@@ -122,9 +121,9 @@ public:
     /// Returns a snapshot of the stored records, oldest first; empty for an empty series. Later
     /// changes of the series do not change it, with the exception below.
     ///
-    /// Takes constant time. But while a snapshot exists, the next change of the series (except by
-    /// clearValues()) copies all records, about 5 to 30 ns each, and readers of the stored records
-    /// wait for it: do not take a snapshot for every value of a long series.
+    /// Takes constant time. However, while a snapshot exists, the next change of the series (except
+    /// by clearValues()) copies all records, at about 5 to 30 ns each, and readers of the stored
+    /// records wait meanwhile: do not take a snapshot for every value of a long series.
     ///
     /// May be called at any time. While setNewValue() with factor and offset runs, the newest
     /// record of the snapshot may not be scaled yet. Its scaled value must not be read before
@@ -142,8 +141,8 @@ public:
     bool getValue(int index, T& value) const;
 
     /// Removes all records, frees their memory and clears the running statistics. Data type, value
-    /// handling, change flags, cached average and deviation stay. If the signal has no calculator,
-    /// throws after removing the records.
+    /// handling, change flags, and cached average and deviation are kept. If the signal has no
+    /// calculator, throws after removing the records.
     ///
     /// Must not run concurrently with another modifying operation.
     void clearValues();
@@ -157,46 +156,47 @@ public:
     /// wait meanwhile.
     ///
     /// Must not run concurrently with another modifying operation. Every operation that reads
-    /// stored records under the lock may run concurrently, since the record is not changed any
-    /// more: see docs/threads.md.
+    /// stored records under the lock may run concurrently, because this operation does not change
+    /// the record once it is stored: see docs/threads.md.
     bool setNewValue(T record);
 
-    /// Stores \a record like the overload above, then scales the stored copy by \a factor and
-    /// \a offset (see scaleAndAppendValue()), and feeds its scaled value to the running statistics:
-    /// read by QVariant::value() as the element type of the calculator, 0 if it does not convert.
-    /// A record with isInvalid set is not scaled, but the scaled value that it came with is fed.
-    /// Returns false, and changes nothing, if the handling rejects the record. The cached average
-    /// and deviation follow with the next pass of the worker. A raw value that Qt does not convert
-    /// is scaled as if it were 0: see GenericValue::rawValue for the types to use.
+    /// Stores \a record like the overload above, scales the stored copy by \a factor and \a offset
+    /// (see scaleAndAppendValue()), and feeds its scaled value to the running statistics. The
+    /// scaled value is read by QVariant::value() as the element type of the calculator, and counts
+    /// as 0 if it cannot be converted. A record with isInvalid set is not scaled, but the scaled
+    /// value that it already has is fed. Returns false, and changes nothing, if the handling
+    /// rejects the record. The cached average and deviation are updated by the next pass of the
+    /// worker. A raw value that Qt does not convert is scaled as if it were 0: see
+    /// GenericValue::rawValue for the types to use.
     ///
     /// Must not run concurrently with another modifying operation. Scales without a lock, so other
     /// threads can see the newest record before it is scaled, and must not read its scaled value.
     bool setNewValue(T record, double factor, double offset);
 
-    /// Appends the records of \a batch in order, whatever the value handling is, then rescales all
-    /// stored records by \a factor and \a offset, even if the batch is empty. Sets averageChanged
-    /// and deviationChanged only. The running statistics are not fed. Linear in the number of all
-    /// stored records.
+    /// Appends the records of \a batch in order, regardless of the value handling, then rescales
+    /// all stored records by \a factor and \a offset, even if the batch is empty. Sets
+    /// averageChanged and deviationChanged only. The running statistics are not fed. Takes time
+    /// linear in the number of all stored records.
     ///
     /// Must not run concurrently with another modifying operation, nor with reading a scaled value.
     void appendValues(const QVector<T>& batch, double factor, double offset);
 
-    /// Rescales all stored records by \a factor and \a offset. The running statistics keep the
-    /// values that they were fed. Linear in the number of stored records.
+    /// Rescales all stored records by \a factor and \a offset. The running statistics do not
+    /// change. Takes time linear in the number of stored records.
     ///
     /// Must not run concurrently with another modifying operation, nor with reading a scaled value.
-    /// Scales under the read lock, so getValueCount() and getValues() need not wait, except for the
-    /// copy of the series that is necessary if a snapshot shares it.
+    /// Scales under the read lock, so getValueCount() and getValues() do not have to wait, except
+    /// while the series is copied because a snapshot shares it.
     void updateScaledValues(double factor, double offset);
 
     /// Scales \a record in place: its scaled value becomes rawValue x factor + offset in the
     /// element type of the data type (see GenericValueHandler::setTypeBasedScaledValue()), or a
-    /// copy of rawValue if there is no element type. Appends nothing and does not change the
-    /// signal.
+    /// copy of rawValue if there is no element type. Despite its name, this function appends
+    /// nothing and does not change the signal.
     void scaleAndAppendValue(T& record, double factor, double offset);
 
-    /// Returns the cached average of the values fed in, which is up to one pass of the worker old;
-    /// 0 before its first pass. Takes no lock. Meant for frequent polling.
+    /// Returns the average of the values fed in as of the last pass of the worker; 0 before the
+    /// first pass. Takes no lock. Meant for frequent polling.
     double getAverage() const;
 
     /// Returns the cached population standard deviation, otherwise like getAverage().
@@ -204,7 +204,7 @@ public:
 
     /// Returns the greatest value fed in, as the nearest double; 0 before the first one. This
     /// function and the following three cover the values fed in since the last clearValues() and
-    /// the last setDatatype() with an element type. They take no lock, and constant time.
+    /// the last setDatatype() with an element type. They take no lock and run in constant time.
     double getMax() const;
 
     /// Returns the smallest value fed in, as the nearest double; 0 before the first one.
@@ -218,27 +218,27 @@ public:
     double calcDeviation() const;
 
     /// Returns the median of the scaled values of all stored records, including those with
-    /// isInvalid set, read as the element type of the calculator; a value that does not convert
-    /// counts as 0. Returns 0 for an empty series and under every handling but 2. Copies the
-    /// scaled values: linear time and memory.
+    /// isInvalid set, read as the element type of the calculator; a value that cannot be converted
+    /// counts as 0. Returns 0 for an empty series, and under any handling other than 2. Copies the
+    /// scaled values: takes linear time and memory.
     ///
-    /// Walks the series without a lock: must not run concurrently with any operation that changes
+    /// Reads the series without a lock: must not run concurrently with any operation that changes
     /// it.
     double calcMedian() const;
 
-    /// Sets averageChanged and deviationChanged, and computes average and deviation without using
-    /// them. The cached ones stay: only the worker updates them.
+    /// Sets averageChanged and deviationChanged. Also computes average and deviation, but discards
+    /// the results: only the worker updates the cached values.
     void updateAverageAndDeviation();
 
     /// Runs the loop of the worker: updates the cached average and deviation every 100 ms until
     /// updating is switched off. Returns at once if updating is off. Meant for the worker only:
-    /// another thread that calls it stays in the loop, and nothing waits for it.
+    /// any other thread that calls it stays in the loop, and nothing waits for that thread.
     void updateCalculations();
 
-    /// Returns all statistics at once. \a valueCount is the number of stored records and
-    /// \a medianValue that of calcMedian(). Average, deviation, maximum and minimum are those of
-    /// the values fed in, up to date; the extremes are variants of double. If the signal has no
-    /// calculator, only \a valueCount is written before the exception.
+    /// Returns all statistics at once. \a valueCount is the number of stored records, and
+    /// \a medianValue the result of calcMedian(). Average, deviation, maximum and minimum are those
+    /// of the values fed in, up to date; maximum and minimum are variants of double. If the signal
+    /// has no calculator, only \a valueCount is written before the exception is thrown.
     ///
     /// Under handling 2, must not run concurrently with any operation that changes the series, like
     /// calcMedian().
@@ -251,9 +251,9 @@ public:
     /// is true, otherwise by the band from getLowerThreshold(\a k) to getUpperThreshold(\a k). If
     /// one limit is infinite, every finite value rates 0. isInvalid is ignored.
     ///
-    /// Returns 100 for a data type without an element type and for fewer than two records. A signal
-    /// that is fed under handling 1 only holds one record, so it always gets 100: rate its value
-    /// by GenericValueHandler::getRating().
+    /// Returns 100 for a data type without an element type, and for fewer than two records. A
+    /// signal that only ever replaces its newest record (handling 1) holds a single one, so it
+    /// always gets 100: use GenericValueHandler::getRating() to rate its value.
     ///
     /// Must not run concurrently with an operation that is scaling the newest record.
     int getRating(double k, bool useGivenLimits, double lowerLimit, double upperLimit);
@@ -268,29 +268,30 @@ public:
     double getUpperThreshold(double k);
 
     /// Returns copies of the records whose raw value lies outside the band of \a k, oldest first,
-    /// including those with isInvalid set. A value on an end of the band is inside; a raw value
-    /// that is not a number counts as 0. Linear in the number of records.
+    /// including those with isInvalid set. A value exactly at an end of the band is inside; a raw
+    /// value that is not a number counts as 0. Takes time linear in the number of records.
     ///
-    /// Raw values are compared although the band is one of scaled values, so the result is
-    /// meaningful for factor 1 and offset 0 only.
+    /// Raw values are compared although the band is computed from scaled values, so the result is
+    /// only meaningful for factor 1 and offset 0.
     ///
     /// Must not run concurrently with an operation that is scaling a record that is returned.
     QVector<T> getDeviators(double k);
 
     /// Switches updating, and the value log of the calculator, on or off. On: starts a worker
     /// unless there is one, and does not wait for it. Off: waits until the worker has finished its
-    /// pass, up to 100 ms and one computation, and destroys its thread. The value handling stays,
-    /// so a signal can append values and compute the median without a worker.
+    /// pass, which takes up to 100 ms and one computation, and destroys its thread. The value
+    /// handling does not change, so a signal can append values and compute the median without a
+    /// worker.
     ///
     /// If the system cannot start a thread, or if the worker has ended by itself, switch updating
-    /// off and on again. To stop many signals fast, switch them off in parallel, from up to some
-    /// hundred threads.
+    /// off and on again. To stop many signals quickly, switch them off in parallel, from up to a
+    /// few hundred threads.
     ///
     /// Must not run concurrently with another modifying operation, nor on the worker.
     void setUpdatingEnabled(bool enabled);
 
 private:
-    /// A calculator that cannot be moved, even if that of the statistics library can. So the
+    /// A calculator that cannot be moved, even if that of the statistics library can. Therefore the
     /// variant destroys the old one before it constructs the next, and is valueless if that throws.
     template <typename N>
     struct Calculator {
@@ -331,8 +332,8 @@ private:
     std::atomic<double> deviation{0.0};
     std::atomic<GenericSignal::NewValueHandlingType> valueHandling{
         static_cast<GenericSignal::NewValueHandlingType>(1)};
-    // The length of values, for operations that take no lock: meanwhile the vector itself may be
-    // moving its records to new memory.
+    // The length of values, for operations that take no lock. They cannot ask the vector itself,
+    // which may be moving its records to new memory.
     std::atomic<int> storedCount{0};
 };
 

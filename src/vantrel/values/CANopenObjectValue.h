@@ -8,7 +8,7 @@
 
 /// One recorded sample of a CANopen object.
 ///
-/// A plain value: a copy has all of its fields. This class is reentrant.
+/// A value type: copying it copies all fields. This class is reentrant.
 class CANopenObjectValue : public GenericValue
 {
 public:
@@ -27,10 +27,10 @@ public:
     /// compared.
     VANTREL_EXPORT bool operator==(const CANopenObjectValue& other) const;
 
-    qint8 auxCode1;    ///< an attribute of the host; copied, compared, streamed
-    qint8 auxCode2;    ///< an attribute of the host; copied, compared, streamed
-    double auxNumber1; ///< an attribute of the host; copied, compared, streamed
-    double auxNumber2; ///< an attribute of the host; copied, compared, streamed
+    qint8 auxCode1;    ///< for use by the host; copied, compared, streamed
+    qint8 auxCode2;    ///< for use by the host; copied, compared, streamed
+    double auxNumber1; ///< for use by the host; copied, compared, streamed
+    double auxNumber2; ///< for use by the host; copied, compared, streamed
 };
 
 // Lets a growing series move its records as bytes instead of copying their variants.
@@ -38,22 +38,22 @@ Q_DECLARE_TYPEINFO(CANopenObjectValue, Q_MOVABLE_TYPE);
 
 /// Writes \a value to \a stream and returns the stream: a version word (qint16, 1), rawValue,
 /// scaledValue, auxCode1, auxCode2 (qint8), auxNumber1, auxNumber2 (double), valueTag (qint32);
-/// 24 bytes and the two variants.
+/// 24 bytes plus the two variants.
 ///
 /// isInvalid is not written: when read into a new record, a flagged record comes back as a valid
-/// one. Byte order, version and floating-point precision are those of the stream. Its status is not
-/// examined.
+/// one. Byte order, version and floating-point precision are those of the stream. The status of the
+/// stream is not checked.
 VANTREL_EXPORT QDataStream& operator<<(QDataStream& stream, const CANopenObjectValue& value);
 
-/// Reads a record that operator<< has written into \a value and returns the stream. isInvalid keeps
-/// its value.
+/// Reads into \a value a record that operator<< has written, and returns the stream. isInvalid
+/// keeps its value.
 ///
 /// If the version word is not 1, only its two bytes are consumed; \a value and the status of the
 /// stream do not change. If the stream ends too early, QDataStream sets its status, and the fields
 /// that were not read have the values that QDataStream leaves in them; an empty stream leaves
 /// \a value unchanged.
 ///
-/// Read from trusted sources only: QVariant constructs whatever type the bytes name, and hostile
-/// ones can overflow the stack, allocate gigabytes or crash. docs/host-guide.md shows how to check
-/// a record first.
+/// Read from trusted sources only: QVariant constructs any type that the bytes name, and hostile
+/// bytes can overflow the stack, allocate gigabytes of memory or crash the program.
+/// docs/host-guide.md shows how to check a record first.
 VANTREL_EXPORT QDataStream& operator>>(QDataStream& stream, CANopenObjectValue& value);

@@ -8,30 +8,29 @@
 
 /// One recorded sample of a J1939 parameter.
 ///
-/// A plain value: a copy has all of its fields. Records cannot be compared. This class is
-/// reentrant.
+/// A value type: copying it copies all fields. Records cannot be compared. This class is reentrant.
 class J1939Value : public GenericValue
 {
 public:
     /// Constructs a record without a measurement (see GenericValue). Its own fields are 0.
     VANTREL_EXPORT J1939Value();
 
-    qint8 auxCode1; ///< an attribute of the host; copied, not streamed
-    qint8 auxCode2; ///< an attribute of the host; copied, not streamed
+    qint8 auxCode1; ///< for use by the host; copied, not streamed
+    qint8 auxCode2; ///< for use by the host; copied, not streamed
 };
 
 // Lets a growing series move its records as bytes instead of copying their variants.
 Q_DECLARE_TYPEINFO(J1939Value, Q_MOVABLE_TYPE);
 
 /// Writes \a value to \a stream and returns the stream: a version word (qint16, 1), rawValue,
-/// scaledValue, valueTag (qint32); 6 bytes and the two variants.
+/// scaledValue, valueTag (qint32); 6 bytes plus the two variants.
 ///
 /// isInvalid, auxCode1 and auxCode2 are not written: when read into a new record, a flagged record
 /// comes back as a valid one. Byte order, version and floating-point precision are those of the
-/// stream. Its status is not examined.
+/// stream. The status of the stream is not checked.
 VANTREL_EXPORT QDataStream& operator<<(QDataStream& stream, const J1939Value& value);
 
-/// Reads a record that operator<< has written into \a value and returns the stream. isInvalid,
+/// Reads into \a value a record that operator<< has written, and returns the stream. isInvalid,
 /// auxCode1 and auxCode2 keep their values.
 ///
 /// If the version word is not 1, only its two bytes are consumed; \a value and the status of the
@@ -39,7 +38,7 @@ VANTREL_EXPORT QDataStream& operator<<(QDataStream& stream, const J1939Value& va
 /// that were not read have the values that QDataStream leaves in them; an empty stream leaves
 /// \a value unchanged.
 ///
-/// Read from trusted sources only: QVariant constructs whatever type the bytes name, and hostile
-/// ones can overflow the stack, allocate gigabytes or crash. docs/host-guide.md shows how to check
-/// a record first.
+/// Read from trusted sources only: QVariant constructs any type that the bytes name, and hostile
+/// bytes can overflow the stack, allocate gigabytes of memory or crash the program.
+/// docs/host-guide.md shows how to check a record first.
 VANTREL_EXPORT QDataStream& operator>>(QDataStream& stream, J1939Value& value);

@@ -9,9 +9,9 @@ namespace CAN
 /// The names in capitals are those of CiA 301 (section "Data type entry usage").
 ///
 /// An object of this type may have any 32-bit value, with or without an enumerator, because device
-/// descriptions give data types as numbers. CiA 301 reserves the indices 14 and 23.
+/// descriptions specify data types as numbers. CiA 301 reserves the indices 14 and 23.
 enum class CANopenDataType : quint32 {
-    Unspecified = 0, ///< no data type given
+    Unspecified = 0, ///< no data type specified
     BOOLEAN = 1,
     INTEGER8 = 2,
     INTEGER16 = 3,

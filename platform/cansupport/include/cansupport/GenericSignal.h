@@ -5,8 +5,8 @@
 namespace GenericSignal
 {
 
-/// What a signal does with a new value. One byte. A number without an enumerator is treated like
-/// Reject.
+/// How a signal handles a new value. Stored in one byte. A number without an enumerator is treated
+/// like Reject.
 enum class NewValueHandlingType : quint8 {
     Reject = 0,        ///< the value is not stored
     ReplaceNewest = 1, ///< the value replaces the newest stored record

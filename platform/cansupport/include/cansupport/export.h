@@ -2,7 +2,7 @@
 
 #include <QtCore/qglobal.h>
 
-// Marks what the CAN support library exports. All other symbols are hidden.
+// Marks the symbols that the CAN support library exports. All other symbols are hidden.
 #ifdef VANTREL_BUILDING_CANSUPPORT
 #define CANSUPPORT_EXPORT Q_DECL_EXPORT
 #else

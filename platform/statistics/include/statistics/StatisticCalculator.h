@@ -13,19 +13,20 @@
 /// Running statistics of the values of type \a N added since construction or the last clear().
 ///
 /// Available for the ten element types of STATISTICS_ELEMENT_TYPES. NaN and infinities are ignored.
-/// Results have the unit of the values, and are 0 before the first finite value. They are the same
-/// bits on every processor. For the same values in the same order, SimpleStatisticCalculator
-/// returns the same bits for integer types, and results within two units in the last place for
-/// floating-point types (except for means that have lost digits, see getAverage()).
+/// Results have the unit of the values, and are 0 before the first finite value. They are
+/// identical, bit for bit, on every processor. For the same values in the same order, the results
+/// of SimpleStatisticCalculator are identical for integer types, and differ by at most two units in
+/// the last place for floating-point types (except for means that have lost digits, see
+/// getAverage()).
 ///
-/// An object takes at most 256 bytes, however many values are added. Only a log allocates memory:
-/// the constructor allocates twice its capacity. Except for getLoggedValues() and getMedian(), all
-/// operations take constant time, tens of nanoseconds.
+/// An object takes at most 256 bytes, however many values are added. Memory is allocated only for a
+/// log: the constructor allocates twice its capacity. Except for getLoggedValues() and getMedian(),
+/// all operations take constant time, tens of nanoseconds.
 ///
 /// This class is reentrant. The const functions are thread-safe: any number of threads may call
 /// them while one thread at a time calls addValue(), clear() or setLogValues(). The writer never
-/// waits. A reader that was interrupted by a change reads again, so each result belongs to one
-/// moment between two changes; two results may belong to different moments.
+/// waits. A reader that is interrupted by a change tries again, so each result reflects one moment
+/// between two changes; two results may reflect different moments.
 template <typename N>
 class StatisticCalculator
 {
@@ -34,32 +35,32 @@ class StatisticCalculator
                   "short, int, long long, their unsigned counterparts, float, double)");
 
 public:
-    /// Constructs an empty calculator with logging off. \a capacity is the number of newest values
-    /// that the log keeps; there is no log if it is empty, 0 or negative. Allocates the log, twice
-    /// the capacity, and throws std::bad_alloc if memory runs out.
+    /// Constructs an empty calculator with logging off. The log keeps the newest \a capacity
+    /// values; if \a capacity is empty, 0 or negative, there is no log. Allocates twice the
+    /// capacity for the log, and throws std::bad_alloc if memory runs out.
     explicit StatisticCalculator(std::optional<int> capacity);
 
     /// Adds \a value to the statistics, and to the log if logging is on. Ignores NaN and
     /// infinities.
     void addValue(N value);
 
-    /// Forgets all values, including those in the log. Leaves logging on or off.
+    /// Forgets all values, including those in the log. Does not switch logging on or off.
     void clear();
 
     /// Switches logging on or off. The log keeps its values when it is switched off.
     void setLogValues(bool enabled);
 
     /// Returns the logged values, oldest first, at most as many as the capacity; an empty list if
-    /// there is no log. Linear in their number.
+    /// there is no log. Takes time linear in their number.
     QList<N> getLoggedValues() const;
 
     /// Returns the arithmetic mean, computed from the exact sum of the values.
     ///
     /// Integer types: the double nearest to the exact mean, for up to 2^48 values. Floating-point
-    /// types: within one unit in the last place of it. Their sum is exact as long as its bits fit
-    /// into 18 doubles of any exponents; bits below 2^-946 are lost if a value is 2^900 or more.
-    /// So digits are lost only if the values spread over more than about 900 bits and their sum
-    /// cancels down to the lowest of these bits.
+    /// types: within one unit in the last place of that double. Their sum is exact as long as its
+    /// bits fit into 18 doubles of any exponents; bits below 2^-946 are lost if a value is 2^900 or
+    /// more. So digits are lost only if the values span more than about 900 bits and cancel each
+    /// other down to the lowest of these bits.
     double getAverage() const;
 
     /// Returns the population standard deviation, the square root of the mean squared distance from
@@ -68,12 +69,13 @@ public:
     /// Exactly 0 for equal values. Otherwise within one unit in the last place of the double
     /// nearest to the exact result, for up to 2^48 values of integer types and up to 2^26 values
     /// of floating-point types. Beyond 2^26 values, the error for floating-point types grows with
-    /// the square of the count, starting far below the last digit. The order of the values changes
-    /// mean and deviation by at most two units in the last place.
+    /// the square of the count, starting far below the last digit. Adding the values in a different
+    /// order changes mean and deviation by at most two units in the last place.
     ///
-    /// Squares are kept scaled, so they neither overflow nor underflow: the result is as exact for
-    /// the greatest and the smallest finite values. It is never negative, infinite or NaN. Below
-    /// the smallest normal double (2.2e-308) a unit in the last place is that of subnormal numbers.
+    /// Squares are kept scaled, so they neither overflow nor underflow: the result is equally
+    /// accurate for the greatest and the smallest finite values. It is never negative, infinite or
+    /// NaN. Below the smallest normal double (2.2e-308), a unit in the last place is that of
+    /// subnormal numbers.
     double getDeviation() const;
 
     /// Returns the greatest value.
@@ -82,9 +84,9 @@ public:
     /// Returns the smallest value.
     N getMinimum() const;
 
-    /// Returns the median of \a values, not of the values added: the middle one of the sorted
-    /// values, or for an even count the mean of the two in the middle; 0 for a list without finite
-    /// values. Linear in the length of the list. Copies the values unless the list is moved in.
+    /// Returns the median of \a values, not of the values added: the middle value in sorted order,
+    /// or for an even count the mean of the two middle values; 0 for a list without finite values.
+    /// Takes time linear in the length of the list. Copies the values unless the list is moved in.
     double getMedian(QList<N> values) const;
 
 private:

@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
-// The list of the ten element types, which declarations, instantiations and tests of the statistics
-// library expand.
+// The list of the ten element types. Declarations, instantiations and tests of the statistics
+// library expand it.
 #define STATISTICS_ELEMENT_TYPES(EXPAND)                                                           \
     EXPAND(double)                                                                                 \
     EXPAND(unsigned char)                                                                          \

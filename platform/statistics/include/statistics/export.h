@@ -2,10 +2,10 @@
 
 #include <QtCore/qglobal.h>
 
-// Marks what the statistics library exports: the instantiations of its templates. All other symbols
-// are hidden. On ELF the attribute belongs on the extern template declaration
-// (STATISTICS_TEMPLATE_DECLARATION), because the one on the definition is ignored. The MSVC ABI
-// requires it on the definition (STATISTICS_TEMPLATE_DEFINITION).
+// Marks the symbols that the statistics library exports: the instantiations of its templates. All
+// other symbols are hidden. On ELF the attribute belongs on the extern template declaration
+// (STATISTICS_TEMPLATE_DECLARATION), because it is ignored on the definition. The MSVC ABI requires
+// it on the definition (STATISTICS_TEMPLATE_DEFINITION).
 #if !defined(Q_OS_WIN)
 #define STATISTICS_TEMPLATE_DECLARATION Q_DECL_EXPORT
 #define STATISTICS_TEMPLATE_DEFINITION
