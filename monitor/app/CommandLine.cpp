@@ -72,7 +72,7 @@ QString helpEntry(const QString& term, const QString& meaning)
 QString generalHelp()
 {
     QString text = QStringLiteral("Usage: vantrel COMMAND [OPTION]...\n\n"
-                                  "Shows the signals in CAN traffic and their statistics.\n\n"
+                                  "Show the signals in CAN traffic and their statistics.\n\n"
                                   "Commands:\n");
     for (const CommandRow& row : commandRows())
         text += helpEntry(usageOf(row), QLatin1String(row.help));
@@ -84,8 +84,7 @@ QString generalHelp()
     text += helpEntry(QStringLiteral("--version"), QStringLiteral("Print the version."));
     text += QStringLiteral("\n\"vantrel COMMAND --help\" lists the options of a command.\n\n");
     text +=
-        wrapped(QStringLiteral("Formats of recordings: %1.").arg(joinWords(formats, "and")), 0) +
-        '\n';
+        wrapped(QStringLiteral("Recording formats: %1.").arg(joinWords(formats, "and")), 0) + '\n';
     return text +
            wrapped(QStringLiteral("Exit status: 0 on success, 1 if nothing could be decoded "
                                   "or sent, 2 for a usage error, a file that cannot be read, "
@@ -159,7 +158,7 @@ QString readOption(const OptionRow& row, const CommandRow& command, int earlier,
             if (row.commands.testFlag(other.id))
                 owners += QLatin1String(other.name);
         }
-        return QStringLiteral("%1 belongs to %2, not to %3")
+        return QStringLiteral("%1 is for %2, not for %3")
             .arg(option, joinWords(owners, "and"), QLatin1String(command.name));
     }
     if (earlier > 0 && row.occurrence != Occurrence::AnyNumber)

@@ -28,10 +28,11 @@ public:
                 origins.insert(key, QStringLiteral("\"%1\" of %2").arg(message.name, fileName));
                 found.append(message);
             } else {
-                read.problems.add(message.line,
-                                  QStringLiteral("message \"%1\" is not decoded: it has the id of ")
-                                          .arg(message.name) +
-                                      *same);
+                read.problems.add(
+                    message.line,
+                    QStringLiteral("message \"%1\" is not decoded: it has the same id as ")
+                            .arg(message.name) +
+                        *same);
             }
         }
     }
@@ -125,7 +126,7 @@ QString nothingDecoded(const QString& origin, const MonitorOptions& options)
     QStringList names;
     for (const GivenDescription& given : options.descriptions)
         names += given.file.fileName;
-    return QStringLiteral("%1: no frame could be decoded with %2")
+    return QStringLiteral("%1: no frames could be decoded with %2")
         .arg(origin, names.join(QStringLiteral(", ")));
 }
 

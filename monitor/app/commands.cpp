@@ -82,7 +82,7 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
         return ExitCode::Failure;
     if (sender.sent() > 0)
         return ExitCode::Success;
-    diagnostics << options.recording << ": contains no frame that can be sent\n";
+    diagnostics << options.recording << ": contains no frames that can be sent\n";
     return ExitCode::NothingDecoded;
 }
 

@@ -13,7 +13,7 @@ QString checkTerminal()
 {
     return Terminal::isAvailable()
                ? QString()
-               : QStringLiteral("--display terminal needs a terminal as standard output");
+               : QStringLiteral("--display terminal needs standard output to be a terminal");
 }
 
 } // namespace

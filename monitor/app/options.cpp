@@ -87,8 +87,7 @@ QString readLimits(const QString& text, Options& options)
         return QStringLiteral("needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, not \"%1\"")
             .arg(text);
     if (lower > upper)
-        return QStringLiteral(
-                   "needs a lower limit that does not exceed the upper limit, not \"%1\"")
+        return QStringLiteral("needs a lower limit at or below the upper limit, not \"%1\"")
             .arg(text);
     options.limits.append({text.left(equals), std::nullopt, ValueRange{lower, upper}});
     return QString();
@@ -202,25 +201,26 @@ QVector<OptionRow> signalRows()
 {
     return {
         {"node", "N",
-         "CANopen node of a description that needs one, such as --eds: 1 to 127, decimal, or "
-         "hexadecimal after 0x. The first --node belongs to the first such description, and so on.",
+         "CANopen node for a description that needs one, such as --eds: 1 to 127, in decimal or in "
+         "hexadecimal with 0x. The first --node is for the first such description, and so on.",
          decodingCommands, Occurrence::AnyNumber, readNode},
         {"config", "FILE.json",
          "Read scalings, limits and k from a file. Command-line options take precedence.",
          decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config)},
         {"signal", "PATTERN",
-         "Report only the signals whose name matches PATTERN (default: all signals). * stands for "
-         "any text and ? for any character. SPN190 matches the signal with SPN 190.",
+         "Report only the signals whose names match PATTERN (default: all signals). * matches any "
+         "text, ? matches any character, and SPN190 matches the signal with SPN 190.",
          decodingCommands, Occurrence::AnyNumber,
          [](const QString& value, Options& options) {
              options.patterns.append(value);
              return QString();
          }},
         {"limits", "SIGNAL=LOWER:UPPER",
-         "Rate the signals that match the pattern SIGNAL by these limits instead of their band.",
+         "Rate the signals whose names match the pattern SIGNAL by these limits instead of their "
+         "band.",
          decodingCommands, Occurrence::AnyNumber, readLimits},
         {"k", "K",
-         "The band reaches K deviations to either side of the average (default: the value in the "
+         "Extend the band K deviations to either side of the average (default: the value from the "
          "configuration or the saved run, otherwise 3).",
          printingCommands, Occurrence::AtMostOnce, readK},
         {"keep", "N", "Keep only the newest N records of each signal, at least 2 (default: all).",
@@ -236,8 +236,8 @@ QString displayHelp()
         displays +=
             QStringLiteral("%1 (%2)").arg(QLatin1String(kind.name), QLatin1String(kind.help));
     return QStringLiteral(
-               "Show the signals during the run: %1 (default: %2, if standard output is a terminal "
-               "and the format is table).")
+               "Show the signals during the run: %1. Default: %2, if standard output is a terminal "
+               "and the format is table; otherwise no display.")
         .arg(joinWords(displays, "or"), displayNames().constFirst());
 }
 
@@ -255,20 +255,21 @@ QVector<OptionRow> busRows()
              return QString();
          }},
         {"bitrate", "RATE",
-         "Bit rate of the bus, from which its load is calculated (default: 250000). This does not "
+         "Bit rate used to calculate the load of the bus (default: 250000). This does not "
          "set the bit rate of the interface.",
          liveCommands, Occurrence::AtMostOnce, positive(&Options::bitRate)},
-        {"duration", "SECONDS", "Stop after that many seconds (default: run until stopped).",
+        {"duration", "SECONDS", "Stop after SECONDS seconds (default: run until stopped).",
          liveCommands, Occurrence::AtMostOnce, positive(&Options::duration)},
         {"frames", "COUNT",
-         "Stop when at least COUNT frames have been received (default: run until stopped).",
-         liveCommands, Occurrence::AtMostOnce, positive(&Options::frames)},
+         "Stop after receiving at least COUNT frames (default: run until stopped).", liveCommands,
+         Occurrence::AtMostOnce, positive(&Options::frames)},
         {"display", "NAME", displayHelp(), CommandId::Live, Occurrence::AtMostOnce, readDisplay},
         {"highlight", "RATING",
          "Highlight signals with a rating below RATING, 0 to 100 (default: 50).", liveCommands,
          Occurrence::AtMostOnce, readRating},
         {"speed", "FACTOR",
-         "Send FACTOR times as fast as recorded, or as fast as possible with max (default: 1).",
+         "Send FACTOR times as fast as recorded, or as fast as possible if FACTOR is max "
+         "(default: 1).",
          CommandId::Send, Occurrence::AtMostOnce, readSpeed},
     };
 }
@@ -324,7 +325,7 @@ QString completeDescriptions(Options& options)
             description.file.node = options.nodes.value(needed++);
     }
     if (needed != options.nodes.size())
-        return QStringLiteral("needs %1 in pairs (files: %2, nodes: %3)")
+        return QStringLiteral("needs one node for each file: %1 (files: %2, nodes: %3)")
             .arg(descriptionUsages(true))
             .arg(needed)
             .arg(options.nodes.size());

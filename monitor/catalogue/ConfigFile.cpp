@@ -141,7 +141,7 @@ Config readConfig(const QByteArray& text)
                                 .arg(text.left(error.offset).count('\n') + 1)
                                 .arg(error.errorString()));
     if (!document.isObject())
-        return failedConfig(QStringLiteral("the content must be a JSON object"));
+        return failedConfig(QStringLiteral("the file must contain a JSON object"));
     Config config;
     const QJsonObject members = document.object();
     for (auto it = members.constBegin(); it != members.constEnd() && config.error.isEmpty(); ++it)

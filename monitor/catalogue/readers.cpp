@@ -30,9 +30,9 @@ const QVector<DescriptionReader>& descriptionReaders()
     static const QVector<DescriptionReader> readers{
         {"dbc", "FILE.dbc", "DBC file with the messages and signals of a J1939 or other network.",
          false, true, readDbcFile},
-        {"j1939", "FILE.dbc", "The same as --dbc, but all messages with 29-bit ids are J1939.",
-         false, true, readDbcFileAs<Protocol::J1939>},
-        {"plain", "FILE.dbc", "The same as --dbc, but no messages are J1939.", false, true,
+        {"j1939", "FILE.dbc", "Like --dbc, but treat all messages with 29-bit ids as J1939.", false,
+         true, readDbcFileAs<Protocol::J1939>},
+        {"plain", "FILE.dbc", "Like --dbc, but treat no messages as J1939.", false, true,
          readDbcFileAs<Protocol::CANopen>},
         {"eds", "FILE.eds", "EDS or DCF of the CANopen node given by --node.", true, true,
          readEdsFile},

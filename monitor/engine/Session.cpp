@@ -51,7 +51,7 @@ QStringList Session::guesses() const
     for (const GuessedMessage& guess : decoder.guesses()) {
         const CatalogueMessage& message = decoder.messages().at(guess.message);
         texts += QStringLiteral("PGN %1 from source %2 was decoded as \"%3\", the first of %4 "
-                                "messages with this PGN: none of them is for that source")
+                                "messages with this PGN, because none has a matching address")
                      .arg(pgnOf(message.id))
                      .arg(guess.source)
                      .arg(message.name)

@@ -86,9 +86,9 @@ int Resolver::multiplexorOf(const DbcSignal& signal)
         return alwaysThere;
     if (topSwitches.isEmpty())
         return refuse(signal,
-                      QStringLiteral("its message has no multiplexor that is always there (M)"));
+                      QStringLiteral("its message has no multiplexor that is always present (M)"));
     if (topSwitches.size() > 1 || (switches > 1 && !hasNames))
-        return refuse(signal, QStringLiteral("its message has %1 multiplexors, and no SG_MUL_VAL_ "
+        return refuse(signal, QStringLiteral("its message has %1 multiplexors, but no SG_MUL_VAL_ "
                                              "says which one it depends on")
                                   .arg(switches));
     return topSwitches.first();
@@ -121,7 +121,7 @@ void Resolver::refuseDependents()
             if (multiplexors.at(signal) != notCertain && (isCircle || isRefused))
                 multiplexors[signal] = refuse(
                     dbcSignals.at(signal),
-                    isCircle ? QStringLiteral("its multiplexors depend on each other in a circle")
+                    isCircle ? QStringLiteral("its multiplexors depend on each other in a cycle")
                              : QStringLiteral("its multiplexor is not decoded"));
         }
     }

@@ -189,7 +189,7 @@ void DbcParser::addMessage()
     if (indices.contains(message.number))
         return problems.add(
             message.line,
-            QStringLiteral("message \"%1\" is not decoded: it has the id of \"%2\"")
+            QStringLiteral("message \"%1\" is not decoded: it has the same id as \"%2\"")
                 .arg(message.name, dbcMessages.at(indices.value(message.number)).name));
     indices.insert(message.number, dbcMessages.size());
     dbcMessages.append(message);
@@ -220,12 +220,13 @@ QString DbcParser::parseMessage(DbcMessage& message)
     if (message.id > lastExtendedId)
         return QStringLiteral("message (BO_) has an id out of range");
     if (message.number != written && message.number != independentSignals)
-        problems.add(message.line,
-                     QStringLiteral("the id of message \"%1\" is taken as 0x%2 of 29 bits: %3")
-                         .arg(message.name, QString::number(message.id, 16).toUpper(),
-                              (written & extendedFlag) == 0
-                                  ? QStringLiteral("it has more than 11 bits, although bit 31 is 0")
-                                  : QStringLiteral("bits 29 and 30 are ignored")));
+        problems.add(
+            message.line,
+            QStringLiteral("message \"%1\" is decoded with the 29-bit id 0x%2: %3")
+                .arg(message.name, QString::number(message.id, 16).toUpper(),
+                     (written & extendedFlag) == 0
+                         ? QStringLiteral("its id has more than 11 bits, although bit 31 is 0")
+                         : QStringLiteral("bits 29 and 30 of its id are ignored")));
     return QString();
 }
 
@@ -333,32 +334,32 @@ QString DbcParser::checkSignal(const DbcSignal& signal)
         return QStringLiteral("signal \"%1\" is not decoded: %2").arg(signal.name, reason);
     };
     if (signal.layout.length == 0)
-        return refused(QStringLiteral("it has no bits"));
+        return refused(QStringLiteral("its length is 0"));
     if (signal.layout.length > longestSignal)
         return refused(QStringLiteral("it is longer than %1 bits").arg(longestSignal));
     if (signal.layout.startBit >= longestMessage * 8)
         return refused(QStringLiteral("its start bit is out of range"));
     const ValueRange range = scaledRange(signal.layout, signal.scaling);
     if (!std::isfinite(range.lowest) || !std::isfinite(range.highest))
-        return refused(QStringLiteral("its values leave the range of double"));
+        return refused(QStringLiteral("its values would exceed the range of double"));
     if (signal.scaling.factor == 0)
-        problems.add(signal.line,
-                     QStringLiteral("signal \"%1\" has the factor 0, so that its value "
-                                    "is always %2")
-                         .arg(signal.name)
-                         .arg(signal.scaling.offset));
+        problems.add(signal.line, QStringLiteral("signal \"%1\" has a factor of 0, so its value is "
+                                                 "always %2")
+                                      .arg(signal.name)
+                                      .arg(signal.scaling.offset));
     if (holder != Holder::LastMessage)
         return QString();
     const DbcMessage& message = dbcMessages.last();
     if (find(message.number, signal.name) != nullptr)
-        problems.add(signal.line,
-                     QStringLiteral("signal \"%1\" has the name of another one of its message")
-                         .arg(signal.name));
+        problems.add(
+            signal.line,
+            QStringLiteral("signal \"%1\" has the same name as another signal of its message")
+                .arg(signal.name));
     const int size = message.size;
     if (size > 0 && !fitsInto(signal.layout, size))
         problems.add(signal.line,
-                     QStringLiteral("signal \"%1\" ends after its message of %2 bytes: "
-                                    "it is decoded in longer frames only")
+                     QStringLiteral("signal \"%1\" extends beyond its message of %2 bytes: "
+                                    "it is only decoded from longer frames")
                          .arg(signal.name)
                          .arg(size));
     return QString();
@@ -396,12 +397,12 @@ void DbcParser::parseValueType()
           [this, bits, line = sectionLine](DbcSignal& signal) {
               signal.layout.isFloat = bits != 0 && signal.layout.length == bits;
               if (signal.layout.isFloat != (bits != 0))
-                  problems.add(line, QStringLiteral("signal \"%1\" is decoded as a whole number: a "
-                                                    "floating-point number has %2 bits, and it has "
-                                                    "%3")
-                                         .arg(signal.name)
-                                         .arg(bits)
-                                         .arg(signal.layout.length));
+                  problems.add(
+                      line, QStringLiteral("signal \"%1\" is decoded as a whole number: it has %3 "
+                                           "bits, but its floating-point type has %2")
+                                .arg(signal.name)
+                                .arg(bits)
+                                .arg(signal.layout.length));
           });
 }
 
@@ -569,7 +570,7 @@ void DbcParser::setAttribute(const QString& attribute, quint32 number, const QSt
     bool isNumber = false;
     const quint32 spn = value.text.toUInt(&isNumber);
     if (!isNumber || spn > lastSpn)
-        return problems.add(sectionLine, QStringLiteral("SPN (BA_) out of range"));
+        return problems.add(sectionLine, QStringLiteral("SPN (BA_) is out of range"));
     refer(number, name, QStringLiteral("SPN (BA_)"), [spn](DbcSignal& signal) {
         if (spn != 0) // 0 is the usual default for signals without an SPN
             signal.spn = spn;
@@ -586,7 +587,7 @@ void DbcParser::refer(quint32 number, const QString& name, const QString& sectio
         if (signal != nullptr)
             apply(*signal);
         else if (number != independentSignals && !refusedSignals.contains({number, name}))
-            problems.add(line, section + QStringLiteral(" is for an unknown signal"));
+            problems.add(line, section + QStringLiteral(" refers to an unknown signal"));
     });
 }
 
@@ -605,15 +606,15 @@ QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QSt
     }
     const int assumed = assumedJ1939 + assumedPlain;
     if (assumed > 0)
-        note =
-            QStringLiteral("%1: does not declare whether %2 of its %3 message(s) with 29-bit ids "
-                           "are J1939; %4 with source address 254 taken as J1939, %5 matched by "
-                           "the exact id (--j1939 or --plain instead of --dbc decides otherwise)")
-                .arg(file.fileName)
-                .arg(assumed)
-                .arg(extendedMessages)
-                .arg(assumedJ1939)
-                .arg(assumedPlain);
+        note = QStringLiteral(
+                   "%1: does not declare whether %2 of its %3 message(s) with 29-bit ids "
+                   "are J1939: %4 with source address 254 treated as J1939, %5 matched by "
+                   "their exact ids (use --j1939 or --plain instead of --dbc to change this)")
+                   .arg(file.fileName)
+                   .arg(assumed)
+                   .arg(extendedMessages)
+                   .arg(assumedJ1939)
+                   .arg(assumedPlain);
     return described;
 }
 
@@ -643,7 +644,7 @@ ReadDescription parseDbc(const QByteArray& content, const DescriptionFile& file)
     read.messages = parser.messages(file, read.note);
     if (read.messages.isEmpty())
         read.error =
-            QStringLiteral("%1: describes no message. Is it a DBC file?").arg(file.fileName);
+            QStringLiteral("%1: describes no messages. Is it a DBC file?").arg(file.fileName);
     return read;
 }
 
@@ -657,7 +658,7 @@ ReadDescription readDbcFile(const DescriptionFile& file)
         read.error =
             QStringLiteral("%1: cannot be read: %2").arg(file.fileName, input.errorString());
     else if (content.size() > longestFile)
-        read.error = QStringLiteral("%1: is longer than %2 MiB. Is it a DBC file?")
+        read.error = QStringLiteral("%1: is larger than %2 MiB. Is it a DBC file?")
                          .arg(file.fileName)
                          .arg(longestFile / 1024 / 1024);
     else

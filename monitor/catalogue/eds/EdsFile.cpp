@@ -79,7 +79,8 @@ void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problem
                                                    "ignored"));
     current = normalized(line.mid(1, end - 1));
     if (sections.contains(current))
-        problems.add(number, QStringLiteral("duplicate section; its entries join the first one"));
+        problems.add(number,
+                     QStringLiteral("duplicate section; its entries are added to the first one"));
     sections[current];
 }
 
@@ -88,7 +89,7 @@ void EdsFile::addEntry(qint64 number, const QString& line, Problems& problems)
     const int equals = line.indexOf('=');
     const QString key = line.left(equals).trimmed().toLower();
     if (equals < 0 || key.isEmpty()) {
-        problems.add(number, QStringLiteral("not a section header or an entry"));
+        problems.add(number, QStringLiteral("neither a section header nor an entry"));
         return;
     }
     if (!inSection)

@@ -136,7 +136,7 @@ bool PdoReader::readCobId(quint32 index, MessageDescription& message)
     message.line = entry.line;
     const bool isValid = message.id > 0 && (message.extended || message.id <= lastStandardId);
     if (!isValid)
-        problems.add(entry.line, QStringLiteral("COB-ID out of range; the PDO is ignored"));
+        problems.add(entry.line, QStringLiteral("COB-ID is out of range; the PDO is ignored"));
     return isValid;
 }
 
@@ -203,7 +203,7 @@ void PdoReader::addSignal(const EdsEntry& entry, quint32 mapped, int position,
 {
     const auto object = dictionary.object(mapped >> 16, mapped >> 8 & 0xFF);
     if (!object) {
-        problems.add(entry.line, QStringLiteral("mapped object is not described"));
+        problems.add(entry.line, QStringLiteral("mapped object is not described in this file"));
         return;
     }
     const auto datatype = readEdsNumber(object->datatype.value, node);
@@ -273,8 +273,8 @@ ReadDescription readEdsFile(const DescriptionFile& file)
     EdsFile edsFile;
     for (QByteArray line; lines.readLine(line);) {
         if (lines.lineNumber() == 1 && textOf(line).trimmed().startsWith('<')) {
-            read.error = QStringLiteral("%1: is an XML file, such as an XDD, which cannot be read. "
-                                        "Export the device description as EDS or DCF")
+            read.error = QStringLiteral("%1: is an XML file, such as an XDD, which is not "
+                                        "supported. Export the device description as EDS or DCF")
                              .arg(file.fileName);
             return read;
         }

@@ -183,7 +183,7 @@ void MonitorWindow::askForFile(const QString& suffix, Writer write)
     dialog->setDefaultSuffix(suffix);
     connect(dialog, &QFileDialog::fileSelected, this, [this, write](const QString& fileName) {
         const QString error = (this->*write)(fileName);
-        statusBar()->showMessage(error.isEmpty() ? fileName + QStringLiteral(": saved") : error);
+        statusBar()->showMessage(error.isEmpty() ? QStringLiteral("Saved ") + fileName : error);
     });
     dialog->open();
 }

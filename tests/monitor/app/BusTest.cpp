@@ -101,7 +101,7 @@ TEST(Bus, LiveEndsAfterItsDuration)
     const MonitorRun run = live.waitForEnd();
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.output.contains("frames      0\n"));
-    EXPECT_EQ(run.diagnostics, bus.name() + ": no frame could be decoded with " +
+    EXPECT_EQ(run.diagnostics, bus.name() + ": no frames could be decoded with " +
                                    sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") +
                                    '\n');
 }
@@ -139,7 +139,7 @@ TEST(Bus, RecordingWithNothingToSendIsReportedWithExitCode1)
         const QString recording = write(directory, log);
         const MonitorRun run = runMonitor(QStringList{"send", recording} + bus.options());
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_TRUE(run.diagnostics.endsWith(recording + ": contains no frame that can be sent\n"))
+        EXPECT_TRUE(run.diagnostics.endsWith(recording + ": contains no frames that can be sent\n"))
             << run.diagnostics.toStdString();
     }
 }

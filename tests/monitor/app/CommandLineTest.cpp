@@ -219,10 +219,13 @@ TEST(CommandLine, DescriptionsAndNodesMustComeInPairs)
     EXPECT_EQ(errorOf({"replay", "bus.log"}),
               QString("replay needs a description of the messages: --dbc FILE.dbc or --j1939 "
                       "FILE.dbc or --plain FILE.dbc or --eds FILE.eds --node N"));
-    EXPECT_EQ(errorOf({"replay", "bus.log", "--eds", "a.eds"}),
-              QString("replay needs --eds FILE.eds --node N in pairs (files: 1, nodes: 0)"));
-    EXPECT_EQ(errorOf(live + QStringList{"--node", "5"}),
-              QString("live needs --eds FILE.eds --node N in pairs (files: 0, nodes: 1)"));
+    EXPECT_EQ(
+        errorOf({"replay", "bus.log", "--eds", "a.eds"}),
+        QString(
+            "replay needs one node for each file: --eds FILE.eds --node N (files: 1, nodes: 0)"));
+    EXPECT_EQ(
+        errorOf(live + QStringList{"--node", "5"}),
+        QString("live needs one node for each file: --eds FILE.eds --node N (files: 0, nodes: 1)"));
     EXPECT_EQ(errorOf({"replay", "bus.log", "--node", "5"}), errorOf({"replay", "bus.log"}));
     EXPECT_EQ(errorOf({"replay", "bus.log", "--eds", "a.eds", "--node", "5", "--eds", "b.eds",
                        "--node", "0x5"}),
@@ -344,7 +347,7 @@ TEST(CommandLine, ErrorsInValuesSayWhatIsNeeded)
               QString("option --limits needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, "
                       "not \"Speed=1\""));
     EXPECT_EQ(replayError({"--limits", "Speed=2:1"}),
-              QString("option --limits needs a lower limit that does not exceed the upper "
+              QString("option --limits needs a lower limit at or below the upper "
                       "limit, not \"Speed=2:1\""));
     EXPECT_EQ(replayError({"--plot", ""}),
               QString("option --plot needs a value: --plot DIRECTORY"));
@@ -427,13 +430,13 @@ TEST(OptionTable, OptionsAreAcceptedByTheirCommandsOnly)
             if (option.commands.contains(command))
                 EXPECT_EQ(error, QString()) << arguments.join(' ').toStdString();
             else
-                EXPECT_TRUE(error.startsWith("option " + given + " belongs to ") &&
-                            error.endsWith(", not to " + command))
+                EXPECT_TRUE(error.startsWith("option " + given + " is for ") &&
+                            error.endsWith(", not for " + command))
                     << error.toStdString();
         }
     }
     EXPECT_EQ(errorOf(replay + QStringList{"--fd"}),
-              QString("option --fd belongs to live, window and send, not to replay"));
+              QString("option --fd is for live, window and send, not for replay"));
 }
 
 TEST(OptionTable, OptionsAreInTheHelpOfTheirCommandsOnly)

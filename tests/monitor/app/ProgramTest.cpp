@@ -245,8 +245,8 @@ TEST_F(Program, SecondMessageWithTheSameIdInAnotherFileIsAWarning)
     const MonitorRun run = runMonitor({"replay", log, "--dbc", first, "--dbc", second});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.diagnostics.startsWith(second +
-                                           ":2: message \"B\" is not decoded: it has the id "
-                                           "of \"A\" of " +
+                                           ":2: message \"B\" is not decoded: it has the same "
+                                           "id as \"A\" of " +
                                            first + "\n"))
         << run.diagnostics.toStdString();
     EXPECT_EQ(run.output.count("\nS "), 1);
@@ -273,7 +273,7 @@ TEST_F(Program, GuessBetweenMessagesWithTheSamePgnIsReportedOnce)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.diagnostics,
               QString("PGN 61444 from source 49 was decoded as \"A\", the first of 2 messages with "
-                      "this PGN: none of them is for that source\n"));
+                      "this PGN, because none has a matching address\n"));
     EXPECT_TRUE(run.output.contains("A.S "));
 }
 

@@ -52,10 +52,10 @@ TEST(DbcAttributes, FloatingPointSignalOfInvalidLengthIsDecodedAsAWholeNumberWit
     EXPECT_EQ(namesIn(dbc), (QStringList{"F", "I"}));
     for (const auto& signal : dbc.messages.at(0).signalDescriptions)
         EXPECT_FALSE(signal.layout.isFloat);
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: signal \"F\" is decoded as a whole number: a "
-                                    "floating-point number has 32 bits, and it has 16\n"
-                                    "x.dbc:5: signal \"I\" is decoded as a whole number: a "
-                                    "floating-point number has 64 bits, and it has 32\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:4: signal \"F\" is decoded as a whole number: it "
+                                    "has 16 bits, but its floating-point type has 32\n"
+                                    "x.dbc:5: signal \"I\" is decoded as a whole number: it "
+                                    "has 32 bits, but its floating-point type has 64\n"));
 }
 
 TEST(DbcAttributes, MalformedValueTypeIsAWarning)
@@ -77,8 +77,8 @@ TEST(DbcAttributes, SpnIsAssignedToItsSignal)
                                                "BA_ \"SPN\" SG_ 2364540158 EngineSpeed 524288;\n"
                                                "BA_ \"Other\" SG_ 2364540158 EngineSpeed 92;\n");
     EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).spn, 190U);
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:5: SPN (BA_) out of range\n"
-                                    "x.dbc:4: SPN (BA_) is for an unknown signal\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:5: SPN (BA_) is out of range\n"
+                                    "x.dbc:4: SPN (BA_) refers to an unknown signal\n"));
 }
 
 TEST(DbcAttributes, AttributeTextCanSpanSeveralLines)
@@ -148,9 +148,9 @@ TEST(DbcAttributes, WithoutADeclarationTheNullAddressDecidesAndANoteReportsTheAs
     EXPECT_EQ(dbc.messages.at(1).protocol, Protocol::CANopen);
     EXPECT_EQ(dbc.note,
               QString("x.dbc: does not declare whether 3 of its 3 message(s) with 29-bit "
-                      "ids are J1939; 1 with source address 254 taken as J1939, 2 matched by "
-                      "the exact id (--j1939 or --plain instead of --dbc decides "
-                      "otherwise)"));
+                      "ids are J1939: 1 with source address 254 treated as J1939, 2 matched by "
+                      "their exact ids (use --j1939 or --plain instead of --dbc to "
+                      "change this)"));
     EXPECT_EQ(readDbc(definition + messageLine).note, QString());
     EXPECT_EQ(readDbc("BO_ 5 C: 8 N\n").note, QString());
 }

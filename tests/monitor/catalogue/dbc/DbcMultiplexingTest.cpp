@@ -74,7 +74,7 @@ TEST(DbcMultiplexing, SignalsThatCouldDependOnSeveralMultiplexorsAreNotDecoded)
         readDbcSignal(signal("Page M") + signal("Plain") + signal("Sub m1M") + signal("Deep m2"));
     EXPECT_EQ(multiplexingIn(nested), (QStringList{"Page", "Plain"}));
     EXPECT_TRUE(nested.warnings.startsWith(
-        "x.dbc:4: signal \"Sub\" is not decoded: its message has 2 multiplexors, and no "
+        "x.dbc:4: signal \"Sub\" is not decoded: its message has 2 multiplexors, but no "
         "SG_MUL_VAL_ says which one it depends on\nx.dbc:5: signal \"Deep\" is not decoded: "))
         << nested.warnings.toStdString();
     const Dbc both = readDbcSignal(signal("Page M") + signal("Part M") + signal("Deep m1"));
@@ -87,7 +87,7 @@ TEST(DbcMultiplexing, SignalWithoutAMultiplexorIsNotDecoded)
     const Dbc dbc = readDbcSignal(signal("A m0") + signal("B"));
     EXPECT_EQ(namesIn(dbc), QStringList{"B"});
     EXPECT_EQ(dbc.warnings, QString("x.dbc:2: signal \"A\" is not decoded: its message has no "
-                                    "multiplexor that is always there (M)\n"));
+                                    "multiplexor that is always present (M)\n"));
     const Dbc other = readDbcSignal(signal("M M") + signal("A m0") + values("A Missing 0-0"));
     EXPECT_EQ(namesIn(other), QStringList{"M"});
     EXPECT_TRUE(other.warnings.contains("its multiplexor \"Missing\" is not in the message"));
@@ -99,7 +99,7 @@ TEST(DbcMultiplexing, CircularMultiplexorsAndTheirDependentsAreNotDecoded)
                                   signal("e m1M") + values("a b 1-1") + values("b a 1-1") +
                                   values("c a 1-1") + values("e e 1-1"));
     EXPECT_EQ(namesIn(dbc), QStringList{"d"});
-    EXPECT_EQ(dbc.warnings.count("in a circle"), 3);
+    EXPECT_EQ(dbc.warnings.count("in a cycle"), 3);
     EXPECT_TRUE(
         dbc.warnings.contains("x.dbc:4: signal \"c\" is not decoded: its multiplexor is not "
                               "decoded"));
@@ -118,5 +118,5 @@ TEST(DbcMultiplexing, SignalWithMalformedRangesIsNotDecoded)
     }
     EXPECT_TRUE(readDbcSignal(signal("A") + values("")).warnings.startsWith("x.dbc:3: multi"));
     EXPECT_TRUE(readDbcSignal(signal("M M") + values("Other M 1-2"))
-                    .warnings.contains("multiplexing (SG_MUL_VAL_) is for an unknown signal"));
+                    .warnings.contains("multiplexing (SG_MUL_VAL_) refers to an unknown signal"));
 }

@@ -119,8 +119,9 @@ TEST(DbcReader, SignalsCanExtendBeyondTheEndOfTheirMessage)
     for (const char* place : {"64|1@1+", "60|8@1+", "56|9@0+"}) {
         const Dbc dbc = readDbcSignal(QByteArray("SG_ A : ") + place + R"( (1,0) [0|0] "")");
         EXPECT_EQ(namesIn(dbc), QStringList{"A"}) << place;
-        EXPECT_EQ(dbc.warnings, QString("x.dbc:2: signal \"A\" ends after its message of 8 bytes: "
-                                        "it is decoded in longer frames only\n"));
+        EXPECT_EQ(dbc.warnings,
+                  QString("x.dbc:2: signal \"A\" extends beyond its message of 8 bytes: "
+                          "it is only decoded from longer frames\n"));
     }
     EXPECT_EQ(readDbc(R"(BO_ 5 D: 0 N SG_ A : 0|8@1+ (1,0) [0|0] "")").warnings, QString());
     EXPECT_EQ(namesIn(readDbc(R"(BO_ 5 D: 0 N SG_ A : 14279|1@1+ (1,0) [0|0] "")")).size(), 1);
@@ -138,7 +139,7 @@ TEST(DbcReader, FactorZeroYieldsAConstantAndAWarning)
 {
     const Dbc dbc = readDbcSignal(R"(SG_ A : 0|8@1+ (0,5) [0|0] "")");
     EXPECT_EQ(namesIn(dbc), QStringList{"A"});
-    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: signal \"A\" has the factor 0, so that its value is "
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: signal \"A\" has a factor of 0, so its value is "
                                     "always 5\n"));
 }
 
@@ -152,13 +153,12 @@ TEST(DbcReader, LongIdWithoutBit31IsTakenAsA29BitIdWithAWarning)
     EXPECT_EQ(dbc.messages.at(1).id, 2048U);
     EXPECT_EQ(dbc.messages.at(1).signalDescriptions.at(0).spn, 190U);
     EXPECT_EQ(dbc.warnings.count('\n'), 1);
-    EXPECT_EQ(dbc.warnings,
-              QString("x.dbc:2: the id of message \"B\" is taken as 0x800 of 29 bits: "
-                      "it has more than 11 bits, although bit 31 is 0\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:2: message \"B\" is decoded with the 29-bit id 0x800: "
+                                    "its id has more than 11 bits, although bit 31 is 0\n"));
     const Dbc masked = readDbc("BO_ 3221229124 C: 8 N\n" + signalLine);
     ASSERT_EQ(masked.messages.size(), 1);
     EXPECT_EQ(masked.messages.at(0).id, 0xE44U);
-    EXPECT_TRUE(masked.warnings.contains("bits 29 and 30 are ignored"));
+    EXPECT_TRUE(masked.warnings.contains("bits 29 and 30 of its id are ignored"));
 }
 
 TEST(DbcReader, SecondMessageWithTheSameIdIsNotDecoded)
@@ -170,9 +170,10 @@ TEST(DbcReader, SecondMessageWithTheSameIdIsNotDecoded)
     EXPECT_TRUE(dbc.messages.at(0).signalDescriptions.isEmpty());
     EXPECT_EQ(dbc.messages.at(1).name, QString("C"));
     EXPECT_EQ(dbc.messages.at(2).name, QString("D"));
+    EXPECT_TRUE(dbc.warnings.startsWith(
+        "x.dbc:2: message \"B\" is not decoded: it has the same id as \"A\"\n"));
     EXPECT_TRUE(
-        dbc.warnings.startsWith("x.dbc:2: message \"B\" is not decoded: it has the id of \"A\"\n"));
-    EXPECT_TRUE(dbc.warnings.endsWith("message \"E\" is not decoded: it has the id of \"D\"\n"));
+        dbc.warnings.endsWith("message \"E\" is not decoded: it has the same id as \"D\"\n"));
     EXPECT_EQ(dbc.warnings.count('\n'), 3);
 }
 
@@ -180,16 +181,15 @@ TEST(DbcReader, SignalsWithTheSameNameInAMessageAreAWarning)
 {
     const Dbc dbc = readDbcSignal(signalLine + "\n" + signalLine);
     EXPECT_EQ(namesIn(dbc), (QStringList{"EngineSpeed", "EngineSpeed"}));
-    EXPECT_EQ(dbc.warnings,
-              QString("x.dbc:3: signal \"EngineSpeed\" has the name of another one of "
-                      "its message\n"));
+    EXPECT_EQ(dbc.warnings, QString("x.dbc:3: signal \"EngineSpeed\" has the same name as another "
+                                    "signal of its message\n"));
 }
 
 TEST(DbcReader, FileWithoutMessagesIsAnError)
 {
     for (const char* content : {"", "VERSION \"\"", "(1.0) can0 123#00\n(2.0) can0 123#00\n"})
         EXPECT_EQ(readDbc(content).error,
-                  QString("x.dbc: describes no message. Is it a DBC file?"));
+                  QString("x.dbc: describes no messages. Is it a DBC file?"));
     EXPECT_EQ(readDbc(messageLine).error, QString());
 }
 
