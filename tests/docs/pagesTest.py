@@ -90,7 +90,7 @@ def link_problem(tree, page, target):
     if not file.is_relative_to(tree) or not file.exists():
         return f"{target} does not exist"
     if anchor and (file.suffix != ".md" or anchor not in anchors_of(file.read_text())):
-        return f"{target}: there is no such heading"
+        return f"{target}: no such heading"
     return None
 
 
@@ -155,7 +155,7 @@ class Checker:
             if problem:
                 self.report(page, number, problem)
         for number in indented_blocks_of(text):
-            self.report(page, number, "an indented block is not checked; put it between fences")
+            self.report(page, number, "indented blocks are not checked; use fences instead")
         if page != "CHANGELOG.md":  # which names files that no longer exist
             for number, code in inline_code_of(text):
                 for problem in self.code_problems(code):
@@ -172,8 +172,8 @@ class Checker:
 
     def check_block(self, page, block):
         if block.language not in LANGUAGES:
-            self.report(page, block.line, f"a block of {block.language}, which is not checked; "
-                                          f"known are {', '.join(sorted(LANGUAGES - {''}))}")
+            self.report(page, block.line, f"blocks of {block.language} are not checked; "
+                                          f"use {', '.join(sorted(LANGUAGES - {''}))}")
         if block.language == "json" and "..." not in block.text:
             try:
                 json.loads(block.text)
@@ -230,7 +230,7 @@ class Checker:
         for command in commands_of(block):
             if re.match(r"(cd|export)\s+[^&|;]*$", command.text):
                 self.report(page, command.line, "has no effect on the next command, which runs in "
-                                                "a shell of its own")
+                                                "its own shell")
                 continue
             status, output = self.run(page, command, copy, 0)
             if status is None:
@@ -289,7 +289,7 @@ class Checker:
                 output = process.communicate(timeout=LONGEST_RUN)[0]
             except subprocess.TimeoutExpired:
                 kill_group(process.pid)
-                output = process.communicate()[0] + b"takes too long\n"
+                output = process.communicate()[0] + b"timed out\n"
         kill_group(process.pid)  # processes that the command left in the background
         return process.returncode, normalized(output.decode("utf-8", "replace"))
 
@@ -302,7 +302,7 @@ class Checker:
             return
         difference = difflib.unified_diff(normalized(expected).splitlines(), printed.splitlines(),
                                           "shown", "printed", n=1, lineterm="")
-        self.report(page, line, "\n".join(["another output:", *difference]))
+        self.report(page, line, "\n".join(["different output:", *difference]))
 
     def code_problems(self, code):
         """Yields a problem for each missing name in inline code, if that is a command or a path."""
@@ -341,17 +341,17 @@ class Checker:
         elif program.startswith("build/"):
             target = re.compile(rf"\b{re.escape(Path(program).name)}\b")
             if not any(target.search(path.read_text()) for path in copy.rglob("CMakeLists.txt")):
-                yield f"{program}: no target has that name"
+                yield f"{program}: no such target"
         elif "/" in program:
             if not file.is_file() or not os.access(file, os.X_OK):
-                yield f"{program} is no program of the project"
+                yield f"{program} is not a program of the project"
                 return
             script = file.read_text()
             for argument in [] if '"$@"' in script else arguments:
                 name = argument.partition("=")[0]
                 is_known = re.search(rf"(?<![\w-]){re.escape(name)}(?![\w-])", script)
                 if re.match(r"-|[a-z]+$", name) and not is_known and not (copy / name).exists():
-                    yield f"{program} does not know {name}"
+                    yield f"{program} does not accept {name}"
         elif not shutil.which(program):
             yield f"{program} is not installed"
         for argument in arguments:
@@ -388,7 +388,7 @@ def cmake_problems(program, arguments, copy):
         if argument == "--preset" and value not in names:
             yield f"there is no {kind} preset {value}"
         if argument in ("--target", "-t") and not re.search(rf"\b{re.escape(value)}\b", lists):
-            yield f"no target has the name {value}"
+            yield f"there is no target {value}"
         variable = re.match(r"-D(\w+)", argument)
         if variable and not re.match(r"CMAKE_|BUILD_TESTING$", variable[1]) and \
                 not re.search(rf"\b{variable[1]}\b", lists):

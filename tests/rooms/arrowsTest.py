@@ -60,7 +60,7 @@ OTHERS = {
     "QtWidgets/": ["monitor/outputs", "monitor/displays/window", "monitor/app"],
     "QtSerialBus/": ["monitor/sources/bus"],
 }
-LONGEST_ROOM = 2500  # lines; a larger room should be divided
+LONGEST_ROOM = 2500  # lines; a larger room should be split
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.MULTILINE)
 
@@ -135,7 +135,7 @@ def problems(tree, arrows):
         if room not in lines_of:
             yield f"{room}: missing or empty room"
         elif lines_of[room] > LONGEST_ROOM:
-            yield f"{room}: has {lines_of[room]} lines; divide it (maximum {LONGEST_ROOM})"
+            yield f"{room}: has {lines_of[room]} lines; split it (maximum: {LONGEST_ROOM})"
 
 
 def self_test():

@@ -370,7 +370,7 @@ class Verdicts(unittest.TestCase):
         self.assertIn(" 1 survivors have a reason", self.summary)
 
     def test_reasons_need_a_survivor(self):
-        self.assertEqual(self.verdict(["unit: a"], ["0"]), ["noticed in spite of its reason: 0"])
+        self.assertEqual(self.verdict(["unit: a"], ["0"]), ["noticed despite its reason: 0"])
 
     def test_reasons_need_a_mutant(self):
         mutants = [Mutant("count.cpp", 7, 0, 0, "", "0")]

@@ -120,7 +120,7 @@ class Release(unittest.TestCase):
 
     def test_an_existing_tag_is_refused(self):
         self.git("tag", "v1.1.0")
-        self.assert_refused("The tag v1.1.0 exists.", "1.1.0")
+        self.assert_refused("The tag v1.1.0 already exists.", "1.1.0")
 
     def test_nothing_is_tagged_if_the_checks_fail(self):
         self.write("test", "#!/bin/sh\nexit 1\n")

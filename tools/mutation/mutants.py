@@ -137,7 +137,7 @@ def expression_at(code, begin):
         if depth == 0 and code[place] in ";)]}":
             return code[begin:place]
         depth += (code[place] in "([{") - (code[place] in ")]}")
-    raise ValueError(f"no end of: {code[begin:begin + 80]}")
+    raise ValueError(f"unterminated expression: {code[begin:begin + 80]}")
 
 
 def outside_brackets(code):

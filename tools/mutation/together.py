@@ -34,7 +34,7 @@ def matching_brace(code, begin):
         depth += {"{": 1, "}": -1}.get(code[place], 0)
         if depth == 0:
             return place
-    raise ValueError("a brace is not closed")
+    raise ValueError("unclosed brace")
 
 
 def functions(code):

@@ -283,7 +283,7 @@ class TogetherTree(Tree):
         while run(["ninja", "-k0", f"-j{self.jobs}", *self.targets(stage)], build) != 0:
             wrong = self.not_compiled(self.log(build)) - self.left
             if not wrong:
-                raise RuntimeError(f"The mutants could not be built, see {build / 'log'}")
+                raise RuntimeError(f"The mutants could not be built; see {build / 'log'}")
             self.left |= wrong
             self.write_mutants()
 

@@ -23,7 +23,7 @@ def problems(part, outcomes, reasons, whole):
     killed = {mutant.description for mutant, noticed in built if noticed}
     yield from (f"survived without a reason: line {mutant.line} of {mutant.description}"
                 for mutant, noticed in built if not noticed and mutant.description not in reasons)
-    yield from (f"noticed in spite of its reason: {name}" for name in sorted(reasons & killed))
+    yield from (f"noticed despite its reason: {name}" for name in sorted(reasons & killed))
     if whole and 100 * len(killed) < part.enough * len(built):
         yield f"{part.name}: tests must notice {part.enough} % of the mutants that compile"
 
