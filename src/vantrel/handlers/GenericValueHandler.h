@@ -33,8 +33,7 @@ class GenericValueHandler
 
 public:
     /// Sets value.scaledValue to value.rawValue x \a factor + \a offset. Leaves a record with
-    /// isInvalid set unchanged. A raw value that cannot be converted to N is scaled as if it were
-    /// 0.
+    /// isInvalid set unchanged. A raw value that cannot be converted to N counts as 0.
     ///
     /// Integer types: the product is truncated toward zero to N before the offset is added, and the
     /// sum is truncated to N again. A product or sum outside the range of N is not clamped: it

@@ -20,15 +20,15 @@ Stored storedIn(const QVariant& field)
 /// Returns the number in \a field as an N. An N, and the usual types of raw and scaled values, are
 /// converted without Qt if the result is the same. (Qt converts from one integer type to another
 /// modulo 2^bits, and from any number directly to a floating-point type.) Calls \a byQt for
-/// everything else, such as a double to be rounded to an integer, and if \a nullIsNothing also for
-/// a null variant.
-template <typename N, bool nullIsNothing, typename ByQt>
+/// everything else, such as a double to be rounded to an integer, and if \a nullByQt also for a
+/// null variant.
+template <typename N, bool nullByQt, typename ByQt>
 N readDirectly(const QVariant& field, ByQt byQt)
 {
     const QVariant::DataPtr& d = field.data_ptr();
     if (d.type == QMetaTypeId2<N>::MetaType)
         return storedIn<N>(field);
-    if (nullIsNothing && d.is_null)
+    if (nullByQt && d.is_null)
         return byQt();
     switch (d.type) {
     case QMetaType::Int:

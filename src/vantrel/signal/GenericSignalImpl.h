@@ -195,8 +195,8 @@ public:
     /// nothing and does not change the signal.
     void scaleAndAppendValue(T& record, double factor, double offset);
 
-    /// Returns the average of the values fed in as of the last pass of the worker; 0 before the
-    /// first pass. Takes no lock. Meant for frequent polling.
+    /// Returns the cached average: that of the values fed in up to the last pass of the worker; 0
+    /// before the first pass. Takes no lock. Meant for frequent polling.
     double getAverage() const;
 
     /// Returns the cached population standard deviation, otherwise like getAverage().
