@@ -58,9 +58,9 @@ public:
     /// quarter of the range each, are at most 1e-12 wide, every value within the limits rates 100.
     ///
     /// If one limit is infinite, every finite value rates 0, because the margins are infinite: pass
-    /// two finite limits. NaN rates 100, and so does a value that neither limit excludes if a limit
-    /// is NaN, if both limits are infinite, or if both the margin and the distance of the value
-    /// from the limit are infinite.
+    /// two finite limits. NaN rates 100. A value that is outside neither limit also rates 100 if a
+    /// limit is NaN, if both limits are infinite, or if its distance from the limit and the margin
+    /// are both infinite.
     static int getRating(GenericValue& value, double lowerLimit, double upperLimit, double average);
 
     /// Returns the arithmetic mean of the scaled values, in their unit; 0 for an empty series.

@@ -26,7 +26,7 @@
 ///
 /// Available for T = CANopenObjectValue and T = J1939Value, which behave alike. Series and running
 /// statistics are separate: setNewValue() with factor and offset stores a record and feeds its
-/// scaled value to the running statistics; all other operations affect the series only.
+/// scaled value to the running statistics; no other operation feeds them.
 ///
 /// The data type, an index of CiA 301, selects the element type in which raw values are scaled,
 /// rated and fed to the running statistics:
@@ -119,16 +119,17 @@ public:
     int getValueCount() const;
 
     /// Returns a snapshot of the stored records, oldest first; empty for an empty series. Later
-    /// changes of the series do not change it, with the exception below.
+    /// changes to the series do not affect it, with the exception below.
     ///
-    /// Takes constant time. However, while a snapshot exists, the next change of the series (except
-    /// by clearValues()) copies all records, at about 5 to 30 ns each, and readers of the stored
-    /// records wait meanwhile: do not take a snapshot for every value of a long series.
+    /// Takes constant time. However, while a snapshot exists, the next change to the series (other
+    /// than clearValues()) copies all records, at about 5 to 30 ns each, and readers of the stored
+    /// records have to wait until the copy is complete: do not take a snapshot for every value of a
+    /// long series.
     ///
     /// May be called at any time. While setNewValue() with factor and offset runs, the newest
-    /// record of the snapshot may not be scaled yet. Its scaled value must not be read before
-    /// setNewValue() has returned, and may never be set in the snapshot. While appendValues() or
-    /// updateScaledValues() runs, the same applies to all records.
+    /// record of the snapshot might not be scaled yet. Do not read its scaled value until
+    /// setNewValue() has returned; even then, it might never be set in the snapshot. While
+    /// appendValues() or updateScaledValues() runs, the same applies to all records.
     QVector<T> getValues() const;
 
     /// Copies the record at \a index, counted from 0 for the oldest, into \a value and returns
@@ -151,9 +152,9 @@ public:
     /// flags. Returns false, and changes nothing, if the handling rejects it. The running
     /// statistics are not fed.
     ///
-    /// Takes amortised constant time. When the memory of a series is full, all of its records are
+    /// Takes amortised constant time. When a series outgrows its memory, all of its records are
     /// moved, which takes 0.1 to 3 s for tens of millions of them; readers of the stored records
-    /// wait meanwhile.
+    /// have to wait until the move is complete.
     ///
     /// Must not run concurrently with another modifying operation. Every operation that reads
     /// stored records under the lock may run concurrently, because this operation does not change
@@ -203,8 +204,8 @@ public:
     double getDeviation() const;
 
     /// Returns the greatest value fed in, as the nearest double; 0 before the first one. This
-    /// function and the following three cover the values fed in since the last clearValues() and
-    /// the last setDatatype() with an element type. They take no lock and run in constant time.
+    /// function and the following three cover the values fed in since the running statistics were
+    /// last reset by clearValues() or setDatatype(). They take no lock and run in constant time.
     double getMax() const;
 
     /// Returns the smallest value fed in, as the nearest double; 0 before the first one.
@@ -240,8 +241,8 @@ public:
     /// of the values fed in, up to date; maximum and minimum are variants of double. If the signal
     /// has no calculator, only \a valueCount is written before the exception is thrown.
     ///
-    /// Under handling 2, must not run concurrently with any operation that changes the series, like
-    /// calcMedian().
+    /// Under handling 2, reads the series without a lock, as calcMedian() does: must not run
+    /// concurrently with any operation that changes it.
     void getValueStatistics(double& averageValue, QVariant& maxValue, QVariant& minValue,
                             double& medianValue, double& deviationValue,
                             unsigned int& valueCount) const;
@@ -291,8 +292,8 @@ public:
     void setUpdatingEnabled(bool enabled);
 
 private:
-    /// A calculator that cannot be moved, even if that of the statistics library can. Therefore the
-    /// variant destroys the old one before it constructs the next, and is valueless if that throws.
+    /// A calculator that cannot be moved, even if StatisticCalculator can. The variant therefore
+    /// destroys the old one before it constructs the next, and is valueless if that throws.
     template <typename N>
     struct Calculator {
         explicit Calculator(std::optional<int> logCapacity) : calculator(logCapacity) {}

@@ -58,9 +58,9 @@ public:
     ///
     /// Integer types: the double nearest to the exact mean, for up to 2^48 values. Floating-point
     /// types: within one unit in the last place of that double. Their sum is exact as long as its
-    /// bits fit into 18 doubles of any exponents; bits below 2^-946 are lost if a value is 2^900 or
-    /// more. So digits are lost only if the values span more than about 900 bits and cancel each
-    /// other down to the lowest of these bits.
+    /// bits fit into 18 doubles, whatever their exponents; bits below 2^-946 are lost if a value is
+    /// 2^900 or more. So digits are lost only if the values span more than about 900 bits and
+    /// cancel each other down to the lowest of these bits.
     double getAverage() const;
 
     /// Returns the population standard deviation, the square root of the mean squared distance from
