@@ -29,7 +29,7 @@ struct DisplayKind {
 /// live" if the printed output is a table.
 const QVector<DisplayKind>& displayKinds();
 
-/// The display of that name; null if there is none.
+/// Returns the display of that name, or null if the name is unknown.
 const DisplayKind* findDisplay(const QString& name);
 
 } // namespace monitor

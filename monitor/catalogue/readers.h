@@ -18,7 +18,7 @@ struct DescriptionReader {
 /// The table of formats. A new format needs a row here.
 const QVector<DescriptionReader>& descriptionReaders();
 
-/// The format of that \a name; null if there is none.
+/// Returns the format of that \a name, or null if the name is unknown.
 const DescriptionReader* findDescriptionReader(const QString& name);
 
 /// The CANopen node id in \a text: 1 to 127, decimal or hexadecimal after 0x.

@@ -28,7 +28,7 @@ SumsOf<N> sumsOf(const QList<N>& values)
     return sums;
 }
 
-/// Returns the greatest finite value in the order of \a isLess, or 0 if there is none.
+/// Returns the greatest finite value in the order of \a isLess, or 0 if no value is finite.
 template <typename N, typename Compare>
 N extremeOf(const QList<N>& values, Compare isLess)
 {

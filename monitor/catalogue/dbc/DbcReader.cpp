@@ -10,7 +10,6 @@
 #include <QtCore/QPair>
 #include <QtCore/QSet>
 
-#include <algorithm>
 #include <cmath>
 #include <functional>
 
@@ -112,7 +111,8 @@ private:
     Problems& problems;
     qint64 sectionLine = 0; // of the section that is being read
     QVector<DbcMessage> dbcMessages;
-    QHash<quint32, int> indices; // of messages by number
+    QHash<quint32, int> indices;                       // of messages by number
+    QHash<QPair<quint32, QString>, int> signalIndices; // by number of the message and name
     Holder holder = Holder::Nobody;
     quint32 lastNumber = 0; // of the last message, even if ignored
     DbcAttributes attributes;
@@ -254,7 +254,10 @@ void DbcParser::addSignal()
     if (holder == Holder::Nobody)
         return problems.add(signal.line, QStringLiteral("signal (SG_) without a message"));
     if (holder == Holder::LastMessage && error.isEmpty()) {
-        dbcMessages.last().dbcSignals.append(signal);
+        QVector<DbcSignal>& dbcSignals = dbcMessages.last().dbcSignals;
+        if (find(lastNumber, signal.name) == nullptr)
+            signalIndices.insert({lastNumber, signal.name}, dbcSignals.size());
+        dbcSignals.append(signal);
         return;
     }
     refusedSignals.insert({lastNumber, signal.name});
@@ -368,13 +371,9 @@ QString DbcParser::checkSignal(const DbcSignal& signal)
 /// The signal with that name in the message with that number, or null.
 DbcSignal* DbcParser::find(quint32 number, const QString& name)
 {
-    const auto index = indices.constFind(number);
-    if (index == indices.cend())
-        return nullptr;
-    QVector<DbcSignal>& dbcSignals = dbcMessages[*index].dbcSignals;
-    const auto found = std::find_if(dbcSignals.begin(), dbcSignals.end(),
-                                    [&name](const auto& signal) { return signal.name == name; });
-    return found == dbcSignals.end() ? nullptr : &*found;
+    const auto index = signalIndices.constFind({number, name});
+    return index == signalIndices.cend() ? nullptr
+                                         : &dbcMessages[indices.value(number)].dbcSignals[*index];
 }
 
 /// Reads "SIG_VALTYPE_ 2364540158 EngineSpeed : 1;".

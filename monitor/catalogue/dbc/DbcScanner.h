@@ -28,7 +28,7 @@ public:
     /// The line of the next character, counted from 1.
     qint64 line();
 
-    /// Letters, digits and underscores: a name or keyword. Empty if there are none.
+    /// Letters, digits and underscores: a name or keyword. Empty if something else comes next.
     QString takeWord();
 
     /// The same, but empty if the next word is a keyword.
@@ -37,11 +37,11 @@ public:
     /// The next word, without taking it.
     QString peekWord();
 
-    /// Digits; empty if there are none.
+    /// Digits; empty if something else comes next.
     QString takeDigits();
 
-    /// Characters that can occur in a number with sign, fraction and exponent; empty if there are
-    /// none. The caller must check that they form a number.
+    /// Characters that can occur in a number with sign, fraction and exponent; empty if something
+    /// else comes next. The caller must check that they form a number.
     QString takeNumber();
 
     /// Takes \a symbol if it is next. Returns whether it was.

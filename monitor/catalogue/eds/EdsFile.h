@@ -31,7 +31,7 @@ public:
     /// Reads the line of that \a number, counted from 1.
     void readLine(qint64 number, const QByteArray& line, Problems& problems);
 
-    /// The entry \a key in \a section, both in lower case; empty if there is none.
+    /// The entry \a key in \a section, both in lower case; empty if it does not exist.
     EdsEntry entry(const QString& section, const QString& key) const;
 
     bool hasSection(const QString& section) const { return sections.contains(section); }

@@ -82,7 +82,7 @@ public:
     {
     }
 
-    /// The PDO of that \a number, counted from 0; without signals if there is none.
+    /// The PDO of that \a number, counted from 0; without signals if it does not exist.
     MessageDescription read(quint32 number)
     {
         MessageDescription message;

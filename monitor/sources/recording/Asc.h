@@ -32,7 +32,7 @@ private:
 };
 
 /// The position of the first line typical of this format in \a start, the first bytes of a
-/// recording; -1 if there is none.
+/// recording; -1 if no line is.
 qint64 findAsc(const QByteArray& start);
 
 } // namespace monitor

@@ -40,7 +40,7 @@ private:
 };
 
 /// The position of the first line of this format in \a start, the first bytes of a recording; -1 if
-/// there is none.
+/// no line is of this format.
 qint64 findCandump(const QByteArray& start);
 
 } // namespace monitor

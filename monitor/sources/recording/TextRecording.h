@@ -53,7 +53,7 @@ private:
 };
 
 /// The position of the first line that \a isTypical accepts in \a start, the first bytes of a
-/// recording; -1 if there is none. The lines are passed without their line breaks.
+/// recording; -1 if it accepts no line. The lines are passed without their line breaks.
 qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line));
 
 } // namespace monitor

@@ -13,7 +13,7 @@ namespace monitor
 struct RecordingFormat {
     QString name; ///< as shown to users
     /// The position of the first bytes typical of this format in \a start, the first bytes of a
-    /// recording; -1 if there are none.
+    /// recording; -1 if no bytes are typical.
     qint64 (*find)(const QByteArray& start);
     /// The frames of the recording in \a device, which must be open for reading at its beginning.
     /// Messages use \a name.

@@ -183,6 +183,10 @@ TEST(DbcReader, SignalsWithTheSameNameInAMessageAreAWarning)
     EXPECT_EQ(namesIn(dbc), (QStringList{"EngineSpeed", "EngineSpeed"}));
     EXPECT_EQ(dbc.warnings, QString("x.dbc:3: signal \"EngineSpeed\" has the same name as another "
                                     "signal of its message\n"));
+    const Dbc named = readDbcSignal(signalLine + "\n" + signalLine +
+                                    "\nBA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;");
+    EXPECT_EQ(named.messages.at(0).signalDescriptions.at(0).spn, 190U);
+    EXPECT_EQ(named.messages.at(0).signalDescriptions.at(1).spn, std::nullopt);
 }
 
 TEST(DbcReader, FileWithoutMessagesIsAnError)
