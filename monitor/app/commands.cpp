@@ -15,6 +15,14 @@ namespace monitor
 namespace
 {
 
+void printRemarks(const FrameSource& source, QTextStream& diagnostics)
+{
+    for (const QString& note : source.notes())
+        diagnostics << note << '\n';
+    for (const Problems& problems : source.problems())
+        print(problems, diagnostics);
+}
+
 /// Records the signals of a recording in \a session. Returns an error message, or an empty string
 /// on success.
 [[nodiscard]] QString readRecording(const QString& fileName, QTextStream& diagnostics,
@@ -31,7 +39,7 @@ namespace
             progress.update(read.done, read.total);
         });
     }
-    print(source.problems(), diagnostics);
+    printRemarks(source, diagnostics);
     return source.error();
 }
 
@@ -72,7 +80,7 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
     BusSender sender(connection.device(), source, options.speed);
     const QString busError = sender.send();
     connection.disconnect();
-    print(source.problems(), diagnostics);
+    printRemarks(source, diagnostics);
     printCounts(sender, source.counts(), output);
     if (!busError.isEmpty())
         diagnostics << options.bus.name() << ": " << busError << '\n';

@@ -14,13 +14,16 @@ constexpr quint8 longestClassicFrame = 8;
 
 /// One classic or FD frame, as seen on the bus.
 struct Frame {
-    /// When the frame was seen, if known. The epoch depends on the recorder, and a later frame may
-    /// have an earlier time.
-    std::optional<qint64> microseconds;
+    /// When the frame was seen, if known: since 1970-01-01 UTC if the recorder knows the date, else
+    /// since an unknown moment. A later frame may have an earlier time.
+    std::optional<qint64> nanoseconds;
     quint32 id = 0;
-    bool extended = false; ///< true: the id has 29 bits, false: 11
-    bool remote = false;   ///< true: a remote frame, which requests data and has none itself
-    quint8 length = 0;     ///< the number of valid bytes in \a data, up to 8 in a classic frame
+    bool extended = false;      ///< true: the id has 29 bits, false: 11
+    bool remote = false;        ///< true: a remote frame, which requests data and has none itself
+    bool fd = false;            ///< true: a CAN FD frame
+    bool bitRateSwitch = false; ///< of an FD frame: true: its data has a higher bit rate
+    quint16 bus = 0;            ///< index in FrameSource::buses()
+    quint8 length = 0;          ///< number of valid bytes in \a data, up to 8 in a classic frame
     std::array<quint8, 64> data{};
 };
 
@@ -29,15 +32,17 @@ struct Payload {
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     const quint8* data = nullptr;
-    int length = 0;                     ///< in bytes
-    std::optional<qint64> microseconds; ///< when the last frame was seen
-    bool transported = false;           ///< true: reassembled by the J1939 transport protocol
+    int length = 0;                    ///< in bytes
+    std::optional<qint64> nanoseconds; ///< when the last frame was seen
+    bool transported = false;          ///< true: reassembled by the J1939 transport protocol
+    quint16 bus = 0;                   ///< index in FrameSource::buses()
 };
 
 /// The data of \a frame, which must outlive the result.
 inline Payload payloadOf(const Frame& frame)
 {
-    return {frame.id, frame.extended, frame.data.data(), frame.length, frame.microseconds, false};
+    return {frame.id,          frame.extended, frame.data.data(), frame.length,
+            frame.nanoseconds, false,          frame.bus};
 }
 
 /// Whether a 29-bit id has a destination address: its PDU format is below 240 (PDU1).

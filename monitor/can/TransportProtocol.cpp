@@ -186,7 +186,8 @@ TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::itera
     message.payload.extended = true;
     message.payload.data = reinterpret_cast<const quint8*>(finished.constData());
     message.payload.length = session->size;
-    message.payload.microseconds = frame.microseconds;
+    message.payload.nanoseconds = frame.nanoseconds;
+    message.payload.bus = frame.bus;
     message.payload.transported = true;
     sessions.erase(session);
     return message;

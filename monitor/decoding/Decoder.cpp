@@ -129,7 +129,7 @@ void Decoder::decodeMessage(const Payload& payload, int message)
         found.message = message;
         found.signal = i;
         found.bits = extractBits(payload.data, signal.layout);
-        found.microseconds = payload.microseconds;
+        found.nanoseconds = payload.nanoseconds;
         if (known.protocol == Protocol::J1939) {
             found.source = sourceAddressOf(payload.id);
             if (signal.rules.reservesRawValues)

@@ -18,9 +18,15 @@ struct DecodedSignal {
     int signal = 0;               ///< index of the signal in the message
     std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
-    quint64 bits = 0;                   ///< the raw value, with its sign as an ordinary bit
-    std::optional<qint64> microseconds; ///< when it was seen
+    quint64 bits = 0;                  ///< the raw value, with its sign as an ordinary bit
+    std::optional<qint64> nanoseconds; ///< when it was seen
 };
+
+/// When \a decoded was seen, in whole microseconds, the resolution of recorded values.
+inline std::optional<qint64> microsecondsOf(const DecodedSignal& decoded)
+{
+    return decoded.nanoseconds ? std::optional<qint64>(*decoded.nanoseconds / 1000) : std::nullopt;
+}
 
 /// A PGN with several messages, none of which has the source address of a received frame, its
 /// destination address or the null address. The frame was decoded as the first of these messages.

@@ -41,10 +41,11 @@ void MonitoredSignal::record(const DecodedSignal& decoded)
     case Availability::Measured:
         break;
     }
-    if (decoded.microseconds)
-        valueRhythm.add(*decoded.microseconds);
+    const std::optional<qint64> microseconds = microsecondsOf(decoded);
+    if (microseconds)
+        valueRhythm.add(*microseconds);
     newestBits = decoded.bits;
-    const qint64 time = decoded.microseconds.value_or(SignalSeries::noTime);
+    const qint64 time = microseconds.value_or(SignalSeries::noTime);
     std::visit(
         [&](auto& values) {
             typename std::decay_t<decltype(values)>::Record value;

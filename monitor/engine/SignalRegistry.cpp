@@ -28,7 +28,7 @@ quint64 keyOf(const DecodedSignal& decoded)
 void SignalRegistry::record(const DecodedSignal& decoded)
 {
     if (!begin)
-        begin = decoded.microseconds;
+        begin = microsecondsOf(decoded);
     signalOf(decoded).record(decoded);
 }
 

@@ -36,8 +36,15 @@ public:
 
     virtual SourceProgress progress() const { return {}; }
 
-    /// The unreadable parts of a recording.
-    virtual Problems problems() const { return {}; }
+    /// The names of the buses so far, to which Frame::bus refers. The name is empty if the source
+    /// does not tell the bus of a frame.
+    virtual QStringList buses() const { return {QString()}; }
+
+    /// The unreadable parts of each recording.
+    virtual QVector<Problems> problems() const { return {}; }
+
+    /// What had to be assumed about the recording, and other remarks for the user, so far.
+    virtual QStringList notes() const { return {}; }
 
     /// A message about the error that ended reading, naming the source; empty without an error.
     virtual QString error() const = 0;

@@ -6,8 +6,8 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 microsecondsPerSecond = 1000000;
-constexpr qint64 latestSecond = latestTime / microsecondsPerSecond;
+constexpr qint64 nanosecondsPerSecond = 1000000000;
+constexpr qint64 latestSecond = latestTime / nanosecondsPerSecond;
 
 bool readSeconds(LineCursor& cursor, qint64& seconds)
 {
@@ -18,26 +18,26 @@ bool readSeconds(LineCursor& cursor, qint64& seconds)
     return seconds <= latestSecond;
 }
 
-bool readFraction(LineCursor& cursor, qint64& microseconds)
+bool readFraction(LineCursor& cursor, qint64& nanoseconds)
 {
     if (!isDigit(cursor.peek()))
         return false;
-    microseconds = 0;
-    for (qint64 weight = microsecondsPerSecond / 10; isDigit(cursor.peek()); weight /= 10)
-        microseconds += weight * (cursor.take() - '0');
+    nanoseconds = 0;
+    for (qint64 weight = nanosecondsPerSecond / 10; isDigit(cursor.peek()); weight /= 10)
+        nanoseconds += weight * (cursor.take() - '0');
     return true;
 }
 
 } // namespace
 
-bool readTime(LineCursor& cursor, qint64& microseconds)
+bool readTime(LineCursor& cursor, qint64& nanoseconds)
 {
     qint64 seconds = 0;
     qint64 fraction = 0;
     if (!readSeconds(cursor, seconds) || (cursor.take('.') && !readFraction(cursor, fraction)))
         return false;
-    microseconds = seconds * microsecondsPerSecond + fraction;
-    return true;
+    nanoseconds = seconds * nanosecondsPerSecond + fraction;
+    return nanoseconds <= latestTime;
 }
 
 bool readNumber(const Word& word, quint32 base, quint32 last, quint32& number)

@@ -92,13 +92,14 @@ private:
     const char* end;
 };
 
-/// The greatest time that readTime() accepts, in microseconds.
-constexpr qint64 latestTime = 999999999999999999;
+/// The greatest time that readTime() accepts, in nanoseconds. Differences and sums of two
+/// times do not overflow.
+constexpr qint64 latestTime = 4000000000000000000;
 
-/// Reads a time in seconds, such as "1635188455.02085", into \a microseconds. The fraction may have
-/// any number of digits; those after the sixth are ignored. Returns false if there is no number or
+/// Reads a time in seconds, such as "1635188455.02085", into \a nanoseconds. The fraction may have
+/// any number of digits; those after the ninth are ignored. Returns false if there is no number or
 /// the time is later than latestTime.
-[[nodiscard]] bool readTime(LineCursor& cursor, qint64& microseconds);
+[[nodiscard]] bool readTime(LineCursor& cursor, qint64& nanoseconds);
 
 /// Reads \a word as a number of \a base 10 or 16 without a sign. Returns false if it is not a
 /// number or is greater than \a last.

@@ -18,6 +18,14 @@ QString textOf(const QByteArray& line)
                : QString::fromLatin1(line.constData(), line.size()); // zero bytes included
 }
 
+QString deviceError(const QIODevice& device, const QString& name)
+{
+    const auto* const file = qobject_cast<const QFileDevice*>(&device);
+    if (file == nullptr || file->error() == QFileDevice::NoError)
+        return QString();
+    return QStringLiteral("%1: cannot be read: %2").arg(name, file->errorString());
+}
+
 LineReader::LineReader(const QString& file) : LineReader(std::make_unique<QFile>(file), file)
 {
     input->open(QIODevice::ReadOnly);
@@ -45,10 +53,7 @@ bool LineReader::readLine(QByteArray& line)
 
 QString LineReader::error() const
 {
-    const auto* const file = qobject_cast<const QFileDevice*>(input.get());
-    if (file == nullptr || file->error() == QFileDevice::NoError)
-        return QString();
-    return QStringLiteral("%1: cannot be read: %2").arg(fileName, file->errorString());
+    return deviceError(*input, fileName);
 }
 
 void LineReader::skipRestOfLine()

@@ -13,6 +13,10 @@ namespace monitor
 /// that is not valid UTF-8 is read as Latin-1.
 QString textOf(const QByteArray& line);
 
+/// The error of the file \a device, with its \a name; empty without an error, and for a device
+/// that is not a file.
+QString deviceError(const QIODevice& device, const QString& name);
+
 /// Reads text line by line. Memory stays bounded even if the text has no line breaks.
 class LineReader
 {

@@ -5,23 +5,25 @@
 namespace monitor
 {
 
-Problems::Problems(QString file, QString summary)
-    : fileName(std::move(file)), summaryText(std::move(summary))
+Problems::Problems(QString file, QString summary, ProblemPosition kind)
+    : fileName(std::move(file)), summaryText(std::move(summary)), positionKind(kind)
 {
 }
 
-void Problems::add(qint64 line, const QString& text)
+void Problems::add(qint64 position, const QString& text)
 {
     ++found;
     if (kept.size() < maxKept)
-        kept.append({line, text});
+        kept.append({position, text});
 }
 
 QStringList Problems::lines() const
 {
+    const QString separator =
+        positionKind == ProblemPosition::Line ? QStringLiteral(":") : QStringLiteral(": byte ");
     QStringList lines;
     for (const Problem& problem : kept)
-        lines += fileName + ':' + QString::number(problem.line) + ": " + problem.text;
+        lines += fileName + separator + QString::number(problem.position) + ": " + problem.text;
     return lines;
 }
 

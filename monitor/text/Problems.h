@@ -9,9 +9,12 @@ namespace monitor
 
 /// Part of a file that could not be used.
 struct Problem {
-    qint64 line = 0; ///< counted from 1
+    qint64 position = 0; ///< a line, counted from 1, or a byte, counted from 0
     QString text;
 };
+
+/// How problems in a file are located.
+enum class ProblemPosition { Line, Byte };
 
 /// The problems found in one file. All are counted, but only the first few are kept, since a file
 /// of the wrong kind can have thousands. This class is reentrant.
@@ -23,13 +26,14 @@ public:
     Problems() = default;
 
     /// In total(), \a summary follows the number of problems, as in "3 unreadable line(s)".
-    explicit Problems(QString file, QString summary = QString());
+    explicit Problems(QString file, QString summary = QString(),
+                      ProblemPosition kind = ProblemPosition::Line);
 
-    void add(qint64 line, const QString& text);
+    void add(qint64 position, const QString& text);
 
     qint64 count() const { return found; }
 
-    /// "file:line: text" for each problem that was kept.
+    /// "file:line: text" or "file: byte position: text" for each problem that was kept.
     QStringList lines() const;
 
     /// "file: number summary"; empty if there are no problems.
@@ -38,6 +42,7 @@ public:
 private:
     QString fileName;
     QString summaryText;
+    ProblemPosition positionKind = ProblemPosition::Line;
     QVector<Problem> kept;
     qint64 found = 0;
 };

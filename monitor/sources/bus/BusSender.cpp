@@ -12,12 +12,12 @@ namespace monitor
 
 double Pacing::dueTimeOf(const Frame& frame)
 {
-    if (!frame.microseconds)
+    if (!frame.nanoseconds)
         return due;
     const qint64 waited =
-        std::max<qint64>(0, *frame.microseconds - previous.value_or(*frame.microseconds));
-    previous = frame.microseconds;
-    due += static_cast<double>(waited) / speed;
+        std::max<qint64>(0, *frame.nanoseconds - previous.value_or(*frame.nanoseconds));
+    previous = frame.nanoseconds;
+    due += static_cast<double>(waited) / 1000 / speed;
     return due;
 }
 

@@ -15,7 +15,7 @@ void FrameQueue::put(const QCanBusFrame& busFrame, qint64 microseconds)
     const bool isFrame =
         type == QCanBusFrame::DataFrame || type == QCanBusFrame::RemoteRequestFrame;
     Frame frame = frameOf(busFrame);
-    frame.microseconds = microseconds;
+    frame.nanoseconds = microseconds * 1000;
     const QMutexLocker locker(&mutex);
     if (!isFrame)
         ++waiting.errors;

@@ -181,11 +181,11 @@ bool AscReader::readEventTime(LineCursor& cursor, Frame& frame)
     qint64 time = 0;
     if (!readTime(cursor, time))
         return false;
-    time += relative ? microseconds : 0;
+    time += relative ? nanoseconds : 0;
     if (time > latestTime)
         return false;
-    microseconds = time;
-    frame.microseconds = time;
+    nanoseconds = time;
+    frame.nanoseconds = time;
     return true;
 }
 

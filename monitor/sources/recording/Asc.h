@@ -28,7 +28,7 @@ private:
 
     quint32 base = 16;
     bool relative = false;
-    qint64 microseconds = 0; // of the previous event
+    qint64 nanoseconds = 0; // of the previous event
 };
 
 /// The position of the first line typical of this format in \a start, the first bytes of a

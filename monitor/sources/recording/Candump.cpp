@@ -32,7 +32,7 @@ bool readPart(LineCursor& cursor, int digits, char separator, int& number)
 /// Reads a date and time such as "2021-10-25 19:00:55.020850", an optional part of the screen
 /// format. The time zone is unknown, so only differences between times are meaningful. If there is
 /// no date, \a cursor does not move.
-bool readDateAndTime(LineCursor& cursor, qint64& microseconds)
+bool readDateAndTime(LineCursor& cursor, qint64& nanoseconds)
 {
     LineCursor ahead = cursor;
     int year = 0;
@@ -42,13 +42,18 @@ bool readDateAndTime(LineCursor& cursor, qint64& microseconds)
     int minute = 0;
     if (!readPart(ahead, 4, '-', year) || !readPart(ahead, 2, '-', month) ||
         !readPart(ahead, 2, ' ', day) || !readPart(ahead, 2, ':', hour) ||
-        !readPart(ahead, 2, ':', minute) || !readTime(ahead, microseconds))
+        !readPart(ahead, 2, ':', minute) || !readTime(ahead, nanoseconds))
         return false;
     const QDate date(year, month, day);
     const QTime time(hour, minute);
-    microseconds += QDateTime(date, time, Qt::UTC).toMSecsSinceEpoch() * 1000;
+    const qint64 minutes = QDateTime(date, time, Qt::UTC).toSecsSinceEpoch() / 60;
+    constexpr qint64 nanosecondsPerMinute = 60000000000;
+    if (!date.isValid() || !time.isValid() || minutes < 0 ||
+        minutes >= latestTime / nanosecondsPerMinute)
+        return false;
+    nanoseconds += minutes * nanosecondsPerMinute;
     cursor = ahead;
-    return date.isValid() && time.isValid();
+    return true;
 }
 
 bool readBracketedTime(LineCursor& cursor, Frame& frame)
@@ -56,7 +61,7 @@ bool readBracketedTime(LineCursor& cursor, Frame& frame)
     qint64 time = 0;
     if (!cursor.take('(') || !(readDateAndTime(cursor, time) || readTime(cursor, time)))
         return false;
-    frame.microseconds = time;
+    frame.nanoseconds = time;
     return cursor.take(')') && cursor.skipBlanks();
 }
 

@@ -28,6 +28,10 @@ public:
 
     /// The number of lost frames that the lines so far report.
     virtual qint64 lost() const { return 0; }
+
+    /// See FrameSource::buses() and FrameSource::notes().
+    virtual QStringList buses() const { return {QString()}; }
+    virtual QStringList notes() const { return {}; }
 };
 
 /// The frames of a text recording.
@@ -41,7 +45,9 @@ public:
     [[nodiscard]] bool next(Frame& frame) override;
     SourceCounts counts() const override;
     SourceProgress progress() const override { return {lines.position(), lines.size()}; }
-    Problems problems() const override { return unreadable; }
+    QStringList buses() const override { return parser->buses(); }
+    QVector<Problems> problems() const override { return {unreadable}; }
+    QStringList notes() const override { return parser->notes(); }
     QString error() const override { return lines.error(); }
 
 private:

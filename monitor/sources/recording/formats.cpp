@@ -25,18 +25,19 @@ std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const Q
 const QVector<RecordingFormat>& recordingFormats()
 {
     static const QVector<RecordingFormat> formats{
-        {QStringLiteral("candump"), findCandump, openText<CandumpReader>},
-        {QStringLiteral("Vector ASC"), findAsc, openText<AscReader>},
+        {QStringLiteral("candump"), RecordingKind::Lines, findCandump, openText<CandumpReader>},
+        {QStringLiteral("Vector ASC"), RecordingKind::Lines, findAsc, openText<AscReader>},
     };
     return formats;
 }
 
-const RecordingFormat* formatOf(const QByteArray& start)
+const RecordingFormat* formatOf(const QByteArray& start, bool isWhole)
 {
+    const QByteArray lines = isWhole ? start : start.left(start.lastIndexOf('\n') + 1);
     const RecordingFormat* best = nullptr;
     qint64 bestPlace = -1;
     for (const RecordingFormat& format : recordingFormats()) {
-        const qint64 place = format.find(start);
+        const qint64 place = format.find(format.kind == RecordingKind::Lines ? lines : start);
         if (place >= 0 && (bestPlace < 0 || place < bestPlace)) {
             best = &format;
             bestPlace = place;
@@ -52,11 +53,9 @@ namespace
 const RecordingFormat& detectFormat(QIODevice& device)
 {
     for (qint64 size = firstExaminedBytes;; size *= 4) {
-        QByteArray start = device.peek(size);
+        const QByteArray start = device.peek(size);
         const bool isWhole = start.size() < size;
-        if (!isWhole) // its last line may be cut off
-            start.truncate(start.lastIndexOf('\n') + 1);
-        if (const RecordingFormat* const format = formatOf(start))
+        if (const RecordingFormat* const format = formatOf(start, isWhole))
             return *format;
         if (isWhole || size >= maxExaminedBytes)
             return recordingFormats().constFirst();

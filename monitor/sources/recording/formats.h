@@ -9,11 +9,15 @@
 namespace monitor
 {
 
+/// What a recording consists of.
+enum class RecordingKind { Lines, Bytes };
+
 /// A format of recordings.
 struct RecordingFormat {
     QString name; ///< as shown to users
+    RecordingKind kind;
     /// The position of the first bytes typical of this format in \a start, the first bytes of a
-    /// recording; -1 if no bytes are typical.
+    /// recording (whole lines, if it consists of lines); -1 if no bytes are typical.
     qint64 (*find)(const QByteArray& start);
     /// The frames of the recording in \a device, which must be open for reading at its beginning.
     /// Messages use \a name.
@@ -24,8 +28,8 @@ struct RecordingFormat {
 const QVector<RecordingFormat>& recordingFormats();
 
 /// The format whose typical bytes come first in \a start, the first bytes of a recording; null if
-/// no format is recognised.
-const RecordingFormat* formatOf(const QByteArray& start);
+/// no format is recognised. The last line of \a start is used only if it \a isWhole.
+const RecordingFormat* formatOf(const QByteArray& start, bool isWhole = true);
 
 /// An opened recording, or the error.
 struct OpenedRecording {

@@ -8,7 +8,7 @@ using monitor::Payload;
 TEST(Frame, IsAnEmptyDataFrameWithStandardId0ByDefault)
 {
     const Frame frame;
-    EXPECT_EQ(frame.microseconds, std::nullopt);
+    EXPECT_EQ(frame.nanoseconds, std::nullopt);
     EXPECT_EQ(frame.id, 0U);
     EXPECT_FALSE(frame.extended);
     EXPECT_FALSE(frame.remote);
@@ -28,7 +28,7 @@ TEST(Payload, IsEmptyByDefault)
     EXPECT_FALSE(payload.extended);
     EXPECT_EQ(payload.data, nullptr);
     EXPECT_EQ(payload.length, 0);
-    EXPECT_EQ(payload.microseconds, std::nullopt);
+    EXPECT_EQ(payload.nanoseconds, std::nullopt);
 }
 
 TEST(Payload, RefersToTheBytesOfItsFrame)
@@ -37,13 +37,13 @@ TEST(Payload, RefersToTheBytesOfItsFrame)
     frame.id = 0x18FEDF00;
     frame.extended = true;
     frame.length = 3;
-    frame.microseconds = 7;
+    frame.nanoseconds = 7;
     const Payload payload = payloadOf(frame);
     EXPECT_EQ(payload.id, 0x18FEDF00U);
     EXPECT_TRUE(payload.extended);
     EXPECT_EQ(payload.data, frame.data.data());
     EXPECT_EQ(payload.length, 3);
-    EXPECT_EQ(payload.microseconds, 7);
+    EXPECT_EQ(payload.nanoseconds, 7);
 }
 
 // The bytes of an id are: priority and pages, PDU format, PDU specific, source address.

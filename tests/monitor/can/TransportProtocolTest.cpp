@@ -274,12 +274,12 @@ TEST(TransportProtocol, MessageHasTheTimeOfItsLastPacket)
     TransportProtocol protocol;
     QVector<Frame> frames{announcement(3, 7, 9), packet(3, 7, 1), packet(3, 7, 2)};
     for (int i = 0; i < frames.size(); ++i)
-        frames[i].microseconds = 100 * (i + 1);
+        frames[i].nanoseconds = 100 * (i + 1);
     protocol.take(frames.at(0));
     protocol.take(frames.at(1));
     const auto message = protocol.take(frames.at(2));
     ASSERT_TRUE(message);
-    EXPECT_EQ(message->payload.microseconds, 300);
+    EXPECT_EQ(message->payload.nanoseconds, 300);
     EXPECT_TRUE(message->payload.extended);
 }
 

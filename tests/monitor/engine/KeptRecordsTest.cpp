@@ -27,7 +27,7 @@ protected:
         for (int i = 0; i < values; ++i) {
             monitor::DecodedSignal decoded;
             decoded.bits = static_cast<quint64>(++fed) * 2;
-            decoded.microseconds = fed * 1000000;
+            decoded.nanoseconds = fed * 1000000000LL;
             registry.record(decoded);
         }
     }

@@ -260,7 +260,7 @@ TEST(SignalRegistry, ClearedRegistryStartsAtTheNextRecord)
     for (const qint64 time : {7, 8}) {
         registry.clear();
         EXPECT_EQ(registry.firstTime(), std::nullopt);
-        decoded.microseconds = time;
+        decoded.nanoseconds = time * 1000 + 999;
         registry.record(decoded);
         EXPECT_EQ(registry.firstTime(), time);
     }

@@ -51,8 +51,8 @@ TEST(BusReceiver, FramesSentBeforeStopAreReceivedWithTheirTimes)
     EXPECT_EQ(received.frames.at(7).id, 7U);
     EXPECT_EQ(received.frames.at(7).data.at(1), 0x22);
     EXPECT_TRUE(received.frames.back().remote);
-    EXPECT_GT(received.frames.front().microseconds, 0);
-    EXPECT_LE(received.frames.back().microseconds, receiver.now());
+    EXPECT_GT(received.frames.front().nanoseconds, 0);
+    EXPECT_LE(received.frames.back().nanoseconds, receiver.now() * 1000);
     EXPECT_EQ(receiver.error(), QString());
 }
 

@@ -16,7 +16,8 @@ namespace
 Frame at(std::optional<qint64> microseconds)
 {
     Frame frame;
-    frame.microseconds = microseconds;
+    if (microseconds)
+        frame.nanoseconds = *microseconds * 1000;
     return frame;
 }
 

@@ -89,8 +89,8 @@ TEST_F(BusSourceTest, NextReturnsFalseUntilAnotherFrameArrives)
         EXPECT_TRUE(waitUntil([&] { return source.next(frame); }));
         EXPECT_EQ(frame.id, describedId);
         EXPECT_EQ(frame.data.at(0), value);
-        ASSERT_TRUE(frame.microseconds);
-        EXPECT_LE(*frame.microseconds, source.now());
+        ASSERT_TRUE(frame.nanoseconds);
+        EXPECT_LE(*frame.nanoseconds / 1000, source.now());
         EXPECT_FALSE(source.next(frame));
     }
 }

@@ -30,7 +30,7 @@ TEST(FrameQueue, FramesAreReturnedOnceAndInOrder)
     ASSERT_EQ(received.frames.size(), 3U);
     for (size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(received.frames.at(i).id, i);
-        EXPECT_EQ(received.frames.at(i).microseconds, 1000 + i);
+        EXPECT_EQ(received.frames.at(i).nanoseconds, (1000 + i) * 1000);
     }
     queue.takeAll(received);
     EXPECT_TRUE(received.frames.empty());

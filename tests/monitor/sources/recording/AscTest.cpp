@@ -41,7 +41,7 @@ const QByteArray fdLine = "   0.018991 CANFD   1 Rx        4EE  Name  1 0 9 12 0
 TEST(AscReader, ReadsAClassicFrame)
 {
     const Frame frame = frameIn(classicLine);
-    EXPECT_EQ(frame.microseconds, 15991);
+    EXPECT_EQ(frame.nanoseconds, 15991000);
     EXPECT_EQ(frame.id, 0x18FEDF00U);
     EXPECT_TRUE(frame.extended);
     EXPECT_FALSE(frame.remote);
@@ -67,9 +67,9 @@ TEST(AscReader, TimesAreAbsoluteWithoutAHeader)
     AscReader reader;
     Frame frame;
     reader.readLine("0.5 1 123 Rx d 0", frame);
-    EXPECT_EQ(frame.microseconds, 500000);
+    EXPECT_EQ(frame.nanoseconds, 500000000);
     reader.readLine("0.75 1 123 Rx d 0", frame);
-    EXPECT_EQ(frame.microseconds, 750000);
+    EXPECT_EQ(frame.nanoseconds, 750000000);
 }
 
 TEST(AscReader, HeaderSetsTheNumberBase)
@@ -117,12 +117,12 @@ TEST(AscReader, RelativeTimesCountFromThePreviousLineOfAnyKind)
     reader.readLine("base hex timestamps relative", frame);
     reader.readLine("1.0 Start of measurement", frame);
     reader.readLine("0.5 1 123 Rx d 0", frame);
-    EXPECT_EQ(frame.microseconds, 1500000);
+    EXPECT_EQ(frame.nanoseconds, 1500000000);
     reader.readLine("0.25 1 123 Rx d 0", frame);
-    EXPECT_EQ(frame.microseconds, 1750000);
+    EXPECT_EQ(frame.nanoseconds, 1750000000);
     reader.readLine("base hex timestamps absolute", frame);
     reader.readLine("0.25 1 123 Rx d 0", frame);
-    EXPECT_EQ(frame.microseconds, 250000);
+    EXPECT_EQ(frame.nanoseconds, 250000000);
 }
 
 TEST(AscReader, OverflowingSumOfRelativeTimesIsUnknown)
@@ -130,11 +130,11 @@ TEST(AscReader, OverflowingSumOfRelativeTimesIsUnknown)
     AscReader reader;
     Frame frame;
     reader.readLine("base hex timestamps relative", frame);
-    EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::Frame);
+    EXPECT_EQ(reader.readLine("3999999999.0 1 123 Rx d 0", frame), LineKind::Frame);
     for (int i = 0; i < 20; ++i)
-        EXPECT_EQ(reader.readLine("999999999999.0 1 123 Rx d 0", frame), LineKind::Unknown);
+        EXPECT_EQ(reader.readLine("3999999999.0 1 123 Rx d 0", frame), LineKind::Unknown);
     EXPECT_EQ(reader.readLine("0.999999 1 123 Rx d 0", frame), LineKind::Frame);
-    EXPECT_EQ(frame.microseconds, 999999999999999999);
+    EXPECT_EQ(frame.nanoseconds, 3999999999999999000);
 }
 
 TEST(AscReader, RemoteFramesHaveNoData)

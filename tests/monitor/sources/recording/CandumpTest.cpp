@@ -37,7 +37,7 @@ LineKind kindOf(const QByteArray& line)
 TEST(CandumpLine, EightDigitsAreA29BitId)
 {
     const Frame frame = frameIn("(1635188455.020850) can1 18F00E00#821639C4FFFFFF0A");
-    EXPECT_EQ(frame.microseconds, 1635188455020850);
+    EXPECT_EQ(frame.nanoseconds, 1635188455020850000);
     EXPECT_EQ(frame.id, 0x18F00E00U);
     EXPECT_TRUE(frame.extended);
     EXPECT_FALSE(frame.remote);
@@ -47,7 +47,7 @@ TEST(CandumpLine, EightDigitsAreA29BitId)
 TEST(CandumpLine, ThreeDigitsAreAn11BitIdEvenWithLeadingZeros)
 {
     const Frame frame = frameIn("(0.000001) vcan0 009#0102");
-    EXPECT_EQ(frame.microseconds, 1);
+    EXPECT_EQ(frame.nanoseconds, 1000);
     EXPECT_EQ(frame.id, 9U);
     EXPECT_FALSE(frame.extended);
     EXPECT_EQ(dataOf(frame), "0102");
@@ -56,33 +56,35 @@ TEST(CandumpLine, ThreeDigitsAreAn11BitIdEvenWithLeadingZeros)
 TEST(CandumpLine, LowerCaseDigitsAndExtraBlanksAreAccepted)
 {
     const Frame frame = frameIn(" \t(1.5)   can0\t0cf004fe#abCd  ");
-    EXPECT_EQ(frame.microseconds, 1500000);
+    EXPECT_EQ(frame.nanoseconds, 1500000000);
     EXPECT_EQ(frame.id, 0x0CF004FEU);
     EXPECT_EQ(dataOf(frame), "abcd");
 }
 
-TEST(CandumpLine, FractionsAreTruncatedToMicroseconds)
+TEST(CandumpLine, FractionsAreTruncatedToNanoseconds)
 {
-    EXPECT_EQ(frameIn("(2.1) c 001#").microseconds, 2100000);
-    EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").microseconds, 2123456);
+    EXPECT_EQ(frameIn("(2.1) c 001#").nanoseconds, 2100000000);
+    EXPECT_EQ(frameIn("(2.123456789012345678901234567890) c 001#").nanoseconds, 2123456789);
 }
 
 TEST(CandumpLine, FractionOfSecondsIsOptional)
 {
-    EXPECT_EQ(frameIn("(2) can0 001#").microseconds, 2000000);
-    EXPECT_EQ(frameIn(" (2)  can0  001   [1]  11").microseconds, 2000000);
-    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55)  can0  123   [2]  11 22").microseconds,
-              1635188455000000);
+    EXPECT_EQ(frameIn("(2) can0 001#").nanoseconds, 2000000000);
+    EXPECT_EQ(frameIn(" (2)  can0  001   [1]  11").nanoseconds, 2000000000);
+    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55)  can0  123   [2]  11 22").nanoseconds,
+              1635188455000000000);
     for (const char* line : {"() can0 001#", "(2.) can0 001#", "(2x) can0 001#", "(2:0) can0 001#",
-                             "(1000000000000) can0 001#"})
+                             "(4000000001) can0 001#", "(1000000000000) can0 001#",
+                             "(9999-10-25 19:00:55)  can0  123   [2]  11 22",
+                             "(1969-12-31 23:59:59)  can0  123   [2]  11 22"})
         EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
 }
 
 // The expected seconds come from `date -u -d "2021-10-25 19:00:55" +%s`.
 TEST(CandumpLine, DateAndTimeAreAccepted)
 {
-    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55.020850)  can0  123   [2]  11 22").microseconds,
-              1635188455020850);
+    EXPECT_EQ(frameIn(" (2021-10-25 19:00:55.020850)  can0  123   [2]  11 22").nanoseconds,
+              1635188455020850000);
     for (const char* line :
          {"(2021-13-25 19:00:55.020850)  can0  123   [2]  11 22",
           "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
@@ -94,9 +96,9 @@ TEST(CandumpLine, DateAndTimeAreAccepted)
 
 TEST(CandumpLine, MissingTimeDiffersFromTime0)
 {
-    EXPECT_EQ(frameIn("  can0  123   [2]  11 22").microseconds, std::nullopt);
-    EXPECT_EQ(frameIn(" (000.000000)  can0  123   [2]  11 22").microseconds, 0);
-    EXPECT_EQ(frameIn("(0.0) can0 123#").microseconds, 0);
+    EXPECT_EQ(frameIn("  can0  123   [2]  11 22").nanoseconds, std::nullopt);
+    EXPECT_EQ(frameIn(" (000.000000)  can0  123   [2]  11 22").nanoseconds, 0);
+    EXPECT_EQ(frameIn("(0.0) can0 123#").nanoseconds, 0);
 }
 
 TEST(CandumpLine, DataCanBeEmpty)
@@ -140,7 +142,7 @@ TEST(CandumpLine, LengthCodeAndDirectionAfterTheDataAreAccepted)
 TEST(CandumpLine, ScreenFormatIsReadWithAndWithoutTime)
 {
     const Frame frame = frameIn(" (000.005001)  can0  18FEDF00   [8]  8A A0 00 01 02 03 04 fF");
-    EXPECT_EQ(frame.microseconds, 5001);
+    EXPECT_EQ(frame.nanoseconds, 5001000);
     EXPECT_EQ(frame.id, 0x18FEDF00U);
     EXPECT_TRUE(frame.extended);
     EXPECT_EQ(dataOf(frame), "8aa00001020304ff");
@@ -285,7 +287,7 @@ TEST(CandumpLine, OtherLinesLeaveTheFrameUnchanged)
     EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::Unknown);
     EXPECT_EQ(readCandumpLine("# comment", frame), LineKind::Nothing);
     EXPECT_EQ(frame.id, 0x123U);
-    EXPECT_EQ(frame.microseconds, 1000000);
+    EXPECT_EQ(frame.nanoseconds, 1000000000);
 }
 
 TEST(CandumpLine, TruncatedLineIsAFrameOnlyIfItEndsWithAWholeByte)

@@ -43,7 +43,8 @@ Read read(const QByteArray& content)
     EXPECT_EQ(source->progress().done, content.size());
     EXPECT_EQ(source->progress().total, content.size());
     read.counts = source->counts();
-    read.problems = source->problems().lines();
+    for (const monitor::Problems& problems : source->problems())
+        read.problems += problems.lines();
     return read;
 }
 
