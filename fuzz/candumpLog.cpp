@@ -3,15 +3,25 @@
 
 #include <sources/recording/Candump.h>
 
+#include <QtCore/QBuffer>
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
+    monitor::CandumpReader reader;
     for (const QByteArray& line : textLines(data, size)) {
         monitor::Frame frame;
-        const monitor::LineKind kind = monitor::readCandumpLine(line, frame);
+        const qint64 lostBefore = reader.lost();
+        const monitor::LineKind kind = reader.readLine(line, frame);
         checkFrame(kind, frame);
-        if ((monitor::lostFrames(line) > 0) != (kind == monitor::LineKind::Lost))
+        if ((reader.lost() > lostBefore) != (kind == monitor::LineKind::Lost))
             std::abort();
     }
+    auto buffer = std::make_unique<QBuffer>();
+    buffer->setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    buffer->open(QIODevice::ReadOnly);
+    const auto source = monitor::openCandump(std::move(buffer), QString());
+    for (monitor::Frame frame; source->next(frame);)
+        checkFrame(monitor::LineKind::Frame, frame);
     return 0;
 }

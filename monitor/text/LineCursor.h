@@ -80,6 +80,15 @@ public:
         return {begin, static_cast<int>(next - begin)};
     }
 
+    /// The same, but not beyond \a last, which is not taken.
+    Word takeWord(char last)
+    {
+        const char* const begin = next;
+        while (!atEnd() && !isBlank(*next) && *next != last)
+            ++next;
+        return {begin, static_cast<int>(next - begin)};
+    }
+
     /// Skips blanks and takes the word that follows.
     Word takeNextWord()
     {

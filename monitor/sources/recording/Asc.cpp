@@ -1,5 +1,7 @@
 #include "Asc.h"
 
+#include <QtCore/QDateTime>
+
 #include <algorithm>
 
 namespace monitor
@@ -13,6 +15,7 @@ struct AscLine {
     LineCursor cursor;
     quint32 base;
     Frame& frame;
+    Word channel = {};
 };
 
 bool isErrorFrame(const Word& word)
@@ -23,6 +26,12 @@ bool isErrorFrame(const Word& word)
 bool isDirection(const Word& word)
 {
     return word == "Rx" || word == "Tx";
+}
+
+bool isChannel(const Word& word)
+{
+    quint32 channel = 0;
+    return word.size <= 3 && readNumber(word, 10, 255, channel);
 }
 
 bool readId(Word word, quint32 base, Frame& frame)
@@ -92,20 +101,36 @@ bool isFlag(const Word& word)
 
 /// Parses a CAN FD line after the id: an optional name, bit rate switch, error state, length code
 /// and length.
-bool readFdLength(LineCursor& cursor, quint32& code, quint32& length)
+bool readFdLength(LineCursor& cursor, Frame& frame, quint32& code, quint32& length)
 {
     Word word = cursor.takeNextWord();
     if (!isFlag(word))
         word = cursor.takeNextWord();
+    frame.bitRateSwitch = word == "1";
     return isFlag(word) && isFlag(cursor.takeNextWord()) &&
            readNumber(cursor.takeNextWord(), 16, 15, code) &&
            readNumber(cursor.takeNextWord(), 10, 64, length);
 }
 
+/// The flags after the data of a CANFD line, its duration and the number of its bits. Such a line
+/// may hold a classic frame.
+void readFdFlags(LineCursor& cursor, Frame& frame)
+{
+    constexpr quint32 isFd = 0x1000;
+    cursor.takeNextWord();
+    cursor.takeNextWord();
+    quint32 flags = 0;
+    if (frame.length <= longestClassicFrame &&
+        readNumber(cursor.takeNextWord(), 16, 0xFFFFFFFF, flags))
+        frame.fd = (flags & isFd) != 0;
+}
+
 /// Parses a line after the word CANFD.
 LineKind readFd(AscLine& line)
 {
-    line.cursor.takeNextWord(); // channel
+    const Word channel = line.cursor.takeNextWord();
+    if (isChannel(channel))
+        line.channel = channel;
     const Word direction = line.cursor.takeNextWord();
     const Word id = line.cursor.takeNextWord();
     if (isErrorFrame(direction) || (isDirection(direction) && isErrorFrame(id)))
@@ -115,9 +140,12 @@ LineKind readFd(AscLine& line)
     quint32 code = 0;
     quint32 length = 0;
     if (!isDirection(direction) || !readId(id, line.base, line.frame) ||
-        !readFdLength(line.cursor, code, length) || !readBytes(line, length))
+        !readFdLength(line.cursor, line.frame, code, length) || !readBytes(line, length))
         return LineKind::Unknown;
     line.frame.remote = code != 0 && length == 0;
+    line.frame.fd = !line.frame.remote;
+    readFdFlags(line.cursor, line.frame);
+    line.frame.bitRateSwitch = line.frame.bitRateSwitch && line.frame.fd;
     return LineKind::Frame;
 }
 
@@ -127,9 +155,10 @@ LineKind readEvent(AscLine& line)
     const Word first = line.cursor.takeNextWord();
     if (first == "CANFD")
         return readFd(line);
-    quint32 channel = 0;
-    if (readNumber(first, 10, 255, channel))
+    if (isChannel(first)) {
+        line.channel = first;
         return readClassic(line);
+    }
     return first.isEmpty() ? LineKind::Unknown : LineKind::Nothing;
 }
 
@@ -141,6 +170,69 @@ bool isHeaderWord(const Word& word)
     const bool isComment = word.size >= 2 && word.at(0) == '/' && word.at(1) == '/';
     return isComment || std::any_of(std::begin(words), std::end(words),
                                     [&word](const char* text) { return word == text; });
+}
+
+/// The number of the month that begins with the three letters of an English or German name; 0 if
+/// there is none.
+int monthOf(const QByteArray& name)
+{
+    static const struct {
+        const char* name;
+        int number;
+    } months[] = {{"jan", 1},       {"feb", 2},  {"mar", 3}, {"mrz", 3},  {"m\xE4r", 3},
+                  {"m\xC3\xA4", 3}, {"apr", 4},  {"may", 5}, {"mai", 5},  {"jun", 6},
+                  {"jul", 7},       {"aug", 8},  {"sep", 9}, {"oct", 10}, {"okt", 10},
+                  {"nov", 11},      {"dec", 12}, {"dez", 12}};
+    for (const auto& month : months) {
+        if (qstrnicmp(name.constData(), month.name, qstrlen(month.name)) == 0)
+            return month.number;
+    }
+    return 0;
+}
+
+/// Reads a time of the day such as "10:38:11.123 pm". The half of the day is optional.
+bool readDaytime(const QByteArray& text, const QByteArray& half, qint64& nanoseconds)
+{
+    const QList<QByteArray> parts = text.split(':');
+    if (parts.size() != 3)
+        return false;
+    int hour = parts.at(0).toInt();
+    const int minute = parts.at(1).toInt();
+    LineCursor seconds(parts.at(2));
+    if (!readTime(seconds, nanoseconds) || !seconds.atEnd())
+        return false;
+    const bool isValid = half.isEmpty() || (hour >= 1 && hour <= 12);
+    if (!half.isEmpty())
+        hour = hour % 12 + (half == "pm" ? 12 : 0);
+    constexpr qint64 nanosecondsPerMinute = 60000000000;
+    if (!isValid || !QTime::isValid(hour, minute, 0) || nanoseconds >= nanosecondsPerMinute)
+        return false;
+    nanoseconds += (hour * 60 + minute) * nanosecondsPerMinute;
+    return true;
+}
+
+/// Reads a date such as "Mon Nov 16 10:38:11.123 am 2020".
+bool readDate(LineCursor cursor, qint64& nanoseconds)
+{
+    QList<QByteArray> words;
+    for (Word word = cursor.takeNextWord(); !word.isEmpty(); word = cursor.takeNextWord())
+        words.append(QByteArray(word.begin, word.size));
+    QByteArray half;
+    if (words.size() == 6)
+        half = words.takeAt(4).toLower();
+    if (words.size() != 5 || !(half.isEmpty() || half == "am" || half == "pm"))
+        return false;
+    const QDate date(words.at(4).toInt(), monthOf(words.at(1)), words.at(2).toInt());
+    qint64 daytime = 0;
+    if (!date.isValid() || !readDaytime(words.at(3), half, daytime))
+        return false;
+    constexpr qint64 secondsPerDay = 24 * 60 * 60;
+    constexpr qint64 nanosecondsPerDay = secondsPerDay * 1000000000;
+    const qint64 days = QDate(1970, 1, 1).daysTo(date);
+    if (days < 0 || days >= latestTime / nanosecondsPerDay)
+        return false;
+    nanoseconds = days * nanosecondsPerDay + daytime;
+    return true;
 }
 
 } // namespace
@@ -158,21 +250,34 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
     Frame read;
     if (!readEventTime(cursor, read))
         return LineKind::Unknown;
-    AscLine rest{cursor, base, read};
+    AscLine rest{cursor, base, read, {}};
     const LineKind kind = readEvent(rest);
-    if (kind == LineKind::Frame)
+    if (kind == LineKind::Frame) {
+        read.bus = busNames.indexOf(rest.channel.begin, rest.channel.size);
         frame = read;
+    }
     return kind;
 }
 
 void AscReader::readHeader(const QByteArray& line)
 {
     LineCursor cursor(line);
-    if (!(cursor.takeNextWord() == "base"))
+    const Word word = cursor.takeNextWord();
+    if (word == "date")
+        readStart(cursor);
+    if (!(word == "base"))
         return;
     base = cursor.takeNextWord() == "dec" ? 10 : 16;
     cursor.takeNextWord(); // "timestamps"
     relative = cursor.takeNextWord() == "relative";
+}
+
+void AscReader::readStart(LineCursor cursor)
+{
+    nanoseconds = 0;
+    start = 0;
+    hasStart = readDate(cursor, start);
+    hasUnknownStart = hasUnknownStart || !hasStart;
 }
 
 /// Returns false if there is no time, or if relative times add up to more than latestTime.
@@ -182,11 +287,21 @@ bool AscReader::readEventTime(LineCursor& cursor, Frame& frame)
     if (!readTime(cursor, time))
         return false;
     time += relative ? nanoseconds : 0;
-    if (time > latestTime)
+    if (time > latestTime - start)
         return false;
     nanoseconds = time;
-    frame.nanoseconds = time;
+    frame.nanoseconds = start + time;
     return true;
+}
+
+QStringList AscReader::notes() const
+{
+    if (hasUnknownStart)
+        return {QStringLiteral("the date is not recognised, so times count from the start of the "
+                               "recording")};
+    if (hasStart)
+        return {QStringLiteral("the date has no time zone and is taken as UTC")};
+    return {};
 }
 
 qint64 findAsc(const QByteArray& start)

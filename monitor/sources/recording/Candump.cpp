@@ -4,6 +4,8 @@
 
 #include <QtCore/QDateTime>
 
+#include <algorithm>
+
 namespace monitor
 {
 
@@ -13,12 +15,49 @@ namespace
 constexpr int standardDigits = 3;
 constexpr int extendedDigits = 8;
 constexpr quint32 errorFlag = 0x20000000;
-constexpr quint32 highestRawLength = 15; // the highest length code of a frame
-constexpr char droppedPrefix[] = "DROPCOUNT: dropped ";
+constexpr quint32 bitRateSwitchFlag = 1;
+constexpr quint32 highestRawLength = 15;              // the highest length code of a frame
+constexpr qint64 firstLongTime = 1000000000000000000; // its seconds have 10 digits
+constexpr int longestInterface = 64;                  // Linux allows 15 characters
+constexpr char reversedSeparator = '`';
+constexpr char escape = '\x1b';
+constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
+
+/// The forms of a time. Short is the form (000.005001), which is never an absolute time.
+enum class TimeForm { Missing, Seconds, Short, Date };
+
+} // namespace
+
+struct CandumpLine {
+    Frame frame;
+    Word bus;
+    TimeForm timeForm = TimeForm::Missing;
+    quint32 lost = 0;
+};
+
+namespace
+{
 
 LineKind kindOf(const Frame& frame)
 {
     return frame.id > lastExtendedId ? LineKind::ErrorFrame : LineKind::Frame;
+}
+
+/// Whether the time at \a cursor has 3 to 9 digits before the point. An absolute time of candump
+/// has 10, with leading zeros.
+bool isShort(LineCursor cursor)
+{
+    int digits = 0;
+    while (isDigit(cursor.take()))
+        ++digits;
+    return digits >= 3 && digits <= 9;
+}
+
+/// Part of a colour is not accepted as part of a name.
+bool isInterface(const Word& word)
+{
+    return !word.isEmpty() && word.size <= longestInterface && word.at(0) != '(' &&
+           std::find(word.begin, word.begin + word.size, escape) == word.begin + word.size;
 }
 
 /// Reads exactly \a digits digits, followed by \a separator.
@@ -56,13 +95,50 @@ bool readDateAndTime(LineCursor& cursor, qint64& nanoseconds)
     return true;
 }
 
-bool readBracketedTime(LineCursor& cursor, Frame& frame)
+/// Reads the rest of a time in brackets.
+bool readBracketedTime(LineCursor& cursor, CandumpLine& line)
 {
+    const LineCursor begin = cursor;
     qint64 time = 0;
-    if (!cursor.take('(') || !(readDateAndTime(cursor, time) || readTime(cursor, time)))
-        return false;
-    frame.nanoseconds = time;
+    line.timeForm = TimeForm::Seconds;
+    if (!readTime(cursor, time) || cursor.peek() == '-') {
+        line.timeForm = TimeForm::Date;
+        cursor = begin;
+        if (!readDateAndTime(cursor, time))
+            return false;
+    } else if (time < firstLongTime && isShort(begin)) {
+        line.timeForm = TimeForm::Short;
+    }
+    line.frame.nanoseconds = time;
     return cursor.take(')') && cursor.skipBlanks();
+}
+
+/// Reads a time without brackets, which has a point, unlike an interface that is a number.
+bool readBareTime(LineCursor& cursor, CandumpLine& line)
+{
+    LineCursor ahead = cursor;
+    const Word word = ahead.takeWord();
+    if (std::find(word.begin, word.begin + word.size, '.') == word.begin + word.size)
+        return true;
+    qint64 time = 0;
+    if (!readTime(cursor, time) || !cursor.skipBlanks())
+        return false;
+    line.timeForm = TimeForm::Seconds;
+    line.frame.nanoseconds = time;
+    return true;
+}
+
+/// Reads the optional time and the interface.
+bool readStart(LineCursor& cursor, CandumpLine& line)
+{
+    if (cursor.take('(')) {
+        if (!readBracketedTime(cursor, line))
+            return false;
+    } else if (isDigit(cursor.peek()) && !readBareTime(cursor, line)) {
+        return false;
+    }
+    line.bus = cursor.takeWord();
+    return isInterface(line.bus) && cursor.skipBlanks();
 }
 
 bool readId(const Word& word, Frame& frame)
@@ -70,15 +146,6 @@ bool readId(const Word& word, Frame& frame)
     frame.extended = word.size == extendedDigits;
     const quint32 last = frame.extended ? lastExtendedId | errorFlag : lastStandardId;
     return (frame.extended || word.size == standardDigits) && readNumber(word, 16, last, frame.id);
-}
-
-/// The digits before the # of the compact format.
-Word takeIdDigits(const Word& word)
-{
-    int size = 0;
-    while (size < word.size && word.at(size) != '#')
-        ++size;
-    return {word.begin, size};
 }
 
 bool readByte(LineCursor& cursor, Frame& frame, int limit)
@@ -121,13 +188,21 @@ bool readBytes(LineCursor& cursor, Frame& frame, int limit)
     return true;
 }
 
+bool readFdFlags(LineCursor& cursor, Frame& frame)
+{
+    const auto flags = hexDigit(cursor.take());
+    frame.fd = true;
+    frame.bitRateSwitch = flags && (*flags & bitRateSwitchFlag) != 0;
+    return flags.has_value();
+}
+
 /// Reads the part after the # of the compact format.
 bool readCompactData(LineCursor& cursor, Frame& frame)
 {
-    if (cursor.take('R'))
+    if (cursor.take('R') || cursor.take('r'))
         return readRemote(cursor, frame);
-    if (cursor.take('#')) // then the flags of CAN FD
-        return hexDigit(cursor.take()) && (cursor.take('.') ? !cursor.atEnd() : true) &&
+    if (cursor.take('#'))
+        return readFdFlags(cursor, frame) && (cursor.take('.') ? !cursor.atEnd() : true) &&
                readBytes(cursor, frame, static_cast<int>(frame.data.size()));
     return readBytes(cursor, frame, longestClassicFrame) &&
            readRawLength(cursor, frame.length == longestClassicFrame);
@@ -144,35 +219,49 @@ bool readCompactEnd(LineCursor& cursor)
     return separated && (direction == "R" || direction == "T") && cursor.atEnd();
 }
 
-bool readCompact(LineCursor cursor, Frame& frame)
+/// Reads the length given before the data: "[8]", "{9}" to "{F}" for a length code of a classic
+/// frame of 8 bytes, or "[08]" to "[64]" for CAN FD.
+bool readAnnouncedLength(const Word& word, quint32& length, Frame& frame)
 {
-    if (!readBracketedTime(cursor, frame) || cursor.takeWord().isEmpty() || !cursor.skipBlanks())
+    const Word digits{word.begin + 1, word.size - 2};
+    if (word.size == 3 && word.at(0) == '{' && word.last() == '}') {
+        const bool isCode = readNumber(digits, 16, highestRawLength, length);
+        const bool isLong = isCode && length > longestClassicFrame;
+        length = longestClassicFrame;
+        return isLong;
+    }
+    if (word.size < 3 || word.size > 4 || word.at(0) != '[' || word.last() != ']')
         return false;
-    LineCursor ahead = cursor;
-    const Word digits = takeIdDigits(ahead.takeWord());
-    for (int i = 0; i < digits.size; ++i)
-        cursor.take();
-    return readId(digits, frame) && cursor.take('#') && readCompactData(cursor, frame) &&
-           readCompactEnd(cursor);
+    frame.fd = word.size == 4;
+    const quint32 longest = frame.fd ? quint32(frame.data.size()) : longestClassicFrame;
+    return readNumber(digits, 10, longest, length);
 }
 
-/// Reads the length given before the data: "[8]", or "[08]" to "[64]" for CAN FD.
-bool readAnnouncedLength(const Word& word, quint32& length, int& limit)
+/// Reads a byte of two hexadecimal or eight binary digits.
+bool readScreenByte(LineCursor& cursor, Frame& frame)
 {
-    if (word.size < 3 || word.at(0) != '[' || word.last() != ']')
+    const Word word = cursor.takeWord(reversedSeparator);
+    quint32 byte = 0;
+    if (!(word.size == 2 || word.size == 8) ||
+        !readNumber(word, word.size == 2 ? 16 : 2, 0xFF, byte))
         return false;
-    const bool isClassic = word.size == 3;
-    limit = isClassic ? longestClassicFrame : 64;
-    return word.size <= 4 &&
-           readNumber({word.begin + 1, word.size - 2}, 10, static_cast<quint32>(limit), length);
+    frame.data.at(frame.length++) = static_cast<quint8>(byte);
+    return true;
 }
 
-bool readScreenBytes(LineCursor& cursor, quint32 length, int limit, Frame& frame)
+/// Reads bytes such as "11 22 33", or in reverse order "33`22`11".
+bool readScreenBytes(LineCursor& cursor, quint32 length, Frame& frame)
 {
+    bool isReversed = false;
     while (frame.length < length) {
-        if (!cursor.skipBlanks() || !readByte(cursor, frame, limit))
+        if (frame.length == 1)
+            isReversed = cursor.peek() == reversedSeparator;
+        if (!(isReversed ? cursor.take(reversedSeparator) : cursor.skipBlanks()) ||
+            !readScreenByte(cursor, frame))
             return false;
     }
+    if (isReversed)
+        std::reverse(frame.data.begin(), frame.data.begin() + frame.length);
     return cursor.atEnd() || isBlank(cursor.peek());
 }
 
@@ -185,10 +274,10 @@ bool readScreenEnd(LineCursor& cursor, bool isError)
         return !isError;
     if (isError)
         return cursor.takeWord() == "ERRORFRAME";
-    return cursor.peek() == '\'';
+    return cursor.peek() == '\'' || cursor.peek() == reversedSeparator;
 }
 
-bool readScreenData(LineCursor& cursor, quint32 length, int limit, Frame& frame)
+bool readScreenData(LineCursor& cursor, quint32 length, Frame& frame)
 {
     LineCursor ahead = cursor;
     if (ahead.takeNextWord() == "remote" && ahead.takeNextWord() == "request") {
@@ -196,79 +285,256 @@ bool readScreenData(LineCursor& cursor, quint32 length, int limit, Frame& frame)
         ahead.skipBlanks();
         return ahead.atEnd();
     }
-    return readScreenBytes(cursor, length, limit, frame) &&
+    return readScreenBytes(cursor, length, frame) &&
            readScreenEnd(cursor, frame.id > lastExtendedId);
 }
 
-/// Takes the id, skipping an optional direction and flags such as "RX - -" or "TX B E" before it.
-Word takeScreenId(LineCursor& cursor)
+/// Takes the id, reading an optional direction and flags such as "RX - -" or "TX B E" before it.
+Word takeScreenId(LineCursor& cursor, Frame& frame)
 {
-    Word word = cursor.takeNextWord();
+    const Word word = cursor.takeWord();
     if (!(word == "RX" || word == "TX"))
         return word;
-    cursor.takeNextWord();
+    frame.bitRateSwitch = cursor.takeNextWord() == "B";
     cursor.takeNextWord();
     return cursor.takeNextWord();
 }
 
-bool readScreen(LineCursor cursor, Frame& frame)
+/// Reads a line after the interface.
+bool readScreen(LineCursor& cursor, Frame& frame)
 {
-    if (cursor.peek() == '(' && !readBracketedTime(cursor, frame))
-        return false;
-    if (cursor.takeWord().isEmpty() || !readId(takeScreenId(cursor), frame))
-        return false;
     quint32 length = 0;
-    int limit = 0;
-    return readAnnouncedLength(cursor.takeNextWord(), length, limit) &&
-           readScreenData(cursor, length, limit, frame);
+    return readId(takeScreenId(cursor, frame), frame) &&
+           readAnnouncedLength(cursor.takeNextWord(), length, frame) &&
+           readScreenData(cursor, length, frame);
 }
 
-} // namespace
-
-LineKind readCandumpLine(const QByteArray& line, Frame& frame)
+bool readFrame(LineCursor cursor, CandumpLine& line)
 {
-    LineCursor cursor(line);
+    if (!readStart(cursor, line))
+        return false;
+    LineCursor ahead = cursor;
+    const Word digits = ahead.takeWord('#');
+    if (!ahead.take('#'))
+        return readScreen(cursor, line.frame);
+    // Without a time, a number in front of the frame may be a time instead of the interface.
+    const bool hasInterface = line.frame.nanoseconds || !isDigit(line.bus.at(0));
+    return hasInterface && readId(digits, line.frame) && readCompactData(ahead, line.frame) &&
+           readCompactEnd(ahead);
+}
+
+/// Recognises CAN XL frames, such as "can0 45123#81:00:12345678#1122" and "can0 123 [0012] (...".
+bool isXlFrame(LineCursor cursor)
+{
+    CandumpLine line;
     cursor.skipBlanks();
-    if (cursor.atEnd() || cursor.peek() == '#')
-        return LineKind::Nothing;
-    if (lostFrames(line) > 0)
-        return LineKind::Lost;
-    Frame read;
-    if (!readCompact(cursor, read) && !readScreen(cursor, read))
-        return LineKind::Unknown;
-    if (kindOf(read) == LineKind::Frame)
-        frame = read;
-    return kindOf(read);
+    if (!readStart(cursor, line))
+        return false;
+    LineCursor ahead = cursor;
+    const Word priority = ahead.takeWord('#');
+    if (ahead.take('#')) {
+        const Word header = ahead.takeWord('#');
+        return priority.size == 5 && header.size == 14 && ahead.peek() == '#';
+    }
+    takeScreenId(cursor, line.frame);
+    const Word length = cursor.takeNextWord();
+    return length.size == 6 && length.at(0) == '[' && length.last() == ']';
 }
 
 // An example is "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 12)".
-qint64 lostFrames(const QByteArray& line)
+bool readLost(LineCursor cursor, quint32& lost)
 {
-    if (!line.startsWith(droppedPrefix))
-        return 0;
-    LineCursor cursor(line);
-    cursor.takeWord();
-    cursor.takeNextWord();
-    quint32 number = 0;
     constexpr quint32 last = 0xFFFFFFFF; // candump counts in 32 bits
-    return readNumber(cursor.takeNextWord(), 10, last, number) ? number : 0;
+    return cursor.takeWord() == "DROPCOUNT:" && cursor.takeNextWord() == "dropped" &&
+           readNumber(cursor.takeNextWord(), 10, last, lost) && lost > 0;
 }
+
+LineKind parse(const QByteArray& text, CandumpLine& line)
+{
+    LineCursor cursor(text);
+    cursor.skipBlanks();
+    if (cursor.atEnd() || cursor.peek() == '#')
+        return LineKind::Nothing;
+    if (readFrame(cursor, line))
+        return kindOf(line.frame);
+    return readLost(cursor, line.lost) ? LineKind::Lost : LineKind::Unknown;
+}
+
+/// Returns \a text without the sequences that change the colour on a screen.
+QByteArray withoutColours(const QByteArray& text)
+{
+    QByteArray plain;
+    for (int i = 0; i < text.size(); ++i) {
+        if (text.at(i) != escape) {
+            plain.append(text.at(i));
+            continue;
+        }
+        while (i + 1 < text.size() && text.at(i) != 'm')
+            ++i;
+    }
+    return plain;
+}
+
+int zeroBytesBefore(const QByteArray& text)
+{
+    int zeroBytes = 0;
+    while (zeroBytes < text.size() && text.at(zeroBytes) == '\0')
+        ++zeroBytes;
+    return zeroBytes;
+}
+
+/// The frames of a recording of candump.
+class CandumpRecording : public TextRecording
+{
+public:
+    CandumpRecording(std::unique_ptr<QIODevice> device, const QString& name,
+                     std::unique_ptr<LineParser> lineParser, const CandumpReader& candumpReader)
+        : TextRecording(std::move(device), name, std::move(lineParser)), reader(candumpReader)
+    {
+    }
+
+    bool next(Frame& frame) override
+    {
+        if (nextHeld < held.size()) {
+            frame = held.at(nextHeld++);
+            return true;
+        }
+        if (!TextRecording::next(frame))
+            return false;
+        if (reader.areTimesUndecided())
+            holdBack(frame);
+        return true;
+    }
+
+private:
+    /// Holds frames back until the meaning of their times is known, beginning with \a frame.
+    void holdBack(Frame& frame)
+    {
+        QVector<std::optional<qint64>> sums;
+        Frame read = frame;
+        do {
+            held.append(read);
+            sums.append(reader.sumOfTimes());
+        } while (reader.areTimesUndecided() && TextRecording::next(read));
+        for (int i = 0; i < held.size() && reader.areTimesDifferences(); ++i) {
+            if (sums.at(i))
+                held[i].nanoseconds = sums.at(i);
+        }
+        frame = held.at(nextHeld++);
+    }
+
+    const CandumpReader& reader;
+    QVector<Frame> held;
+    int nextHeld = 0;
+};
+
+} // namespace
 
 LineKind CandumpReader::readLine(const QByteArray& line, Frame& frame)
 {
-    const LineKind kind = readCandumpLine(line, frame);
-    if (kind == LineKind::Lost)
-        lostSoFar += lostFrames(line);
+    CandumpLine read;
+    LineKind kind = parse(line, read);
+    if (kind == LineKind::Unknown)
+        kind = parseUnusual(line, read);
+    if (kind == LineKind::Unknown)
+        return kind;
+    isAfterErrorFrame =
+        kind == LineKind::ErrorFrame || (isAfterErrorFrame && line.startsWith('\t'));
+    lostSoFar += read.lost;
+    if (!addTime(read))
+        return LineKind::Unknown;
+    if (kind == LineKind::Frame) {
+        read.frame.bus = busNames.indexOf(read.bus.begin, read.bus.size);
+        frame = read.frame;
+        withoutTime += frame.nanoseconds ? 0 : 1;
+    }
     return kind;
+}
+
+/// Parses lines that other programs or the screen have changed. They are rare, so the usual ones
+/// are tried first.
+LineKind CandumpReader::parseUnusual(const QByteArray& line, CandumpLine& read)
+{
+    const int zeroBytes = zeroBytesBefore(line);
+    hasZeroBytes = hasZeroBytes || zeroBytes > 0 || line.endsWith('\0');
+    if (zeroBytes > 0 && zeroBytes == line.size())
+        return LineKind::Unknown;
+    QByteArray text = line.mid(zeroBytes);
+    if (text.startsWith(byteOrderMark))
+        text.remove(0, static_cast<int>(qstrlen(byteOrderMark)));
+    text = withoutColours(text);
+    if (text.endsWith(": interface down") || (isAfterErrorFrame && text.startsWith('\t')))
+        return LineKind::Nothing;
+    if (isXlFrame(LineCursor(text))) {
+        ++xlFrames;
+        return LineKind::Nothing;
+    }
+    read = CandumpLine();
+    return text.size() < line.size() ? parse(text, read) : LineKind::Unknown;
+}
+
+/// Interprets the time of a line of any kind. Returns false if the sum of times is too large.
+bool CandumpReader::addTime(CandumpLine& read)
+{
+    newestSum.reset();
+    hasDates = hasDates || read.timeForm == TimeForm::Date;
+    if (read.timeForm != TimeForm::Short)
+        return true;
+    const qint64 time = *read.frame.nanoseconds;
+    if (timeOrigin == TimeOrigin::Unused)
+        timeOrigin = TimeOrigin::Undecided;
+    if (timeOrigin == TimeOrigin::Undecided && time < newestTime)
+        timeOrigin = TimeOrigin::PreviousLine;
+    else if (timeOrigin == TimeOrigin::Undecided && ++timesSoFar == examinedTimes)
+        timeOrigin = TimeOrigin::FirstLine;
+    newestTime = time;
+    if (timeOrigin == TimeOrigin::FirstLine)
+        return true;
+    if (sum > latestTime - time)
+        return timeOrigin == TimeOrigin::Undecided;
+    sum += time;
+    newestSum = sum;
+    if (timeOrigin == TimeOrigin::PreviousLine)
+        read.frame.nanoseconds = sum;
+    return true;
+}
+
+QStringList CandumpReader::notes() const
+{
+    QStringList notes;
+    if (timeOrigin == TimeOrigin::PreviousLine)
+        notes += QStringLiteral("short times such as (000.010000) decrease, so each is taken as "
+                                "the time since the previous line");
+    else if (timeOrigin != TimeOrigin::Unused)
+        notes += QStringLiteral("short times such as (000.010000) do not decrease, so each is "
+                                "taken as the time since the first line");
+    if (hasDates)
+        notes += QStringLiteral("the dates have no time zone and are taken as UTC");
+    if (withoutTime > 0)
+        notes += QStringLiteral("%1 frame(s) have no time").arg(withoutTime);
+    if (xlFrames > 0)
+        notes += QStringLiteral("%1 CAN XL frame(s) skipped").arg(xlFrames);
+    if (hasZeroBytes)
+        notes += QStringLiteral("contains zero bytes, which are left by a power failure");
+    return notes;
 }
 
 qint64 findCandump(const QByteArray& start)
 {
     return findLine(start, [](const QByteArray& line) {
+        CandumpReader reader;
         Frame ignored;
-        const LineKind kind = readCandumpLine(line, ignored);
+        const LineKind kind = reader.readLine(line, ignored);
         return kind != LineKind::Nothing && kind != LineKind::Unknown;
     });
+}
+
+std::unique_ptr<FrameSource> openCandump(std::unique_ptr<QIODevice> device, const QString& name)
+{
+    auto reader = std::make_unique<CandumpReader>();
+    const CandumpReader& candumpReader = *reader;
+    return std::make_unique<CandumpRecording>(std::move(device), name, std::move(reader),
+                                              candumpReader);
 }
 
 } // namespace monitor

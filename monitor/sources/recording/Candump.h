@@ -1,11 +1,16 @@
 #pragma once
 
 #include "TextRecording.h"
+#include "sources/BusNames.h"
+
+#include <optional>
 
 namespace monitor
 {
 
-/// Reads a line written by candump into \a frame. The line has the compact format
+struct CandumpLine;
+
+/// Reads a recording of candump line by line. A line has the compact format
 ///
 ///     (1635188455.020850) can1 18F00E00#821639C4FFFFFFFF
 ///     (1635188455.020850) can1 181#R6
@@ -21,26 +26,58 @@ namespace monitor
 /// An id of 3 digits has 11 bits, and an id of 8 digits has 29 bits and marks an error frame by bit
 /// 29. A classic frame has up to 8 bytes. A CAN FD frame (## and flags, or a length of two digits)
 /// has up to 64. Also accepted: upper and lower case digits, any number of blanks, dots between the
-/// bytes of the compact format, a direction (R, T; RX, TX), and the data repeated as characters.
-/// For every kind but Frame, \a frame is left unchanged.
-LineKind readCandumpLine(const QByteArray& line, Frame& frame);
-
-/// The number of lost frames that a line of LineKind::Lost reports; 0 for other lines.
-qint64 lostFrames(const QByteArray& line);
-
-/// Reads a recording of candump line by line. This class is reentrant.
+/// bytes of the compact format, a direction (R, T; RX, TX), a time without brackets, colours, and
+/// in the screen format bytes in reverse order (22`11), binary digits, and the data repeated as
+/// characters. This class is reentrant.
 class CandumpReader : public LineParser
 {
 public:
     LineKind readLine(const QByteArray& line, Frame& frame) override;
     qint64 lost() const override { return lostSoFar; }
+    QStringList buses() const override { return busNames.names(); }
+    QStringList notes() const override;
+
+    /// Times such as (000.005001) count either from the first line or from the previous one. The
+    /// former do not decrease. True while neither is known: until the first decrease, or until
+    /// examinedTimes have not decreased and are taken as counted from the first line. In this state
+    /// readLine() returns them as if counted from the first line.
+    bool areTimesUndecided() const { return timeOrigin == TimeOrigin::Undecided; }
+    static constexpr int examinedTimes = 100;
+
+    /// Whether each time counts from the previous line.
+    bool areTimesDifferences() const { return timeOrigin == TimeOrigin::PreviousLine; }
+
+    /// The time of the newest frame if times count from the previous line; nullopt if its time has
+    /// another form.
+    std::optional<qint64> sumOfTimes() const { return newestSum; }
 
 private:
+    enum class TimeOrigin { Unused, Undecided, FirstLine, PreviousLine };
+
+    LineKind parseUnusual(const QByteArray& line, CandumpLine& read);
+    bool addTime(CandumpLine& read);
+
+    BusNames busNames;
     qint64 lostSoFar = 0;
+    qint64 withoutTime = 0;
+    qint64 xlFrames = 0;
+    bool hasDates = false;
+    bool hasZeroBytes = false;
+    bool isAfterErrorFrame = false;
+
+    TimeOrigin timeOrigin = TimeOrigin::Unused;
+    int timesSoFar = 0;
+    qint64 newestTime = 0;
+    qint64 sum = 0;
+    std::optional<qint64> newestSum;
 };
 
 /// The position of the first line of this format in \a start, the first bytes of a recording; -1 if
 /// no line is of this format.
 qint64 findCandump(const QByteArray& start);
+
+/// The frames of the recording in \a device. Frames are held back while the meaning of their times
+/// is undecided.
+std::unique_ptr<FrameSource> openCandump(std::unique_ptr<QIODevice> device, const QString& name);
 
 } // namespace monitor

@@ -6,6 +6,7 @@ namespace monitor
 TextRecording::TextRecording(std::unique_ptr<QIODevice> device, const QString& name,
                              std::unique_ptr<LineParser> lineParser)
     : lines(std::move(device), name),
+      fileName(name),
       parser(std::move(lineParser)),
       unreadable(name, QStringLiteral("unreadable line(s) skipped"))
 {
@@ -34,6 +35,14 @@ bool TextRecording::next(Frame& frame)
 SourceCounts TextRecording::counts() const
 {
     return {errorFrames, parser->lost(), unreadable.count()};
+}
+
+QStringList TextRecording::notes() const
+{
+    QStringList notes;
+    for (const QString& note : parser->notes())
+        notes += fileName + QStringLiteral(": ") + note;
+    return notes;
 }
 
 qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line))

@@ -29,8 +29,10 @@ public:
     /// The number of lost frames that the lines so far report.
     virtual qint64 lost() const { return 0; }
 
-    /// See FrameSource::buses() and FrameSource::notes().
+    /// See FrameSource::buses().
     virtual QStringList buses() const { return {QString()}; }
+
+    /// See FrameSource::notes(). The caller adds the file name.
     virtual QStringList notes() const { return {}; }
 };
 
@@ -47,11 +49,12 @@ public:
     SourceProgress progress() const override { return {lines.position(), lines.size()}; }
     QStringList buses() const override { return parser->buses(); }
     QVector<Problems> problems() const override { return {unreadable}; }
-    QStringList notes() const override { return parser->notes(); }
+    QStringList notes() const override;
     QString error() const override { return lines.error(); }
 
 private:
     LineReader lines;
+    QString fileName;
     std::unique_ptr<LineParser> parser;
     Problems unreadable;
     QByteArray line;

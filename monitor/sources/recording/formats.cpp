@@ -25,7 +25,7 @@ std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const Q
 const QVector<RecordingFormat>& recordingFormats()
 {
     static const QVector<RecordingFormat> formats{
-        {QStringLiteral("candump"), RecordingKind::Lines, findCandump, openText<CandumpReader>},
+        {QStringLiteral("candump"), RecordingKind::Lines, findCandump, openCandump},
         {QStringLiteral("Vector ASC"), RecordingKind::Lines, findAsc, openText<AscReader>},
     };
     return formats;

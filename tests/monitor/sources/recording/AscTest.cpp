@@ -252,3 +252,90 @@ TEST(AscReader, DecimalNumbersContainNoLetters)
     EXPECT_EQ(reader.readLine("0.1 1 19 Rx d 1 1A", frame), LineKind::Unknown);
     EXPECT_EQ(reader.readLine("0.1 1 1A Rx d 1 19", frame), LineKind::Unknown);
 }
+
+TEST(AscReader, ChannelIsTheBus)
+{
+    AscReader reader;
+    Frame frame;
+    EXPECT_EQ(reader.readLine("0.1 2 123 Rx d 1 11", frame), LineKind::Frame);
+    EXPECT_EQ(frame.bus, 0);
+    EXPECT_EQ(reader.readLine("0.1 CANFD  12 Rx 123 0 0 1 1 11", frame), LineKind::Frame);
+    EXPECT_EQ(frame.bus, 1);
+    EXPECT_EQ(reader.readLine("0.1 2 123 Rx r", frame), LineKind::Frame);
+    EXPECT_EQ(frame.bus, 0);
+    EXPECT_EQ(reader.buses(), QStringList({"2", "12"}));
+}
+
+TEST(AscReader, CanFdFramesAreMarked)
+{
+    EXPECT_TRUE(frameIn(fdLine).fd);
+    EXPECT_TRUE(frameIn(fdLine).bitRateSwitch);
+    EXPECT_TRUE(frameIn("0.1 CANFD 1 Rx 123 0 0 1 1 11").fd);
+    EXPECT_FALSE(frameIn("0.1 CANFD 1 Rx 123 0 0 1 1 11").bitRateSwitch);
+    EXPECT_FALSE(frameIn(classicLine).fd);
+}
+
+TEST(AscReader, ClassicFrameInACanFdLineIsClassic)
+{
+    const Frame frame = frameIn("0.1 CANFD 1 Rx 123 1 0 1 1 11 200050 73 200040 7a60");
+    EXPECT_FALSE(frame.fd);
+    EXPECT_FALSE(frame.bitRateSwitch);
+    EXPECT_TRUE(frameIn("0.1 CANFD 1 Rx 123 1 0 1 1 11 0 0 1000 0").fd);
+    EXPECT_FALSE(frameIn("0.1 CANFD 3 Tx 50005x 0 0 5 0 140000 73 200050").fd);
+}
+
+// The expected seconds come from `date -u -d "2020-11-16 22:38:11" +%s`.
+TEST(AscReader, DateIsTheStartOfTheRecording)
+{
+    for (const char* date :
+         {"date Mon Nov 16 22:38:11.123 2020", "date Mon Nov 16 10:38:11.123 pm 2020",
+          "date Mon Nov 16 10:38:11.123 PM 2020"}) {
+        const Frame frame = frameIn("0.5 1 123 Rx d 1 11", date);
+        EXPECT_EQ(frame.nanoseconds, 1605566291623000000) << date;
+    }
+}
+
+// The expected seconds come from `date -u -d "2020-03-01 00:05:00" +%s` and so on.
+TEST(AscReader, DateHasEnglishOrGermanNames)
+{
+    const struct {
+        const char* date;
+        qint64 seconds;
+    } cases[] = {{"date Sun Mar 1 12:05:00 am 2020", 1583021100},
+                 {"date Son Mrz 1 00:05:00 2020", 1583021100},
+                 {"date Son M\xE4r 01 00:05:00 2020", 1583021100},
+                 {"date Son M\xC3\xA4r 01 00:05:00 2020", 1583021100},
+                 {"date Fre Mai 1 12:05:00 2020", 1588334700},
+                 {"date Fri May 1 12:05:00 pm 2020", 1588334700},
+                 {"date Die Dez 1 12:05:00.0 2020", 1606824300},
+                 {"date Don Okt 1 12:05:00.000 2020", 1601553900}};
+    for (const auto& c : cases)
+        EXPECT_EQ(frameIn("0.0 1 123 Rx d 1 11", c.date).nanoseconds, c.seconds * 1000000000)
+            << c.date;
+}
+
+TEST(AscReader, AssumptionsAboutTheDateAreReported)
+{
+    const auto notesAfter = [](const QByteArray& line) {
+        AscReader reader;
+        Frame frame;
+        EXPECT_EQ(reader.readLine(line, frame), LineKind::Nothing);
+        EXPECT_EQ(reader.readLine("0.5 1 123 Rx d 1 11", frame), LineKind::Frame);
+        EXPECT_TRUE(!line.contains("date M") || frame.nanoseconds == 500000000) << line.constData();
+        return reader.notes();
+    };
+    EXPECT_EQ(notesAfter("base hex  timestamps absolute"), QStringList());
+    EXPECT_EQ(notesAfter("date Sun Mar 1 12:05:00 am 2020"),
+              QStringList("the date has no time zone and is taken as UTC"));
+    for (const char* line : {"date M", "date Mon Nov 16 2020", "date Mon Foo 16 10:38:11 2020",
+                             "date Mon Nov 31 10:38:11 2020", "date Mon Nov 16 24:38:11 2020",
+                             "date Mon Nov 16 10:60:11 2020", "date Mon Nov 16 10:38:60 2020",
+                             "date Mon Nov 16 13:38:11 pm 2020", "date Mon Nov 16 0:38:11 am 2020",
+                             "date Mon Nov 16 10:38:11 xm 2020", "date Mon Nov 16 10:38 2020",
+                             "date Mon Nov 16 10:38:11 1969", "date Mon Nov 16 10:38:11 2099",
+                             "date Mon Nov 16 10:38:11 99999999"})
+        EXPECT_EQ(notesAfter(line),
+                  QStringList("the date is not recognised, so times count from the start of the "
+                              "recording"))
+            << line;
+}

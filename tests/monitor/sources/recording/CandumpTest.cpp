@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QBuffer>
+
 #include <random>
 
+using monitor::CandumpReader;
 using monitor::Frame;
 using monitor::LineKind;
-using monitor::readCandumpLine;
 
 namespace
 {
@@ -22,14 +24,50 @@ QByteArray dataOf(const Frame& frame)
 Frame frameIn(const QByteArray& line)
 {
     Frame frame;
-    EXPECT_EQ(readCandumpLine(line, frame), LineKind::Frame) << line.constData();
+    EXPECT_EQ(CandumpReader().readLine(line, frame), LineKind::Frame) << line.constData();
     return frame;
 }
 
 LineKind kindOf(const QByteArray& line)
 {
     Frame frame;
-    return readCandumpLine(line, frame);
+    return CandumpReader().readLine(line, frame);
+}
+
+/// What a whole recording contains.
+struct Recording {
+    QVector<std::optional<qint64>> milliseconds;
+    QStringList buses; // of each frame
+    QStringList notes;
+    monitor::SourceCounts counts;
+};
+
+Recording recordingOf(const QList<QByteArray>& lines)
+{
+    auto buffer = std::make_unique<QBuffer>();
+    buffer->setData(lines.join('\n'));
+    buffer->open(QIODevice::ReadOnly);
+    const auto source = monitor::openCandump(std::move(buffer), "x.log");
+    Recording recording;
+    for (Frame frame; source->next(frame);) {
+        recording.milliseconds.append(std::nullopt);
+        if (frame.nanoseconds)
+            recording.milliseconds.last() = *frame.nanoseconds / 1000000;
+        recording.buses.append(source->buses().at(frame.bus));
+    }
+    recording.notes = source->notes();
+    recording.counts = source->counts();
+    return recording;
+}
+
+QList<QByteArray> repeated(const QByteArray& line, int times)
+{
+    return QVector<QByteArray>(times, line).toList();
+}
+
+QVector<std::optional<qint64>> list(std::initializer_list<qint64> times)
+{
+    return {times.begin(), times.end()};
 }
 
 } // namespace
@@ -90,7 +128,7 @@ TEST(CandumpLine, DateAndTimeAreAccepted)
           "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
           "(2021-10-25 19:00:)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
         Frame frame;
-        EXPECT_EQ(readCandumpLine(line, frame), LineKind::Unknown) << line;
+        EXPECT_EQ(CandumpReader().readLine(line, frame), LineKind::Unknown) << line;
     }
 }
 
@@ -189,9 +227,11 @@ TEST(CandumpLine, ErrorFramesAreRecognised)
 TEST(CandumpLine, DropcountIsTheNumberOfLostFrames)
 {
     const QByteArray line = "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 30)";
-    EXPECT_EQ(kindOf(line), LineKind::Lost);
-    EXPECT_EQ(monitor::lostFrames(line), 12);
-    EXPECT_EQ(monitor::lostFrames("(1.0) can0 123#11"), 0);
+    CandumpReader reader;
+    Frame frame;
+    EXPECT_EQ(reader.readLine(line, frame), LineKind::Lost);
+    EXPECT_EQ(reader.readLine("(1.0) can0 123#11", frame), LineKind::Frame);
+    EXPECT_EQ(reader.lost(), 12);
 }
 
 TEST(CandumpLine, TruncatedLinesInScreenFormatAreUnknown)
@@ -211,7 +251,6 @@ TEST(CandumpLine, MalformedLinesAreUnknown)
 {
     for (const char* line : {
              "hello",
-             "1.0 can0 123#11",
              "(1.0 can0 123#11",
              "(.5) can0 123#11",
              "(1.) can0 123#11",
@@ -266,9 +305,20 @@ TEST(CandumpLine, MalformedLinesAreUnknown)
              "(1.0) can0 123 8 11",
              "(1.0) can0 123 [8] remote",
              "(1.0) can0 123 [8] remote request 11",
-             "(1.0) can0 123 [2] 22`11",
              "(1.0) can0 20000088 [1] 11",
-             "can0 123#11",
+             "(1.0) can0 123 [3] 22`11 00",
+             "(1.0) can0 123 [3] 33 22`11",
+             "(1.0) can0 123 [1] 0001000",
+             "(1.0) can0 123 [1] 00010002",
+             "(1.0) can0 123 {8} 11 22 33 44 55 66 77 88",
+             "(1.0) can0 123 {E} 11 22 33 44 55 66 77",
+             "(1.0) 123#11",
+             "(1.0) 123#11 R",
+             "1.0 123#11",
+             "1 123#11",
+             "123#11",
+             "1.0x can0 123#11",
+             "4000000000.1 can0 123#11",
              "DROPCOUNT: dropped",
              "DROPCOUNT: dropped many CAN frames",
          })
@@ -284,8 +334,8 @@ TEST(CandumpLine, ZeroByteDoesNotEndTheLine)
 TEST(CandumpLine, OtherLinesLeaveTheFrameUnchanged)
 {
     Frame frame = frameIn("(1.0) can0 123#11");
-    EXPECT_EQ(readCandumpLine("(2.0) can0 124#2", frame), LineKind::Unknown);
-    EXPECT_EQ(readCandumpLine("# comment", frame), LineKind::Nothing);
+    EXPECT_EQ(CandumpReader().readLine("(2.0) can0 124#2", frame), LineKind::Unknown);
+    EXPECT_EQ(CandumpReader().readLine("# comment", frame), LineKind::Nothing);
     EXPECT_EQ(frame.id, 0x123U);
     EXPECT_EQ(frame.nanoseconds, 1000000000);
 }
@@ -312,7 +362,7 @@ TEST(CandumpLine, DamagedLinesNeverYieldFramesOutOfRange)
             line[static_cast<uint>(random()) % static_cast<uint>(line.size())] =
                 static_cast<char>(random());
         Frame frame;
-        if (readCandumpLine(line, frame) != LineKind::Frame)
+        if (CandumpReader().readLine(line, frame) != LineKind::Frame)
             continue;
         ASSERT_LE(frame.length, 64) << line.toHex().constData();
         ASSERT_LE(frame.id, frame.extended ? 0x1FFFFFFFU : 0x7FFU) << line.toHex().constData();
@@ -324,4 +374,189 @@ TEST(CandumpLine, InvalidLengthInScreenFormatIsUnknown)
     EXPECT_EQ(kindOf("can0 123 [64]" + QByteArray(" 11").repeated(64)), LineKind::Frame);
     EXPECT_EQ(kindOf("can0 123 [65]" + QByteArray(" 11").repeated(65)), LineKind::Unknown);
     EXPECT_EQ(kindOf("can0 123 [9]" + QByteArray(" 11").repeated(9)), LineKind::Unknown);
+}
+
+TEST(CandumpLine, InterfaceIsTheBus)
+{
+    const Recording recording =
+        recordingOf({"(1.0) can0 123#11", "(1.0)   vcan12 123#11", "  can0  123   [1]  11",
+                     "1.0 slcan0 123#R", "7 123 [1] 11"});
+    EXPECT_EQ(recording.buses, QStringList({"can0", "vcan12", "can0", "slcan0", "7"}));
+    EXPECT_EQ(kindOf("(1.0) " + QByteArray(65, 'c') + " 123#11"), LineKind::Unknown);
+    EXPECT_EQ(kindOf("(1.0) " + QByteArray(64, 'c') + " 123#11"), LineKind::Frame);
+}
+
+TEST(CandumpLine, CanFdFramesAreMarked)
+{
+    EXPECT_TRUE(frameIn("(1.0) can0 123##0").fd);
+    EXPECT_TRUE(frameIn("  can0  123  [08]  11 22 33 44 55 66 77 88").fd);
+    for (const char* line : {"(1.0) can0 123#11", "(1.0) can0 123#R", "  can0  123   [1]  11"})
+        EXPECT_FALSE(frameIn(line).fd) << line;
+}
+
+TEST(CandumpLine, BitRateSwitchIsTheLowestFlag)
+{
+    for (const char* line : {"(1.0) can0 123##1", "(1.0) can0 123##511", "(1.0) can0 123##F",
+                             "  can0  RX B E  123  [01]  11", "  can0  TX B -  123  [01]  11"})
+        EXPECT_TRUE(frameIn(line).bitRateSwitch) << line;
+    for (const char* line : {"(1.0) can0 123##0", "(1.0) can0 123##E11", "(1.0) can0 123#11",
+                             "  can0  RX - E  123  [01]  11", "  can0  123  [01]  11"})
+        EXPECT_FALSE(frameIn(line).bitRateSwitch) << line;
+}
+
+TEST(CandumpLine, TimeNeedsNoBrackets)
+{
+    const Frame frame = frameIn("1700000000.123456\tcan0\t123#1122");
+    EXPECT_EQ(frame.nanoseconds, 1700000000123456000);
+    EXPECT_EQ(dataOf(frame), "1122");
+    EXPECT_EQ(frameIn("1.5 can0  123   [1]  11").nanoseconds, 1500000000);
+}
+
+TEST(CandumpLine, CompactLineWithoutTimeIsAccepted)
+{
+    EXPECT_EQ(frameIn("can0 123#11").nanoseconds, std::nullopt);
+}
+
+TEST(CandumpLine, RemoteMarkMayBeLowerCase)
+{
+    EXPECT_TRUE(frameIn("(1.0) can0 123#r").remote);
+    EXPECT_TRUE(frameIn("(1.0) can0 123#r5").remote);
+}
+
+TEST(CandumpLine, BytesInReverseOrderAreTurnedRound)
+{
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [3]  33`22`11")), "112233");
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [3]  33`22`11   `.\".`")), "112233");
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [1]  11   `.`")), "11");
+}
+
+TEST(CandumpLine, BinaryDigitsAreRead)
+{
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [2]  00010001 10100101")), "11a5");
+    EXPECT_EQ(dataOf(frameIn("  can0  123   [2]  10100101`00010001")), "11a5");
+}
+
+TEST(CandumpLine, LengthCodeInBracesMeansEightBytes)
+{
+    EXPECT_EQ(frameIn("  can0  123   {E}  11 22 33 44 55 66 77 88").length, 8);
+    EXPECT_FALSE(frameIn("  can0  123   {9}  11 22 33 44 55 66 77 88").fd);
+}
+
+TEST(CandumpLine, ColoursAreIgnored)
+{
+    EXPECT_EQ(dataOf(frameIn("\x1b[34m  can0\x1b[0m  123\x1b[1;31m   [2]  11 22\x1b[0m")), "1122");
+    const Recording recording = recordingOf({"  can0\x1b[0m  123   [2]  11 22"});
+    EXPECT_EQ(recording.buses, QStringList("can0"));
+    EXPECT_EQ(kindOf("\x1b[34"), LineKind::Nothing);
+}
+
+TEST(CandumpLine, ByteOrderMarkIsIgnored)
+{
+    EXPECT_EQ(dataOf(frameIn("\xEF\xBB\xBF(1.0) can0 123#11")), "11");
+    EXPECT_EQ(monitor::findCandump("\xEF\xBB\xBF(1.0) can0 123#11"), 0);
+}
+
+TEST(CandumpLine, XlFramesAreCountedInANote)
+{
+    const Recording recording =
+        recordingOf({"(1.0) can0 123#11", "(1.0) can0 45123#81:00:12345678#112233",
+                     "  can0  123   [0012] (81|00|12345678) 11 22"});
+    EXPECT_EQ(recording.milliseconds.size(), 1);
+    EXPECT_EQ(recording.counts.unreadable, 0);
+    EXPECT_EQ(recording.notes.constFirst(), QString("x.log: 2 CAN XL frame(s) skipped"));
+    EXPECT_EQ(kindOf("(1.0) can0 45123#81:00:12345678"), LineKind::Unknown);
+}
+
+TEST(CandumpLine, DetailsAfterAnErrorFrameAreSkipped)
+{
+    const QByteArray error = "  can0  20000004   [8]  00 04 00 00 00 00 00 60   ERRORFRAME";
+    const Recording recording = recordingOf({error, "\tcontroller-problem{rx-error-warning}",
+                                             "\tbus-error", "(1.0) can0 123#11", "\tbus-error",
+                                             error, "\t(1.0) can0 123#11", "bus-error"});
+    EXPECT_EQ(recording.counts.errorFrames, 2);
+    EXPECT_EQ(recording.milliseconds.size(), 2);
+    EXPECT_EQ(recording.counts.unreadable, 2);
+}
+
+TEST(CandumpLine, MessageAboutTheInterfaceIsSkipped)
+{
+    EXPECT_EQ(kindOf("can0: interface down"), LineKind::Nothing);
+}
+
+TEST(CandumpLine, ZeroBytesAfterAPowerFailureAreReported)
+{
+    const QByteArray zeros(4096, '\0');
+    const Recording recording =
+        recordingOf({"(1.0) can0 123#11", "(2.0) can0 123#11", zeros + "(3.0) can0 123#11", zeros});
+    EXPECT_EQ(recording.milliseconds, list({1000, 2000, 3000}));
+    EXPECT_EQ(recording.counts.unreadable, 1);
+    EXPECT_EQ(recording.notes,
+              QStringList("x.log: contains zero bytes, which are left by a power failure"));
+}
+
+// Times in milliseconds: 0, 10, 20, 25 as differences.
+TEST(CandumpTimes, DecreasingShortTimesAreDifferences)
+{
+    const Recording recording =
+        recordingOf({" (000.000000)  can0  123   [1]  11", " (000.010000)  can0  123   [1]  11",
+                     " (000.010000)  can0  20000004   [8]  00 04 00 00 00 00 00 60   ERRORFRAME",
+                     " (000.005000)  can0  123   [1]  11", " (000.100000)  can0  123   [1]  11"});
+    EXPECT_EQ(recording.milliseconds, list({0, 10, 25, 125}));
+    EXPECT_EQ(recording.notes,
+              QStringList("x.log: short times such as (000.010000) decrease, so each is taken as "
+                          "the time since the previous line"));
+}
+
+TEST(CandumpTimes, ShortTimesThatDoNotDecreaseCountFromTheFirstLine)
+{
+    const Recording recording =
+        recordingOf({" (000.000000)  can0  123   [1]  11", " (000.010000)  can0  123   [1]  11",
+                     " (000.010000)  can0  123   [1]  11", " (1234.000000)  can0  123   [1]  11"});
+    EXPECT_EQ(recording.milliseconds, list({0, 10, 10, 1234000}));
+    EXPECT_EQ(recording.notes,
+              QStringList("x.log: short times such as (000.010000) do not decrease, so each is "
+                          "taken as the time since the first line"));
+}
+
+TEST(CandumpTimes, ALateDecreaseDoesNotChangeTheMeaning)
+{
+    for (const int lines : {CandumpReader::examinedTimes - 1, CandumpReader::examinedTimes}) {
+        QList<QByteArray> text = repeated(" (001.000000)  can0  123   [1]  11", lines);
+        text.append(" (000.500000)  can0  123   [1]  11");
+        const Recording recording = recordingOf(text);
+        ASSERT_EQ(recording.milliseconds.size(), lines + 1);
+        const bool isLate = lines == CandumpReader::examinedTimes;
+        EXPECT_EQ(recording.milliseconds.at(1), isLate ? 1000 : 2000);
+        EXPECT_EQ(recording.milliseconds.last(), isLate ? 500 : lines * 1000 + 500);
+    }
+}
+
+TEST(CandumpTimes, OtherTimesAreNeverDifferences)
+{
+    const Recording recording =
+        recordingOf({"(2.0) can0 123#11", "(1.0) can0 123#11", "(0000000100.000000) can0 123#11",
+                     "(0000000050.000000) can0 123#11", " (99.000000)  can0  123   [1]  11"});
+    EXPECT_EQ(recording.milliseconds, list({2000, 1000, 100000, 50000, 99000}));
+    EXPECT_EQ(recording.notes, QStringList());
+}
+
+TEST(CandumpTimes, OverflowingSumOfDifferencesIsUnreadable)
+{
+    QList<QByteArray> lines = repeated(" (999999999.000000)  can0  123   [1]  11", 6);
+    lines.append(" (000.000001)  can0  123   [1]  11");
+    lines.append(lines);
+    const Recording recording = recordingOf(lines);
+    EXPECT_GT(recording.counts.unreadable, 0);
+    for (const auto& time : recording.milliseconds)
+        EXPECT_TRUE(time && *time >= 0);
+}
+
+TEST(CandumpTimes, AssumptionsAndMissingTimesAreReported)
+{
+    const Recording recording =
+        recordingOf({" (2021-10-25 19:00:55.020850)  can0  123   [2]  11 22", "can0 123#11",
+                     "  can0  123   [2]  11 22"});
+    EXPECT_EQ(recording.notes,
+              QStringList({"x.log: the dates have no time zone and are taken as UTC",
+                           "x.log: 2 frame(s) have no time"}));
 }
