@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the corpus of the targets of records and of the transport protocol, a file for each case:
-corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
-fuzzing."""
+"""Writes the corpus of the targets of records, of the transport protocol and of captures, a file
+for each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs
+found by fuzzing."""
 
 import pathlib
 import struct
@@ -150,7 +150,94 @@ def write_frames(folder):
     write(folder, "impossible-size", announcement(RECEIVER, 8))
 
 
+SOCKET_CAN, SLL, SLL2, ETHERNET = 227, 113, 276, 1
+FRAMES = [
+    struct.pack(">IBBBB", 0x123, 3, 0, 0, 0) + b"abc",
+    struct.pack(">IBBBB", 0x98F00E00, 8, 0, 0, 0) + b"abcdefgh",
+    struct.pack(">IBBBB", 0x124, 12, 5, 0, 0) + b"abcdefghijkl",
+    struct.pack(">IBBBB", 0x125, 10, 0, 0, 0) + bytes(64),
+    struct.pack(">IBBBB", 0x40000126, 4, 0, 0, 0),
+    struct.pack(">IBBBB", 0x20000004, 8, 0, 0, 0) + bytes(8),
+    struct.pack(">IBBBB", 0x127, 0x81, 0, 0, 0) + bytes(16),
+    struct.pack(">IBBBB", 0x128, 8, 0, 0, 0) + b"cut",
+    struct.pack(">IBBBB", 0x12345, 8, 0, 0, 0) + bytes(8),
+]
+
+
+def captured(order, link_type, frame):
+    if link_type in (SLL, SLL2) and order == "<":
+        frame = frame[3::-1] + frame[4:]
+    if link_type == SLL:
+        return struct.pack(">HHHQH", 4, 280, 0, 0, 0x000C) + frame
+    if link_type == SLL2:
+        return struct.pack(">HHIHBBQ", 0x000D, 0, 7, 280, 0, 0, 0) + frame
+    return frame
+
+
+def pcap(order, magic, link_type):
+    content = struct.pack(order + "IHHiIII", magic, 2, 4, 0, 0, 65535, link_type)
+    for second, frame in enumerate(FRAMES):
+        packet = captured(order, link_type, frame)
+        content += struct.pack(order + "IIII", second, 5, len(packet), len(packet)) + packet
+    return content
+
+
+def block(order, kind, body):
+    body += bytes(-len(body) % 4)
+    size = struct.pack(order + "I", len(body) + 12)
+    return struct.pack(order + "I", kind) + size + body + size
+
+
+def section(order):
+    return block(order, 0x0A0D0D0A, struct.pack(order + "IHHq", 0x1A2B3C4D, 1, 0, -1))
+
+
+def option(order, code, value):
+    return struct.pack(order + "HH", code, len(value)) + value + bytes(-len(value) % 4)
+
+
+def interface(order, link_type, *options):
+    return block(order, 1, struct.pack(order + "HHI", link_type, 0, 65535) + b"".join(options))
+
+
+def pcapng(order, link_type, *options):
+    content = section(order) + interface(order, link_type, *options) * 2 + block(order, 4, b"names")
+    for number, frame in enumerate(FRAMES):
+        packet = captured(order, link_type, frame)
+        size = len(packet)
+        times = struct.pack(order + "II", 1, number)
+        lengths = struct.pack(order + "II", size, size)
+        content += block(order, 6, struct.pack(order + "I", number % 3) + times + lengths + packet)
+        content += block(order, 3, struct.pack(order + "I", size) + packet)
+        content += block(order, 2, struct.pack(order + "HH", 1, 0) + times + lengths + packet)
+    return content
+
+
+def write_captures(folder):
+    folder.mkdir(parents=True, exist_ok=True)
+    whole = pcap("<", 0xA1B2C3D4, SOCKET_CAN)
+    write(folder, "pcap", whole)
+    write(folder, "pcap-cut", whole[:-5])
+    write(folder, "pcap-too-long-a-packet", whole[:32] + b"\xff" * 4 + whole[36:])
+    write(folder, "pcap-big-endian", pcap(">", 0xA1B23C4D, SLL))
+    write(folder, "pcap-nanoseconds", pcap("<", 0xA1B23C4D, SLL2))
+    write(folder, "pcap-other-link-type", pcap("<", 0xA1B2C3D4, ETHERNET))
+    for order, name in (("<", "little"), (">", "big")):
+        write(folder, f"pcapng-{name}-endian", pcapng(order, SOCKET_CAN, option(order, 2, b"can0")))
+        write(folder, f"pcapng-{name}-endian-cooked", pcapng(order, SLL))
+        write(folder, f"pcapng-{name}-endian-binary-times",
+              pcapng(order, SLL2, option(order, 9, b"\xa8"), option(order, 14, bytes(8)), bytes(4)))
+    whole = pcapng("<", SOCKET_CAN, option("<", 9, b"\x0c"))
+    write(folder, "pcapng-sections", whole + pcapng(">", SOCKET_CAN))
+    write(folder, "pcapng-cut", whole[:-5])
+    write(folder, "pcapng-other-trailer", whole[:24] + b"\xff" * 4 + whole[28:])
+    write(folder, "pcapng-odd-block", section("<") + struct.pack("<II", 1, 21) + bytes(13))
+    write(folder, "pcapng-empty-block", section("<") + bytes(12))
+    write(folder, "pcapng-huge-block", section("<") + struct.pack("<II", 9, 0xFFFFFFFC) + bytes(12))
+
+
 CORPUS = pathlib.Path(__file__).parent / "corpus"
 for target, tail_bytes in TAILS.items():
     write_target(CORPUS / target, tail_bytes)
 write_frames(CORPUS / "transportFrames")
+write_captures(CORPUS / "pcapFile")

@@ -2,6 +2,7 @@
 
 #include "Asc.h"
 #include "Candump.h"
+#include "Pcap.h"
 
 #include <QtCore/QFile>
 
@@ -27,6 +28,8 @@ const QVector<RecordingFormat>& recordingFormats()
     static const QVector<RecordingFormat> formats{
         {QStringLiteral("candump"), RecordingKind::Lines, findCandump, openCandump},
         {QStringLiteral("Vector ASC"), RecordingKind::Lines, findAsc, openText<AscReader>},
+        {QStringLiteral("pcap"), RecordingKind::Bytes, findPcap, openPcap},
+        {QStringLiteral("pcapng"), RecordingKind::Bytes, findPcapng, openPcapng},
     };
     return formats;
 }
