@@ -32,7 +32,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QByteArray content(reinterpret_cast<const char*>(data), static_cast<int>(size));
-    checkFrames(content, monitor::openPcap);
-    checkFrames(content, monitor::openPcapng);
+    checkFrames(content, monitor::findPcap(content) == 0 ? monitor::openPcap : monitor::openPcapng);
     return 0;
 }

@@ -23,7 +23,8 @@ constexpr char reversedSeparator = '`';
 constexpr char escape = '\x1b';
 constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
 
-/// The forms of a time. Short is the form (000.005001), which is never an absolute time.
+/// The forms of a time. Short is the form (000.005001) of the screen format, which is never an
+/// absolute time.
 enum class TimeForm { Missing, Seconds, Short, Date };
 
 } // namespace
@@ -317,6 +318,8 @@ bool readFrame(LineCursor cursor, CandumpLine& line)
     const Word digits = ahead.takeWord('#');
     if (!ahead.take('#'))
         return readScreen(cursor, line.frame);
+    if (line.timeForm == TimeForm::Short)
+        line.timeForm = TimeForm::Seconds; // candump writes no differences in this format
     // Without a time, a number in front of the frame may be a time instead of the interface.
     const bool hasInterface = line.frame.nanoseconds || !isDigit(line.bus.at(0));
     return hasInterface && readId(digits, line.frame) && readCompactData(ahead, line.frame) &&

@@ -96,13 +96,14 @@ TEST_F(Program, UnreadableLinesAreReportedByNumberAndTheRestIsUsed)
 
 TEST_F(Program, LostFramesAndErrorFramesAreCountedSeparately)
 {
-    const MonitorRun run = replay(" (000.000000)  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
-                                  " (000.000100)  can0  20000088   [8]  00 00 00 00 00 00 00 00"
-                                  "   ERRORFRAME\n"
-                                  "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total 12)\n"
-                                  "DROPCOUNT: dropped 1 CAN frame on 'can0' socket (total 13)\n"
-                                  " (000.000050)  can0  0CF00400   [8]  remote request\n",
-                                  speedDbc, {"--format", "json"});
+    const MonitorRun run =
+        replay(" (0000000000.000000)  can0  0CF00400   [8]  FF FF FF 20 03 FF FF FF\n"
+               " (0000000000.000100)  can0  20000088   [8]  00 00 00 00 00 00 00 00"
+               "   ERRORFRAME\n"
+               "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total 12)\n"
+               "DROPCOUNT: dropped 1 CAN frame on 'can0' socket (total 13)\n"
+               " (0000000000.000050)  can0  0CF00400   [8]  remote request\n",
+               speedDbc, {"--format", "json"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.diagnostics, QString());
     EXPECT_TRUE(run.output.contains("\"frames\": {\"total\": 2, \"decoded\": 1, \"undecoded\": 1, "

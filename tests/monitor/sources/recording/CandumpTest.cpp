@@ -533,10 +533,13 @@ TEST(CandumpTimes, ALateDecreaseDoesNotChangeTheMeaning)
 
 TEST(CandumpTimes, OtherTimesAreNeverDifferences)
 {
-    const Recording recording =
-        recordingOf({"(2.0) can0 123#11", "(1.0) can0 123#11", "(0000000100.000000) can0 123#11",
-                     "(0000000050.000000) can0 123#11", " (99.000000)  can0  123   [1]  11"});
-    EXPECT_EQ(recording.milliseconds, list({2000, 1000, 100000, 50000, 99000}));
+    const Recording recording = recordingOf(
+        {"(2.0) can0 123#11", "(1.0) can0 123#11", "(0000000100.000000) can0 123#11",
+         "(0000000050.000000) can0 123#11", " (99.000000)  can0  123   [1]  11",
+         "(000.002000) can0 123#11", "(000.001000) can0 123#11",
+         " (0000000100.000000)  can0  123   [1]  11", " (0000000050.000000)  can0  123   [1]  11"});
+    EXPECT_EQ(recording.milliseconds,
+              list({2000, 1000, 100000, 50000, 99000, 2, 1, 100000, 50000}));
     EXPECT_EQ(recording.notes, QStringList());
 }
 
