@@ -226,7 +226,7 @@ bool readDate(LineCursor cursor, qint64& nanoseconds)
     qint64 daytime = 0;
     if (!date.isValid() || !readDaytime(words.at(3), half, daytime))
         return false;
-    constexpr qint64 secondsPerDay = 24 * 60 * 60;
+    constexpr qint64 secondsPerDay = 86400;
     constexpr qint64 nanosecondsPerDay = secondsPerDay * 1000000000;
     const qint64 days = QDate(1970, 1, 1).daysTo(date);
     if (days < 0 || days >= latestTime / nanosecondsPerDay)

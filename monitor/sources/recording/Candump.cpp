@@ -462,18 +462,18 @@ LineKind CandumpReader::parseUnusual(const QByteArray& line, CandumpLine& read)
     hasZeroBytes = hasZeroBytes || zeroBytes > 0 || line.endsWith('\0');
     if (zeroBytes > 0 && zeroBytes == line.size())
         return LineKind::Unknown;
-    QByteArray text = line.mid(zeroBytes);
-    if (text.startsWith(byteOrderMark))
-        text.remove(0, static_cast<int>(qstrlen(byteOrderMark)));
-    text = withoutColours(text);
-    if (text.endsWith(": interface down") || (isAfterErrorFrame && text.startsWith('\t')))
+    plainText = line.mid(zeroBytes);
+    if (plainText.startsWith(byteOrderMark))
+        plainText.remove(0, static_cast<int>(qstrlen(byteOrderMark)));
+    plainText = withoutColours(plainText);
+    if (plainText.endsWith(": interface down") || (isAfterErrorFrame && plainText.startsWith('\t')))
         return LineKind::Nothing;
-    if (isXlFrame(LineCursor(text))) {
+    if (isXlFrame(LineCursor(plainText))) {
         ++xlFrames;
         return LineKind::Nothing;
     }
     read = CandumpLine();
-    return text.size() < line.size() ? parse(text, read) : LineKind::Unknown;
+    return plainText.size() < line.size() ? parse(plainText, read) : LineKind::Unknown;
 }
 
 /// Interprets the time of a line of any kind. Returns false if the sum of times is too large.

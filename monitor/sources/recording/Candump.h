@@ -58,6 +58,7 @@ private:
     bool addTime(CandumpLine& read);
 
     BusNames busNames;
+    QByteArray plainText; // of an unusual line; the words of a parsed line point into it
     qint64 lostSoFar = 0;
     qint64 withoutTime = 0;
     qint64 xlFrames = 0;

@@ -592,16 +592,16 @@ void PcapngFile::readInterface(qint64 size)
 void PcapngFile::readOptions(const char* option, const char* end, Interface& interface) const
 {
     constexpr int headerSize = 4;
-    constexpr int longestName = 64;
+    constexpr qint64 longestName = 64;
     enum : quint16 { EndOfOptions = 0, Name = 2, Resolution = 9, Offset = 14 };
     while (end - option >= headerSize) {
         const auto code = numberAt<quint16>(option, order);
-        const int size = numberAt<quint16>(option + 2, order);
+        const qint64 size = numberAt<quint16>(option + 2, order);
         option += headerSize;
         if (code == EndOfOptions || size > end - option)
             return;
         if (code == Name)
-            interface.name = QByteArray(option, std::min(size, longestName));
+            interface.name = QByteArray(option, static_cast<int>(std::min(size, longestName)));
         else if (code == Resolution && size >= 1)
             interface.clock.resolution = static_cast<quint8>(*option);
         else if (code == Offset && size >= 8)
