@@ -3,6 +3,7 @@
 #include <QtCore/QDateTime>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace monitor
 {
@@ -252,6 +253,8 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return LineKind::Unknown;
     AscLine rest{cursor, base, read, {}};
     const LineKind kind = readEvent(rest);
+    if (kind == LineKind::Nothing)
+        readStartOfMeasurement(cursor);
     if (kind == LineKind::Frame) {
         read.bus = busNames.indexOf(rest.channel.begin, rest.channel.size);
         frame = read;
@@ -265,6 +268,11 @@ void AscReader::readHeader(const QByteArray& line)
     const Word word = cursor.takeNextWord();
     if (word == "date")
         readStart(cursor);
+    if (word == "Begin" || word == "begin") {
+        cursor.takeNextWord(); // "Triggerblock"
+        qint64 begin = 0;
+        blockStart = readDate(cursor, begin) ? std::optional<qint64>(begin) : std::nullopt;
+    }
     if (!(word == "base"))
         return;
     base = cursor.takeNextWord() == "dec" ? 10 : 16;
@@ -278,6 +286,22 @@ void AscReader::readStart(LineCursor cursor)
     start = 0;
     hasStart = readDate(cursor, start);
     hasUnknownStart = hasUnknownStart || !hasStart;
+}
+
+/// Some programs write a file long after the measurement and its date is the time of writing. The
+/// date of a trigger block that begins with the measurement is more reliable.
+void AscReader::readStartOfMeasurement(LineCursor cursor)
+{
+    const bool isStart = cursor.takeNextWord() == "Start" && cursor.takeNextWord() == "of" &&
+                         cursor.takeNextWord() == "measurement";
+    if (!isStart || !blockStart || nanoseconds != 0)
+        return;
+    // The two dates may have a different number of decimals.
+    constexpr qint64 nanosecondsPerSecond = 1000000000;
+    if (!hasStart || std::abs(start - *blockStart) >= nanosecondsPerSecond)
+        start = *blockStart;
+    hasStart = true;
+    hasUnknownStart = false;
 }
 
 /// Returns false if there is no time, or if relative times add up to more than latestTime.

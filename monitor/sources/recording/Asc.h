@@ -4,6 +4,8 @@
 #include "sources/BusNames.h"
 #include "text/LineCursor.h"
 
+#include <optional>
+
 namespace monitor
 {
 
@@ -16,11 +18,12 @@ namespace monitor
 ///        0.017991 1  ErrorFrame
 ///        0.018991 CANFD   1 Rx  123  Name  0 0 9 12 00 11 22 33 44 55 66 77 88 99 AA BB
 ///
-/// The date, with English or German names, is the start of the recording; without one, times count
-/// from an unknown moment. The header gives the base of ids and data bytes (16 if there is no
-/// header) and tells whether each time is relative to the previous line. Received (Rx) and sent
-/// (Tx) frames are read; header lines, comments and other events are LineKind::Nothing. This class
-/// is reentrant.
+/// The date, with English or German names, is the start of the recording, unless a trigger block
+/// that begins with the measurement ("0.000000 Start of measurement") has another one; without a
+/// date, times count from an unknown moment. The header gives the base of ids and data bytes (16 if
+/// there is no header) and tells whether each time is relative to the previous line. Received (Rx)
+/// and sent (Tx) frames are read; header lines, comments and other events are LineKind::Nothing.
+/// This class is reentrant.
 class AscReader : public LineParser
 {
 public:
@@ -31,12 +34,14 @@ public:
 private:
     void readHeader(const QByteArray& line);
     void readStart(LineCursor cursor);
+    void readStartOfMeasurement(LineCursor cursor);
     bool readEventTime(LineCursor& cursor, Frame& frame);
 
     quint32 base = 16;
     bool relative = false;
     qint64 nanoseconds = 0; // of the previous event, since the start
     qint64 start = 0;
+    std::optional<qint64> blockStart; // of the newest trigger block
     bool hasStart = false;
     bool hasUnknownStart = false;
     BusNames busNames;

@@ -339,3 +339,28 @@ TEST(AscReader, AssumptionsAboutTheDateAreReported)
                               "recording"))
             << line;
 }
+
+TEST(AscReader, TriggerBlockThatBeginsWithTheMeasurementHasTheStart)
+{
+    const QByteArray date = "date Sun Mar 1 12:05:00 am 2020";
+    const QByteArray block = "Begin Triggerblock Fri May 1 12:05:00.5 pm 2020";
+    const QByteArray measurement = " 0.000000 Start of measurement";
+    const auto timeAfter = [](const QList<QByteArray>& lines) {
+        AscReader reader;
+        Frame frame;
+        for (const QByteArray& line : lines)
+            EXPECT_EQ(reader.readLine(line, frame), LineKind::Nothing) << line.constData();
+        EXPECT_EQ(reader.readLine("0.5 1 123 Rx d 1 11", frame), LineKind::Frame);
+        return frame.nanoseconds;
+    };
+    EXPECT_EQ(timeAfter({date, block, measurement}), 1588334701000000000);
+    EXPECT_EQ(timeAfter({block, measurement}), 1588334701000000000);
+    EXPECT_EQ(timeAfter({"date unknown", block, measurement}), 1588334701000000000);
+    for (const auto& lines :
+         {QList<QByteArray>{date, block},
+          {date, measurement},
+          {date, "Begin Triggerblock", measurement},
+          {date, block, " 7.000000 Start of measurement"},
+          {date, "Begin TriggerBlock Sun Mar 1 12:05:00.999 am 2020", measurement}})
+        EXPECT_EQ(timeAfter(lines), 1583021100500000000) << lines.last().constData();
+}
