@@ -16,7 +16,7 @@ struct AscLine {
     LineCursor cursor;
     quint32 base;
     Frame& frame;
-    Word channel = {};
+    Word channel; ///< empty if unknown
 };
 
 bool isErrorFrame(const Word& word)
@@ -251,7 +251,7 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
     Frame read;
     if (!readEventTime(cursor, read))
         return LineKind::Unknown;
-    AscLine rest{cursor, base, read, {}};
+    AscLine rest{cursor, base, read, {"", 0}};
     const LineKind kind = readEvent(rest);
     if (kind == LineKind::Nothing)
         readStartOfMeasurement(cursor);

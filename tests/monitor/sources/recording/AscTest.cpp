@@ -263,7 +263,8 @@ TEST(AscReader, ChannelIsTheBus)
     EXPECT_EQ(frame.bus, 1);
     EXPECT_EQ(reader.readLine("0.1 2 123 Rx r", frame), LineKind::Frame);
     EXPECT_EQ(frame.bus, 0);
-    EXPECT_EQ(reader.buses(), QStringList({"2", "12"}));
+    EXPECT_EQ(reader.readLine("0.1 CANFD x Rx 123 0 0 1 1 11", frame), LineKind::Frame);
+    EXPECT_EQ(reader.buses(), QStringList({"2", "12", ""}));
 }
 
 TEST(AscReader, CanFdFramesAreMarked)
