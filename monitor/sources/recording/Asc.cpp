@@ -308,7 +308,7 @@ void AscReader::readStartOfMeasurement(LineCursor cursor)
 bool AscReader::readEventTime(LineCursor& cursor, Frame& frame)
 {
     qint64 time = 0;
-    if (!readTime(cursor, time))
+    if (!readTime(cursor, time) || !cursor.skipBlanks())
         return false;
     time += relative ? nanoseconds : 0;
     if (time > latestTime - start)

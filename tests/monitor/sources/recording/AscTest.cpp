@@ -62,6 +62,13 @@ TEST(AscReader, ReadsACanFdFrameWithAndWithoutAName)
     EXPECT_FALSE(frameIn("0.1 CANFD 3 Tx 50005x 0 0 0 0 140000 73 200050").remote);
 }
 
+// Lines of other formats may begin with a number.
+TEST(AscReader, TimeIsFollowedByABlank)
+{
+    for (const char* line : {"0.5,0x123,1,0,0,0,", "0.5;1", "1) 12 0300 0", "0.5x 1 123 Rx d 0"})
+        EXPECT_EQ(kindOf(line), LineKind::Unknown) << line;
+}
+
 TEST(AscReader, TimesAreAbsoluteWithoutAHeader)
 {
     AscReader reader;
