@@ -6,37 +6,36 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 nanosecondsPerSecond = 1000000000;
-constexpr qint64 latestSecond = latestTime / nanosecondsPerSecond;
-
-bool readSeconds(LineCursor& cursor, qint64& seconds)
+/// Reads a whole number up to \a last.
+bool readWhole(LineCursor& cursor, qint64 last, qint64& number)
 {
     if (!isDigit(cursor.peek()))
         return false;
-    for (seconds = 0; isDigit(cursor.peek()) && seconds <= latestSecond;)
-        seconds = seconds * 10 + (cursor.take() - '0');
-    return seconds <= latestSecond;
+    for (number = 0; isDigit(cursor.peek()) && number <= last;)
+        number = number * 10 + (cursor.take() - '0');
+    return number <= last;
 }
 
-bool readFraction(LineCursor& cursor, qint64& nanoseconds)
+bool readFraction(LineCursor& cursor, qint64 unit, qint64& nanoseconds)
 {
     if (!isDigit(cursor.peek()))
         return false;
     nanoseconds = 0;
-    for (qint64 weight = nanosecondsPerSecond / 10; isDigit(cursor.peek()); weight /= 10)
+    for (qint64 weight = unit / 10; isDigit(cursor.peek()); weight /= 10)
         nanoseconds += weight * (cursor.take() - '0');
     return true;
 }
 
 } // namespace
 
-bool readTime(LineCursor& cursor, qint64& nanoseconds)
+bool readTime(LineCursor& cursor, qint64& nanoseconds, qint64 unit)
 {
-    qint64 seconds = 0;
+    qint64 whole = 0;
     qint64 fraction = 0;
-    if (!readSeconds(cursor, seconds) || (cursor.take('.') && !readFraction(cursor, fraction)))
+    if (!readWhole(cursor, latestTime / unit, whole) ||
+        (cursor.take('.') && !readFraction(cursor, unit, fraction)))
         return false;
-    nanoseconds = seconds * nanosecondsPerSecond + fraction;
+    nanoseconds = whole * unit + fraction;
     return nanoseconds <= latestTime;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QtCore/QByteArray>
 
+#include <cstddef>
 #include <cstring>
 #include <optional>
 
@@ -51,6 +52,7 @@ class LineCursor
 {
 public:
     explicit LineCursor(const QByteArray& line) : next(line.constBegin()), end(line.constEnd()) {}
+    explicit LineCursor(const Word& word) : next(word.begin), end(word.begin + word.size) {}
 
     bool atEnd() const { return next == end; }
     char peek() const { return atEnd() ? '\0' : *next; }
@@ -63,6 +65,16 @@ public:
         return true;
     }
 
+    /// Takes \a expected if it comes next.
+    bool takeText(const char* expected)
+    {
+        const auto size = static_cast<std::ptrdiff_t>(qstrlen(expected));
+        if (end - next < size || std::memcmp(next, expected, static_cast<size_t>(size)) != 0)
+            return false;
+        next += size;
+        return true;
+    }
+
     bool skipBlanks()
     {
         const char* const begin = next;
@@ -70,6 +82,9 @@ public:
             ++next;
         return next != begin;
     }
+
+    /// Everything up to the end of the line.
+    Word rest() const { return {next, static_cast<int>(end - next)}; }
 
     /// Takes everything up to the next blank or the end of the line.
     Word takeWord()
@@ -105,10 +120,13 @@ private:
 /// times do not overflow.
 constexpr qint64 latestTime = 4000000000000000000;
 
-/// Reads a time in seconds, such as "1635188455.02085", into \a nanoseconds. The fraction may have
-/// any number of digits; those after the ninth are ignored. Returns false if there is no number or
-/// the time is later than latestTime.
-[[nodiscard]] bool readTime(LineCursor& cursor, qint64& nanoseconds);
+constexpr qint64 nanosecondsPerSecond = 1000000000;
+
+/// Reads a time such as "1635188455.02085" into \a nanoseconds. The time has the unit \a unit,
+/// given in nanoseconds. The fraction may have any number of digits; fractions of a nanosecond are
+/// ignored. Returns false if there is no number or the time is later than latestTime.
+[[nodiscard]] bool readTime(LineCursor& cursor, qint64& nanoseconds,
+                            qint64 unit = nanosecondsPerSecond);
 
 /// Reads \a word as a number of \a base 10 or 16 without a sign. Returns false if it is not a
 /// number or is greater than \a last.

@@ -14,6 +14,8 @@ TextRecording::TextRecording(std::unique_ptr<QIODevice> device, const QString& n
 
 bool TextRecording::next(Frame& frame)
 {
+    if (parser->readFurtherFrame(frame))
+        return true;
     while (lines.readLine(line)) {
         switch (parser->readLine(line, frame)) {
         case LineKind::Frame:

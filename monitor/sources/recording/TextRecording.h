@@ -26,6 +26,14 @@ public:
     /// Reads one line into \a frame, which is left unchanged for every kind but Frame.
     [[nodiscard]] virtual LineKind readLine(const QByteArray& line, Frame& frame) = 0;
 
+    /// Reads the next frame of the last line into \a frame. Returns false, leaving \a frame
+    /// unchanged, if the line has no more frames.
+    [[nodiscard]] virtual bool readFurtherFrame(Frame& frame)
+    {
+        Q_UNUSED(frame)
+        return false;
+    }
+
     /// The number of lost frames that the lines so far report.
     virtual qint64 lost() const { return 0; }
 

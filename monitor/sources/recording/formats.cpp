@@ -3,6 +3,7 @@
 #include "Asc.h"
 #include "Candump.h"
 #include "Pcap.h"
+#include "Trc.h"
 
 #include <QtCore/QFile>
 
@@ -30,6 +31,7 @@ const QVector<RecordingFormat>& recordingFormats()
         {QStringLiteral("Vector ASC"), RecordingKind::Lines, findAsc, openText<AscReader>},
         {QStringLiteral("pcap"), RecordingKind::Bytes, findPcap, openPcap},
         {QStringLiteral("pcapng"), RecordingKind::Bytes, findPcapng, openPcapng},
+        {QStringLiteral("PEAK TRC"), RecordingKind::Lines, findTrc, openText<TrcReader>},
     };
     return formats;
 }

@@ -1,0 +1,17 @@
+#include "frameCheck.h"
+#include "textLines.h"
+
+#include <sources/recording/Trc.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    monitor::TrcReader reader;
+    for (const QByteArray& line : textLines(data, size)) {
+        monitor::Frame frame;
+        checkFrame(reader.readLine(line, frame), frame);
+        while (reader.readFurtherFrame(frame))
+            checkFrame(monitor::LineKind::Frame, frame);
+    }
+    return 0;
+}
