@@ -279,6 +279,7 @@ bool TrcEntry::read(LineCursor& cursor, const QByteArray& columns)
         if (column == 'D')
             return true;
         const Word word = cursor.takeNextWord();
+        // Stopping at the end of the line also bounds the time if $COLUMNS is very long.
         if (word.isEmpty() || !take(column, word))
             return false;
         if (kind == EntryKind::Error || kind == EntryKind::Status)

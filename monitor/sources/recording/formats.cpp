@@ -3,6 +3,7 @@
 #include "Asc.h"
 #include "Candump.h"
 #include "Pcap.h"
+#include "Csv.h"
 #include "Trc.h"
 
 #include <QtCore/QFile>
@@ -32,6 +33,7 @@ const QVector<RecordingFormat>& recordingFormats()
         {QStringLiteral("pcap"), RecordingKind::Bytes, findPcap, openPcap},
         {QStringLiteral("pcapng"), RecordingKind::Bytes, findPcapng, openPcapng},
         {QStringLiteral("PEAK TRC"), RecordingKind::Lines, findTrc, openText<TrcReader>},
+        {QStringLiteral("CSV"), RecordingKind::Lines, findCsv, openText<CsvReader>},
     };
     return formats;
 }

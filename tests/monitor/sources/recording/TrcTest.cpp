@@ -150,6 +150,14 @@ TEST(Trc, ColumnsMayComeInAnotherOrder)
               QStringList("1500000 300 data 0102"));
 }
 
+TEST(Trc, LineThatLacksAColumnIsUnreadable)
+{
+    const ReadRecording recording =
+        read("2.1", {";$COLUMNS=O,T,I,L,B,D", "1 DT 300 0 1", "2 DT 300 0"});
+    EXPECT_EQ(recording.texts, QStringList("1000000 300 data"));
+    EXPECT_EQ(recording.counts.unreadable, 1);
+}
+
 TEST(Trc, VersionsWithFixedColumnsIgnoreTheKeyword)
 {
     EXPECT_EQ(textsOf("1.1", {";$COLUMNS=I,O,T,l,D", "  1)  18.3  Rx  0001  0"}),
@@ -201,6 +209,7 @@ TEST(Trc, LinesThatDoNotFitAreUnreadable)
                              "1 1059.900 DT 1 20000000 Rx - 1 00",
                              "1 1059.900 DT 1 018FEF100 Rx - 1 00",
                              "1 1059.900 DT x 0300 Rx - 1 00",
+                             "1 1059.900 DT 1 FFFFFFFF Rx - 1 00",
                              "1 1059.900 DT 0001 0300 Rx - 1 00",
                              "1 1059.900 DT 256 0300 Rx - 1 00",
                              "1 1059.900 DT 1 0300 Rx - A 00",
@@ -256,11 +265,19 @@ TEST(Trc, StartTimeIsExactToTheNanosecond)
     EXPECT_EQ(timeAfter("43474.6427060648"), 1547047529803998720 + 500000000);
 }
 
-TEST(Trc, StartTimeIsTakenAsUtcAndThisIsSaid)
+TEST(Trc, StartTimeIsTakenAsUtcAndThisIsSaidOnce)
 {
-    const QStringList notes = read("2.1", {";$STARTTIME=44548.6028595139", line21}).notes;
-    EXPECT_EQ(notes,
+    const QByteArray start = ";$STARTTIME=44548.6028595139";
+    EXPECT_EQ(read("2.1", {start, line21, start}).notes,
               QStringList("x: the start time is taken as UTC, since the time zone is unknown"));
+}
+
+TEST(Trc, NumberOfNotesIsLimited)
+{
+    QList<QByteArray> lines;
+    for (int version = 30; version < 60; ++version)
+        lines += ";$FILEVERSION=" + QByteArray::number(version);
+    EXPECT_EQ(read("2.1", lines).notes.size(), 10);
 }
 
 TEST(Trc, TimesAreRelativeIfTheStartIsNotADate)

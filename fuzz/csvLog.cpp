@@ -1,0 +1,15 @@
+#include "frameCheck.h"
+#include "textLines.h"
+
+#include <sources/recording/Csv.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    monitor::CsvReader reader;
+    for (const QByteArray& line : textLines(data, size)) {
+        monitor::Frame frame;
+        checkFrame(reader.readLine(line, frame), frame);
+    }
+    return 0;
+}
