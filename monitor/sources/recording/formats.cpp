@@ -1,6 +1,7 @@
 #include "formats.h"
 
 #include "Asc.h"
+#include "Blf.h"
 #include "Candump.h"
 #include "Pcap.h"
 #include "Csv.h"
@@ -34,6 +35,7 @@ const QVector<RecordingFormat>& recordingFormats()
         {QStringLiteral("pcapng"), RecordingKind::Bytes, findPcapng, openPcapng},
         {QStringLiteral("PEAK TRC"), RecordingKind::Lines, findTrc, openText<TrcReader>},
         {QStringLiteral("CSV"), RecordingKind::Lines, findCsv, openText<CsvReader>},
+        {QStringLiteral("Vector BLF"), RecordingKind::Bytes, findBlf, openBlf},
     };
     return formats;
 }

@@ -105,6 +105,7 @@ TEST(RecordingFormats, EachFormatIsRecognisedByItsFirstLine)
     EXPECT_EQ(read("// version 9.0.0").format, QString("Vector ASC"));
     EXPECT_EQ(read(";$FILEVERSION=1.1").format, QString("PEAK TRC"));
     EXPECT_EQ(read("Time Stamp,ID,Extended,Bus,LEN,D1").format, QString("CSV"));
+    EXPECT_EQ(read("LOGG" + QByteArray(140, '\0')).format, QString("Vector BLF"));
 }
 
 TEST(RecordingFormats, FirstCharacteristicLineDecides)
