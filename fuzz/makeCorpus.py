@@ -2,9 +2,13 @@
 """Writes the corpus of the targets of records, of the transport protocol and of captures, a file
 for each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs
 found by fuzzing."""
+"""Writes the corpus of the targets of records, of the transport protocol and of BLF recordings, a
+file for each case: corpus/<target>/<case>. The other targets have small files written by hand and
+inputs found by fuzzing."""
 
 import pathlib
 import struct
+import zlib
 
 BIG_ENDIAN, LITTLE_ENDIAN = 0, 1
 DOUBLE_PRECISION, SINGLE_PRECISION = 0, 2
@@ -234,6 +238,50 @@ def write_captures(folder):
     write(folder, "pcapng-odd-block", section("<") + struct.pack("<II", 1, 21) + bytes(13))
     write(folder, "pcapng-empty-block", section("<") + bytes(12))
     write(folder, "pcapng-huge-block", section("<") + struct.pack("<II", 9, 0xFFFFFFFC) + bytes(12))
+def blf_object(kind, body, version=1, extension=b""):
+    header = 32 + len(extension)
+    size = header + len(body)
+    return struct.pack("<4sHHIIIHHQ", b"LOBJ", header, version, size, kind, 2, 0, 0, 5000) + \
+        extension + body + bytes(size % 4)
+def blf_container(content, method=0):
+    packed = zlib.compress(content) if method == 2 else content
+    size = 32 + len(packed)
+    return struct.pack("<4sHHIIH6xI4x", b"LOBJ", 16, 1, size, 10, method, len(content)) + packed + \
+        bytes(size % 4)
+def blf_file(content):
+    start = struct.pack("<8H", 2021, 10, 1, 25, 19, 0, 55, 20)
+    return struct.pack("<4sI32x", b"LOGG", 144) + start + bytes(88) + content
+def write_blf(folder):
+    data = bytes(range(1, 65))
+    classic = blf_object(1, struct.pack("<HBBI", 1, 0, 8, 0x98FEF100) + data[:8])
+    timed = blf_object(86, struct.pack("<HBBI", 2, 0, 3, 0x123) + data[:8] + bytes(8), 2, bytes(8))
+    remote = blf_object(1, struct.pack("<HBBI", 1, 0x80, 8, 0x181) + bytes(8))
+    flexible = blf_object(100, struct.pack("<HBBIIBBB5x", 1, 0, 9, 0x123, 0, 0, 3, 12) + data)
+    shorter = blf_object(
+        101, struct.pack("<BBBBIII", 1, 15, 64, 0, 0x123, 0, 0x3000) + bytes(24) + data[:48])
+    errors = blf_object(2, bytes(8)) + blf_object(73, bytes(32)) + blf_object(104, bytes(44))
+    lost = blf_object(126, struct.pack("<IQI", 1, 0, 12))
+    others = blf_object(115, bytes(43)) + blf_object(65, bytes(100))
+    objects = classic + timed + remote + flexible + shorter + errors + lost + others + classic
+    whole_file, cut_in_half = bytes([0, 255]), bytes([0, 128])
+    write(folder, "stored", whole_file + blf_file(blf_container(objects)))
+    write(folder, "packed", whole_file + blf_file(blf_container(objects, 2)))
+    write(folder, "packed-cut", cut_in_half + blf_file(blf_container(objects, 2)))
+    write(folder, "without-containers", cut_in_half + blf_file(objects))
+    write(folder, "split-and-mixed", cut_in_half + blf_file(
+        blf_container(objects[:51]) + blf_container(objects[51:250], 2) + classic
+        + blf_container(objects[250:])))
+    write(folder, "unknown-method", whole_file + blf_file(
+        blf_container(objects[:100]) + blf_container(objects[100:], 99)))
+    write(folder, "damaged", whole_file + blf_file(
+        blf_container(objects, 2)[:-40] + bytes(40) + blf_container(objects)))
+    write(folder, "in-containers-of-50-bytes", bytes([50, 200]) + objects)
+    write(folder, "impossible-sizes", bytes([255, 255]) + b"".join(
+        classic + struct.pack("<4sHHII", b"LOBJ", 16, 1, size, kind) + bytes(40)
+        for size in (0, 15, 5000, 2**32 - 1) for kind in (1, 10, 65)) + classic)
+    write(folder, "garbage-between", bytes([200, 255]) + b"LOBJECT".join([classic] * 3))
+    write(folder, "empty", whole_file)
+    write(folder, "header-cut", whole_file + b"LOGG\x90\0")
 
 
 CORPUS = pathlib.Path(__file__).parent / "corpus"
@@ -241,3 +289,4 @@ for target, tail_bytes in TAILS.items():
     write_target(CORPUS / target, tail_bytes)
 write_frames(CORPUS / "transportFrames")
 write_captures(CORPUS / "pcapFile")
+write_blf(CORPUS / "blfFile")

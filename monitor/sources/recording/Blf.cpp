@@ -250,7 +250,8 @@ QString textOf(ContainerReader::End end)
     case ContainerReader::End::FileEnds:
         return QStringLiteral("the file ends within a container: %1 object(s) of it were read");
     case ContainerReader::End::Damaged:
-        return QStringLiteral("the container is damaged: %1 object(s) of it were read");
+        return QStringLiteral(
+            "the container is damaged: %1 object(s) of it were read and may be wrong");
     case ContainerReader::End::TooShort:
         return QStringLiteral("the container has fewer bytes than it states: %1 object(s) of it "
                               "were read");

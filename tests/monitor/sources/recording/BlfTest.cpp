@@ -704,13 +704,13 @@ TEST(Blf, DamagedContainerEndsAtTheNextOne)
         std::string problem;
     } cases[] = {
         {containerOf(wrongChecksum, 2, 144), 3,
-         "the container is damaged: 3 object(s) of it were read"},
+         "the container is damaged: 3 object(s) of it were read and may be wrong"},
         {containerOf(whole.left(2) + bytes(0xFF, 0xFF), 2, 144), 0,
-         "the container is damaged: 0 object(s) of it were read"},
+         "the container is damaged: 0 object(s) of it were read and may be wrong"},
         {containerOf(whole.left(whole.size() - 5), 2, 144), 3,
-         "the container is damaged: 3 object(s) of it were read"},
+         "the container is damaged: 3 object(s) of it were read and may be wrong"},
         {containerOf(QByteArray(), 2, 144), 0,
-         "the container is damaged: 0 object(s) of it were read"},
+         "the container is damaged: 0 object(s) of it were read and may be wrong"},
         {containerOf(whole, 2, 100), 2,
          "the container has more bytes than it states: 2 object(s) of it were read"},
         {containerOf(whole, 2, 143), 2,
