@@ -5,6 +5,9 @@ found by fuzzing."""
 """Writes the corpus of the targets of records, of the transport protocol and of BLF recordings, a
 file for each case: corpus/<target>/<case>. The other targets have small files written by hand and
 inputs found by fuzzing."""
+"""Writes the corpus of the targets of records, of the transport protocol and of MF4 files, a file for
+each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
+fuzzing."""
 
 import pathlib
 import struct
@@ -282,6 +285,106 @@ def write_blf(folder):
     write(folder, "garbage-between", bytes([200, 255]) + b"LOBJECT".join([classic] * 3))
     write(folder, "empty", whole_file)
     write(folder, "header-cut", whole_file + b"LOGG\x90\0")
+class Mf4:
+    """An MDF 4 file whose blocks are added one by one."""
+    def __init__(self, unfinished=None):
+        start = b"UnFinMF " if unfinished is not None else b"MDF     "
+        self.content = bytearray(start + b"4.11    corpus  " + bytes(4) + struct.pack("<H", 411))
+        self.content += bytes(30) + struct.pack("<HH", unfinished or 0, 0)
+        self.header = self.add("HD", [0] * 6, struct.pack("<QhhBBBB2d", 10**18, 0, 0, 0, 0, 0, 0, 0, 0))
+    def add(self, kind, links, body=b"", length=None):
+        self.content += bytes(-len(self.content) % 8)
+        offset = len(self.content)
+        length = 24 + 8 * len(links) + len(body) if length is None else length
+        self.content += b"##" + kind.encode() + struct.pack("<IQQ", 0, length, len(links))
+        self.content += struct.pack(f"<{len(links)}Q", *links) + body
+        return offset
+    def link(self, block, number, target):
+        struct.pack_into("<Q", self.content, block + 24 + 8 * number, target)
+    def text(self, content):
+        return self.add("TX", [], content.encode() + b"\0")
+    def conversion(self, kind, *values):
+        body = struct.pack("<BBHHHdd", kind, 0, 0, 0, len(values), 0, 0)
+        return self.add("CC", [0] * 4, body + struct.pack(f"<{len(values)}d", *values))
+    def channels(self, rows):
+        """Rows of name, type, synchronisation, data type, byte, bit, bits, conversion, data."""
+        following = 0
+        for name, kind, sync, data_type, byte, bit, bits, conversion, data in reversed(rows):
+            body = struct.pack("<BBBBIIII", kind, sync, data_type, bit, byte, bits, 0, 0) + bytes(52)
+            following = self.add(
+                "CN", [following, 0, self.text(name), 0, conversion, data, 0, 0], body)
+        return following
+    def group(self, following, first, record_id, size, flags=6):
+        body = struct.pack("<QQHHIII", record_id, 0, flags, 46, 0, size, 0)
+        return self.add("CG", [following, first, 0, 0, 0, 0], body)
+    def data_group(self, first, id_size, data=0):
+        group = self.add("DG", [0, first, data, 0], bytes([id_size]) + bytes(7))
+        self.link(self.header, 0, group)
+        return group
+def mf4_unsorted():
+    file = Mf4(unfinished=0x25)
+    seconds = file.conversion(1, 0, 1e-9)
+    bytes_group = file.group(0, 0, 2, 0, 1)
+    master = ("Timestamp", 2, 1, 4, 0, 0, 64, seconds, 0)
+    error = file.group(bytes_group, file.channels([master, (
+        "CAN_ErrorFrame.BusChannel", 0, 0, 0, 8, 0, 2, 0, 0)]), 3, 9)
+    remote = file.group(error, file.channels([master, (
+        "CAN_RemoteFrame.ID", 0, 0, 0, 8, 3, 29, 0, 0)]), 4, 14)
+    frames = file.group(remote, file.channels([
+        master, ("CAN_DataFrame.BusChannel", 0, 0, 0, 8, 1, 2, 0, 0),
+        ("CAN_DataFrame.ID", 0, 0, 0, 8, 3, 29, 0, 0), ("CAN_DataFrame.IDE", 0, 0, 0, 8, 0, 1, 0, 0),
+        ("CAN_DataFrame.DataLength", 0, 0, 0, 12, 1, 7, 0, 0),
+        ("CAN_DataFrame.DataBytes", 1, 0, 10, 14, 0, 64, 0, bytes_group),
+        ("CAN_DataFrame.EDL", 0, 0, 0, 13, 0, 1, 0, 0)]), 1, 22)
+    group = file.data_group(frames, 1)
+    file.link(group, 2, file.add("DT", [], length=24))
+    for i in range(3):
+        first = (0x123 + i) << 3 | 2
+        file.content += struct.pack("<BdIBBQ", 1, 5e6 * i, first, 8 << 1, 8 << 4, 12 * i)
+        file.content += struct.pack("<BI8s", 2, 8, b"databyte")
+    file.content += struct.pack("<BdB", 3, 2e7, 1) + struct.pack("<BdI2x", 4, 3e7, 0x123 << 3)
+    return file
+def mf4_sorted(compressed):
+    file = Mf4()
+    bytes_of = [struct.pack("<I", n) + b"D" * n for n in (8, 64, 3)]
+    stream = file.add("SD", [], b"".join(bytes_of))
+    frames = file.group(0, file.channels([
+        ("t", 2, 1, 0, 0, 0, 48, file.conversion(1, 0, 1e-6), 0),
+        ("CAN_DataFrame.BusChannel", 6, 0, 0, 0, 0, 0, file.conversion(1, 9, 0), 0),
+        ("CAN_DataFrame.ID", 0, 0, 1, 6, 0, 32, 0, 0),
+        ("CAN_DataFrame.DLC", 0, 0, 0, 10, 0, 4, 0, 0),
+        ("CAN_DataFrame.DataLength", 0, 0, 0, 10, 0, 4, file.conversion(
+            5, *(x for pair in enumerate((0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 20, 24, 32, 48, 64))
+                 for x in pair)), 0),
+        ("CAN_DataFrame.EDL", 0, 0, 0, 10, 7, 1, file.conversion(6, 0, 0, 0, 1), 0),
+        ("CAN_DataFrame.DataBytes", 1, 0, 10, 11, 0, 32, 0, stream)]), 0, 15)
+    records = b"".join(struct.pack("<IHIBI", 1000 * i, 0, 0x23010000, code, position)
+                       for i, (code, position) in enumerate(((8, 0), (0x8F, 12), (3, 80))))
+    half = len(records) // 2 + 3
+    links = []
+    for part in (records[:half], records[half:]):
+        if not compressed:
+            links.append(file.add("DT", [], part))
+            continue
+        rows = len(part) // 5
+        columns = bytes(part[r * 5 + c] for c in range(5) for r in range(rows)) + part[rows * 5:]
+        packed = zlib.compress(columns)
+        links.append(file.add("DZ", [], struct.pack(
+            "<2sBBIQQ", b"DT", 1, 0, 5, len(part), len(packed)) + packed))
+    second = file.add("DL", [0, links[1]], struct.pack("<BxxxIQ", 1, 1, half))
+    first = file.add("DL", [second, links[0]], struct.pack("<BxxxIQ", 1, 1, half))
+    file.data_group(frames, 0, file.add("HL", [first], struct.pack("<HB5x", 1, 1)))
+    return file
+def write_mf4(folder):
+    unsorted = bytes(mf4_unsorted().content)
+    write(folder, "unsorted-unfinished", unsorted)
+    write(folder, "unsorted-cut", unsorted[:-40])
+    write(folder, "sorted", bytes(mf4_sorted(False).content))
+    write(folder, "sorted-transposed", bytes(mf4_sorted(True).content))
+    write(folder, "header-alone", unsorted[:64])
+    circular = mf4_unsorted()
+    circular.link(circular.header, 0, 64)
+    write(folder, "circular", bytes(circular.content))
 
 
 CORPUS = pathlib.Path(__file__).parent / "corpus"
@@ -290,3 +393,4 @@ for target, tail_bytes in TAILS.items():
 write_frames(CORPUS / "transportFrames")
 write_captures(CORPUS / "pcapFile")
 write_blf(CORPUS / "blfFile")
+write_mf4(CORPUS / "mf4File")

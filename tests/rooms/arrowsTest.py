@@ -29,6 +29,7 @@ MONITOR = {
     "monitor/text": [],
     "monitor/sources": ["monitor/can", "monitor/text"],
     "monitor/sources/recording": ["monitor/sources"],
+    "monitor/sources/recording/mf4": ["monitor/sources/recording"],
     "monitor/sources/bus": ["monitor/sources"],
     "monitor/catalogue": ["monitor/can", "monitor/text"],
     "monitor/catalogue/dbc": ["monitor/catalogue"],
@@ -50,7 +51,7 @@ MONITOR = {
 }
 # Files with a table of the rooms inside their own may include those rooms too.
 TABLES = {
-    "monitor/sources/recording/formats.cpp": [],
+    "monitor/sources/recording/formats.cpp": ["monitor/sources/recording/mf4"],
     "monitor/catalogue/readers.cpp": ["monitor/catalogue/dbc", "monitor/catalogue/eds"],
 }
 # Prefixes of other headers, and the only rooms that may include them.

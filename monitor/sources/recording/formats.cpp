@@ -3,9 +3,10 @@
 #include "Asc.h"
 #include "Blf.h"
 #include "Candump.h"
-#include "Pcap.h"
 #include "Csv.h"
+#include "Pcap.h"
 #include "Trc.h"
+#include "mf4/Mf4.h"
 
 #include <QtCore/QFile>
 
@@ -36,6 +37,7 @@ const QVector<RecordingFormat>& recordingFormats()
         {QStringLiteral("PEAK TRC"), RecordingKind::Lines, findTrc, openText<TrcReader>},
         {QStringLiteral("CSV"), RecordingKind::Lines, findCsv, openText<CsvReader>},
         {QStringLiteral("Vector BLF"), RecordingKind::Bytes, findBlf, openBlf},
+        {QStringLiteral("ASAM MF4"), RecordingKind::Bytes, findMf4, openMf4},
     };
     return formats;
 }
