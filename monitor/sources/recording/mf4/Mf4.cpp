@@ -703,10 +703,10 @@ QStringList Mf4Source::notes() const
 
 QString Mf4Source::error() const
 {
-    const QString error = recording.file.error();
-    if (!error.isEmpty() || recording.structure.error.isEmpty())
-        return error;
-    return fileName + ": " + recording.structure.error;
+    QString error = recording.file.error();
+    if (error.isEmpty() && !recording.structure.error.isEmpty())
+        error = fileName + ": " + recording.structure.error;
+    return error;
 }
 
 } // namespace

@@ -15,10 +15,10 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 pieceSize = 128 * 1024;
+constexpr qint64 pieceSize = 1 << 17;
 constexpr qint64 maxBlockBytes = 1 << 16; // kept of a block; links beyond are read one by one
 constexpr qint64 maxFields = 24;          // bytes of the fields of a block with raw data
-constexpr qint64 maxUnpacked = 1 << 28;
+constexpr qint64 maxUnpacked = 1 << 26;   // of a block; the format allows 4 MiB
 constexpr qint64 maxText = 4096;
 constexpr qint64 freeRewinding = 1 << 28;
 constexpr qint64 rewindCost = 4096; // of reading the headers of blocks again, in bytes
@@ -314,6 +314,7 @@ bool Mf4Data::openNextBlock(qint64 skippable, qint64& skipped)
         return false;
     }
     const std::optional<Mf4Block> block = file->block(*offset);
+    blockPosition = *offset;
     if (!block) {
         stop(QStringLiteral("a link to a data block leads to no block"));
         return false;
@@ -395,6 +396,7 @@ void Mf4Data::unpack(const Mf4Block& block, qint64 packed, qint64 unpacked)
         return;
     }
     // Without the end, there is no complete row.
+    QByteArray& columns = file->unpackedColumns();
     if (inflateTo(columns, 0, dataBegin, packed, unpacked) < unpacked)
         return;
     if (buffer.size() < end + unpacked + slack)

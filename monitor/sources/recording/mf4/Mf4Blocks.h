@@ -71,6 +71,9 @@ public:
     /// The text in the block at \a offset; empty if there is none.
     QByteArray text(qint64 offset);
 
+    /// Memory in which all streams of the file unpack transposed blocks, one at a time.
+    QByteArray& unpackedColumns() { return columns; }
+
     /// An error message that names the device, or an empty string.
     QString error() const;
 
@@ -79,10 +82,11 @@ private:
     QString fileName;
     QString copyError;
     qint64 fileSize = 0;
+    QByteArray columns;
 };
 
 /// The bytes of a data block, or of all blocks in a list of data blocks, as one stream. They are
-/// unpacked as they are needed: memory is bounded by the largest packed block and the largest
+/// unpacked block by block: memory is bounded by the largest unpacked block and the largest
 /// request. It must be used by one thread only, and \a file must outlive it.
 class Mf4Data
 {
@@ -163,8 +167,7 @@ private:
     qint64 packedBlock = 0; // offset of the block that the last bytes were unpacked from, or 0
 
     QByteArray buffer;
-    QByteArray columns; // of a transposed block
-    qint64 begin = 0;   // of the unread bytes in the buffer
+    qint64 begin = 0; // of the unread bytes in the buffer
     qint64 end = 0;
     qint64 before = 0; // bytes of the stream before the buffer
     qint64 stored = 0;

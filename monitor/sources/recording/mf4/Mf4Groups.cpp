@@ -243,6 +243,7 @@ private:
     void readChannel(const Channel& channel, Mf4Group& group);
     void readMember(const Channel& channel, const QByteArray& member, Mf4Group& group);
     Refusal readNumber(const Channel& channel, const Mf4Group& group, Mf4Number& number);
+    Refusal readPlace(const Channel& channel, const Mf4Group& group, Mf4Number& number);
     Refusal readConversion(const Mf4Block& channel, Mf4Number& number);
     Refusal readBytes(const Channel& channel, Mf4Group& group);
     Refusal readTime(const Channel& channel, const Mf4Group& group, Mf4Time& time);
@@ -256,6 +257,7 @@ private:
     Mf4Structure structure;
     QSet<qint64> groups;   // data groups and channel groups
     QSet<qint64> channels; // of the current group
+    QSet<qint64> streams;  // of data groups
     int blocks = 0;
     QHash<qint64, qint64> variableLinks; // block of a group -> data of its channel DataBytes
 };
@@ -308,9 +310,10 @@ Mf4Structure StructureReader::read()
 
 void StructureReader::refuse(Mf4Group& group, const QString& reason)
 {
-    if (group.kind != Mf4Group::Skipped)
+    if (group.kind != Mf4Group::Skipped && !group.isRefused)
         problems.add(group.block, QStringLiteral("a group of frames cannot be read: ") + reason);
     group.kind = Mf4Group::Skipped;
+    group.isRefused = true;
 }
 
 void StructureReader::readDataGroup(const Mf4Block& block)
@@ -336,8 +339,11 @@ void StructureReader::readDataGroup(const Mf4Block& block)
     else if (size == 0 && dataGroup.groups.size() > 1)
         problems.add(block.offset,
                      QStringLiteral("several groups share records without record id"));
+    else if (streams.contains(dataGroup.data))
+        problems.add(block.offset, QStringLiteral("two data groups share the same data"));
     else
         structure.dataGroups.push_back(std::move(dataGroup));
+    streams.insert(block.link(2));
 }
 
 /// What can only be checked when all groups of \a dataGroup are known.
@@ -458,7 +464,7 @@ void StructureReader::readChannel(const Channel& channel, Mf4Group& group)
     const QByteArray event = path.mid(path.lastIndexOf('.') + 1);
     for (const EventName& name : events) {
         if (event == name.name || (point < 0 && channel.name == name.name)) {
-            if (group.kind == Mf4Group::Skipped)
+            if (group.kind == Mf4Group::Skipped && !group.isRefused)
                 group.kind = name.kind;
             if (point >= 0 && group.kind == name.kind)
                 readMember(channel, channel.name.mid(point + 1), group);
@@ -481,13 +487,20 @@ void StructureReader::readMember(const Channel& channel, const QByteArray& membe
 Refusal StructureReader::readNumber(const Channel& channel, const Mf4Group& group,
                                     Mf4Number& number)
 {
-    constexpr quint8 lastNumberType = 5;
     constexpr quint32 allInvalidFlag = 1;
-    constexpr quint32 invalidBitFlag = 2;
-    if (number.isPresent)
+    if (number.isPresent || (channel.flags & allInvalidFlag) != 0)
         return Refusal();
-    if ((channel.flags & allInvalidFlag) != 0)
-        return Refusal(); // as if it were missing
+    Refusal refusal = readPlace(channel, group, number);
+    if (refusal.isEmpty())
+        refusal = readConversion(channel.block, number);
+    number.isPresent = refusal.isEmpty();
+    return refusal;
+}
+
+Refusal StructureReader::readPlace(const Channel& channel, const Mf4Group& group, Mf4Number& number)
+{
+    constexpr quint8 lastNumberType = 5;
+    constexpr quint32 invalidBitFlag = 2;
     number.isIndex = channel.type == Channel::Virtual || channel.type == Channel::VirtualMaster;
     number.isFloat = !number.isIndex && channel.dataType >= 4;
     number.isSigned = channel.dataType == 2 || channel.dataType == 3;
@@ -509,9 +522,7 @@ Refusal StructureReader::readNumber(const Channel& channel, const Mf4Group& grou
     number.validity = group.dataSize + channel.invalidBit / 8;
     if ((channel.flags & invalidBitFlag) != 0 && number.validity < group.recordSize)
         number.invalidBit = static_cast<quint8>(1 << channel.invalidBit % 8);
-    Refusal refusal = readConversion(channel.block, number);
-    number.isPresent = refusal.isEmpty();
-    return refusal;
+    return Refusal();
 }
 
 Refusal StructureReader::readConversion(const Mf4Block& channel, Mf4Number& number)
@@ -587,13 +598,15 @@ Refusal StructureReader::readTime(const Channel& channel, const Mf4Group& group,
 
 Refusal StructureReader::readBytes(const Channel& channel, Mf4Group& group)
 {
+    if (group.bytes.isPresent || group.bytesSize > 0)
+        return Refusal();
     if (channel.type == Channel::Variable) {
         Channel position = channel; // the record contains an integer, whatever it refers to
         position.dataType = 0;
-        Refusal refusal = readNumber(position, group, group.bytes);
-        group.bytes.conversion = Mf4Conversion();
-        group.bytes.small.clear();
-        variableLinks.insert(group.block, channel.block.link(5));
+        Refusal refusal = readPlace(position, group, group.bytes);
+        group.bytes.isPresent = refusal.isEmpty();
+        if (group.bytes.isPresent)
+            variableLinks.insert(group.block, channel.block.link(5));
         return refusal;
     }
     if (channel.type != Channel::Fixed && channel.type != Channel::MaxLength)

@@ -83,6 +83,7 @@ struct Mf4Group {
     enum Kind { Skipped, Data, Remote, Error, VariableLength };
 
     Kind kind = Skipped;
+    bool isRefused = false; ///< it has CAN frames that cannot be read
     qint64 block = 0;
     quint64 recordId = 0;
     qint64 dataSize = 0;   ///< bytes of a record without invalidation bytes
