@@ -547,10 +547,10 @@ Refusal StructureReader::readConversion(const Mf4Block& channel, Mf4Number& numb
     }
     if (number.conversion.kind != Mf4Conversion::None) {
         constexpr qint64 firstValue = 24;
-        const int count = block->field<quint16>(6);
+        const qint64 count = block->field<quint16>(6);
         if (block->body() - block->offset + firstValue + 8 * count > block->bytes.size())
             return QStringLiteral("its conversion is incomplete");
-        for (int i = 0; i < count; ++i) {
+        for (qint64 i = 0; i < count; ++i) {
             const auto bits = block->field<quint64>(firstValue + 8 * i);
             double value = 0;
             std::memcpy(&value, &bits, sizeof(value));
