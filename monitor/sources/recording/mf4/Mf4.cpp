@@ -101,6 +101,20 @@ private:
         bool isDropped = false;
     };
 
+    /// A frame in a heap, which has copies of the order so that comparisons are fast.
+    struct Turn {
+        qint64 time;
+        quint64 number;
+        int index; // of a group, or the place of a frame
+    };
+
+    struct IsLater {
+        bool operator()(const Turn& a, const Turn& b) const
+        {
+            return a.time != b.time ? a.time > b.time : a.number > b.number;
+        }
+    };
+
     /// A frame that waits for its data bytes.
     struct Unpaired {
         qint64 position;
@@ -142,7 +156,8 @@ private:
     int earliest() const;
     void removeEarliest();
     Waiting& at(int place) { return waiting[static_cast<size_t>(place)]; }
-    bool isLater(int a, int b) const;
+    Turn turnOf(int place, int index) const;
+    bool isOtherFirst() const;
 
     Recording& recording;
     const Mf4DataGroup& description;
@@ -158,9 +173,9 @@ private:
     int firstFree = nowhere;
     size_t count = 0; // of waiting frames
     quint64 nextNumber = 0;
-    qint64 newest = 0;       // time of the last record
-    std::vector<int> heads;  // a heap of groups with waiting frames, by their first frame
-    std::vector<int> others; // a heap of frames earlier than the previous one of their group
+    qint64 newest = 0;        // time of the last record
+    std::vector<Turn> heads;  // a heap of groups with waiting frames, by their first frame
+    std::vector<Turn> others; // a heap of frames earlier than the previous one of their group
 };
 
 DataGroupReader::DataGroupReader(Recording& owner, const Mf4DataGroup& group)
@@ -498,11 +513,10 @@ void DataGroupReader::complete(int place, const VariableBytes& bytes)
     at(place).isComplete = true;
 }
 
-bool DataGroupReader::isLater(int a, int b) const
+DataGroupReader::Turn DataGroupReader::turnOf(int place, int index) const
 {
-    const Waiting& first = waiting[static_cast<size_t>(a)];
-    const Waiting& second = waiting[static_cast<size_t>(b)];
-    return first.time != second.time ? first.time > second.time : first.number > second.number;
+    const Waiting& frame = waiting[static_cast<size_t>(place)];
+    return {frame.time, frame.number, index};
 }
 
 int DataGroupReader::addPlace(const Frame& frame)
@@ -529,9 +543,8 @@ void DataGroupReader::enqueue(Group& group, int place)
 {
     ++count;
     if (group.tail != nowhere && at(place).time < at(group.tail).time) {
-        others.push_back(place);
-        std::push_heap(others.begin(), others.end(),
-                       [this](int a, int b) { return isLater(a, b); });
+        others.push_back(turnOf(place, place));
+        std::push_heap(others.begin(), others.end(), IsLater());
         return;
     }
     if (group.tail != nowhere) {
@@ -540,39 +553,38 @@ void DataGroupReader::enqueue(Group& group, int place)
         return;
     }
     group.head = group.tail = place;
-    heads.push_back(static_cast<int>(&group - groups.data()));
-    std::push_heap(heads.begin(), heads.end(), [this](int a, int b) {
-        return isLater(groups[static_cast<size_t>(a)].head, groups[static_cast<size_t>(b)].head);
-    });
+    heads.push_back(turnOf(place, static_cast<int>(&group - groups.data())));
+    std::push_heap(heads.begin(), heads.end(), IsLater());
+}
+
+/// Whether the earliest frame is one of those out of order in their group.
+bool DataGroupReader::isOtherFirst() const
+{
+    return heads.empty() || (!others.empty() && IsLater()(heads.front(), others.front()));
 }
 
 int DataGroupReader::earliest() const
 {
-    if (heads.empty())
-        return others.front();
-    const int head = groups[static_cast<size_t>(heads.front())].head;
-    return others.empty() || isLater(others.front(), head) ? head : others.front();
+    return isOtherFirst() ? others.front().index
+                          : groups[static_cast<size_t>(heads.front().index)].head;
 }
 
 void DataGroupReader::removeEarliest()
 {
     const int place = earliest();
-    if (!others.empty() && others.front() == place) {
-        std::pop_heap(others.begin(), others.end(), [this](int a, int b) { return isLater(a, b); });
+    if (isOtherFirst()) {
+        std::pop_heap(others.begin(), others.end(), IsLater());
         others.pop_back();
     } else {
-        const auto isLaterGroup = [this](int a, int b) {
-            return isLater(groups[static_cast<size_t>(a)].head,
-                           groups[static_cast<size_t>(b)].head);
-        };
-        std::pop_heap(heads.begin(), heads.end(), isLaterGroup);
-        Group& group = groups[static_cast<size_t>(heads.back())];
+        std::pop_heap(heads.begin(), heads.end(), IsLater());
+        Group& group = groups[static_cast<size_t>(heads.back().index)];
         group.head = at(place).next;
         if (group.head == nowhere) {
             group.tail = nowhere;
             heads.pop_back();
         } else {
-            std::push_heap(heads.begin(), heads.end(), isLaterGroup);
+            heads.back() = turnOf(group.head, heads.back().index);
+            std::push_heap(heads.begin(), heads.end(), IsLater());
         }
     }
     at(place).next = firstFree;
