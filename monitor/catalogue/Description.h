@@ -79,7 +79,10 @@ struct MessageHeader {
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> node; ///< the CANopen node that sends it, if a node is described
     int size = 0;               ///< in bytes
-    qint64 line = 0;            ///< the line where its description begins, for warnings
+    /// How often it is sent, in ms; above 0, unknown if not given. A CANopen node may send a PDO
+    /// more often, whenever a value changes.
+    std::optional<double> cycleTime;
+    qint64 line = 0; ///< the line where its description begins, for warnings
 };
 
 /// One message with its signals, as declared in a description file.

@@ -1,5 +1,7 @@
 #include "DbcAttributes.h"
 
+#include <cmath>
+
 namespace monitor
 {
 
@@ -8,6 +10,7 @@ namespace
 
 constexpr char frameFormat[] = "VFrameFormat";
 constexpr char protocolType[] = "ProtocolType";
+constexpr char genMsgCycleTime[] = "GenMsgCycleTime";
 
 template <typename Key, typename Value>
 const Value* findIn(const QHash<Key, Value>& hash, const Key& key)
@@ -40,9 +43,7 @@ void DbcAttributes::setValue(const QString& attribute, quint32 message, const Db
 
 std::optional<bool> DbcAttributes::isJ1939(quint32 message) const
 {
-    const QString attribute = QString::fromLatin1(frameFormat);
-    const QHash<quint32, DbcValue> ofMessages = messageValues.value(attribute);
-    const auto format = textOf(attribute, findIn(ofMessages, message));
+    const auto format = textOf(QString::fromLatin1(frameFormat), message);
     if (!format)
         return std::nullopt;
     return *format == QLatin1String("J1939PG") || *format == QLatin1String("3");
@@ -57,6 +58,14 @@ std::optional<bool> DbcAttributes::isJ1939() const
     return type->compare(QLatin1String("J1939"), Qt::CaseInsensitive) == 0;
 }
 
+std::optional<double> DbcAttributes::cycleTime(quint32 message) const
+{
+    const auto text = textOf(QString::fromLatin1(genMsgCycleTime), message);
+    const double milliseconds = text ? text->toDouble() : 0;
+    return milliseconds > 0 && std::isfinite(milliseconds) ? std::optional(milliseconds)
+                                                           : std::nullopt;
+}
+
 /// The text of \a value, or of the default if \a value is null. If the definition has a list of
 /// texts, a number is an index into it. No value if the attribute is unknown.
 std::optional<QString> DbcAttributes::textOf(const QString& attribute, const DbcValue* value) const
@@ -68,6 +77,13 @@ std::optional<QString> DbcAttributes::textOf(const QString& attribute, const Dbc
     }
     const QStringList texts = definitions.value(attribute);
     return value->isNumber && !texts.isEmpty() ? texts.value(value->text.toInt()) : value->text;
+}
+
+/// The same for the value of a message.
+std::optional<QString> DbcAttributes::textOf(const QString& attribute, quint32 message) const
+{
+    const QHash<quint32, DbcValue> ofMessages = messageValues.value(attribute);
+    return textOf(attribute, findIn(ofMessages, message));
 }
 
 } // namespace monitor

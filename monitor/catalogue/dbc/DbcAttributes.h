@@ -14,8 +14,8 @@ struct DbcValue {
     bool isNumber = false;
 };
 
-/// The user-defined attributes of a DBC file that declare J1939: their definitions (BA_DEF_),
-/// defaults (BA_DEF_DEF_) and values (BA_), in any order. This class is reentrant.
+/// The user-defined attributes of a DBC file that declare J1939 and cycle times: their definitions
+/// (BA_DEF_), defaults (BA_DEF_DEF_) and values (BA_), in any order. This class is reentrant.
 class DbcAttributes
 {
 public:
@@ -34,8 +34,13 @@ public:
     /// Whether ProtocolType declares the file as J1939. No value if it declares nothing.
     std::optional<bool> isJ1939() const;
 
+    /// GenMsgCycleTime of the message with that number, in ms. No value if it is 0 or less, not a
+    /// number, or unknown.
+    std::optional<double> cycleTime(quint32 message) const;
+
 private:
     std::optional<QString> textOf(const QString& attribute, const DbcValue* value) const;
+    std::optional<QString> textOf(const QString& attribute, quint32 message) const;
 
     QHash<QString, QStringList> definitions;
     QHash<QString, DbcValue> defaults;

@@ -99,6 +99,7 @@ private:
     void parseDefault();
     void parseAttribute();
     DbcValue takeValue();
+    void setAttribute(const QString& attribute, quint32 number, const DbcValue& value);
     void setAttribute(const QString& attribute, quint32 number, const QString& name,
                       const DbcValue& value);
     void refer(quint32 number, const QString& name, const QString& section,
@@ -536,11 +537,7 @@ void DbcParser::parseAttribute()
     } else if (owner.isEmpty()) {
         attributes.setValue(attribute, takeValue());
     } else if (owner == QLatin1String("BO_")) {
-        const DbcValue value = takeValue();
-        attributes.setValue(attribute, number, value);
-        const QString text = value.text.simplified();
-        if (attribute == QLatin1String("SystemMessageLongSymbol") && !text.isEmpty())
-            longNames.insert(number, text);
+        setAttribute(attribute, number, takeValue());
     } else if (owner == QLatin1String("SG_")) {
         const QString name = scanner.takeWord();
         setAttribute(attribute, number, name, takeValue());
@@ -554,6 +551,15 @@ DbcValue DbcParser::takeValue()
     if (scanner.peek() == '"')
         return {scanner.takeText().value_or(QString()), false};
     return {scanner.takeNumber(), true};
+}
+
+/// Applies an attribute to a message.
+void DbcParser::setAttribute(const QString& attribute, quint32 number, const DbcValue& value)
+{
+    const QString text = value.text.simplified();
+    if (attribute == QLatin1String("SystemMessageLongSymbol") && !text.isEmpty())
+        longNames.insert(number, text);
+    attributes.setValue(attribute, number, value);
 }
 
 /// Applies an attribute to a signal if the program uses that attribute.
@@ -599,6 +605,7 @@ QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QSt
     for (DbcMessage& message : dbcMessages) {
         message.name = longNames.value(message.number, message.name);
         extendedMessages += message.extended ? 1 : 0;
+        message.cycleTime = attributes.cycleTime(message.number);
         message.protocol =
             message.extended ? protocolOf(message, file.protocol) : Protocol::CANopen;
         described.append({message, resolveMultiplexing(message.dbcSignals, problems)});

@@ -20,7 +20,8 @@ constexpr quint32 maxMapped = 64; // entries of a mapping, of one bit each
 constexpr int pdoBits = 64;
 constexpr quint32 notValidFlag = 0x80000000; // bit 30, "no remote request", is irrelevant here
 constexpr quint32 extendedFlag = 0x20000000;
-constexpr quint32 lastDummy = 7; // data types 1 to 7 can be mapped as padding
+constexpr quint32 firstEventDriven = 254; // transmission type
+constexpr quint32 lastDummy = 7;          // data types 1 to 7 can be mapped as padding
 
 enum class Numbers { Unsigned, Signed, Float };
 
@@ -90,11 +91,14 @@ public:
         message.node = node;
         if (readCobId(firstCommunication + number, message))
             readMapping(firstMapping + number, message);
+        if (!message.signalDescriptions.isEmpty())
+            message.cycleTime = readEventTimer(firstCommunication + number);
         return message;
     }
 
 private:
     bool readCobId(quint32 index, MessageDescription& message);
+    std::optional<double> readEventTimer(quint32 index);
     void readMapping(quint32 index, MessageDescription& message);
     quint32 mappedCount(quint32 index);
     bool readMapped(const EdsEntry& entry, int& position, MessageDescription& message);
@@ -138,6 +142,16 @@ bool PdoReader::readCobId(quint32 index, MessageDescription& message)
     if (!isValid)
         problems.add(entry.line, QStringLiteral("COB-ID is out of range; the PDO is ignored"));
     return isValid;
+}
+
+/// The event timer in ms. Empty if it is 0 or the transmission type does not use it: the PDO
+/// is then sent after SYNC or on request.
+std::optional<double> PdoReader::readEventTimer(quint32 index)
+{
+    const auto type = readEdsNumber(valueOf(index, 2).value, node);
+    const quint32 milliseconds = readValue(valueOf(index, 5)).value_or(0);
+    const bool isUsed = milliseconds > 0 && (!type || *type >= firstEventDriven);
+    return isUsed ? std::optional<double>(milliseconds) : std::nullopt;
 }
 
 /// The number of mapping entries to read; the greatest possible number if it is not given.

@@ -26,6 +26,15 @@ Protocol protocolIn(const QByteArray& attributes, bool hasPlaceholder = true)
     return dbc.messages.value(0).protocol;
 }
 
+/// The cycle time of a message in a file with these attributes.
+std::optional<double> cycleTimeIn(const QByteArray& attributes)
+{
+    const Dbc dbc = readDbc(messageLine + "\n" + attributes);
+    EXPECT_EQ(dbc.warnings, QString());
+    EXPECT_EQ(dbc.messages.size(), 1);
+    return dbc.messages.value(0).cycleTime;
+}
+
 } // namespace
 
 TEST(DbcAttributes, FloatingPointSignalsAreMarked)
@@ -198,6 +207,33 @@ TEST(DbcAttributes, LongNamesReplaceTheShortOnes)
     EXPECT_EQ(signal.name, QString("SpeedOfTheEngine"));
     EXPECT_EQ(signal.shortName, QString("EngineSpeed"));
     EXPECT_EQ(signal.spn, 190U);
+}
+
+TEST(DbcAttributes, CycleTimeOfAMessageIsReadInMilliseconds)
+{
+    const QByteArray value = "BA_ \"GenMsgCycleTime\" BO_ 2364540158 ";
+    const QByteArray defaultValue = "BA_DEF_ BO_ \"GenMsgCycleTime\" INT 0 65535;\n"
+                                    "BA_DEF_DEF_ \"GenMsgCycleTime\" 100;\n";
+    EXPECT_EQ(cycleTimeIn(value + "20;"), 20.0);
+    EXPECT_EQ(cycleTimeIn(value + "2.5;"), 2.5);
+    EXPECT_EQ(cycleTimeIn(defaultValue + value + "20;"), 20.0);
+    EXPECT_EQ(cycleTimeIn(value + "20;\n" + defaultValue), 20.0);
+    EXPECT_EQ(cycleTimeIn(defaultValue), 100.0);
+    EXPECT_EQ(cycleTimeIn(defaultValue + "BA_ \"GenMsgCycleTime\" BO_ 5 20;"), 100.0);
+}
+
+TEST(DbcAttributes, CycleTimeIsUnknownUnlessItIsANumberAboveZero)
+{
+    const QByteArray definitionAlone = "BA_DEF_ BO_ \"GenMsgCycleTime\" INT 0 65535;\n";
+    EXPECT_EQ(cycleTimeIn(""), std::nullopt);
+    EXPECT_EQ(cycleTimeIn(definitionAlone), std::nullopt);
+    EXPECT_EQ(cycleTimeIn(definitionAlone + "BA_DEF_DEF_ \"GenMsgCycleTime\" 0;"), std::nullopt);
+    for (const char* number : {"0", "-1", "nan", "inf", "1e999", "\"often\"", ""})
+        EXPECT_EQ(cycleTimeIn("BA_DEF_DEF_ \"GenMsgCycleTime\" 100;\n"
+                              "BA_ \"GenMsgCycleTime\" BO_ 2364540158 " +
+                              QByteArray(number) + ";"),
+                  std::nullopt)
+            << number;
 }
 
 TEST(DbcValueTexts, AreAssignedToRawValues)

@@ -206,6 +206,30 @@ TEST(EdsReader, ReadsCompactMappings)
               (QStringList{"Byte 0 8", "Word 8 16"}));
 }
 
+// CiA 301: the event timer is sub-index 5, in ms. Only the transmission types 254 and 255 use
+// it; others are sent after SYNC or on request.
+TEST(EdsReader, EventTimerIsTheCycleTimeOfAnEventDrivenPdo)
+{
+    const auto cycleTime = [](const QByteArray& parameters) {
+        const Pdos pdos = read(objects + pdo("0x185", "1", {"0x20000008"}) + parameters);
+        EXPECT_EQ(pdos.warnings, QString());
+        return pdos.messages.value(0).cycleTime;
+    };
+    const QByteArray timer = "[1800sub5]\nDefaultValue=0x32\n";
+    EXPECT_EQ(cycleTime(timer), 50.0);
+    EXPECT_EQ(cycleTime(timer + "ParameterValue=20\n"), 20.0);
+    EXPECT_EQ(cycleTime("[1800sub5]\nDefaultValue=0\n"), std::nullopt);
+    EXPECT_EQ(cycleTime("[1800sub5]\n"), std::nullopt);
+    EXPECT_EQ(cycleTime(""), std::nullopt);
+    for (const auto& [type, isUsed] : {std::pair("0xFF", true), std::pair("254", true),
+                                       std::pair("253", false), std::pair("0", false)})
+        EXPECT_EQ(cycleTime(timer + "[1800sub2]\nDefaultValue=" + type + "\n").has_value(), isUsed)
+            << type;
+    EXPECT_EQ(
+        read(objects + pdo("0x185", "1", {"0x20000008"}) + "[1800sub5]\nDefaultValue=x\n").warnings,
+        QString("x.eds:26: value is not a number\n"));
+}
+
 TEST(EdsReader, TruncatedFilesNeverYieldSignalsOutsideTheirPdo)
 {
     const QByteArray eds =
