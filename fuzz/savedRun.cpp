@@ -22,12 +22,12 @@ void report(const monitor::SavedRun& run)
 
 } // namespace
 
-/// The input is the part of a file between version and hash. Both are added here, because the
-/// fuzzer would never find the right hash.
+/// The input is the part of a file between "VANTREL\n" and the hash. Both are added here, because
+/// the fuzzer would never find the right hash.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    QByteArray content("VANTREL\n\0\0\0\1", 12);
+    QByteArray content("VANTREL\n");
     content.append(reinterpret_cast<const char*>(data), static_cast<int>(size));
     content += QCryptographicHash::hash(content, QCryptographicHash::Sha256);
     monitor::SavedRun run;

@@ -62,6 +62,7 @@ struct Scaling {
 struct SignalDescription {
     QString name;
     QString shortName; ///< the name in the rest of the file, if it abbreviates the name
+    QString comment;   ///< the author's explanation; may be empty
     SignalLayout layout;
     Multiplexing multiplexing;
     Scaling scaling;

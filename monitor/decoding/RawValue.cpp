@@ -110,4 +110,12 @@ QVariant rawValueOf(quint64 bits, const SignalLayout& layout)
     return isShort ? QVariant(static_cast<int>(number)) : QVariant(number);
 }
 
+std::optional<quint64> bitsOf(const QVariant& raw, const SignalLayout& layout)
+{
+    const quint64 bits = raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
+    const QVariant made = rawValueOf(bits, layout);
+    return !layout.isFloat && made.type() == raw.type() && made == raw ? std::optional(bits)
+                                                                       : std::nullopt;
+}
+
 } // namespace monitor

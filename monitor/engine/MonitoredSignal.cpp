@@ -146,6 +146,8 @@ void MonitoredSignal::restore(const SignalRecords& saved)
             const auto& records = std::get<Records>(saved.values);
             for (int i = 0; i < records.size(); ++i)
                 values.record(records.at(i), saved.microseconds.at(i));
+            if (!records.isEmpty())
+                newestBits = bitsOf(records.last().rawValue, signal.layout);
         },
         recording);
     newestStatistics.reset();

@@ -73,7 +73,7 @@ private:
     Recording recording;
     RunningStatistics running;
     std::shared_ptr<const SignalStatistics> newestStatistics; // null: out of date
-    std::optional<quint64> newestBits; // the raw value; unknown for a restored signal
+    std::optional<quint64> newestBits;                        // the raw value
     Rhythm valueRhythm;
     qint64 notAvailable = 0;
     qint64 errors = 0;

@@ -4,6 +4,7 @@
 
 #include <QtCore/QIODevice>
 
+#include <algorithm>
 #include <cmath>
 
 namespace monitor
@@ -113,6 +114,39 @@ bool readDescription(QDataStream& stream, CatalogueSignal& description)
            readDatatype(stream, description) && readLimits(stream, description);
 }
 
+/// Writes the value texts in the order of their raw values, so that equal runs have equal files.
+void writeTexts(QDataStream& stream, const SavedSignal& signal)
+{
+    writeText(stream, signal.description.comment);
+    writeText(stream, signal.bus);
+    QVector<quint64> raw = signal.description.valueTexts.keys().toVector();
+    std::sort(raw.begin(), raw.end());
+    stream << static_cast<quint32>(raw.size());
+    for (const quint64 bits : qAsConst(raw)) {
+        stream << bits;
+        writeText(stream, signal.description.valueTexts.value(bits));
+    }
+}
+
+bool readTexts(QDataStream& stream, SavedSignal& signal)
+{
+    quint32 count = 0;
+    if (!readText(stream, signal.description.comment) || !readText(stream, signal.bus))
+        return false;
+    stream >> count;
+    const quint64 last = ~quint64{0} >> (64 - signal.description.layout.length);
+    quint64 previous = 0;
+    for (quint32 i = 0; i < count; ++i) {
+        quint64 bits = 0;
+        QString text;
+        if (!readUpTo(stream, last, bits) || (i > 0 && bits <= previous) || !readText(stream, text))
+            return false;
+        signal.description.valueTexts.insert(bits, text);
+        previous = bits;
+    }
+    return stream.status() == QDataStream::Ok;
+}
+
 template <typename T>
 QString readRecord(QDataStream& stream, QVector<qint64>& times, QVector<T>& values)
 {
@@ -161,7 +195,7 @@ SavedRun runOf(Session& session)
     SavedRun run{session.k(), session.counts(), session.registry().firstTime(), {}};
     for (const int number : session.registry().sorted()) {
         MonitoredSignal& signal = session.registry().at(number);
-        run.recordedSignals.append({signal.identity().protocol, signal.identity().source,
+        run.recordedSignals.append({signal.identity().protocol, signal.identity().source, QString(),
                                     signal.description(), signal.getRecords()});
     }
     return run;
@@ -185,6 +219,7 @@ void writeSignal(QDataStream& stream, const SavedSignal& signal)
     stream << (signal.protocol == Protocol::J1939)
            << static_cast<qint16>(signal.source ? *signal.source : noSource);
     writeDescription(stream, signal.description);
+    writeTexts(stream, signal);
     const SignalRecords& records = signal.records;
     stream << records.notAvailable << records.errors
            << static_cast<quint32>(records.microseconds.size());
@@ -196,7 +231,7 @@ void writeSignal(QDataStream& stream, const SavedSignal& signal)
         records.values);
 }
 
-QString readSignal(QDataStream& stream, SavedSignal& signal)
+QString readSignal(QDataStream& stream, quint32 version, SavedSignal& signal)
 {
     constexpr qint64 lastCount = std::numeric_limits<qint64>::max();
     constexpr quint32 maxRecords = std::numeric_limits<int>::max();
@@ -206,6 +241,8 @@ QString readSignal(QDataStream& stream, SavedSignal& signal)
         return QStringLiteral("invalid protocol or source");
     if (!readDescription(stream, signal.description))
         return QStringLiteral("invalid signal description");
+    if (version >= 2 && !readTexts(stream, signal))
+        return QStringLiteral("invalid texts of a signal");
     if (!readUpTo(stream, lastCount, records.notAvailable) ||
         !readUpTo(stream, lastCount, records.errors) || !readUpTo(stream, maxRecords, count))
         return QStringLiteral("invalid number of values");

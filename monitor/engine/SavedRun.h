@@ -11,6 +11,7 @@ namespace monitor
 struct SavedSignal {
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source; ///< J1939 source address or CANopen node
+    QString bus;                  ///< the name of its bus; empty if unknown
     CatalogueSignal description;
     SignalRecords records;
 };
@@ -38,13 +39,17 @@ constexpr bool isTime(qint64 microseconds)
     return microseconds >= -farthest && microseconds <= farthest;
 }
 
+/// The version of the form in which writeSignal() writes a signal. Version 1 has no comments, buses
+/// and value texts.
+constexpr quint32 savedSignalVersion = 2;
+
 /// Writes the description and the records of \a signal; each record is written with its own
 /// operator.
 void writeSignal(QDataStream& stream, const SavedSignal& signal);
 
-/// Reads a signal written by writeSignal(); the stream need not be trusted. Returns an error
-/// message, or an empty string on success. The memory needed is proportional to the bytes in the
-/// stream.
-[[nodiscard]] QString readSignal(QDataStream& stream, SavedSignal& signal);
+/// Reads a signal written by writeSignal(), or by a program of an older \a version; the stream need
+/// not be trusted. Returns an error message, or an empty string on success. The memory needed is
+/// proportional to the bytes in the stream.
+[[nodiscard]] QString readSignal(QDataStream& stream, quint32 version, SavedSignal& signal);
 
 } // namespace monitor

@@ -16,7 +16,8 @@ namespace
 
 constexpr char magic[] = "VANTREL\n";
 constexpr int magicSize = sizeof magic - 1;
-constexpr quint32 formatVersion = 1;
+constexpr quint32 oldestVersion = 1;
+constexpr quint32 newestVersion = savedSignalVersion; // the signals are all that has changed
 constexpr int hashSize = 32;
 constexpr qint64 longestFile = std::numeric_limits<int>::max();
 constexpr quint32 maxSignals = 10000;
@@ -62,7 +63,7 @@ void forEachCount(Counts& counts, Call call)
 void writeRun(QDataStream& stream, const SavedRun& run)
 {
     stream.writeRawData(magic, magicSize);
-    stream << formatVersion << run.k;
+    stream << newestVersion << run.k;
     forEachCount(run.counts, [&stream](qint64 count) { stream << count; });
     stream << run.firstTime.has_value() << run.firstTime.value_or(0)
            << static_cast<quint32>(run.recordedSignals.size());
@@ -80,7 +81,7 @@ bool readCounts(QDataStream& stream, FrameCounts& counts)
     return areValid && counts.decoded <= counts.total;
 }
 
-QString readSignals(QDataStream& stream, SavedRun& run)
+QString readSignals(QDataStream& stream, quint32 version, SavedRun& run)
 {
     quint32 count = 0;
     stream >> count;
@@ -88,7 +89,7 @@ QString readSignals(QDataStream& stream, SavedRun& run)
         return QStringLiteral("too many signals");
     for (quint32 i = 0; i < count; ++i) {
         SavedSignal signal;
-        QString error = readSignal(stream, signal);
+        QString error = readSignal(stream, version, signal);
         if (!error.isEmpty())
             return error;
         run.recordedSignals.append(signal);
@@ -96,7 +97,7 @@ QString readSignals(QDataStream& stream, SavedRun& run)
     return QString();
 }
 
-QString readRun(QDataStream& stream, SavedRun& run)
+QString readRun(QDataStream& stream, quint32 version, SavedRun& run)
 {
     bool hasTime = false;
     qint64 time = 0;
@@ -108,7 +109,7 @@ QString readRun(QDataStream& stream, SavedRun& run)
         return QStringLiteral("time out of range");
     if (hasTime)
         run.firstTime = time;
-    QString error = readSignals(stream, run);
+    QString error = readSignals(stream, version, run);
     if (!error.isEmpty())
         return error;
     if (stream.status() != QDataStream::Ok)
@@ -171,13 +172,15 @@ QString parseSavedRun(const QByteArray& content, SavedRun& run)
     stream.skipRawData(magicSize);
     quint32 version = 0;
     stream >> version;
-    if (stream.status() == QDataStream::Ok && version != formatVersion)
-        return QStringLiteral("has version %1; this program reads version %2")
+    const bool isKnown = version >= oldestVersion && version <= newestVersion;
+    if (stream.status() == QDataStream::Ok && !isKnown)
+        return QStringLiteral("has version %1; this program reads versions %2 to %3")
             .arg(version)
-            .arg(formatVersion);
+            .arg(oldestVersion)
+            .arg(newestVersion);
     if (QCryptographicHash::hash(hashed, QCryptographicHash::Sha256) != content.right(hashSize))
         return QStringLiteral("is damaged or truncated");
-    QString error = readRun(stream, run);
+    QString error = readRun(stream, version, run);
     if (error.isEmpty())
         return error;
     return QStringLiteral("invalid content: %1 (byte %2)").arg(error).arg(stream.device()->pos());

@@ -60,6 +60,12 @@ class Reader:
         assert version == 1 and not any(rest), (version, rest)
         return time, raw, scaled
 
+    def texts(self):
+        comment, bus = self.text(), self.text()
+        meanings = [(self.number("Q"), self.text()) for _ in range(self.number("I"))]
+        assert meanings == sorted(meanings)
+        return {"comment": comment, "bus": bus, "meanings": dict(meanings)}
+
     def signal(self):
         is_j1939, source = self.numbers("Bh")
         name, unit = self.text(), self.text()
@@ -67,6 +73,7 @@ class Reader:
         factor, offset = self.numbers("dd")
         has_type, _ = self.numbers("BI")
         has_limits, lower, upper = self.numbers("Bdd")
+        texts = self.texts()
         unavailable, errors, count = self.numbers("qqI")
         assert 1 <= length <= 64 and {is_j1939, is_signed, is_float, has_type, has_limits} <= {0, 1}
         records = [self.record(is_j1939) for _ in range(count)]
@@ -74,10 +81,10 @@ class Reader:
                 "source": None if source == -1 else source, "count": count, "error": errors,
                 "notAvailable": unavailable, "factor": factor, "offset": offset,
                 "limits": (lower, upper) if has_limits else None, "records": records,
-                "isPassedThrough": is_passed_through}
+                "isPassedThrough": is_passed_through, **texts}
 
     def run(self):
-        assert self.bytes(8) == b"VANTREL\n" and self.number("I") == 1
+        assert self.bytes(8) == b"VANTREL\n" and self.number("I") == 2
         run = {"k": self.number("d"), "counts": self.numbers("9q"), "time": self.numbers("Bq")}
         run["signals"] = [self.signal() for _ in range(self.number("I"))]
         assert self.bytes(32) == hashlib.sha256(self.content[:-32]).digest()
@@ -89,13 +96,17 @@ def text(content):
     return struct.pack(">I", len(content.encode("utf-8"))) + content.encode("utf-8")
 
 
-def written_run(raw_values):
+def written_run(version, raw_values, meanings):
     """A run with one signal, whose values are raw value x 0.5 + 10; one time is unknown."""
-    content = b"VANTREL\n" + struct.pack(">Id9q", 1, 2.0, 9, 7, 5, 4, 3, 2, 1, 0, 0)
+    content = b"VANTREL\n" + struct.pack(">Id9q", version, 2.0, 9, 7, 5, 4, 3, 2, 1, 0, 0)
     content += struct.pack(">BqI", 1, 1000, 1)
     content += struct.pack(">Bh", 1, 33) + text("Größe") + text("mm")
-    content += struct.pack(">BBBBddBIBddqqI", 16, 1, 0, 0, 0.5, 10, 0, 0, 1, -20, 20, 6, 8,
-                           len(raw_values))
+    content += struct.pack(">BBBBddBIBdd", 16, 1, 0, 0, 0.5, 10, 0, 0, 1, -20, 20)
+    if version >= 2:
+        content += text("of the part") + text("can0") + struct.pack(">I", len(meanings))
+        for raw, meaning in sorted((raw & 0xFFFF, meaning) for raw, meaning in meanings.items()):
+            content += struct.pack(">Q", raw) + text(meaning)
+    content += struct.pack(">qqI", 6, 8, len(raw_values))
     for number, raw in enumerate(raw_values):
         content += struct.pack(">qh", 1000 * number if number else UNKNOWN_TIME, 1)
         content += struct.pack(">IBi", 2, 0, raw) + struct.pack(">IB", 0, 1) + struct.pack(">i", 0)
@@ -121,7 +132,11 @@ def check_signal(saved, shown):
 
 def check_reading(vantrel, folder):
     file = folder / "run"
-    shown, _ = vantrel("replay", SAMPLE / "drive.log", "--dbc", SAMPLE / "engine.dbc", "--eds",
+    dbc = folder / "engine.dbc"
+    dbc.write_bytes((SAMPLE / "engine.dbc").read_bytes() + b"""
+VAL_ 2364540158 EngineSpeed 65535 "\xc3\xbc" 3 "three" ;
+""")
+    shown, _ = vantrel("replay", SAMPLE / "drive.log", "--dbc", dbc, "--eds",
                        SAMPLE / "drive.eds", "--node", "5", "--k", "2.5", "--save", file,
                        "--limits", "EngineSpeed=1:2")
     run = Reader(file.read_bytes()).run()
@@ -134,11 +149,16 @@ def check_reading(vantrel, folder):
     for saved, found in zip(run["signals"], shown["signals"]):
         check_signal(saved, found)
     assert [signal["name"] for signal in run["signals"] if signal["limits"]] == ["EngineSpeed"]
+    assert {signal["name"]: signal["meanings"] for signal in run["signals"]
+            if signal["meanings"]} == {"EngineSpeed": {3: "three", 0xFFFF: "ü"}}
+    assert {signal["comment"] for signal in run["signals"]} == {""}
+    assert {signal["bus"] for signal in run["signals"]} == {""}
 
 
-def check_writing(vantrel, folder):
+def check_writing(vantrel, folder, version, meaning):
     raw_values = [-40, 8, 16, 100]
-    (folder / "written").write_bytes(written_run(raw_values))
+    meanings = {-40: "Überlauf", 100: "jammed", 0: ""}
+    (folder / "written").write_bytes(written_run(version, raw_values, meanings))
     shown, notes = vantrel("show", folder / "written")
     assert "2 message(s), 0 interrupted; packets: 1 lost, 0 out of order" in notes, notes
     values = [raw * 0.5 + 10 for raw in raw_values]
@@ -146,7 +166,7 @@ def check_writing(vantrel, folder):
     (signal,) = shown["signals"]
     average, deviation = statistics.fmean(values), statistics.pstdev(values)
     expected = {"name": "Größe", "kind": "j1939", "source": 33, "count": 4, "notAvailable": 6,
-                "error": 8, "unit": "mm", "newest": 60, "minimum": -10, "maximum": 60,
+                "error": 8, "unit": "mm", "newest": 60, "newestText": meaning, "minimum": -10, "maximum": 60,
                 "median": 16, "rating": 0, "deviators": 0}
     for member, value in expected.items():
         assert signal[member] == value, (member, signal[member])
@@ -166,7 +186,8 @@ def main():
 
     with tempfile.TemporaryDirectory() as folder:
         check_reading(vantrel, Path(folder))
-        check_writing(vantrel, Path(folder))
+        check_writing(vantrel, Path(folder), 1, None)
+        check_writing(vantrel, Path(folder), 2, "jammed")
 
 
 if __name__ == "__main__":

@@ -57,6 +57,22 @@ TEST_F(SavedRuns, PassThroughValuesAreSaved)
     EXPECT_EQ(runMonitor({"show", path("run")}).output, saved.output);
 }
 
+// Raw values 0 to 3 of a signed signal of 2 bits are 0, 1, -2 and -1.
+TEST_F(SavedRuns, ContainTheValueTexts)
+{
+    const QString dbc = write("bus.dbc", "BO_ 291 Brake: 1 X\n"
+                                         " SG_ State : 0|2@1- (0.5,1) [0|0] \"\" X\n"
+                                         "VAL_ 291 State -1 \"worn\" 1 \"set\" ;\n");
+    for (const auto& [data, meaning] : {std::pair("03", "worn"), std::pair("01", "set")}) {
+        const QString log = write("bus.log", QByteArray("(1.0) can0 123#") + data + "\n");
+        const MonitorRun saved = runMonitor({"replay", log, "--dbc", dbc, "--save", path("run")});
+        EXPECT_TRUE(saved.output.contains(QString(" (%1)").arg(meaning)));
+        EXPECT_EQ(runMonitor({"show", path("run")}).output, saved.output);
+        EXPECT_EQ(runMonitor({"show", path("run"), "--save", path("again")}).exitCode, 0);
+        EXPECT_EQ(runMonitor({"show", path("again")}).output, saved.output);
+    }
+}
+
 TEST_F(SavedRuns, ContainTheKeptRecords)
 {
     const auto countOf = [](const MonitorRun& run) {

@@ -172,6 +172,31 @@ TEST(RawValue, IntegerHas64BitsOnlyIfNeeded)
     expectSame(rawValueOf(0x1FFFFFFFE, layout), QVariant(qint64{-2}));
 }
 
+TEST(RawValue, BitsOfAWholeNumberAreFoundAgain)
+{
+    for (const int length : {1, 8, 31, 32, 33, 63, 64}) {
+        for (const bool isSigned : {false, true}) {
+            SignalLayout layout = describedLayout(0, length);
+            layout.isSigned = isSigned;
+            const quint64 highest = ~quint64{0} >> (64 - length);
+            for (const quint64 bits : {quint64{0}, quint64{1}, highest / 2, highest - 1, highest})
+                EXPECT_EQ(monitor::bitsOf(rawValueOf(bits, layout), layout), bits)
+                    << length << ' ' << isSigned;
+        }
+    }
+}
+
+TEST(RawValue, ValueThatDoesNotComeFromTheLayoutHasNoBits)
+{
+    SignalLayout layout = describedLayout(0, 8);
+    for (const QVariant& raw : {QVariant(256U), QVariant(-1), QVariant(5), QVariant(5.0),
+                                QVariant(QString("5")), QVariant(QByteArray("5")), QVariant()})
+        EXPECT_EQ(monitor::bitsOf(raw, layout), std::nullopt) << raw.typeName();
+    layout.length = 32;
+    layout.isFloat = true;
+    EXPECT_EQ(monitor::bitsOf(QVariant(0.0F), layout), std::nullopt);
+}
+
 // 1.5 is 1.1 in binary: the exponent is 0, stored as 127 or 1023, and the highest fraction bit is
 // set.
 TEST(RawValue, FloatingPointTypeFollowsTheLength)

@@ -60,6 +60,15 @@ QVector<T> recordsOf(const QVector<QVariant>& raw)
     return records;
 }
 
+/// A value text as it is stored, with a text of ASCII characters.
+QByteArray valueText(quint64 raw, const QByteArray& text)
+{
+    QByteArray bytes;
+    for (int shift = 56; shift >= 0; shift -= 8)
+        bytes += static_cast<char>(raw >> shift & 0xFF);
+    return bytes + QByteArray(3, '\0') + static_cast<char>(text.size()) + text;
+}
+
 SavedRun smallRun()
 {
     SavedRun run;
@@ -69,7 +78,10 @@ SavedRun smallRun()
     SavedSignal speed;
     speed.protocol = monitor::Protocol::J1939;
     speed.source = quint8{255};
+    speed.bus = "can0";
     speed.description.reportedName = QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1";
+    speed.description.comment = QString::fromUtf8("of the \u00e4 shaft\n<b>");
+    speed.description.valueTexts = {{16, "idle"}, {0xFFFF, ""}, {3, "three"}};
     speed.description.scaling.unit = "rpm";
     speed.description.layout.length = 16;
     speed.description.scaling.factor = 0.125;
@@ -106,6 +118,10 @@ TEST_F(SavedRunFile, WrittenRunIsReadBackUnchanged)
     EXPECT_EQ(speed.source, quint8{255});
     EXPECT_EQ(speed.description.reportedName,
               QString::fromUtf8("Geschwindigkeit \u00e4") + QChar(0) + "1");
+    EXPECT_EQ(speed.bus, QString("can0"));
+    EXPECT_EQ(speed.description.comment, QString::fromUtf8("of the \u00e4 shaft\n<b>"));
+    EXPECT_EQ(speed.description.valueTexts,
+              (QHash<quint64, QString>{{3, "three"}, {16, "idle"}, {0xFFFF, ""}}));
     EXPECT_EQ(speed.description.scaling.unit, QString("rpm"));
     EXPECT_EQ(speed.description.layout.length, 16);
     EXPECT_EQ(speed.description.scaling.factor, 0.125);
@@ -162,8 +178,11 @@ TEST_F(SavedRunFile, ErrorDistinguishesOtherFilesFromOtherVersions)
 {
     EXPECT_EQ(errorOf("(1.0) can0 123#11 and so on"), QString("not a saved run"));
     QByteArray content = contentOf(smallRun());
-    content[11] = 2;
-    EXPECT_EQ(errorOf(content), QString("has version 2; this program reads version 1"));
+    for (const char version : {char(0), char(3)}) {
+        content[11] = version;
+        EXPECT_EQ(errorOf(content),
+                  QString("has version %1; this program reads versions 1 to 2").arg(int(version)));
+    }
 }
 
 // With a correct hash, so that only the parser can reject the content.
@@ -208,6 +227,44 @@ TEST_F(SavedRunFile, InvalidDescriptionsAreRejected)
     EXPECT_TRUE(isRejected([](auto& description) {
         description.rules.limits = monitor::ValueRange{2, 1};
     }));
+}
+
+// The texts are at the end of the file, each after its raw value and its length.
+TEST_F(SavedRunFile, ValueTextsOutOfOrderOrRangeAreRejected)
+{
+    SavedRun run = smallRun();
+    run.recordedSignals = {run.recordedSignals.at(0)};
+    run.recordedSignals[0].records = {QVector<J1939Value>(), {}, 0, 0};
+    run.recordedSignals[0].description.valueTexts = {{1, "a"}, {2, "b"}};
+    QByteArray content = contentOf(run);
+    content.chop(hashSize);
+    constexpr int counts = 8 + 8 + 4; // not available, errors, records
+    const auto isRejected = [&](const QByteArray& texts) {
+        QByteArray changed = content;
+        changed.replace(content.size() - counts - texts.size(), texts.size(), texts);
+        const QString error = errorOf(hashed(changed));
+        return error.contains("invalid texts of a signal");
+    };
+    const QByteArray written = valueText(1, "a") + valueText(2, "b");
+    ASSERT_EQ(content.mid(content.size() - counts - written.size(), written.size()), written);
+    EXPECT_FALSE(isRejected(valueText(0, "x") + valueText(0xFFFF, "y")));
+    EXPECT_TRUE(isRejected(valueText(2, "a") + valueText(1, "b")));
+    EXPECT_TRUE(isRejected(valueText(2, "a") + valueText(2, "b")));
+    EXPECT_TRUE(isRejected(valueText(0, "a") + valueText(0x10000, "b"))); // of 16 bits
+}
+
+TEST_F(SavedRunFile, CountOfValueTextsIsNotTrusted)
+{
+    SavedRun run = smallRun();
+    run.recordedSignals = {run.recordedSignals.at(1)};
+    QByteArray content = contentOf(run);
+    content.chop(hashSize);
+    const QByteArray noTexts =
+        QByteArray(12, '\0') + QByteArray(16, '\0') + QByteArray("\0\0\0\1", 4);
+    const int place = content.indexOf(noTexts); // comment, bus, texts, counts, one record
+    ASSERT_GT(place, 0);
+    content.replace(place + 8, 4, QByteArray(4, '\xFF'));
+    EXPECT_TRUE(errorOf(hashed(content)).contains("invalid texts of a signal"));
 }
 
 TEST_F(SavedRunFile, TimesWhoseDifferencesOverflowAreRejected)
