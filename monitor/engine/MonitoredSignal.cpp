@@ -5,6 +5,27 @@
 namespace monitor
 {
 
+namespace
+{
+
+/// The value texts of \a signal by its values. A floating-point signal has none, since the texts of
+/// a description belong to whole raw values.
+QMap<double, QString> textsByValue(const SignalDescription& signal)
+{
+    QMap<double, QString> texts;
+    if (signal.layout.isFloat)
+        return texts;
+    for (auto text = signal.valueTexts.begin(); text != signal.valueTexts.end(); ++text) {
+        const double raw = signal.layout.isSigned
+                               ? static_cast<double>(signExtended(text.key(), signal.layout.length))
+                               : static_cast<double>(text.key());
+        texts.insert(raw * signal.scaling.factor + signal.scaling.offset, text.value());
+    }
+    return texts;
+}
+
+} // namespace
+
 MonitoredSignal::Recording MonitoredSignal::makeRecording(Protocol protocol,
                                                           const CatalogueSignal& description)
 {
@@ -26,6 +47,7 @@ MonitoredSignal::MonitoredSignal(const MessageHeader& message,
     empty.offset = signal.scaling.offset;
     empty.isFloat = signal.layout.isFloat;
     empty.limits = signal.rules.limits;
+    empty.valueTexts = textsByValue(signal);
 }
 
 void MonitoredSignal::record(const DecodedSignal& decoded)

@@ -3,6 +3,7 @@
 #include "can/TransportProtocol.h"
 #include "catalogue/Description.h"
 
+#include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
@@ -23,6 +24,7 @@ struct SignalStatistics {
     double offset = 0;
     bool isFloat = false;             ///< true: the raw values are IEEE numbers
     std::optional<ValueRange> limits; ///< for the rating, instead of the band
+    QMap<double, QString> valueTexts; ///< the described meanings of values, in the unit
 
     qint64 count = 0; ///< the number of measured values; if 0, the statistics below are 0 too
     double newest = 0;

@@ -2,18 +2,22 @@
 
 #include "text/Table.h"
 #include "text/WholeFile.h"
+#include "valueLabels.h"
 
 #include <QtCharts/QAreaSeries>
+#include <QtCharts/QCategoryAxis>
 #include <QtCharts/QLegendMarker>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QScatterSeries>
 #include <QtCharts/QValueAxis>
+#include <QtGui/QFontMetrics>
 #include <QtGui/QImage>
 
 #include <algorithm>
 #include <cmath>
 
 using QtCharts::QAreaSeries;
+using QtCharts::QCategoryAxis;
 using QtCharts::QChart;
 using QtCharts::QLineSeries;
 using QtCharts::QScatterSeries;
@@ -34,6 +38,7 @@ constexpr QColor deviatorColor(0xd0, 0x10, 0x30);
 
 constexpr qreal pointSize = 4;
 constexpr qreal deviatorSize = 6;
+constexpr int labelMargins = 10; // pixels; charts hide labels that are closer
 
 /// Adds the series of one signal to a chart, from back to front. The chart and the statistics must
 /// outlive this object.
@@ -104,7 +109,7 @@ void ChartDrawing::addValues(const QVector<QVector<QPointF>>& lines)
             continue;
         }
         auto* const line = new QLineSeries;
-        line->replace(points);
+        line->replace(statistics.valueTexts.isEmpty() ? points : stepsBetween(points));
         addLine(line, QPen(valueColor, 1), name);
         name.clear();
     }
@@ -183,14 +188,6 @@ AxisRange heightOf(const SignalStatistics& statistics)
     return {lowest - margin, highest + margin};
 }
 
-/// The interval between ticks at round numbers, so that \a extent has at least \a ticks of them.
-double roundInterval(double extent, int ticks)
-{
-    const double magnitude = std::pow(10, std::floor(std::log10(extent / ticks)));
-    const double digits = extent / ticks / magnitude;
-    return magnitude * (digits >= 5 ? 5 : digits >= 2 ? 2 : 1);
-}
-
 /// Up to 7 digits, without those after the decimal point that are 0 at every tick.
 QString labelFormat(double interval, double greatest)
 {
@@ -215,13 +212,55 @@ void setTicks(QValueAxis& axis, int ticks)
     axis.setTickType(QValueAxis::TicksDynamic);
 }
 
-void addAxis(QChart& chart, Qt::Alignment side, const AxisRange& range, const QString& title,
-             int ticks)
+QValueAxis* numberAxis(const AxisRange& range, int ticks)
 {
     auto* const axis = new QValueAxis;
     axis->setRange(range.from, range.to);
-    axis->setTitleText(title);
     setTicks(*axis, ticks);
+    return axis;
+}
+
+/// The different values of \a lines in ascending order.
+QVector<double> valuesIn(const QVector<QVector<QPointF>>& lines)
+{
+    QVector<double> values;
+    for (const QVector<QPointF>& points : lines)
+        std::transform(points.begin(), points.end(), std::back_inserter(values),
+                       [](const QPointF& point) { return point.y(); });
+    std::sort(values.begin(), values.end());
+    values.erase(std::unique(values.begin(), values.end()), values.end());
+    return values;
+}
+
+/// An axis with the value texts of a signal as labels, which fit into \a area (in pixels). An axis
+/// cannot have the same label twice, so the value is added to the second one.
+QValueAxis* textAxis(const AxisRange& range, const QMap<double, QString>& texts,
+                     const QVector<double>& occurring, const QSize& area)
+{
+    auto* const axis = new QCategoryAxis;
+    axis->setRange(range.from, range.to);
+    axis->setStartValue(range.from);
+    axis->setLabelsPosition(QCategoryAxis::AxisLabelsPositionOnValue);
+    const QFontMetrics metrics(axis->labelsFont());
+    const double most = std::max(1, area.height() / (metrics.lineSpacing() + labelMargins));
+    for (const ValueLabel& label :
+         valueLabels(texts, occurring, {range.from, range.to}, (range.to - range.from) / most)) {
+        const auto fitted = [&](const QString& end) {
+            const int width = area.width() - metrics.horizontalAdvance(end);
+            const QString text = metrics.elidedText(printable(label.text), Qt::ElideRight, width);
+            return (text + end).toHtmlEscaped();
+        };
+        const QString text = fitted(QString());
+        const bool isTaken = axis->categoriesLabels().contains(text);
+        axis->append(isTaken ? fitted(QStringLiteral(" (%1)").arg(label.value)) : text,
+                     label.value);
+    }
+    return axis;
+}
+
+void addAxis(QChart& chart, Qt::Alignment side, QValueAxis* axis, const QString& title)
+{
+    axis->setTitleText(title);
     chart.addAxis(axis, side);
     for (QtCharts::QAbstractSeries* const series : chart.series())
         series->attachAxis(axis);
@@ -248,7 +287,11 @@ std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace&
     const bool isLow = size.height() < lowHeight;
     auto chart = std::make_unique<QChart>();
     chart->setTitle(plotTitleOf(statistics).toHtmlEscaped());
-    const auto lines = reduceToColumns(trace, range.from, range.to, size.width());
+    const QSize labelArea = isLow ? QSize(statistics.unit.isEmpty() ? 75 : 50, size.height() - 85)
+                                  : QSize(180, size.height() - 150);
+    const bool hasTexts = !statistics.valueTexts.isEmpty();
+    const auto lines = reduceToColumns(trace, range.from, range.to, size.width(),
+                                       hasTexts ? Joining::Steps : Joining::Straight);
     chart->legend()->setVisible(!isLow);
     ChartDrawing drawing(*chart, statistics, range);
     drawing.addBand();
@@ -256,10 +299,13 @@ std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace&
     drawing.addValues(lines);
     drawing.addLevels();
     drawing.addDeviators(lines);
-    addAxis(*chart, Qt::AlignBottom, range,
-            trace.hasTimes ? QStringLiteral("time [s]") : QStringLiteral("value number"), 8);
-    addAxis(*chart, Qt::AlignLeft, heightOf(statistics), statistics.unit.toHtmlEscaped(),
-            isLow ? 2 : 5);
+    addAxis(*chart, Qt::AlignBottom, numberAxis(range, 8),
+            trace.hasTimes ? QStringLiteral("time [s]") : QStringLiteral("value number"));
+    const AxisRange height = heightOf(statistics);
+    addAxis(*chart, Qt::AlignLeft,
+            hasTexts ? textAxis(height, statistics.valueTexts, valuesIn(lines), labelArea)
+                     : numberAxis(height, isLow ? 2 : 5),
+            statistics.unit.toHtmlEscaped());
     if (isLow)
         chart->setPlotArea(QRectF(QPointF(90, 35), size - QSize(110, 85)));
     chart->resize(size);

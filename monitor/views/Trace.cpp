@@ -94,7 +94,8 @@ Trace traceOf(const SignalSeries& series, qint64 start)
     return trace;
 }
 
-QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, double to, int columns)
+QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, double to, int columns,
+                                          Joining joining)
 {
     QVector<QVector<QPointF>> lines;
     const QPointF* const first = trace.points.constBegin();
@@ -108,9 +109,24 @@ QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, doubl
         if (index == 0 || std::binary_search(trace.breaks.begin(), trace.breaks.end(), index))
             lines.append(QVector<QPointF>());
         appendExtremes(begin, end, lines.last());
+        const QPointF& newest = *(end - 1);
+        if (joining == Joining::Steps && newest.y() != lines.last().last().y())
+            lines.last().append(newest);
         begin = end;
     }
     return lines;
+}
+
+QVector<QPointF> stepsBetween(const QVector<QPointF>& points)
+{
+    QVector<QPointF> corners;
+    corners.reserve(2 * points.size());
+    for (const QPointF& point : points) {
+        if (!corners.isEmpty() && corners.last().y() != point.y())
+            corners.append({point.x(), corners.last().y()});
+        corners.append(point);
+    }
+    return corners;
 }
 
 } // namespace monitor

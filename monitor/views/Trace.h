@@ -20,10 +20,21 @@ struct Trace {
 /// joined either and have the same x, since the true distance is unknown.
 Trace traceOf(const SignalSeries& series, qint64 start);
 
+/// How the points of a trace are joined.
+enum class Joining {
+    Straight, ///< by straight lines
+    Steps     ///< by holding each value until the next one
+};
+
 /// The points needed to draw \a trace \a columns pixels wide from \a from to \a to, as lines. These
-/// are the lowest and the highest point of each column in order of time, so that no peak is lost. A
-/// line ends before a point that is not joined to the previous point, unless both are in the same
-/// column. Takes linear time; there are at most two points per column.
-QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, double to, int columns);
+/// are the lowest and the highest point of each column in order of time, so that no peak is lost,
+/// and for steps also the last one, whose value is held. A line ends before a point that is not
+/// joined to the previous point, unless both are in the same column. Takes linear time; there are
+/// at most two points per column, three for steps.
+QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, double to, int columns,
+                                          Joining joining = Joining::Straight);
+
+/// The corners of the steps between \a points, each of whose values is held until the next one.
+QVector<QPointF> stepsBetween(const QVector<QPointF>& points);
 
 } // namespace monitor

@@ -52,6 +52,16 @@ protected:
         }
         return columns;
     }
+    /// The first row of the line of values in a column; -1 if there is none.
+    static int blueRowOf(const QImage& image, double x)
+    {
+        for (int y = firstRowOf(image); y < image.height(); ++y) {
+            const QColor color = image.pixelColor(static_cast<int>(x), y);
+            if (color.blue() > color.green() + 40 && color.blue() > color.red() + 40)
+                return y;
+        }
+        return -1;
+    }
 };
 
 } // namespace
@@ -86,19 +96,34 @@ TEST_F(Plots, GapIsNotJoined)
     plot(speedLog(), path("plots"));
     const QImage image(path("plots/EngineSpeed-0.png"));
     const auto band = columnsOf(image, bandColor);
-    const auto isBlue = [&image](double x) {
-        for (int y = firstRowOf(image); y < image.height(); ++y) {
-            const QColor color = image.pixelColor(static_cast<int>(x), y);
-            if (color.blue() > color.green() + 40 && color.blue() > color.red() + 40)
-                return true;
-        }
-        return false;
-    };
+    const auto isBlue = [&image](double x) { return blueRowOf(image, x) >= 0; };
     const double second = (band.second - band.first) / 100.0;
     EXPECT_TRUE(isBlue(band.first + 49.7 * second));
     EXPECT_TRUE(isBlue(band.first + 50.3 * second));
     for (double x = 77; x < 99; x += 0.5)
         EXPECT_FALSE(isBlue(band.first + x * second)) << x;
+}
+
+// A straight line from 0 at 0 s to 1 at 10 s would rise.
+TEST_F(Plots, ValueWithATextIsHeldUntilTheNextOne)
+{
+    const MonitorRun run = replay("(0.0) can0 123#00\n(10.0) can0 123#01\n(20.0) can0 123#01\n",
+                                  "BO_ 291 Brake: 1 X\n"
+                                  " SG_ State : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  "VAL_ 291 State 0 \"released\" 1 \"set\" ;\n",
+                                  {"--plot", path("plots"), "--save", path("run")});
+    EXPECT_EQ(run.diagnostics, QString());
+    const QImage image(path("plots/State.png"));
+    const auto band = columnsOf(image, bandColor);
+    const auto rowAt = [&](double second) {
+        return blueRowOf(image, band.first + (band.second - band.first) * second / 20);
+    };
+    ASSERT_GT(rowAt(2), 0);
+    EXPECT_EQ(rowAt(9), rowAt(2));
+    EXPECT_LT(rowAt(11), rowAt(9) - 20);
+    EXPECT_EQ(rowAt(19), rowAt(11));
+    EXPECT_EQ(runMonitor({"show", path("run"), "--plot", path("again")}).exitCode, 0);
+    EXPECT_TRUE(QImage(path("again/State.png")) == image);
 }
 
 TEST_F(Plots, NamesBecomeDistinctFileNames)

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QtCharts/QAreaSeries>
+#include <QtCharts/QCategoryAxis>
 #include <QtCharts/QLegendMarker>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QGraphicsLayout>
+#include <QtWidgets/QGraphicsScene>
 
 #include <algorithm>
 
@@ -148,6 +151,64 @@ TEST_F(SignalChart, LegendListsEachKindOfLineOnce)
             names += marker->label();
     }
     EXPECT_EQ(names, (QStringList{"band", "limits", "values", "average", "deviators"}));
+}
+
+TEST_F(SignalChart, ValuesWithTextsAreHeldUntilTheNextOne)
+{
+    SignalStatistics statistics = speed();
+    statistics.valueTexts = {{10, "slow"}};
+    const auto shown = chart(statistics, speedTrace());
+    EXPECT_EQ(pointsOf(*shown, "values"),
+              (QVector<QPointF>{{0, 50}, {1, 50}, {1, 90}, {2, 90}, {2, 10}}));
+    EXPECT_EQ(pointsOf(*shown, "deviators"), (QVector<QPointF>{{1, 90}, {2, 10}}));
+}
+
+TEST_F(SignalChart, TextsAreLabelsOfTheirValues)
+{
+    SignalStatistics statistics = speed();
+    statistics.valueTexts = {{10, "slow"}, {50, "<b>"}, {70, "same"}, {90, "same"}, {500, "never"}};
+    const auto shown = chart(statistics, speedTrace());
+    auto* const axis = qobject_cast<QtCharts::QCategoryAxis*>(axisOf(*shown, Qt::Vertical));
+    ASSERT_NE(axis, nullptr);
+    EXPECT_EQ(axis->labelsPosition(), QtCharts::QCategoryAxis::AxisLabelsPositionOnValue);
+    EXPECT_EQ(axis->categoriesLabels(), (QStringList{"slow", "&lt;b&gt;", "same", "same (90)"}));
+    EXPECT_EQ(axis->endValue("slow"), 10);
+    EXPECT_EQ(axis->endValue("same (90)"), 90);
+    EXPECT_LT(axis->min(), 10);
+    EXPECT_GT(axis->max(), 90);
+}
+
+TEST_F(SignalChart, LongTextsLeaveRoomForTheValues)
+{
+    SignalStatistics statistics = speed();
+    statistics.valueTexts = {{10, QString(500, 'W')}};
+    for (const QSize& size : {QSize(1200, 500), QSize(1200, 220)}) {
+        QGraphicsScene scene;
+        auto* const shown =
+            chartOf(statistics, speedTrace(), {0, 10}, size).release(); // owned by the scene
+        scene.addItem(shown);
+        shown->layout()->activate();
+        EXPECT_GT(shown->plotArea().width(), 800) << size.height();
+    }
+}
+
+TEST_F(SignalChart, ManyTextsAreThinnedOutSoThatTheyDoNotOverlap)
+{
+    SignalStatistics statistics = speed();
+    for (int i = 0; i < 1000; ++i)
+        statistics.valueTexts.insert(i / 10.0, QString::number(i) + " x");
+    const auto shown = chart(statistics, speedTrace());
+    auto* const axis = qobject_cast<QtCharts::QCategoryAxis*>(axisOf(*shown, Qt::Vertical));
+    ASSERT_NE(axis, nullptr);
+    const double pixels = 500 / (axis->max() - axis->min());
+    double previous = -1e9;
+    for (const QString& label : axis->categoriesLabels()) {
+        EXPECT_GE((axis->endValue(label) - previous) * pixels, 8) << label.toStdString();
+        previous = axis->endValue(label);
+    }
+    EXPECT_GE(axis->categoriesLabels().size(), 10);
+    for (const char* occurring : {"100 x", "500 x", "900 x"})
+        EXPECT_TRUE(axis->categoriesLabels().contains(occurring)) << occurring;
 }
 
 TEST_F(SignalChart, ValuesWithoutTimesAreNumbered)

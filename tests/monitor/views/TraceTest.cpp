@@ -172,3 +172,22 @@ TEST(ColumnReduction, PointsFarOutsideTheRangeStayOnTheirSides)
     const QVector<QPointF> points{{-5000, 0}, {5000, 1}};
     EXPECT_EQ(reduceToColumns(through(points), 2.0, 2.001, 1000), (Lines{points}));
 }
+
+// Within a column, 9 and 1 are the extremes, but 5 is the value that is held for the next 90 s.
+TEST(Trace, StepsKeepTheLastValueOfEachColumn)
+{
+    Trace trace;
+    trace.points = {{0, 5}, {1, 9}, {2, 1}, {3, 5}, {93, 6}, {100, 6}};
+    const auto steps = reduceToColumns(trace, 0, 100, 10, monitor::Joining::Steps);
+    ASSERT_EQ(steps.size(), 1);
+    EXPECT_EQ(steps.at(0), (QVector<QPointF>{{1, 9}, {2, 1}, {3, 5}, {93, 6}}));
+}
+
+TEST(Trace, StepsHoldEachValueUntilTheNextOne)
+{
+    using Points = QVector<QPointF>;
+    EXPECT_EQ(monitor::stepsBetween({{0, 1}, {2, 3}, {5, 3}, {6, 0}}),
+              (Points{{0, 1}, {2, 1}, {2, 3}, {5, 3}, {6, 3}, {6, 0}}));
+    EXPECT_EQ(monitor::stepsBetween({{4, 1}}), (Points{{4, 1}}));
+    EXPECT_EQ(monitor::stepsBetween({}), Points());
+}
