@@ -106,6 +106,10 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
         error = prepared.catalogue.choose(options.patterns);
     if (error.isEmpty())
         error = prepared.catalogue.apply(options.limits);
+    if (error.isEmpty() && options.usesDescribedLimits &&
+        prepared.catalogue.useDescribedLimits() == 0)
+        diagnostics << "--limits described: no description states the range of a chosen signal "
+                       "without limits\n";
     prepared.catalogue.setKeptRecords(options.keptRecords);
     prepared.k = options.k.value_or(prepared.k);
     return error;

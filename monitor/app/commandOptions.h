@@ -29,6 +29,7 @@ struct MonitorOptions {
     QVector<GivenDescription> descriptions;
     QStringList patterns; ///< of the signals to report; empty: all signals
     QVector<SignalSettings> limits;
+    bool usesDescribedLimits = false; ///< for signals without other limits
     QString config;          ///< file name of a configuration; empty: no configuration
     std::optional<double> k; ///< half the width of the band, in deviations; default: 3
     int keptRecords = 0;     ///< how many of the newest records each signal keeps; 0: all

@@ -73,9 +73,13 @@ QString readK(const QString& text, Options& options)
 }
 
 /// Reads limits such as "EngineSpeed=600:2200". The last equals sign is the separator, since names
-/// may contain equals signs.
+/// may contain equals signs. Without one, the text says where the limits come from.
 QString readLimits(const QString& text, Options& options)
 {
+    if (text == QLatin1String("described") || text == QLatin1String("from-dbc")) {
+        options.usesDescribedLimits = true;
+        return QString();
+    }
     const int equals = text.lastIndexOf('=');
     const QStringList numbers = text.mid(equals + 1).split(':');
     bool isLower = false;
@@ -84,7 +88,8 @@ QString readLimits(const QString& text, Options& options)
     const double upper = numbers.value(1).toDouble(&isUpper);
     if (equals < 1 || numbers.size() != 2 || !isLower || !isUpper || !std::isfinite(lower) ||
         !std::isfinite(upper))
-        return QStringLiteral("needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, not \"%1\"")
+        return QStringLiteral("needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, or "
+                              "described, not \"%1\"")
             .arg(text);
     if (lower > upper)
         return QStringLiteral("needs a lower limit at or below the upper limit, not \"%1\"")
@@ -217,7 +222,8 @@ QVector<OptionRow> signalRows()
          }},
         {"limits", "SIGNAL=LOWER:UPPER",
          "Rate the signals whose names match the pattern SIGNAL by these limits instead of their "
-         "band.",
+         "band. \"--limits described\" (or from-dbc) rates all signals without such limits by the "
+         "ranges in their descriptions.",
          decodingCommands, Occurrence::AnyNumber, readLimits},
         {"k", "K",
          "Extend the band K deviations to either side of the average (default: the value from the "

@@ -141,6 +141,23 @@ QString Catalogue::apply(const QVector<SignalSettings>& settings)
     return QString();
 }
 
+int Catalogue::useDescribedLimits()
+{
+    int limited = 0;
+    for (CatalogueMessage& message : knownMessages) {
+        for (CatalogueSignal& signal : message.catalogueSignals) {
+            const ValueRange range{signal.lowerLimit, signal.upperLimit};
+            const bool isStated = std::isfinite(range.lowest) && std::isfinite(range.highest) &&
+                                  range.lowest < range.highest;
+            if (!signal.rules.chosen || signal.rules.limits || !isStated)
+                continue;
+            signal.rules.limits = range;
+            ++limited;
+        }
+    }
+    return limited;
+}
+
 void Catalogue::setKeptRecords(int records)
 {
     for (CatalogueMessage& message : knownMessages) {

@@ -64,6 +64,10 @@ public:
     /// values would exceed the range of double.
     [[nodiscard]] QString apply(const QVector<SignalSettings>& settings);
 
+    /// Sets the limits of every chosen signal that has none to the range in its description, if its
+    /// lower end is below its upper end. Returns the number of these signals.
+    int useDescribedLimits();
+
     /// Limits every signal to its newest \a records; 0: no limit.
     void setKeptRecords(int records);
 

@@ -77,9 +77,9 @@ QVector<OptionCase> optionCases()
         {"signal", decoding, {"Engine*", "SPN190", "-"}, {""}, true},
         {"limits",
          decoding,
-         {"Speed=1:2", "a=b=-1.5:-1e-3", "*=0:0"},
+         {"Speed=1:2", "a=b=-1.5:-1e-3", "*=0:0", "described", "from-dbc"},
          {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1", "Speed=1:2:3",
-          "Speed=nan:1", "Speed=0:inf", "Speed=2:1"},
+          "Speed=nan:1", "Speed=0:inf", "Speed=2:1", "Described", "from-eds", "described=1"},
          true},
         {"k", printing, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
         {"keep", decoding, {"2", "1073741823"}, {"", "1", "-5", "many", "2.5", "1073741824"}},
@@ -247,6 +247,17 @@ TEST(CommandLine, SignalsAndLimitsCanBeRepeated)
     EXPECT_EQ(options.limits.at(1).limits->highest, -0.001);
 }
 
+TEST(CommandLine, DescribedLimitsCanBeCombinedWithOthers)
+{
+    EXPECT_FALSE(accepted<ReplayOptions>(replay).usesDescribedLimits);
+    for (const char* source : {"described", "from-dbc"}) {
+        const auto options =
+            accepted<ReplayOptions>(replay + QStringList{"--limits", source, "--limits", "A=1:2"});
+        EXPECT_TRUE(options.usesDescribedLimits) << source;
+        EXPECT_EQ(options.limits.size(), 1) << source;
+    }
+}
+
 TEST(CommandLine, LiveTakesABusAndTheOptionsOfReplay)
 {
     const auto options = accepted<LiveOptions>(
@@ -345,7 +356,7 @@ TEST(CommandLine, ErrorsInValuesSayWhatIsNeeded)
               QString("option --node needs a number from 1 to 127"));
     EXPECT_EQ(replayError({"--limits", "Speed=1"}),
               QString("option --limits needs SIGNAL=LOWER:UPPER, such as EngineSpeed=600:2200, "
-                      "not \"Speed=1\""));
+                      "or described, not \"Speed=1\""));
     EXPECT_EQ(replayError({"--limits", "Speed=2:1"}),
               QString("option --limits needs a lower limit at or below the upper "
                       "limit, not \"Speed=2:1\""));

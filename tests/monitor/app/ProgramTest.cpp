@@ -170,6 +170,36 @@ TEST_F(Program, ConfigurationScalesAndRatesButOptionsTakePrecedence)
               QString("Speed,canopen,5,2,0,0,2.5,2,0.5,1.5,2.5,2,0,2,2,2,rpm,"));
 }
 
+// Each value is 100, which lies in the inner half of 0 to 200 and at the end of 0 to 100.
+TEST_F(Program, DescribedRangesRateSignalsWithoutOtherLimits)
+{
+    const QString dbc = write("bus.dbc", "BO_ 291 M: 4 X\n"
+                                         " SG_ A : 0|8@1+ (1,0) [0|200] \"\" X\n"
+                                         " SG_ B : 8|8@1+ (1,0) [0|200] \"\" X\n"
+                                         " SG_ C : 16|8@1+ (1,0) [0|200] \"\" X\n"
+                                         " SG_ D : 24|8@1+ (1,0) [0|0] \"\" X\n");
+    const QString log = write("bus.log", "(1.0) can0 123#64646464\n");
+    const QString config = write("bus.json", R"({"signals": {"B": {"limits": [0, 100]}}})");
+    QStringList arguments{"replay", log,        "--dbc",   dbc,        "--config",
+                          config,   "--limits", "C=0:100", "--limits", "described"};
+    const MonitorRun run = runMonitor(arguments);
+    EXPECT_EQ(run.diagnostics, QString());
+    EXPECT_TRUE(run.output.contains("limits      A: 0 .. 200\n"
+                                    "limits      B: 0 .. 100\n"
+                                    "limits      C: 0 .. 100\n"
+                                    "band"))
+        << run.output.toStdString();
+    const QString csv = runMonitor(arguments + QStringList{"--format", "csv"}).output;
+    QStringList ratings;
+    for (int row = 1; row <= 3; ++row)
+        ratings += csv.section("\r\n", row, row).section(',', 12, 12);
+    EXPECT_EQ(ratings, (QStringList{"100", "0", "0"}));
+    EXPECT_EQ(runMonitor({"replay", log, "--dbc", dbc, "--signal", "D", "--limits", "from-dbc"})
+                  .diagnostics,
+              QString("--limits described: no description states the range of a chosen signal "
+                      "without limits\n"));
+}
+
 TEST_F(Program, LastMatchingPatternDecidesWhetherValuesAreReserved)
 {
     const auto countsWith = [this](const char* config) {

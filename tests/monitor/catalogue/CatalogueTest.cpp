@@ -195,6 +195,28 @@ TEST(Catalogue, EmptySettingsLeaveTheSignalUnchanged)
     EXPECT_EQ(signal.rules.keptRecords, 0);
 }
 
+TEST(Catalogue, DescribedRangesAreTheLimitsOfSignalsWithoutOtherLimits)
+{
+    constexpr double inf = std::numeric_limits<double>::infinity();
+    const QVector<ValueRange> ranges{{-5, 10}, {0, 0}, {2, 2}, {3, 1}, {0, inf}, {-1, 1}, {0, 7}};
+    MessageDescription message = messageOf("M", {"A", "B", "C", "D", "E", "F", "G"});
+    for (int i = 0; i < ranges.size(); ++i) {
+        message.signalDescriptions[i].lowerLimit = ranges.at(i).lowest;
+        message.signalDescriptions[i].upperLimit = ranges.at(i).highest;
+    }
+    Catalogue catalogue({message});
+    EXPECT_EQ(catalogue.choose({"A", "B", "C", "D", "E", "F"}), QString());
+    EXPECT_EQ(catalogue.apply({{"F", std::nullopt, ValueRange{2, 3}}}), QString());
+    EXPECT_EQ(catalogue.useDescribedLimits(), 1);
+    const auto& found = catalogue.messages().at(0).catalogueSignals;
+    ASSERT_TRUE(found.at(0).rules.limits);
+    EXPECT_EQ(found.at(0).rules.limits->lowest, -5);
+    EXPECT_EQ(found.at(0).rules.limits->highest, 10);
+    EXPECT_EQ(found.at(5).rules.limits->highest, 3);
+    for (const int other : {1, 2, 3, 4, 6})
+        EXPECT_FALSE(found.at(other).rules.limits) << other;
+}
+
 TEST(Catalogue, NumericCanopenObjectsCanBeScaled)
 {
     Catalogue catalogue({nodeMessage()});

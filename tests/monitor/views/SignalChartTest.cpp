@@ -163,6 +163,15 @@ TEST_F(SignalChart, ValuesWithTextsAreHeldUntilTheNextOne)
     EXPECT_EQ(pointsOf(*shown, "deviators"), (QVector<QPointF>{{1, 90}, {2, 10}}));
 }
 
+TEST_F(SignalChart, HeldValueIsTheLastOneOfItsColumn)
+{
+    SignalStatistics statistics = speed();
+    statistics.valueTexts = {{10, "slow"}};
+    Trace trace;
+    trace.points = {{0, 50}, {0.001, 90}, {0.002, 10}, {0.003, 50}, {10, 55}};
+    EXPECT_TRUE(pointsOf(*chart(statistics, trace), "values").contains({10, 50}));
+}
+
 TEST_F(SignalChart, TextsAreLabelsOfTheirValues)
 {
     SignalStatistics statistics = speed();
