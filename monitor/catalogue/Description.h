@@ -75,6 +75,7 @@ struct SignalDescription {
 /// A message without its signals.
 struct MessageHeader {
     QString name;
+    QString comment; ///< the author's explanation; may be empty
     quint32 id = 0;
     bool extended = false; ///< true: the id has 29 bits, false: 11
     Protocol protocol = Protocol::CANopen;

@@ -37,7 +37,9 @@ MonitoredSignal::Recording MonitoredSignal::makeRecording(Protocol protocol,
 MonitoredSignal::MonitoredSignal(const MessageHeader& message,
                                  const CatalogueSignal& signalDescription,
                                  std::optional<quint8> source)
-    : signal(signalDescription), recording(makeRecording(message.protocol, signalDescription))
+    : signal(signalDescription),
+      header(message),
+      recording(makeRecording(message.protocol, signalDescription))
 {
     empty.name = signal.reportedName;
     empty.protocol = message.protocol;

@@ -21,6 +21,9 @@ public:
 
     const CatalogueSignal& description() const { return signal; }
 
+    /// The message of the signal; only its protocol is known in a saved run.
+    const MessageHeader& message() const { return header; }
+
     /// The name, source, unit and so on, without statistics.
     const SignalStatistics& identity() const { return empty; }
 
@@ -69,6 +72,7 @@ private:
     static Recording makeRecording(Protocol protocol, const CatalogueSignal& description);
 
     CatalogueSignal signal;
+    MessageHeader header;
     SignalStatistics empty;
     Recording recording;
     RunningStatistics running;

@@ -135,6 +135,8 @@ def check_reading(vantrel, folder):
     dbc = folder / "engine.dbc"
     dbc.write_bytes((SAMPLE / "engine.dbc").read_bytes() + b"""
 VAL_ 2364540158 EngineSpeed 65535 "\xc3\xbc" 3 "three" ;
+CM_ SG_ 2364540158 EngineSpeed "of the
+crankshaft";
 """)
     shown, _ = vantrel("replay", SAMPLE / "drive.log", "--dbc", dbc, "--eds",
                        SAMPLE / "drive.eds", "--node", "5", "--k", "2.5", "--save", file,
@@ -151,7 +153,8 @@ VAL_ 2364540158 EngineSpeed 65535 "\xc3\xbc" 3 "three" ;
     assert [signal["name"] for signal in run["signals"] if signal["limits"]] == ["EngineSpeed"]
     assert {signal["name"]: signal["meanings"] for signal in run["signals"]
             if signal["meanings"]} == {"EngineSpeed": {3: "three", 0xFFFF: "ü"}}
-    assert {signal["comment"] for signal in run["signals"]} == {""}
+    assert {signal["name"]: signal["comment"] for signal in run["signals"]
+            if signal["comment"]} == {"EngineSpeed": "of the\ncrankshaft"}
     assert {signal["bus"] for signal in run["signals"]} == {""}
 
 

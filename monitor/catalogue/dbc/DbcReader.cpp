@@ -95,6 +95,7 @@ private:
     void parseValueTexts();
     void parseValueTable();
     [[nodiscard]] bool takeValueTexts(ValueTexts& texts);
+    void parseComment();
     void parseDefinition();
     void parseDefault();
     void parseAttribute();
@@ -119,6 +120,7 @@ private:
     DbcAttributes attributes;
     QHash<QString, ValueTexts> valueTables;
     QHash<quint32, QString> longNames; // of messages by number
+    QHash<quint32, QString> comments;  // of messages by number
     QVector<std::function<void()>> references;
     QSet<QPair<quint32, QString>> refusedSignals; // signals by the number of their message
     int assumedJ1939 = 0; // undeclared messages with 29-bit ids taken as J1939
@@ -144,6 +146,7 @@ void DbcParser::parseSection()
         {QStringLiteral("SG_MUL_VAL_"), &DbcParser::parseMultiplexing},
         {QStringLiteral("VAL_"), &DbcParser::parseValueTexts},
         {QStringLiteral("VAL_TABLE_"), &DbcParser::parseValueTable},
+        {QStringLiteral("CM_"), &DbcParser::parseComment},
         {QStringLiteral("BA_DEF_"), &DbcParser::parseDefinition},
         {QStringLiteral("BA_DEF_DEF_"), &DbcParser::parseDefault},
         {QStringLiteral("BA_"), &DbcParser::parseAttribute},
@@ -495,6 +498,27 @@ bool DbcParser::takeValueTexts(ValueTexts& texts)
     return scanner.peek() == ';';
 }
 
+/// Reads the comment of a message or a signal, such as CM_ SG_ 2364540158 EngineSpeed "of the
+/// crankshaft"; A comment that cannot be parsed is skipped, since no value depends on it.
+void DbcParser::parseComment()
+{
+    const QString owner = scanner.peek().isLetter() ? scanner.takeWord() : QString();
+    const bool isOfSignal = owner == QLatin1String("SG_");
+    quint32 number = 0;
+    if ((isOfSignal || owner == QLatin1String("BO_")) && takeMessageNumber(number)) {
+        const QString name = isOfSignal ? scanner.takeName() : QString();
+        const QString text = scanner.takeText().value_or(QString()).trimmed();
+        if (isOfSignal)
+            references.append([=] {
+                if (DbcSignal* const signal = find(number, name))
+                    signal->comment = text;
+            });
+        else
+            comments.insert(number, text);
+    }
+    scanner.skipSection();
+}
+
 /// Reads the definition of an attribute of the file or of messages, such as
 /// BA_DEF_ BO_ "VFrameFormat" ENUM "StandardCAN","ExtendedCAN";
 void DbcParser::parseDefinition()
@@ -605,6 +629,7 @@ QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QSt
     for (DbcMessage& message : dbcMessages) {
         message.name = longNames.value(message.number, message.name);
         extendedMessages += message.extended ? 1 : 0;
+        message.comment = comments.value(message.number);
         message.cycleTime = attributes.cycleTime(message.number);
         message.protocol =
             message.extended ? protocolOf(message, file.protocol) : Protocol::CANopen;

@@ -69,7 +69,7 @@ void SignalView::widenColumns()
 MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int leastRating)
     : session(shownSession),
       liveTable(leastRating),
-      model(liveTable),
+      model(liveTable, session.registry()),
       tools(new QToolBar),
       header(new QLabel),
       table(new SignalView),

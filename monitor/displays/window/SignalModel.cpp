@@ -1,5 +1,6 @@
 #include "SignalModel.h"
 
+#include "text/numbers.h"
 #include "views/statisticsTable.h"
 
 #include <QtGui/QColor>
@@ -8,6 +9,47 @@
 
 namespace monitor
 {
+
+namespace
+{
+
+/// The beginning of a comment, since tooltips cannot be scrolled.
+QString shortened(const QString& comment)
+{
+    constexpr int longest = 1000;
+    return comment.size() <= longest ? comment : comment.left(longest) + QChar(0x2026);
+}
+
+QString textOf(const ValueRange& range)
+{
+    return QStringLiteral("%1 .. %2")
+        .arg(formatComputed(range.lowest), formatComputed(range.highest));
+}
+
+/// What is known about a signal besides its values, as lines of plain text.
+QStringList descriptionOf(const MonitoredSignal& signal)
+{
+    const CatalogueSignal& description = signal.description();
+    const MessageHeader& message = signal.message();
+    const QString id = QString::number(message.id, 16).toUpper();
+    QStringList lines;
+    if (!description.comment.isEmpty())
+        lines += shortened(description.comment);
+    lines += QStringLiteral("message: ") + message.name +
+             QStringLiteral(" (0x%1)").arg(id.rightJustified(message.extended ? 8 : 3, '0'));
+    if (!message.comment.isEmpty())
+        lines += shortened(message.comment);
+    if (!description.scaling.unit.isEmpty())
+        lines += QStringLiteral("unit: ") + description.scaling.unit;
+    if (description.lowerLimit < description.upperLimit)
+        lines += QStringLiteral("described range: ") +
+                 textOf({description.lowerLimit, description.upperLimit});
+    if (description.rules.limits)
+        lines += QStringLiteral("limits: ") + textOf(*description.rules.limits);
+    return lines;
+}
+
+} // namespace
 
 void SignalModel::refresh()
 {
@@ -63,6 +105,8 @@ QVariant SignalModel::data(const QModelIndex& index, int role) const
         return textAt(index.row(), index.column());
     case Qt::TextAlignmentRole:
         return headerData(index.column(), Qt::Horizontal, role);
+    case Qt::ToolTipRole:
+        return toolTipAt(index.row());
     case Qt::BackgroundRole:
     case Qt::ForegroundRole:
         return colorAt(index.row(), role);
@@ -90,6 +134,17 @@ QString SignalModel::textAt(int row, int column) const
     if (cells.at(row).isEmpty())
         cells[row] = table.cells(row);
     return printable(cells.at(row).at(column));
+}
+
+/// Rich text, so that long lines are wrapped.
+QVariant SignalModel::toolTipAt(int row) const
+{
+    if (row >= table.rowCount()) // while rows are inserted and removed
+        return QVariant();
+    const QString text = descriptionOf(monitored.at(table.row(row).signal)).join('\n');
+    return QString(QStringLiteral("<qt>") +
+                   text.toHtmlEscaped().replace('\n', QStringLiteral("<br>")) +
+                   QStringLiteral("</qt>"));
 }
 
 /// Sets both colours of a highlighted row, so that it is readable in any colour scheme.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "displays/LiveTable.h"
+#include "engine/SignalRegistry.h"
 
 #include <QtCore/QAbstractTableModel>
 
@@ -8,11 +9,15 @@ namespace monitor
 {
 
 /// The model of a live table: a column of marks for highlighted signals, then statisticsColumns().
+/// The tooltip of a row says what the description of the signal says.
 class SignalModel : public QAbstractTableModel
 {
 public:
-    /// \a shownTable must outlive this object.
-    explicit SignalModel(const LiveTable& shownTable) : table(shownTable) {}
+    /// \a shownTable and \a registry, which has its signals, must outlive this object.
+    SignalModel(const LiveTable& shownTable, const SignalRegistry& registry)
+        : table(shownTable), monitored(registry)
+    {
+    }
 
     /// Updates the model after the table has changed. Rows of signals that are still shown are
     /// kept, so that the selection does not change.
@@ -29,8 +34,10 @@ private:
     void insertNew();
     QString textAt(int row, int column) const;
     QVariant colorAt(int row, int role) const;
+    QVariant toolTipAt(int row) const;
 
     const LiveTable& table;
+    const SignalRegistry& monitored;
     QVector<int> signalOfRow;           // the numbers of the signals in the session
     mutable QVector<QStringList> cells; // by row; empty if not formatted yet
 };

@@ -236,6 +236,42 @@ TEST(DbcAttributes, CycleTimeIsUnknownUnlessItIsANumberAboveZero)
             << number;
 }
 
+TEST(DbcComments, BelongToTheirMessageOrSignal)
+{
+    const Dbc dbc =
+        readDbc("CM_ SG_ 2364540158 EngineSpeed \" of the\n \\\"shaft\\\"; // fast \" ;\n" +
+                messageLine + "\n" + signalLine + "\n SG_ B : 0|8@1+ (1,0) [0|0] \"\" X\n" +
+                "BO_ 5 Other: 8 X\n"
+                "CM_ \"of the file\";\n"
+                "CM_ BU_ Engine \"of a node\";\n"
+                "CM_ EV_ Variable \"of a variable\";\n"
+                "CM_ BO_ 2364540158 \"Speed and torque\";\n"
+                "BA_ \"SPN\" SG_ 2364540158 B 7;\n");
+    EXPECT_EQ(dbc.warnings, QString());
+    ASSERT_EQ(dbc.messages.size(), 2);
+    EXPECT_EQ(dbc.messages.at(0).comment, QString("Speed and torque"));
+    EXPECT_EQ(dbc.messages.at(1).comment, QString());
+    const auto& found = dbc.messages.at(0).signalDescriptions;
+    EXPECT_EQ(found.at(0).comment, QString("of the\n \"shaft\"; // fast"));
+    EXPECT_EQ(found.at(1).comment, QString());
+    EXPECT_EQ(found.at(1).spn, 7U);
+}
+
+TEST(DbcComments, ThatCannotBeAssignedAreSkipped)
+{
+    for (const char* line :
+         {"CM_ SG_ 2364540158 Other \"x\";", "CM_ SG_ 7 EngineSpeed \"x\";", "CM_ BO_ 7 \"x\";",
+          "CM_ BO_ \"x\";", "CM_ SG_ 2364540158 \"x\";", "CM_ SG_ 2364540158 EngineSpeed;",
+          "CM_ BO_ 2364540158 7;", "CM_ ;", "CM_ BO_ 99999999999 \"x\";"}) {
+        const Dbc dbc = readDbcSignal(signalLine + "\n" + line +
+                                      "\nBA_ \"SPN\" SG_ 2364540158 EngineSpeed 190;");
+        EXPECT_EQ(dbc.warnings, QString()) << line;
+        EXPECT_EQ(dbc.messages.at(0).comment, QString()) << line;
+        EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).comment, QString()) << line;
+        EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).spn, 190U) << line;
+    }
+}
+
 TEST(DbcValueTexts, AreAssignedToRawValues)
 {
     const Dbc dbc = readDbcSignal(

@@ -255,6 +255,53 @@ TEST_F(Window, ChartShowsTheSelectedSignal)
     EXPECT_TRUE(pointsOf("deviators").contains(*highest));
 }
 
+// Qt would interpret markup in a tooltip.
+TEST_F(Window, TooltipShowsTheDescriptionOfTheSignalAsPlainText)
+{
+    showSample();
+    const auto toolTipOf = [this](const QString& name) {
+        const QModelIndexList found =
+            table().model()->match(table().model()->index(0, 1), Qt::DisplayRole, name, 1);
+        return found.value(0).data(Qt::ToolTipRole).toString();
+    };
+    EXPECT_EQ(toolTipOf("EngineSpeed"), QString("<qt>message: EEC1 (0x0CF004FE)<br>"
+                                                "Electronic Engine Controller 1<br>"
+                                                "unit: rpm<br>"
+                                                "described range: 0 .. 8031.875</qt>"));
+    EXPECT_EQ(toolTipOf("BatteryPotential"),
+              QString("<qt>message: VEP1 (0x18FEF7FE)<br>"
+                      "Vehicle Electrical Power 1<br>from the engine and from the cab controller"
+                      "<br>unit: V<br>described range: 0 .. 3212.75</qt>"));
+}
+
+TEST(SignalModel, TooltipEscapesMarkupAndShortensLongComments)
+{
+    monitor::CatalogueMessage message;
+    message.name = "<a>";
+    message.id = 0x12;
+    monitor::CatalogueSignal description;
+    description.name = description.reportedName = "Speed";
+    description.layout.length = 8;
+    description.comment = "<img src=x> & xxxx" + QString(2000, 'c'); // 18 characters and c
+    description.rules.limits = monitor::ValueRange{1, 2.5};
+    message.catalogueSignals = {description};
+    monitor::Session session({message}, 3);
+    monitor::Frame frame{};
+    frame.id = 0x12;
+    frame.length = 8;
+    session.take(frame);
+    monitor::LiveTable table(50);
+    table.update(session.getSnapshot(0), {});
+    monitor::SignalModel model(table, session.registry());
+    model.refresh();
+    const QString shown = model.index(0, 1).data(Qt::ToolTipRole).toString();
+    EXPECT_TRUE(shown.startsWith("<qt>&lt;img src=x&gt; &amp; xxxxccc")) << shown.toStdString();
+    EXPECT_TRUE(shown.endsWith(QString("c") + QChar(0x2026) +
+                               "<br>message: &lt;a&gt; (0x012)<br>"
+                               "limits: 1 .. 2.5</qt>"));
+    EXPECT_TRUE(shown.contains(QString(982, 'c')) && !shown.contains(QString(983, 'c')));
+}
+
 TEST_F(Window, WindowIsDrawnInTheColoursOfChartAndTable)
 {
     showSample();
