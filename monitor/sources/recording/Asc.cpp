@@ -249,7 +249,7 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::Unknown;
     }
     Frame read;
-    if (!readEventTime(cursor, read))
+    if (!readEventTime(cursor, read) || !isBlank(cursor.peek()))
         return LineKind::Unknown;
     AscLine rest{cursor, base, read, {"", 0}};
     const LineKind kind = readEvent(rest);
@@ -335,8 +335,10 @@ qint64 findAsc(const QByteArray& start)
         Frame ignored;
         LineCursor cursor(line);
         cursor.skipBlanks();
-        return !cursor.atEnd() && cursor.peek() != '#' &&
-               reader.readLine(line, ignored) != LineKind::Unknown;
+        const LineKind kind = reader.readLine(line, ignored);
+        if (isDigit(cursor.peek())) // other events could be lines of a table
+            return kind == LineKind::Frame || kind == LineKind::ErrorFrame;
+        return !cursor.atEnd() && cursor.peek() != '#' && kind != LineKind::Unknown;
     });
 }
 

@@ -34,13 +34,18 @@ const RecordingFormat* formatOf(const QByteArray& start, bool isWhole = true);
 /// An opened recording, or the error.
 struct OpenedRecording {
     std::unique_ptr<FrameSource> source;     ///< null after an error
-    const RecordingFormat* format = nullptr; ///< the format in which the file is read
+    const RecordingFormat* format = nullptr; ///< null after an error and for an empty file
     QString error;                           ///< names the file; empty without an error
 };
 
-/// Opens a recording and detects its format from its first bytes. If no format is recognised, the
-/// first one in the table is used, which reports the lines as unreadable. From a pipe, this waits
-/// for no more bytes than are needed to recognise the format.
-[[nodiscard]] OpenedRecording openRecording(const QString& fileName);
+/// Opens a recording and detects its format from its first bytes, unpacked if they are packed by
+/// gzip or zstd. The name "-" means standard input. From standard input, a pipe or a terminal, this
+/// waits for no more bytes than are needed to recognise the format; the recording ends there as
+/// soon as the descriptor \a interrupt becomes readable (-1: never). If the format is unknown or
+/// not supported, the error says so.
+[[nodiscard]] OpenedRecording openRecording(const QString& fileName, int interrupt = -1);
+
+/// The same for an open device. Messages use \a name.
+[[nodiscard]] OpenedRecording openRecording(std::unique_ptr<QIODevice> device, const QString& name);
 
 } // namespace monitor

@@ -231,10 +231,32 @@ TEST_F(Program, InvalidConfigurationIsReportedWithExitCode2)
 
 TEST_F(Program, FileFullOfNonsenseDoesNotFloodTheTerminal)
 {
-    const MonitorRun run = replay(QByteArray("nonsense\n").repeated(5000), speedDbc);
+    const MonitorRun run =
+        replay("(1.0) can0 123#11\n" + QByteArray("nonsense\n").repeated(5000), speedDbc);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_LT(run.diagnostics.count('\n'), 20);
     EXPECT_TRUE(run.diagnostics.contains("5000 unreadable line(s)"));
+}
+
+TEST_F(Program, UnknownRecordingIsReportedWithExitCode2)
+{
+    const MonitorRun run = replay("nonsense\n", speedDbc);
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.diagnostics.startsWith(
+        path("bus.log") + ": unknown recording format (begins with \"nonsense\"); supported: "))
+        << run.diagnostics.toStdString();
+}
+
+TEST_F(Program, RecordingIsReadFromStandardInput)
+{
+    QProcess process;
+    process.start(MONITOR_PROGRAM, {"replay", "-", "--dbc", write("bus.dbc", speedDbc)});
+    process.write("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\nnonsense\n");
+    process.closeWriteChannel();
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_TRUE(process.readAllStandardOutput().contains("frames      1\n"));
+    EXPECT_TRUE(process.readAllStandardError().startsWith("standard input:2: unreadable line\n"));
 }
 
 TEST_F(Program, MalformedDescriptionLinesAreReportedWithFileAndLine)
