@@ -13,6 +13,8 @@ Frame frameOf(const QCanBusFrame& busFrame)
     frame.remote = busFrame.frameType() == QCanBusFrame::RemoteRequestFrame;
     if (frame.remote)
         return frame;
+    frame.fd = busFrame.hasFlexibleDataRateFormat();
+    frame.bitRateSwitch = busFrame.hasBitrateSwitch();
     const QByteArray payload = busFrame.payload();
     const int length = std::min(payload.size(), static_cast<int>(frame.data.size()));
     std::copy_n(payload.constData(), length, frame.data.begin());
@@ -27,6 +29,10 @@ QCanBusFrame busFrameOf(const Frame& frame)
     busFrame.setFrameId(frame.id);
     busFrame.setExtendedFrameFormat(frame.extended);
     busFrame.setPayload(QByteArray(reinterpret_cast<const char*>(frame.data.data()), frame.length));
+    // Not for a classic frame: a payload of more than 8 bytes has made it an FD frame.
+    if (frame.fd)
+        busFrame.setFlexibleDataRateFormat(true);
+    busFrame.setBitrateSwitch(frame.bitRateSwitch);
     return busFrame;
 }
 

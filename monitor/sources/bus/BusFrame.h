@@ -11,7 +11,8 @@ namespace monitor
 /// different epoch in each plugin, and some plugins do not set them.
 Frame frameOf(const QCanBusFrame& busFrame);
 
-/// Converts \a frame. If its length is not allowed on a bus, the result is not isValid().
+/// Converts \a frame. A CAN FD frame remains one even with 8 bytes or fewer. If its length is not
+/// allowed on a bus, the result is not isValid().
 QCanBusFrame busFrameOf(const Frame& frame);
 
 } // namespace monitor

@@ -38,6 +38,33 @@ TEST(BusFrame, LongestCanFdFrameFits)
     EXPECT_EQ(frame.data.back(), 0x5A);
 }
 
+TEST(BusFrame, ReceivedFrameIsMarkedAsFdWhateverItsLength)
+{
+    QCanBusFrame received(0x123, QByteArray(8, '\x5a'));
+    EXPECT_FALSE(frameOf(received).fd);
+    received.setFlexibleDataRateFormat(true);
+    EXPECT_TRUE(frameOf(received).fd);
+    EXPECT_FALSE(frameOf(received).bitRateSwitch);
+    received.setBitrateSwitch(true);
+    EXPECT_TRUE(frameOf(received).fd);
+    EXPECT_TRUE(frameOf(received).bitRateSwitch);
+}
+
+TEST(BusFrame, SentFrameIsMarkedAsFdWhateverItsLength)
+{
+    for (const int length : {0, 8, 12, 64}) {
+        Frame frame;
+        frame.fd = true;
+        frame.length = static_cast<quint8>(length);
+        EXPECT_TRUE(busFrameOf(frame).isValid());
+        EXPECT_TRUE(busFrameOf(frame).hasFlexibleDataRateFormat());
+        EXPECT_FALSE(busFrameOf(frame).hasBitrateSwitch());
+        frame.bitRateSwitch = true;
+        EXPECT_TRUE(busFrameOf(frame).hasBitrateSwitch());
+    }
+    EXPECT_FALSE(busFrameOf(Frame()).hasBitrateSwitch());
+}
+
 TEST(BusFrame, SentFrameKeepsIdFormatAndBytes)
 {
     Frame frame;

@@ -36,6 +36,7 @@ public:
             return false;
         }
         written += frame.frameId();
+        fdFrames += frame.hasFlexibleDataRateFormat() && frame.hasBitrateSwitch() ? 1 : 0;
         if (losesConnection)
             setState(UnconnectedState);
         return true;
@@ -46,16 +47,19 @@ public:
     int rejections = 0; // negative: all frames
     bool losesConnection = false;
     QVector<quint32> written;
+    int fdFrames = 0; // with bit rate switch
 
 protected:
     bool open() override { return true; }
     void close() override {}
 };
 
-/// 40 frames of one byte with the ids 0 to 39.
+/// 40 frames of one byte with the ids 0 to 39, either classic or CAN FD with bit rate switch.
 class FortyFrames : public monitor::FrameSource
 {
 public:
+    explicit FortyFrames(bool areFd) : isFd(areFd) {}
+
     [[nodiscard]] bool next(Frame& frame) override
     {
         if (sent == 40)
@@ -63,12 +67,15 @@ public:
         frame = Frame();
         frame.id = sent++;
         frame.length = 1;
+        frame.fd = isFd;
+        frame.bitRateSwitch = isFd;
         return true;
     }
     monitor::SourceCounts counts() const override { return {}; }
     QString error() const override { return QString(); }
 
 private:
+    bool isFd;
     quint32 sent = 0;
 };
 
@@ -76,9 +83,9 @@ private:
 class BusSenderTest : public testing::Test
 {
 protected:
-    QString send()
+    QString send(bool areFd = false)
     {
-        FortyFrames frames;
+        FortyFrames frames(areFd);
         BusSender sender(device, frames, std::numeric_limits<double>::infinity());
         const QString error = sender.send();
         EXPECT_EQ(sender.sent(), device.written.size());
@@ -157,4 +164,22 @@ TEST_F(BusSenderTest, LostConnectionEndsSending)
     device.losesConnection = true;
     EXPECT_EQ(send(), QString("connection lost"));
     EXPECT_LT(device.written.size(), 40);
+}
+
+TEST_F(BusSenderTest, ShortFdFrameIsSentAsFd)
+{
+    device.setConfigurationParameter(QCanBusDevice::CanFdKey, true);
+    EXPECT_EQ(send(true), QString());
+    EXPECT_EQ(device.fdFrames, 40);
+    device.fdFrames = 0;
+    device.written.clear();
+    EXPECT_EQ(send(false), QString());
+    EXPECT_EQ(device.written.size(), 40);
+    EXPECT_EQ(device.fdFrames, 0);
+}
+
+TEST_F(BusSenderTest, ShortFdFrameNeedsAnFdBus)
+{
+    EXPECT_EQ(send(true), QString("the recording contains CAN FD frames; use --fd"));
+    EXPECT_TRUE(device.written.isEmpty());
 }
