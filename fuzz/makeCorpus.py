@@ -7,8 +7,11 @@ file for each case: corpus/<target>/<case>. The other targets have small files w
 inputs found by fuzzing."""
 """Writes the corpus of the targets of records, of the transport protocol and of MF4 files, a file for
 each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
+"""Writes the corpus of the targets of records, of the transport protocol and of packed recordings,
+a file for each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
 fuzzing."""
 
+import gzip
 import pathlib
 import struct
 import zlib
@@ -385,6 +388,32 @@ def write_mf4(folder):
     circular = mf4_unsorted()
     circular.link(circular.header, 0, 64)
     write(folder, "circular", bytes(circular.content))
+def zstd(content, is_last=True):
+    """A frame of one block, which is not compressed, without a checksum."""
+    single_segment = 0x20
+    block = struct.pack("<I", len(content) << 3 | is_last)[:3]
+    return b"\x28\xb5\x2f\xfd" + bytes([single_segment, len(content)]) + block + content
+def write_packed(folder):
+    log = b"(1.0) can0 123#1122\n(1.1) can0 00000456##1112233\n"
+    packed = gzip.compress(log, mtime=0)
+    skippable = b"\x50\x2a\x4d\x18" + struct.pack("<I", 3) + b"abc"
+    write(folder, "gzip", packed)
+    write(folder, "gzip-twice", gzip.compress(packed, mtime=0))
+    write(folder, "gzip-several", packed + bytes(5) + packed)
+    write(folder, "gzip-wrong-checksum", packed[:-8] + b"cksm" + packed[-4:])
+    write(folder, "gzip-other-bytes", packed + b"hello")
+    write(folder, "gzip-cut", packed[:-20])
+    write(folder, "gzip-of-much", gzip.compress(log * 2000 + bytes(2**21), mtime=0))
+    write(folder, "zstd", zstd(log))
+    write(folder, "zstd-skippable", skippable + zstd(log) + skippable)
+    write(folder, "zstd-open-block", zstd(log, is_last=False))
+    write(folder, "zstd-of-gzip", zstd(packed) + gzip.compress(log, mtime=0))
+    write(folder, "zstd-large-window", b"\x28\xb5\x2f\xfd\x00\x88" + zstd(log)[6:])
+    write(folder, "refused-three-layers", gzip.compress(zstd(packed), mtime=0))
+    write(folder, "refused-zip", b"PK\x03\x04")
+    write(folder, "refused-text", b"hello\n")
+    write(folder, "plain-with-mark", b"\xef\xbb\xbf" + log)
+    write(folder, "empty", b"")
 
 
 CORPUS = pathlib.Path(__file__).parent / "corpus"
@@ -394,3 +423,4 @@ write_frames(CORPUS / "transportFrames")
 write_captures(CORPUS / "pcapFile")
 write_blf(CORPUS / "blfFile")
 write_mf4(CORPUS / "mf4File")
+write_packed(CORPUS / "packedRecording")
