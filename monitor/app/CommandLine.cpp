@@ -14,6 +14,12 @@ namespace
 constexpr char helpOption[] = "help";
 constexpr char versionOption[] = "version";
 
+/// Whether the ids of a bus are listed, not those of recordings.
+bool isLive(const Options& options)
+{
+    return options.recordings == QStringList(QStringLiteral("live"));
+}
+
 const CommandRow* findCommand(const QString& name)
 {
     for (const CommandRow& row : commandRows()) {
@@ -189,13 +195,25 @@ QString readOptions(const QCommandLineParser& parser, const CommandRow& command,
 QString checkFiles(const QStringList& files, const CommandRow& command)
 {
     const QString name = QLatin1String(command.name);
-    if (*command.argument == '\0')
+    const QString argument = QLatin1String(command.argument);
+    if (argument.isEmpty())
         return files.isEmpty() ? QString()
                                : QStringLiteral("%1 takes no file, but \"%2\" was given")
                                      .arg(name, files.constFirst());
-    return files.size() == 1 ? QString()
-                             : QStringLiteral("%1 needs exactly one file: vantrel %2")
-                                   .arg(name, usageOf(command));
+    const bool takesSeveral = argument.endsWith(QLatin1String("..."));
+    if (takesSeveral ? !files.isEmpty() : files.size() == 1)
+        return QString();
+    return QStringLiteral("%1 needs %2: vantrel %3")
+        .arg(name,
+             takesSeveral ? QStringLiteral("at least one file")
+                          : QStringLiteral("exactly one file"),
+             usageOf(command));
+}
+
+/// Whether \a command watches or uses a bus, given the files on the command line.
+bool usesBus(const CommandRow& command, const Options& options)
+{
+    return command.id != CommandId::Ids || isLive(options);
 }
 
 /// Checks that nothing is missing, and assigns the nodes to the descriptions. Returns an error
@@ -205,13 +223,13 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     QStringList missing;
     for (const OptionRow& row : optionRows()) {
         if (row.occurrence == Occurrence::ExactlyOnce && row.commands.testFlag(command.id) &&
-            !parser.isSet(QLatin1String(row.name)))
+            usesBus(command, options) && !parser.isSet(QLatin1String(row.name)))
             missing += row.usage();
     }
     QString error;
     if (!missing.isEmpty())
         error = QStringLiteral("needs ") + joinWords(missing, "and");
-    else if (decodingCommands.testFlag(command.id))
+    else if ((decodingCommands | CommandId::Ids).testFlag(command.id))
         error = completeDescriptions(options);
     sortByTables(options);
     return error.isEmpty() ? error : QLatin1String(command.name) + QStringLiteral(" ") + error;
@@ -222,13 +240,16 @@ Command readCommand(const QCommandLineParser& parser, const CommandRow& command)
 {
     const QStringList files = parser.positionalArguments().mid(1);
     Options options;
+    options.recordings = files;
+    if (command.id == CommandId::Ids)
+        options.subject = MonitorOptions::Subject::Ids;
     QString error = checkFiles(files, command);
     if (error.isEmpty())
         error = readOptions(parser, command, options);
     if (error.isEmpty())
         error = complete(parser, command, options);
     if (error.isEmpty())
-        return command.make(options, files.value(0));
+        return command.make(options);
     return UsageError{error, QLatin1String(command.name)};
 }
 
@@ -237,28 +258,38 @@ Command readCommand(const QCommandLineParser& parser, const CommandRow& command)
 const QVector<CommandRow>& commandRows()
 {
     static const QVector<CommandRow> rows{
-        {"replay", CommandId::Replay, "FILE",
-         "Replay a recording and print the statistics of its signals.",
-         [](const Options& options, const QString& file) -> Command {
-             return ReplayOptions{MonitorOptions(options), file};
+        {"replay", CommandId::Replay, "FILE...",
+         "Replay recordings and print the statistics of their signals. Several recordings are read "
+         "as one, in the order of their times; - is standard input.",
+         [](const Options& options) -> Command {
+             return ReplayOptions{MonitorOptions(options), options.recordings};
+         }},
+        {"ids", CommandId::Ids, "FILE...",
+         "List the ids in recordings, or on a bus if FILE is the word live: the period of each id, "
+         "its length, and whether a description covers it.",
+         [](const Options& options) -> Command {
+             if (isLive(options))
+                 return LiveOptions(options);
+             return ReplayOptions{MonitorOptions(options), options.recordings};
          }},
         {"live", CommandId::Live, "",
          "Watch a bus on the terminal, and print the statistics at the end.",
-         [](const Options& options, const QString&) -> Command { return LiveOptions(options); }},
+         [](const Options& options) -> Command { return LiveOptions(options); }},
         {"window", CommandId::Window, "",
          "Watch a bus in a window with charts, and print the statistics at the end.",
-         [](const Options& options, const QString&) -> Command {
+         [](const Options& options) -> Command {
              LiveOptions live = options;
              live.display = findDisplay(QStringLiteral("window"));
              return live;
          }},
-        {"send", CommandId::Send, "FILE", "Send the frames of a recording on a bus.",
-         [](const Options& options, const QString& file) -> Command {
-             return SendOptions{file, options.bus, options.speed};
+        {"send", CommandId::Send, "FILE...",
+         "Send the frames of recordings on a bus; - is standard input.",
+         [](const Options& options) -> Command {
+             return SendOptions{options.recordings, options.choice, options.bus, options.speed};
          }},
         {"show", CommandId::Show, "FILE", "Print the statistics of a run saved with --save.",
-         [](const Options& options, const QString& file) -> Command {
-             return ShowOptions{MonitorOptions(options), file};
+         [](const Options& options) -> Command {
+             return ShowOptions{MonitorOptions(options), options.recordings.value(0)};
          }},
     };
     return rows;

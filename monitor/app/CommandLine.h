@@ -32,9 +32,9 @@ using Command = std::variant<ReplayOptions, LiveOptions, SendOptions, ShowOption
 struct CommandRow {
     const char* name;
     CommandId id;
-    const char* argument; ///< the required file in help texts, such as "FILE"; empty if none
+    const char* argument; ///< required, as in help texts: "FILE", "FILE..." for several, or empty
     const char* help;
-    Command (*make)(const Options& options, const QString& file);
+    Command (*make)(const Options& options);
 };
 
 /// The table of commands. A new command needs a row here.

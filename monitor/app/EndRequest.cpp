@@ -13,9 +13,11 @@ namespace
 
 constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 int pipeEnds[2] = {-1, -1}; // a signal handler can do little more than write to a pipe
+volatile std::sig_atomic_t requested = 0;
 
 void handle(int)
 {
+    requested = 1;
     const char byte = 0;
     const ssize_t ignored = write(pipeEnds[1], &byte, 1); // a full pipe already has a request
     static_cast<void>(ignored);
@@ -38,6 +40,7 @@ void setHandlers(void (*handler)(int))
 
 EndRequest::EndRequest(const std::function<void()>& onRequest)
 {
+    requested = 0;
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
         return; // a signal then ends the program at once
     notifier = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
@@ -46,6 +49,16 @@ EndRequest::EndRequest(const std::function<void()>& onRequest)
         onRequest();
     });
     setHandlers(handle);
+}
+
+bool EndRequest::isRequested() const
+{
+    return requested != 0;
+}
+
+int EndRequest::descriptor() const
+{
+    return notifier ? pipeEnds[0] : -1;
 }
 
 EndRequest::~EndRequest()

@@ -14,8 +14,14 @@ namespace monitor
 class EndRequest
 {
 public:
-    explicit EndRequest(const std::function<void()>& onRequest);
+    explicit EndRequest(const std::function<void()>& onRequest = [] {});
     ~EndRequest();
+
+    /// Whether the end has been requested, also without an event loop.
+    bool isRequested() const;
+
+    /// A descriptor that becomes readable when the end is requested; -1 if there is none.
+    int descriptor() const;
 
     EndRequest(const EndRequest&) = delete;
     EndRequest& operator=(const EndRequest&) = delete;

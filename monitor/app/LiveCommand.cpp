@@ -23,7 +23,8 @@ std::vector<std::unique_ptr<SnapshotSink>> makeSinks(const LiveOptions& options,
 {
     const DisplayKind* kind = options.display;
     const DisplayKind& defaultKind = displayKinds().constFirst();
-    if (kind == nullptr && options.printed == &defaultOutputKind() && defaultKind.check().isEmpty())
+    if (kind == nullptr && options.subject != MonitorOptions::Subject::Ids &&
+        options.printed == &defaultOutputKind() && defaultKind.check().isEmpty())
         kind = &defaultKind;
     std::vector<std::unique_ptr<SnapshotSink>> sinks;
     if (kind != nullptr)
@@ -104,7 +105,7 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diag
     source.stop();
     run.session->takeAll(source);
     const ExitCode code =
-        run.outputs.finish(*run.session, nothingDecoded(options.bus.name(), options), diagnostics);
+        run.outputs.finish(*run.session, options, options.bus.name(), diagnostics);
     if (!source.error().isEmpty())
         diagnostics << source.error() << '\n';
     return isLost ? ExitCode::Failure : code;

@@ -13,16 +13,17 @@ namespace monitor
 namespace
 {
 
-/// The messages of all description files, at most one for each id.
+/// The messages of all description files, at most one for each id on a bus.
 class KnownMessages
 {
 public:
     /// Adds the messages of a file. A message with the id of an earlier one is left out and
     /// reported as a problem.
-    void add(const QString& fileName, ReadDescription& read)
+    void add(const QString& fileName, const QString& bus, ReadDescription& read)
     {
-        for (const MessageDescription& message : qAsConst(read.messages)) {
-            const auto key = qMakePair(message.extended, message.id);
+        for (MessageDescription& message : read.messages) {
+            message.bus = bus;
+            const auto key = qMakePair(bus, qMakePair(message.extended, message.id));
             const auto same = origins.constFind(key);
             if (same == origins.cend()) {
                 origins.insert(key, QStringLiteral("\"%1\" of %2").arg(message.name, fileName));
@@ -41,15 +42,16 @@ public:
 
 private:
     QVector<MessageDescription> found;
-    QHash<QPair<bool, quint32>, QString> origins;
+    QHash<QPair<QString, QPair<bool, quint32>>, QString> origins;
 };
 
-/// Whether the same file is given again after \a given, for the same node if any. Only the last one
-/// is used, so --j1939 and --plain replace --dbc.
+/// Whether the same file is given again after \a given, for the same bus and node if any. Only the
+/// last one is used, so --j1939 and --plain replace --dbc.
 bool isReplaced(const GivenDescription& given, const QVector<GivenDescription>& all)
 {
     return std::any_of(&given + 1, all.cend(), [&given](const GivenDescription& later) {
-        return later.file.fileName == given.file.fileName && later.file.node == given.file.node;
+        return later.file.fileName == given.file.fileName && later.bus == given.bus &&
+               later.file.node == given.file.node;
     });
 }
 
@@ -63,7 +65,7 @@ QString readDescriptions(const MonitorOptions& options, QTextStream& diagnostics
             continue;
         ReadDescription read = given.reader->read(given.file);
         if (read.error.isEmpty())
-            known.add(given.file.fileName, read);
+            known.add(given.file.fileName, given.bus, read);
         print(read.problems, diagnostics);
         if (!read.note.isEmpty())
             diagnostics << read.note << '\n';
@@ -122,16 +124,10 @@ PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output, QText
     if (run.error.isEmpty())
         run.error = run.outputs.check();
     run.session = std::make_unique<Session>(prepared.catalogue.messages(), prepared.k);
+    run.session->setValueSink(run.outputs.valueSink());
+    if (options.subject != MonitorOptions::Subject::Signals)
+        run.session->collectIds();
     return run;
-}
-
-QString nothingDecoded(const QString& origin, const MonitorOptions& options)
-{
-    QStringList names;
-    for (const GivenDescription& given : options.descriptions)
-        names += given.file.fileName;
-    return QStringLiteral("%1: no frames could be decoded with %2")
-        .arg(origin, names.join(QStringLiteral(", ")));
 }
 
 } // namespace monitor

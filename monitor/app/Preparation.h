@@ -35,7 +35,4 @@ struct PreparedRun {
 [[nodiscard]] PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output,
                                      QTextStream& diagnostics);
 
-/// The message that no frame from \a origin could be decoded with the descriptions in \a options.
-QString nothingDecoded(const QString& origin, const MonitorOptions& options);
-
 } // namespace monitor

@@ -5,12 +5,38 @@
 namespace monitor
 {
 
+namespace
+{
+
+QString nothingDecodedWith(const MonitorOptions& options)
+{
+    QStringList names;
+    for (const GivenDescription& given : options.descriptions)
+        names += given.file.fileName;
+    return QStringLiteral(": no frames could be decoded with ") + names.join(QStringLiteral(", "));
+}
+
+} // namespace
+
 // Files are written first: printing may end the program if its standard output is a closed pipe.
 RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
 {
     for (const GivenOutput& given : options.files)
         outputs.push_back(given.kind->make({nullptr, given.path}));
-    outputs.push_back(options.printed->make({&output}));
+    using Subject = MonitorOptions::Subject;
+    outputs.push_back(
+        options.subject == Subject::Signals
+            ? options.printed->make({&output})
+            : options.printed->makeIds({&output}, options.subject == Subject::Messages));
+}
+
+ValueSink* RunOutputs::valueSink()
+{
+    for (const auto& output : outputs) {
+        if (ValueSink* const sink = output->valueSink())
+            return sink;
+    }
+    return nullptr;
 }
 
 QString RunOutputs::check()
@@ -45,16 +71,23 @@ bool RunOutputs::write(Session& session, QTextStream& diagnostics)
     return errors.isEmpty();
 }
 
-ExitCode RunOutputs::finish(Session& session, const QString& reason, QTextStream& diagnostics)
+ExitCode RunOutputs::finish(Session& session, const MonitorOptions& options, const QString& origin,
+                            QTextStream& diagnostics)
 {
     const bool isWritten = write(session, diagnostics);
     for (const QString& guess : session.guesses())
         diagnostics << guess << '\n';
     if (!isWritten)
         return ExitCode::Failure;
-    if (session.counts().decoded > 0)
+    const FrameCounts counts = session.counts();
+    const bool listsIds = options.subject == MonitorOptions::Subject::Ids;
+    if ((listsIds ? counts.total : counts.decoded) > 0)
         return ExitCode::Success;
-    diagnostics << reason << '\n';
+    diagnostics << origin
+                << (options.descriptions.isEmpty()
+                        ? QStringLiteral(": contains no %1frames").arg(listsIds ? "" : "decoded ")
+                        : nothingDecodedWith(options))
+                << '\n';
     return ExitCode::NothingDecoded;
 }
 

@@ -17,14 +17,17 @@ public:
     /// empty string if no error is expected.
     [[nodiscard]] QString check();
 
+    /// The receiver of values during the run; null if no output wants them.
+    ValueSink* valueSink();
+
     /// Writes all outputs of \a session, even if some fail. Prints notes and errors to
     /// \a diagnostics. Returns false if an output could not be written.
     [[nodiscard]] bool write(Session& session, QTextStream& diagnostics);
 
-    /// Writes all outputs of a run and returns the exit code of the program. Prints \a reason to
-    /// \a diagnostics if no frame was decoded.
-    [[nodiscard]] ExitCode finish(Session& session, const QString& reason,
-                                  QTextStream& diagnostics);
+    /// Writes all outputs of a run with \a options, and returns the exit code of the program. If no
+    /// frame was decoded, prints that to \a diagnostics, naming the \a origin of the frames.
+    [[nodiscard]] ExitCode finish(Session& session, const MonitorOptions& options,
+                                  const QString& origin, QTextStream& diagnostics);
 
 private:
     std::vector<std::unique_ptr<Output>> outputs; // the printed one last

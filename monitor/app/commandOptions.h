@@ -4,6 +4,7 @@
 #include "catalogue/readers.h"
 #include "displays.h"
 #include "outputs/outputs.h"
+#include "sources/FrameFilter.h"
 #include "sources/bus/BusAddress.h"
 
 #include <limits>
@@ -16,6 +17,7 @@ namespace monitor
 struct GivenDescription {
     const DescriptionReader* reader;
     DescriptionFile file;
+    QString bus{}; ///< the bus that it describes; empty: all buses
 };
 
 /// An output to a file or directory, and its path.
@@ -30,25 +32,28 @@ struct MonitorOptions {
     QStringList patterns; ///< of the signals to report; empty: all signals
     QVector<SignalSettings> limits;
     bool usesDescribedLimits = false; ///< for signals without other limits
-    QString config;          ///< file name of a configuration; empty: no configuration
-    std::optional<double> k; ///< half the width of the band, in deviations; default: 3
-    int keptRecords = 0;     ///< how many of the newest records each signal keeps; 0: all
+    QString config;                   ///< file name of a configuration; empty: no configuration
+    std::optional<double> k;          ///< half the width of the band, in deviations; default: 3
+    int keptRecords = 0;              ///< how many of the newest records each signal keeps; 0: all
     const OutputKind* printed = &defaultOutputKind(); ///< the output printed at the end
     QVector<GivenOutput> files;                       ///< the other outputs
+    FrameChoice choice;                               ///< the frames that are used
+    /// The statistics that are printed.
+    enum class Subject { Signals, Messages, Ids } subject = Subject::Signals;
 };
 
 /// The exit codes of the program.
 enum class ExitCode {
     Success = 0,
     NothingDecoded = 1, ///< or nothing sent
-    /// A usage error, a file that cannot be read, a bus connection that fails or is lost, or output
-    /// that cannot be written.
+    /// A usage error, a file that cannot be read, a bus connection that fails or is lost, a
+    /// recording that was not read to its end because of Ctrl-C, or output that cannot be written.
     Failure = 2
 };
 
 /// The options of `vantrel replay`.
 struct ReplayOptions : MonitorOptions {
-    QString recording; ///< file name
+    QStringList recordings; ///< file names; "-" is standard input
 };
 
 /// The options of `vantrel live`.
@@ -66,7 +71,8 @@ struct LiveOptions : MonitorOptions {
 
 /// The options of `vantrel send`.
 struct SendOptions {
-    QString recording; ///< file name
+    QStringList recordings; ///< file names; "-" is standard input
+    FrameChoice choice;     ///< the frames that are sent
     BusAddress bus;
     double speed = 1; ///< times as fast as recorded; infinite: as fast as possible
 };

@@ -1,11 +1,12 @@
 #include "commands.h"
 
+#include "EndRequest.h"
 #include "Preparation.h"
 #include "RunOutputs.h"
 #include "outputs/SavedRunFile.h"
 #include "sources/bus/BusConnection.h"
 #include "sources/bus/BusSender.h"
-#include "sources/recording/formats.h"
+#include "sources/recording/Recordings.h"
 #include "text/Progress.h"
 #include "text/Table.h"
 
@@ -23,15 +24,29 @@ void printRemarks(const FrameSource& source, QTextStream& diagnostics)
         print(problems, diagnostics);
 }
 
-/// Records the signals of a recording in \a session. Returns an error message, or an empty string
-/// on success.
-[[nodiscard]] QString readRecording(const QString& fileName, QTextStream& diagnostics,
-                                    Session& session)
+/// Prints the buses that have a description but no frames.
+void printMissingBuses(const MonitorOptions& options, const FrameSource& source,
+                       QTextStream& diagnostics)
 {
-    const OpenedRecording opened = openRecording(fileName);
-    if (!opened.source)
-        return opened.error;
-    FrameSource& source = *opened.source;
+    const QStringList buses = source.buses();
+    for (const GivenDescription& given : options.descriptions) {
+        if (!given.bus.isEmpty() && !buses.contains(given.bus))
+            diagnostics << QStringLiteral("%1: bus \"%2\" has no frames (buses: %3)\n")
+                               .arg(given.file.fileName, given.bus,
+                                    buses.join(QStringLiteral(", ")));
+    }
+}
+
+/// Records the signals of the recordings in \a session. Returns an error message, which is empty if
+/// all of them were read to their ends.
+[[nodiscard]] QString readRecordings(const ReplayOptions& options, QTextStream& diagnostics,
+                                     Session& session)
+{
+    const EndRequest endRequest;
+    Recordings recordings(
+        options.recordings, [&endRequest] { return endRequest.isRequested(); },
+        endRequest.descriptor());
+    FrameFilter source(recordings, options.choice);
     {
         Progress progress(diagnostics, QStringLiteral("reading"));
         session.takeAll(source, [&] {
@@ -40,7 +55,13 @@ void printRemarks(const FrameSource& source, QTextStream& diagnostics)
         });
     }
     printRemarks(source, diagnostics);
-    return source.error();
+    printMissingBuses(options, source, diagnostics);
+    QString error = source.error();
+    if (!endRequest.isRequested())
+        return error;
+    session.setIncomplete();
+    return error + (error.isEmpty() ? "" : "\n") +
+           QStringLiteral("interrupted: the statistics are incomplete");
 }
 
 void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStream& output)
@@ -55,20 +76,27 @@ void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStrea
 ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     PreparedRun run = prepareRun(options, output, diagnostics);
-    QString error = run.error;
+    if (!run.error.isEmpty()) {
+        diagnostics << printable(run.error) << '\n'; // may contain names of signals
+        return ExitCode::Failure;
+    }
+    const QString error = readRecordings(options, diagnostics, *run.session);
+    ExitCode code = ExitCode::Failure;
+    if (error.isEmpty() || run.session->counts().total > 0)
+        code = run.outputs.finish(*run.session, options, options.recordings.join(' '), diagnostics);
     if (error.isEmpty())
-        error = readRecording(options.recording, diagnostics, *run.session);
-    if (error.isEmpty())
-        return run.outputs.finish(*run.session, nothingDecoded(options.recording, options),
-                                  diagnostics);
-    diagnostics << printable(error) << '\n'; // may contain names of signals
+        return code;
+    diagnostics << error << '\n';
     return ExitCode::Failure;
 }
 
 ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
-    const OpenedRecording recording = openRecording(options.recording);
-    QString error = recording.error;
+    const EndRequest endRequest;
+    Recordings recordings(
+        options.recordings, [&endRequest] { return endRequest.isRequested(); },
+        endRequest.descriptor());
+    QString error = recordings.error();
     BusConnection connection;
     if (error.isEmpty())
         error = connection.connect(options.bus);
@@ -76,7 +104,7 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
         diagnostics << error << '\n';
         return ExitCode::Failure;
     }
-    FrameSource& source = *recording.source;
+    FrameFilter source(recordings, options.choice);
     BusSender sender(connection.device(), source, options.speed);
     const QString busError = sender.send();
     connection.disconnect();
@@ -90,7 +118,7 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
         return ExitCode::Failure;
     if (sender.sent() > 0)
         return ExitCode::Success;
-    diagnostics << options.recording << ": contains no frames that can be sent\n";
+    diagnostics << options.recordings.join(' ') << ": contains no frames that can be sent\n";
     return ExitCode::NothingDecoded;
 }
 
@@ -105,10 +133,13 @@ ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diag
         diagnostics << error << '\n';
         return ExitCode::Failure;
     }
+    const bool isWhole = keepBetween(run, options.choice.from, options.choice.to);
+    if (!isWhole)
+        diagnostics << options.file
+                    << ": the counts of frames, n/a and errors are those of the whole run\n";
     Session session({}, options.k.value_or(run.k)); // decodes nothing
     restore(run, session);
-    return outputs.finish(session, options.file + QStringLiteral(": contains no decoded frames"),
-                          diagnostics);
+    return outputs.finish(session, options, options.file, diagnostics);
 }
 
 } // namespace monitor

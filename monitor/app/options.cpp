@@ -2,6 +2,11 @@
 
 #include "text/suggestions.h"
 
+#include <QtCore/QDateTime>
+#include <QtCore/QFileInfo>
+#include <QtCore/QPair>
+#include <QtCore/QRegularExpression>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -15,9 +20,12 @@ namespace
 
 using ReadValue = decltype(OptionRow::read);
 
-constexpr CommandSet liveCommands = CommandSet(CommandId::Live) | CommandId::Window;
+constexpr CommandSet watchingCommands = CommandSet(CommandId::Live) | CommandId::Window;
+constexpr CommandSet liveCommands = watchingCommands | CommandId::Ids;
 constexpr CommandSet busCommands = liveCommands | CommandId::Send;
-constexpr CommandSet printingCommands = decodingCommands | CommandId::Show;
+constexpr CommandSet describedCommands = decodingCommands | CommandId::Ids;
+constexpr CommandSet signalCommands = decodingCommands | CommandId::Show;
+constexpr CommandSet printingCommands = signalCommands | CommandId::Ids;
 
 QString readPositive(const QString& text, double& number)
 {
@@ -168,15 +176,87 @@ QString readSpeed(const QString& text, Options& options)
     return QString();
 }
 
+/// Splits "can0=engine.dbc" into a bus and a file. A file whose whole name is \a text, and a path
+/// with an equals sign in one of its folders, have no bus.
+GivenDescription describedFile(const DescriptionReader& reader, const QString& text)
+{
+    const int equals = text.indexOf('=');
+    const bool hasBus = equals > 0 && !text.left(equals).contains('/') && !QFileInfo::exists(text);
+    return {&reader,
+            {hasBus ? text.mid(equals + 1) : text, std::nullopt},
+            hasBus ? text.left(equals) : QString()};
+}
+
+/// Reads the digits of a fraction of a second. Returns -1 unless there are 1 to 9 digits.
+qint64 nanosecondsIn(const QString& digits)
+{
+    constexpr int mostDigits = 9;
+    const bool areDigits = !digits.isEmpty() && digits.size() <= mostDigits &&
+                           std::all_of(digits.cbegin(), digits.cend(),
+                                       [](QChar c) { return c >= QChar('0') && c <= QChar('9'); });
+    return areDigits ? digits.leftJustified(mostDigits, '0').toLongLong() : -1;
+}
+
+constexpr qint64 nanosecondsPerSecond = 1000000000;
+
+/// Reads a number of seconds since the beginning, such as "12.5".
+std::optional<Moment> relativeMoment(const QString& text)
+{
+    constexpr qlonglong latest = 4000000000;
+    const int point = text.indexOf('.');
+    bool isNumber = false;
+    const qlonglong seconds = text.left(point).toLongLong(&isNumber);
+    const qint64 fraction = point < 0 ? 0 : nanosecondsIn(text.mid(point + 1));
+    if (!isNumber || seconds < 0 || seconds > latest || fraction < 0)
+        return std::nullopt;
+    return Moment{seconds * nanosecondsPerSecond + fraction, false};
+}
+
+/// Reads a date, or a date and time in ISO 8601. Without a time zone it is UTC.
+std::optional<Moment> absoluteMoment(const QString& text)
+{
+    static const QRegularExpression form(QStringLiteral(
+        "\\A(\\d{4}-\\d\\d-\\d\\d)(?:[T ](\\d\\d:\\d\\d(?::\\d\\d)?)(?:\\.(\\d{1,9}))?"
+        "(Z|[+-]\\d\\d:\\d\\d)?)?\\z"));
+    const QRegularExpressionMatch match = form.match(text);
+    if (!match.hasMatch())
+        return std::nullopt;
+    const QString time = match.captured(2).isEmpty() ? QStringLiteral("00:00") : match.captured(2);
+    const QString zone = match.captured(4).isEmpty() ? QStringLiteral("Z") : match.captured(4);
+    const QDateTime moment = QDateTime::fromString(
+        match.captured(1) + 'T' + (time.size() == 5 ? time + QStringLiteral(":00") : time) + zone,
+        Qt::ISODate);
+    const qint64 fraction = match.captured(3).isEmpty() ? 0 : nanosecondsIn(match.captured(3));
+    const qint64 seconds = moment.toSecsSinceEpoch();
+    constexpr qint64 latest = 4000000000;
+    if (!moment.isValid() || seconds < 0 || seconds > latest)
+        return std::nullopt;
+    return Moment{seconds * nanosecondsPerSecond + fraction, true};
+}
+
+/// A reader of moments for \a member of the chosen frames.
+ReadValue moment(std::optional<Moment> FrameChoice::*member)
+{
+    return [member](const QString& text, Options& options) {
+        std::optional<Moment> read = relativeMoment(text);
+        if (!read)
+            read = absoluteMoment(text);
+        options.choice.*member = read;
+        return read ? QString()
+                    : QStringLiteral("needs seconds since the first frame, such as 12.5, or a date "
+                                     "and time, such as 2021-10-25T19:00:55.5Z");
+    };
+}
+
 QVector<OptionRow> descriptionRows()
 {
     QVector<OptionRow> rows;
     for (const DescriptionReader& reader : descriptionReaders()) {
         rows.append({reader.name, reader.fileHint, QString::fromLatin1(reader.help),
-                     decodingCommands,
+                     describedCommands,
                      reader.isRepeatable ? Occurrence::AnyNumber : Occurrence::AtMostOnce,
-                     [&reader](const QString& fileName, Options& options) {
-                         options.descriptions.append({&reader, {fileName, std::nullopt}});
+                     [&reader](const QString& text, Options& options) {
+                         options.descriptions.append(describedFile(reader, text));
                          return QString();
                      }});
     }
@@ -193,13 +273,37 @@ QVector<OptionRow> outputRows()
     for (const OutputKind& kind : outputKinds()) {
         if (kind.isPrinted())
             continue;
-        rows.append({kind.name, kind.valueName, QString::fromLatin1(kind.help), printingCommands,
-                     Occurrence::AtMostOnce, [&kind](const QString& path, Options& options) {
+        rows.append({kind.name, kind.valueName, QString::fromLatin1(kind.help),
+                     kind.isStreamed ? decodingCommands : signalCommands, Occurrence::AtMostOnce,
+                     [&kind](const QString& path, Options& options) {
                          options.files.append({&kind, path});
                          return QString();
                      }});
     }
     return rows;
+}
+
+QVector<OptionRow> frameRows()
+{
+    constexpr CommandSet timedCommands =
+        CommandSet(CommandId::Replay) | CommandId::Ids | CommandId::Send | CommandId::Show;
+    const QString forms = QStringLiteral(
+        " TIME is a number of seconds since the first frame, or a date and time such as "
+        "2021-10-25T19:00:55.5Z (UTC unless it has a time zone).");
+    return {
+        {"bus", "NAME",
+         "Use only the frames of this bus: an interface such as can0, or the number of a channel "
+         "(default: all buses).",
+         CommandSet(CommandId::Replay) | CommandId::Ids | CommandId::Send, Occurrence::AnyNumber,
+         [](const QString& name, Options& options) {
+             options.choice.buses.append(name);
+             return QString();
+         }},
+        {"from", "TIME", "Leave out frames before TIME." + forms, timedCommands,
+         Occurrence::AtMostOnce, moment(&FrameChoice::from)},
+        {"to", "TIME", "Leave out frames after TIME, given as for --from.", timedCommands,
+         Occurrence::AtMostOnce, moment(&FrameChoice::to)},
+    };
 }
 
 QVector<OptionRow> signalRows()
@@ -208,7 +312,7 @@ QVector<OptionRow> signalRows()
         {"node", "N",
          "CANopen node for a description that needs one, such as --eds: 1 to 127, in decimal or in "
          "hexadecimal with 0x. The first --node is for the first such description, and so on.",
-         decodingCommands, Occurrence::AnyNumber, readNode},
+         describedCommands, Occurrence::AnyNumber, readNode},
         {"config", "FILE.json",
          "Read scalings, limits and k from a file. Command-line options take precedence.",
          decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config)},
@@ -228,7 +332,16 @@ QVector<OptionRow> signalRows()
         {"k", "K",
          "Extend the band K deviations to either side of the average (default: the value from the "
          "configuration or the saved run, otherwise 3).",
-         printingCommands, Occurrence::AtMostOnce, readK},
+         signalCommands, Occurrence::AtMostOnce, readK},
+        {"periods", "",
+         "Print the average period of each described message, the deviation (jitter), minimum and "
+         "maximum, and the described cycle time, instead of the statistics of signals.",
+         CommandSet(CommandId::Replay) | CommandId::Live | CommandId::Window,
+         Occurrence::AtMostOnce,
+         [](const QString&, Options& options) {
+             options.subject = MonitorOptions::Subject::Messages;
+             return QString();
+         }},
         {"keep", "N", "Keep only the newest N records of each signal, at least 2 (default: all).",
          decodingCommands, Occurrence::AtMostOnce, readKept},
     };
@@ -263,7 +376,7 @@ QVector<OptionRow> busRows()
         {"bitrate", "RATE",
          "Bit rate used to calculate the load of the bus (default: 250000). This does not "
          "set the bit rate of the interface.",
-         liveCommands, Occurrence::AtMostOnce, positive(&Options::bitRate)},
+         watchingCommands, Occurrence::AtMostOnce, positive(&Options::bitRate)},
         {"duration", "SECONDS", "Stop after SECONDS seconds (default: run until stopped).",
          liveCommands, Occurrence::AtMostOnce, positive(&Options::duration)},
         {"frames", "COUNT",
@@ -271,7 +384,7 @@ QVector<OptionRow> busRows()
          Occurrence::AtMostOnce, positive(&Options::frames)},
         {"display", "NAME", displayHelp(), CommandId::Live, Occurrence::AtMostOnce, readDisplay},
         {"highlight", "RATING",
-         "Highlight signals with a rating below RATING, 0 to 100 (default: 50).", liveCommands,
+         "Highlight signals with a rating below RATING, 0 to 100 (default: 50).", watchingCommands,
          Occurrence::AtMostOnce, readRating},
         {"speed", "FACTOR",
          "Send FACTOR times as fast as recorded, or as fast as possible if FACTOR is max "
@@ -306,7 +419,7 @@ QString OptionRow::usage() const
 const QVector<OptionRow>& optionRows()
 {
     static const QVector<OptionRow> rows =
-        descriptionRows() + signalRows() + outputRows() + busRows();
+        descriptionRows() + frameRows() + signalRows() + outputRows() + busRows();
     return rows;
 }
 
@@ -323,7 +436,7 @@ void sortByTables(Options& options)
 
 QString completeDescriptions(Options& options)
 {
-    if (options.descriptions.isEmpty())
+    if (options.descriptions.isEmpty() && options.subject != MonitorOptions::Subject::Ids)
         return QStringLiteral("needs a description of the messages: ") + descriptionUsages(false);
     int needed = 0;
     for (GivenDescription& description : options.descriptions) {
@@ -335,10 +448,15 @@ QString completeDescriptions(Options& options)
             .arg(descriptionUsages(true))
             .arg(needed)
             .arg(options.nodes.size());
-    for (const quint8 node : qAsConst(options.nodes)) {
-        if (options.nodes.count(node) > 1)
+    QVector<QPair<QString, quint8>> described; // node ids are unique on each bus only
+    for (const GivenDescription& description : qAsConst(options.descriptions)) {
+        if (!description.file.node)
+            continue;
+        const QPair<QString, quint8> node{description.bus, *description.file.node};
+        if (described.contains(node))
             return QStringLiteral("needs a different node for each file, but --node %1 is repeated")
-                .arg(node);
+                .arg(node.second);
+        described.append(node);
     }
     return QString();
 }

@@ -10,18 +10,26 @@ namespace monitor
 {
 
 /// The commands of the program, as members of a set.
-enum class CommandId { Replay = 0x01, Live = 0x02, Window = 0x04, Send = 0x08, Show = 0x10 };
+enum class CommandId {
+    Replay = 0x01,
+    Live = 0x02,
+    Window = 0x04,
+    Send = 0x08,
+    Show = 0x10,
+    Ids = 0x20
+};
 Q_DECLARE_FLAGS(CommandSet, CommandId)
 Q_DECLARE_OPERATORS_FOR_FLAGS(CommandSet)
 
-/// The commands that decode frames, for which they need descriptions.
+/// The commands that record signals, for which they need descriptions.
 constexpr CommandSet decodingCommands =
     CommandSet(CommandId::Replay) | CommandId::Live | CommandId::Window;
 
 /// The values of all options. Each command uses some of them.
 struct Options : LiveOptions {
-    QVector<quint8> nodes; ///< of the descriptions that need one, in their order
-    double speed = 1;      ///< times as fast as recorded; infinite: as fast as possible
+    QStringList recordings; ///< file names; "-" is standard input
+    QVector<quint8> nodes;  ///< of the descriptions that need one, in their order
+    double speed = 1;       ///< times as fast as recorded; infinite: as fast as possible
 };
 
 /// How often an option may be given.
@@ -53,8 +61,9 @@ const QVector<OptionRow>& optionRows();
 void sortByTables(Options& options);
 
 /// Assigns the nodes in \a options to the descriptions that need one, in order. It is an error if
-/// there is no description, if the number of nodes is wrong, or if a node is given twice. Returns
-/// the error as the rest of a sentence that begins with the command, or an empty string.
+/// there is no description (unless only ids are listed), if the number of nodes is wrong, or if a
+/// node is given twice. Returns the error as the rest of a sentence that begins with the command,
+/// or an empty string.
 [[nodiscard]] QString completeDescriptions(Options& options);
 
 } // namespace monitor

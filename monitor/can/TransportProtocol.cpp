@@ -67,7 +67,7 @@ void TransportProtocol::clearCounts()
 {
     counted = TransportCounts();
     for (Session& session : sessions)
-        session.frames = 0;
+        session.frames = session.announcements = 0;
 }
 
 void TransportProtocol::takeControl(const Frame& frame, bool isDecoded)
@@ -97,7 +97,8 @@ void TransportProtocol::begin(const Frame& frame, bool isDecoded)
     session.pgn = announcedPgn(frame);
     session.size = frame.data[1] | frame.data[2] << 8;
     session.packets = frame.data[3];
-    session.frames = isDecoded ? 0 : 1;
+    session.frames = session.announcements = isDecoded ? 0 : 1;
+    session.announcementId = frame.id;
     const bool isValid = session.size >= shortestMessage && session.size <= longestMessage &&
                          session.packets == (session.size + bytesInPacket - 1) / bytesInPacket &&
                          session.pgn <= lastPgn;
@@ -182,6 +183,8 @@ TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::itera
     finished = session->data;
     TransportedMessage message;
     message.frames = session->frames;
+    message.announcements = session->announcements;
+    message.announcementId = session->announcementId;
     message.payload.id = idOf(session->pgn, frame);
     message.payload.extended = true;
     message.payload.data = reinterpret_cast<const quint8*>(finished.constData());

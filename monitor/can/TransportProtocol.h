@@ -24,6 +24,8 @@ struct TransportedMessage {
     Payload payload;
     /// The frames since clearCounts() that contributed to it and were not decoded themselves.
     int frames = 0;
+    int announcements = 0;      ///< how many of them announced it: 0 or 1
+    quint32 announcementId = 0; ///< the id of the frame that announced it
 };
 
 /// Reassembles messages of 9 to 1785 bytes, which the J1939 transport protocol (SAE J1939-21) sends
@@ -50,6 +52,8 @@ private:
         int packets = 0;
         int next = 1;   // the number of the expected packet
         int frames = 0; // including the announcement
+        int announcements = 0;
+        quint32 announcementId = 0;
         std::bitset<256> received;
     };
     using Sessions = QHash<quint32, Session>;

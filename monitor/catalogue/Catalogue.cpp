@@ -3,6 +3,7 @@
 #include "text/suggestions.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QPair>
 #include <QtCore/QRegularExpression>
 
 #include <cmath>
@@ -13,19 +14,42 @@ namespace monitor
 namespace
 {
 
-/// Names of signals and messages are compared within a node, or among all messages without a node.
-QString keyOf(const MessageHeader& message, const QString& name)
+/// Counts names of signals or messages. Names are compared within a node, or among all messages
+/// without a node, and within a bus. Messages for any bus are compared with those of each bus.
+class NameCounts
 {
-    return QString::number(message.node.value_or(0)) + ' ' + name;
-}
+public:
+    /// The number of occurrences of \a name that could be confused with one in \a message.
+    int count(const MessageHeader& message, const QString& name) const
+    {
+        return message.bus.isEmpty() ? onAllBuses.value(keyOf(message, name))
+                                     : onBus.value({message.bus, keyOf(message, name)}) +
+                                           onBus.value({QString(), keyOf(message, name)});
+    }
+
+    void add(const MessageHeader& message, const QString& name)
+    {
+        ++onAllBuses[keyOf(message, name)];
+        ++onBus[{message.bus, keyOf(message, name)}];
+    }
+
+private:
+    static QString keyOf(const MessageHeader& message, const QString& name)
+    {
+        return QString::number(message.node.value_or(0)) + ' ' + name;
+    }
+
+    QHash<QString, int> onAllBuses;
+    QHash<QPair<QString, QString>, int> onBus;
+};
 
 /// Distinguishes a signal from others with the same name: by the name of its message, and also by
 /// the id of the message if several messages have that name.
 QString uniqueName(const MessageHeader& message, const SignalDescription& signal,
-                   const QHash<QString, int>& messagesWithName)
+                   const NameCounts& messagesWithName)
 {
     QString name = message.name;
-    if (messagesWithName.value(keyOf(message, name)) > 1)
+    if (messagesWithName.count(message, name) > 1)
         name += QStringLiteral("(0x%1)").arg(QString::number(message.id, 16)
                                                  .toUpper()
                                                  .rightJustified(message.extended ? 8 : 3, '0'));
@@ -87,21 +111,22 @@ QString applyTo(CatalogueSignal& signal, const MessageHeader& message,
 
 Catalogue::Catalogue(const QVector<MessageDescription>& descriptions)
 {
-    QHash<QString, int> messagesWithName;
-    QHash<QString, int> signalsWithName;
-    QHash<QString, int> reportedNames;
+    NameCounts messagesWithName;
+    NameCounts signalsWithName;
+    NameCounts reportedNames;
     for (const MessageDescription& message : descriptions) {
-        ++messagesWithName[keyOf(message, message.name)];
+        messagesWithName.add(message, message.name);
         for (const SignalDescription& signal : message.signalDescriptions)
-            ++signalsWithName[keyOf(message, signal.name)];
+            signalsWithName.add(message, signal.name);
     }
     for (const MessageDescription& message : descriptions) {
         CatalogueMessage known{message, {}};
         for (const SignalDescription& signal : message.signalDescriptions) {
-            const bool isUnique = signalsWithName.value(keyOf(message, signal.name)) == 1;
+            const bool isUnique = signalsWithName.count(message, signal.name) == 1;
             const QString name =
                 isUnique ? signal.name : uniqueName(message, signal, messagesWithName);
-            const int same = reportedNames[keyOf(message, name)]++;
+            const int same = reportedNames.count(message, name);
+            reportedNames.add(message, name);
             known.catalogueSignals.append(
                 {signal, same == 0 ? name : QStringLiteral("%1(%2)").arg(name).arg(same + 1), {}});
         }

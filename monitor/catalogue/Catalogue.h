@@ -18,7 +18,7 @@ struct SignalRules {
 /// A signal as it is used in a run, with the user's settings.
 struct CatalogueSignal : SignalDescription {
     /// The name of the signal. It is prefixed with the name of its message if several messages of
-    /// the same node, or several without a node, have a signal of that name.
+    /// the same node, or several without a node, have a signal of that name on the same bus.
     QString reportedName;
     SignalRules rules;
 };

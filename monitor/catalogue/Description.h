@@ -80,6 +80,7 @@ struct MessageHeader {
     bool extended = false; ///< true: the id has 29 bits, false: 11
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> node; ///< the CANopen node that sends it, if a node is described
+    QString bus;                ///< the bus that it is sent on; empty: any
     int size = 0;               ///< in bytes
     /// How often it is sent, in ms; above 0, unknown if not given. A CANopen node may send a PDO
     /// more often, whenever a value changes.

@@ -45,14 +45,57 @@ bool isPresent(const CatalogueMessage& message, const CatalogueSignal& signal,
 Decoder::Decoder(QVector<CatalogueMessage> catalogueMessages)
     : knownMessages(std::move(catalogueMessages))
 {
+    lists.first() = messagesOn(QString());
+    for (const CatalogueMessage& message : qAsConst(knownMessages)) {
+        if (message.bus.isEmpty() || listOf.contains(message.bus))
+            continue;
+        listOf.insert(message.bus, lists.size());
+        lists.append(messagesOn(message.bus));
+    }
+}
+
+void Decoder::setBuses(const QStringList& names)
+{
+    buses.clear();
+    for (const QString& name : names)
+        buses.append(listOf.value(name, 0));
+}
+
+/// The messages described for \a bus. If it is not empty, messages described for any bus are added
+/// unless the bus has messages of the same id or PGN.
+Decoder::BusMessages Decoder::messagesOn(const QString& bus) const
+{
+    BusMessages found;
     for (int i = 0; i < knownMessages.size(); ++i) {
         const CatalogueMessage& message = knownMessages.at(i);
+        if (message.bus != bus)
+            continue;
         const quint32 key = keyOf(message.id, message.extended);
-        if (!byId.contains(key))
-            byId.insert(key, i);
+        if (!found.byId.contains(key))
+            found.byId.insert(key, i);
         if (message.protocol == Protocol::J1939)
-            byPgn[pgnOf(message.id)].append(i);
+            found.byPgn[pgnOf(message.id)].append(i);
     }
+    if (bus.isEmpty())
+        return found;
+    const BusMessages& onAnyBus = lists.first();
+    for (auto i = onAnyBus.byId.cbegin(); i != onAnyBus.byId.cend(); ++i) {
+        const CatalogueMessage& message = knownMessages.at(i.value());
+        const bool isReplaced =
+            message.protocol == Protocol::J1939 && found.byPgn.contains(pgnOf(message.id));
+        if (!found.byId.contains(i.key()) && !isReplaced)
+            found.byId.insert(i.key(), i.value());
+    }
+    for (auto i = onAnyBus.byPgn.cbegin(); i != onAnyBus.byPgn.cend(); ++i) {
+        if (!found.byPgn.contains(i.key()))
+            found.byPgn.insert(i.key(), i.value());
+    }
+    return found;
+}
+
+const Decoder::BusMessages& Decoder::messagesOf(quint16 bus) const
+{
+    return lists.at(buses.value(bus, 0));
 }
 
 const QVector<DecodedSignal>& Decoder::decode(const Frame& frame)
@@ -74,21 +117,24 @@ const QVector<DecodedSignal>& Decoder::decode(const Payload& payload)
 
 bool Decoder::mayTransport(const Frame& frame) const
 {
-    if (byPgn.isEmpty() || !frame.extended)
+    const BusMessages& known = messagesOf(frame.bus);
+    if (known.byPgn.isEmpty() || !frame.extended)
         return false;
-    const int exact = byId.value(keyOf(frame.id, true), -1);
+    const int exact = known.byId.value(keyOf(frame.id, true), -1);
     return exact < 0 || knownMessages.at(exact).protocol == Protocol::J1939;
 }
 
 /// The index of the message that \a payload belongs to, or -1.
 int Decoder::messageFor(const Payload& payload)
 {
-    const int exact = byId.value(keyOf(payload.id, payload.extended), -1);
+    const BusMessages& known = messagesOf(payload.bus);
+    const int exact = known.byId.value(keyOf(payload.id, payload.extended), -1);
     const bool isJ1939 = exact >= 0 && knownMessages.at(exact).protocol == Protocol::J1939;
     if (isJ1939 || (exact >= 0 && !payload.transported))
         return exact;
-    const auto candidates = byPgn.constFind(pgnOf(payload.id));
-    return payload.extended && candidates != byPgn.cend() ? chooseJ1939(payload, *candidates) : -1;
+    const auto candidates = known.byPgn.constFind(pgnOf(payload.id));
+    return payload.extended && candidates != known.byPgn.cend() ? chooseJ1939(payload, *candidates)
+                                                                : -1;
 }
 
 int Decoder::chooseJ1939(const Payload& payload, const QVector<int>& candidates)
@@ -128,6 +174,7 @@ void Decoder::decodeMessage(const Payload& payload, int message)
         DecodedSignal found;
         found.message = message;
         found.signal = i;
+        found.bus = payload.bus;
         found.bits = extractBits(payload.data, signal.layout);
         found.nanoseconds = payload.nanoseconds;
         if (known.protocol == Protocol::J1939) {

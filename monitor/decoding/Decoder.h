@@ -5,6 +5,7 @@
 #include "catalogue/Catalogue.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QStringList>
 #include <QtCore/QVector>
 
 #include <optional>
@@ -18,6 +19,7 @@ struct DecodedSignal {
     int signal = 0;               ///< index of the signal in the message
     std::optional<quint8> source; ///< J1939 source address, or CANopen node if known
     Availability availability = Availability::Measured;
+    quint16 bus = 0;                   ///< as in the frame
     quint64 bits = 0;                  ///< the raw value, with its sign as an ordinary bit
     std::optional<qint64> nanoseconds; ///< when it was seen
 };
@@ -40,6 +42,10 @@ struct GuessedMessage {
 /// with exactly the same id, or else a J1939 message with the same PGN, whatever the priority. If
 /// several messages have that PGN, the message with the same source address is preferred, then the
 /// one with the same destination address, then the one with the null address, then the first one.
+///
+/// Messages described for one bus are found only there. They take precedence over messages of the
+/// same id or PGN that are described for any bus.
+///
 /// This class is reentrant.
 class Decoder
 {
@@ -47,6 +53,14 @@ public:
     explicit Decoder(QVector<CatalogueMessage> catalogueMessages);
 
     const QVector<CatalogueMessage>& messages() const { return knownMessages; }
+
+    /// Sets the names of the buses to which Frame::bus refers. A bus without a name has only the
+    /// messages described for any bus.
+    void setBuses(const QStringList& names);
+
+    /// The message that \a payload belongs to, as an index in messages(); -1 if it is not
+    /// described.
+    int messageOf(const Payload& payload) { return messageFor(payload); }
 
     /// The chosen signals in \a frame, in the order of the catalogue. Signals that do not fit into
     /// the data, and multiplexed signals for other multiplexor values, are left out. A remote frame
@@ -64,13 +78,23 @@ public:
     const QVector<GuessedMessage>& guesses() const { return guessed; }
 
 private:
+    /// The messages of a bus, as indexes in knownMessages.
+    struct BusMessages {
+        QHash<quint32, QVector<int>> byPgn; // J1939 messages
+        QHash<quint32, int> byId;           // all messages, by their exact ids
+    };
+
+    BusMessages messagesOn(const QString& bus) const;
+    const BusMessages& messagesOf(quint16 bus) const;
     int messageFor(const Payload& payload);
     int chooseJ1939(const Payload& payload, const QVector<int>& candidates);
     void decodeMessage(const Payload& payload, int message);
 
     QVector<CatalogueMessage> knownMessages;
-    QHash<quint32, QVector<int>> byPgn; // J1939 messages
-    QHash<quint32, int> byId;           // all messages, by their exact ids
+    QVector<BusMessages> lists =
+        QVector<BusMessages>(1); // the first for any bus, then for buses with descriptions
+    QHash<QString, int> listOf;  // by the name of a bus: index in lists
+    QVector<int> buses;          // by Frame::bus: index in lists
     QVector<GuessedMessage> guessed;
     QVector<DecodedSignal> decoded;
 };

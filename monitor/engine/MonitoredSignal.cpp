@@ -79,6 +79,29 @@ void MonitoredSignal::record(const DecodedSignal& decoded)
         recording);
 }
 
+void MonitoredSignal::setBus(const QString& name)
+{
+    empty.bus = name;
+    newestStatistics.reset();
+}
+
+RecordedValue MonitoredSignal::newestValue(const DecodedSignal& decoded, const QString& bus) const
+{
+    RecordedValue newest{empty, bus, decoded.availability, decoded.nanoseconds, {}, {}, {}};
+    newest.raw = rawValueOf(decoded.bits, signal.layout);
+    newest.text = signal.valueTexts.value(decoded.bits);
+    if (decoded.availability != Availability::Measured)
+        return newest;
+    std::visit(
+        [&newest](const auto& values) {
+            typename std::decay_t<decltype(values)>::Record value;
+            if (values.kept().getValue(values.kept().getValueCount() - 1, value))
+                newest.scaled = value.scaledValue;
+        },
+        recording);
+    return newest;
+}
+
 void MonitoredSignal::clear()
 {
     std::visit([](auto& values) { values.clear(); }, recording);

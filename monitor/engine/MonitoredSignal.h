@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RecordedValue.h"
 #include "Rhythm.h"
 #include "RunningStatistics.h"
 #include "SignalRecords.h"
@@ -27,11 +28,17 @@ public:
     /// The name, source, unit and so on, without statistics.
     const SignalStatistics& identity() const { return empty; }
 
+    /// Names the bus of the signal in its statistics.
+    void setBus(const QString& name);
+
     /// The timing of the values.
     const Rhythm& rhythm() const { return valueRhythm; }
 
     /// Records a value, or counts that it is not available or an error.
     void record(const DecodedSignal& decoded);
+
+    /// The value that record() has just recorded, as \a decoded describes it.
+    RecordedValue newestValue(const DecodedSignal& decoded, const QString& bus) const;
 
     /// Deletes all values and counts, but keeps the rhythm.
     void clear();

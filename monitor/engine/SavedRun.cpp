@@ -192,11 +192,17 @@ bool readOrigin(QDataStream& stream, SavedSignal& signal)
 
 SavedRun runOf(Session& session)
 {
-    SavedRun run{session.k(), session.counts(), session.registry().firstTime(), {}};
+    SavedRun run;
+    run.k = session.k();
+    run.counts = session.counts();
+    run.firstTime = session.registry().firstTime();
+    run.undecoded = session.undecodedIds();
+    run.isComplete = session.isComplete();
     for (const int number : session.registry().sorted()) {
         MonitoredSignal& signal = session.registry().at(number);
-        run.recordedSignals.append({signal.identity().protocol, signal.identity().source, QString(),
-                                    signal.description(), signal.getRecords()});
+        run.recordedSignals.append({signal.identity().protocol, signal.identity().source,
+                                    signal.identity().bus, signal.description(),
+                                    signal.getRecords()});
     }
     return run;
 }
@@ -207,11 +213,46 @@ void restore(const SavedRun& run, Session& session)
         MessageHeader message;
         message.protocol = saved.protocol;
         auto signal = std::make_unique<MonitoredSignal>(message, saved.description, saved.source);
+        signal->setBus(saved.bus);
         signal->restore(saved.records);
         session.registry().add(std::move(signal));
     }
     session.registry().setFirstTime(run.firstTime);
-    session.setCounts(run.counts);
+    session.setCounts(run.counts, run.undecoded);
+    if (!run.isComplete)
+        session.setIncomplete();
+}
+
+bool keepBetween(SavedRun& run, const std::optional<Moment>& from, const std::optional<Moment>& to)
+{
+    constexpr qint64 perMicrosecond = 1000;
+    const qint64 first = run.firstTime.value_or(0) * perMicrosecond;
+    const auto isKept = [&](qint64 microseconds) {
+        if (microseconds == SignalSeries::noTime)
+            return !from && !to;
+        // Frames have nanoseconds, of which the records keep the whole microseconds.
+        return (!from || microseconds >= timeOf(*from, first) / perMicrosecond) &&
+               (!to || microseconds <= timeOf(*to, first) / perMicrosecond);
+    };
+    bool isWhole = true;
+    for (SavedSignal& signal : run.recordedSignals) {
+        SignalRecords& records = signal.records;
+        std::visit(
+            [&](auto& values) {
+                int kept = 0;
+                for (int i = 0; i < values.size(); ++i) {
+                    if (!isKept(records.microseconds.at(i)))
+                        continue;
+                    values[kept] = values.at(i);
+                    records.microseconds[kept++] = records.microseconds.at(i);
+                }
+                isWhole = isWhole && kept == values.size();
+                values.resize(kept);
+                records.microseconds.resize(kept);
+            },
+            records.values);
+    }
+    return isWhole;
 }
 
 void writeSignal(QDataStream& stream, const SavedSignal& signal)
@@ -229,6 +270,33 @@ void writeSignal(QDataStream& stream, const SavedSignal& signal)
                 stream << records.microseconds.at(i) << values.at(i);
         },
         records.values);
+}
+
+void writeEnd(QDataStream& stream, const SavedRun& run)
+{
+    stream << run.isComplete << static_cast<quint32>(run.undecoded.size());
+    for (const UndecodedId& id : run.undecoded) {
+        writeText(stream, id.bus);
+        stream << id.extended << id.id << id.frames;
+    }
+}
+
+QString readEnd(QDataStream& stream, SavedRun& run)
+{
+    constexpr qint64 lastCount = std::numeric_limits<qint64>::max();
+    quint32 count = 0;
+    if (!readFlag(stream, run.isComplete))
+        return QStringLiteral("invalid flag");
+    stream >> count;
+    for (quint32 i = 0; i < count; ++i) {
+        UndecodedId id;
+        if (!readText(stream, id.bus) || !readFlag(stream, id.extended) ||
+            !readUpTo(stream, id.extended ? lastExtendedId : lastStandardId, id.id) ||
+            !readUpTo(stream, lastCount, id.frames))
+            return QStringLiteral("invalid undecoded id");
+        run.undecoded.append(id);
+    }
+    return QString();
 }
 
 QString readSignal(QDataStream& stream, quint32 version, SavedSignal& signal)

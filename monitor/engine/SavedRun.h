@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Session.h"
+#include "sources/FrameFilter.h"
 
 #include <QtCore/QDataStream>
 
@@ -11,7 +12,7 @@ namespace monitor
 struct SavedSignal {
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source; ///< J1939 source address or CANopen node
-    QString bus;                  ///< the name of its bus; empty if unknown
+    QString bus;                  ///< empty unless there were frames of several buses
     CatalogueSignal description;
     SignalRecords records;
 };
@@ -22,6 +23,8 @@ struct SavedRun {
     FrameCounts counts;
     std::optional<qint64> firstTime; ///< when the first signal was seen, in microseconds
     QVector<SavedSignal> recordedSignals;
+    QVector<UndecodedId> undecoded; ///< most frequent first
+    bool isComplete = true;         ///< false: ended before the end of the recording
 };
 
 /// The saved form of \a session.
@@ -30,6 +33,12 @@ SavedRun runOf(Session& session);
 /// Records the signals of \a run again in \a session, which must be new. Its statistics are then
 /// those of the run.
 void restore(const SavedRun& run, Session& session);
+
+/// Keeps only values between \a from and \a to; a relative moment counts from the first value with
+/// a time. Values whose time is unknown are removed if a moment is given. Returns whether all
+/// values were kept. The counts of the run do not change.
+[[nodiscard]] bool keepBetween(SavedRun& run, const std::optional<Moment>& from,
+                               const std::optional<Moment>& to);
 
 /// Whether \a microseconds is in the range of recorded times. Differences of such times do not
 /// overflow.
@@ -51,5 +60,9 @@ void writeSignal(QDataStream& stream, const SavedSignal& signal);
 /// not be trusted. Returns an error message, or an empty string on success. The memory needed is
 /// proportional to the bytes in the stream.
 [[nodiscard]] QString readSignal(QDataStream& stream, quint32 version, SavedSignal& signal);
+
+/// Write and read what follows the signals from version 2 on, in the same way.
+void writeEnd(QDataStream& stream, const SavedRun& run);
+[[nodiscard]] QString readEnd(QDataStream& stream, SavedRun& run);
 
 } // namespace monitor

@@ -13,13 +13,47 @@ Session::Session(QVector<CatalogueMessage> descriptions, double k)
 void Session::take(const Frame& frame)
 {
     ++counted.total;
+    noteBus(frame.bus);
     const bool isDecoded = record(decoder.decode(frame));
-    counted.decoded += isDecoded ? 1 : 0;
+    if (isDecoded)
+        ++counted.decoded;
+    else
+        undecoded.add(busIdOf(frame), 1);
+    if (ids)
+        ids->take(frame, decoder.messageOf(payloadOf(frame)));
     if (!decoder.mayTransport(frame))
         return;
-    const auto message = transport.take(frame, isDecoded);
-    if (message && record(decoder.decode(message->payload)))
-        counted.decoded += message->frames;
+    if (const auto message = transports[frame.bus].take(frame, isDecoded))
+        takeTransported(frame, *message);
+}
+
+/// Takes a message whose last packet is \a packet. Its frames are decoded now.
+void Session::takeTransported(const Frame& packet, const TransportedMessage& message)
+{
+    if (ids)
+        ids->take(message.payload, decoder.messageOf(message.payload));
+    if (!record(decoder.decode(message.payload)))
+        return;
+    counted.decoded += message.frames;
+    undecoded.add({packet.bus, message.announcementId, true}, -message.announcements);
+    undecoded.add(busIdOf(packet), message.announcements - message.frames);
+}
+
+void Session::setBuses(const QStringList& names)
+{
+    busNames = names;
+    decoder.setBuses(names);
+    signalRegistry.setBuses(names, hasSeveralBuses);
+}
+
+void Session::noteBus(quint16 bus)
+{
+    if (!firstBus)
+        firstBus = bus;
+    if (hasSeveralBuses || bus == *firstBus)
+        return;
+    hasSeveralBuses = true;
+    signalRegistry.setBuses(busNames, true);
 }
 
 void Session::takeAll(FrameSource& source, const std::function<void()>& progress)
@@ -27,6 +61,8 @@ void Session::takeAll(FrameSource& source, const std::function<void()>& progress
     constexpr qint64 framesPerUpdate = 4096; // so that the cost of updating is negligible
     qint64 frames = 0;
     for (Frame frame; source.next(frame);) {
+        if (frame.bus >= busNames.size())
+            setBuses(source.buses());
         take(frame);
         if (progress && ++frames % framesPerUpdate == 0)
             progress();
@@ -41,8 +77,13 @@ void Session::takeAll(FrameSource& source, const std::function<void()>& progress
 void Session::clear()
 {
     signalRegistry.clear();
-    transport.clearCounts();
+    for (auto& transport : transports)
+        transport.second.clearCounts();
     counted = FrameCounts();
+    undecoded.clear();
+    savedUndecoded.clear();
+    if (ids)
+        ids->clear();
 }
 
 QStringList Session::guesses() const
@@ -60,14 +101,32 @@ QStringList Session::guesses() const
     return texts;
 }
 
+void Session::setCounts(const FrameCounts& counts, const QVector<UndecodedId>& undecodedIds)
+{
+    counted = counts;
+    savedUndecoded = undecodedIds;
+}
+
+QVector<UndecodedId> Session::undecodedIds() const
+{
+    return savedUndecoded + undecoded.sorted(shownBuses());
+}
+
+QVector<IdStatistics> Session::calcIdStatistics() const
+{
+    return ids ? ids->calcStatistics(decoder.messages(), shownBuses()) : QVector<IdStatistics>();
+}
+
 FrameCounts Session::counts() const
 {
     FrameCounts counts = counted;
-    const TransportCounts& messages = transport.counts();
-    counts.transport.messages += messages.messages;
-    counts.transport.lost += messages.lost;
-    counts.transport.outOfOrder += messages.outOfOrder;
-    counts.transport.interrupted += messages.interrupted;
+    for (const auto& transport : transports) {
+        const TransportCounts& messages = transport.second.counts();
+        counts.transport.messages += messages.messages;
+        counts.transport.lost += messages.lost;
+        counts.transport.outOfOrder += messages.outOfOrder;
+        counts.transport.interrupted += messages.interrupted;
+    }
     return counts;
 }
 
@@ -85,6 +144,8 @@ Snapshot Session::getSnapshot(qint64 now)
 Snapshot Session::calcSnapshot()
 {
     Snapshot snapshot = emptySnapshot();
+    snapshot.undecoded = undecodedIds();
+    snapshot.isComplete = complete;
     for (const int signal : signalRegistry.sorted())
         snapshot.rows.append(
             {signal,
@@ -95,7 +156,7 @@ Snapshot Session::calcSnapshot()
 
 Snapshot Session::emptySnapshot() const
 {
-    return {bandK, counts(), signalRegistry.firstTime(), {}};
+    return {bandK, counts(), signalRegistry.firstTime(), {}, {}, true};
 }
 
 /// Returns whether there are any signals.

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "FrameIds.h"
 #include "SignalRegistry.h"
 #include "Snapshot.h"
 #include "can/TransportProtocol.h"
 #include "sources/FrameSource.h"
 
 #include <functional>
+#include <map>
 
 namespace monitor
 {
@@ -29,17 +31,33 @@ public:
     /// few thousand frames. All calls must have the same source.
     void takeAll(FrameSource& source, const std::function<void()>& progress = {});
 
+    /// Passes each value to \a sink, which must outlive this object.
+    void setValueSink(ValueSink* sink) { signalRegistry.setValueSink(sink); }
+
+    /// Collects the statistics of each id too. Call it before the first frame.
+    void collectIds() { ids = std::make_unique<FrameIds>(); }
+
+    /// The statistics of each id, if they are collected.
+    QVector<IdStatistics> calcIdStatistics() const;
+
     /// Deletes all values and counts. Multi-frame messages in progress are still completed.
     void clear();
 
     /// The signals seen so far.
     SignalRegistry& registry() { return signalRegistry; }
 
+    /// Marks the run as ended before the end of its recording.
+    void setIncomplete() { complete = false; }
+    bool isComplete() const { return complete; }
+
+    /// The ids of the frames that were not decoded, most frequent first.
+    QVector<UndecodedId> undecodedIds() const;
+
     /// The counts so far.
     FrameCounts counts() const;
 
     /// Sets the counts to those of a saved run.
-    void setCounts(const FrameCounts& counts) { counted = counts; }
+    void setCounts(const FrameCounts& counts, const QVector<UndecodedId>& undecodedIds);
 
     /// One line for each PGN whose frames could belong to several messages, and were decoded as the
     /// first of them.
@@ -56,11 +74,22 @@ public:
 private:
     Snapshot emptySnapshot() const;
     bool record(const QVector<DecodedSignal>& decodedSignals);
+    void setBuses(const QStringList& names);
+    void noteBus(quint16 bus);
+    QStringList shownBuses() const { return hasSeveralBuses ? busNames : QStringList(); }
+    void takeTransported(const Frame& packet, const TransportedMessage& message);
 
     double bandK;
     Decoder decoder;
     SignalRegistry signalRegistry;
-    TransportProtocol transport;
+    std::map<quint16, TransportProtocol> transports; // by bus
+    QStringList busNames;
+    std::optional<quint16> firstBus;
+    bool hasSeveralBuses = false;
+    bool complete = true;
+    QVector<UndecodedId> savedUndecoded; // of a saved run
+    UndecodedFrames undecoded;
+    std::unique_ptr<FrameIds> ids; // null: not collected
     FrameCounts counted;
     SourceCounts taken; // the counts of the source at the last call of takeAll()
 };

@@ -15,12 +15,13 @@ namespace
 
 quint64 keyOf(const DecodedSignal& decoded)
 {
-    constexpr quint64 sources = 257;                // 256 source addresses, and no source
-    constexpr quint64 signalsOfMessage = 1U << 20U; // more than any message has bits
+    constexpr quint64 sources = 257; // 256 source addresses, and no source
+    constexpr quint64 buses = 1U << 16U;
+    constexpr quint64 signalsOfMessage = 1U << 15U; // more than a message has bits
     const auto message = static_cast<quint64>(decoded.message);
     const auto signal = static_cast<quint64>(decoded.signal);
     const quint64 source = decoded.source ? *decoded.source : sources - 1;
-    return (message * signalsOfMessage + signal) * sources + source;
+    return ((message * signalsOfMessage + signal) * sources + source) * buses + decoded.bus;
 }
 
 } // namespace
@@ -29,7 +30,21 @@ void SignalRegistry::record(const DecodedSignal& decoded)
 {
     if (!begin)
         begin = microsecondsOf(decoded);
-    signalOf(decoded).record(decoded);
+    MonitoredSignal& signal = signalOf(decoded);
+    signal.record(decoded);
+    if (valueSink != nullptr)
+        valueSink->take(signal.newestValue(decoded, busNames.value(decoded.bus)));
+}
+
+void SignalRegistry::setBuses(const QStringList& names, bool areShown)
+{
+    busNames = names;
+    showsBuses = areShown;
+    if (!showsBuses)
+        return;
+    for (size_t i = 0; i < busOf.size(); ++i)
+        monitored[i]->setBus(busNames.value(busOf[i]));
+    order.clear();
 }
 
 // Stopping a signal can take up to 100 ms of waiting, so signals are stopped in parallel by as many
@@ -72,7 +87,8 @@ const QVector<int>& SignalRegistry::sorted()
     std::stable_sort(order.begin(), order.end(), [this](int left, int right) {
         const SignalStatistics& first = at(left).identity();
         const SignalStatistics& second = at(right).identity();
-        return std::tie(first.name, first.source) < std::tie(second.name, second.source);
+        return std::tie(first.name, first.bus, first.source) <
+               std::tie(second.name, second.bus, second.source);
     });
     return order;
 }
@@ -87,6 +103,9 @@ MonitoredSignal& SignalRegistry::signalOf(const DecodedSignal& decoded)
     positions.insert(key, monitored.size());
     monitored.push_back(std::make_unique<MonitoredSignal>(
         message, message.catalogueSignals.at(decoded.signal), decoded.source));
+    busOf.push_back(decoded.bus);
+    if (showsBuses)
+        monitored.back()->setBus(busNames.value(decoded.bus));
     return *monitored.back();
 }
 

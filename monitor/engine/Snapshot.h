@@ -19,6 +19,7 @@ struct SignalStatistics {
     QString name;
     Protocol protocol = Protocol::CANopen;
     std::optional<quint8> source; ///< J1939 source address or CANopen node
+    QString bus;                  ///< empty unless there are frames of several buses
     QString unit;
     double factor = 1; ///< factor and offset determine the resolution of the measured values
     double offset = 0;
@@ -64,6 +65,14 @@ struct FrameCounts {
     TransportCounts transport{};
 };
 
+/// How many frames of an id were not decoded.
+struct UndecodedId {
+    QString bus; ///< empty unless there are frames of several buses
+    quint32 id = 0;
+    bool extended = false; ///< true: the id has 29 bits, false: 11
+    qint64 frames = 0;
+};
+
 /// One signal in a snapshot.
 struct SnapshotRow {
     int signal = 0; ///< its number in the session, which does not change
@@ -76,7 +85,9 @@ struct Snapshot {
     double k = 3; ///< half the width of the band, in deviations
     FrameCounts counts;
     std::optional<qint64> firstTime; ///< when the first signal was seen, in microseconds
-    QVector<SnapshotRow> rows;       ///< sorted by name and source
+    QVector<SnapshotRow> rows;       ///< sorted by name, bus and source
+    QVector<UndecodedId> undecoded;  ///< at the end of a run: most frequent first
+    bool isComplete = true;          ///< false: the run was ended before the end of the recording
 };
 
 /// The bus of a live run at one moment.

@@ -35,6 +35,9 @@ public:
     /// string if no error is expected.
     [[nodiscard]] virtual QString check() { return QString(); }
 
+    /// Receives each value during the run, if the output wants them; otherwise null.
+    virtual ValueSink* valueSink() { return nullptr; }
+
     /// Writes the output of \a run.
     [[nodiscard]] virtual OutputResult write(const FinishedRun& run,
                                              const OutputProgress& progress) = 0;

@@ -110,6 +110,8 @@ QString plotNameOf(const SignalStatistics& statistics)
 {
     constexpr int longestName = 100;
     QString name = statistics.name.left(longestName);
+    if (!statistics.bus.isEmpty())
+        name += '-' + statistics.bus.left(longestName);
     for (QChar& c : name) {
         const bool isKept = c.unicode() < 128 && (c.isLetterOrNumber() || c == '-');
         c = isKept ? c : QChar('_');

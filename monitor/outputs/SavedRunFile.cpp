@@ -17,7 +17,7 @@ namespace
 constexpr char magic[] = "VANTREL\n";
 constexpr int magicSize = sizeof magic - 1;
 constexpr quint32 oldestVersion = 1;
-constexpr quint32 newestVersion = savedSignalVersion; // the signals are all that has changed
+constexpr quint32 newestVersion = savedSignalVersion;
 constexpr int hashSize = 32;
 constexpr qint64 longestFile = std::numeric_limits<int>::max();
 constexpr quint32 maxSignals = 10000;
@@ -69,6 +69,7 @@ void writeRun(QDataStream& stream, const SavedRun& run)
            << static_cast<quint32>(run.recordedSignals.size());
     for (const SavedSignal& signal : run.recordedSignals)
         writeSignal(stream, signal);
+    writeEnd(stream, run);
 }
 
 bool readCounts(QDataStream& stream, FrameCounts& counts)
@@ -110,6 +111,8 @@ QString readRun(QDataStream& stream, quint32 version, SavedRun& run)
     if (hasTime)
         run.firstTime = time;
     QString error = readSignals(stream, version, run);
+    if (error.isEmpty() && version > oldestVersion)
+        error = readEnd(stream, run);
     if (!error.isEmpty())
         return error;
     if (stream.status() != QDataStream::Ok)

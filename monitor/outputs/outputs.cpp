@@ -1,5 +1,6 @@
 #include "outputs.h"
 
+#include "ExportFile.h"
 #include "PlotOutput.h"
 #include "SavedRunFile.h"
 #include "printedOutputs.h"
@@ -24,20 +25,28 @@ std::unique_ptr<Output> inFiles(const OutputTarget& target)
     return std::make_unique<T>(target.path);
 }
 
+template <IdFormat format>
+std::unique_ptr<Output> printedIds(const OutputTarget& target, bool onlyDescribed)
+{
+    return std::make_unique<IdOutput>(*target.stream, format, onlyDescribed);
+}
+
 } // namespace
 
 const QVector<OutputKind>& outputKinds()
 {
     static const QVector<OutputKind> kinds{
-        {"table", "", "", false, printed<TableOutput>},
-        {"json", "", "", false, printed<JsonOutput>},
-        {"csv", "", "", false, printed<CsvOutput>},
-        {"save", "FILE", "Save the recorded values to FILE, for \"vantrel show\".", false,
-         inFiles<SavedRunOutput>},
+        {"table", "", "", false, false, printed<TableOutput>, printedIds<IdFormat::Table>},
+        {"json", "", "", false, false, printed<JsonOutput>, printedIds<IdFormat::Json>},
+        {"csv", "", "", false, false, printed<CsvOutput>, printedIds<IdFormat::Csv>},
+        {"save", "FILE", "Save the recorded values to FILE, for \"vantrel show\".", false, false,
+         inFiles<SavedRunOutput>, nullptr},
+        {"export", "FILE.csv", "Write every value with its time to FILE.csv during the run.", false,
+         true, inFiles<ExportFile>, nullptr},
         {"plot", "DIRECTORY",
          "Write a plot of each signal, and overview.png with all of them, to DIRECTORY, which is "
          "created if missing.",
-         true, inFiles<PlotOutput>},
+         true, false, inFiles<PlotOutput>, nullptr},
     };
     return kinds;
 }

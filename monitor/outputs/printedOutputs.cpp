@@ -1,7 +1,10 @@
 #include "printedOutputs.h"
 
+#include "views/idTable.h"
 #include "views/statisticsFields.h"
 #include "views/statisticsTable.h"
+
+#include <algorithm>
 
 namespace monitor
 {
@@ -9,14 +12,24 @@ namespace monitor
 namespace
 {
 
-QString formatMembers(const SignalStatistics& statistics)
+/// A JSON array with an item in each line.
+QString formatArray(const QStringList& items)
 {
-    const QVector<QJsonValue> fields = statisticsFieldsOf(statistics);
-    QStringList members;
-    for (int i = 0; i < fields.size(); ++i)
-        members +=
-            toJson(statisticsFieldNames().at(i)) + QStringLiteral(": ") + toJson(fields.at(i));
-    return QStringLiteral("    {") + members.join(QStringLiteral(", ")) + '}';
+    return items.isEmpty() ? QStringLiteral("[]")
+                           : QStringLiteral("[\n    ") + items.join(QStringLiteral(",\n    ")) +
+                                 QStringLiteral("\n  ]");
+}
+
+QString formatUndecodedIds(const QVector<UndecodedId>& ids)
+{
+    static const QStringList names{QStringLiteral("bus"), QStringLiteral("id"),
+                                   QStringLiteral("frames")};
+    QStringList items;
+    for (const UndecodedId& id : ids)
+        items += toJsonObject(names,
+                              {id.bus.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(id.bus),
+                               formatId(id.id, id.extended), id.frames});
+    return formatArray(items);
 }
 
 QString formatFrames(const FrameCounts& counts)
@@ -30,11 +43,31 @@ QString formatFrames(const FrameCounts& counts)
         .arg(counts.errors);
 }
 
-/// The counts for which JSON and CSV have no fields.
+/// A line that says that the run was ended early, if it was.
+QString formatCompleteness(const Snapshot& snapshot)
+{
+    return snapshot.isComplete
+               ? QString()
+               : QStringLiteral("incomplete  stopped before the end of the recording\n");
+}
+
+/// The lines of the table for which JSON and CSV have no fields.
 QStringList transportNotes(const Snapshot& snapshot)
 {
-    const QString line = formatTransport(snapshot.counts.transport).trimmed();
-    return line.isEmpty() ? QStringList() : QStringList(line);
+    return formatTransport(snapshot.counts.transport).split('\n', Qt::SkipEmptyParts);
+}
+
+/// The lines of the table for which CSV has no fields.
+QStringList csvNotes(const Snapshot& snapshot)
+{
+    const QString lines = formatCompleteness(snapshot) + formatUndecoded(snapshot.undecoded);
+    return transportNotes(snapshot) + lines.split('\n', Qt::SkipEmptyParts);
+}
+
+QString formatFrames(const Snapshot& snapshot)
+{
+    return formatFrames(snapshot.counts) + QStringLiteral("  \"complete\": ") +
+           toJson(snapshot.isComplete) + QStringLiteral(",\n");
 }
 
 } // namespace
@@ -54,13 +87,14 @@ OutputResult JsonOutput::write(const FinishedRun& run, const OutputProgress& /*p
 OutputResult CsvOutput::write(const FinishedRun& run, const OutputProgress& /*progress*/)
 {
     output << formatCsv(run.snapshot);
-    return {QString(), transportNotes(run.snapshot)};
+    return {QString(), csvNotes(run.snapshot)};
 }
 
 QString formatTable(const Snapshot& snapshot)
 {
     const QString summary = formatLimits(snapshot) + formatSummary(snapshot) +
-                            formatTransport(snapshot.counts.transport);
+                            formatTransport(snapshot.counts.transport) +
+                            formatUndecoded(snapshot.undecoded) + formatCompleteness(snapshot);
     return snapshot.rows.isEmpty() ? summary : formatStatistics(snapshot) + '\n' + summary;
 }
 
@@ -68,12 +102,39 @@ QString formatJson(const Snapshot& snapshot)
 {
     QStringList rows;
     for (const SnapshotRow& row : snapshot.rows)
-        rows += formatMembers(*row.statistics);
-    const QString list = rows.isEmpty()
-                             ? QStringLiteral("[]")
-                             : QStringLiteral("[\n") + rows.join(QStringLiteral(",\n")) + "\n  ]";
-    return QStringLiteral("{\n") + formatFrames(snapshot.counts) + "  \"signals\": " + list +
-           "\n}\n";
+        rows += toJsonObject(statisticsFieldNames(), statisticsFieldsOf(*row.statistics));
+    return QStringLiteral("{\n") + formatFrames(snapshot) +
+           "  \"undecodedIds\": " + formatUndecodedIds(snapshot.undecoded) +
+           ",\n  \"signals\": " + formatArray(rows) + "\n}\n";
+}
+
+OutputResult IdOutput::write(const FinishedRun& run, const OutputProgress& /*progress*/)
+{
+    QVector<IdStatistics> ids = run.session.calcIdStatistics();
+    const auto isUnwanted = [this](const IdStatistics& id) {
+        return onlyDescribed ? id.message.isEmpty() : id.isTransported;
+    };
+    ids.erase(std::remove_if(ids.begin(), ids.end(), isUnwanted), ids.end());
+    switch (format) {
+    case IdFormat::Table:
+        output << formatIds(ids) << '\n'
+               << formatCounts(run.snapshot) << formatCompleteness(run.snapshot);
+        return {};
+    case IdFormat::Json: {
+        QStringList items;
+        for (const IdStatistics& id : qAsConst(ids))
+            items += toJsonObject(idFieldNames(), idFieldsOf(id));
+        output << QStringLiteral("{\n") + formatFrames(run.snapshot) +
+                      "  \"ids\": " + formatArray(items) + "\n}\n";
+        return {};
+    }
+    case IdFormat::Csv:
+        output << toCsvLine(idFieldNames());
+        for (const IdStatistics& id : qAsConst(ids))
+            output << toCsvLine(idFieldsOf(id));
+        return {QString(), formatCompleteness(run.snapshot).split('\n', Qt::SkipEmptyParts)};
+    }
+    return {};
 }
 
 } // namespace monitor

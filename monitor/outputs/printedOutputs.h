@@ -47,6 +47,28 @@ private:
     QTextStream& output;
 };
 
+/// The form in which IdOutput prints.
+enum class IdFormat { Table, Json, Csv };
+
+/// Prints the statistics of each id, or only of ids and reassembled messages that are described.
+/// The session must collect them.
+class IdOutput : public Output
+{
+public:
+    IdOutput(QTextStream& stream, IdFormat idFormat, bool describedOnly)
+        : output(stream), format(idFormat), onlyDescribed(describedOnly)
+    {
+    }
+
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QTextStream& output;
+    IdFormat format;
+    bool onlyDescribed;
+};
+
 /// The texts printed by TableOutput and JsonOutput.
 QString formatTable(const Snapshot& snapshot);
 QString formatJson(const Snapshot& snapshot);

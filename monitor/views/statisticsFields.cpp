@@ -33,42 +33,36 @@ QVector<QJsonValue> statisticsOf(const SignalStatistics& statistics)
             statistics.deviators};
 }
 
-QString quoted(QString text)
-{
-    const bool needsQuotes =
-        text.contains(',') || text.contains('"') || text.contains('\r') || text.contains('\n');
-    if (!needsQuotes)
-        return text;
-    text.replace('"', QStringLiteral("\"\""));
-    return '"' + text + '"';
-}
-
 QString cellOf(const QJsonValue& value)
 {
     if (value.isNull())
         return QString();
-    return value.isString() ? quoted(value.toString()) : toJson(value);
-}
-
-QString lineOf(const QStringList& cells)
-{
-    return cells.join(',') + QStringLiteral("\r\n");
+    return value.isString() ? toCsvCell(value.toString()) : toJson(value);
 }
 
 } // namespace
 
 const QStringList& statisticsFieldNames()
 {
-    static const QStringList names{
-        QStringLiteral("name"),           QStringLiteral("kind"),
-        QStringLiteral("source"),         QStringLiteral("count"),
-        QStringLiteral("notAvailable"),   QStringLiteral("error"),
-        QStringLiteral("newest"),         QStringLiteral("average"),
-        QStringLiteral("deviation"),      QStringLiteral("minimum"),
-        QStringLiteral("maximum"),        QStringLiteral("median"),
-        QStringLiteral("rating"),         QStringLiteral("lowerThreshold"),
-        QStringLiteral("upperThreshold"), QStringLiteral("deviators"),
-        QStringLiteral("unit"),           QStringLiteral("newestText")};
+    static const QStringList names{QStringLiteral("name"),
+                                   QStringLiteral("kind"),
+                                   QStringLiteral("source"),
+                                   QStringLiteral("count"),
+                                   QStringLiteral("notAvailable"),
+                                   QStringLiteral("error"),
+                                   QStringLiteral("newest"),
+                                   QStringLiteral("average"),
+                                   QStringLiteral("deviation"),
+                                   QStringLiteral("minimum"),
+                                   QStringLiteral("maximum"),
+                                   QStringLiteral("median"),
+                                   QStringLiteral("rating"),
+                                   QStringLiteral("lowerThreshold"),
+                                   QStringLiteral("upperThreshold"),
+                                   QStringLiteral("deviators"),
+                                   QStringLiteral("unit"),
+                                   QStringLiteral("newestText"),
+                                   QStringLiteral("bus")};
     return names;
 }
 
@@ -80,7 +74,9 @@ QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
     fields << statisticsOf(statistics);
     fields << statistics.unit
            << (statistics.newestMeaning.isEmpty() ? QJsonValue(QJsonValue::Null)
-                                                  : QJsonValue(statistics.newestMeaning));
+                                                  : QJsonValue(statistics.newestMeaning))
+           << (statistics.bus.isEmpty() ? QJsonValue(QJsonValue::Null)
+                                        : QJsonValue(statistics.bus));
     return fields;
 }
 
@@ -92,15 +88,45 @@ QString toJson(const QJsonValue& value)
     return QString::fromUtf8(array.mid(1, array.size() - 2));
 }
 
+QString toJsonObject(const QStringList& names, const QVector<QJsonValue>& values)
+{
+    QStringList members;
+    for (int i = 0; i < names.size(); ++i)
+        members += toJson(names.at(i)) + QStringLiteral(": ") + toJson(values.at(i));
+    return '{' + members.join(QStringLiteral(", ")) + '}';
+}
+
+QString toCsvCell(QString text)
+{
+    const bool needsQuotes =
+        text.contains(',') || text.contains('"') || text.contains('\r') || text.contains('\n');
+    if (!needsQuotes)
+        return text;
+    text.replace('"', QStringLiteral("\"\""));
+    return '"' + text + '"';
+}
+
+QString toCsvLine(const QVector<QJsonValue>& values)
+{
+    QStringList cells;
+    for (const QJsonValue& value : values)
+        cells += cellOf(value);
+    return cells.join(',') + QStringLiteral("\r\n");
+}
+
+QString toCsvLine(const QStringList& texts)
+{
+    QVector<QJsonValue> values;
+    for (const QString& text : texts)
+        values.append(text);
+    return toCsvLine(values);
+}
+
 QString formatCsv(const Snapshot& snapshot)
 {
-    QString csv = lineOf(statisticsFieldNames());
-    for (const SnapshotRow& row : snapshot.rows) {
-        QStringList cells;
-        for (const QJsonValue& value : statisticsFieldsOf(*row.statistics))
-            cells += cellOf(value);
-        csv += lineOf(cells);
-    }
+    QString csv = toCsvLine(statisticsFieldNames());
+    for (const SnapshotRow& row : snapshot.rows)
+        csv += toCsvLine(statisticsFieldsOf(*row.statistics));
     return csv;
 }
 

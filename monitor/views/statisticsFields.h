@@ -16,12 +16,25 @@ const QStringList& statisticsFieldNames();
 /// statistics that the signal does not have.
 QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics);
 
-/// A string, number or null as JSON. A number has enough digits to read the same double back.
+/// A string, number, boolean or null as JSON. A number has enough digits to read the same double
+/// back.
 QString toJson(const QJsonValue& value);
 
-/// The signals of \a snapshot as comma-separated values (RFC 4180): a line with the names of the
-/// fields, then one line for each signal. Lines end with CR LF. Strings are quoted if necessary,
-/// and null is empty. The decimal separator is always a point.
+/// The members of a JSON object of those \a names and \a values, in one line.
+QString toJsonObject(const QStringList& names, const QVector<QJsonValue>& values);
+
+/// \a text as a cell of comma-separated values (RFC 4180): quoted if necessary.
+QString toCsvCell(QString text);
+
+/// A line of comma-separated values, which ends with CR LF. Strings are quoted if
+/// necessary, and null is empty. The decimal separator is always a point.
+QString toCsvLine(const QVector<QJsonValue>& values);
+
+/// The same for texts.
+QString toCsvLine(const QStringList& texts);
+
+/// The signals of \a snapshot as comma-separated values: a line with the names of the fields, then
+/// one line for each signal.
 QString formatCsv(const Snapshot& snapshot);
 
 } // namespace monitor

@@ -2,6 +2,8 @@
 
 #include "text/numbers.h"
 
+#include <algorithm>
+
 namespace monitor
 {
 
@@ -89,10 +91,21 @@ QStringList statisticsCells(const SignalStatistics& statistics)
 
 QString formatStatistics(const Snapshot& snapshot)
 {
+    constexpr int busPlace = 1; // after the name
+    const bool hasBuses =
+        std::any_of(snapshot.rows.cbegin(), snapshot.rows.cend(),
+                    [](const SnapshotRow& row) { return !row.statistics->bus.isEmpty(); });
+    QVector<Column> columns = statisticsColumns();
+    if (hasBuses)
+        columns.insert(busPlace, {QStringLiteral("bus"), Alignment::Left});
     QVector<QStringList> rows;
-    for (const SnapshotRow& row : snapshot.rows)
-        rows.append(statisticsCells(*row.statistics));
-    return formatTable(statisticsColumns(), rows);
+    for (const SnapshotRow& row : snapshot.rows) {
+        QStringList cells = statisticsCells(*row.statistics);
+        if (hasBuses)
+            cells.insert(busPlace, row.statistics->bus);
+        rows.append(cells);
+    }
+    return formatTable(columns, rows);
 }
 
 QString formatLimits(const Snapshot& snapshot)
@@ -122,15 +135,20 @@ QString formatTransport(const TransportCounts& counts)
 
 QString formatSummary(const Snapshot& snapshot)
 {
+    return QStringLiteral("band        average +/- %1 deviations\n")
+               .arg(QString::number(snapshot.k, 'g', 15)) +
+           formatCounts(snapshot);
+}
+
+QString formatCounts(const Snapshot& snapshot)
+{
     const FrameCounts& counts = snapshot.counts;
-    return QStringLiteral("band        average +/- %1 deviations\n"
-                          "frames      %2\n"
-                          "decoded     %3\n"
-                          "undecoded   %4\n"
-                          "dropped     %5\n"
-                          "errors      %6\n"
-                          "unreadable  %7\n")
-        .arg(QString::number(snapshot.k, 'g', 15))
+    return QStringLiteral("frames      %1\n"
+                          "decoded     %2\n"
+                          "undecoded   %3\n"
+                          "dropped     %4\n"
+                          "errors      %5\n"
+                          "unreadable  %6\n")
         .arg(counts.total)
         .arg(counts.decoded)
         .arg(counts.total - counts.decoded)

@@ -12,7 +12,8 @@ QVector<Column> statisticsColumns();
 /// The cells of a signal in such a table. Statistics that the signal does not have are empty.
 QStringList statisticsCells(const SignalStatistics& statistics);
 
-/// The table of the signals of \a snapshot. A "-" stands for a statistic that a signal lacks.
+/// The table of the signals of \a snapshot, with a column for their buses if they are named. A "-"
+/// stands for a statistic that a signal lacks.
 QString formatStatistics(const Snapshot& snapshot);
 
 /// A line for each signal that is rated by the user's limits.
@@ -20,6 +21,9 @@ QString formatLimits(const Snapshot& snapshot);
 
 /// A line with the counts of multi-frame messages; empty if all are 0.
 QString formatTransport(const TransportCounts& counts);
+
+/// The counts, one line each.
+QString formatCounts(const Snapshot& snapshot);
 
 /// The width of the band and the counts, one line each.
 QString formatSummary(const Snapshot& snapshot);

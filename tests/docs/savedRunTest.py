@@ -83,10 +83,16 @@ class Reader:
                 "limits": (lower, upper) if has_limits else None, "records": records,
                 "isPassedThrough": is_passed_through, **texts}
 
+    def undecoded(self):
+        bus, (is_extended, number, frames) = self.text(), self.numbers("BIq")
+        return {"bus": bus or None, "id": f"{number:0{8 if is_extended else 3}X}", "frames": frames}
+
     def run(self):
         assert self.bytes(8) == b"VANTREL\n" and self.number("I") == 2
         run = {"k": self.number("d"), "counts": self.numbers("9q"), "time": self.numbers("Bq")}
         run["signals"] = [self.signal() for _ in range(self.number("I"))]
+        run["complete"] = self.number("B")
+        run["undecodedIds"] = [self.undecoded() for _ in range(self.number("I"))]
         assert self.bytes(32) == hashlib.sha256(self.content[:-32]).digest()
         assert self.place == len(self.content), "too long"
         return run
@@ -110,6 +116,8 @@ def written_run(version, raw_values, meanings):
     for number, raw in enumerate(raw_values):
         content += struct.pack(">qh", 1000 * number if number else UNKNOWN_TIME, 1)
         content += struct.pack(">IBi", 2, 0, raw) + struct.pack(">IB", 0, 1) + struct.pack(">i", 0)
+    if version >= 2:
+        content += struct.pack(">BI", 0, 1) + text("can1") + struct.pack(">BIq", 0, 0x701, 2)
     return content + hashlib.sha256(content).digest()
 
 
@@ -155,10 +163,12 @@ crankshaft";
             if signal["meanings"]} == {"EngineSpeed": {3: "three", 0xFFFF: "ü"}}
     assert {signal["name"]: signal["comment"] for signal in run["signals"]
             if signal["comment"]} == {"EngineSpeed": "of the\ncrankshaft"}
+    assert run["complete"] == shown["complete"] == 1
+    assert run["undecodedIds"] == shown["undecodedIds"] != []
     assert {signal["bus"] for signal in run["signals"]} == {""}
 
 
-def check_writing(vantrel, folder, version, meaning):
+def check_writing(vantrel, folder, version, meaning, complete, undecoded_ids):
     raw_values = [-40, 8, 16, 100]
     meanings = {-40: "Überlauf", 100: "jammed", 0: ""}
     (folder / "written").write_bytes(written_run(version, raw_values, meanings))
@@ -171,6 +181,7 @@ def check_writing(vantrel, folder, version, meaning):
     expected = {"name": "Größe", "kind": "j1939", "source": 33, "count": 4, "notAvailable": 6,
                 "error": 8, "unit": "mm", "newest": 60, "newestText": meaning, "minimum": -10, "maximum": 60,
                 "median": 16, "rating": 0, "deviators": 0}
+    assert (shown["complete"], shown["undecodedIds"]) == (complete, undecoded_ids)
     for member, value in expected.items():
         assert signal[member] == value, (member, signal[member])
     assert same(signal["average"], average) and same(signal["deviation"], deviation)
@@ -189,8 +200,9 @@ def main():
 
     with tempfile.TemporaryDirectory() as folder:
         check_reading(vantrel, Path(folder))
-        check_writing(vantrel, Path(folder), 1, None)
-        check_writing(vantrel, Path(folder), 2, "jammed")
+        check_writing(vantrel, Path(folder), 1, None, True, [])
+        check_writing(vantrel, Path(folder), 2, "jammed", False,
+                      [{"bus": "can1", "id": "701", "frames": 2}])
 
 
 if __name__ == "__main__":

@@ -4,7 +4,7 @@ namespace monitor
 {
 
 BusSource::BusSource(const BusAddress& busAddress, double bitRate)
-    : load(bitRate), receiver(busAddress)
+    : busName(busAddress.device), load(bitRate), receiver(busAddress)
 {
 }
 

@@ -25,6 +25,8 @@ public:
     [[nodiscard]] bool next(Frame& frame) override;
     SourceCounts counts() const override { return counted; }
 
+    QStringList buses() const override { return {busName}; }
+
     /// The last error message, which names the bus. Call it only after stop() or when the
     /// connection is lost.
     QString error() const override { return receiver.error(); }
@@ -44,6 +46,7 @@ public:
 private:
     void takeBatch();
 
+    QString busName; // of the interface
     BusLoad load;
     BusReceiver receiver;
     ReceivedFrames batch;

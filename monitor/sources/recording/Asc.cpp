@@ -297,7 +297,6 @@ void AscReader::readStartOfMeasurement(LineCursor cursor)
     if (!isStart || !blockStart || nanoseconds != 0)
         return;
     // The two dates may have a different number of decimals.
-    constexpr qint64 nanosecondsPerSecond = 1000000000;
     if (!hasStart || std::abs(start - *blockStart) >= nanosecondsPerSecond)
         start = *blockStart;
     hasStart = true;

@@ -14,7 +14,6 @@ namespace
 {
 
 constexpr quint32 longestPacket = 262144; // the limit of capturing programs
-constexpr qint64 nanosecondsPerSecond = 1000000000;
 
 constexpr quint16 linkSocketCan = 227;
 constexpr quint16 linkSll = 113;

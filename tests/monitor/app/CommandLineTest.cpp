@@ -6,6 +6,7 @@
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
+#include <QtCore/QTemporaryDir>
 
 #include <cmath>
 
@@ -68,11 +69,26 @@ struct OptionCase {
 QVector<OptionCase> optionCases()
 {
     const QStringList decoding{"replay", "live", "window"};
-    const QStringList printing{"replay", "live", "window", "show"};
-    const QStringList onBus{"live", "window", "send"};
+    const QStringList described{"replay", "ids", "live", "window"};
+    const QStringList reporting{"replay", "live", "window", "show"};
+    const QStringList printing{"replay", "ids", "live", "window", "show"};
+    const QStringList reading{"replay", "ids", "send"};
+    const QStringList onBus{"ids", "live", "window", "send"};
+    const QStringList ending{"ids", "live", "window"};
     const QStringList watching{"live", "window"};
+    const QStringList moments{"0",
+                              "12.5",
+                              "1.000000001",
+                              "2021-10-25",
+                              "2021-10-25T19:00",
+                              "2021-10-25 19:00:55",
+                              "2021-10-25T19:00:55.020850Z",
+                              "2021-10-25T19:00:55.5+02:00"};
+    const QStringList notMoments{"",          "soon", "-1",    "1.",         "1.0000000001",
+                                 "1e3",       "nan",  "19:00", "2021-13-01", "2021-10-25T25:00",
+                                 "1969-12-31"};
     QVector<OptionCase> cases{
-        {"node", decoding, {"1", "127", "0x7F"}, {"", "0", "128", "five", "-1", "0x80"}, true},
+        {"node", described, {"1", "127", "0x7F"}, {"", "0", "128", "five", "-1", "0x80"}, true},
         {"config", decoding, {"bus.json"}, {""}},
         {"signal", decoding, {"Engine*", "SPN190", "-"}, {""}, true},
         {"limits",
@@ -81,24 +97,29 @@ QVector<OptionCase> optionCases()
          {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1", "Speed=1:2:3",
           "Speed=nan:1", "Speed=0:inf", "Speed=2:1", "Described", "from-eds", "described=1"},
          true},
-        {"k", printing, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
+        {"k", reporting, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
         {"keep", decoding, {"2", "1073741823"}, {"", "1", "-5", "many", "2.5", "1073741824"}},
         {"format", printing, {"table", "json", "csv"}, {"", "xml", "JSON"}},
         {"plugin", onBus, {"virtualcan"}, {""}},
         {"interface", onBus, {"can0"}, {""}},
         {"fd", onBus, {}, {}},
         {"bitrate", watching, {"500000", "83333.3"}, {"", "0", "-1", "fast", "nan", "inf"}},
-        {"duration", watching, {"1.5"}, {"", "0", "-1", "soon", "nan", "inf"}},
-        {"frames", watching, {"7"}, {"", "0", "-1", "few"}},
+        {"duration", ending, {"1.5"}, {"", "0", "-1", "soon", "nan", "inf"}},
+        {"frames", ending, {"7"}, {"", "0", "-1", "few"}},
+        {"bus", reading, {"can0", "1"}, {""}, true},
+        {"from", reading + QStringList{"show"}, moments, notMoments},
+        {"to", reading + QStringList{"show"}, moments, notMoments},
+        {"periods", decoding, {}, {}},
         {"display", {"live"}, {"terminal", "window"}, {"", "printer"}},
         {"highlight", watching, {"0", "100"}, {"", "-1", "101", "x", "1.5"}},
         {"speed", {"send"}, {"2.5", "max"}, {"", "0", "-1", "inf", "nan", "fast"}},
     };
     for (const monitor::DescriptionReader& reader : monitor::descriptionReaders())
-        cases.append({reader.name, decoding, {"some.file"}, {""}, reader.isRepeatable});
+        cases.append(
+            {reader.name, described, {"some.file", "can0=some.file"}, {""}, reader.isRepeatable});
     for (const monitor::OutputKind& kind : monitor::outputKinds()) {
         if (!kind.isPrinted())
-            cases.append({kind.name, printing, {"some.path"}, {""}});
+            cases.append({kind.name, kind.isStreamed ? decoding : reporting, {"some.path"}, {""}});
     }
     return cases;
 }
@@ -107,7 +128,7 @@ QVector<OptionCase> optionCases()
 QStringList argumentsFor(const QString& option, const QString& command)
 {
     QStringList arguments{command};
-    if (QStringList{"replay", "send", "show"}.contains(command))
+    if (QStringList{"replay", "ids", "send", "show"}.contains(command))
         arguments += "some.file";
     if (QStringList{"replay", "live", "window"}.contains(command) && option != "dbc")
         arguments += {"--dbc", "some.dbc"};
@@ -135,7 +156,7 @@ QStringList commandNames()
 TEST(CommandLine, ReplayTakesARecordingADescriptionAndK)
 {
     const auto options = accepted<ReplayOptions>(replay + QStringList{"--k", "1.5"});
-    EXPECT_EQ(options.recording, QString("bus.log"));
+    EXPECT_EQ(options.recordings, QStringList("bus.log"));
     ASSERT_EQ(options.descriptions.size(), 1);
     EXPECT_EQ(options.descriptions.at(0).reader->name, QString("dbc"));
     EXPECT_EQ(options.descriptions.at(0).file.fileName, QString("bus.dbc"));
@@ -147,7 +168,7 @@ TEST(CommandLine, OptionsCanPrecedeTheCommandAndUseAnEqualsSign)
 {
     const auto options =
         accepted<ReplayOptions>({"--dbc=bus.dbc", "replay", "-k", "2", "bus.log", "--config=c"});
-    EXPECT_EQ(options.recording, QString("bus.log"));
+    EXPECT_EQ(options.recordings, QStringList("bus.log"));
     EXPECT_EQ(options.descriptions.value(0).file.fileName, QString("bus.dbc"));
     EXPECT_EQ(options.k, 2);
     EXPECT_EQ(options.config, QString("c"));
@@ -284,11 +305,66 @@ TEST(CommandLine, WindowTakesTheOptionsOfLive)
 
 TEST(CommandLine, SendTakesARecordingABusAndASpeed)
 {
-    EXPECT_EQ(accepted<SendOptions>(send).recording, QString("bus.log"));
+    EXPECT_EQ(accepted<SendOptions>(send).recordings, QStringList("bus.log"));
     EXPECT_EQ(accepted<SendOptions>(send).bus.name(), QString("socketcan can0"));
     EXPECT_EQ(accepted<SendOptions>(send + QStringList{"--speed", "2.5"}).speed, 2.5);
     EXPECT_TRUE(std::isinf(accepted<SendOptions>(send + QStringList{"--speed", "max"}).speed));
     EXPECT_TRUE(accepted<SendOptions>(send + QStringList{"--fd"}).bus.fd);
+}
+
+TEST(CommandLine, SeveralRecordingsAreTaken)
+{
+    const QStringList files{"a.log", "-", "b.mf4"};
+    EXPECT_EQ(accepted<ReplayOptions>(QStringList("replay") + files + QStringList{"--dbc", "d"})
+                  .recordings,
+              files);
+    EXPECT_EQ(accepted<SendOptions>(send + QStringList{"b.log"}).recordings,
+              (QStringList{"bus.log", "b.log"}));
+}
+
+TEST(CommandLine, DescriptionCanBeForOneBus)
+{
+    const QTemporaryDir directory;
+    const QString whole = directory.filePath("can0=x.dbc");
+    QFile file(whole);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    const auto options = accepted<ReplayOptions>(
+        {"replay", "a", "--dbc", "can0=a=b.dbc", "--plain", "x/can0=a.dbc", "--dbc", whole, "--eds",
+         "1=a.eds", "--eds", "2=a.eds", "--node", "5", "--node", "5"});
+    QStringList found;
+    for (const monitor::GivenDescription& given : options.descriptions)
+        found += given.bus + ' ' + given.file.fileName;
+    EXPECT_EQ(found,
+              (QStringList{"can0 a=b.dbc", ' ' + whole, " x/can0=a.dbc", "1 a.eds", "2 a.eds"}));
+    EXPECT_EQ(errorOf({"replay", "a", "--eds", "1=a.eds", "--eds", "1=b.eds", "--node", "5",
+                       "--node", "5"}),
+              QString("replay needs a different node for each file, but --node 5 is repeated"));
+}
+
+// The seconds come from `date -u -d ... +%s`.
+TEST(CommandLine, MomentsAreReadToTheNanosecond)
+{
+    const auto momentOf = [](const char* text) {
+        return *accepted<ReplayOptions>(replay + QStringList{"--from", text}).choice.from;
+    };
+    for (const char* text : {"2021-10-25T19:00:55.02085Z", "2021-10-25 19:00:55.020850",
+                             "2021-10-25T21:00:55.020850000+02:00"}) {
+        EXPECT_EQ(momentOf(text).nanoseconds, 1635188455020850000) << text;
+        EXPECT_TRUE(momentOf(text).isAbsolute) << text;
+    }
+    EXPECT_EQ(momentOf("2021-10-25").nanoseconds, 1635120000000000000);
+    EXPECT_EQ(momentOf("2021-10-25T19:00").nanoseconds, 1635188400000000000);
+    EXPECT_EQ(momentOf("12.000000001").nanoseconds, 12000000001);
+    EXPECT_FALSE(momentOf("12").isAbsolute);
+}
+
+TEST(CommandLine, IdsNeedsNoDescriptionAndWatchesABusOnRequest)
+{
+    EXPECT_EQ(accepted<ReplayOptions>({"ids", "a", "b"}).recordings, (QStringList{"a", "b"}));
+    const auto options =
+        accepted<LiveOptions>({"ids", "live", "--plugin", "virtualcan", "--interface", "can0"});
+    EXPECT_EQ(options.bus.device, QString("can0"));
+    EXPECT_EQ(options.subject, monitor::MonitorOptions::Subject::Ids);
 }
 
 TEST(CommandLine, ShowTakesAFileAndK)
@@ -301,11 +377,14 @@ TEST(CommandLine, ShowTakesAFileAndK)
 
 TEST(CommandLine, MissingFilesAndOptionsAreNamed)
 {
-    for (const char* command : {"replay", "send", "show"}) {
-        const QString error = QString("%1 needs exactly one file: vantrel %1 FILE").arg(command);
-        EXPECT_EQ(errorOf({command}), error);
-        EXPECT_EQ(errorOf({command, "a", "b"}), error);
-    }
+    for (const char* command : {"replay", "ids", "send"})
+        EXPECT_EQ(errorOf({command}),
+                  QString("%1 needs at least one file: vantrel %1 FILE...").arg(command));
+    const QString oneFile = "show needs exactly one file: vantrel show FILE";
+    EXPECT_EQ(errorOf({"show"}), oneFile);
+    EXPECT_EQ(errorOf({"show", "a", "b"}), oneFile);
+    EXPECT_EQ(errorOf({"ids", "live", "--plugin", "socketcan"}),
+              QString("ids needs --interface NAME"));
     EXPECT_EQ(errorOf(live + QStringList{"bus.log"}),
               QString("live takes no file, but \"bus.log\" was given"));
     EXPECT_EQ(errorOf({"live", "--dbc", "bus.dbc"}),
@@ -318,10 +397,11 @@ TEST(CommandLine, UnknownCommandIsAnErrorWithASuggestion)
 {
     EXPECT_EQ(errorOf({"replya", "bus.log"}),
               QString("unknown command \"replya\" (did you mean replay?)"));
-    EXPECT_EQ(errorOf({"frob", "--help"}),
-              QString("unknown command \"frob\" (available: replay, live, window, send, show)"));
+    EXPECT_EQ(
+        errorOf({"frob", "--help"}),
+        QString("unknown command \"frob\" (available: replay, ids, live, window, send, show)"));
     EXPECT_EQ(errorOf({}),
-              QString("no command given (available: replay, live, window, send, show)"));
+              QString("no command given (available: replay, ids, live, window, send, show)"));
 }
 
 TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionForTheSameCommand)
@@ -376,7 +456,8 @@ TEST(CommandLine, HelpListsCommandsAndRecordingFormats)
 {
     for (const char* option : {"--help", "-h"}) {
         const QString help = helpOf({option});
-        for (const char* command : {"replay FILE", "live", "window", "send FILE", "show FILE"})
+        for (const char* command :
+             {"replay FILE...", "ids FILE...", "live", "window", "send FILE...", "show FILE"})
             EXPECT_TRUE(help.contains(QString("\n  %1\n      ").arg(command))) << command;
         for (const monitor::RecordingFormat& format : monitor::recordingFormats())
             EXPECT_TRUE(help.contains(format.name));
@@ -386,7 +467,7 @@ TEST(CommandLine, HelpListsCommandsAndRecordingFormats)
 
 TEST(CommandLine, HelpOfACommandNeedsNoOtherArguments)
 {
-    EXPECT_TRUE(helpOf({"send", "--help"}).startsWith("Usage: vantrel send FILE [OPTION]...\n"));
+    EXPECT_TRUE(helpOf({"send", "--help"}).startsWith("Usage: vantrel send FILE... [OPTION]...\n"));
     EXPECT_TRUE(helpOf({"-h", "window"}).startsWith("Usage: vantrel window [OPTION]...\n"));
     EXPECT_TRUE(helpOf({"send", "--help"}).contains("such as can0. Required.\n"));
     EXPECT_TRUE(helpOf({"replay", "--help"}).contains("node given by --node. May be repeated.\n"));
@@ -447,7 +528,7 @@ TEST(OptionTable, OptionsAreAcceptedByTheirCommandsOnly)
         }
     }
     EXPECT_EQ(errorOf(replay + QStringList{"--fd"}),
-              QString("option --fd is for live, window and send, not for replay"));
+              QString("option --fd is for ids, live, window and send, not for replay"));
 }
 
 TEST(OptionTable, OptionsAreInTheHelpOfTheirCommandsOnly)

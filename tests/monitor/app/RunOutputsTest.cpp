@@ -156,7 +156,7 @@ TEST(RunOutputs, UnwritablePlotDirectoryIsAnError)
 TEST(RunOutputs, ProgressIsShownOnATerminal)
 {
     const StandardErrorTerminal terminal;
-    const OutputKind kind{"half-done", "", "", false, makeHalfDone};
+    const OutputKind kind{"half-done", "", "", false, false, makeHalfDone, nullptr};
     MonitorOptions options;
     options.printed = &kind;
     QString printed;

@@ -79,7 +79,7 @@ TEST(JsonOutput, HasExactlyTheDocumentedMembers)
     counts.dropped = 12;
     counts.errors = 3;
     const QJsonObject json = parsed(monitor::formatJson(snapshotOf({measured()}, counts)));
-    EXPECT_EQ(json.keys(), (QStringList{"frames", "signals"}));
+    EXPECT_EQ(json.keys(), (QStringList{"complete", "frames", "signals", "undecodedIds"}));
     const QJsonObject frames{
         {"total", 10}, {"decoded", 4}, {"undecoded", 6}, {"dropped", 12}, {"errors", 3}};
     EXPECT_EQ(json.value("frames").toObject(), frames);
@@ -100,19 +100,58 @@ TEST(JsonOutput, HasExactlyTheDocumentedMembers)
                              {"upperThreshold", -0.125},
                              {"deviators", 2},
                              {"unit", "rpm"},
-                             {"newestText", QJsonValue::Null}};
+                             {"newestText", QJsonValue::Null},
+                             {"bus", QJsonValue::Null}};
     ASSERT_EQ(json.value("signals").toArray().size(), 1);
     EXPECT_EQ(json.value("signals").toArray().at(0).toObject(), signal);
+}
+
+TEST(JsonOutput, IncompleteRunAndUndecodedIdsAreMembers)
+{
+    monitor::Snapshot snapshot = snapshotOf({});
+    EXPECT_EQ(parsed(monitor::formatJson(snapshot)).value("complete"), QJsonValue(true));
+    EXPECT_EQ(parsed(monitor::formatJson(snapshot)).value("undecodedIds"), QJsonArray());
+    snapshot.isComplete = false;
+    snapshot.undecoded = {{QString(), 0x123, true, 7}, {"can1", 0x23, false, 5}};
+    const QJsonObject json = parsed(monitor::formatJson(snapshot));
+    EXPECT_EQ(json.value("complete"), QJsonValue(false));
+    EXPECT_EQ(json.value("undecodedIds").toArray(),
+              (QJsonArray{
+                  QJsonObject{{"bus", QJsonValue::Null}, {"id", "00000123"}, {"frames", 7}},
+                  QJsonObject{{"bus", "can1"}, {"id", "023"}, {"frames", 5}},
+              }));
+    EXPECT_TRUE(monitor::formatTable(snapshot).endsWith(
+        "undecoded   00000123: 7 frame(s)\n"
+        "undecoded   can1 023: 5 frame(s)\n"
+        "incomplete  stopped before the end of the recording\n"));
+}
+
+TEST(PrintedOutputs, BusIsShownIfItIsNamed)
+{
+    SignalStatistics first = measured();
+    first.bus = "can0";
+    const monitor::Snapshot snapshot = snapshotOf({first, measured()});
+    const QJsonArray rows = parsed(monitor::formatJson(snapshot)).value("signals").toArray();
+    EXPECT_EQ(rows.at(0).toObject().value("bus"), QJsonValue("can0"));
+    EXPECT_EQ(rows.at(1).toObject().value("bus"), QJsonValue::Null);
+    const QStringList lines = monitor::formatStatistics(snapshot).split('\n');
+    EXPECT_EQ(lines.at(0).simplified().split(' ').mid(0, 3),
+              (QStringList{"signal", "bus", "source"}));
+    EXPECT_EQ(lines.at(1).simplified().split(' ').mid(0, 3),
+              (QStringList{"EngineSpeed", "can0", "49"}));
+    EXPECT_EQ(lines.at(2).simplified().split(' ').mid(0, 3),
+              (QStringList{"EngineSpeed", "-", "49"}));
+    EXPECT_FALSE(monitor::formatStatistics(snapshotOf({measured()})).contains("bus"));
 }
 
 TEST(JsonOutput, MissingValuesAreNull)
 {
     const QJsonObject json = parsed(monitor::formatJson(snapshotOf({empty()})));
     const QJsonObject signal = json.value("signals").toArray().at(0).toObject();
-    EXPECT_EQ(signal.size(), 18);
+    EXPECT_EQ(signal.size(), 19);
     for (const char* name :
          {"source", "newest", "average", "deviation", "minimum", "maximum", "median", "rating",
-          "lowerThreshold", "upperThreshold", "deviators", "newestText"})
+          "lowerThreshold", "upperThreshold", "deviators", "newestText", "bus"})
         EXPECT_TRUE(signal.value(QLatin1String(name)).isNull()) << name;
     EXPECT_EQ(signal.value("kind"), QJsonValue("canopen"));
     EXPECT_EQ(signal.value("count"), QJsonValue(0));
@@ -159,9 +198,10 @@ TEST(CsvOutput, HasTheSameFieldsAsJson)
     EXPECT_EQ(
         monitor::formatCsv(snapshotOf({measured()})),
         QString("name,kind,source,count,notAvailable,error,newest,average,deviation,minimum,"
-                "maximum,median,rating,lowerThreshold,upperThreshold,deviators,unit,newestText\r\n"
+                "maximum,median,rating,lowerThreshold,upperThreshold,deviators,unit,newestText,"
+                "bus\r\n"
                 "EngineSpeed,j1939,49,5,7,9,14,16.1,0.3333333333333333,-12,1e+21,5e-324,73,"
-                "0.30000000000000004,-0.125,2,rpm,\r\n"));
+                "0.30000000000000004,-0.125,2,rpm,,\r\n"));
 }
 
 TEST(PrintedOutputs, MeaningOfTheNewestValueIsNextToIt)
@@ -172,7 +212,7 @@ TEST(PrintedOutputs, MeaningOfTheNewestValueIsNextToIt)
     const QJsonObject signal = json.value("signals").toArray().at(0).toObject();
     EXPECT_EQ(signal.value("newest"), QJsonValue(14));
     EXPECT_EQ(signal.value("newestText"), QJsonValue("On, fast"));
-    EXPECT_TRUE(monitor::formatCsv(snapshotOf({statistics})).endsWith(",rpm,\"On, fast\"\r\n"));
+    EXPECT_TRUE(monitor::formatCsv(snapshotOf({statistics})).endsWith(",rpm,\"On, fast\",\r\n"));
     EXPECT_EQ(monitor::statisticsCells(statistics).at(3), QString("14 (On, fast)"));
 }
 
@@ -182,7 +222,7 @@ TEST(CsvOutput, MissingValuesAreEmptyAndTextsAreQuotedIfNeeded)
     statistics.name = "a,\"b\"";
     statistics.unit = "m\r\ns";
     EXPECT_EQ(monitor::formatCsv(snapshotOf({statistics})).section("\r\n", 1),
-              QString("\"a,\"\"b\"\"\",canopen,,0,0,1,,,,,,,,,,,\"m\r\ns\",\r\n"));
+              QString("\"a,\"\"b\"\"\",canopen,,0,0,1,,,,,,,,,,,\"m\r\ns\",,\r\n"));
 }
 
 TEST(TableOutput, TransportCountsAreShownUnlessAllAreZero)

@@ -229,7 +229,7 @@ TEST_F(SavedRunFile, InvalidDescriptionsAreRejected)
     }));
 }
 
-// The texts are at the end of the file, each after its raw value and its length.
+// The texts are near the end of the file, each after its raw value and its length.
 TEST_F(SavedRunFile, ValueTextsOutOfOrderOrRangeAreRejected)
 {
     SavedRun run = smallRun();
@@ -238,7 +238,7 @@ TEST_F(SavedRunFile, ValueTextsOutOfOrderOrRangeAreRejected)
     run.recordedSignals[0].description.valueTexts = {{1, "a"}, {2, "b"}};
     QByteArray content = contentOf(run);
     content.chop(hashSize);
-    constexpr int counts = 8 + 8 + 4; // not available, errors, records
+    constexpr int counts = 8 + 8 + 4 + 1 + 4; // not available, errors, records, complete, ids
     const auto isRejected = [&](const QByteArray& texts) {
         QByteArray changed = content;
         changed.replace(content.size() - counts - texts.size(), texts.size(), texts);
@@ -251,6 +251,25 @@ TEST_F(SavedRunFile, ValueTextsOutOfOrderOrRangeAreRejected)
     EXPECT_TRUE(isRejected(valueText(2, "a") + valueText(1, "b")));
     EXPECT_TRUE(isRejected(valueText(2, "a") + valueText(2, "b")));
     EXPECT_TRUE(isRejected(valueText(0, "a") + valueText(0x10000, "b"))); // of 16 bits
+}
+
+TEST_F(SavedRunFile, UndecodedIdsAndAnEarlyEndAreKept)
+{
+    SavedRun run = smallRun();
+    run.isComplete = false;
+    run.undecoded = {{"can1", 0x18FEF100, true, 7}, {QString(), 0x701, false, 1}};
+    const QByteArray content = contentOf(run);
+    SavedRun read;
+    ASSERT_EQ(parseSavedRun(content, read), QString());
+    EXPECT_FALSE(read.isComplete);
+    ASSERT_EQ(read.undecoded.size(), 2);
+    EXPECT_EQ(read.undecoded.at(0).bus, QString("can1"));
+    EXPECT_EQ(read.undecoded.at(0).id, 0x18FEF100U);
+    EXPECT_EQ(read.undecoded.at(0).frames, 7);
+    EXPECT_TRUE(read.undecoded.at(0).extended);
+    EXPECT_FALSE(read.undecoded.at(1).extended);
+    run.undecoded[1].id = 0x800; // more than 11 bits
+    EXPECT_TRUE(errorOf(contentOf(run)).contains("invalid undecoded id"));
 }
 
 TEST_F(SavedRunFile, CountOfValueTextsIsNotTrusted)

@@ -15,7 +15,7 @@ namespace
 
 constexpr int maxBlocks = 1000000; // of the structure; a larger one is circular or hostile
 constexpr int maxDepth = 8;        // of channels inside channels
-constexpr long double nanosecondsPerSecond = 1e9L;
+constexpr long double perSecond = 1e9L;
 constexpr long double maxNanoseconds = 9e18L;
 
 qint64 roundToInteger(double value)
@@ -174,7 +174,7 @@ std::optional<qint64> Mf4Time::read(const char* record, qint64 index) const
         value = value * factor + static_cast<long double>(offset);
     else
         value = static_cast<long double>(conversion.apply(static_cast<double>(value))) *
-                nanosecondsPerSecond;
+                perSecond;
     if (!(std::fabs(value) < maxNanoseconds))
         return std::nullopt;
     return std::llround(value);
@@ -580,8 +580,8 @@ Refusal StructureReader::readTime(const Channel& channel, const Mf4Group& group,
         (conversion.kind != Mf4Conversion::None && conversion.kind != Mf4Conversion::Linear))
         return refusal;
     const bool isLinear = conversion.kind == Mf4Conversion::Linear;
-    const long double start = isLinear ? conversion.values[0] * nanosecondsPerSecond : 0;
-    time.factor = (isLinear ? conversion.values[1] : 1.0) * nanosecondsPerSecond;
+    const long double start = isLinear ? conversion.values[0] * perSecond : 0;
+    time.factor = (isLinear ? conversion.values[1] : 1.0) * perSecond;
     if (!(std::fabs(start) < maxNanoseconds) || !(std::fabs(time.factor) < maxNanoseconds)) {
         time.master.isPresent = false;
         return QStringLiteral("the conversion to seconds is impossible");

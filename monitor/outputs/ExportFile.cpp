@@ -1,0 +1,82 @@
+#include "ExportFile.h"
+
+#include "text/WholeFile.h"
+#include "views/statisticsFields.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QLocale>
+
+namespace monitor
+{
+
+namespace
+{
+
+constexpr int bufferSize = 1 << 20;
+
+/// A time in seconds, with nine decimals.
+QByteArray secondsOf(qint64 nanoseconds)
+{
+    constexpr qint64 perSecond = 1000000000;
+    return QByteArray::number(nanoseconds / perSecond) + '.' +
+           QByteArray::number(nanoseconds % perSecond).rightJustified(9, '0');
+}
+
+/// A number with enough digits to read the same number back, a text, or bytes in hexadecimal.
+QByteArray plainValueOf(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::QByteArray:
+        return value.toByteArray().toHex(' ');
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return QByteArray::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
+    case QMetaType::QString:
+        return toCsvCell(value.toString()).toUtf8();
+    default:
+        return value.toByteArray();
+    }
+}
+
+} // namespace
+
+QString ExportFile::check()
+{
+    const QFileInfo present(file.fileName());
+    if (present.exists() && !present.isFile())
+        return file.fileName() + QStringLiteral(": cannot be written: not a regular file");
+    if (!file.open(QIODevice::WriteOnly))
+        return cannotBeWritten(file);
+    lines = "time,signal,source,raw,value,text,unit,bus\r\n";
+    return QString();
+}
+
+void ExportFile::take(const RecordedValue& value)
+{
+    const SignalStatistics& signal = value.identity;
+    if (value.nanoseconds)
+        lines += secondsOf(*value.nanoseconds);
+    lines += ',' + toCsvCell(signal.name).toUtf8() + ',';
+    if (signal.source)
+        lines += QByteArray::number(*signal.source);
+    lines += ',' + plainValueOf(value.raw) + ',' + plainValueOf(value.scaled);
+    for (const QString& text : {value.text, signal.unit, value.bus})
+        lines += ',' + toCsvCell(text).toUtf8();
+    lines += "\r\n";
+    if (lines.size() >= bufferSize)
+        flush();
+}
+
+void ExportFile::flush()
+{
+    isIntact = isIntact && file.write(lines) == lines.size();
+    lines.resize(0);
+}
+
+OutputResult ExportFile::write(const FinishedRun& /*run*/, const OutputProgress& /*progress*/)
+{
+    flush();
+    return {isIntact && commitWhole(file) ? QString() : cannotBeWritten(file), {}};
+}
+
+} // namespace monitor

@@ -1,0 +1,73 @@
+#include "FrameFilter.h"
+
+#include <utility>
+
+namespace monitor
+{
+
+FrameFilter::FrameFilter(FrameSource& source, FrameChoice choice)
+    : input(source), chosen(std::move(choice))
+{
+}
+
+bool FrameFilter::next(Frame& frame)
+{
+    for (Frame read; input.next(read);) {
+        if (!isChosen(read))
+            continue;
+        frame = read;
+        return true;
+    }
+    return false;
+}
+
+QStringList FrameFilter::notes() const
+{
+    QStringList notes = input.notes();
+    const QStringList known = input.buses();
+    for (const QString& bus : chosen.buses) {
+        if (!known.contains(bus))
+            notes += QStringLiteral("bus \"%1\": contains no frames (buses: %2)")
+                         .arg(bus, known.join(QStringLiteral(", ")));
+    }
+    if (withoutTime > 0)
+        notes +=
+            QStringLiteral("%1 frame(s) without a time were left out because of --from or --to")
+                .arg(withoutTime);
+    const bool wantsAbsolute =
+        (chosen.from && chosen.from->isAbsolute) || (chosen.to && chosen.to->isAbsolute);
+    if (wantsAbsolute && first && *first < firstAbsoluteTime)
+        notes += QStringLiteral("the times of the recording are not absolute; give --from and --to "
+                                "in seconds since its first frame");
+    return notes;
+}
+
+bool FrameFilter::isChosen(const Frame& frame)
+{
+    const bool isTimely = (!chosen.from && !chosen.to) || isInTime(frame);
+    return isTimely && (chosen.buses.isEmpty() || isOnChosenBus(frame.bus));
+}
+
+bool FrameFilter::isOnChosenBus(quint16 bus)
+{
+    if (bus >= busIsChosen.size()) {
+        const QStringList names = input.buses();
+        for (int i = busIsChosen.size(); i < names.size(); ++i)
+            busIsChosen.append(chosen.buses.contains(names.at(i)));
+    }
+    return busIsChosen.value(bus);
+}
+
+bool FrameFilter::isInTime(const Frame& frame)
+{
+    if (!frame.nanoseconds) {
+        ++withoutTime;
+        return false;
+    }
+    const qint64 time = *frame.nanoseconds;
+    first = first.value_or(time);
+    return (!chosen.from || time >= timeOf(*chosen.from, *first)) &&
+           (!chosen.to || time <= timeOf(*chosen.to, *first));
+}
+
+} // namespace monitor
