@@ -113,9 +113,9 @@ TEST(Manual, ExplainsAllColumnsOfTheTable)
     EXPECT_EQ(explained, columns);
 }
 
-TEST(FormatsPage, ListsTheDescriptionFormats)
+TEST(DescriptionsPage, ListsTheDescriptionFormats)
 {
-    const QVector<QStringList> rows = tableOf("formats.md", "description");
+    const QVector<QStringList> rows = tableOf("descriptions.md", "description");
     ASSERT_EQ(rows.size(), monitor::descriptionReaders().size());
     for (int i = 0; i < rows.size(); ++i) {
         const monitor::DescriptionReader& reader = monitor::descriptionReaders().at(i);
