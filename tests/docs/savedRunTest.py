@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Reads and writes saved runs by the description in docs/output.md alone, and compares the results
+"""Reads and writes saved runs by the description in docs/saved-runs.md alone, and compares the results
 with those of the program.
 
     savedRunTest.py --program FILE

@@ -2,6 +2,7 @@
 #include <app/displays.h>
 #include <outputs/outputs.h>
 #include <sources/recording/formats.h>
+#include <views/idTable.h>
 #include <views/statisticsFields.h>
 #include <views/statisticsTable.h>
 
@@ -140,4 +141,12 @@ TEST(OutputPage, ListsTheMembersOfASignalInOrder)
     for (const QStringList& row : tableOf("output.md", "member"))
         members += codeIn(row.value(0));
     EXPECT_EQ(members, monitor::statisticsFieldNames());
+}
+
+TEST(OutputPage, ListsTheMembersOfAnIdInOrder)
+{
+    QStringList members;
+    for (const QStringList& row : tableOf("output.md", "member of an id"))
+        members += codeIn(row.value(0));
+    EXPECT_EQ(members, monitor::idFieldNames());
 }
