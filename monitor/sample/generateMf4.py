@@ -54,7 +54,8 @@ class File:
     def __init__(self):
         self.content = bytearray(b"MDF     4.10    vantrel ")
         self.content += struct.pack("<4xH30xHH", 410, 0, 0)
-        self.header = self.add("HD", [0] * 6, struct.pack("<QhhBBB5x2d", START, 0, 0, 0, 0, 0, 0, 0))
+        start = struct.pack("<QhhBBB5x2d", START, 0, 0, 0, 0, 0, 0, 0)
+        self.header = self.add("HD", [0] * 6, start)
 
     def add(self, kind, links, body=b""):
         self.content += bytes(-len(self.content) % 8)
@@ -90,7 +91,8 @@ class File:
         bus_event = 0x6
         counts = struct.pack("<QQHHIII", 0, len(records), bus_event, ord("."), 0, size, 0)
         group = self.add("CG", [0, first, self.text(event), 0, 0, 0], counts)
-        return self.add("DG", [following, group, self.add("DT", [], b"".join(records)), 0], bytes(8))
+        data = self.add("DT", [], b"".join(records))
+        return self.add("DG", [following, group, data, 0], bytes(8))
 
 
 def main():
