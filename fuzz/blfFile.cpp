@@ -1,6 +1,6 @@
 #include "frameCheck.h"
 
-#include <sources/recording/Blf.h>
+#include <sources/recording/bytes/Blf.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QVector>

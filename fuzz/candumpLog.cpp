@@ -1,7 +1,7 @@
 #include "frameCheck.h"
 #include "textLines.h"
 
-#include <sources/recording/Candump.h>
+#include <sources/recording/lines/Candump.h>
 
 #include <QtCore/QBuffer>
 

@@ -1,7 +1,7 @@
 #include "frameCheck.h"
 #include "textLines.h"
 
-#include <sources/recording/Csv.h>
+#include <sources/recording/lines/Csv.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sources/recording/TextRecording.h>
+#include <sources/recording/lines/TextRecording.h>
 
 #include <cstdlib>
 

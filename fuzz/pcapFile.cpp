@@ -1,6 +1,6 @@
 #include "frameCheck.h"
 
-#include <sources/recording/Pcap.h>
+#include <sources/recording/bytes/Pcap.h>
 
 #include <QtCore/QBuffer>
 

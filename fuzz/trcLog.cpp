@@ -1,7 +1,7 @@
 #include "frameCheck.h"
 #include "textLines.h"
 
-#include <sources/recording/Trc.h>
+#include <sources/recording/lines/Trc.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

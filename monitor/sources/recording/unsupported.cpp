@@ -1,7 +1,7 @@
 #include "unsupported.h"
 
-#include "ByteReader.h"
-#include "TextRecording.h"
+#include "bytes/ByteReader.h"
+#include "lines/TextRecording.h"
 #include "text/LineReader.h"
 
 #include <algorithm>

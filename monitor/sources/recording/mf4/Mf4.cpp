@@ -2,7 +2,7 @@
 
 #include "Mf4Groups.h"
 #include "sources/BusNames.h"
-#include "sources/recording/ByteReader.h"
+#include "sources/recording/bytes/ByteReader.h"
 #include "text/LineCursor.h"
 
 #include <algorithm>

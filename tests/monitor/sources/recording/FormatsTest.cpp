@@ -1,6 +1,6 @@
-#include <sources/recording/Asc.h>
-#include <sources/recording/Candump.h>
 #include <sources/recording/formats.h>
+#include <sources/recording/lines/Asc.h>
+#include <sources/recording/lines/Candump.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <sources/recording/Blf.h>
+#include <sources/recording/bytes/Blf.h>
 #include <sources/recording/formats.h>
 
 #include <gtest/gtest.h>

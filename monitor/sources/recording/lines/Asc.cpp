@@ -249,7 +249,7 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
         return isHeaderWord(cursor.takeWord()) ? LineKind::Nothing : LineKind::Unknown;
     }
     Frame read;
-    if (!readEventTime(cursor, read) || !isBlank(cursor.peek()))
+    if (!readEventTime(cursor, read))
         return LineKind::Unknown;
     AscLine rest{cursor, base, read, {"", 0}};
     const LineKind kind = readEvent(rest);

@@ -1,4 +1,4 @@
-#include <sources/recording/Asc.h>
+#include <sources/recording/lines/Asc.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <sources/recording/Candump.h>
+#include <sources/recording/lines/Candump.h>
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "frameText.h"
+#include "../frameText.h"
 
 #include <can/TransportProtocol.h>
-#include <sources/recording/Trc.h>
+#include <sources/recording/lines/Trc.h>
 
 #include <gtest/gtest.h>
 

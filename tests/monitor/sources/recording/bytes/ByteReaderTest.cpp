@@ -1,4 +1,4 @@
-#include <sources/recording/ByteReader.h>
+#include <sources/recording/bytes/ByteReader.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include <sources/recording/Candump.h>
-#include <sources/recording/Pcap.h>
+#include <sources/recording/bytes/Pcap.h>
 #include <sources/recording/formats.h>
+#include <sources/recording/lines/Candump.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "frameText.h"
+#include "../frameText.h"
 
-#include <sources/recording/Csv.h>
+#include <sources/recording/lines/Csv.h>
 
 #include <gtest/gtest.h>
 
