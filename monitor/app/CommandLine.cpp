@@ -92,10 +92,10 @@ QString generalHelp()
     text +=
         wrapped(QStringLiteral("Recording formats: %1.").arg(joinWords(formats, "and")), 0) + '\n';
     return text +
-           wrapped(QStringLiteral("Exit status: 0 on success, 1 if nothing could be decoded "
-                                  "or sent, 2 for a usage error, a file that cannot be read, "
-                                  "a bus connection that fails or is lost, or output that "
-                                  "cannot be written."),
+           wrapped(QStringLiteral("Exit status: 0 on success, 1 if nothing could be decoded, "
+                                  "listed or sent, 2 for a usage error, a file that cannot be "
+                                  "read, reading that was interrupted, a bus connection that "
+                                  "fails or is lost, or output that cannot be written."),
                    0);
 }
 
@@ -216,6 +216,28 @@ bool usesBus(const CommandRow& command, const Options& options)
     return command.id != CommandId::Ids || isLive(options);
 }
 
+/// `vantrel ids` reads either recordings or a bus, and some options are for one of them only.
+/// Returns an error if one of these is given to the other, as the rest of a sentence that begins
+/// with the command, or an empty string.
+QString uselessOption(const QCommandLineParser& parser, const Options& options)
+{
+    const QStringList names =
+        isLive(options)
+            ? QStringList{QStringLiteral("bus"), QStringLiteral("from"), QStringLiteral("to")}
+            : QStringList{QStringLiteral("plugin"), QStringLiteral("interface"),
+                          QStringLiteral("fd"), QStringLiteral("duration"),
+                          QStringLiteral("frames")};
+    for (const QString& name : names) {
+        if (parser.isSet(name))
+            return isLive(options)
+                       ? QStringLiteral("live takes no option --%1, which is for recordings")
+                             .arg(name)
+                       : QStringLiteral("takes the option --%1 only for a bus: vantrel ids live")
+                             .arg(name);
+    }
+    return QString();
+}
+
 /// Checks that nothing is missing, and assigns the nodes to the descriptions. Returns an error
 /// message, or an empty string on success.
 QString complete(const QCommandLineParser& parser, const CommandRow& command, Options& options)
@@ -226,7 +248,9 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
             usesBus(command, options) && !parser.isSet(QLatin1String(row.name)))
             missing += row.usage();
     }
-    QString error;
+    QString error = command.id == CommandId::Ids ? uselessOption(parser, options) : QString();
+    if (!error.isEmpty())
+        return QLatin1String(command.name) + QStringLiteral(" ") + error;
     if (!missing.isEmpty())
         error = QStringLiteral("needs ") + joinWords(missing, "and");
     else if ((decodingCommands | CommandId::Ids).testFlag(command.id))

@@ -104,6 +104,7 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diag
     const bool isLost = source.isLost();
     source.stop();
     run.session->takeAll(source);
+    printMissingBuses(options, source, diagnostics);
     const ExitCode code =
         run.outputs.finish(*run.session, options, options.bus.name(), diagnostics);
     if (!source.error().isEmpty())

@@ -99,6 +99,18 @@ void print(const Problems& problems, QTextStream& diagnostics)
         diagnostics << problems.total() << '\n';
 }
 
+void printMissingBuses(const MonitorOptions& options, const FrameSource& source,
+                       QTextStream& diagnostics)
+{
+    const QStringList buses = source.buses();
+    for (const GivenDescription& given : options.descriptions) {
+        if (!given.bus.isEmpty() && !buses.contains(given.bus))
+            diagnostics << QStringLiteral("%1: bus \"%2\" has no frames (buses: %3)\n")
+                               .arg(given.file.fileName, given.bus,
+                                    buses.join(QStringLiteral(", ")));
+    }
+}
+
 QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Preparation& prepared)
 {
     QString error = readDescriptions(options, diagnostics, prepared.catalogue);

@@ -18,6 +18,10 @@ struct Preparation {
 /// Prints the first few of \a problems and their total number to \a diagnostics.
 void print(const Problems& problems, QTextStream& diagnostics);
 
+/// Prints the buses that have a description in \a options but no frames in \a source.
+void printMissingBuses(const MonitorOptions& options, const FrameSource& source,
+                       QTextStream& diagnostics);
+
 /// Reads the files named in \a options into \a prepared. Command-line options take precedence over
 /// the configuration. Problems in a description are printed to \a diagnostics. Returns an error
 /// message, or an empty string on success.

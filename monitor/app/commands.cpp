@@ -24,19 +24,6 @@ void printRemarks(const FrameSource& source, QTextStream& diagnostics)
         print(problems, diagnostics);
 }
 
-/// Prints the buses that have a description but no frames.
-void printMissingBuses(const MonitorOptions& options, const FrameSource& source,
-                       QTextStream& diagnostics)
-{
-    const QStringList buses = source.buses();
-    for (const GivenDescription& given : options.descriptions) {
-        if (!given.bus.isEmpty() && !buses.contains(given.bus))
-            diagnostics << QStringLiteral("%1: bus \"%2\" has no frames (buses: %3)\n")
-                               .arg(given.file.fileName, given.bus,
-                                    buses.join(QStringLiteral(", ")));
-    }
-}
-
 /// Records the signals of the recordings in \a session. Returns an error message, which is empty if
 /// all of them were read to their ends.
 [[nodiscard]] QString readRecordings(const ReplayOptions& options, QTextStream& diagnostics,
@@ -92,7 +79,11 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
 
 ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
-    const EndRequest endRequest;
+    BusSender* running = nullptr;
+    const EndRequest endRequest([&running] {
+        if (running != nullptr)
+            running->interrupt();
+    });
     Recordings recordings(
         options.recordings, [&endRequest] { return endRequest.isRequested(); },
         endRequest.descriptor());
@@ -106,7 +97,10 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
     }
     FrameFilter source(recordings, options.choice);
     BusSender sender(connection.device(), source, options.speed);
-    const QString busError = sender.send();
+    running = &sender;
+    const QString busError =
+        endRequest.isRequested() ? QStringLiteral("interrupted") : sender.send();
+    running = nullptr;
     connection.disconnect();
     printRemarks(source, diagnostics);
     printCounts(sender, source.counts(), output);

@@ -67,7 +67,7 @@ void TransportProtocol::clearCounts()
 {
     counted = TransportCounts();
     for (Session& session : sessions)
-        session.frames = session.announcements = 0;
+        session.frames.clear();
 }
 
 void TransportProtocol::takeControl(const Frame& frame, bool isDecoded)
@@ -97,8 +97,7 @@ void TransportProtocol::begin(const Frame& frame, bool isDecoded)
     session.pgn = announcedPgn(frame);
     session.size = frame.data[1] | frame.data[2] << 8;
     session.packets = frame.data[3];
-    session.frames = session.announcements = isDecoded ? 0 : 1;
-    session.announcementId = frame.id;
+    count(frame, isDecoded, session);
     const bool isValid = session.size >= shortestMessage && session.size <= longestMessage &&
                          session.packets == (session.size + bytesInPacket - 1) / bytesInPacket &&
                          session.pgn <= lastPgn;
@@ -147,7 +146,7 @@ std::optional<TransportedMessage> TransportProtocol::takePacket(const Frame& fra
         return std::nullopt;
     }
     store(frame, *session);
-    session->frames += isDecoded ? 0 : 1;
+    count(frame, isDecoded, *session);
     const bool isComplete = static_cast<int>(session->received.count()) == session->packets;
     return isComplete ? std::optional(finish(frame, session)) : std::nullopt;
 }
@@ -167,6 +166,20 @@ bool TransportProtocol::checkOrder(const Frame& frame, Session& session)
     return exists && destinationOf(frame) != globalAddress;
 }
 
+/// The packets of a message may differ in priority, and so in their ids.
+void TransportProtocol::count(const Frame& frame, bool isDecoded, Session& session)
+{
+    if (isDecoded)
+        return;
+    for (FrameCount& ofId : session.frames) {
+        if (ofId.id == frame.id) {
+            ++ofId.frames;
+            return;
+        }
+    }
+    session.frames.append({frame.id, 1});
+}
+
 void TransportProtocol::store(const Frame& frame, Session& session)
 {
     const int number = frame.data[0];
@@ -182,9 +195,9 @@ TransportedMessage TransportProtocol::finish(const Frame& frame, Sessions::itera
     ++counted.messages;
     finished = session->data;
     TransportedMessage message;
-    message.frames = session->frames;
-    message.announcements = session->announcements;
-    message.announcementId = session->announcementId;
+    message.framesById = session->frames;
+    for (const FrameCount& ofId : qAsConst(session->frames))
+        message.frames += ofId.frames;
     message.payload.id = idOf(session->pgn, frame);
     message.payload.extended = true;
     message.payload.data = reinterpret_cast<const quint8*>(finished.constData());

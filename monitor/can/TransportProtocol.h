@@ -4,6 +4,7 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QHash>
+#include <QtCore/QVector>
 
 #include <bitset>
 #include <optional>
@@ -19,13 +20,18 @@ struct TransportCounts {
     qint64 interrupted = 0; ///< messages aborted, replaced by the next one, invalid or with a gap
 };
 
+/// The number of frames of an id.
+struct FrameCount {
+    quint32 id = 0;
+    int frames = 0;
+};
+
 /// A reassembled message.
 struct TransportedMessage {
     Payload payload;
     /// The frames since clearCounts() that contributed to it and were not decoded themselves.
     int frames = 0;
-    int announcements = 0;      ///< how many of them announced it: 0 or 1
-    quint32 announcementId = 0; ///< the id of the frame that announced it
+    QVector<FrameCount> framesById; ///< the same for each of their ids
 };
 
 /// Reassembles messages of 9 to 1785 bytes, which the J1939 transport protocol (SAE J1939-21) sends
@@ -50,10 +56,8 @@ private:
         QByteArray data;
         int size = 0;
         int packets = 0;
-        int next = 1;   // the number of the expected packet
-        int frames = 0; // including the announcement
-        int announcements = 0;
-        quint32 announcementId = 0;
+        int next = 1;               // the number of the expected packet
+        QVector<FrameCount> frames; // including the announcement
         std::bitset<256> received;
     };
     using Sessions = QHash<quint32, Session>;
@@ -65,6 +69,7 @@ private:
     void abandon(quint32 key);
     std::optional<TransportedMessage> takePacket(const Frame& frame, bool isDecoded);
     bool checkOrder(const Frame& frame, Session& session);
+    static void count(const Frame& frame, bool isDecoded, Session& session);
     static void store(const Frame& frame, Session& session);
     TransportedMessage finish(const Frame& frame, Sessions::iterator session);
 

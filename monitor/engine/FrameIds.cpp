@@ -82,18 +82,16 @@ FrameIds::Record& FrameIds::recordOf(const BusId& id, bool isTransported, int me
 
 void FrameIds::addData(Record& record, const quint8* data, int length)
 {
-    const int compared = std::min(length, static_cast<int>(record.first.size()));
     if (record.shortest < 0) {
-        std::copy_n(data, compared, record.first.begin());
+        record.first = QByteArray(reinterpret_cast<const char*>(data), length);
+        record.changing = QByteArray(length, 0);
         record.shortest = record.longest = length;
         return;
     }
     // Bytes that only some of the frames have are changing too.
-    const int common = std::min(compared, record.shortest);
-    for (int i = 0; i < common; ++i) {
-        const auto place = static_cast<size_t>(i);
-        if (data[i] != record.first[place])
-            record.changing.set(place);
+    for (int i = 0; i < std::min(length, record.shortest); ++i) {
+        if (data[i] != static_cast<quint8>(record.first.at(i)))
+            record.changing[i] = 1;
     }
     record.shortest = std::min(record.shortest, length);
     record.longest = std::max(record.longest, length);
@@ -134,8 +132,8 @@ QVector<IdStatistics> FrameIds::calcStatistics(const QVector<CatalogueMessage>& 
         id.remoteFrames = record.remoteFrames;
         id.shortest = std::max(record.shortest, 0);
         id.longest = record.longest;
-        for (int i = 0; i < std::min(id.longest, static_cast<int>(record.changing.size())); ++i) {
-            if (i >= id.shortest || record.changing.test(static_cast<size_t>(i)))
+        for (int i = 0; i < id.longest; ++i) {
+            if (i >= id.shortest || record.changing.at(i) != 0)
                 id.changing.append(i);
         }
         if (record.periods) {

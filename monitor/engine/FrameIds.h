@@ -8,7 +8,6 @@
 
 #include <QtCore/QHash>
 
-#include <bitset>
 #include <memory>
 #include <vector>
 
@@ -96,8 +95,8 @@ private:
         qint64 remoteFrames = 0;
         int shortest = -1; // negative: only remote frames so far
         int longest = 0;
-        std::array<quint8, 64> first{}; // the data of the first frame
-        std::bitset<64> changing;
+        QByteArray first;             // the data of the first frame
+        QByteArray changing;          // 1 for each byte of it that had several values, otherwise 0
         std::optional<qint64> newest; // in nanoseconds
         qint64 periodCount = 0;
         std::unique_ptr<GenericSignalImpl<CANopenObjectValue>> periods; // null without periods

@@ -225,14 +225,17 @@ void restore(const SavedRun& run, Session& session)
 
 bool keepBetween(SavedRun& run, const std::optional<Moment>& from, const std::optional<Moment>& to)
 {
-    constexpr qint64 perMicrosecond = 1000;
-    const qint64 first = run.firstTime.value_or(0) * perMicrosecond;
+    // Frames have nanoseconds, of which the records keep the whole microseconds.
+    const auto microsecondsAt = [&run](const Moment& moment) {
+        constexpr qint64 nanoseconds = 1000;
+        return moment.nanoseconds / nanoseconds +
+               (moment.isAbsolute ? 0 : run.firstTime.value_or(0));
+    };
     const auto isKept = [&](qint64 microseconds) {
         if (microseconds == SignalSeries::noTime)
             return !from && !to;
-        // Frames have nanoseconds, of which the records keep the whole microseconds.
-        return (!from || microseconds >= timeOf(*from, first) / perMicrosecond) &&
-               (!to || microseconds <= timeOf(*to, first) / perMicrosecond);
+        return (!from || microseconds >= microsecondsAt(*from)) &&
+               (!to || microseconds <= microsecondsAt(*to));
     };
     bool isWhole = true;
     for (SavedSignal& signal : run.recordedSignals) {

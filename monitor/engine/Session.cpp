@@ -24,19 +24,19 @@ void Session::take(const Frame& frame)
     if (!decoder.mayTransport(frame))
         return;
     if (const auto message = transports[frame.bus].take(frame, isDecoded))
-        takeTransported(frame, *message);
+        takeTransported(frame.bus, *message);
 }
 
-/// Takes a message whose last packet is \a packet. Its frames are decoded now.
-void Session::takeTransported(const Frame& packet, const TransportedMessage& message)
+/// Takes a reassembled message, whose frames are decoded now.
+void Session::takeTransported(quint16 bus, const TransportedMessage& message)
 {
     if (ids)
         ids->take(message.payload, decoder.messageOf(message.payload));
     if (!record(decoder.decode(message.payload)))
         return;
     counted.decoded += message.frames;
-    undecoded.add({packet.bus, message.announcementId, true}, -message.announcements);
-    undecoded.add(busIdOf(packet), message.announcements - message.frames);
+    for (const FrameCount& ofId : message.framesById)
+        undecoded.add({bus, ofId.id, true}, -ofId.frames);
 }
 
 void Session::setBuses(const QStringList& names)

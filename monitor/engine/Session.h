@@ -77,7 +77,7 @@ private:
     void setBuses(const QStringList& names);
     void noteBus(quint16 bus);
     QStringList shownBuses() const { return hasSeveralBuses ? busNames : QStringList(); }
-    void takeTransported(const Frame& packet, const TransportedMessage& message);
+    void takeTransported(quint16 bus, const TransportedMessage& message);
 
     double bandK;
     Decoder decoder;

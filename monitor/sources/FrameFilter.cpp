@@ -27,7 +27,7 @@ QStringList FrameFilter::notes() const
     const QStringList known = input.buses();
     for (const QString& bus : chosen.buses) {
         if (!known.contains(bus))
-            notes += QStringLiteral("bus \"%1\": contains no frames (buses: %2)")
+            notes += QStringLiteral("bus \"%1\" has no frames (buses: %2)")
                          .arg(bus, known.join(QStringLiteral(", ")));
     }
     if (withoutTime > 0)
@@ -44,8 +44,10 @@ QStringList FrameFilter::notes() const
 
 bool FrameFilter::isChosen(const Frame& frame)
 {
-    const bool isTimely = (!chosen.from && !chosen.to) || isInTime(frame);
-    return isTimely && (chosen.buses.isEmpty() || isOnChosenBus(frame.bus));
+    if (!first)
+        first = frame.nanoseconds; // of whatever bus
+    return (chosen.buses.isEmpty() || isOnChosenBus(frame.bus)) &&
+           ((!chosen.from && !chosen.to) || isInTime(frame));
 }
 
 bool FrameFilter::isOnChosenBus(quint16 bus)
@@ -65,7 +67,6 @@ bool FrameFilter::isInTime(const Frame& frame)
         return false;
     }
     const qint64 time = *frame.nanoseconds;
-    first = first.value_or(time);
     return (!chosen.from || time >= timeOf(*chosen.from, *first)) &&
            (!chosen.to || time <= timeOf(*chosen.to, *first));
 }

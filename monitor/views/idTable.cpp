@@ -125,9 +125,10 @@ QString formatUndecoded(const QVector<UndecodedId>& ids)
     constexpr int maxLines = 10;
     QString lines;
     for (const UndecodedId& id : ids.mid(0, maxLines)) {
-        const QString bus = id.bus.isEmpty() ? QString() : printable(id.bus) + ' ';
+        const QString bus =
+            id.bus.isEmpty() ? QString() : QStringLiteral(" on bus ") + printable(id.bus);
         lines += QStringLiteral("undecoded   %1%2: %3 frame(s)\n")
-                     .arg(bus, formatId(id.id, id.extended))
+                     .arg(formatId(id.id, id.extended), bus)
                      .arg(id.frames);
     }
     if (ids.size() > maxLines)

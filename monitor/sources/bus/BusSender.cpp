@@ -34,7 +34,7 @@ QString BusSender::send()
     const auto connection = QObject::connect(&device, &QCanBusDevice::stateChanged,
                                              [this] { end(QStringLiteral("connection lost")); });
     clock.start();
-    if (readNext()) {
+    if (error.isEmpty() && readNext()) {
         timer.start(0);
         loop.exec();
     }

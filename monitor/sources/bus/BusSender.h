@@ -44,6 +44,9 @@ public:
     /// error message, or an empty string on success.
     [[nodiscard]] QString send();
 
+    /// Ends send() early, with an error.
+    void interrupt() { end(QStringLiteral("interrupted")); }
+
     qint64 sent() const { return sentFrames; }
 
     /// The number of frames skipped because their length is not allowed on a bus.

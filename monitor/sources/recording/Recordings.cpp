@@ -2,6 +2,7 @@
 
 #include "formats.h"
 #include "sources/FrameFilter.h"
+#include "text/LineCursor.h"
 
 #include <QtCore/QFileInfo>
 
@@ -13,6 +14,13 @@ namespace monitor
 
 namespace
 {
+
+/// \a time + \a shift; unknown if that is out of range.
+std::optional<qint64> shifted(qint64 time, qint64 shift)
+{
+    const qint64 sum = time + shift; // neither is greater than latestTime
+    return sum >= 0 && sum <= latestTime ? std::optional<qint64>(sum) : std::nullopt;
+}
 
 constexpr int maxNotes = 10; // a thousand files would have a thousand similar ones
 
@@ -111,11 +119,11 @@ void Recordings::startDue()
         if (!part.isAbsolute() && isAnyDelivered) {
             part.shift = newest - part.first.value_or(0);
             allNotes += QStringLiteral("%1: has no absolute times, so it is read as if it began "
-                                       "when the recording before ended")
+                                       "when the previous recording ended")
                             .arg(part.fileName);
             if (!isReopened && part.head.nanoseconds)
-                part.head.nanoseconds = *part.head.nanoseconds + part.shift;
-            part.time += part.shift;
+                part.head.nanoseconds = shifted(*part.head.nanoseconds, part.shift);
+            part.time = newest;
         }
         owned.push_back(std::move(waiting.back()));
         waiting.pop_back();
@@ -149,8 +157,8 @@ bool Recordings::readHead(Part& part)
     }
     part.head.bus = part.busOf.value(part.head.bus);
     if (part.head.nanoseconds) {
-        part.head.nanoseconds = *part.head.nanoseconds + part.shift;
-        part.time = *part.head.nanoseconds;
+        part.head.nanoseconds = shifted(*part.head.nanoseconds, part.shift);
+        part.time = part.head.nanoseconds.value_or(part.time);
     }
     return true;
 }

@@ -128,8 +128,11 @@ QVector<OptionCase> optionCases()
 QStringList argumentsFor(const QString& option, const QString& command)
 {
     QStringList arguments{command};
+    const bool listsBus =
+        QStringList{"plugin", "interface", "fd", "duration", "frames"}.contains(option) &&
+        command == "ids";
     if (QStringList{"replay", "ids", "send", "show"}.contains(command))
-        arguments += "some.file";
+        arguments += listsBus ? "live" : "some.file";
     if (QStringList{"replay", "live", "window"}.contains(command) && option != "dbc")
         arguments += {"--dbc", "some.dbc"};
     if (option == "node")
@@ -137,7 +140,8 @@ QStringList argumentsFor(const QString& option, const QString& command)
     if (option == "eds")
         arguments += {"--node", "9"};
     for (const char* needed : {"plugin", "interface"}) {
-        if (QStringList{"live", "window", "send"}.contains(command) && option != needed)
+        if ((listsBus || QStringList{"live", "window", "send"}.contains(command)) &&
+            option != needed)
             arguments += {QString("--") + needed, "some"};
     }
     return arguments;
@@ -365,6 +369,15 @@ TEST(CommandLine, IdsNeedsNoDescriptionAndWatchesABusOnRequest)
         accepted<LiveOptions>({"ids", "live", "--plugin", "virtualcan", "--interface", "can0"});
     EXPECT_EQ(options.bus.device, QString("can0"));
     EXPECT_EQ(options.subject, monitor::MonitorOptions::Subject::Ids);
+}
+
+TEST(CommandLine, IdsRejectsOptionsThatItWouldIgnore)
+{
+    const QStringList bus{"ids", "live", "--plugin", "virtualcan", "--interface", "can0"};
+    EXPECT_EQ(errorOf(bus + QStringList{"--from", "1"}),
+              QString("ids live takes no option --from, which is for recordings"));
+    EXPECT_EQ(errorOf({"ids", "bus.log", "--plugin", "virtualcan"}),
+              QString("ids takes the option --plugin only for a bus: vantrel ids live"));
 }
 
 TEST(CommandLine, ShowTakesAFileAndK)

@@ -1,8 +1,17 @@
 #include "MonitorRun.h"
 
+#include <waitUntil.h>
+
 #include <gtest/gtest.h>
 
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <sys/syscall.h>
+
+#include <csignal>
 
 namespace
 {
@@ -404,4 +413,147 @@ TEST_F(Program, HundredsOfSignalsStopInParallel)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.output.count("First"), 256);
     EXPECT_EQ(run.output.count("Second"), 256);
+}
+
+namespace
+{
+
+const QByteArray bodyDbc = "BO_ 291 Body: 1 X\n"
+                           " SG_ Lamp : 0|8@1+ (1,0) [0|255] \"\" X\n"
+                           "VAL_ 291 Lamp 2 \"Off, dark\" ;\n"
+                           "BA_DEF_ BO_ \"GenMsgCycleTime\" INT 0 65535;\n"
+                           "BA_ \"GenMsgCycleTime\" BO_ 291 10;\n";
+const QByteArray twoBuses = "(1700000000.000000) can0 0CF00400#FFFFFF2003FFFFFF\n"
+                            "(1700000000.001000) can1 123#01\n"
+                            "(1700000000.002000) can1 0CF00400#FFFFFF4006FFFFFF\n"
+                            "(1700000000.013000) can1 123#02\n";
+
+/// Whether the process sleeps in poll(), as it does once it has read all that is in a pipe.
+bool isWaiting(qint64 process)
+{
+    QFile file(QString("/proc/%1/syscall").arg(process));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray number = file.readAll().split(' ').value(0);
+    return number == QByteArray::number(SYS_poll) || number == QByteArray::number(SYS_ppoll);
+}
+
+/// "bus name newest text" of each signal in the JSON of \a run.
+QStringList signalsIn(const MonitorRun& run)
+{
+    QStringList rows;
+    const QJsonObject json = QJsonDocument::fromJson(run.output.toUtf8()).object();
+    for (const QJsonValue& value : json.value("signals").toArray()) {
+        const QJsonObject signal = value.toObject();
+        rows += QString("%1 %2 %3 %4")
+                    .arg(signal.value("bus").toString("-"), signal.value("name").toString())
+                    .arg(signal.value("newest").toDouble())
+                    .arg(signal.value("newestText").toString("-"));
+    }
+    return rows;
+}
+
+} // namespace
+
+TEST_F(Program, EachBusHasItsDescription)
+{
+    const QStringList arguments{"replay", write("bus.log", twoBuses), "--format", "json"};
+    const QString engine = write("engine.dbc", speedDbc);
+    const QString body = write("body.dbc", bodyDbc);
+    EXPECT_EQ(signalsIn(runMonitor(
+                  arguments + QStringList{"--dbc", "can0=" + engine, "--dbc", "can1=" + body})),
+              (QStringList{"can0 EngineSpeed 100 -", "can1 Lamp 2 Off, dark"}));
+    EXPECT_EQ(signalsIn(runMonitor(arguments + QStringList{"--dbc", engine})),
+              (QStringList{"can0 EngineSpeed 100 -", "can1 EngineSpeed 200 -"}));
+    EXPECT_EQ(signalsIn(runMonitor(arguments + QStringList{"--dbc", engine, "--bus", "can1"})),
+              QStringList("- EngineSpeed 200 -"));
+    const MonitorRun missing = runMonitor(arguments + QStringList{"--dbc", "can7=" + engine});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_TRUE(missing.diagnostics.startsWith(
+        engine + ": bus \"can7\" has no frames (buses: can0, can1)\n"))
+        << missing.diagnostics.toStdString();
+}
+
+TEST_F(Program, RecordingsThatCanBeReadCountIfAnotherCannot)
+{
+    const QString dbc = write("bus.dbc", speedDbc);
+    const QString late = write("late.log", "(1700000002.0) can0 0CF00400#FFFFFF4006FFFFFF\n");
+    const MonitorRun run =
+        runMonitor({"replay", late, path("missing.log"), write("early.log", twoBuses), "--bus",
+                    "can0", "--dbc", dbc, "--format", "json"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(signalsIn(run), QStringList("- EngineSpeed 200 -"));
+    EXPECT_TRUE(run.output.contains("\"total\": 2,"));
+    EXPECT_TRUE(run.diagnostics.contains(path("missing.log") + ": cannot be read: "));
+}
+
+TEST_F(Program, TimesChooseFramesOfARecordingAndValuesOfASavedRun)
+{
+    const QString log = write("bus.log", twoBuses);
+    const QStringList replay{"replay",   log,   "--dbc", write("body.dbc", bodyDbc),
+                             "--format", "json"};
+    for (const QStringList& times : {QStringList{"--from", "0.001000001", "--to", "0.013"},
+                                     QStringList{"--from", "2023-11-14T22:13:20.002Z"}}) {
+        const MonitorRun run = runMonitor(replay + times);
+        EXPECT_TRUE(run.output.contains("\"total\": 2,")) << times.join(' ').toStdString();
+        EXPECT_EQ(signalsIn(run), QStringList("- Lamp 2 Off, dark"));
+    }
+    ASSERT_EQ(runMonitor(replay + QStringList{"--save", path("run")}).exitCode, 0);
+    const MonitorRun shown = runMonitor({"show", path("run"), "--to", "0.005", "--format", "json"});
+    EXPECT_EQ(signalsIn(shown), QStringList("can1 Lamp 1 -"));
+    EXPECT_TRUE(shown.diagnostics.contains("are those of the whole run"));
+}
+
+TEST_F(Program, IdsAndPeriodsAreListed)
+{
+    const QString log = write("bus.log", twoBuses);
+    const QString dbc = write("body.dbc", bodyDbc);
+    const MonitorRun ids = runMonitor({"ids", log, "--format", "csv"});
+    EXPECT_EQ(ids.exitCode, 0);
+    EXPECT_EQ(ids.output.section("\r\n", 1),
+              QString("can0,0CF00400,true,false,,1,0,8,8,,0,,,,,\r\n"
+                      "can1,123,false,false,,2,0,1,1,0,1,12,0,12,12,\r\n"
+                      "can1,0CF00400,true,false,,1,0,8,8,,0,,,,,\r\n"));
+    const MonitorRun periods =
+        runMonitor({"replay", log, "--dbc", dbc, "--periods", "--format", "csv"});
+    EXPECT_EQ(periods.exitCode, 0);
+    EXPECT_EQ(periods.output.section("\r\n", 1),
+              QString("can1,123,false,false,Body,2,0,1,1,0,1,12,0,12,12,10\r\n"));
+}
+
+TEST_F(Program, ValuesAreExported)
+{
+    const MonitorRun run =
+        runMonitor({"replay", write("bus.log", twoBuses), "--dbc", write("body.dbc", bodyDbc),
+                    "--dbc", write("engine.dbc", speedDbc), "--export", path("values.csv")});
+    EXPECT_EQ(run.exitCode, 0);
+    QFile file(path("values.csv"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll().toStdString(),
+              "time,signal,source,raw,value,text,unit,bus\r\n"
+              "1700000000.000000000,EngineSpeed,0,800,100,,rpm,can0\r\n"
+              "1700000000.001000000,Lamp,,1,1,,,can1\r\n"
+              "1700000000.002000000,EngineSpeed,0,1600,200,,rpm,can1\r\n"
+              "1700000000.013000000,Lamp,,2,2,\"Off, dark\",,can1\r\n");
+}
+
+// The writer keeps the pipe open, so the program would wait for ever.
+TEST_F(Program, InterruptedReplayPrintsTheStatisticsSoFar)
+{
+    QProcess program;
+    program.start(MONITOR_PROGRAM, {"replay", "-", "--dbc", write("bus.dbc", speedDbc), "--format",
+                                    "json", "--export", path("values.csv")});
+    ASSERT_TRUE(program.waitForStarted());
+    program.write("(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n(1.1) can0 0CF00400#FFFFFF4006FFFFFF\n");
+    ASSERT_TRUE(program.waitForBytesWritten());
+    ASSERT_TRUE(waitUntil([&] { return isWaiting(program.processId()); }));
+    ASSERT_EQ(kill(static_cast<pid_t>(program.processId()), SIGINT), 0);
+    ASSERT_TRUE(program.waitForFinished());
+    EXPECT_EQ(program.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.exitCode(), 2);
+    const QByteArray output = program.readAllStandardOutput();
+    EXPECT_TRUE(output.contains("\"complete\": false,")) << output.constData();
+    EXPECT_TRUE(output.contains("\"total\": 2,")) << output.constData();
+    EXPECT_TRUE(program.readAllStandardError().contains("interrupted"));
+    EXPECT_TRUE(QFile::exists(path("values.csv")));
 }

@@ -71,6 +71,7 @@ void expectShown(const MonitorRun& run, const QString& expectedFile)
 TEST(Sample, GeneratorReproducesRecordingsAndDescriptions)
 {
     expectReproduced("generateSample.py", {"engine.log", "engine.dbc", "drive.log", "drive.eds"});
+    expectReproduced("generateMf4.py", {"buses.mf4"});
 }
 
 TEST(Sample, ScriptReproducesTheExpectedStatistics)

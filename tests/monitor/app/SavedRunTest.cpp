@@ -112,10 +112,10 @@ TEST_F(SavedRuns, InvalidOrDamagedFileIsReportedWithExitCode2)
 
 TEST_F(SavedRuns, RunWithoutADecodedFrameReturnsExitCode1)
 {
-    EXPECT_EQ(runMonitor({"replay", sample("engine.expected"), "--dbc", sample("engine.dbc"),
-                          "--save", path("run")})
-                  .exitCode,
-              1);
+    const QString log = write("bus.log", "(1.0) can0 7FF#00\n");
+    EXPECT_EQ(
+        runMonitor({"replay", log, "--dbc", sample("engine.dbc"), "--save", path("run")}).exitCode,
+        1);
     const MonitorRun run = runMonitor({"show", path("run")});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.diagnostics, path("run") + ": contains no decoded frames\n");

@@ -122,7 +122,7 @@ TEST(JsonOutput, IncompleteRunAndUndecodedIdsAreMembers)
               }));
     EXPECT_TRUE(monitor::formatTable(snapshot).endsWith(
         "undecoded   00000123: 7 frame(s)\n"
-        "undecoded   can1 023: 5 frame(s)\n"
+        "undecoded   023 on bus can1: 5 frame(s)\n"
         "incomplete  stopped before the end of the recording\n"));
 }
 

@@ -70,7 +70,7 @@ TEST(IdTable, UndecodedIdsArePrintedWithTheirBus)
 {
     EXPECT_EQ(monitor::formatUndecoded({undecodedId(0x123, 7), {"can1", 0x18FEEE31, true, 2}}),
               QString("undecoded   123: 7 frame(s)\n"
-                      "undecoded   can1 18FEEE31: 2 frame(s)\n"));
+                      "undecoded   18FEEE31 on bus can1: 2 frame(s)\n"));
 }
 
 TEST(IdTable, TenUndecodedIdsArePrintedAndTheOthersCounted)

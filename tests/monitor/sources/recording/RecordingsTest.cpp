@@ -335,7 +335,8 @@ TEST_F(Recordings, DamagedLinesAreCountedAndLocatedInTheirFiles)
 
 TEST_F(Recordings, FileWithoutAnyFrameIsCountedToo)
 {
-    Reader recordings({write("a", "(damaged\n"), writeFrames("b", 0x10, {1})});
+    Reader recordings({write("a", "(1.0) can0 20000088#0000000000000000\n(damaged\n"),
+                       writeFrames("b", 0x10, {1})});
     EXPECT_EQ(idsIn(recordings), QString("10"));
     EXPECT_EQ(recordings.counts().unreadable, 1);
 }
