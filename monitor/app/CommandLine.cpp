@@ -90,7 +90,10 @@ QString generalHelp()
     text += helpEntry(QStringLiteral("--version"), QStringLiteral("Print the version."));
     text += QStringLiteral("\n\"vantrel COMMAND --help\" lists the options of a command.\n\n");
     text +=
-        wrapped(QStringLiteral("Recording formats: %1.").arg(joinWords(formats, "and")), 0) + '\n';
+        wrapped(QStringLiteral("Recording formats: %1. Recordings may be packed by gzip or zstd.")
+                    .arg(joinWords(formats, "and")),
+                0) +
+        '\n';
     return text +
            wrapped(QStringLiteral("Exit status: 0 on success, 1 if nothing could be decoded, "
                                   "listed or sent, 2 for a usage error, a file that cannot be "
@@ -251,8 +254,13 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     QString error = command.id == CommandId::Ids ? uselessOption(parser, options) : QString();
     if (!error.isEmpty())
         return QLatin1String(command.name) + QStringLiteral(" ") + error;
+    const auto& from = options.choice.from;
+    const auto& to = options.choice.to;
     if (!missing.isEmpty())
         error = QStringLiteral("needs ") + joinWords(missing, "and");
+    else if (from && to && from->isAbsolute == to->isAbsolute &&
+             from->nanoseconds > to->nanoseconds)
+        error = QStringLiteral("needs a time for --to that is not before that for --from");
     else if ((decodingCommands | CommandId::Ids).testFlag(command.id))
         error = completeDescriptions(options);
     sortByTables(options);

@@ -102,12 +102,17 @@ void print(const Problems& problems, QTextStream& diagnostics)
 void printMissingBuses(const MonitorOptions& options, const FrameSource& source,
                        QTextStream& diagnostics)
 {
-    const QStringList buses = source.buses();
+    QStringList buses = source.buses();
+    buses.removeAll(QString());
     for (const GivenDescription& given : options.descriptions) {
         if (!given.bus.isEmpty() && !buses.contains(given.bus))
-            diagnostics << QStringLiteral("%1: bus \"%2\" has no frames (buses: %3)\n")
-                               .arg(given.file.fileName, given.bus,
-                                    buses.join(QStringLiteral(", ")));
+            diagnostics << (buses.isEmpty()
+                                ? QStringLiteral("%1: is for bus \"%2\", but the frames have no "
+                                                 "buses; give the file without a bus\n")
+                                      .arg(given.file.fileName, given.bus)
+                                : QStringLiteral("%1: bus \"%2\" has no frames (buses: %3)\n")
+                                      .arg(given.file.fileName, given.bus,
+                                           buses.join(QStringLiteral(", "))));
     }
 }
 

@@ -83,11 +83,12 @@ ExitCode RunOutputs::finish(Session& session, const MonitorOptions& options, con
     const bool listsIds = options.subject == MonitorOptions::Subject::Ids;
     if ((listsIds ? counts.total : counts.decoded) > 0)
         return ExitCode::Success;
-    diagnostics << origin
-                << (options.descriptions.isEmpty()
-                        ? QStringLiteral(": contains no %1frames").arg(listsIds ? "" : "decoded ")
-                        : nothingDecodedWith(options))
-                << '\n';
+    QString reason = QStringLiteral(": contains no decoded frames"); // of a saved run
+    if (counts.total == 0)
+        reason = QStringLiteral(": no frames");
+    else if (!options.descriptions.isEmpty())
+        reason = nothingDecodedWith(options);
+    diagnostics << origin << reason << '\n';
     return ExitCode::NothingDecoded;
 }
 

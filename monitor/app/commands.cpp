@@ -10,6 +10,8 @@
 #include "text/Progress.h"
 #include "text/Table.h"
 
+#include <algorithm>
+
 namespace monitor
 {
 
@@ -103,6 +105,13 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
     running = nullptr;
     connection.disconnect();
     printRemarks(source, diagnostics);
+    const QStringList buses = source.buses();
+    if (options.choice.buses.isEmpty() && buses.size() > 1)
+        diagnostics << QStringLiteral(
+                           "the recording has frames of %1 buses (%2), all of which were "
+                           "sent on %3; choose some with --bus\n")
+                           .arg(buses.size())
+                           .arg(buses.join(QStringLiteral(", ")), options.bus.name());
     printCounts(sender, source.counts(), output);
     if (!busError.isEmpty())
         diagnostics << options.bus.name() << ": " << busError << '\n';
@@ -131,6 +140,14 @@ ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diag
     if (!isWhole)
         diagnostics << options.file
                     << ": the counts of frames, n/a and errors are those of the whole run\n";
+    const bool hasValues =
+        std::any_of(run.recordedSignals.cbegin(), run.recordedSignals.cend(),
+                    [](const SavedSignal& saved) { return !saved.records.microseconds.isEmpty(); });
+    if (!isWhole && !hasValues) {
+        diagnostics << options.file
+                    << ": contains no values in the time chosen by --from and --to\n";
+        return ExitCode::NothingDecoded;
+    }
     Session session({}, options.k.value_or(run.k)); // decodes nothing
     restore(run, session);
     return outputs.finish(session, options, options.file, diagnostics);

@@ -199,8 +199,9 @@ qint64 nanosecondsIn(const QString& digits)
 
 constexpr qint64 nanosecondsPerSecond = 1000000000;
 
-/// Reads a number of seconds since the beginning, such as "12.5".
-std::optional<Moment> relativeMoment(const QString& text)
+/// Reads a number of seconds, such as "12.5". A number of absolute times, such as 1700000000,
+/// counts from 1970-01-01 UTC.
+std::optional<Moment> momentInSeconds(const QString& text)
 {
     constexpr qlonglong latest = 4000000000;
     const int point = text.indexOf('.');
@@ -209,7 +210,8 @@ std::optional<Moment> relativeMoment(const QString& text)
     const qint64 fraction = point < 0 ? 0 : nanosecondsIn(text.mid(point + 1));
     if (!isNumber || seconds < 0 || seconds > latest || fraction < 0)
         return std::nullopt;
-    return Moment{seconds * nanosecondsPerSecond + fraction, false};
+    const qint64 time = seconds * nanosecondsPerSecond + fraction;
+    return Moment{time, time >= firstAbsoluteTime};
 }
 
 /// Reads a date, or a date and time in ISO 8601. Without a time zone it is UTC.
@@ -238,7 +240,7 @@ std::optional<Moment> absoluteMoment(const QString& text)
 ReadValue moment(std::optional<Moment> FrameChoice::*member)
 {
     return [member](const QString& text, Options& options) {
-        std::optional<Moment> read = relativeMoment(text);
+        std::optional<Moment> read = momentInSeconds(text);
         if (!read)
             read = absoluteMoment(text);
         options.choice.*member = read;
@@ -257,7 +259,9 @@ QVector<OptionRow> descriptionRows()
                      reader.isRepeatable ? Occurrence::AnyNumber : Occurrence::AtMostOnce,
                      [&reader](const QString& text, Options& options) {
                          options.descriptions.append(describedFile(reader, text));
-                         return QString();
+                         return options.descriptions.constLast().file.fileName.isEmpty()
+                                    ? QStringLiteral("needs a file after the bus")
+                                    : QString();
                      }});
     }
     return rows;
@@ -289,7 +293,8 @@ QVector<OptionRow> frameRows()
         CommandSet(CommandId::Replay) | CommandId::Ids | CommandId::Send | CommandId::Show;
     const QString forms = QStringLiteral(
         " TIME is a number of seconds since the first frame, or a date and time such as "
-        "2021-10-25T19:00:55.5Z (UTC unless it has a time zone).");
+        "2021-10-25T19:00:55.5Z (UTC unless it has a time zone), or seconds since 1970 as in "
+        "exported values.");
     return {
         {"bus", "NAME",
          "Use only the frames of this bus: an interface such as can0, or the number of a channel "

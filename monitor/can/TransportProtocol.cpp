@@ -45,10 +45,12 @@ quint32 announcedPgn(const Frame& frame)
     return static_cast<quint32>(frame.data[5] | frame.data[6] << 8 | frame.data[7] << 16);
 }
 
-/// An id for the message. The priority and the destination are 0: they do not matter for a PGN.
+/// An id for the message. Its priority is 0, since it is unknown.
 quint32 idOf(quint32 pgn, const Frame& packet)
 {
-    return pgn << 8 | sourceAddressOf(packet.id);
+    const quint32 id = pgn << 8 | sourceAddressOf(packet.id);
+    const auto destination = static_cast<quint32>(destinationOf(packet));
+    return hasDestination(id) ? (id & ~0xFF00U) | destination << 8 : id;
 }
 
 } // namespace

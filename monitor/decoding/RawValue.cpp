@@ -112,10 +112,18 @@ QVariant rawValueOf(quint64 bits, const SignalLayout& layout)
 
 std::optional<quint64> bitsOf(const QVariant& raw, const SignalLayout& layout)
 {
-    const quint64 bits = raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
+    quint64 bits = raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
+    if (layout.isFloat) {
+        const double number = raw.toDouble();
+        const auto shortNumber = static_cast<float>(number);
+        quint32 shortBits = 0;
+        std::memcpy(&bits, &number, sizeof bits);
+        std::memcpy(&shortBits, &shortNumber, sizeof shortBits);
+        if (layout.length == 32)
+            bits = shortBits;
+    }
     const QVariant made = rawValueOf(bits, layout);
-    return !layout.isFloat && made.type() == raw.type() && made == raw ? std::optional(bits)
-                                                                       : std::nullopt;
+    return made.type() == raw.type() && made == raw ? std::optional(bits) : std::nullopt;
 }
 
 } // namespace monitor

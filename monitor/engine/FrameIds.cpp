@@ -145,6 +145,20 @@ QVector<IdStatistics> FrameIds::calcStatistics(const QVector<CatalogueMessage>& 
         }
         ids.append(id);
     }
+    for (int i = 0; i < messages.size(); ++i) {
+        const CatalogueMessage& message = messages.at(i);
+        const bool isSeen = std::any_of(records.begin(), records.end(),
+                                        [i](const Record& record) { return record.message == i; });
+        if (isSeen)
+            continue;
+        IdStatistics id;
+        id.bus = busNames.isEmpty() ? QString() : message.bus;
+        id.id = message.id;
+        id.extended = message.extended;
+        id.message = message.name;
+        id.cycleTime = message.cycleTime;
+        ids.append(id);
+    }
     sort(ids);
     return ids;
 }

@@ -81,8 +81,8 @@ public:
 
     void clear() { *this = FrameIds(); }
 
-    /// The statistics of all ids, in the order of buses and ids, reassembled messages last. The
-    /// buses are named only if \a busNames is not empty.
+    /// The statistics of all ids, in the order of buses and ids, reassembled messages last, and of
+    /// \a messages without frames. The buses are named only if \a busNames is not empty.
     QVector<IdStatistics> calcStatistics(const QVector<CatalogueMessage>& messages,
                                          const QStringList& busNames) const;
 

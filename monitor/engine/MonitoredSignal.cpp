@@ -8,15 +8,13 @@ namespace monitor
 namespace
 {
 
-/// The value texts of \a signal by its values. A floating-point signal has none, since the texts of
-/// a description belong to whole raw values.
+/// The value texts of \a signal by its values.
 QMap<double, QString> textsByValue(const SignalDescription& signal)
 {
     QMap<double, QString> texts;
-    if (signal.layout.isFloat)
-        return texts;
     for (auto text = signal.valueTexts.begin(); text != signal.valueTexts.end(); ++text) {
-        const double raw = signal.layout.isSigned
+        const double raw = signal.layout.isFloat ? floatIn(text.key(), signal.layout.length)
+                           : signal.layout.isSigned
                                ? static_cast<double>(signExtended(text.key(), signal.layout.length))
                                : static_cast<double>(text.key());
         texts.insert(raw * signal.scaling.factor + signal.scaling.offset, text.value());

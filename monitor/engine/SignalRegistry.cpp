@@ -1,5 +1,7 @@
 #include "SignalRegistry.h"
 
+#include "sources/BusNames.h"
+
 #include <algorithm>
 #include <atomic>
 #include <numeric>
@@ -16,8 +18,8 @@ namespace
 quint64 keyOf(const DecodedSignal& decoded)
 {
     constexpr quint64 sources = 257; // 256 source addresses, and no source
-    constexpr quint64 buses = 1U << 16U;
-    constexpr quint64 signalsOfMessage = 1U << 15U; // more than a message has bits
+    constexpr quint64 buses = BusNames::maxNames;
+    constexpr quint64 signalsOfMessage = 1U << 20U; // more than a message has signals
     const auto message = static_cast<quint64>(decoded.message);
     const auto signal = static_cast<quint64>(decoded.signal);
     const quint64 source = decoded.source ? *decoded.source : sources - 1;

@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr int bufferSize = 1 << 20;
+const QByteArray header = QByteArrayLiteral("time,signal,source,raw,value,text,unit,bus\r\n");
 
 /// A time in seconds, with nine decimals.
 QByteArray secondsOf(qint64 nanoseconds)
@@ -42,12 +43,19 @@ QByteArray plainValueOf(const QVariant& value)
 
 QString ExportFile::check()
 {
-    const QFileInfo present(file.fileName());
-    if (present.exists() && !present.isFile())
-        return file.fileName() + QStringLiteral(": cannot be written: not a regular file");
+    QFile present(file.fileName());
+    const QString refused = file.fileName() + QStringLiteral(": cannot be written: ");
+    if (file.fileName() == QLatin1String("-"))
+        return refused + QStringLiteral("standard output is for the statistics; name a file");
+    if (present.exists() && !QFileInfo(present).isFile())
+        return refused + QStringLiteral("not a regular file");
+    // So that a recording or description is not replaced by mistake.
+    if (present.exists() && present.size() > 0 &&
+        !(present.open(QIODevice::ReadOnly) && present.peek(header.size()) == header))
+        return refused + QStringLiteral("the file exists and has other contents");
     if (!file.open(QIODevice::WriteOnly))
         return cannotBeWritten(file);
-    lines = "time,signal,source,raw,value,text,unit,bus\r\n";
+    lines = header;
     return QString();
 }
 

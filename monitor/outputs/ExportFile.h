@@ -14,7 +14,7 @@ class ExportFile : public Output, private ValueSink
 public:
     explicit ExportFile(const QString& fileName) : file(fileName) {}
 
-    /// Opens the file.
+    /// Opens the file. An existing file is replaced only if it is empty or was exported before.
     [[nodiscard]] QString check() override;
     ValueSink* valueSink() override { return this; }
 

@@ -112,7 +112,7 @@ OutputResult IdOutput::write(const FinishedRun& run, const OutputProgress& /*pro
 {
     QVector<IdStatistics> ids = run.session.calcIdStatistics();
     const auto isUnwanted = [this](const IdStatistics& id) {
-        return onlyDescribed ? id.message.isEmpty() : id.isTransported;
+        return onlyDescribed ? id.message.isEmpty() : id.isTransported || id.frames == 0;
     };
     ids.erase(std::remove_if(ids.begin(), ids.end(), isUnwanted), ids.end());
     switch (format) {

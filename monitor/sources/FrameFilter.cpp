@@ -16,6 +16,7 @@ bool FrameFilter::next(Frame& frame)
         if (!isChosen(read))
             continue;
         frame = read;
+        ++delivered;
         return true;
     }
     return false;
@@ -24,7 +25,11 @@ bool FrameFilter::next(Frame& frame)
 QStringList FrameFilter::notes() const
 {
     QStringList notes = input.notes();
-    const QStringList known = input.buses();
+    QStringList known = input.buses();
+    known.removeAll(QString());
+    if (known.isEmpty() && !busIsChosen.isEmpty()) // there were frames
+        return notes + QStringList(QStringLiteral(
+                           "the recording does not name its buses; leave out --bus"));
     for (const QString& bus : chosen.buses) {
         if (!known.contains(bus))
             notes += QStringLiteral("bus \"%1\" has no frames (buses: %2)")
@@ -39,6 +44,8 @@ QStringList FrameFilter::notes() const
     if (wantsAbsolute && first && *first < firstAbsoluteTime)
         notes += QStringLiteral("the times of the recording are not absolute; give --from and --to "
                                 "in seconds since its first frame");
+    else if (delivered == 0 && outsideTime > 0)
+        notes += QStringLiteral("no frames in the time chosen by --from and --to");
     return notes;
 }
 
@@ -67,8 +74,10 @@ bool FrameFilter::isInTime(const Frame& frame)
         return false;
     }
     const qint64 time = *frame.nanoseconds;
-    return (!chosen.from || time >= timeOf(*chosen.from, *first)) &&
-           (!chosen.to || time <= timeOf(*chosen.to, *first));
+    const bool isInside = (!chosen.from || time >= timeOf(*chosen.from, *first)) &&
+                          (!chosen.to || time <= timeOf(*chosen.to, *first));
+    outsideTime += isInside ? 0 : 1;
+    return isInside;
 }
 
 } // namespace monitor

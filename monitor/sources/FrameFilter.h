@@ -63,6 +63,8 @@ private:
     QVector<bool> busIsChosen;
     std::optional<qint64> first; // the time of the first frame
     qint64 withoutTime = 0;
+    qint64 outsideTime = 0;
+    qint64 delivered = 0;
 };
 
 } // namespace monitor

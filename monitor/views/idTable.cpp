@@ -1,5 +1,6 @@
 #include "idTable.h"
 
+#include "statisticsTable.h"
 #include "text/Table.h"
 #include "text/numbers.h"
 
@@ -125,10 +126,8 @@ QString formatUndecoded(const QVector<UndecodedId>& ids)
     constexpr int maxLines = 10;
     QString lines;
     for (const UndecodedId& id : ids.mid(0, maxLines)) {
-        const QString bus =
-            id.bus.isEmpty() ? QString() : QStringLiteral(" on bus ") + printable(id.bus);
         lines += QStringLiteral("undecoded   %1%2: %3 frame(s)\n")
-                     .arg(formatId(id.id, id.extended), bus)
+                     .arg(formatId(id.id, id.extended), busSuffix(id.bus))
                      .arg(id.frames);
     }
     if (ids.size() > maxLines)

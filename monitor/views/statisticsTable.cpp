@@ -108,15 +108,20 @@ QString formatStatistics(const Snapshot& snapshot)
     return formatTable(columns, rows);
 }
 
+QString busSuffix(const QString& bus)
+{
+    return bus.isEmpty() ? QString() : QStringLiteral(" on bus ") + printable(bus);
+}
+
 QString formatLimits(const Snapshot& snapshot)
 {
     QString lines;
     for (const SnapshotRow& row : snapshot.rows) {
         const auto& limits = row.statistics->limits;
         if (limits)
-            lines += QStringLiteral("limits      %1: %2 .. %3\n")
-                         .arg(printable(row.statistics->name), formatComputed(limits->lowest),
-                              formatComputed(limits->highest));
+            lines += QStringLiteral("limits      %1%2: %3 .. %4\n")
+                         .arg(printable(row.statistics->name), busSuffix(row.statistics->bus),
+                              formatComputed(limits->lowest), formatComputed(limits->highest));
     }
     return lines;
 }

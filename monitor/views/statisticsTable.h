@@ -16,6 +16,9 @@ QStringList statisticsCells(const SignalStatistics& statistics);
 /// stands for a statistic that a signal lacks.
 QString formatStatistics(const Snapshot& snapshot);
 
+/// " on bus NAME"; empty if the bus is not named.
+QString busSuffix(const QString& bus);
+
 /// A line for each signal that is rated by the user's limits.
 QString formatLimits(const Snapshot& snapshot);
 

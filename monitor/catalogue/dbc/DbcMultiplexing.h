@@ -1,7 +1,9 @@
 #pragma once
 
 #include "catalogue/Description.h"
+
 #include "text/Problems.h"
+#include <QtCore/QPair>
 
 namespace monitor
 {
@@ -9,12 +11,13 @@ namespace monitor
 /// A signal as written in a DBC file, before its multiplexor is known.
 struct DbcSignal : SignalDescription {
     qint64 line = 0;
-    QString longName;                   ///< the full name if the name is an abbreviation
-    bool isSwitch = false;              ///< M or mNM: other signals may depend on it
-    std::optional<quint64> switchValue; ///< N of mN or mNM
-    QString switchName;                 ///< name of its multiplexor, from SG_MUL_VAL_
-    QVector<RawRange> switchValues;     ///< from SG_MUL_VAL_
-    bool isUnclear = false;             ///< true: one of its SG_MUL_VAL_ cannot be parsed
+    QVector<QPair<QString, QString>> writtenTexts; ///< numbers as in the file, and their texts
+    QString longName;                              ///< the full name if the name is an abbreviation
+    bool isSwitch = false;                         ///< M or mNM: other signals may depend on it
+    std::optional<quint64> switchValue;            ///< N of mN or mNM
+    QString switchName;                            ///< name of its multiplexor, from SG_MUL_VAL_
+    QVector<RawRange> switchValues;                ///< from SG_MUL_VAL_
+    bool isUnclear = false; ///< true: one of its SG_MUL_VAL_ cannot be parsed
 };
 
 /// Determines the multiplexors of the signals of one message. SG_MUL_VAL_ names the multiplexor and

@@ -11,7 +11,9 @@
 #include <QtCore/QSet>
 
 #include <cmath>
+#include <cstring>
 #include <functional>
+#include <optional>
 
 namespace monitor
 {
@@ -46,20 +48,54 @@ quint32 normalized(quint32 number)
 /// Numbers, as written in the file, and their texts.
 using ValueTexts = QVector<QPair<QString, QString>>;
 
-/// Sets the value texts of \a signal. Numbers that cannot be its raw values are left out.
-void setValueTexts(const ValueTexts& texts, DbcSignal& signal)
+/// The bits of an IEEE number of 32 or 64 bits.
+quint64 floatBits(double number, int length)
 {
-    const int unused = 64 - signal.layout.length; // bits
-    for (const auto& [number, text] : texts) {
-        bool isNumber = false;
-        const quint64 bits = signal.layout.isSigned
-                                 ? static_cast<quint64>(number.toLongLong(&isNumber))
-                                 : number.toULongLong(&isNumber);
-        const quint64 raw = bits << unused >> unused;
-        const auto extended = static_cast<quint64>(static_cast<qint64>(bits << unused) >> unused);
-        if (isNumber && bits == (signal.layout.isSigned ? extended : raw))
-            signal.valueTexts.insert(raw, text);
+    const auto shortNumber = static_cast<float>(number);
+    quint64 bits = 0;
+    quint32 shortBits = 0;
+    static_assert(sizeof bits == sizeof number && sizeof shortBits == sizeof shortNumber);
+    std::memcpy(&bits, &number, sizeof bits);
+    std::memcpy(&shortBits, &shortNumber, sizeof shortBits);
+    return length == 32 ? shortBits : bits;
+}
+
+/// The bits of the raw value \a number of a signal; empty if the signal cannot have it.
+std::optional<quint64> rawBitsOf(const QString& number, const SignalLayout& layout)
+{
+    bool isReal = false;
+    const double real = number.toDouble(&isReal);
+    if (layout.isFloat)
+        return isReal ? std::optional(floatBits(real, layout.length)) : std::nullopt;
+    bool isWhole = false;
+    auto bits = static_cast<quint64>(number.toLongLong(&isWhole));
+    if (!isWhole && !layout.isSigned)
+        bits = number.toULongLong(&isWhole);
+    constexpr double exactIntegers = 9007199254740992; // such as "1.0"
+    if (!isWhole && isReal && std::fabs(real) <= exactIntegers && std::trunc(real) == real) {
+        bits = static_cast<quint64>(static_cast<qint64>(real));
+        isWhole = true;
     }
+    const int unused = 64 - layout.length; // bits
+    const quint64 raw = bits << unused >> unused;
+    const auto extended = static_cast<quint64>(static_cast<qint64>(bits << unused) >> unused);
+    const bool isNegative = real < 0;
+    const bool fits = layout.isSigned ? bits == extended : bits == raw && !isNegative;
+    return isWhole && fits ? std::optional(raw) : std::nullopt;
+}
+
+/// Sets the value texts of \a signal, except those of values that it cannot have. Returns how many
+/// are not of whole numbers.
+int setValueTexts(DbcSignal& signal)
+{
+    int fractions = 0;
+    for (const auto& [number, text] : qAsConst(signal.writtenTexts)) {
+        if (const std::optional<quint64> bits = rawBitsOf(number, signal.layout))
+            signal.valueTexts.insert(*bits, text);
+        else if (const double value = number.toDouble(); std::trunc(value) != value)
+            ++fractions;
+    }
+    return fractions;
 }
 
 /// Reads the sections of a DBC file in order.
@@ -468,7 +504,7 @@ void DbcParser::parseValueTexts()
         return problems.add(sectionLine, QStringLiteral("value texts (VAL_) cannot be parsed"));
     refer(number, name, QStringLiteral("value texts (VAL_)"),
           [this, table, texts](DbcSignal& signal) {
-              setValueTexts(table.isEmpty() ? texts : valueTables.value(table), signal);
+              signal.writtenTexts += table.isEmpty() ? texts : valueTables.value(table);
           });
 }
 
@@ -633,6 +669,13 @@ QVector<MessageDescription> DbcParser::messages(const DescriptionFile& file, QSt
         message.cycleTime = attributes.cycleTime(message.number);
         message.protocol =
             message.extended ? protocolOf(message, file.protocol) : Protocol::CANopen;
+        for (DbcSignal& signal : message.dbcSignals) {
+            if (const int fractions = setValueTexts(signal))
+                problems.add(signal.line,
+                             QStringLiteral("signal \"%1\": %2 value text(s) not of whole numbers")
+                                 .arg(signal.name)
+                                 .arg(fractions));
+        }
         described.append({message, resolveMultiplexing(message.dbcSignals, problems)});
     }
     const int assumed = assumedJ1939 + assumedPlain;

@@ -56,7 +56,7 @@ Recordings::Recordings(const QStringList& fileNames, std::function<bool()> isSto
         auto part = std::make_unique<Part>();
         part->fileName = fileName;
         part->number = static_cast<int>(waiting.size());
-        part->bytes = QFileInfo(fileName).size();
+        part->bytes = fileName == QLatin1String("-") ? 0 : QFileInfo(fileName).size();
         totalBytes += part->bytes;
         open(*part);
         if (!part->source || !readHead(*part)) {
@@ -65,7 +65,7 @@ Recordings::Recordings(const QStringList& fileNames, std::function<bool()> isSto
         }
         part->first = part->head.nanoseconds;
         // A file is opened again when its time has come, so that any number of files can be read.
-        if (fileNames.size() > 1 && QFileInfo(fileName).isFile())
+        if (fileNames.size() > 1 && fileName != QLatin1String("-") && QFileInfo(fileName).isFile())
             part->source.reset();
         waiting.push_back(std::move(part));
     }

@@ -101,9 +101,7 @@ TEST(Bus, LiveEndsAfterItsDuration)
     const MonitorRun run = live.waitForEnd();
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.output.contains("frames      0\n"));
-    EXPECT_EQ(run.diagnostics, bus.name() + ": no frames could be decoded with " +
-                                   sampleFile("engine.dbc") + ", " + sampleFile("drive.eds") +
-                                   '\n');
+    EXPECT_EQ(run.diagnostics, bus.name() + ": no frames\n");
 }
 
 TEST(Bus, LostConnectionPrintsTheStatisticsSoFarWithExitCode2)

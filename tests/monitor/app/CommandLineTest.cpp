@@ -340,6 +340,8 @@ TEST(CommandLine, DescriptionCanBeForOneBus)
         found += given.bus + ' ' + given.file.fileName;
     EXPECT_EQ(found,
               (QStringList{"can0 a=b.dbc", ' ' + whole, " x/can0=a.dbc", "1 a.eds", "2 a.eds"}));
+    EXPECT_EQ(errorOf({"replay", "a", "--dbc", "can0="}),
+              QString("option --dbc needs a file after the bus"));
     EXPECT_EQ(errorOf({"replay", "a", "--eds", "1=a.eds", "--eds", "1=b.eds", "--node", "5",
                        "--node", "5"}),
               QString("replay needs a different node for each file, but --node 5 is repeated"));
@@ -360,6 +362,10 @@ TEST(CommandLine, MomentsAreReadToTheNanosecond)
     EXPECT_EQ(momentOf("2021-10-25T19:00").nanoseconds, 1635188400000000000);
     EXPECT_EQ(momentOf("12.000000001").nanoseconds, 12000000001);
     EXPECT_FALSE(momentOf("12").isAbsolute);
+    EXPECT_TRUE(momentOf("1635188455.02085").isAbsolute); // as in exported values
+    EXPECT_EQ(momentOf("1635188455.02085").nanoseconds, 1635188455020850000);
+    EXPECT_EQ(errorOf(replay + QStringList{"--from", "2", "--to", "1"}),
+              QString("replay needs a time for --to that is not before that for --from"));
 }
 
 TEST(CommandLine, IdsNeedsNoDescriptionAndWatchesABusOnRequest)

@@ -347,7 +347,8 @@ TEST_F(Program, NothingDecodedIsReportedWithExitCode1AndBothFileNames)
         const MonitorRun run = replay(log, speedDbc);
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_TRUE(run.diagnostics.contains(path("bus.log"))) << run.diagnostics.toStdString();
-        EXPECT_TRUE(run.diagnostics.contains(path("bus.dbc")));
+        EXPECT_TRUE(
+            run.diagnostics.contains(log.isEmpty() ? QString("no frames") : path("bus.dbc")));
         EXPECT_TRUE(run.output.contains("decoded     0\n"));
     }
 }

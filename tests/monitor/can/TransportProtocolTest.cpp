@@ -313,3 +313,18 @@ TEST(TransportProtocol, RandomFramesNeverYieldMessagesOfInvalidLength)
         ASSERT_TRUE(!message || (message->payload.length >= 9 && message->payload.length <= 1785));
     }
 }
+
+// Descriptions may have one message for each destination of a PGN.
+TEST(TransportProtocol, MessageToOneDestinationKeepsIt)
+{
+    TransportProtocol protocol;
+    Frame request = announcement(0x11, 0x20, 9);
+    request.data[5] = 0x00;
+    request.data[6] = 0xEF; // PGN EF00, which has a destination
+    request.data[7] = 0x00;
+    protocol.take(request);
+    protocol.take(packet(0x11, 0x20, 1));
+    const auto message = protocol.take(packet(0x11, 0x20, 2));
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->payload.id, 0xEF2011U);
+}

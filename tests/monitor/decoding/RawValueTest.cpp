@@ -194,7 +194,10 @@ TEST(RawValue, ValueThatDoesNotComeFromTheLayoutHasNoBits)
         EXPECT_EQ(monitor::bitsOf(raw, layout), std::nullopt) << raw.typeName();
     layout.length = 32;
     layout.isFloat = true;
-    EXPECT_EQ(monitor::bitsOf(QVariant(0.0F), layout), std::nullopt);
+    EXPECT_EQ(monitor::bitsOf(QVariant(5), layout), std::nullopt);
+    EXPECT_EQ(monitor::bitsOf(QVariant(1.5F), layout), 0x3FC00000U);
+    layout.length = 64;
+    EXPECT_EQ(monitor::bitsOf(QVariant(-2.0), layout), 0xC000000000000000U);
 }
 
 // 1.5 is 1.1 in binary: the exponent is 0, stored as 127 or 1023, and the highest fraction bit is

@@ -26,6 +26,7 @@ namespace
 {
 
 const QByteArray header = "time,signal,source,raw,value,text,unit,bus\r\n";
+const QByteArray before = header + "1.0,Earlier,,1,1,,,\r\n";
 
 class ExportFile : public testing::Test
 {
@@ -338,7 +339,7 @@ TEST_F(ExportFile, LimitOfKeptRecordsDoesNotLimitTheExport)
 // Only lines that are not in the file yet can be in memory.
 TEST_F(ExportFile, LinesAreWrittenDuringTheRun)
 {
-    const qint64 before = openBytes();
+    const qint64 earlier = openBytes();
     monitor::ExportFile output(path());
     ASSERT_EQ(output.check(), QString());
     monitor::SignalStatistics identity;
@@ -346,7 +347,7 @@ TEST_F(ExportFile, LinesAreWrittenDuringTheRun)
     constexpr qint64 values = 20000;
     for (int i = 0; i < values; ++i)
         output.valueSink()->take({identity, {}, monitor::Availability::Measured, i, 1, 1, {}});
-    const qint64 written = openBytes() - before;
+    const qint64 written = openBytes() - earlier;
     EXPECT_GT(written, (values - 2000) * 1000);
 }
 
@@ -354,25 +355,37 @@ TEST_F(ExportFile, ExistingFileIsUnchangedUntilTheEndOfTheRun)
 {
     QFile existing(path());
     ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    existing.write("before");
+    existing.write(before);
     existing.close();
     auto output = std::make_unique<monitor::ExportFile>(path());
     ASSERT_EQ(output->check(), QString());
     Session session(j1939(describedSignal(0, 8)), 3);
     session.setValueSink(output->valueSink());
     session.take(frameOf(1));
-    EXPECT_EQ(content(), QByteArray("before"));
+    EXPECT_EQ(content(), before);
     output.reset();
-    EXPECT_EQ(content(), QByteArray("before"));
+    EXPECT_EQ(content(), before);
     EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden),
               QStringList("values.csv"));
+}
+
+TEST_F(ExportFile, FileWithOtherContentsIsNotReplaced)
+{
+    QFile existing(path());
+    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
+    existing.write("(1.0) can0 123#11\n");
+    existing.close();
+    EXPECT_EQ(monitor::ExportFile(path()).check(),
+              path() + ": cannot be written: the file exists and has other contents");
+    EXPECT_EQ(monitor::ExportFile("-").check(),
+              QString("-: cannot be written: standard output is for the statistics; name a file"));
 }
 
 TEST_F(ExportFile, ExistingFileIsReplacedAtTheEndOfTheRun)
 {
     QFile existing(path());
     ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    existing.write(QByteArray(10000, 'x'));
+    existing.write(header + QByteArray(10000, 'x'));
     existing.close();
     EXPECT_EQ(linesOf(j1939(describedSignal(0, 8)), {frameOf(1)}).size(), 1);
 }
@@ -381,7 +394,7 @@ TEST_F(ExportFile, FullDiskIsAnErrorAndLeavesAnExistingFileUnchanged)
 {
     QFile existing(path());
     ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    existing.write("before");
+    existing.write(before);
     existing.close();
     Session session(j1939(describedSignal(0, 8)), 3);
     QString error;
@@ -397,7 +410,7 @@ TEST_F(ExportFile, FullDiskIsAnErrorAndLeavesAnExistingFileUnchanged)
         session.setValueSink(nullptr);
     }
     EXPECT_TRUE(error.startsWith(path() + ": cannot be written: ")) << error.toStdString();
-    EXPECT_EQ(content(), QByteArray("before"));
+    EXPECT_EQ(content(), before);
 }
 
 TEST_F(ExportFile, DirectoryOrMissingDirectoryIsAnErrorBeforeTheRun)

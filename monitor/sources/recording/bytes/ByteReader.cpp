@@ -11,7 +11,7 @@ namespace monitor
 namespace
 {
 
-constexpr qint64 blockSize = 256 * 1024;
+constexpr qint64 blockSize = qint64{256} * 1024;
 
 } // namespace
 

@@ -45,8 +45,8 @@ struct VersionRow {
 };
 
 constexpr VersionRow versionRows[] = {
-    {"1.0", true, "NOIlD"},    {"1.1", true, "NOTIlD"},   {"1.2", true, "NOTBIlD"},
-    {"1.3", true, "NOTBIRlD"}, {"2.0", false, "NOTIdlD"}, {"2.1", false, "NOTBIdRLD"},
+    {"1.0", true, "NOIlD"},    {"1.1", true, "NOTIlD"},   {"1.2", true, "NOBTIlD"},
+    {"1.3", true, "NOBTIRlD"}, {"2.0", false, "NOTIdlD"}, {"2.1", false, "NOTBIdRLD"},
 };
 constexpr VersionRow versionWithoutKeyword = versionRows[0];
 

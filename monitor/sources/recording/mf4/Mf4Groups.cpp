@@ -173,8 +173,7 @@ std::optional<qint64> Mf4Time::read(const char* record, qint64 index) const
     if (conversion.kind == Mf4Conversion::None || conversion.kind == Mf4Conversion::Linear)
         value = value * factor + static_cast<long double>(offset);
     else
-        value = static_cast<long double>(conversion.apply(static_cast<double>(value))) *
-                perSecond;
+        value = static_cast<long double>(conversion.apply(static_cast<double>(value))) * perSecond;
     if (!(std::fabs(value) < maxNanoseconds))
         return std::nullopt;
     return std::llround(value);
@@ -270,8 +269,12 @@ std::optional<Mf4Block> StructureReader::next(qint64 offset, const char* kind,
         return std::nullopt;
     std::optional<Mf4Block> block = file.block(offset);
     if (!block || !block->is(kind)) {
-        problems.add(offset, QStringLiteral("a link leads here, but no %1 block begins here")
-                                 .arg(QLatin1String(kind)));
+        const QString text =
+            offset < file.size()
+                ? QStringLiteral("a link leads here, but no %1 block begins here")
+                : QStringLiteral("the file ends before the %1 block that begins here: it is "
+                                 "truncated");
+        problems.add(offset, text.arg(QLatin1String(kind)));
         return std::nullopt;
     }
     if (visited.contains(offset) || ++blocks > maxBlocks) {

@@ -272,6 +272,32 @@ TEST(DbcComments, ThatCannotBeAssignedAreSkipped)
     }
 }
 
+// 1.5 is 1.1 in binary: the exponent is 0, stored as 127, and the highest fraction bit is set.
+TEST(DbcValueTexts, OfFloatingPointSignalsAreAssignedToIeeeNumbers)
+{
+    const Dbc dbc = readDbcSignal(" SG_ F : 0|32@1- (1,0) [0|0] \"\" X\n"
+                                  " SG_ D : 0|64@1- (1,0) [0|0] \"\" X\n"
+                                  "VAL_ 2364540158 F 1.5 \"half\" 0 \"off\";\n"
+                                  "VAL_ 2364540158 D -2 \"minus two\";\n"
+                                  "SIG_VALTYPE_ 2364540158 F : 1;\n"
+                                  "SIG_VALTYPE_ 2364540158 D : 2;\n");
+    EXPECT_EQ(dbc.warnings, QString());
+    const auto& found = dbc.messages.at(0).signalDescriptions;
+    using Texts = QHash<quint64, QString>;
+    EXPECT_EQ(found.at(0).valueTexts, (Texts{{0x3FC00000, "half"}, {0, "off"}}));
+    EXPECT_EQ(found.at(1).valueTexts, (Texts{{0xC000000000000000, "minus two"}}));
+}
+
+TEST(DbcValueTexts, OfFractionsAreReported)
+{
+    const Dbc dbc = readDbcSignal(" SG_ U : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                                  "VAL_ 2364540158 U 1.0 \"one\" 2.5 \"never\" ;\n");
+    EXPECT_TRUE(dbc.warnings.contains("signal \"U\": 1 value text(s) not of whole numbers"))
+        << dbc.warnings.toStdString();
+    EXPECT_EQ(dbc.messages.at(0).signalDescriptions.at(0).valueTexts,
+              (QHash<quint64, QString>{{1, "one"}}));
+}
+
 TEST(DbcValueTexts, AreAssignedToRawValues)
 {
     const Dbc dbc = readDbcSignal(

@@ -82,13 +82,13 @@ TEST(Trc, Versions11To13HaveTypesAndBuses)
                               "  4)  1844.0  Warng  FFFFFFFF  4  00 00 00 08  BUSHEAVY"}),
               QStringList({"1841300000 1 data 0011223344556677", "1842000000 18efc034x data 0a",
                            "1843500000 400 remote"}));
-    EXPECT_EQ(kindOf("1.2", "  1)  1841.325 1  Rx  0001  1  00"), LineKind::Unknown);
+    EXPECT_EQ(kindOf("1.2", "  1)  1841.325 Rx  1  0001  1  00"), LineKind::Unknown);
     const ReadRecording version12 =
-        read("1.2", {"  1)  1841.325  Rx  1  0001  1  0A", "  2)  1841.4  Tx  12  0002  2  0B 0C"});
+        read("1.2", {"  1)  1841.325 1  Rx  0001  1  0A", "  2)  1841.4 12  Tx  0002  2  0B 0C"});
     EXPECT_EQ(version12.texts, QStringList({"1841325000 1 data 0a", "1841400000 2 data 0b0c"}));
     EXPECT_EQ(version12.names, QStringList({"1", "12"}));
-    const ReadRecording version13 = read("1.3", {"  1)  1841.325  Rx  1  0001  -  1  0A",
-                                                 "  2)  1841.4  Tx  2  18EFC034  C0  2  0B 0C"});
+    const ReadRecording version13 = read("1.3", {"  1)  1841.325 1  Rx  0001  -  1  0A",
+                                                 "  2)  1841.4 2  Tx  18EFC034  C0  2  0B 0C"});
     EXPECT_EQ(version13.texts,
               QStringList({"1841325000 1 data 0a", "1841400000 18efc034x data 0b0c"}));
     EXPECT_EQ(version13.names, QStringList({"1", "2"}));
@@ -98,8 +98,8 @@ TEST(Trc, ErrorLinesOfEveryVersionAreErrorFrames)
 {
     EXPECT_EQ(kindOf("1.0", "4) 1063 0008 4 ERROR 00 19 08 08"), LineKind::ErrorFrame);
     EXPECT_EQ(kindOf("1.1", "4) 1063.1 Error 0008 4 00 19 08 08"), LineKind::ErrorFrame);
-    EXPECT_EQ(kindOf("1.2", "4) 1063.123 Error 1 0008 4 00 19 08 08"), LineKind::ErrorFrame);
-    EXPECT_EQ(kindOf("1.3", "4) 1063.123 Error 1 0008 - 4 00 19 08 08"), LineKind::ErrorFrame);
+    EXPECT_EQ(kindOf("1.2", "4) 1063.123 1 Error 0008 4 00 19 08 08"), LineKind::ErrorFrame);
+    EXPECT_EQ(kindOf("1.3", "4) 1063.123 1 Error 0008 - 4 00 19 08 08"), LineKind::ErrorFrame);
     EXPECT_EQ(kindOf("2.0", "4 1063.123 ER Rx 04 00 02 00 00"), LineKind::ErrorFrame);
     EXPECT_EQ(kindOf("2.1", "4 1063.123 ER 1 - Rx - 5 04 00 02 00 00"), LineKind::ErrorFrame);
 }
