@@ -63,7 +63,8 @@ bool areEqual(const monitor::Frame& a, const monitor::Frame& b)
 } // namespace
 
 /// The first byte is 0 if the others are a file, otherwise the size of the containers with them.
-/// The second byte tells where the file is cut: its frames must be the first ones of the file.
+/// The second byte tells where the file is cut: the frames of the cut file must be the first ones
+/// of the whole file.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,15 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the corpus of the targets of records, of the transport protocol and of captures, a file
-for each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs
-found by fuzzing."""
-"""Writes the corpus of the targets of records, of the transport protocol and of BLF recordings, a
-file for each case: corpus/<target>/<case>. The other targets have small files written by hand and
-inputs found by fuzzing."""
-"""Writes the corpus of the targets of records, of the transport protocol and of MF4 files, a file for
-each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
-"""Writes the corpus of the targets of records, of the transport protocol and of packed recordings,
-a file for each case: corpus/<target>/<case>. The other targets have small files written by hand and inputs found by
-fuzzing."""
+"""Writes the corpus of the targets of records, the transport protocol, BLF and MF4 files, captures
+and packed recordings: a file for each case, corpus/<target>/<case>. The other targets have small
+files written by hand, and inputs found by fuzzing."""
 
 import gzip
 import pathlib

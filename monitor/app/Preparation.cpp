@@ -127,8 +127,8 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
         error = prepared.catalogue.apply(options.limits);
     if (error.isEmpty() && options.usesDescribedLimits &&
         prepared.catalogue.useDescribedLimits() == 0)
-        diagnostics << "--limits described: no description states the range of a chosen signal "
-                       "without limits\n";
+        diagnostics << "--limits described: has no effect: all chosen signals already have limits "
+                       "or lack a range in their descriptions\n";
     prepared.catalogue.setKeptRecords(options.keptRecords);
     prepared.k = options.k.value_or(prepared.k);
     return error;

@@ -88,7 +88,7 @@ void FrameIds::addData(Record& record, const quint8* data, int length)
         record.shortest = record.longest = length;
         return;
     }
-    // Bytes that only some of the frames have are changing too.
+    // Bytes that only some of the frames have also count as changing.
     for (int i = 0; i < std::min(length, record.shortest); ++i) {
         if (data[i] != static_cast<quint8>(record.first.at(i)))
             record.changing[i] = 1;

@@ -8,9 +8,8 @@ namespace monitor
 
 // The file of a saved run consists of the bytes "VANTREL\n", a version (quint32), the run, and
 // the SHA-256 of everything before it. The run is written by a QDataStream of version Qt_5_15, and
-// its records by their own operators. Version 2
-// is written; version 1, which has fewer texts, is read too. The limits are 10,000 signals and 2
-// GiB.
+// its records by their own operators. Version 2 is written. Version 1, which lacks undecoded ids,
+// buses and some texts, can also be read. The limits are 10,000 signals and 2 GiB.
 
 /// Writes \a run to a file. A saved run in it is replaced completely or left unchanged; any other
 /// content is left unchanged and is an error. Returns an error message that names the file, or an

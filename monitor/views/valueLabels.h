@@ -18,7 +18,7 @@ struct ValueLabel {
 /// if many values have no text, round numbers are labelled instead. Other values in \a range are
 /// labelled only with texts. Labels that are less than \a distance from a more important one are
 /// left out: values that occur come first, and among them those with a text. A value that does not
-/// occur has no label that close to one that does.
+/// occur is not labelled that close to one that does.
 QVector<ValueLabel> valueLabels(const QMap<double, QString>& texts,
                                 const QVector<double>& occurring, const ValueRange& range,
                                 double distance);

@@ -26,7 +26,7 @@ QString textOf(const ValueRange& range)
         .arg(formatComputed(range.lowest), formatComputed(range.highest));
 }
 
-/// What is known about a signal besides its values, as lines of plain text.
+/// The description and limits of a signal, as lines of plain text.
 QStringList descriptionOf(const MonitoredSignal& signal)
 {
     const CatalogueSignal& description = signal.description();

@@ -9,7 +9,7 @@ namespace monitor
 {
 
 /// The model of a live table: a column of marks for highlighted signals, then statisticsColumns().
-/// The tooltip of a row says what the description of the signal says.
+/// The tooltip of a row shows the description and limits of its signal.
 class SignalModel : public QAbstractTableModel
 {
 public:

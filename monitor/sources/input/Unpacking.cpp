@@ -67,7 +67,7 @@ private:
         const QString reason = QString::fromLatin1(stream.msg ? stream.msg : zError(result));
         if (reason == QLatin1String("incorrect data check") ||
             reason == QLatin1String("incorrect length check"))
-            return QStringLiteral("wrong checksum: the data before may be damaged");
+            return QStringLiteral("wrong checksum: the data before it may be damaged");
         return QStringLiteral("damaged data (%1)").arg(reason);
     }
 
@@ -113,7 +113,7 @@ private:
             return QStringLiteral("the window is larger than 128 MiB; unpack the file first, with "
                                   "zstd -d --long=31");
         case ZSTD_error_checksum_wrong:
-            return QStringLiteral("wrong checksum: the data before may be damaged");
+            return QStringLiteral("wrong checksum: the data before it may be damaged");
         default:
             return QStringLiteral("damaged data (%1)")
                 .arg(QString::fromLatin1(ZSTD_getErrorName(result)));
@@ -169,7 +169,7 @@ public:
             layers.isEmpty() ? report()->name : report()->name + QStringLiteral(" (unpacked)");
         layer = layers.size();
         layers.append(Problems(name,
-                               QStringLiteral("problem(s) in packed data, whose rest was "
+                               QStringLiteral("problem(s) in packed data; the rest of it was "
                                               "not read"),
                                ProblemPosition::Byte));
     }
@@ -203,7 +203,7 @@ qint64 UnpackingStream::fill(char* data, qint64 size)
             packing = nullptr;
         if (unpacked.produced > 0)
             return unpacked.produced;
-        // Only now, because bytes unpacked earlier may be left without any more input.
+        // Reads input only now, because earlier input may still have yielded bytes.
         const bool isStuck = unpacked.consumed == 0 && packing && !isStopped;
         if (isStuck && (!packed->ahead().isEmpty() || !packed->readAhead()))
             stopAt(packed->position(), QStringLiteral("truncated"));
@@ -246,7 +246,7 @@ void UnpackingStream::stopAt(qint64 position, const QString& problem)
 {
     isStopped = true;
     setCut();
-    // If the packed stream itself was cut, the reason is known already.
+    // If the packed stream itself was cut, the reason has already been reported.
     if (!packed->isCut())
         report()->packed[layer].add(position, QString::fromLatin1(unpackerPacking->name) +
                                                   QStringLiteral(": ") + problem);

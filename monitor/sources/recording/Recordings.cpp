@@ -64,7 +64,7 @@ Recordings::Recordings(const QStringList& fileNames, std::function<bool()> isSto
             continue;
         }
         part->first = part->head.nanoseconds;
-        // A file is opened again when its time has come, so that any number of files can be read.
+        // A file is opened again when its turn comes, so that any number of files can be read.
         if (fileNames.size() > 1 && fileName != QLatin1String("-") && QFileInfo(fileName).isFile())
             part->source.reset();
         waiting.push_back(std::move(part));

@@ -15,10 +15,10 @@ namespace monitor
 /// order within a recording does not change.
 ///
 /// A recording whose times are not absolute comes after all others, in the given order, as if it
-/// began when the one before ended.
+/// began when the previous one ended.
 ///
-/// A recording that cannot be read, or not to its end, is reported by error(); the others are read
-/// all the same. It must be used by one thread only.
+/// A recording that cannot be read, or not to its end, is reported by error(); the others are
+/// still read. It must be used by one thread only.
 class Recordings : public FrameSource
 {
 public:

@@ -117,10 +117,10 @@ QByteArray startOf(InputStream& stream, int size)
     return stream.ahead();
 }
 
-/// What the first bytes of a recording tell.
+/// The result of examining the first bytes of a recording.
 struct Detected {
     const RecordingFormat* format = nullptr; ///< null if unknown
-    QString unsupported; ///< if the format is known, but not read: what to tell the user about it
+    QString unsupported; ///< the message for the user if the format is known, but not read
     QString unknown;     ///< the same if nothing is known about the format
 };
 
@@ -183,7 +183,7 @@ QString errorOf(const Detected& detected, const InputReport& report)
                : report.name + QStringLiteral(": ") + detected.unknown;
 }
 
-/// A recording without any frame, whose report tells why.
+/// A recording without frames. Its report says why.
 OpenedRecording emptyRecording(const std::shared_ptr<InputReport>& report)
 {
     if (!report->isInterrupted)
@@ -227,7 +227,7 @@ OpenedRecording openUnpacked(std::unique_ptr<InputStream> stream, DeviceStream* 
 /// The recording in \a stream, unpacked if necessary. For \a direct see openUnpacked().
 OpenedRecording openStream(std::unique_ptr<InputStream> stream, DeviceStream* direct)
 {
-    constexpr int maxLayers = 2; // such as a gzip file packed by zstd
+    constexpr int maxLayers = 2; // such as a gzip file compressed with zstd
     for (int layers = 0; isPacked(startOf(*stream, longestPackedMagic)); ++layers) {
         if (layers == maxLayers)
             return failure(stream->report()->name +

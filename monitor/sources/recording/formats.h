@@ -38,10 +38,10 @@ struct OpenedRecording {
     QString error;                           ///< names the file; empty without an error
 };
 
-/// Opens a recording and detects its format from its first bytes, unpacked if they are packed by
-/// gzip or zstd. The name "-" means standard input. From standard input, a pipe or a terminal, this
-/// waits for no more bytes than are needed to recognise the format; the recording ends there as
-/// soon as the descriptor \a interrupt becomes readable (-1: never). If the format is unknown or
+/// Opens a recording and detects its format from its first bytes, unpacked if they are compressed
+/// with gzip or zstd. The name "-" means standard input. From standard input, a pipe or a terminal,
+/// this waits for no more bytes than are needed to recognise the format; the recording ends there
+/// as soon as the descriptor \a interrupt becomes readable (-1: never). If the format is unknown or
 /// not supported, the error says so.
 [[nodiscard]] OpenedRecording openRecording(const QString& fileName, int interrupt = -1);
 

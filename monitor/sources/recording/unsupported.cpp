@@ -103,11 +103,11 @@ const UnsupportedFormat bytes[] = {
          return begins(start, "PK\x03\x04") || begins(start, "PK\x05\x06");
      },
      "unpack it first"},
-    {"a file packed by bzip2", [](const QByteArray& start) { return begins(start, "BZh"); },
+    {"a file compressed with bzip2", [](const QByteArray& start) { return begins(start, "BZh"); },
      "unpack it first"},
-    {"a file packed by xz", [](const QByteArray& start) { return begins(start, "\xFD\x37zXZ\0"); },
-     "unpack it first"},
-    {"a file packed by LZ4",
+    {"a file compressed with xz",
+     [](const QByteArray& start) { return begins(start, "\xFD\x37zXZ\0"); }, "unpack it first"},
+    {"a file compressed with LZ4",
      [](const QByteArray& start) { return begins(start, "\x04\x22\x4D\x18"); }, "unpack it first"},
     {"a 7z archive", [](const QByteArray& start) { return begins(start, "7z\xBC\xAF\x27\x1C"); },
      "unpack it first"},
@@ -171,7 +171,7 @@ QString unsupportedText(const QByteArray& start)
     QString message = messageFor(texts, start);
     if (!message.isEmpty() || !isTableOfText(start))
         return message;
-    return QStringLiteral("is a CSV file without a known header (begins with %1): the header must "
+    return QStringLiteral("is a CSV file with an unknown header (begins with %1): the header must "
                           "be \"timestamp,arbitration_id,...\" or \"Time Stamp,ID,Extended,...\", "
                           "with commas")
         .arg(beginningOf(start));

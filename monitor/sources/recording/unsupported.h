@@ -6,8 +6,8 @@
 namespace monitor
 {
 
-/// What to tell the user about a file that is recognised by its first bytes \a start, but cannot
-/// be read as a recording, such as "is a zip archive: unpack it first"; empty for all other files.
+/// The message about a file that is recognised by its first bytes \a start, but cannot be read as a
+/// recording, such as "is a zip archive: unpack it first"; empty for all other files.
 QString unsupportedBytes(const QByteArray& start);
 
 /// The same for a text, which may still contain lines of a recording. \a start has whole lines.

@@ -316,7 +316,7 @@ TEST(CommandLine, SendTakesARecordingABusAndASpeed)
     EXPECT_TRUE(accepted<SendOptions>(send + QStringList{"--fd"}).bus.fd);
 }
 
-TEST(CommandLine, SeveralRecordingsAreTaken)
+TEST(CommandLine, SeveralRecordingsAreAccepted)
 {
     const QStringList files{"a.log", "-", "b.mf4"};
     EXPECT_EQ(accepted<ReplayOptions>(QStringList("replay") + files + QStringList{"--dbc", "d"})
@@ -348,7 +348,7 @@ TEST(CommandLine, DescriptionCanBeForOneBus)
 }
 
 // The seconds come from `date -u -d ... +%s`.
-TEST(CommandLine, MomentsAreReadToTheNanosecond)
+TEST(CommandLine, TimesAreReadToTheNanosecond)
 {
     const auto momentOf = [](const char* text) {
         return *accepted<ReplayOptions>(replay + QStringList{"--from", text}).choice.from;

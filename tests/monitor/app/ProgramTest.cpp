@@ -205,8 +205,8 @@ TEST_F(Program, DescribedRangesRateSignalsWithoutOtherLimits)
     EXPECT_EQ(ratings, (QStringList{"100", "0", "0"}));
     EXPECT_EQ(runMonitor({"replay", log, "--dbc", dbc, "--signal", "D", "--limits", "from-dbc"})
                   .diagnostics,
-              QString("--limits described: no description states the range of a chosen signal "
-                      "without limits\n"));
+              QString("--limits described: has no effect: all chosen signals already have limits "
+                      "or lack a range in their descriptions\n"));
 }
 
 TEST_F(Program, LastMatchingPatternDecidesWhetherValuesAreReserved)
@@ -475,7 +475,7 @@ TEST_F(Program, EachBusHasItsDescription)
         << missing.diagnostics.toStdString();
 }
 
-TEST_F(Program, RecordingsThatCanBeReadCountIfAnotherCannot)
+TEST_F(Program, OtherRecordingsAreUsedIfOneCannotBeRead)
 {
     const QString dbc = write("bus.dbc", speedDbc);
     const QString late = write("late.log", "(1700000002.0) can0 0CF00400#FFFFFF4006FFFFFF\n");
@@ -488,7 +488,7 @@ TEST_F(Program, RecordingsThatCanBeReadCountIfAnotherCannot)
     EXPECT_TRUE(run.diagnostics.contains(path("missing.log") + ": cannot be read: "));
 }
 
-TEST_F(Program, TimesChooseFramesOfARecordingAndValuesOfASavedRun)
+TEST_F(Program, TimesSelectFramesOfARecordingAndValuesOfASavedRun)
 {
     const QString log = write("bus.log", twoBuses);
     const QStringList replay{"replay",   log,   "--dbc", write("body.dbc", bodyDbc),
@@ -538,7 +538,7 @@ TEST_F(Program, ValuesAreExported)
               "1700000000.013000000,Lamp,,2,2,\"Off, dark\",,can1\r\n");
 }
 
-// The writer keeps the pipe open, so the program would wait for ever.
+// The writer keeps the pipe open, so the program would wait forever.
 TEST_F(Program, InterruptedReplayPrintsTheStatisticsSoFar)
 {
     QProcess program;

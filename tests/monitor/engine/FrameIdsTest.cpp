@@ -128,7 +128,7 @@ TEST(FrameIds, SmallJitterOfLongPeriodsIsExact)
     EXPECT_EQ(id.maximum, 1000000.3);
 }
 
-TEST(FrameIds, PeriodsHaveNanoseconds)
+TEST(FrameIds, PeriodsAreExactToTheNanosecond)
 {
     EXPECT_EQ(statisticsAt({1635188455000000000, 1635188455000000001}).averagePeriod, 1e-6);
 }
@@ -336,7 +336,7 @@ TEST(FrameIds, DescribedIdHasTheNameAndCycleTimeOfItsMessage)
     EXPECT_EQ(statistics.at(2).message, QString());
 }
 
-TEST(FrameIds, ClearedIdsStartAgain)
+TEST(FrameIds, StatisticsStartAgainAfterClearing)
 {
     FrameIds ids;
     ids.take(frameOf(1, 0, {1}), -1);

@@ -142,7 +142,7 @@ TEST(KeepBetween, IsWholeIfTheMomentsIncludeEverything)
     EXPECT_EQ(valuesOf(run.recordedSignals.at(0)), (Numbers{0, 1}));
 }
 
-// A saved run need not come from this program, and any such time is accepted when it is read.
+// A saved run may come from another program, and reading accepts any such time.
 TEST(KeepBetween, TimesFarFromNowDoNotOverflow)
 {
     constexpr qint64 farthest = 2000000000000000000;

@@ -336,7 +336,7 @@ TEST_F(ExportFile, LimitOfKeptRecordsDoesNotLimitTheExport)
         EXPECT_EQ(cell(lines.at(i), valueCell), QByteArray::number(i));
 }
 
-// Only lines that are not in the file yet can be in memory.
+// Memory may only hold lines that have not been written yet.
 TEST_F(ExportFile, LinesAreWrittenDuringTheRun)
 {
     const qint64 earlier = openBytes();

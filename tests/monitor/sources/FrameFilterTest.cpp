@@ -95,7 +95,7 @@ TEST(FrameFilter, BusMayAppearAfterManyFramesOfOthers)
     EXPECT_EQ(late.notes, QStringList());
 }
 
-TEST(FrameFilter, BusWithoutFramesIsNotedWithTheBusesThereAre)
+TEST(FrameFilter, BusWithoutFramesIsReportedWithTheExistingBuses)
 {
     const Filtered none = filtered({frameOn(0), frameOn(1)}, {{"can1", "can7"}, {}, {}});
     EXPECT_EQ(none.positions, Positions{1});
@@ -162,7 +162,7 @@ TEST(FrameFilter, FramesWithoutATimeAreLeftOutAndCountedIfATimeIsChosen)
     EXPECT_EQ(untimed.notes, QStringList());
 }
 
-// The note says that they were left out because of the times, which is not so for other buses.
+// The note gives the times as the reason, but frames of other buses are left out anyway.
 TEST(FrameFilter, FramesWithoutATimeOnOtherBusesAreNotCounted)
 {
     const QVector<Frame> frames{frameOn(0, october), frameOn(1), frameOn(0), frameOn(1)};

@@ -106,7 +106,7 @@ struct Walk {
     qint64 rest = 0;       // bytes of the last object that are still to be skipped
     qint64 unreadable = 0; // bytes since the last object, if they are more than padding
     qint64 unreadableAt = 0;
-    bool isResuming = false; // unreadable bytes are to be expected, and have been reported
+    bool isResuming = false; // unreadable bytes are expected, and have been reported
 };
 
 /// The contents of the containers of a file, unpacked in pieces. It has the functions of
@@ -126,8 +126,8 @@ public:
     ContainerReader(const ContainerReader&) = delete;
     ContainerReader& operator=(const ContainerReader&) = delete;
 
-    /// Continues with the next \a size bytes of the file. If they are packed by zlib, no more than
-    /// \a unpackedSize bytes are unpacked.
+    /// Continues with the next \a size bytes of the file. If they are compressed with zlib, no more
+    /// than \a unpackedSize bytes are unpacked.
     void open(qint64 size, qint64 unpackedSize, bool isPackedByZlib)
     {
         isPacked = isPackedByZlib;
@@ -248,16 +248,16 @@ QString textOf(ContainerReader::End end)
     case ContainerReader::End::Whole:
         return QString();
     case ContainerReader::End::FileEnds:
-        return QStringLiteral("the file ends within a container: %1 object(s) of it were read");
+        return QStringLiteral("the file ends within a container: %1 object(s) were read from it");
     case ContainerReader::End::Damaged:
         return QStringLiteral(
-            "the container is damaged: %1 object(s) of it were read and may be wrong");
+            "the container is damaged: %1 object(s) were read from it and may be wrong");
     case ContainerReader::End::TooShort:
-        return QStringLiteral("the container has fewer bytes than it states: %1 object(s) of it "
-                              "were read");
+        return QStringLiteral("the container has fewer bytes than it states: %1 object(s) were "
+                              "read from it");
     case ContainerReader::End::TooLong:
-        return QStringLiteral("the container has more bytes than it states: %1 object(s) of it "
-                              "were read");
+        return QStringLiteral("the container has more bytes than it states: %1 object(s) were "
+                              "read from it");
     }
     return QString();
 }
@@ -279,7 +279,7 @@ struct FrameFields {
     bool remote = false;
     bool fd = false;
     bool bitRateSwitch = false;
-    bool isRequest = false; // to send a frame, which follows when it has been sent
+    bool isRequest = false; // to send a frame, which is recorded again when it has been sent
     quint32 length = 0;     // as stated
     qint64 dataAt = 0;      // in the body
     qint64 storedBytes = 0;
@@ -614,7 +614,7 @@ void BlfRecording::endGap(Walk& walk)
     if (walk.unreadable > 0 && !walk.isResuming) {
         unreadable.add(
             walk.unreadableAt,
-            QStringLiteral("%1 byte(s) skipped that are not an object").arg(walk.unreadable));
+            QStringLiteral("%1 byte(s) skipped that belong to no object").arg(walk.unreadable));
         if (state == State::InFile) // they may have been a container
             dropTail();
     }

@@ -241,7 +241,8 @@ bool CaptureFile::readSocketCan(const Packet& packet, const LinkHeader& header, 
                length > longestClassicFrame || packet.original - header.size == fdPacketSize;
     frame.bitRateSwitch = frame.fd && (flags & bitRateSwitchFlag) != 0;
     if (length > frame.data.size())
-        return refuse(packet, QStringLiteral("the frame has a length of %1 bytes").arg(length));
+        return refuse(packet,
+                      QStringLiteral("the frame has an impossible length of %1 bytes").arg(length));
     const qint64 present = std::min<qint64>(length, captured - headerSize);
     cutFrames += present < length ? 1 : 0;
     frame.length = static_cast<quint8>(present);
@@ -343,8 +344,8 @@ bool PcapFile::readPacket(Packet& packet)
     const quint32 captured = field(8);
     if (captured > longestPacket)
         return stop(
-            QStringLiteral("the packet has a length of %1 bytes, so the rest of the file is "
-                           "not read")
+            QStringLiteral("the packet has an impossible length of %1 bytes, so the rest of the "
+                           "file is not read")
                 .arg(captured));
     if (!requireAll(headerSize + qint64{captured}, "packet"))
         return false;
@@ -527,8 +528,8 @@ bool PcapngFile::readPacket(Packet& packet)
     const quint32 type = longAt(0);
     const qint64 size = longAt(4);
     if (size < (isSection ? sectionHeaderSize : blockFrame) || size % 4 != 0)
-        return stop(QStringLiteral("the block has a length of %1 bytes, so the rest of the file is "
-                                   "not read")
+        return stop(QStringLiteral("the block has an impossible length of %1 bytes, so the rest of "
+                                   "the file is not read")
                         .arg(size));
     const bool isPacket = type == EnhancedPacket || type == SimplePacket || type == ObsoletePacket;
     if (!isPacket && type != InterfaceBlock)
@@ -568,8 +569,8 @@ bool PcapngFile::readBlock(qint64 size)
 {
     constexpr qint64 longestBlock = 16 << 20;
     if (size > longestBlock)
-        return stop(QStringLiteral("the block has a length of %1 bytes, so the rest of the file is "
-                                   "not read")
+        return stop(QStringLiteral("the block has an impossible length of %1 bytes, so the rest of "
+                                   "the file is not read")
                         .arg(size));
     return requireAll(size, "block") && isTrailerEqual(size - 4, size);
 }
@@ -578,7 +579,7 @@ void PcapngFile::readInterface(qint64 size)
 {
     constexpr size_t mostInterfaces = 10000;
     if (size < interfaceHeader + 4 || interfaces.size() == mostInterfaces) {
-        isDamaged(QStringLiteral("the description of the interface is not usable"));
+        isDamaged(QStringLiteral("the description of the interface cannot be used"));
         return;
     }
     Interface interface;

@@ -191,7 +191,8 @@ int monthOf(const QByteArray& name)
     return 0;
 }
 
-/// Reads a time of the day such as "10:38:11.123 pm". The half of the day is optional.
+/// Reads a time of the day such as "10:38:11.123 pm". The \a half of the day, "am" or "pm", may be
+/// empty.
 bool readDaytime(const QByteArray& text, const QByteArray& half, qint64& nanoseconds)
 {
     const QList<QByteArray> parts = text.split(':');

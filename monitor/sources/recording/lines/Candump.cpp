@@ -518,7 +518,8 @@ QStringList CandumpReader::notes() const
     if (xlFrames > 0)
         notes += QStringLiteral("%1 CAN XL frame(s) skipped").arg(xlFrames);
     if (hasZeroBytes)
-        notes += QStringLiteral("contains zero bytes, which are left by a power failure");
+        notes +=
+            QStringLiteral("contains zero bytes, perhaps from a power failure; they are skipped");
     return notes;
 }
 

@@ -37,10 +37,10 @@ public:
     QStringList buses() const override { return busNames.names(); }
     QStringList notes() const override;
 
-    /// Times such as (000.005001) count either from the first line or from the previous one. The
-    /// former do not decrease. True while neither is known: until the first decrease, or until
-    /// examinedTimes have not decreased and are taken as counted from the first line. In this state
-    /// readLine() returns them as if counted from the first line.
+    /// Whether it is still unknown if times such as (000.005001) count from the first line, so that
+    /// they never decrease, or each from the previous line. This ends with the first decrease, or
+    /// after examinedTimes without a decrease, which are then taken as counted from the first line.
+    /// Until then readLine() returns times as if counted from the first line.
     bool areTimesUndecided() const { return timeOrigin == TimeOrigin::Undecided; }
     static constexpr int examinedTimes = 100;
 

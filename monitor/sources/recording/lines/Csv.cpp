@@ -357,7 +357,7 @@ LineKind CsvReader::readRow(const Word& line, Frame& frame)
     return LineKind::Frame;
 }
 
-/// Adds what the row does not say.
+/// Adds the properties of a frame that a row does not state, or states wrongly.
 void CsvReader::complete(Frame& frame)
 {
     if (!frame.extended && frame.id > lastStandardId) {

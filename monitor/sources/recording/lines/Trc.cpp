@@ -179,7 +179,7 @@ bool areSufficient(const QByteArray& letters)
 
 constexpr quint32 globalAddress = 255;
 
-/// A frame of the transport protocol with the PGN \a pgn that goes where \a message goes.
+/// A frame of the transport protocol with the PGN \a pgn to the destination of \a message.
 Frame transportFrame(const Frame& message, quint32 pgn)
 {
     constexpr quint32 lowestPriority = 7;
@@ -204,7 +204,7 @@ bool readTime(const Word& word, qint64 start, Frame& frame)
     return true;
 }
 
-/// Accepts a number, and a dash or an empty word if the line does not tell the bus.
+/// Accepts a number, and a dash or an empty word if the line does not name the bus.
 bool isBus(const Word& word)
 {
     quint32 ignored = 0;
@@ -437,8 +437,8 @@ void TrcReader::readColumns(const Word& list)
         return;
     columns.clear();
     addNote(
-        QStringLiteral("the lines below $COLUMNS cannot be read: it must contain O, T, I, either "
-                       "l or L, and at the end D"));
+        QStringLiteral("the lines below $COLUMNS cannot be read: $COLUMNS must contain O, T, I and "
+                       "either l or L, and end with D"));
 }
 
 LineKind TrcReader::readEntry(LineCursor& cursor, TrcEntry& entry, Frame& frame)

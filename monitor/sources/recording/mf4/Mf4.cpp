@@ -17,9 +17,9 @@ namespace
 
 constexpr qint64 reorderWindow = 3000000000; // nanoseconds
 constexpr size_t maxWaitingFrames = 1000000;
-constexpr size_t maxUnpaired = 65536; // frames without data bytes, or data bytes without frame
+constexpr size_t maxUnpaired = 65536; // frames without data bytes, or data bytes without a frame
 
-/// What all data groups of a file share.
+/// The state that all data groups of a file share.
 struct Recording {
     Recording(std::unique_ptr<QIODevice> device, const QString& name)
         : file(std::move(device), name),
@@ -127,7 +127,7 @@ private:
         int head = nowhere; // waiting frames, in order of time
         int tail = nowhere;
         std::unique_ptr<Mf4Data> variableData;
-        // Of a group of data bytes.
+        // Only used if the records of the group are data bytes:
         bool isUsed = false;
         qint64 position = 0;
         std::deque<VariableBytes> unused; // in order of position
@@ -271,8 +271,8 @@ bool DataGroupReader::readRecord()
         return reportEnd(description.idSize);
     Group* const group = groupOf(data.data());
     if (group == nullptr) {
-        reportProblem(QStringLiteral("a record of an unknown group; the rest of its stream cannot "
-                                     "be read"));
+        reportProblem(QStringLiteral("a record has an unknown id, so the rest of its stream is not "
+                                     "read"));
         return false;
     }
     if (group->description->kind == Mf4Group::VariableLength)
@@ -381,7 +381,7 @@ bool DataGroupReader::readId(const Group& group, const char* record, Frame& fram
         id -= extendedBit;
     }
     if (!channels.id.isValid(record) || id < 0 || id > lastExtendedId) {
-        reportProblem(QStringLiteral("a frame without a valid id"));
+        reportProblem(QStringLiteral("frame skipped: it has no valid id"));
         return false;
     }
     if (channels.ide.isPresent && channels.ide.isValid(record))
@@ -438,13 +438,13 @@ bool DataGroupReader::readStream(Group& group, const char* record, Frame& frame)
     Mf4Data& stream = *group.variableData;
     const qint64 position = group.description->bytes.value(record, group.records);
     if (!stream.seek(position) || !stream.require(4)) {
-        reportProblem(QStringLiteral("a frame whose data bytes are missing"));
+        reportProblem(QStringLiteral("frame skipped: its data bytes are missing"));
         return false;
     }
     const qint64 size = littleEndian<quint32>(stream.data());
     const qint64 used = std::min<qint64>(size, frame.length);
     if (!stream.require(4 + used)) {
-        reportProblem(QStringLiteral("a frame whose data bytes are missing"));
+        reportProblem(QStringLiteral("frame skipped: its data bytes are missing"));
         return false;
     }
     setBytes(frame, group.description->edl.isPresent, stream.data() + 4, used);
@@ -499,7 +499,7 @@ void DataGroupReader::giveUp(Group& group)
     group.unpaired.pop_front();
     if (group.unused.empty()) {
         at(place).isDropped = true;
-        reportProblem(QStringLiteral("a frame whose data bytes are missing"));
+        reportProblem(QStringLiteral("frame skipped: its data bytes are missing"));
         return;
     }
     complete(place, group.unused.front());
@@ -694,7 +694,7 @@ QStringList Mf4Source::notes() const
         notes += QStringLiteral("its recorder did not complete the lists of data blocks; blocks "
                                 "that are not listed are not read");
     if (!structure.isUnfinished && recording.statedRecords != recording.foundRecords)
-        notes += QStringLiteral("states %1 records in groups that contain %2")
+        notes += QStringLiteral("states that its groups have %1 records, but %2 were found")
                      .arg(recording.statedRecords)
                      .arg(recording.foundRecords);
     const std::pair<qint64, QString> counted[] = {
@@ -704,7 +704,7 @@ QStringList Mf4Source::notes() const
         {recording.guessedBytes, QStringLiteral("frame(s) have no data bytes where the file says; "
                                                 "the next unused ones are taken")},
         {recording.withoutTime, QStringLiteral("frame(s) have no usable time")},
-        {outOfOrder, QStringLiteral("frame(s) are earlier than the frame before")}};
+        {outOfOrder, QStringLiteral("frame(s) are earlier than the previous frame")}};
     for (const auto& [number, text] : counted)
         if (number > 0)
             notes += QString::number(number) + ' ' + text;

@@ -316,13 +316,13 @@ bool Mf4Data::openNextBlock(qint64 skippable, qint64& skipped)
     const std::optional<Mf4Block> block = file->block(*offset);
     blockPosition = *offset;
     if (!block) {
-        stop(QStringLiteral("a link to a data block leads to no block"));
+        stop(QStringLiteral("a link to a data block does not lead to a block"));
         return false;
     }
     listed += block->length;
     // Distinct blocks cannot be larger than the file, except for one that was cut off.
     if (listed - block->length > file->size()) {
-        stop(QStringLiteral("the list of data blocks contains blocks repeatedly"));
+        stop(QStringLiteral("the list of data blocks contains a block more than once"));
         return false;
     }
     if (block->is("DT") || block->is("SD")) {
@@ -333,7 +333,7 @@ bool Mf4Data::openNextBlock(qint64 skippable, qint64& skipped)
         stop(QStringLiteral("data stored in columns (MDF 4.2) is not supported"));
         return false;
     } else {
-        stop(QStringLiteral("a block of the kind %1 is not data").arg(block->name()));
+        stop(QStringLiteral("a block of type %1 does not contain data").arg(block->name()));
         return false;
     }
     return true;
@@ -345,7 +345,7 @@ void Mf4Data::openPlain(const Mf4Block& block)
     blockLeft = block.offset + block.length - blockPosition;
     const qint64 rest = std::max<qint64>(file->size() - blockPosition, 0);
     if (openEnded && (blockLeft <= 0 || blockLeft > rest)) {
-        // A block right behind the empty one means that there really is no data.
+        // If another block directly follows the empty one, there is indeed no data.
         char next[4] = {};
         const bool isBlock = file->read(blockPosition, next, 4) == 4 && next[0] == '#' &&
                              next[1] == '#' && isUpperCase(next[2]) && isUpperCase(next[3]);

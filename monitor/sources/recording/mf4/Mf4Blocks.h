@@ -117,8 +117,8 @@ public:
     }
 
     /// Continues at \a position of the stream. Cheap unless it is before the bytes in memory.
-    /// Returns false if the stream does not have so many bytes, and when so many positions were
-    /// behind the previous one that reading would take too long.
+    /// Returns false if the stream is shorter, or if it has gone back so often that reading would
+    /// take too long.
     [[nodiscard]] bool seek(qint64 position);
 
     /// The number of bytes before data() in the stream.

@@ -349,7 +349,7 @@ void StructureReader::readDataGroup(const Mf4Block& block)
     streams.insert(block.link(2));
 }
 
-/// What can only be checked when all groups of \a dataGroup are known.
+/// Makes the checks for which all groups of \a dataGroup must be known.
 void StructureReader::finish(Mf4DataGroup& dataGroup)
 {
     constexpr qint64 maxRecord = Mf4Data::maxRequest / 2;
@@ -534,7 +534,7 @@ Refusal StructureReader::readConversion(const Mf4Block& channel, Mf4Number& numb
     const quint8 kind = block && block->is("CC") ? block->field<quint8>(0) : quint8(0);
     switch (kind) {
     case 0:
-    case 7: // to texts: the raw value is what matters
+    case 7: // to texts: the raw value is used
     case 8:
     case 11:
         break;
@@ -546,7 +546,7 @@ Refusal StructureReader::readConversion(const Mf4Block& channel, Mf4Number& numb
         number.conversion.kind = static_cast<Mf4Conversion::Kind>(kind);
         break;
     default:
-        return QStringLiteral("a conversion of the kind %1 is not supported").arg(kind);
+        return QStringLiteral("a conversion of type %1 is not supported").arg(kind);
     }
     if (number.conversion.kind != Mf4Conversion::None) {
         constexpr qint64 firstValue = 24;
@@ -613,7 +613,7 @@ Refusal StructureReader::readBytes(const Channel& channel, Mf4Group& group)
         return refusal;
     }
     if (channel.type != Channel::Fixed && channel.type != Channel::MaxLength)
-        return QStringLiteral("a channel of the type %1 is not supported").arg(channel.type);
+        return QStringLiteral("a channel of type %1 is not supported").arg(channel.type);
     group.bytesOffset = channel.byteOffset;
     group.bytesSize = channel.bits / 8;
     if (channel.bitOffset != 0 || group.bytesOffset + group.bytesSize > group.dataSize)

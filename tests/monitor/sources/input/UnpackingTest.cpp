@@ -48,7 +48,8 @@ QByteArray packedBy(const QString& program, const QByteArray& content)
     return program == "gzip" ? gzip(content) : zstd(content);
 }
 
-/// A recording whose frames have the ids \a first to \a last and data that does not pack well.
+/// A recording whose frames have the ids \a first to \a last and data that hardly shrinks when it
+/// is packed.
 QByteArray log(int first, int last)
 {
     QByteArray content;
@@ -191,7 +192,7 @@ TEST_P(Unpacking, OtherBytesAfterTheDataAreReported)
                               .arg(packed.size() + 3)
                               .arg(GetParam())));
     EXPECT_EQ(others.totals,
-              QStringList("x.log: 1 problem(s) in packed data, whose rest was not read"));
+              QStringList("x.log: 1 problem(s) in packed data; the rest of it was not read"));
     EXPECT_EQ(others.unreadable, 1);
 }
 
@@ -250,7 +251,7 @@ TEST_P(Unpacking, WrongChecksumIsReportedAndTheFramesAreDelivered)
     const Read wrong = read(packed);
     EXPECT_EQ(wrong.ids, numbers(1, 30000));
     ASSERT_EQ(wrong.problems.size(), 1);
-    EXPECT_TRUE(wrong.problems.at(0).endsWith("wrong checksum: the data before may be damaged"))
+    EXPECT_TRUE(wrong.problems.at(0).endsWith("wrong checksum: the data before it may be damaged"))
         << wrong.problems.at(0).toStdString();
 }
 
@@ -266,7 +267,7 @@ TEST_P(Unpacking, FramesBeforeADamagedPieceAreDelivered)
     ASSERT_GT(damage.ids.size(), 1000U);
     EXPECT_EQ(std::vector<quint32>(damage.ids.cbegin(), damage.ids.cbegin() + 1000),
               numbers(1, 1000));
-    // Other bytes may come out of damaged data, until the checksum tells.
+    // Damaged data may be unpacked to wrong bytes; only the checksum shows it.
     EXPECT_EQ(damage.problems.filter(QString(": %1: ").arg(GetParam())).size(), 1)
         << damage.problems.join('\n').toStdString();
     second[0] = '\x7F';
@@ -275,7 +276,7 @@ TEST_P(Unpacking, FramesBeforeADamagedPieceAreDelivered)
     EXPECT_EQ(unknown.problems.filter("unknown bytes after the packed data").size(), 1);
 }
 
-TEST_P(Unpacking, TwoLayersAreReadAndThreeAreRefused)
+TEST_P(Unpacking, TwoLayersAreReadAndThreeAreAnError)
 {
     const QByteArray content = log(1, 3000);
     for (const char* other : {"gzip", "zstd"}) {
@@ -306,7 +307,7 @@ TEST_P(Unpacking, ProblemOfTheOuterLayerIsReportedOnce)
     EXPECT_TRUE(cut.problems.at(0).endsWith(QString(GetParam()) + ": truncated"));
 }
 
-// The lines without line breaks are 300 MB long in all.
+// Without the line breaks, the lines are 300 MB long in all.
 TEST_P(Unpacking, HugeUnpackedSizeNeedsNoMemory)
 {
     QByteArray packed = pack(log(1, 100));
@@ -322,7 +323,7 @@ TEST_P(Unpacking, HugeUnpackedSizeNeedsNoMemory)
     EXPECT_EQ(bomb.problems, QStringList("x.log:101: unreadable line"));
 }
 
-TEST_P(Unpacking, ContentThatIsNoRecordingIsAnError)
+TEST_P(Unpacking, PackedFileThatIsNotARecordingIsAnError)
 {
     EXPECT_TRUE(read(pack("hello\n"))
                     .error.startsWith(

@@ -190,12 +190,12 @@ TEST(RecordingFormats, KnownButUnsupportedFormatIsNamedWithAdvice)
         QString error;
     } cases[] = {
         {"PK\x03\x04...", "is a zip archive: unpack it first"},
-        {"BZh91AY&SY", "is a file packed by bzip2: unpack it first"},
+        {"BZh91AY&SY", "is a file compressed with bzip2: unpack it first"},
         {QByteArray("\xFD"
                     "7zXZ\0\0\4",
                     8),
-         "is a file packed by xz: unpack it first"},
-        {"\x04\x22\x4D\x18@", "is a file packed by LZ4: unpack it first"},
+         "is a file compressed with xz: unpack it first"},
+        {"\x04\x22\x4D\x18@", "is a file compressed with LZ4: unpack it first"},
         {"7z\xBC\xAF\x27\x1C", "is a 7z archive: unpack it first"},
         // Without this, the text in the archive would be read as a recording.
         {QByteArray(257, '\0') + "ustar" + QByteArray(250, '\0') + '\n' + candumpLine + '\n',
@@ -230,11 +230,11 @@ TEST(RecordingFormats, KnownButUnsupportedFormatIsNamedWithAdvice)
          "is a JSON file: export its messages as a candump or ASC log first"},
         {"[ {\"id\": 1}]", "is a JSON file: export its messages as a candump or ASC log first"},
         {"zeit,kennung,daten\n1,2,3\n",
-         "is a CSV file without a known header (begins with \"zeit,kennung,daten\"): the header "
+         "is a CSV file with an unknown header (begins with \"zeit,kennung,daten\"): the header "
          "must be \"timestamp,arbitration_id,...\" or \"Time Stamp,ID,Extended,...\", with "
          "commas"},
         {"Zeit;Kennung;Daten\n",
-         "is a CSV file without a known header (begins with \"Zeit;Kennung;Daten\"): the header "
+         "is a CSV file with an unknown header (begins with \"Zeit;Kennung;Daten\"): the header "
          "must be \"timestamp,arbitration_id,...\" or \"Time Stamp,ID,Extended,...\", with "
          "commas"},
     };

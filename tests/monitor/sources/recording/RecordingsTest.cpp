@@ -21,7 +21,7 @@ namespace
 
 constexpr qint64 second = 1000000000;
 
-/// While it exists, the process can open only \a files more.
+/// While this object exists, the process can open only \a files more files.
 class OpenFileLimit
 {
 public:
@@ -269,7 +269,7 @@ TEST_F(Recordings, ShiftedTimesAreInRangeOrUnknown)
         EXPECT_TRUE(!time || (*time >= 0 && *time <= monitor::latestTime)) << *time;
 }
 
-TEST_F(Recordings, ManyNotesAreSummedUp)
+TEST_F(Recordings, ManyNotesAreSummarised)
 {
     QStringList files;
     for (int i = 0; i < 30; ++i)

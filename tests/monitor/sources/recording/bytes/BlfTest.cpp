@@ -445,7 +445,7 @@ TEST(Blf, ExtensionOfAnFdObjectIsNotData)
     EXPECT_EQ(dataOf(read.frames.at(2)), counting(8) + extension.left(4));
 }
 
-TEST(Blf, RequestToSendIsNotAFrame)
+TEST(Blf, TransmitRequestIsNotAFrame)
 {
     const Read read = readObjects(object(fdMessage64, fd64(8, 0, 0, counting(8), 2)) +
                                   object(fdMessage64, fd64(8, 0, 0, counting(8), 1)));
@@ -654,7 +654,7 @@ TEST(Blf, TruncatedFileHasAllWholeFramesAndOneProblem)
     }
     EXPECT_EQ(problemOf(readFile(file.left(100))), "byte 100: the file ends within its header");
     EXPECT_EQ(problemOf(readFile(file.left(260))),
-              "byte 144: the file ends within a container: 1 object(s) of it were read");
+              "byte 144: the file ends within a container: 1 object(s) were read from it");
     EXPECT_EQ(problemOf(readFile(file.left(330))), "byte 318: the file ends within an object");
 }
 
@@ -704,19 +704,19 @@ TEST(Blf, DamagedContainerEndsAtTheNextOne)
         std::string problem;
     } cases[] = {
         {containerOf(wrongChecksum, 2, 144), 3,
-         "the container is damaged: 3 object(s) of it were read and may be wrong"},
+         "the container is damaged: 3 object(s) were read from it and may be wrong"},
         {containerOf(whole.left(2) + bytes(0xFF, 0xFF), 2, 144), 0,
-         "the container is damaged: 0 object(s) of it were read and may be wrong"},
+         "the container is damaged: 0 object(s) were read from it and may be wrong"},
         {containerOf(whole.left(whole.size() - 5), 2, 144), 3,
-         "the container is damaged: 3 object(s) of it were read and may be wrong"},
+         "the container is damaged: 3 object(s) were read from it and may be wrong"},
         {containerOf(QByteArray(), 2, 144), 0,
-         "the container is damaged: 0 object(s) of it were read and may be wrong"},
+         "the container is damaged: 0 object(s) were read from it and may be wrong"},
         {containerOf(whole, 2, 100), 2,
-         "the container has more bytes than it states: 2 object(s) of it were read"},
+         "the container has more bytes than it states: 2 object(s) were read from it"},
         {containerOf(whole, 2, 143), 2,
-         "the container has more bytes than it states: 2 object(s) of it were read"},
+         "the container has more bytes than it states: 2 object(s) were read from it"},
         {containerOf(whole, 2, 145), 3,
-         "the container has fewer bytes than it states: 3 object(s) of it were read"},
+         "the container has fewer bytes than it states: 3 object(s) were read from it"},
         {containerOf(whole, 1, 144), 0, "container skipped: unknown compression method 1"},
         {containerOf(whole, 99, 144), 0, "container skipped: unknown compression method 99"},
         {containerOf(whole, 2, (64 << 20) + 1), 0, "container of more than 64 MiB skipped"},
@@ -752,7 +752,7 @@ TEST(Blf, SplitObjectIsNotContinuedAfterUnreadableBytes)
     const Read read = readFile(fileHeader() + storedContainer(classic(1) + split.left(40)) +
                                QByteArray(9, '?') + storedContainer(split.mid(40) + classic(3)));
     EXPECT_EQ(idsOf(read), QVector<quint32>({1, 3}));
-    EXPECT_EQ(problemOf(read), "byte 264: 9 byte(s) skipped that are not an object");
+    EXPECT_EQ(problemOf(read), "byte 264: 9 byte(s) skipped that belong to no object");
 }
 
 TEST(Blf, UnpackedSizeOfAStoredContainerDoesNotMatter)
@@ -779,9 +779,9 @@ TEST(Blf, ObjectWithAnImpossibleSizeIsSkipped)
         for (const QByteArray& file : {objects, storedContainer(objects)}) {
             const Read read = readFile(fileHeader() + file);
             EXPECT_EQ(idsOf(read), QVector<quint32>({1, 2})) << damaged.toHex().constData();
-            EXPECT_EQ(problemOf(read), file == objects
-                                           ? "byte 192: 48 byte(s) skipped that are not an object"
-                                           : "byte 144: 48 byte(s) skipped that are not an object");
+            EXPECT_EQ(problemOf(read),
+                      file == objects ? "byte 192: 48 byte(s) skipped that belong to no object"
+                                      : "byte 144: 48 byte(s) skipped that belong to no object");
         }
     }
 }
@@ -791,11 +791,11 @@ TEST(Blf, ContainerWithAnImpossibleSizeIsSkipped)
     for (const quint32 size : {0U, 15U, 31U, 0xFFFFFFFFU}) {
         QByteArray damaged = storedContainer(classic(2));
         damaged.replace(8, 4, le(size));
-        // The objects in it are found nevertheless, like objects outside of containers.
+        // The objects in it are still found, like objects outside of containers.
         const Read read =
             readFile(fileHeader() + storedContainer(classic(1)) + damaged + classic(3));
         EXPECT_EQ(idsOf(read), QVector<quint32>({1, 2, 3}));
-        EXPECT_EQ(problemOf(read), "byte 224: 32 byte(s) skipped that are not an object");
+        EXPECT_EQ(problemOf(read), "byte 224: 32 byte(s) skipped that belong to no object");
     }
 }
 
@@ -815,8 +815,8 @@ TEST(Blf, GarbageBetweenObjectsIsOneProblem)
     const Read direct = readFile(fileHeader() + objects);
     EXPECT_EQ(idsOf(direct), QVector<quint32>({1, 2, 3}));
     EXPECT_EQ(direct.problems,
-              QStringList({"x.blf: byte 192: 100003 byte(s) skipped that are not an object",
-                           "x.blf: byte 100243: 9 byte(s) skipped that are not an object"}));
+              QStringList({"x.blf: byte 192: 100003 byte(s) skipped that belong to no object",
+                           "x.blf: byte 100243: 9 byte(s) skipped that belong to no object"}));
     EXPECT_EQ(direct.counts.unreadable, 2);
     EXPECT_EQ(idsOf(readObjects(objects)), QVector<quint32>({1, 2, 3}));
 }
@@ -845,7 +845,7 @@ TEST(Blf, UnusableObjectIsReportedAndSkipped)
         EXPECT_EQ(idsOf(read), QVector<quint32>({1, 3})) << problem;
         EXPECT_EQ(problemOf(read), "byte 192: " + problem);
     }
-    // Objects of other types are skipped without a remark.
+    // Objects of other types are skipped without a message.
     QByteArray other = object(appText, zeros(8));
     other.replace(6, 2, le<quint16>(3));
     EXPECT_EQ(readObjects(other).problems, QStringList());

@@ -401,7 +401,7 @@ TEST(Pcap, ImpossibleFramesAreUnreadable)
     EXPECT_EQ(recording.frames.size(), 1);
     EXPECT_EQ(recording.problems,
               QStringList({"x.pcap: byte 24: the id 0x800 has more than 11 bits",
-                           "x.pcap: byte 51: the frame has a length of 65 bytes",
+                           "x.pcap: byte 51: the frame has an impossible length of 65 bytes",
                            "x.pcap: byte 141: the packet is too short for a CAN frame"}));
 }
 
@@ -418,15 +418,16 @@ TEST(Pcap, TimesOutOfRangeAreUnknown)
     EXPECT_EQ(last.frames.at(0).nanoseconds, 3999999999999999000);
 }
 
-TEST(Pcap, TooLongAPacketEndsTheFile)
+TEST(Pcap, PacketThatIsTooLongEndsTheFile)
 {
     QByteArray file = pcapOf({Can(), Can()});
     const QByteArray size = Writer().add32(262145).bytes;
     file.replace(51 + 8, 4, size);
     const Read recording = read(file + QByteArray(300000, '\0'));
     EXPECT_EQ(recording.frames.size(), 1);
-    EXPECT_EQ(recording.problems, QStringList("x.pcap: byte 51: the packet has a length of 262145 "
-                                              "bytes, so the rest of the file is not read"));
+    EXPECT_EQ(recording.problems,
+              QStringList("x.pcap: byte 51: the packet has an impossible "
+                          "length of 262145 bytes, so the rest of the file is not read"));
 }
 
 TEST(Pcap, EveryTruncationIsReportedAfterTheWholePackets)
@@ -607,14 +608,15 @@ TEST(Pcapng, DamagedBlocksEndTheFile)
         const char* problem;
     } cases[] = {
         {Writer().add32(5).add32(0).add32(0).bytes,
-         "the block has a length of 0 bytes, so the rest of the file is not read"},
+         "the block has an impossible length of 0 bytes, so the rest of the file is not read"},
         {Writer().add32(5).add32(13).add64(0).add64(0).bytes,
-         "the block has a length of 13 bytes, so the rest of the file is not read"},
+         "the block has an impossible length of 13 bytes, so the rest of the file is not read"},
         {Writer().add32(5).add32(16).add32(0).add32(20).bytes,
          "the block has a length of 16 bytes at its beginning and 20 at its end, so the rest of "
          "the file is not read"},
         {Writer().add32(6).add32(0xFFFFFFFC).add32(0).bytes,
-         "the block has a length of 4294967292 bytes, so the rest of the file is not read"},
+         "the block has an impossible length of 4294967292 bytes, so the rest of the file is not "
+         "read"},
         {section().replace(8, 4, "abcd"),
          "the byte order is unknown, so the rest of the file is not read"},
         {section().replace(12, 1, "\x02"),

@@ -423,7 +423,7 @@ TEST(CandumpLine, RemoteMarkMayBeLowerCase)
     EXPECT_TRUE(frameIn("(1.0) can0 123#r5").remote);
 }
 
-TEST(CandumpLine, BytesInReverseOrderAreTurnedRound)
+TEST(CandumpLine, BytesInReverseOrderAreReversed)
 {
     EXPECT_EQ(dataOf(frameIn("  can0  123   [3]  33`22`11")), "112233");
     EXPECT_EQ(dataOf(frameIn("  can0  123   [3]  33`22`11   `.\".`")), "112233");
@@ -490,8 +490,9 @@ TEST(CandumpLine, ZeroBytesAfterAPowerFailureAreReported)
         recordingOf({"(1.0) can0 123#11", "(2.0) can0 123#11", zeros + "(3.0) can0 123#11", zeros});
     EXPECT_EQ(recording.milliseconds, list({1000, 2000, 3000}));
     EXPECT_EQ(recording.counts.unreadable, 1);
-    EXPECT_EQ(recording.notes,
-              QStringList("x.log: contains zero bytes, which are left by a power failure"));
+    EXPECT_EQ(
+        recording.notes,
+        QStringList("x.log: contains zero bytes, perhaps from a power failure; they are skipped"));
 }
 
 // Times in milliseconds: 0, 10, 20, 25 as differences.
@@ -518,7 +519,7 @@ TEST(CandumpTimes, ShortTimesThatDoNotDecreaseCountFromTheFirstLine)
                           "taken as the time since the first line"));
 }
 
-TEST(CandumpTimes, ALateDecreaseDoesNotChangeTheMeaning)
+TEST(CandumpTimes, LateDecreaseDoesNotChangeTheMeaningOfTimes)
 {
     for (const int lines : {CandumpReader::examinedTimes - 1, CandumpReader::examinedTimes}) {
         QList<QByteArray> text = repeated(" (001.000000)  can0  123   [1]  11", lines);

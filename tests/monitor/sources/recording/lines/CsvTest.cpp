@@ -111,7 +111,7 @@ TEST(Csv, RowsOfGvretWithCanFd)
               LineKind::Unknown);
 }
 
-TEST(Csv, LargeIdsMarkedAsStandardAreExtendedAndThisIsSaid)
+TEST(Csv, LargeIdsMarkedAsStandardAreExtendedAndReported)
 {
     const ReadRecording recording =
         read(gvret2,
@@ -156,7 +156,7 @@ TEST(Csv, TimesOfPythonCanAreExact)
         EXPECT_EQ(kindOf(pythonCan, QByteArray(time) + ",0x1,0,0,0,0,"), LineKind::Unknown) << time;
 }
 
-TEST(Csv, TimesOutOfRangeAreUnknownAndThisIsSaid)
+TEST(Csv, TimesOutOfRangeAreUnknownAndReported)
 {
     for (const char* time :
          {"-1.5", "4000000000.000000001", "4e10", "1e999", "99999999999999999999999999999"})
@@ -190,7 +190,7 @@ TEST(Csv, DataOfEveryLengthIsDecodedFromBase64)
 
 TEST(Csv, WrongBase64IsUnreadable)
 {
-    EXPECT_EQ(kindOf(pythonCan, "1.0,0x1,0,0,0,1,+/=="), LineKind::Unknown); // bits behind the data
+    EXPECT_EQ(kindOf(pythonCan, "1.0,0x1,0,0,0,1,+/=="), LineKind::Unknown); // bits after the data
     EXPECT_EQ(kindOf(pythonCan, "1.0,0x1,0,0,0,1,+w=="), LineKind::Frame);
     for (const char* data :
          {"+w=", "+w", "+w===", "====", "+===", "+w==+w==", "+ww", "+-==", "*w==", "=w=="})
@@ -271,7 +271,7 @@ TEST(Csv, FramesOfAFileByPythonCanAreThoseOfTheLog)
     ASSERT_EQ(recording.frames.size(), log.frames.size());
     for (int i = 0; i < log.frames.size(); ++i) {
         Frame expected = log.frames.at(i);
-        expected.fd = expected.length > 8; // the file does not tell more
+        expected.fd = expected.length > 8; // the file has no flag for FD
         expected.bitRateSwitch = false;
         ASSERT_EQ(recording.texts.at(i), frameText(expected));
     }

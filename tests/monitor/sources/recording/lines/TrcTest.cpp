@@ -32,7 +32,7 @@ QStringList textsOf(const QByteArray& version, const QList<QByteArray>& lines)
     return recording.texts;
 }
 
-/// What becomes of one line.
+/// The result of reading one line.
 LineKind kindOf(const QByteArray& version, const QByteArray& line)
 {
     TrcReader reader;
@@ -150,7 +150,7 @@ TEST(Trc, ColumnsMayComeInAnotherOrder)
               QStringList("1500000 300 data 0102"));
 }
 
-TEST(Trc, LineThatLacksAColumnIsUnreadable)
+TEST(Trc, LineWithAMissingColumnIsUnreadable)
 {
     const ReadRecording recording =
         read("2.1", {";$COLUMNS=O,T,I,L,B,D", "1 DT 300 0 1", "2 DT 300 0"});
@@ -173,8 +173,8 @@ TEST(Trc, InsufficientColumnsAreReportedOnce)
         EXPECT_EQ(recording.counts.unreadable, 2) << columns;
         EXPECT_EQ(
             recording.notes,
-            QStringList("x: the lines below $COLUMNS cannot be read: it must contain O, T, I, "
-                        "either l or L, and at the end D"))
+            QStringList("x: the lines below $COLUMNS cannot be read: $COLUMNS must contain O, "
+                        "T, I and either l or L, and end with D"))
             << columns;
     }
 }
@@ -265,7 +265,7 @@ TEST(Trc, StartTimeIsExactToTheNanosecond)
     EXPECT_EQ(timeAfter("43474.6427060648"), 1547047529803998720 + 500000000);
 }
 
-TEST(Trc, StartTimeIsTakenAsUtcAndThisIsSaidOnce)
+TEST(Trc, StartTimeIsTakenAsUtcAndThisIsReportedOnce)
 {
     const QByteArray start = ";$STARTTIME=44548.6028595139";
     EXPECT_EQ(read("2.1", {start, line21, start}).notes,

@@ -417,7 +417,7 @@ TEST(Mf4, DataBytesAreFoundInAStreamOfTheirOwn)
     }
 }
 
-TEST(Mf4, DataBytesMayStandBeforeOrAfterTheirFrames)
+TEST(Mf4, DataBytesMayPrecedeOrFollowTheirFrames)
 {
     const QByteArray a = loggerFrame(0, 1, false, 1, 0);
     const QByteArray b = loggerFrame(1, 2, false, 1, 5);
@@ -493,7 +493,7 @@ TEST(Mf4, GroupsOfOneStreamAreMergedByTime)
     EXPECT_EQ(recording.notes, QStringList(unfinalisedNote));
 }
 
-TEST(Mf4, FramesThatStayOutOfOrderAreMentioned)
+TEST(Mf4, FramesThatRemainOutOfOrderAreReported)
 {
     const QByteArray records = loggerFrame(1e10, 1, false, 0, 0) + loggerBytes("") +
                                loggerFrame(1.4e10, 2, false, 0, 4) + loggerBytes("") +
@@ -503,7 +503,7 @@ TEST(Mf4, FramesThatStayOutOfOrderAreMentioned)
     EXPECT_EQ(recording.frames, QStringList({"10000000000 1 001#", "0 1 003#", "13000000000 1 004#",
                                              "14000000000 1 002#"}));
     EXPECT_EQ(recording.notes.mid(1),
-              QStringList("x.mf4: 1 frame(s) are earlier than the frame before"));
+              QStringList("x.mf4: 1 frame(s) are earlier than the previous frame"));
 }
 
 TEST(Mf4, DataGroupsAreMergedByTime)
@@ -586,7 +586,7 @@ TEST(Mf4, TimesThatCannotBeReadAreUnknown)
         outside.problems.first().endsWith("times cannot be read: it is outside of its record"));
 }
 
-TEST(Mf4, LocalTimesAreMentioned)
+TEST(Mf4, LocalTimesAreReported)
 {
     Writer writer(-1, 1);
     const quint64 group =
@@ -630,10 +630,10 @@ TEST(Mf4, ExtendedIdsAreRecognised)
     EXPECT_EQ(impossible.counts.unreadable, 1);
 }
 
-TEST(Mf4, LengthIsTheLeastOfAllThatAreKnown)
+TEST(Mf4, LengthIsTheSmallestOfTheKnownLengths)
 {
     struct Case {
-        int dlc; // less than 0: there is no such channel
+        int dlc; // negative: the channel is missing
         int length;
         int edl;
         int stored;
@@ -738,14 +738,15 @@ TEST(Mf4, MembersAreFoundInsideAStructure)
     EXPECT_EQ(read(writer.content).frames, QStringList("? 4 001#"));
 }
 
-TEST(Mf4, DifferentNumberOfRecordsIsMentioned)
+TEST(Mf4, WrongNumberOfRecordsIsReported)
 {
     const Read recording = read(simpleFile(simpleRecord(0, 1), 5));
     EXPECT_EQ(recording.frames.size(), 1);
-    EXPECT_EQ(recording.notes, QStringList("x.mf4: states 5 records in groups that contain 1"));
+    EXPECT_EQ(recording.notes,
+              QStringList("x.mf4: states that its groups have 5 records, but 1 were found"));
 }
 
-TEST(Mf4, UnsupportedFilesSayWhy)
+TEST(Mf4, ReasonIsReportedIfAFileIsNotSupported)
 {
     struct Case {
         QByteArray content;
@@ -781,7 +782,7 @@ TEST(Mf4, UnsupportedFilesSayWhy)
          {Case{columns.content, "data stored in columns (MDF 4.2) is not supported"},
           Case{methods[0], "data packed with zstd (method 2) is not supported"},
           Case{methods[1], "data packed with LZ4 (method 4) is not supported"},
-          Case{sortedFile(formula, 2, data), "a conversion of the kind 3 is not supported"},
+          Case{sortedFile(formula, 2, data), "a conversion of type 3 is not supported"},
           Case{sortedFile(nameless, 2, data), "it has no channel ID"},
           Case{sortedFile(outside, 2, data), "it is outside of its record"},
           Case{sortedFile(wide, 16, data), "a number of 65 bits is not supported"},
@@ -842,10 +843,10 @@ TEST(Mf4, UnknownRecordEndsItsStream)
     EXPECT_EQ(recording.frames, QStringList("0 1 001#aa"));
     ASSERT_EQ(recording.problems.size(), 1);
     EXPECT_TRUE(recording.problems.first().endsWith(
-        "a record of an unknown group; the rest of its stream cannot be read"));
+        "a record has an unknown id, so the rest of its stream is not read"));
 }
 
-TEST(Mf4, DamagedBlockLeavesTheFramesBeforeIt)
+TEST(Mf4, FramesBeforeADamagedBlockAreRead)
 {
     QByteArray records;
     for (quint64 i = 0; i < 100; ++i)
@@ -877,7 +878,7 @@ TEST(Mf4, BlockThatUnpacksToAnotherSizeIsDamaged)
     }
 }
 
-TEST(Mf4, CircularLinksEnd)
+TEST(Mf4, CircularLinksDoNotLoopForever)
 {
     const auto damaged = [](int block, int link, int target) {
         Writer writer;
@@ -897,8 +898,8 @@ TEST(Mf4, CircularLinksEnd)
         EXPECT_TRUE(recording.problems.first().contains("circular"))
             << recording.problems.first().toStdString();
     }
-    EXPECT_EQ(read(damaged(3, 1, 3)).frames, QStringList()); // the list is in itself
-    EXPECT_EQ(read(damaged(0, 1, 0)).frames.size(), 1);      // a channel is in itself
+    EXPECT_EQ(read(damaged(3, 1, 3)).frames, QStringList()); // the list contains itself
+    EXPECT_EQ(read(damaged(0, 1, 0)).frames.size(), 1);      // a channel contains itself
 }
 
 TEST(Mf4, EveryTruncatedFileIsReadUpToItsEnd)
