@@ -80,6 +80,47 @@ TEST(Bus, RecordingIsSentDespiteBackwardAndMissingTimes)
     EXPECT_TRUE(live.end().output.contains("frames      4\ndecoded     0\n"));
 }
 
+// The fields are bus, id, extended, transported, message, frames, remoteFrames, shortest, longest,
+// changingBytes and times, which differ.
+TEST(Bus, IdsOfABusAreThoseOfTheRecording)
+{
+    const QStringList format{"--format", "csv"};
+    const auto idsIn = [](const MonitorRun& run) {
+        QStringList ids;
+        for (const QString& line : run.output.split("\r\n", Qt::SkipEmptyParts))
+            ids += line.section(',', 0, 8);
+        return ids;
+    };
+    const SimulatedBus bus;
+    LiveRun live(bus, QStringList{"live"} + format, "ids");
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_GT(idsIn(run).size(), 5);
+    EXPECT_EQ(idsIn(run), idsIn(runMonitor(QStringList{"ids", sampleFile("drive.log")} +
+                                           sampleOptions() + format)));
+}
+
+TEST(Bus, OneBusOfARecordingIsSentOnRequest)
+{
+    const QTemporaryDir directory;
+    const QString recording =
+        write(directory, "(1.0) can0 123#11\n(1.0) can1 124#22\n(1.0) can0 125#33\n");
+    const SimulatedBus bus;
+    LiveRun live(bus);
+    const MonitorRun chosen =
+        runMonitor(QStringList{"send", recording, "--bus", "can1"} + bus.options());
+    EXPECT_TRUE(chosen.output.startsWith("sent        1\n"));
+    EXPECT_EQ(chosen.diagnostics, QString());
+    const MonitorRun all = runMonitor(QStringList{"send", recording} + bus.options());
+    EXPECT_TRUE(all.output.startsWith("sent        3\n"));
+    EXPECT_EQ(all.diagnostics,
+              "the recording has frames of 2 buses (can0, can1), all of which were "
+              "sent on " +
+                  bus.name() + "; choose some with --bus\n");
+    EXPECT_TRUE(live.end().output.contains("undecoded   124: 2 frame(s)\n"));
+}
+
 TEST(Bus, CanFdFramesRequireTheOptionFd)
 {
     const QTemporaryDir directory;
