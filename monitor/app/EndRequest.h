@@ -20,7 +20,7 @@ public:
     /// Whether the end has been requested, also without an event loop.
     bool isRequested() const;
 
-    /// A descriptor that becomes readable when the end is requested; -1 if there is none.
+    /// A descriptor that becomes readable when the end is requested; -1 if the system refused one.
     int descriptor() const;
 
     EndRequest(const EndRequest&) = delete;

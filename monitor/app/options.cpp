@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include "text/LineCursor.h"
 #include "text/suggestions.h"
 
 #include <QtCore/QDateTime>
@@ -196,8 +197,6 @@ qint64 nanosecondsIn(const QString& digits)
                                        [](QChar c) { return c >= QChar('0') && c <= QChar('9'); });
     return areDigits ? digits.leftJustified(mostDigits, '0').toLongLong() : -1;
 }
-
-constexpr qint64 nanosecondsPerSecond = 1000000000;
 
 /// Reads a number of seconds, such as "12.5". A number of absolute times, such as 1700000000,
 /// counts from 1970-01-01 UTC.

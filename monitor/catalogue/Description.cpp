@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace monitor
 {
@@ -20,6 +21,17 @@ bool fitsInto(const SignalLayout& layout, int size)
     // Motorola signals run from the highest bit of a byte to its lowest, then on to the next byte.
     const int first = layout.byteOrder == ByteOrder::Intel ? layout.startBit : byte * 8 + 7 - bit;
     return first + layout.length <= size * 8;
+}
+
+quint64 bitsOfFloat(double number, int length)
+{
+    const auto shortNumber = static_cast<float>(number);
+    quint64 bits = 0;
+    quint32 shortBits = 0;
+    static_assert(sizeof bits == sizeof number && sizeof shortBits == sizeof shortNumber);
+    std::memcpy(&bits, &number, sizeof bits);
+    std::memcpy(&shortBits, &shortNumber, sizeof shortBits);
+    return length == 32 ? shortBits : bits;
 }
 
 ValueRange scaledRange(const SignalLayout& layout, const Scaling& scaling)

@@ -99,6 +99,9 @@ bool contains(const QVector<RawRange>& ranges, quint64 value);
 /// Whether a signal of that \a layout lies within the first \a size bytes of the data.
 bool fitsInto(const SignalLayout& layout, int size);
 
+/// The bits of \a number as an IEEE number of \a length bits, 32 or 64.
+quint64 bitsOfFloat(double number, int length);
+
 /// The scaled values of the lowest and the highest raw value, the smaller one first.
 ValueRange scaledRange(const SignalLayout& layout, const Scaling& scaling);
 

@@ -112,16 +112,8 @@ QVariant rawValueOf(quint64 bits, const SignalLayout& layout)
 
 std::optional<quint64> bitsOf(const QVariant& raw, const SignalLayout& layout)
 {
-    quint64 bits = raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
-    if (layout.isFloat) {
-        const double number = raw.toDouble();
-        const auto shortNumber = static_cast<float>(number);
-        quint32 shortBits = 0;
-        std::memcpy(&bits, &number, sizeof bits);
-        std::memcpy(&shortBits, &shortNumber, sizeof shortBits);
-        if (layout.length == 32)
-            bits = shortBits;
-    }
+    const quint64 bits = layout.isFloat ? bitsOfFloat(raw.toDouble(), layout.length)
+                                        : raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
     const QVariant made = rawValueOf(bits, layout);
     return made.type() == raw.type() && made == raw ? std::optional(bits) : std::nullopt;
 }

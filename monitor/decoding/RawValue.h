@@ -42,8 +42,7 @@ bool holdsNumber(const SignalLayout& layout);
 /// or the bytes in the order of the PDO.
 QVariant rawValueOf(quint64 bits, const SignalLayout& layout);
 
-/// The bits of which rawValueOf() makes \a raw. No value if there are none, or if \a raw is not a
-/// whole number.
+/// The bits that rawValueOf() turns into \a raw; empty if no bits give exactly this number.
 std::optional<quint64> bitsOf(const QVariant& raw, const SignalLayout& layout);
 
 } // namespace monitor

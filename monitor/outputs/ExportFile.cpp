@@ -1,5 +1,6 @@
 #include "ExportFile.h"
 
+#include "text/LineCursor.h"
 #include "text/WholeFile.h"
 #include "views/statisticsFields.h"
 
@@ -18,9 +19,8 @@ const QByteArray header = QByteArrayLiteral("time,signal,source,raw,value,text,u
 /// A time in seconds, with nine decimals.
 QByteArray secondsOf(qint64 nanoseconds)
 {
-    constexpr qint64 perSecond = 1000000000;
-    return QByteArray::number(nanoseconds / perSecond) + '.' +
-           QByteArray::number(nanoseconds % perSecond).rightJustified(9, '0');
+    return QByteArray::number(nanoseconds / nanosecondsPerSecond) + '.' +
+           QByteArray::number(nanoseconds % nanosecondsPerSecond).rightJustified(9, '0');
 }
 
 /// A number with enough digits to read the same number back, a text, or bytes in hexadecimal.

@@ -11,7 +11,6 @@
 #include <QtCore/QSet>
 
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <optional>
 
@@ -48,25 +47,13 @@ quint32 normalized(quint32 number)
 /// Numbers, as written in the file, and their texts.
 using ValueTexts = QVector<QPair<QString, QString>>;
 
-/// The bits of an IEEE number of 32 or 64 bits.
-quint64 floatBits(double number, int length)
-{
-    const auto shortNumber = static_cast<float>(number);
-    quint64 bits = 0;
-    quint32 shortBits = 0;
-    static_assert(sizeof bits == sizeof number && sizeof shortBits == sizeof shortNumber);
-    std::memcpy(&bits, &number, sizeof bits);
-    std::memcpy(&shortBits, &shortNumber, sizeof shortBits);
-    return length == 32 ? shortBits : bits;
-}
-
 /// The bits of the raw value \a number of a signal; empty if the signal cannot have it.
 std::optional<quint64> rawBitsOf(const QString& number, const SignalLayout& layout)
 {
     bool isReal = false;
     const double real = number.toDouble(&isReal);
     if (layout.isFloat)
-        return isReal ? std::optional(floatBits(real, layout.length)) : std::nullopt;
+        return isReal ? std::optional(bitsOfFloat(real, layout.length)) : std::nullopt;
     bool isWhole = false;
     auto bits = static_cast<quint64>(number.toLongLong(&isWhole));
     if (!isWhole && !layout.isSigned)

@@ -52,7 +52,7 @@ protected:
         }
         return columns;
     }
-    /// The first row of the line of values in a column; -1 if there is none.
+    /// The first row of the line of values in a column; -1 if the line does not cross the column.
     static int blueRowOf(const QImage& image, double x)
     {
         for (int y = firstRowOf(image); y < image.height(); ++y) {

@@ -173,8 +173,8 @@ bool isHeaderWord(const Word& word)
                                     [&word](const char* text) { return word == text; });
 }
 
-/// The number of the month that begins with the three letters of an English or German name; 0 if
-/// there is none.
+/// The number of the month whose English or German name begins with these three letters; 0 if the
+/// name is unknown.
 int monthOf(const QByteArray& name)
 {
     static const struct {
@@ -229,7 +229,7 @@ bool readDate(LineCursor cursor, qint64& nanoseconds)
     if (!date.isValid() || !readDaytime(words.at(3), half, daytime))
         return false;
     constexpr qint64 secondsPerDay = 86400;
-    constexpr qint64 nanosecondsPerDay = secondsPerDay * 1000000000;
+    constexpr qint64 nanosecondsPerDay = secondsPerDay * nanosecondsPerSecond;
     const qint64 days = QDate(1970, 1, 1).daysTo(date);
     if (days < 0 || days >= latestTime / nanosecondsPerDay)
         return false;

@@ -38,7 +38,7 @@ struct Mf4Block {
                    : T();
     }
 
-    /// The offset of another block; 0 if there is none.
+    /// The offset of the linked block; 0 if the block has no such link.
     qint64 link(qint64 number) const
     {
         const qint64 at = headerSize + 8 * number;
@@ -68,7 +68,7 @@ public:
     /// The same as Mf4Block::link(), also for links that were not read with the block.
     qint64 link(const Mf4Block& block, qint64 number);
 
-    /// The text in the block at \a offset; empty if there is none.
+    /// The text in the block at \a offset; empty if it is not a text block.
     QByteArray text(qint64 offset);
 
     /// Memory in which all streams of the file unpack transposed blocks, one at a time.

@@ -261,7 +261,7 @@ private:
     QHash<qint64, qint64> variableLinks; // block of a group -> data of its channel DataBytes
 };
 
-/// The block of \a kind at \a offset, unless there is none or it was already read.
+/// The block of \a kind at \a offset; empty if there is no such block or it was already read.
 std::optional<Mf4Block> StructureReader::next(qint64 offset, const char* kind,
                                               QSet<qint64>& visited)
 {
