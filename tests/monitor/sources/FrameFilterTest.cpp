@@ -172,6 +172,13 @@ TEST(FrameFilter, FramesWithoutATimeOnOtherBusesAreNotCounted)
     EXPECT_TRUE(timed.notes.at(0).startsWith("1 frame(s)")) << timed.notes.at(0).toStdString();
 }
 
+TEST(FrameFilter, TimesThatLeaveOutEveryFrameAreNoted)
+{
+    EXPECT_EQ(filtered(framesAt({0, second}), between(relative(2 * second), {})).notes,
+              QStringList("no frames in the time chosen by --from and --to"));
+    EXPECT_EQ(filtered(framesAt({}), between(relative(2 * second), {})).notes, QStringList());
+}
+
 TEST(FrameFilter, AbsoluteTimesInARecordingWithoutADateAreNoted)
 {
     const Filtered dateless = filtered(framesAt({0, second}), between(absolute(october), {}));
