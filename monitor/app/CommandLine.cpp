@@ -148,7 +148,7 @@ QString missingValue(const OptionRow& row)
 QString parseError(const QCommandLineParser& parser)
 {
     for (const OptionRow& row : optionRows()) {
-        const int given = parser.optionNames().count(row.name);
+        const auto given = parser.optionNames().count(row.name);
         if (!row.isFlag() && parser.values(row.name).size() < given)
             return missingValue(row);
     }
@@ -157,7 +157,7 @@ QString parseError(const QCommandLineParser& parser)
 
 /// Reads one occurrence of an option, after \a earlier ones. Returns an error message, or an empty
 /// string on success.
-QString readOption(const OptionRow& row, const CommandRow& command, int earlier,
+QString readOption(const OptionRow& row, const CommandRow& command, qsizetype earlier,
                    const QString& value, Options& options)
 {
     const QString option = QStringLiteral("option --") + QLatin1String(row.name);
@@ -183,7 +183,7 @@ QString readOptions(const QCommandLineParser& parser, const CommandRow& command,
 {
     const QStringList given = parser.optionNames(); // repeated options are repeated here too
     for (int i = 0; i < given.size(); ++i) {
-        const int earlier = given.mid(0, i).count(given.at(i));
+        const auto earlier = given.mid(0, i).count(given.at(i));
         const QString value = parser.values(given.at(i)).value(earlier);
         const OptionRow* row = findOption(given.at(i));
         QString error = row ? readOption(*row, command, earlier, value, options) : QString();

@@ -49,10 +49,11 @@ private:
 /// last one is used, so --j1939 and --plain replace --dbc.
 bool isReplaced(const GivenDescription& given, const QVector<GivenDescription>& all)
 {
-    return std::any_of(&given + 1, all.cend(), [&given](const GivenDescription& later) {
-        return later.file.fileName == given.file.fileName && later.bus == given.bus &&
-               later.file.node == given.file.node;
-    });
+    return std::any_of(&given + 1, all.constData() + all.size(),
+                       [&given](const GivenDescription& later) {
+                           return later.file.fileName == given.file.fileName &&
+                                  later.bus == given.bus && later.file.node == given.file.node;
+                       });
 }
 
 /// Reads all description files. Returns an error message, or an empty string on success.

@@ -3,6 +3,7 @@
 #include "text/Table.h"
 
 #include <QtCore/QLoggingCategory>
+#include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
@@ -121,8 +122,10 @@ int main(int argc, char* argv[])
     QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);
     QTextStream diagnostics(stderr, QIODevice::WriteOnly);
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0) // later versions write UTF-8 in any case
     output.setCodec("UTF-8");
     diagnostics.setCodec("UTF-8");
+#endif
     const ExitCode code = std::visit(Run{output, diagnostics}, command);
     output.flush();
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)

@@ -89,7 +89,7 @@ QString readLimits(const QString& text, Options& options)
         options.usesDescribedLimits = true;
         return QString();
     }
-    const int equals = text.lastIndexOf('=');
+    const auto equals = text.lastIndexOf('=');
     const QStringList numbers = text.mid(equals + 1).split(':');
     bool isLower = false;
     bool isUpper = false;
@@ -181,7 +181,7 @@ QString readSpeed(const QString& text, Options& options)
 /// with an equals sign in one of its folders, have no bus.
 GivenDescription describedFile(const DescriptionReader& reader, const QString& text)
 {
-    const int equals = text.indexOf('=');
+    const auto equals = text.indexOf('=');
     const bool hasBus = equals > 0 && !text.left(equals).contains('/') && !QFileInfo::exists(text);
     return {&reader,
             {hasBus ? text.mid(equals + 1) : text, std::nullopt},
@@ -203,7 +203,7 @@ qint64 nanosecondsIn(const QString& digits)
 std::optional<Moment> momentInSeconds(const QString& text)
 {
     constexpr qlonglong latest = 4000000000;
-    const int point = text.indexOf('.');
+    const auto point = text.indexOf('.');
     bool isNumber = false;
     const qlonglong seconds = text.left(point).toLongLong(&isNumber);
     const qint64 fraction = point < 0 ? 0 : nanosecondsIn(text.mid(point + 1));

@@ -49,7 +49,7 @@ Decoder::Decoder(QVector<CatalogueMessage> catalogueMessages)
     for (const CatalogueMessage& message : qAsConst(knownMessages)) {
         if (message.bus.isEmpty() || listOf.contains(message.bus))
             continue;
-        listOf.insert(message.bus, lists.size());
+        listOf.insert(message.bus, static_cast<int>(lists.size()));
         lists.append(messagesOn(message.bus));
     }
 }
@@ -160,7 +160,7 @@ int Decoder::chooseJ1939(const Payload& payload, const QVector<int>& candidates)
     const bool isKnown = std::any_of(guessed.cbegin(), guessed.cend(),
                                      [=](const auto& guess) { return guess.message == first; });
     if (!isKnown)
-        guessed.append({first, candidates.size(), source});
+        guessed.append({first, static_cast<int>(candidates.size()), source});
     return first;
 }
 

@@ -115,7 +115,7 @@ std::optional<quint64> bitsOf(const QVariant& raw, const SignalLayout& layout)
     const quint64 bits = layout.isFloat ? bitsOfFloat(raw.toDouble(), layout.length)
                                         : raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
     const QVariant made = rawValueOf(bits, layout);
-    return made.type() == raw.type() && made == raw ? std::optional(bits) : std::nullopt;
+    return made.userType() == raw.userType() && made == raw ? std::optional(bits) : std::nullopt;
 }
 
 } // namespace monitor

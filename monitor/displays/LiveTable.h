@@ -38,7 +38,7 @@ public:
     const Snapshot& snapshot() const { return shown.snapshot; }
 
     /// The rows that pass the filter, in the order of the snapshot.
-    int rowCount() const { return places.size(); }
+    int rowCount() const { return static_cast<int>(places.size()); }
     const SnapshotRow& row(int row) const { return shown.snapshot.rows.at(places.at(row)); }
     Highlight highlight(int row) const { return highlightOf(this->row(row), leastRating); }
 

@@ -165,7 +165,7 @@ void MonitoredSignal::appendNewValues(SignalSeries& series)
                 series = SignalSeries();
             }
             typename std::decay_t<decltype(values)>::Record value;
-            while (values.kept().getValue(series.values.size(), value)) {
+            while (values.kept().getValue(static_cast<int>(series.values.size()), value)) {
                 series.microseconds.append(values.times().at(series.values.size()));
                 series.values.append(value.scaledValue.toDouble());
             }

@@ -19,7 +19,7 @@ void writeText(QDataStream& stream, const QString& text)
 {
     const QByteArray bytes = text.toUtf8();
     stream << static_cast<quint32>(bytes.size());
-    stream.writeRawData(bytes.constData(), bytes.size());
+    stream.writeRawData(bytes.constData(), static_cast<int>(bytes.size()));
 }
 
 /// Does not use QDataStream's own operator, which allocates as much memory as the length claims.
@@ -29,10 +29,11 @@ bool readText(QDataStream& stream, QString& text)
     stream >> length;
     if (stream.status() != QDataStream::Ok || length > stream.device()->bytesAvailable())
         return false;
-    QByteArray bytes(static_cast<int>(length), Qt::Uninitialized);
-    if (stream.readRawData(bytes.data(), bytes.size()) != bytes.size())
+    const auto size = static_cast<int>(length);
+    QByteArray bytes(size, Qt::Uninitialized);
+    if (stream.readRawData(bytes.data(), size) != size)
         return false;
-    text = QString::fromUtf8(bytes.constData(), bytes.size()); // zero bytes included
+    text = QString::fromUtf8(bytes.constData(), size); // zero bytes included
     return true;
 }
 

@@ -44,7 +44,7 @@ void SignalRecording<T>::record(T value, qint64 microseconds)
 template <typename T>
 void SignalRecording<T>::dropOldest()
 {
-    const int surplus = receptionTimes.size() - keptRecords;
+    const auto surplus = receptionTimes.size() - keptRecords;
     if (keptRecords == 0 || surplus <= 0)
         return;
     const QVector<T> newest = series.getValues().mid(surplus);

@@ -10,8 +10,6 @@
 
 #include <algorithm>
 
-using QtCharts::QChart;
-
 namespace monitor
 {
 
@@ -77,7 +75,8 @@ QString writePlot(const Plot& plot, const QString& fileName)
 
 QString writeOverview(const QVector<Plot>& plots, const QString& fileName)
 {
-    QImage image(tileSize.width(), tileSize.height() * plots.size(), QImage::Format_RGB32);
+    QImage image(tileSize.width(), tileSize.height() * static_cast<int>(plots.size()),
+                 QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);
     const AxisRange times = timesOf(plots);

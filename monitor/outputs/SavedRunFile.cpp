@@ -36,7 +36,7 @@ protected:
 
     qint64 writeData(const char* data, qint64 size) override
     {
-        hash.addData(data, static_cast<int>(size));
+        hash.addData(QByteArray::fromRawData(data, static_cast<int>(size)));
         return target.write(data, size);
     }
 
@@ -168,8 +168,8 @@ QString parseSavedRun(const QByteArray& content, SavedRun& run)
 {
     if (!content.startsWith(magic))
         return QStringLiteral("not a saved run");
-    const QByteArray hashed =
-        QByteArray::fromRawData(content.constData(), std::max(0, content.size() - hashSize));
+    const QByteArray hashed = QByteArray::fromRawData(
+        content.constData(), std::max(0, static_cast<int>(content.size()) - hashSize));
     QDataStream stream(hashed);
     configure(stream);
     stream.skipRawData(magicSize);

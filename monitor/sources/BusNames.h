@@ -16,7 +16,10 @@ public:
     static constexpr int maxNames = 1024;
 
     /// The number of the bus \a name, which is added if it is new.
-    quint16 indexOf(const QByteArray& name) { return indexOf(name.constData(), name.size()); }
+    quint16 indexOf(const QByteArray& name)
+    {
+        return indexOf(name.constData(), static_cast<int>(name.size()));
+    }
 
     /// The same for the \a size bytes at \a name. Cheap if the previous call had the same name.
     quint16 indexOf(const char* name, int size);

@@ -61,7 +61,7 @@ bool FrameFilter::isOnChosenBus(quint16 bus)
 {
     if (bus >= busIsChosen.size()) {
         const QStringList names = input.buses();
-        for (int i = busIsChosen.size(); i < names.size(); ++i)
+        for (auto i = busIsChosen.size(); i < names.size(); ++i)
             busIsChosen.append(chosen.buses.contains(names.at(i)));
     }
     return busIsChosen.value(bus);

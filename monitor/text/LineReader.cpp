@@ -1,21 +1,25 @@
 #include "LineReader.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QTextCodec>
 
+#include <algorithm>
 #include <utility>
 
 namespace monitor
 {
 
+// Lengths are passed because otherwise Qt 5 would stop at a zero byte.
+std::optional<QString> fromUtf8(const QByteArray& bytes)
+{
+    const QString text = QString::fromUtf8(bytes.constData(), bytes.size());
+    const QByteArray encoded = text.toUtf8();
+    const bool isValid = bytes == encoded || bytes == byteOrderMark + encoded;
+    return isValid ? std::optional(text) : std::nullopt;
+}
+
 QString textOf(const QByteArray& line)
 {
-    QTextCodec::ConverterState state;
-    const QString text =
-        QTextCodec::codecForName("UTF-8")->toUnicode(line.constData(), line.size(), &state);
-    return state.invalidChars + state.remainingChars == 0
-               ? text
-               : QString::fromLatin1(line.constData(), line.size()); // zero bytes included
+    return fromUtf8(line).value_or(QString::fromLatin1(line.constData(), line.size()));
 }
 
 QString deviceError(const QIODevice& device, const QString& name)
@@ -47,7 +51,8 @@ bool LineReader::readLine(QByteArray& line)
         skipRestOfLine();
     while (length > 0 && (buffer.at(length - 1) == '\n' || buffer.at(length - 1) == '\r'))
         --length;
-    line.replace(0, line.size(), buffer.constData(), length);
+    line.resize(length);
+    std::copy_n(buffer.constData(), length, line.begin());
     return true;
 }
 

@@ -5,9 +5,16 @@
 #include <QtCore/QString>
 
 #include <memory>
+#include <optional>
 
 namespace monitor
 {
+
+/// The bytes that mark a text as UTF-8.
+constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
+
+/// \a bytes in UTF-8 as text, without the byte order mark; nullopt if they are not valid UTF-8.
+std::optional<QString> fromUtf8(const QByteArray& bytes);
 
 /// \a line as text. Older tools write names and units in Latin-1, newer ones in UTF-8, so a line
 /// that is not valid UTF-8 is read as Latin-1.

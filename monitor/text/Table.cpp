@@ -12,7 +12,7 @@ void widenFor(const QStringList& row, QVector<int>& widths)
 {
     widths.resize(row.size());
     for (int i = 0; i < row.size(); ++i)
-        widths[i] = std::max(widths.at(i), row.at(i).size());
+        widths[i] = std::max(widths.at(i), static_cast<int>(row.at(i).size()));
 }
 
 QString formatRow(const QStringList& row, const QVector<Column>& columns,

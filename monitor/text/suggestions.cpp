@@ -50,8 +50,8 @@ QStringList nearNames(const QString& name, const QStringList& candidates)
     QVector<Candidate> found;
     for (const QString& candidate : candidates) {
         const QString folded = candidate.toCaseFolded();
-        const int allowed = std::max(wanted.size(), folded.size()) / 3;
-        const int lengthDifference = std::abs(wanted.size() - folded.size());
+        const auto allowed = std::max(wanted.size(), folded.size()) / 3;
+        const int lengthDifference = static_cast<int>(std::abs(wanted.size() - folded.size()));
         if (wanted.size() >= shortestPart && folded.contains(wanted))
             found.append({candidate, lengthDifference});
         else if (lengthDifference <= allowed && editDistance(wanted, folded) <= allowed)

@@ -16,13 +16,6 @@
 #include <algorithm>
 #include <cmath>
 
-using QtCharts::QAreaSeries;
-using QtCharts::QCategoryAxis;
-using QtCharts::QChart;
-using QtCharts::QLineSeries;
-using QtCharts::QScatterSeries;
-using QtCharts::QValueAxis;
-
 namespace monitor
 {
 
@@ -64,7 +57,7 @@ private:
     void addLine(QLineSeries* line, const QPen& pen, const QString& name);
     void addPoints(const QVector<QPointF>& points, const QColor& color, qreal size,
                    const QString& name);
-    void add(QtCharts::QAbstractSeries* series, const QString& name);
+    void add(QAbstractSeries* series, const QString& name);
 
     QChart& chart;
     const SignalStatistics& statistics;
@@ -155,11 +148,11 @@ void ChartDrawing::addPoints(const QVector<QPointF>& points, const QColor& color
 }
 
 // A series without a name is left out of the legend.
-void ChartDrawing::add(QtCharts::QAbstractSeries* series, const QString& name)
+void ChartDrawing::add(QAbstractSeries* series, const QString& name)
 {
     series->setName(name);
     chart.addSeries(series);
-    for (QtCharts::QLegendMarker* const marker : chart.legend()->markers(series))
+    for (QLegendMarker* const marker : chart.legend()->markers(series))
         marker->setVisible(!name.isEmpty());
 }
 
@@ -262,7 +255,7 @@ void addAxis(QChart& chart, Qt::Alignment side, QValueAxis* axis, const QString&
 {
     axis->setTitleText(title);
     chart.addAxis(axis, side);
-    for (QtCharts::QAbstractSeries* const series : chart.series())
+    for (QAbstractSeries* const series : chart.series())
         series->attachAxis(axis);
 }
 

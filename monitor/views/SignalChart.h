@@ -7,8 +7,14 @@
 
 #include <memory>
 
+namespace QtCharts // of the charts of Qt 5; those of Qt 6 are in the global namespace
+{
+}
+
 namespace monitor
 {
+
+using namespace QtCharts;
 
 /// The range of an axis.
 struct AxisRange {
@@ -26,8 +32,8 @@ QString plotTitleOf(const SignalStatistics& statistics);
 /// limits, and marks for the values outside the band. \a size is in pixels. A low chart has neither
 /// title nor legend, and its plot area is always in the same place, so that several charts can be
 /// stacked. The trace must not be empty, and there must be a QApplication.
-std::unique_ptr<QtCharts::QChart> chartOf(const SignalStatistics& statistics, const Trace& trace,
-                                          const AxisRange& range, const QSize& size);
+std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace& trace,
+                                const AxisRange& range, const QSize& size);
 
 /// Writes \a image to a PNG file, which is replaced completely or left unchanged. Returns an error
 /// message that names the file, or an empty string on success.

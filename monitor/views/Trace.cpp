@@ -98,8 +98,8 @@ QVector<QVector<QPointF>> reduceToColumns(const Trace& trace, double from, doubl
                                           Joining joining)
 {
     QVector<QVector<QPointF>> lines;
-    const QPointF* const first = trace.points.constBegin();
-    const QPointF* const last = trace.points.constEnd();
+    const QPointF* const first = trace.points.constData();
+    const QPointF* const last = first + trace.points.size();
     for (const QPointF* begin = first; begin != last;) {
         const int column = columnOf(begin->x(), from, to, columns);
         const QPointF* const end = std::find_if(begin, last, [=](const QPointF& point) {

@@ -53,7 +53,7 @@ QVector<SignalDescription> Resolver::resolve()
     QVector<SignalDescription> resolved;
     QVector<int> places; // of the signals in the result
     for (int i = 0; i < dbcSignals.size(); ++i) {
-        places += resolved.size();
+        places += static_cast<int>(resolved.size());
         if (multiplexors.at(i) == notCertain)
             continue;
         const DbcSignal& signal = dbcSignals.at(i);

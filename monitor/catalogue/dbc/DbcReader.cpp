@@ -218,7 +218,7 @@ void DbcParser::addMessage()
             message.line,
             QStringLiteral("message \"%1\" is not decoded: it has the same id as \"%2\"")
                 .arg(message.name, dbcMessages.at(indices.value(message.number)).name));
-    indices.insert(message.number, dbcMessages.size());
+    indices.insert(message.number, static_cast<int>(dbcMessages.size()));
     dbcMessages.append(message);
     holder = Holder::LastMessage;
 }
@@ -283,7 +283,7 @@ void DbcParser::addSignal()
     if (holder == Holder::LastMessage && error.isEmpty()) {
         QVector<DbcSignal>& dbcSignals = dbcMessages.last().dbcSignals;
         if (find(lastNumber, signal.name) == nullptr)
-            signalIndices.insert({lastNumber, signal.name}, dbcSignals.size());
+            signalIndices.insert({lastNumber, signal.name}, static_cast<int>(dbcSignals.size()));
         dbcSignals.append(signal);
         return;
     }

@@ -1,9 +1,13 @@
 #include "DbcScanner.h"
 
+#include "text/LineReader.h"
+
 #include <QtCore/QRegularExpression>
-#include <QtCore/QTextCodec>
+#include <QtCore/QTextStream>
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
 #include <utility>
 
 namespace monitor
@@ -80,12 +84,16 @@ bool isDigit(QChar character)
 
 QString decodeDbc(const QByteArray& content)
 {
-    const QTextCodec* const marked = QTextCodec::codecForUtfText(content, nullptr);
-    QTextCodec::ConverterState state;
-    const QString text = (marked != nullptr ? marked : QTextCodec::codecForName("UTF-8"))
-                             ->toUnicode(content.constData(), content.size(), &state);
-    const bool isValid = state.invalidChars + state.remainingChars == 0;
-    return marked != nullptr || isValid ? text : decodeWindows1252(content);
+    if (content.startsWith(byteOrderMark))
+        return QString::fromUtf8(content.constData(), content.size());
+    const QByteArray marks[] = {"\xFF\xFE", "\xFE\xFF", QByteArray("\0\0\xFE\xFF", 4)};
+    const bool isWide =
+        std::any_of(std::begin(marks), std::end(marks),
+                    [&](const QByteArray& mark) { return content.startsWith(mark); });
+    if (isWide) // QTextStream tells UTF-16 and UTF-32 of either byte order by their marks
+        return QTextStream(content).readAll();
+    const std::optional<QString> text = fromUtf8(content);
+    return text ? *text : decodeWindows1252(content);
 }
 
 DbcScanner::DbcScanner(QString content) : text(std::move(content))
@@ -161,8 +169,7 @@ std::optional<QString> DbcScanner::takeText()
             return taken;
         }
         currentLine += character == '\n' ? 1 : 0;
-        const bool isEscaped =
-            character == '\\' && text.midRef(position + 1, 1) == QLatin1String("\"");
+        const bool isEscaped = character == '\\' && isFollowedBy('"');
         position += isEscaped ? 1 : 0;
         taken += text.at(position);
     }
@@ -215,6 +222,11 @@ void DbcScanner::skipOne()
         ++position;
 }
 
+bool DbcScanner::isFollowedBy(char symbol) const
+{
+    return position + 1 < text.size() && text.at(position + 1) == QLatin1Char(symbol);
+}
+
 bool DbcScanner::isKeyword(const QString& word)
 {
     return std::any_of(std::begin(keywords), std::end(keywords),
@@ -225,8 +237,8 @@ void DbcScanner::skipBlanks()
 {
     while (position < text.size()) {
         const QChar character = text.at(position);
-        if (character == '/' && text.midRef(position + 1, 1) == QLatin1String("/")) {
-            const int end = text.indexOf('\n', position);
+        if (character == '/' && isFollowedBy('/')) {
+            const auto end = text.indexOf('\n', position);
             position = end < 0 ? text.size() : end;
             continue;
         }
@@ -240,7 +252,7 @@ void DbcScanner::skipBlanks()
 /// Whether only blanks precede the next character on its line.
 bool DbcScanner::isFirstInLine() const
 {
-    for (int i = position - 1; i >= 0 && text.at(i) != '\n'; --i) {
+    for (auto i = position - 1; i >= 0 && text.at(i) != '\n'; --i) {
         if (!text.at(i).isSpace())
             return false;
     }
@@ -251,7 +263,7 @@ template <typename Predicate>
 QString DbcScanner::takeWhile(Predicate belongs)
 {
     skipBlanks();
-    const int begin = position;
+    const auto begin = position;
     while (position < text.size() && belongs(text.at(position)))
         ++position;
     return text.mid(begin, position - begin);

@@ -70,6 +70,8 @@ public:
     qint64 lineOfOpenText() const { return openText; }
 
 private:
+    /// Whether \a symbol is the character after the next one.
+    bool isFollowedBy(char symbol) const;
     void skipBlanks();
     void skipOne();
     bool isFirstInLine() const;
@@ -77,7 +79,7 @@ private:
     QString takeWhile(Predicate belongs);
 
     QString text;
-    int position = 0;
+    decltype(text.size()) position = 0;
     qint64 currentLine = 1;
     qint64 openText = 0;
 };

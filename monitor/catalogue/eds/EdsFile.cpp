@@ -71,7 +71,7 @@ void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problem
         addEntry(number, line, problems);
         return;
     }
-    const int end = line.indexOf(']');
+    const auto end = line.indexOf(']');
     const QString rest = line.mid(end + 1).trimmed();
     inSection = end > 1 && (rest.isEmpty() || rest.startsWith(';'));
     if (!inSection)
@@ -86,7 +86,7 @@ void EdsFile::readLine(qint64 number, const QByteArray& bytes, Problems& problem
 
 void EdsFile::addEntry(qint64 number, const QString& line, Problems& problems)
 {
-    const int equals = line.indexOf('=');
+    const auto equals = line.indexOf('=');
     const QString key = line.left(equals).trimmed().toLower();
     if (equals < 0 || key.isEmpty()) {
         problems.add(number, QStringLiteral("neither a section header nor an entry"));

@@ -4,7 +4,7 @@
 #include "views/SignalChart.h"
 #include "views/statisticsFields.h"
 
-#include <QtWidgets/QAction>
+#include <QAction> // in QtWidgets with Qt 5, in QtGui with Qt 6
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>

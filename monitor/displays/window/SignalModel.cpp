@@ -66,7 +66,7 @@ void SignalModel::removeMissing()
     for (int row = 0; row < table.rowCount(); ++row)
         shown.append(table.row(row).signal);
     std::sort(shown.begin(), shown.end());
-    for (int row = signalOfRow.size() - 1; row >= 0; --row) {
+    for (int row = rowCount() - 1; row >= 0; --row) {
         if (std::binary_search(shown.constBegin(), shown.constEnd(), signalOfRow.at(row)))
             continue;
         beginRemoveRows(QModelIndex(), row, row);
@@ -90,12 +90,12 @@ void SignalModel::insertNew()
 
 int SignalModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : signalOfRow.size();
+    return parent.isValid() ? 0 : static_cast<int>(signalOfRow.size());
 }
 
 int SignalModel::columnCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : 1 + statisticsColumns().size();
+    return parent.isValid() ? 0 : 1 + static_cast<int>(statisticsColumns().size());
 }
 
 QVariant SignalModel::data(const QModelIndex& index, int role) const

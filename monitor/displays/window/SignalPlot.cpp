@@ -6,13 +6,21 @@
 #include <algorithm>
 #include <cmath>
 
-using QtCharts::QChart;
-
 namespace monitor
 {
 
 namespace
 {
+
+/// Where the mouse is, relative to the widget.
+QPointF positionOf(const QMouseEvent& event)
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    return event.localPos();
+#else
+    return event.position();
+#endif
+}
 
 std::unique_ptr<QChart> emptyChart(const QString& title)
 {
@@ -66,7 +74,7 @@ void SignalPlot::wheelEvent(QWheelEvent* event)
 
 void SignalPlot::mousePressEvent(QMouseEvent* event)
 {
-    grabbed = event->localPos().x();
+    grabbed = positionOf(*event).x();
     setCursor(Qt::ClosedHandCursor);
 }
 
@@ -74,7 +82,7 @@ void SignalPlot::mouseMoveEvent(QMouseEvent* event)
 {
     if (!event->buttons().testFlag(Qt::LeftButton))
         return;
-    const double x = event->localPos().x();
+    const double x = positionOf(*event).x();
     span.move((grabbed - x) * secondsPerPixel(), end);
     grabbed = x;
     draw();

@@ -10,7 +10,7 @@ namespace monitor
 
 /// The chart of one signal of a live run. The wheel zooms, dragging scrolls, and a double-click
 /// follows the end again.
-class SignalPlot : public QtCharts::QChartView
+class SignalPlot : public QChartView
 {
 public:
     SignalPlot();

@@ -72,7 +72,7 @@ void TimeSpan::move(double seconds, double end)
 Trace visibleTrace(const SignalSeries& series, const AxisRange& range)
 {
     constexpr int moreForThePeriod = 50;
-    const int size = series.microseconds.size();
+    const auto size = static_cast<int>(series.microseconds.size());
     const Part shown = widened(partIn(series.microseconds, range), 1, size);
     const Part traced = widened(shown, moreForThePeriod, size);
     const int length = traced.end - traced.first;

@@ -16,7 +16,8 @@ Frame frameOf(const QCanBusFrame& busFrame)
     frame.fd = busFrame.hasFlexibleDataRateFormat();
     frame.bitRateSwitch = busFrame.hasBitrateSwitch();
     const QByteArray payload = busFrame.payload();
-    const int length = std::min(payload.size(), static_cast<int>(frame.data.size()));
+    const auto length =
+        std::min<std::size_t>(static_cast<std::size_t>(payload.size()), frame.data.size());
     std::copy_n(payload.constData(), length, frame.data.begin());
     frame.length = static_cast<quint8>(length);
     return frame;

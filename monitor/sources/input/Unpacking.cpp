@@ -167,7 +167,7 @@ public:
         QVector<Problems>& layers = report()->packed;
         const QString name =
             layers.isEmpty() ? report()->name : report()->name + QStringLiteral(" (unpacked)");
-        layer = layers.size();
+        layer = static_cast<int>(layers.size());
         layers.append(Problems(name,
                                QStringLiteral("problem(s) in packed data; the rest of it was "
                                               "not read"),

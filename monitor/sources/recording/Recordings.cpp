@@ -152,7 +152,7 @@ bool Recordings::readHead(Part& part)
         return false;
     if (part.head.bus >= part.busOf.size()) {
         const QStringList busNames = part.source->buses();
-        for (int i = part.busOf.size(); i < busNames.size(); ++i)
+        for (auto i = part.busOf.size(); i < busNames.size(); ++i)
             part.busOf.append(names.indexOf(busNames.at(i).toUtf8()));
     }
     part.head.bus = part.busOf.value(part.head.bus);
@@ -226,7 +226,7 @@ QStringList Recordings::notes() const
         notes += part->source->notes();
     if (notes.size() <= maxNotes)
         return notes;
-    const int omitted = notes.size() - maxNotes;
+    const auto omitted = notes.size() - maxNotes;
     return notes.mid(0, maxNotes) +
            QStringList(QStringLiteral("... and %1 more remarks like these").arg(omitted));
 }

@@ -8,6 +8,7 @@
 #include "lines/Trc.h"
 #include "mf4/Mf4.h"
 #include "sources/input/Unpacking.h"
+#include "text/LineReader.h"
 #include "unsupported.h"
 
 #include <QtCore/QFile>
@@ -67,8 +68,6 @@ const RecordingFormat* formatOf(const QByteArray& start, bool isWhole)
 
 namespace
 {
-
-constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
 
 /// The frames of a recording that is read through an InputStream.
 class InputRecording : public FrameSource
@@ -161,8 +160,8 @@ Detected detectFormat(InputStream& stream)
             !detected.unsupported.isEmpty())
             return detected;
         // A large start that arrives in many small pieces is not examined after each of them.
-        const int step = start.size() < smallStart ? 1 : start.size() / 16;
-        enough = std::min(start.size() + step, maxExaminedBytes);
+        const auto step = start.size() < smallStart ? 1 : start.size() / 16;
+        enough = std::min(static_cast<int>(start.size() + step), maxExaminedBytes);
     }
 }
 

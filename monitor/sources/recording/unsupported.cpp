@@ -59,7 +59,7 @@ QByteArray textOfStart(const QByteArray& start)
 QByteArray firstLine(const QByteArray& start)
 {
     const QByteArray text = textOfStart(start);
-    const int lineFeed = text.indexOf('\n');
+    const auto lineFeed = text.indexOf('\n');
     return (lineFeed < 0 ? text : text.left(lineFeed)).trimmed();
 }
 

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 
+using namespace QtCharts;
 using monitor::chartOf;
 using monitor::SignalStatistics;
 using monitor::Trace;
@@ -24,27 +25,26 @@ namespace
 class SignalChart : public testing::Test
 {
 protected:
-    std::unique_ptr<QtCharts::QChart> chart(const SignalStatistics& statistics,
-                                            const Trace& trace) const
+    std::unique_ptr<QChart> chart(const SignalStatistics& statistics, const Trace& trace) const
     {
         return chartOf(statistics, trace, monitor::rangeOf(trace), {1000, 500});
     }
 
     /// The points of all series with that name.
-    static QVector<QPointF> pointsOf(const QtCharts::QChart& chart, const QString& name)
+    static QVector<QPointF> pointsOf(const QChart& chart, const QString& name)
     {
         QVector<QPointF> points;
-        for (QtCharts::QAbstractSeries* const series : chart.series()) {
-            if (auto* const xy = qobject_cast<QtCharts::QXYSeries*>(series);
+        for (QAbstractSeries* const series : chart.series()) {
+            if (auto* const xy = qobject_cast<QXYSeries*>(series);
                 xy != nullptr && xy->name() == name)
                 points += xy->pointsVector();
         }
         return points;
     }
 
-    static QtCharts::QValueAxis* axisOf(const QtCharts::QChart& chart, Qt::Orientation direction)
+    static QValueAxis* axisOf(const QChart& chart, Qt::Orientation direction)
     {
-        return qobject_cast<QtCharts::QValueAxis*>(chart.axes(direction).value(0));
+        return qobject_cast<QValueAxis*>(chart.axes(direction).value(0));
     }
 
 private:
@@ -87,7 +87,7 @@ TEST_F(SignalChart, ShowsValuesAverageAndBandWithTheirUnit)
     EXPECT_EQ(shown->title(), QString("Speed, source 7"));
     EXPECT_EQ(pointsOf(*shown, "values"), (QVector<QPointF>{{0, 50}, {1, 90}, {2, 10}}));
     EXPECT_EQ(pointsOf(*shown, "average"), (QVector<QPointF>{{0, 50}, {10, 50}}));
-    const auto* const band = qobject_cast<QtCharts::QAreaSeries*>(shown->series().value(0));
+    const auto* const band = qobject_cast<QAreaSeries*>(shown->series().value(0));
     ASSERT_NE(band, nullptr);
     EXPECT_EQ(band->lowerSeries()->pointsVector(), (QVector<QPointF>{{0, 40}, {10, 40}}));
     EXPECT_EQ(band->upperSeries()->pointsVector(), (QVector<QPointF>{{0, 60}, {10, 60}}));
@@ -146,7 +146,7 @@ TEST_F(SignalChart, LegendListsEachKindOfLineOnce)
     statistics.limits = monitor::ValueRange{0, 200};
     const auto shown = chart(statistics, speedTrace());
     QStringList names;
-    for (const QtCharts::QLegendMarker* const marker : shown->legend()->markers()) {
+    for (const QLegendMarker* const marker : shown->legend()->markers()) {
         if (marker->isVisible())
             names += marker->label();
     }
@@ -177,9 +177,9 @@ TEST_F(SignalChart, TextsAreLabelsOfTheirValues)
     SignalStatistics statistics = speed();
     statistics.valueTexts = {{10, "slow"}, {50, "<b>"}, {70, "same"}, {90, "same"}, {500, "never"}};
     const auto shown = chart(statistics, speedTrace());
-    auto* const axis = qobject_cast<QtCharts::QCategoryAxis*>(axisOf(*shown, Qt::Vertical));
+    auto* const axis = qobject_cast<QCategoryAxis*>(axisOf(*shown, Qt::Vertical));
     ASSERT_NE(axis, nullptr);
-    EXPECT_EQ(axis->labelsPosition(), QtCharts::QCategoryAxis::AxisLabelsPositionOnValue);
+    EXPECT_EQ(axis->labelsPosition(), QCategoryAxis::AxisLabelsPositionOnValue);
     EXPECT_EQ(axis->categoriesLabels(), (QStringList{"slow", "&lt;b&gt;", "same", "same (90)"}));
     EXPECT_EQ(axis->endValue("slow"), 10);
     EXPECT_EQ(axis->endValue("same (90)"), 90);
@@ -207,7 +207,7 @@ TEST_F(SignalChart, ManyTextsAreThinnedOutSoThatTheyDoNotOverlap)
     for (int i = 0; i < 1000; ++i)
         statistics.valueTexts.insert(i / 10.0, QString::number(i) + " x");
     const auto shown = chart(statistics, speedTrace());
-    auto* const axis = qobject_cast<QtCharts::QCategoryAxis*>(axisOf(*shown, Qt::Vertical));
+    auto* const axis = qobject_cast<QCategoryAxis*>(axisOf(*shown, Qt::Vertical));
     ASSERT_NE(axis, nullptr);
     const double pixels = 500 / (axis->max() - axis->min());
     double previous = -1e9;

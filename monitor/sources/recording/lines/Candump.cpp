@@ -1,6 +1,7 @@
 #include "Candump.h"
 
 #include "text/LineCursor.h"
+#include "text/LineReader.h"
 
 #include <QtCore/QDateTime>
 
@@ -21,7 +22,6 @@ constexpr qint64 firstLongTime = 1000000000000000000; // its seconds have 10 dig
 constexpr int longestInterface = 64;                  // Linux allows 15 characters
 constexpr char reversedSeparator = '`';
 constexpr char escape = '\x1b';
-constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
 
 /// The forms of a time. Short is the form (000.005001) of the screen format, which is never an
 /// absolute time.

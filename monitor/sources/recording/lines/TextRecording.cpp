@@ -49,10 +49,10 @@ QStringList TextRecording::notes() const
 
 qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line))
 {
-    for (int begin = 0; begin < start.size();) {
-        const int lineFeed = start.indexOf('\n', begin);
-        const int end = lineFeed < 0 ? start.size() : lineFeed;
-        int length = end - begin;
+    for (decltype(start.size()) begin = 0; begin < start.size();) {
+        const auto lineFeed = start.indexOf('\n', begin);
+        const auto end = lineFeed < 0 ? start.size() : lineFeed;
+        auto length = end - begin;
         while (length > 0 && start.at(begin + length - 1) == '\r')
             --length;
         if (isTypical(start.mid(begin, length)))

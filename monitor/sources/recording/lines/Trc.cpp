@@ -34,7 +34,6 @@ namespace
 constexpr qint64 nanosecondsPerMillisecond = 1000000;
 constexpr quint32 bytesInPacket = 7; // of the transport protocol, after the packet number
 constexpr quint32 highestLengthCode = 15;
-constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
 
 struct VersionRow {
     const char* version;

@@ -418,7 +418,7 @@ QByteArray StructureReader::busNameOf(const Mf4Block& block)
         source && source->is("SI") ? file.text(source->link(0)) : QByteArray(),
         source && source->is("SI") ? file.text(source->link(1)) : QByteArray()};
     for (const QByteArray& name : names) {
-        int begin = name.size();
+        auto begin = name.size();
         while (begin > 0 && name.at(begin - 1) >= '0' && name.at(begin - 1) <= '9')
             --begin;
         if (begin < name.size())
@@ -462,8 +462,8 @@ void StructureReader::readChannel(const Channel& channel, Mf4Group& group)
             problems.add(channel.block.offset, QStringLiteral("times cannot be read: ") + refusal);
         return;
     }
-    const int point = channel.name.lastIndexOf('.');
-    const QByteArray path = channel.name.left(std::max(point, 0));
+    const auto point = channel.name.lastIndexOf('.');
+    const QByteArray path = point < 0 ? QByteArray() : channel.name.left(point);
     const QByteArray event = path.mid(path.lastIndexOf('.') + 1);
     for (const EventName& name : events) {
         if (event == name.name || (point < 0 && channel.name == name.name)) {

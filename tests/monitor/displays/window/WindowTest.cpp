@@ -7,6 +7,7 @@
 #include <displays/window/MonitorWindow.h>
 #include <sources/bus/BusSource.h>
 
+#include <QAction> // in QtWidgets with Qt 5, in QtGui with Qt 6
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 #include <QtCore/QEventLoop>
@@ -14,7 +15,6 @@
 #include <QtCore/QTimer>
 #include <QtGui/QWheelEvent>
 #include <QtWidgets/QAbstractItemView>
-#include <QtWidgets/QAction>
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QLineEdit>
@@ -22,6 +22,7 @@
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTableView>
 
+using namespace QtCharts;
 using monitor::BusSource;
 using monitor::MonitorWindow;
 using monitor::Session;
@@ -97,7 +98,7 @@ protected:
     }
 
     QAbstractItemView& table() const { return *window->findChild<QAbstractItemView*>(); }
-    QtCharts::QChartView& plot() const { return *window->findChild<QtCharts::QChartView*>(); }
+    QChartView& plot() const { return *window->findChild<QChartView*>(); }
 
     QString cell(int row, int column) const
     {
@@ -143,9 +144,9 @@ protected:
 
     QPointF middleOfPlot() const { return plot().chart()->plotArea().center(); }
 
-    QtCharts::QValueAxis& times() const
+    QValueAxis& times() const
     {
-        return *qobject_cast<QtCharts::QValueAxis*>(plot().chart()->axes(Qt::Horizontal).first());
+        return *qobject_cast<QValueAxis*>(plot().chart()->axes(Qt::Horizontal).first());
     }
 
     double extent() const { return times().max() - times().min(); }
@@ -154,8 +155,8 @@ protected:
     QVector<QPointF> pointsOf(const QString& name) const
     {
         QVector<QPointF> points;
-        for (QtCharts::QAbstractSeries* const series : plot().chart()->series()) {
-            auto* const xy = qobject_cast<QtCharts::QXYSeries*>(series);
+        for (QAbstractSeries* const series : plot().chart()->series()) {
+            auto* const xy = qobject_cast<QXYSeries*>(series);
             if (xy != nullptr && xy->name() == name)
                 points += xy->pointsVector();
         }
