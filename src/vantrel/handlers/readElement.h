@@ -6,15 +6,35 @@
 
 #include <type_traits>
 
-/// Returns the value in \a field without checking its type. Reads the members that QVariant's own
-/// inline functions use, because calls into QtCore for type, null flag and data would cost more
-/// than everything else in reading a number. These members are part of the binary interface of
-/// Qt 5, so they cannot change.
+/// Returns the type of \a field, like QVariant::userType(). This function and the next two read the
+/// members that QVariant's own inline functions use, because calls into QtCore for type, null flag
+/// and data would cost more than everything else in reading a number. These members are part of the
+/// binary interface of Qt, so they cannot change within a major version.
+inline int typeOf(const QVariant& field)
+{
+#if QT_VERSION_MAJOR == 5
+    return static_cast<int>(field.data_ptr().type);
+#else
+    return field.data_ptr().typeId();
+#endif
+}
+
+/// Returns whether \a field is marked as null, whatever its data.
+inline bool isMarkedNull(const QVariant& field)
+{
+    return field.data_ptr().is_null;
+}
+
+/// Returns the value in \a field without checking its type.
 template <typename Stored>
 Stored storedIn(const QVariant& field)
 {
+#if QT_VERSION_MAJOR == 5
     const QVariant::DataPtr& d = field.data_ptr();
     return *static_cast<const Stored*>(d.is_shared ? d.data.shared->ptr : &d.data);
+#else
+    return *static_cast<const Stored*>(field.constData());
+#endif
 }
 
 /// Returns the number in \a field as an N. An N, and the usual types of raw and scaled values, are
@@ -25,12 +45,12 @@ Stored storedIn(const QVariant& field)
 template <typename N, bool nullByQt, typename ByQt>
 N readDirectly(const QVariant& field, ByQt byQt)
 {
-    const QVariant::DataPtr& d = field.data_ptr();
-    if (d.type == QMetaTypeId2<N>::MetaType)
+    const int type = typeOf(field);
+    if (type == QMetaTypeId2<N>::MetaType)
         return storedIn<N>(field);
-    if (nullByQt && d.is_null)
+    if (nullByQt && isMarkedNull(field))
         return byQt();
-    switch (d.type) {
+    switch (type) {
     case QMetaType::Int:
         return static_cast<N>(storedIn<int>(field));
     case QMetaType::UInt:
@@ -55,7 +75,12 @@ N readElement(const QVariant& field)
 {
     return readDirectly<N, true>(field, [&field] {
         QVariant converted(field);
-        return converted.convert(QMetaTypeId2<N>::MetaType) ? storedIn<N>(converted) : N(0);
+#if QT_VERSION_MAJOR == 5
+        const int type = QMetaTypeId2<N>::MetaType;
+#else
+        const QMetaType type = QMetaType::fromType<N>();
+#endif
+        return converted.convert(type) ? storedIn<N>(converted) : N(0);
     });
 }
 
@@ -67,11 +92,13 @@ N elementValue(const QVariant& field)
     return readDirectly<N, false>(field, [&field] { return field.value<N>(); });
 }
 
-/// Returns a list of \a size elements, to be filled in place. Grows it in blocks, because every
-/// QList::append() of a single element is a call into QtCore that costs more than reading a number.
+/// Returns a list of \a size elements, to be filled in place. A QList of Qt 5 grows in blocks,
+/// because every QList::append() of a single element is a call into QtCore that costs more than
+/// reading a number.
 template <typename N>
 QList<N> listToFill(int size)
 {
+#if QT_VERSION_MAJOR == 5
     QList<N> list;
     if (size == 0)
         return list;
@@ -80,4 +107,7 @@ QList<N> listToFill(int size)
     while (list.size() <= size / 2)
         list += list;
     return list += list.mid(0, size - list.size());
+#else
+    return QList<N>(size);
+#endif
 }

@@ -100,7 +100,7 @@ void addScaledValue(StatisticCalculator<N>& calculator, const QVariant& scaledVa
 template <typename N, typename T>
 double medianOf(const StatisticCalculator<N>& calculator, const QVector<T>& values)
 {
-    QList<N> elements = listToFill<N>(values.size());
+    QList<N> elements = listToFill<N>(static_cast<int>(values.size()));
     auto value = values.constBegin();
     for (N& element : elements) // not more than were counted above
         element = readElement<N>((value++)->scaledValue);
@@ -168,7 +168,7 @@ template <typename T>
 int GenericSignalImpl<T>::getValueCount() const
 {
     const QReadLocker locker(&valuesLock);
-    return values.size();
+    return static_cast<int>(values.size());
 }
 
 template <typename T>
@@ -208,7 +208,7 @@ bool GenericSignalImpl<T>::store(T&& record)
         if (handling == replaceNewest && !values.isEmpty())
             values.removeLast();
         values.append(std::move(record));
-        storedCount.store(values.size(), std::memory_order_relaxed);
+        storedCount.store(static_cast<int>(values.size()), std::memory_order_relaxed);
     }
     averageChanged.store(true, std::memory_order_relaxed);
     deviationChanged.store(true, std::memory_order_relaxed);
@@ -246,7 +246,7 @@ void GenericSignalImpl<T>::appendValues(const QVector<T>& batch, double factor, 
     {
         const QWriteLocker locker(&valuesLock);
         values.append(batch);
-        storedCount.store(values.size(), std::memory_order_relaxed);
+        storedCount.store(static_cast<int>(values.size()), std::memory_order_relaxed);
     }
     updateScaledValues(factor, offset);
     averageChanged.store(true, std::memory_order_relaxed);
