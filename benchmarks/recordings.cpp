@@ -119,7 +119,7 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    void add(const QByteArray& bytes) { add(bytes.constData(), bytes.size()); }
+    void add(const QByteArray& bytes) { add(bytes.constData(), static_cast<int>(bytes.size())); }
     void add(const char* bytes, int size)
     {
         pending.append(bytes, size);
@@ -358,7 +358,7 @@ public:
     quint64 addChannels(const QVector<Channel>& channels)
     {
         quint64 next = 0;
-        for (int i = channels.size() - 1; i >= 0; --i) {
+        for (auto i = channels.size() - 1; i >= 0; --i) {
             const Channel& channel = channels[i];
             const quint64 name = add("TX", {}, QByteArray(channel.name) + '\0');
             const char kinds[] = {channel.type, channel.type == Master ? '\1' : '\0',
@@ -541,7 +541,8 @@ QVector<Packed> writeGzip(Output& output, qint64 frames)
             stream.next_out = reinterpret_cast<Bytef*>(packed.data());
             stream.avail_out = static_cast<uInt>(packed.size());
             deflate(&stream, chunk.isEmpty() ? Z_FINISH : Z_NO_FLUSH);
-            output.add(packed.constData(), packed.size() - static_cast<int>(stream.avail_out));
+            output.add(packed.constData(),
+                       static_cast<int>(packed.size()) - static_cast<int>(stream.avail_out));
         } while (stream.avail_out == 0);
     });
     deflateEnd(&stream);

@@ -2,6 +2,7 @@
 #include "commands.h"
 #include "text/Table.h"
 
+#include <QtCore/QIODevice>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>

@@ -4,11 +4,13 @@
 #include "views/SignalChart.h"
 #include "views/statisticsFields.h"
 
-#include <QAction> // in QtWidgets with Qt 5, in QtGui with Qt 6
+// In QtWidgets with Qt 5, in QtGui with Qt 6.
+#include <QAction>
+#include <QShortcut>
+
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>
-#include <QtWidgets/QShortcut>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTableView>

@@ -509,7 +509,7 @@ TEST(CommandLine, VersionNeedsNoCommand)
 TEST(OptionTable, NamesAreUnique)
 {
     QSet<QString> names{"h", "help", "version"};
-    const int others = names.size();
+    const auto others = names.size();
     for (const OptionRow& row : monitor::optionRows())
         names += row.name;
     EXPECT_EQ(names.size(), monitor::optionRows().size() + others);

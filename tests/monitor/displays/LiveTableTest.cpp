@@ -19,8 +19,8 @@ Snapshot snapshotOf(const QStringList& names, qint64 count = 1)
         statistics.name = name;
         statistics.count = count;
         statistics.rating = 100;
-        snapshot.rows.append(
-            {snapshot.rows.size(), std::make_shared<SignalStatistics>(statistics), false});
+        snapshot.rows.append({static_cast<int>(snapshot.rows.size()),
+                              std::make_shared<SignalStatistics>(statistics), false});
     }
     return snapshot;
 }

@@ -109,10 +109,10 @@ TYPED_TEST(PlainRecord, TruncationWithinEitherValueIsRejected)
 {
     for (const QVariant& value : plainValues()) {
         const QByteArray whole = this->written(this->recordOf(value, value));
-        const int tail = this->written(TypeParam()).size() - 2 - 2 * 5;
+        const auto tail = this->written(TypeParam()).size() - 2 - 2 * 5;
         for (int length = 0; length < whole.size() - tail; ++length)
             EXPECT_FALSE(this->isPlain(whole.left(length))) << value.typeName() << ' ' << length;
-        for (int length = whole.size() - tail; length <= whole.size(); ++length)
+        for (auto length = whole.size() - tail; length <= whole.size(); ++length)
             EXPECT_TRUE(this->isPlain(whole.left(length))) << value.typeName() << ' ' << length;
     }
 }
@@ -123,7 +123,7 @@ TYPED_TEST(PlainRecord, TruncationLeavesPositionAndStatusOfTheStreamUnchanged)
     const QByteArray whole = this->written(this->recordOf(QStringLiteral("rpm"), 0.5));
     for (int length = 0; length <= whole.size(); ++length) {
         QDataStream stream(before + whole.left(length));
-        stream.skipRawData(before.size());
+        stream.skipRawData(static_cast<int>(before.size()));
         static_cast<void>(nextRecordIsPlain(stream));
         EXPECT_EQ(stream.device()->pos(), before.size()) << length;
         EXPECT_EQ(stream.status(), QDataStream::Ok) << length;

@@ -280,7 +280,7 @@ TEST_F(SavedRunFile, CountOfValueTextsIsNotTrusted)
     content.chop(hashSize);
     const QByteArray noTexts =
         QByteArray(12, '\0') + QByteArray(16, '\0') + QByteArray("\0\0\0\1", 4);
-    const int place = content.indexOf(noTexts); // comment, bus, texts, counts, one record
+    const auto place = content.indexOf(noTexts); // comment, bus, texts, counts, one record
     ASSERT_GT(place, 0);
     content.replace(place + 8, 4, QByteArray(4, '\xFF'));
     EXPECT_TRUE(errorOf(hashed(content)).contains("invalid texts of a signal"));

@@ -37,7 +37,7 @@ protected:
         for (QAbstractSeries* const series : chart.series()) {
             if (auto* const xy = qobject_cast<QXYSeries*>(series);
                 xy != nullptr && xy->name() == name)
-                points += xy->pointsVector();
+                points += xy->points().toVector();
         }
         return points;
     }
@@ -89,8 +89,8 @@ TEST_F(SignalChart, ShowsValuesAverageAndBandWithTheirUnit)
     EXPECT_EQ(pointsOf(*shown, "average"), (QVector<QPointF>{{0, 50}, {10, 50}}));
     const auto* const band = qobject_cast<QAreaSeries*>(shown->series().value(0));
     ASSERT_NE(band, nullptr);
-    EXPECT_EQ(band->lowerSeries()->pointsVector(), (QVector<QPointF>{{0, 40}, {10, 40}}));
-    EXPECT_EQ(band->upperSeries()->pointsVector(), (QVector<QPointF>{{0, 60}, {10, 60}}));
+    EXPECT_EQ(band->lowerSeries()->points().toVector(), (QVector<QPointF>{{0, 40}, {10, 40}}));
+    EXPECT_EQ(band->upperSeries()->points().toVector(), (QVector<QPointF>{{0, 60}, {10, 60}}));
     EXPECT_EQ(axisOf(*shown, Qt::Vertical)->titleText(), QString("rpm"));
     EXPECT_EQ(axisOf(*shown, Qt::Horizontal)->titleText(), QString("time [s]"));
 }

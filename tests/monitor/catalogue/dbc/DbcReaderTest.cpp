@@ -303,8 +303,8 @@ TEST(DbcReader, MalformedSignalIsAWarningAndTheRestIsUsed)
 
 TEST(DbcReader, SignalTruncatedBeforeTheEndOfItsUnitIsAWarning)
 {
-    const int complete = signalLine.lastIndexOf('"') + 1;
-    for (int size = signalLine.indexOf("SG_") + 3; size <= signalLine.size(); ++size) {
+    const auto complete = signalLine.lastIndexOf('"') + 1;
+    for (auto size = signalLine.indexOf("SG_") + 3; size <= signalLine.size(); ++size) {
         const Dbc dbc = readDbcSignal(signalLine.left(size));
         EXPECT_EQ(dbc.messages.at(0).signalDescriptions.size(), size >= complete ? 1 : 0) << size;
         EXPECT_EQ(dbc.warnings.isEmpty(), size >= complete) << size;
@@ -313,7 +313,7 @@ TEST(DbcReader, SignalTruncatedBeforeTheEndOfItsUnitIsAWarning)
 
 TEST(DbcReader, MessageTruncatedBeforeItsSizeIsAWarning)
 {
-    const int complete = messageLine.indexOf(": 8") + 3;
+    const auto complete = messageLine.indexOf(": 8") + 3;
     for (int size = 3; size <= messageLine.size(); ++size) {
         const Dbc dbc = readDbc(messageLine.left(size));
         EXPECT_EQ(dbc.messages.size(), size >= complete ? 1 : 0) << size;

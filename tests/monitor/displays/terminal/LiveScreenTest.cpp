@@ -44,7 +44,7 @@ Snapshot snapshotOf(const QVector<Row>& rows)
     snapshot.counts.dropped = 4;
     snapshot.counts.errors = 5;
     for (const Row& row : rows)
-        snapshot.rows.append({snapshot.rows.size(),
+        snapshot.rows.append({static_cast<int>(snapshot.rows.size()),
                               std::make_shared<SignalStatistics>(row.statistics), row.isSilent});
     return snapshot;
 }
@@ -150,7 +150,7 @@ TEST(LiveScreen, ScrollingMovesTheColumnsAfterTheSource)
     const QStringList before = drawn(screen, rows);
     const QStringList after = drawn(screen, rows, {{Key::Right}});
     ASSERT_GT(view.firstColumn(), 0);
-    const int fixed = withoutStyle(before.at(2)).indexOf("source  ") + 8;
+    const auto fixed = withoutStyle(before.at(2)).indexOf("source  ") + 8;
     for (const int line : {2, 3}) {
         const QString whole = withoutStyle(before.at(line));
         EXPECT_EQ(withoutStyle(after.at(line)),

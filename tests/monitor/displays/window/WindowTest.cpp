@@ -7,7 +7,7 @@
 #include <displays/window/MonitorWindow.h>
 #include <sources/bus/BusSource.h>
 
-#include <QAction> // in QtWidgets with Qt 5, in QtGui with Qt 6
+#include <QAction>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 #include <QtCore/QEventLoop>
@@ -158,7 +158,7 @@ protected:
         for (QAbstractSeries* const series : plot().chart()->series()) {
             auto* const xy = qobject_cast<QXYSeries*>(series);
             if (xy != nullptr && xy->name() == name)
-                points += xy->pointsVector();
+                points += xy->points().toVector();
         }
         return points;
     }

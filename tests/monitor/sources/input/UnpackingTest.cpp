@@ -259,8 +259,8 @@ TEST_P(Unpacking, FramesBeforeADamagedPieceAreDelivered)
 {
     const QByteArray first = pack(log(1, 1000));
     QByteArray second = pack(log(1001, 30000));
-    const int damaged = second.size() * 3 / 4;
-    for (int i = damaged; i < damaged + 50; ++i)
+    const auto damaged = second.size() * 3 / 4;
+    for (auto i = damaged; i < damaged + 50; ++i)
         second[i] = static_cast<char>(~second.at(i));
     const Read damage = read(first + second);
     EXPECT_EQ(damage.error, QString());
@@ -375,11 +375,11 @@ TEST(UnpackingZstd, EveryBlockBeforeADamagedOneIsDelivered)
 {
     const QByteArray content = log(1, 30000);
     QByteArray packed = zstd(content, {"-1"});
-    for (int i = packed.size() - 1000; i < packed.size() - 900; ++i)
+    for (auto i = packed.size() - 1000; i < packed.size() - 900; ++i)
         packed[i] = static_cast<char>(~packed.at(i));
     const Read damaged = read(packed);
     constexpr int longestBlock = 128 * 1024;
-    const int lineSize = content.size() / 30000;
+    const auto lineSize = content.size() / 30000;
     const auto sound = static_cast<quint32>(30000 - longestBlock / lineSize - 1);
     ASSERT_GE(damaged.ids.size(), sound);
     EXPECT_EQ(std::vector<quint32>(damaged.ids.cbegin(), damaged.ids.cbegin() + sound),

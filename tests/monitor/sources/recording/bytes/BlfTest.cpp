@@ -72,7 +72,7 @@ QByteArray base(quint16 headerSize, quint16 version, quint32 size, quint32 type)
 /// Writers append as many bytes as the remainder of the division by four.
 QByteArray padded(const QByteArray& object)
 {
-    return object + zeros(object.size() % 4);
+    return object + zeros(static_cast<int>(object.size() % 4));
 }
 
 QByteArray unpaddedObject(quint32 type, const QByteArray& body, quint64 time = 5000,
@@ -666,12 +666,12 @@ TEST(Blf, TruncatedPackedFileHasTheFramesThatCanBeUnpacked)
         objects += classic(id, le(random()) + le(random()));
     const QByteArray file =
         fileHeader() + packedContainer(objects.left(5003)) + packedContainer(objects.mid(5003));
-    const int second = 144 + packedContainer(objects.left(5003)).size();
+    const auto second = 144 + packedContainer(objects.left(5003)).size();
     int before = 0;
     for (int size = 144; size <= file.size(); ++size) {
         const Read read = readFile(file.left(size));
         ASSERT_GE(read.frames.size(), before) << size;
-        before = read.frames.size();
+        before = static_cast<int>(read.frames.size());
         for (int i = 0; i < before; ++i)
             ASSERT_EQ(read.frames.at(i).id, static_cast<quint32>(i));
         ASSERT_LE(read.counts.unreadable, 1);

@@ -116,7 +116,7 @@ QByteArray pcapHeader(quint32 linkType, bool isBigEndian = false, bool isNanosec
 QByteArray pcapPacket(const QByteArray& packet, bool isBigEndian = false, quint32 seconds = 1,
                       quint32 fraction = 0)
 {
-    const int size = packet.size();
+    const auto size = packet.size();
     return Writer(isBigEndian)
         .add32(seconds)
         .add32(fraction)
@@ -142,7 +142,7 @@ QByteArray padded(const QByteArray& bytes)
 
 QByteArray block(quint32 type, const QByteArray& body, bool isBigEndian = false)
 {
-    const int size = padded(body).size() + 12;
+    const auto size = padded(body).size() + 12;
     return Writer(isBigEndian).add32(type).add32(size).add(padded(body)).add32(size).bytes;
 }
 
@@ -156,7 +156,7 @@ QByteArray section(bool isBigEndian = false)
 
 QByteArray option(quint16 code, const QByteArray& value, bool isBigEndian = false)
 {
-    const int size = value.size();
+    const auto size = value.size();
     return Writer(isBigEndian).add16(code).add16(size).add(padded(value)).bytes;
 }
 
@@ -170,7 +170,7 @@ QByteArray interfaceBlock(const QByteArray& options = QByteArray(), quint32 link
 QByteArray enhanced(const QByteArray& packet, quint64 ticks = 0, quint32 interface = 0,
                     bool isBigEndian = false)
 {
-    const int size = packet.size();
+    const auto size = packet.size();
     return block(6,
                  Writer(isBigEndian)
                      .add32(interface)
@@ -433,7 +433,7 @@ TEST(Pcap, PacketThatIsTooLongEndsTheFile)
 TEST(Pcap, EveryTruncationIsReportedAfterTheWholePackets)
 {
     const QByteArray file = pcapOf({Can(), Can(), Can()}, sll2);
-    const int packetSize = (file.size() - 24) / 3;
+    const auto packetSize = (file.size() - 24) / 3;
     for (int size = 4; size < file.size(); ++size) {
         const Read recording = read(file.left(size));
         EXPECT_EQ(recording.frames.size(), std::max(0, size - 24) / packetSize) << size;
@@ -452,7 +452,7 @@ TEST(Pcapng, BothByteOrdersAndAllPacketBlocksAreRead)
     for (const bool order : {false, true}) {
         for (const quint32 linkType : {socketCan, sll, sll2}) {
             const QByteArray packet = packetOf({0x98F00E01, 3, 0, "abc"}, linkType, order);
-            const int size = packet.size();
+            const auto size = packet.size();
             const QByteArray simple = block(3, Writer(order).add32(size).add(packet).bytes, order);
             const QByteArray obsolete = block(2,
                                               Writer(order)
@@ -639,8 +639,8 @@ TEST(Pcapng, EveryTruncationIsReportedAfterTheWholePackets)
     const QByteArray start = section() + interfaceBlock(option(2, "can0"));
     const QByteArray packet = enhanced(plainPacket);
     const QByteArray file = start + packet + block(4, "names") + packet;
-    const QVector<int> borders{section().size(), start.size(), start.size() + packet.size(),
-                               file.size() - packet.size()};
+    const QVector<qsizetype> borders{section().size(), start.size(), start.size() + packet.size(),
+                                     file.size() - packet.size()};
     for (int size = 12; size < file.size(); ++size) {
         const Read recording = read(file.left(size));
         EXPECT_EQ(recording.frames.size(), size < borders.at(2) ? 0 : 1) << size;

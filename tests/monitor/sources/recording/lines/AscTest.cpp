@@ -224,10 +224,10 @@ TEST(AscReader, OtherLinesLeaveTheFrameUnchanged)
 
 TEST(AscReader, LinesTruncatedBeforeTheLastByteAreNotFrames)
 {
-    const int classicEnd = classicLine.indexOf(" 40 ") + 3;
+    const auto classicEnd = classicLine.indexOf(" 40 ") + 3;
     for (int size = 4; size < classicEnd; ++size)
         EXPECT_NE(kindOf(classicLine.left(size)), LineKind::Frame) << size;
-    const int fdEnd = fdLine.indexOf(" BB ") + 3;
+    const auto fdEnd = fdLine.indexOf(" BB ") + 3;
     for (int size = 4; size < fdEnd; ++size)
         EXPECT_NE(kindOf(fdLine.left(size)), LineKind::Frame) << size;
 }

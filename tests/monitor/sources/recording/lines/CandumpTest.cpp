@@ -343,7 +343,7 @@ TEST(CandumpLine, OtherLinesLeaveTheFrameUnchanged)
 TEST(CandumpLine, TruncatedLineIsAFrameOnlyIfItEndsWithAWholeByte)
 {
     const QByteArray line = "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF";
-    const int dataBegin = line.indexOf('#') + 1;
+    const auto dataBegin = line.indexOf('#') + 1;
     EXPECT_EQ(kindOf(line.left(0)), LineKind::Nothing);
     for (int size = 1; size < line.size(); ++size) {
         const bool isFrame = size >= dataBegin && (size - dataBegin) % 2 == 0;

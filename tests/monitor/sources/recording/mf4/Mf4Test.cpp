@@ -114,7 +114,7 @@ public:
     quint64 channels(const QVector<Channel>& list)
     {
         quint64 next = 0;
-        for (int i = list.size() - 1; i >= 0; --i) {
+        for (auto i = list.size() - 1; i >= 0; --i) {
             const Channel& channel = list[i];
             const bool isMaster = channel.type == Master || channel.type == VirtualMaster;
             QByteArray body;
@@ -153,7 +153,7 @@ public:
     quint64 list(const QVector<quint64>& blocks)
     {
         quint64 next = 0;
-        for (int i = (blocks.size() - 1) / 2 * 2; i >= 0; i -= 2)
+        for (auto i = (blocks.size() - 1) / 2 * 2; i >= 0; i -= 2)
             next = add("DL", QVector<quint64>{next} + blocks.mid(i, 2), QByteArray(16, '\0'));
         return add("HL", {next}, QByteArray(8, '\0'));
     }
@@ -161,7 +161,7 @@ public:
     quint64 packed(const QByteArray& data, const char* kind, int width)
     {
         QByteArray columns;
-        const int rows = width > 0 ? data.size() / width : 0;
+        const auto rows = width > 0 ? data.size() / width : 0;
         for (int column = 0; column < width; ++column)
             for (int row = 0; row < rows; ++row)
                 columns += data.at(row * width + column);
@@ -916,8 +916,8 @@ TEST(Mf4, EveryTruncatedFileIsReadUpToItsEnd)
     ASSERT_EQ(all.size(), 5);
     for (int size = 0; size < writer.content.size(); ++size) {
         const Read recording = read(writer.content.left(size));
-        const int missing = (writer.content.size() - size + 19) / 20;
-        EXPECT_EQ(recording.frames, all.mid(0, std::max(5 - missing, 0))) << size;
+        const auto missing = (writer.content.size() - size + 19) / 20;
+        EXPECT_EQ(recording.frames, all.mid(0, std::max(5 - static_cast<int>(missing), 0))) << size;
         EXPECT_TRUE(!recording.problems.isEmpty() || !recording.error.isEmpty()) << size;
     }
     const QByteArray logger = loggerFile(loggerFrame(0, 1, false, 1, 0) + loggerBytes("\xaa") +
