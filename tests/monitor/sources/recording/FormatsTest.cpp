@@ -357,8 +357,7 @@ protected:
     RecordingPipe()
     {
         EXPECT_EQ(mkfifo(QFile::encodeName(name).constData(), 0600), 0);
-        // So that the pipe has a writer as soon as it has a reader.
-        writer = ::open(QFile::encodeName(name).constData(), O_RDWR | O_CLOEXEC);
+        openWriter(O_RDWR); // so that the pipe has a writer as soon as it has a reader
         EXPECT_EQ(::pipe2(interrupt, O_CLOEXEC), 0);
     }
     ~RecordingPipe() override
@@ -372,6 +371,11 @@ protected:
     {
         EXPECT_EQ(::write(writer, bytes.constData(), static_cast<size_t>(bytes.size())),
                   bytes.size());
+    }
+
+    void openWriter(int mode)
+    {
+        writer = ::open(QFile::encodeName(name).constData(), mode | O_CLOEXEC);
     }
 
     void requestEnd() const { EXPECT_EQ(::write(interrupt[1], "", 1), 1); }
@@ -419,7 +423,9 @@ TEST_F(RecordingPipe, OneWholeLineIsEnough)
 TEST_F(RecordingPipe, BytesThatArriveOneByOneAreReadTogether)
 {
     const QByteArray content = linesOf({"# comment", "hello", ascLine, ascLine});
+    closeWriter();
     std::thread slow([&] {
+        openWriter(O_WRONLY); // waits for the reader
         for (const char c : content)
             put(QByteArray(1, c));
         closeWriter();
