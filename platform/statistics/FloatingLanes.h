@@ -83,8 +83,9 @@ bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
     // The rests of the squares in a lane are not normalised after every value. A lane ends before
     // they grow so large that their own rounding errors matter.
     constexpr int passesOfALane = 1000;
-    for (int left = values.size() / FloatingLanes::laneCount; left > 0; left -= passesOfALane) {
-        const int passes = std::min(left, passesOfALane);
+    for (qsizetype left = values.size() / FloatingLanes::laneCount; left > 0;
+         left -= passesOfALane) {
+        const auto passes = static_cast<int>(std::min<qsizetype>(left, passesOfALane));
         leftOut += lanesOf<withSquares>(value, passes, sums.anchor).addTo(sums);
         value += passes * FloatingLanes::laneCount;
     }

@@ -109,7 +109,7 @@ void addScaled(States& states, int first)
 
 void addNewestScaled(States& states)
 {
-    addScaled(states, states.last().size() - 1);
+    addScaled(states, static_cast<int>(states.last().size()) - 1);
 }
 
 template <typename T>
@@ -166,7 +166,7 @@ private:
         if (!recorded.snapshot.isEmpty()) {
             EXPECT_EQ(seriesOf(recorded.snapshot), states.first());
         }
-        checkStatistics(recorded.signal, complete ? fedValue : 0, after.size());
+        checkStatistics(recorded.signal, complete ? fedValue : 0, static_cast<int>(after.size()));
         requireToFinish([&] { checkStillWorks(recorded.signal); });
         return failed;
     }

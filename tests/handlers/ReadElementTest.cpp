@@ -21,7 +21,7 @@ N readByQt(const QVariant& field)
     if (field.userType() == typeIdOf<N>)
         return *static_cast<const N*>(field.constData());
     QVariant copy = field;
-    return copy.convert(typeIdOf<N>) ? *static_cast<const N*>(copy.constData()) : N(0);
+    return convertTo<N>(copy) ? *static_cast<const N*>(copy.constData()) : N(0);
 }
 
 template <typename N>
@@ -38,7 +38,7 @@ void appendEdges(QVector<QVariant>& fields)
          {Stored(0), Stored(1), Stored(-1), Stored(127), Stored(128), Stored(255), Stored(300),
           Stored(32768), Stored(65536), Limits::min(), Limits::max(), Limits::lowest()})
         fields.append(ownVariant<Stored>(value));
-    fields.append(QVariant(static_cast<QVariant::Type>(typeIdOf<Stored>))); // null
+    fields.append(nullVariant<Stored>());
     if constexpr (std::is_integral_v<Stored> && sizeof(Stored) == 8) {
         // Just above the midpoint of two floats: rounding to a double first would give the
         // midpoint.
@@ -68,7 +68,7 @@ QVector<QVariant> edgeFields()
     }
     const long plainLong = -70000;
     fields << QVariant() << QVariant(true) << QVariant(false) << QVariant(QChar('5'))
-           << QVariant(QMetaType::Long, &plainLong) << QVariant(QVariantList{1})
+           << QVariant::fromValue(plainLong) << QVariant(QVariantList{1})
            << QVariant(QDateTime::fromSecsSinceEpoch(5)) << QVariant(QString())
            << QVariant::fromValue<char>('a') << QVariant::fromValue(nullptr);
     // Null variants with values other than zero, as a stream may contain them.

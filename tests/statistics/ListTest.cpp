@@ -70,7 +70,7 @@ TYPED_TEST(FloatingLists, AgreeWithARunningCalculatorForAnyLengthAndSpread)
         for (int length = random.below(20); length >= 0; --length)
             values.append(someValue<N>(random, centre, spread));
         if (random.below(3) == 0) // values that cancel
-            for (int i = values.size() - 1; i > 0; --i)
+            for (auto i = values.size() - 1; i > 0; --i)
                 values.append(-values.at(i));
         random.shuffle(values);
         expectAgreement(values);
@@ -143,7 +143,8 @@ TEST(DoubleLists, KeepSmallValuesHiddenByLargerOnesUntilThoseCancel)
                 values.append(0);
             values.append(value);
         }
-        EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1e-200 / values.size());
+        EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values),
+                  1e-200 / static_cast<double>(values.size()));
     }
 }
 

@@ -343,7 +343,7 @@ TYPED_TEST(FloatingSeries, HaveMeansWithinOneUnitInTheLastPlaceEvenIfValuesCance
             const quint64 bits = random.next() >> random.below(64);
             N value = std::ldexp(static_cast<N>(bits >> 11), random.below(reach + 1));
             if (!values.isEmpty() && random.below(2) == 0)
-                value = values.at(random.below(values.size()));
+                value = values.at(random.below(static_cast<int>(values.size())));
             if (random.below(2) == 0)
                 value = -value;
             values.append(value);

@@ -35,5 +35,27 @@ inline constexpr int storedTypeIdOf = sizeof(N) < sizeof(int) ? 2 : typeIdOf<N>;
 template <typename N>
 QVariant ownVariant(N value)
 {
-    return QVariant(typeIdOf<N>, &value);
+    return QVariant::fromValue(value);
+}
+
+/// A null variant of a type.
+template <typename N>
+QVariant nullVariant()
+{
+#if QT_VERSION_MAJOR == 5
+    return QVariant(static_cast<QVariant::Type>(typeIdOf<N>));
+#else
+    return QVariant(QMetaType(typeIdOf<N>));
+#endif
+}
+
+/// Converts \a variant to N by QVariant::convert().
+template <typename N>
+bool convertTo(QVariant& variant)
+{
+#if QT_VERSION_MAJOR == 5
+    return variant.convert(typeIdOf<N>);
+#else
+    return variant.convert(QMetaType(typeIdOf<N>));
+#endif
 }

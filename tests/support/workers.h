@@ -22,7 +22,7 @@ inline int workerCount()
 inline int threadCount()
 {
     const QDir tasks(QStringLiteral("/proc/self/task"));
-    return tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+    return static_cast<int>(tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
 }
 
 /// Waits until this process has \a count workers. A worker gets its name shortly after it starts,

@@ -229,8 +229,8 @@ TYPED_TEST(SignalUnderStress, OlderRecordsCanBeReadWhileTheNewestIsBeingScaled)
                 check(index, record);
             }
             const QVector<Record> snapshot = this->signal.getValues();
-            for (int index = std::max(0, snapshot.size() - 50); index < snapshot.size() - 1;
-                 ++index)
+            for (int index = std::max(0, static_cast<int>(snapshot.size()) - 50);
+                 index < snapshot.size() - 1; ++index)
                 check(index, snapshot.at(index));
             const QVector<Record> deviators = this->signal.getDeviators(0.4);
             this->wrong += deviators.size() != 2;

@@ -70,7 +70,7 @@ int rateInMargin(double distanceFromLimit, double margin)
 template <typename N, typename T>
 QList<N> scaledValues(const QVector<T>& values)
 {
-    QList<N> elements = listToFill<N>(static_cast<int>(values.size()));
+    QList<N> elements = listToFill<N>(values.size());
     auto end = elements.begin();
     for (const T& value : values) {
         if (!value.isInvalid)

@@ -96,7 +96,7 @@ N elementValue(const QVariant& field)
 /// because every QList::append() of a single element is a call into QtCore that costs more than
 /// reading a number.
 template <typename N>
-QList<N> listToFill(int size)
+QList<N> listToFill(typename QList<N>::size_type size)
 {
 #if QT_VERSION_MAJOR == 5
     QList<N> list;
@@ -108,6 +108,8 @@ QList<N> listToFill(int size)
         list += list;
     return list += list.mid(0, size - list.size());
 #else
-    return QList<N>(size);
+    QList<N> list;
+    list.resize(size); // QList(size) does not check that there is memory
+    return list;
 #endif
 }

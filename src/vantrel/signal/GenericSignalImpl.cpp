@@ -63,6 +63,22 @@ bool withElementType(CANopenDataType datatype, Callable call)
     return false;
 }
 
+/// Makes sure that no snapshot shares the storage of \a series. Like QVector::detach(), but throws
+/// if memory runs out: detach() of Qt 6 does not check, unless the vector grows.
+template <typename T>
+void unshare(QVector<T>& series)
+{
+#if QT_VERSION_MAJOR == 5
+    series.detach();
+#else
+    if (series.isDetached())
+        return;
+    QVector<T> copy;
+    copy.append(series);
+    series.swap(copy);
+#endif
+}
+
 /// Holds the read lock after making sure that no snapshot shares the storage of \a series, so that
 /// its records may be written in place. Storage is replaced under the write lock only, because
 /// readers copy it under the read lock. A snapshot taken afterwards, even under the read lock,
@@ -78,7 +94,7 @@ public:
         locker.unlock();
         {
             const QWriteLocker writeLocker(&lock);
-            series.detach();
+            unshare(series);
         }
         locker.relock();
     }
@@ -100,7 +116,7 @@ void addScaledValue(StatisticCalculator<N>& calculator, const QVariant& scaledVa
 template <typename N, typename T>
 double medianOf(const StatisticCalculator<N>& calculator, const QVector<T>& values)
 {
-    QList<N> elements = listToFill<N>(static_cast<int>(values.size()));
+    QList<N> elements = listToFill<N>(values.size());
     auto value = values.constBegin();
     for (N& element : elements) // not more than were counted above
         element = readElement<N>((value++)->scaledValue);
@@ -205,8 +221,10 @@ bool GenericSignalImpl<T>::store(T&& record)
         const NewValueHandlingType handling = getValueHandling();
         if (handling != replaceNewest && handling != appendAll)
             return false;
-        if (handling == replaceNewest && !values.isEmpty())
+        if (handling == replaceNewest && !values.isEmpty()) {
+            unshare(values);
             values.removeLast();
+        }
         values.append(std::move(record));
         storedCount.store(static_cast<int>(values.size()), std::memory_order_relaxed);
     }
