@@ -5,8 +5,12 @@
 // Marks the symbols that the statistics library exports: the instantiations of its templates. All
 // other symbols are hidden. On ELF the attribute belongs on the extern template declaration
 // (STATISTICS_TEMPLATE_DECLARATION), because it is ignored on the definition. The MSVC ABI requires
-// it on the definition (STATISTICS_TEMPLATE_DEFINITION).
-#if !defined(Q_OS_WIN)
+// it on the definition (STATISTICS_TEMPLATE_DEFINITION). A static library (VANTREL_STATIC) exports
+// nothing.
+#if defined(VANTREL_STATIC)
+#define STATISTICS_TEMPLATE_DECLARATION
+#define STATISTICS_TEMPLATE_DEFINITION
+#elif !defined(Q_OS_WIN)
 #define STATISTICS_TEMPLATE_DECLARATION Q_DECL_EXPORT
 #define STATISTICS_TEMPLATE_DEFINITION
 #elif defined(VANTREL_BUILDING_STATISTICS)
