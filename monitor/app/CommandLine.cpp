@@ -47,75 +47,10 @@ QStringList commandNames()
     return names;
 }
 
-/// Breaks \a text into lines of at most 79 characters, indented by \a indent blanks.
-QString wrapped(const QString& text, int indent)
+/// The hints for recordings, or one of \a words instead.
+ValueHints recordingHints(const QStringList& words = {})
 {
-    constexpr int width = 79;
-    const QString margin(indent, ' ');
-    QString lines;
-    QString line = margin;
-    for (const QString& word : text.split(' ')) {
-        if (line.size() > indent && line.size() + 1 + word.size() > width) {
-            lines += line + '\n';
-            line = margin;
-        }
-        line += (line.size() > indent ? QStringLiteral(" ") : QString()) + word;
-    }
-    return lines + line + '\n';
-}
-
-QString usageOf(const CommandRow& row)
-{
-    return QString::fromLatin1(row.name) + (*row.argument ? " " : "") + QLatin1String(row.argument);
-}
-
-/// A term, followed by its meaning on the next lines.
-QString helpEntry(const QString& term, const QString& meaning)
-{
-    return QStringLiteral("  ") + term + '\n' + wrapped(meaning, 6);
-}
-
-QString generalHelp()
-{
-    QString text = QStringLiteral("Usage: vantrel COMMAND [OPTION]...\n\n"
-                                  "Show the signals in CAN traffic and their statistics.\n\n"
-                                  "Commands:\n");
-    for (const CommandRow& row : commandRows())
-        text += helpEntry(usageOf(row), QLatin1String(row.help));
-    QStringList formats;
-    for (const RecordingFormat& format : recordingFormats())
-        formats += format.name;
-    text += QStringLiteral("\nOptions:\n");
-    text += helpEntry(QStringLiteral("-h, --help"), QStringLiteral("Print this help."));
-    text += helpEntry(QStringLiteral("--version"), QStringLiteral("Print the version."));
-    text += QStringLiteral("\n\"vantrel COMMAND --help\" lists the options of a command.\n\n");
-    text +=
-        wrapped(QStringLiteral("Recording formats: %1. Recordings may be packed by gzip or zstd.")
-                    .arg(joinWords(formats, "and")),
-                0) +
-        '\n';
-    return text +
-           wrapped(QStringLiteral("Exit status: 0 on success, 1 if nothing could be decoded, "
-                                  "listed or sent, 2 for a usage error, a file that cannot be "
-                                  "read, reading that was interrupted, a bus connection that "
-                                  "fails or is lost, or output that cannot be written."),
-                   0);
-}
-
-QString helpOf(const CommandRow& command)
-{
-    QString text = QStringLiteral("Usage: vantrel %1 [OPTION]...\n\n").arg(usageOf(command)) +
-                   wrapped(QLatin1String(command.help), 0) + QStringLiteral("\nOptions:\n");
-    for (const OptionRow& row : optionRows()) {
-        QString help = row.help;
-        if (row.occurrence == Occurrence::AnyNumber)
-            help += QStringLiteral(" May be repeated.");
-        if (row.occurrence == Occurrence::ExactlyOnce)
-            help += QStringLiteral(" Required.");
-        if (row.commands.testFlag(command.id))
-            text += helpEntry(row.usage(), help);
-    }
-    return text + helpEntry(QStringLiteral("-h, --help"), QStringLiteral("Print this help."));
+    return {ValueHints::Paths::Files, recordingEndings(), false, words};
 }
 
 /// The message about an unknown option. If \a command is not null, only its options are suggested.
@@ -290,39 +225,74 @@ Command readCommand(const QCommandLineParser& parser, const CommandRow& command)
 const QVector<CommandRow>& commandRows()
 {
     static const QVector<CommandRow> rows{
-        {"replay", CommandId::Replay, "FILE...",
+        {"replay",
+         CommandId::Replay,
+         "FILE...",
          "Replay recordings and print the statistics of their signals. Several recordings are read "
          "as one, in the order of their times; - is standard input.",
+         {{"replay engine.log --dbc engine.dbc",
+           "Print the statistics of all signals in a recording."},
+          {"replay drive.log --dbc engine.dbc --eds drive.eds --node 5 --format json",
+           "Print the statistics of J1939 signals and of those of a CANopen node as JSON."},
+          {"replay engine.log --dbc engine.dbc --signal 'Engine*' --save engine.run --plot plots",
+           "Save the values of some signals, and plot them."}},
          [](const Options& options) -> Command {
              return ReplayOptions{MonitorOptions(options), options.recordings};
-         }},
-        {"ids", CommandId::Ids, "FILE...",
+         },
+         recordingHints()},
+        {"ids",
+         CommandId::Ids,
+         "FILE...",
          "List the ids in recordings, or on a bus if FILE is the word live: the period of each id, "
          "its length, and whether a description covers it.",
+         {{"ids buses.mf4 --dbc 1=engine.dbc",
+           "List the ids of two buses, the first of which has a description."},
+          {"ids live --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --duration 10",
+           "List the ids that occur on a simulated bus within ten seconds."}},
          [](const Options& options) -> Command {
              if (isLive(options))
                  return LiveOptions(options);
              return ReplayOptions{MonitorOptions(options), options.recordings};
-         }},
-        {"live", CommandId::Live, "",
+         },
+         recordingHints({QStringLiteral("live")})},
+        {"live",
+         CommandId::Live,
+         "",
          "Watch a bus on the terminal, and print the statistics at the end.",
+         {{"live --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --dbc engine.dbc",
+           "Watch a simulated bus, on which \"vantrel send\" can send a recording."}},
          [](const Options& options) -> Command { return LiveOptions(options); }},
-        {"window", CommandId::Window, "",
+        {"window",
+         CommandId::Window,
+         "",
          "Watch a bus in a window with charts, and print the statistics at the end.",
+         {{"window --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --dbc engine.dbc",
+           "Watch a simulated bus, on which \"vantrel send\" can send a recording."}},
          [](const Options& options) -> Command {
              LiveOptions live = options;
              live.display = findDisplay(QStringLiteral("window"));
              return live;
          }},
-        {"send", CommandId::Send, "FILE...",
+        {"send",
+         CommandId::Send,
+         "FILE...",
          "Send the frames of recordings on a bus; - is standard input.",
+         {{"send engine.log --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --speed 10",
+           "Send a recording ten times as fast as recorded, to a running \"vantrel live\"."}},
          [](const Options& options) -> Command {
              return SendOptions{options.recordings, options.choice, options.bus, options.speed};
-         }},
-        {"show", CommandId::Show, "FILE", "Print the statistics of a run saved with --save.",
+         },
+         recordingHints()},
+        {"show",
+         CommandId::Show,
+         "FILE",
+         "Print the statistics of a run saved with --save.",
+         {{"show engine.run --k 2",
+           "Print the statistics of a saved run again, with a narrower band."}},
          [](const Options& options) -> Command {
              return ShowOptions{MonitorOptions(options), options.recordings.value(0)};
-         }},
+         },
+         {ValueHints::Paths::Files}},
     };
     return rows;
 }
@@ -347,7 +317,7 @@ Command readCommandLine(const QStringList& arguments)
     if (parser.isSet(QLatin1String(versionOption)))
         return VersionRequest{};
     if (parser.isSet(QLatin1String(helpOption)) && (command || name.isEmpty()))
-        return HelpRequest{command ? helpOf(*command) : generalHelp()};
+        return HelpRequest{printed(command ? commandHelp(*command) : programHelp())};
     if (command)
         return readCommand(parser, *command);
     return UsageError{name.isEmpty() ? QStringLiteral("no command given (available: %1)")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Help.h"
 #include "options.h"
 
 #include <QtCore/QStringList>
@@ -34,7 +35,9 @@ struct CommandRow {
     CommandId id;
     const char* argument; ///< required, as in help texts: "FILE", "FILE..." for several, or empty
     const char* help;
+    QVector<HelpEntry> examples; ///< without the name of the program; see Help
     Command (*make)(const Options& options);
+    ValueHints hints{}; ///< for the argument
 };
 
 /// The table of commands. A new command needs a row here.

@@ -249,11 +249,20 @@ ReadValue moment(std::optional<Moment> FrameChoice::*member)
     };
 }
 
+ValueHints words(const QStringList& values)
+{
+    ValueHints hints;
+    hints.words = values;
+    return hints;
+}
+
 QVector<OptionRow> descriptionRows()
 {
     QVector<OptionRow> rows;
     for (const DescriptionReader& reader : descriptionReaders()) {
-        rows.append({reader.name, reader.fileHint, QString::fromLatin1(reader.help),
+        rows.append({reader.name,
+                     reader.fileHint,
+                     QString::fromLatin1(reader.help),
                      describedCommands,
                      reader.isRepeatable ? Occurrence::AnyNumber : Occurrence::AtMostOnce,
                      [&reader](const QString& text, Options& options) {
@@ -261,9 +270,20 @@ QVector<OptionRow> descriptionRows()
                          return options.descriptions.constLast().file.fileName.isEmpty()
                                     ? QStringLiteral("needs a file after the bus")
                                     : QString();
-                     }});
+                     },
+                     {ValueHints::Paths::Files, reader.endings, true}});
     }
     return rows;
+}
+
+/// The hints for a value that help texts call \a valueName, such as "FILE.csv" or "DIRECTORY".
+ValueHints pathHints(const QString& valueName)
+{
+    using Paths = ValueHints::Paths;
+    if (valueName == QLatin1String("DIRECTORY"))
+        return {Paths::Folders};
+    const QString ending = valueName.section('.', 1);
+    return {Paths::Files, ending.isEmpty() ? QStringList() : QStringList(ending)};
 }
 
 QVector<OptionRow> outputRows()
@@ -271,8 +291,8 @@ QVector<OptionRow> outputRows()
     const QString help =
         QStringLiteral("Print the statistics as %1 (default: %2).")
             .arg(joinWords(printedNames(), "or"), QLatin1String(defaultOutputKind().name));
-    QVector<OptionRow> rows{
-        {"format", "FORMAT", help, printingCommands, Occurrence::AtMostOnce, readFormat}};
+    QVector<OptionRow> rows{{"format", "FORMAT", help, printingCommands, Occurrence::AtMostOnce,
+                             readFormat, words(printedNames())}};
     for (const OutputKind& kind : outputKinds()) {
         if (kind.isPrinted())
             continue;
@@ -281,7 +301,8 @@ QVector<OptionRow> outputRows()
                      [&kind](const QString& path, Options& options) {
                          options.files.append({&kind, path});
                          return QString();
-                     }});
+                     },
+                     pathHints(QLatin1String(kind.valueName))});
     }
     return rows;
 }
@@ -319,7 +340,8 @@ QVector<OptionRow> signalRows()
          describedCommands, Occurrence::AnyNumber, readNode},
         {"config", "FILE.json",
          "Read scalings, limits and k from a file. Command-line options take precedence.",
-         decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config)},
+         decodingCommands, Occurrence::AtMostOnce, anyText(&Options::config),
+         pathHints(QStringLiteral("FILE.json"))},
         {"signal", "PATTERN",
          "Report only the signals whose names match PATTERN (default: all signals). * matches any "
          "text, ? matches any character, and SPN190 matches the signal with SPN 190.",
@@ -332,7 +354,7 @@ QVector<OptionRow> signalRows()
          "Rate the signals whose names match the pattern SIGNAL by these limits instead of their "
          "band. \"--limits described\" (or from-dbc) rates all signals without such limits by the "
          "ranges in their descriptions.",
-         decodingCommands, Occurrence::AnyNumber, readLimits},
+         decodingCommands, Occurrence::AnyNumber, readLimits, words({QStringLiteral("described")})},
         {"k", "K",
          "Extend the band K deviations to either side of the average (default: the value from the "
          "configuration or the saved run, otherwise 3).",
@@ -368,7 +390,8 @@ QVector<OptionRow> busRows()
 {
     return {
         {"plugin", "PLUGIN", "The Qt Serial Bus plugin for the bus, such as socketcan.",
-         busCommands, Occurrence::ExactlyOnce, anyText(&BusAddress::plugin)},
+         busCommands, Occurrence::ExactlyOnce, anyText(&BusAddress::plugin),
+         words({QStringLiteral("socketcan"), QStringLiteral("virtualcan")})},
         {"interface", "NAME", "The interface, such as can0.", busCommands, Occurrence::ExactlyOnce,
          anyText(&BusAddress::device)},
         {"fd", "", "Enable CAN FD frames, if the interface supports them.", busCommands,
@@ -386,14 +409,15 @@ QVector<OptionRow> busRows()
         {"frames", "COUNT",
          "Stop after receiving at least COUNT frames (default: run until stopped).", liveCommands,
          Occurrence::AtMostOnce, positive(&Options::frames)},
-        {"display", "NAME", displayHelp(), CommandId::Live, Occurrence::AtMostOnce, readDisplay},
+        {"display", "NAME", displayHelp(), CommandId::Live, Occurrence::AtMostOnce, readDisplay,
+         words(displayNames())},
         {"highlight", "RATING",
          "Highlight signals with a rating below RATING, 0 to 100 (default: 50).", watchingCommands,
          Occurrence::AtMostOnce, readRating},
         {"speed", "FACTOR",
          "Send FACTOR times as fast as recorded, or as fast as possible if FACTOR is max "
          "(default: 1).",
-         CommandId::Send, Occurrence::AtMostOnce, readSpeed},
+         CommandId::Send, Occurrence::AtMostOnce, readSpeed, words({QStringLiteral("max")})},
     };
 }
 

@@ -35,7 +35,15 @@ struct Options : LiveOptions {
 /// How often an option may be given.
 enum class Occurrence { AtMostOnce, ExactlyOnce, AnyNumber };
 
-/// An option. Parsing, help and the check of the manual all use this row.
+/// The values that a shell can propose for an option, or for the argument of a command.
+struct ValueHints {
+    enum class Paths { None, Files, Folders } paths = Paths::None;
+    QStringList endings{};   ///< the usual ones of the files, such as "dbc"; empty: any
+    bool mayHaveBus = false; ///< whether "BUS=" may precede the file
+    QStringList words{};     ///< values with a meaning of their own
+};
+
+/// An option. Parsing, help, manual pages, completion and the check of the manual use this row.
 struct OptionRow {
     const char* name;      ///< without dashes
     const char* valueName; ///< empty: the option is a flag
@@ -45,6 +53,7 @@ struct OptionRow {
     /// Reads a value, which is empty only if the option is a flag. Returns the error as the rest of
     /// a sentence that begins with the option, such as "needs a number", or an empty string.
     std::function<QString(const QString& value, Options& options)> read;
+    ValueHints hints{}; ///< for completion; not all values have any
 
     bool isFlag() const { return *valueName == '\0'; }
 

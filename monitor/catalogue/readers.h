@@ -2,6 +2,8 @@
 
 #include "DescriptionFile.h"
 
+#include <QtCore/QStringList>
+
 namespace monitor
 {
 
@@ -13,6 +15,7 @@ struct DescriptionReader {
     bool needsNode;       ///< whether a file describes one CANopen node, given with --node
     bool isRepeatable;    ///< whether several files may be given
     ReadDescription (*read)(const DescriptionFile& file);
+    QStringList endings; ///< the usual endings of file names
 };
 
 /// The table of formats. A new format needs a row here.

@@ -39,16 +39,24 @@ std::unique_ptr<FrameSource> openText(std::unique_ptr<QIODevice> device, const Q
 const QVector<RecordingFormat>& recordingFormats()
 {
     static const QVector<RecordingFormat> formats{
-        {QStringLiteral("candump"), RecordingKind::Lines, findCandump, openCandump},
-        {QStringLiteral("Vector ASC"), RecordingKind::Lines, findAsc, openText<AscReader>},
-        {QStringLiteral("Vector BLF"), RecordingKind::Bytes, findBlf, openBlf},
-        {QStringLiteral("ASAM MF4"), RecordingKind::Bytes, findMf4, openMf4},
-        {QStringLiteral("PEAK TRC"), RecordingKind::Lines, findTrc, openText<TrcReader>},
-        {QStringLiteral("CSV"), RecordingKind::Lines, findCsv, openText<CsvReader>},
-        {QStringLiteral("pcap"), RecordingKind::Bytes, findPcap, openPcap},
-        {QStringLiteral("pcapng"), RecordingKind::Bytes, findPcapng, openPcapng},
+        {QStringLiteral("candump"), RecordingKind::Lines, findCandump, openCandump, {"log"}},
+        {QStringLiteral("Vector ASC"), RecordingKind::Lines, findAsc, openText<AscReader>, {"asc"}},
+        {QStringLiteral("Vector BLF"), RecordingKind::Bytes, findBlf, openBlf, {"blf"}},
+        {QStringLiteral("ASAM MF4"), RecordingKind::Bytes, findMf4, openMf4, {"mf4"}},
+        {QStringLiteral("PEAK TRC"), RecordingKind::Lines, findTrc, openText<TrcReader>, {"trc"}},
+        {QStringLiteral("CSV"), RecordingKind::Lines, findCsv, openText<CsvReader>, {"csv"}},
+        {QStringLiteral("pcap"), RecordingKind::Bytes, findPcap, openPcap, {"pcap"}},
+        {QStringLiteral("pcapng"), RecordingKind::Bytes, findPcapng, openPcapng, {"pcapng"}},
     };
     return formats;
+}
+
+QStringList recordingEndings()
+{
+    QStringList endings;
+    for (const RecordingFormat& format : recordingFormats())
+        endings += format.endings;
+    return endings + QStringList{QStringLiteral("gz"), QStringLiteral("zst")};
 }
 
 const RecordingFormat* formatOf(const QByteArray& start, bool isWhole)

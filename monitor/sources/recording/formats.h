@@ -3,6 +3,7 @@
 #include "sources/FrameSource.h"
 
 #include <QtCore/QIODevice>
+#include <QtCore/QStringList>
 
 #include <memory>
 
@@ -22,10 +23,14 @@ struct RecordingFormat {
     /// The frames of the recording in \a device, which must be open for reading at its beginning.
     /// Messages use \a name.
     std::unique_ptr<FrameSource> (*open)(std::unique_ptr<QIODevice> device, const QString& name);
+    QStringList endings; ///< the usual endings of file names; they do not matter when reading
 };
 
 /// The table of formats. A new format needs a row here.
 const QVector<RecordingFormat>& recordingFormats();
+
+/// The usual endings of recordings of all formats, and of packed ones.
+QStringList recordingEndings();
 
 /// The format whose typical bytes come first in \a start, the first bytes of a recording; null if
 /// no format is recognised. The last line of \a start is used only if it \a isWhole.
