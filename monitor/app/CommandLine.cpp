@@ -148,10 +148,10 @@ QString checkFiles(const QStringList& files, const CommandRow& command)
              usageOf(command));
 }
 
-/// Whether \a command watches or uses a bus, given the files on the command line.
-bool usesBus(const CommandRow& command, const Options& options)
+/// Whether \a command needs the options for a bus, given the files on the command line.
+bool needsBus(const CommandRow& command, const Options& options)
 {
-    return command.id != CommandId::Ids || isLive(options);
+    return !options.choosesBus && (command.id != CommandId::Ids || isLive(options));
 }
 
 /// `vantrel ids` reads either recordings or a bus, and some options are for one of them only.
@@ -183,7 +183,7 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     QStringList missing;
     for (const OptionRow& row : optionRows()) {
         if (row.occurrence == Occurrence::ExactlyOnce && row.commands.testFlag(command.id) &&
-            usesBus(command, options) && !parser.isSet(QLatin1String(row.name)))
+            needsBus(command, options) && !parser.isSet(QLatin1String(row.name)))
             missing += row.usage();
     }
     QString error = command.id == CommandId::Ids ? uselessOption(parser, options) : QString();

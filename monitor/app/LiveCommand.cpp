@@ -1,11 +1,14 @@
 #include "EndRequest.h"
 #include "Preparation.h"
 #include "commands.h"
+#include "displays/window/BusDialog.h"
+#include "sources/bus/BusConnection.h"
 #include "sources/bus/BusSource.h"
 #include "text/Table.h"
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
+#include <QtWidgets/QApplication>
 
 #include <memory>
 #include <vector>
@@ -84,9 +87,7 @@ private:
     Session& session;
 };
 
-} // namespace
-
-ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
+ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     PreparedRun run = prepareRun(options, output, diagnostics);
     QString error = run.error;
@@ -110,6 +111,44 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diag
     if (!source.error().isEmpty())
         diagnostics << source.error() << '\n';
     return isLost ? ExitCode::Failure : code;
+}
+
+/// Lets the user choose a bus, and watches it. If that fails, the user sees the error and can
+/// choose again.
+ExitCode watchChosenBus(const LiveOptions& given, QTextStream& output, QTextStream& diagnostics)
+{
+    QApplication::setQuitOnLastWindowClosed(false); // the dialog closes before the window opens
+    BusDialog dialog(busPlugins(), busInterfaces, {given.bus.plugin, given.bus.device, QString()},
+                     given.descriptions.isEmpty());
+    QString error;
+    while (dialog.ask(error)) {
+        const BusChoice choice = dialog.choice();
+        LiveOptions options = given;
+        options.bus.plugin = choice.plugin;
+        options.bus.device = choice.device;
+        if (!choice.description.isEmpty()) {
+            const DescriptionReader& reader = readerOf(choice.description);
+            options.descriptions.append({&reader, {choice.description, std::nullopt}});
+            if (reader.needsNode)
+                options.descriptions.last().file.node = choice.node;
+        }
+        error.clear();
+        QTextStream messages(&error);
+        const ExitCode code = watch(options, output, messages);
+        messages.flush();
+        diagnostics << error;
+        if (code != ExitCode::Failure)
+            return code;
+    }
+    return error.isEmpty() ? ExitCode::NothingDecoded : ExitCode::Failure;
+}
+
+} // namespace
+
+ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
+{
+    return options.choosesBus ? watchChosenBus(options, output, diagnostics)
+                              : watch(options, output, diagnostics);
 }
 
 } // namespace monitor

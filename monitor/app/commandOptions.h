@@ -61,6 +61,7 @@ struct LiveOptions : MonitorOptions {
     static constexpr double unlimited = std::numeric_limits<double>::infinity();
 
     BusAddress bus;
+    bool choosesBus = false; ///< whether the user chooses the bus and a description in a dialog
     double bitRate = 250000; ///< of the bus, from which its load is calculated
     /// Null: the first display in the table, if it is available and the printed output is a table.
     const DisplayKind* display = nullptr;

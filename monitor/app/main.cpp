@@ -5,6 +5,7 @@
 #include <QtCore/QIODevice>
 #include <QtCore/QLoggingCategory>
 #include <QtCore/QTextStream>
+#include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
@@ -109,6 +110,10 @@ std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& comman
     const QtMessageHandler usual = qInstallMessageHandler(endWithoutDisplay);
     auto application = std::make_unique<QApplication>(argc, argv);
     qInstallMessageHandler(usual);
+    // The desktop entry and the icon have the name of the executable.
+    const QString name = QCoreApplication::applicationName();
+    QApplication::setDesktopFileName(name);
+    QApplication::setWindowIcon(QIcon::fromTheme(name));
     return application;
 }
 

@@ -394,6 +394,14 @@ QVector<OptionRow> busRows()
          words({QStringLiteral("socketcan"), QStringLiteral("virtualcan")})},
         {"interface", "NAME", "The interface, such as can0.", busCommands, Occurrence::ExactlyOnce,
          anyText(&BusAddress::device)},
+        {"choose", "",
+         "Choose the bus and the description of its messages in a dialog, which also shows errors. "
+         "Options for them are not required then.",
+         CommandId::Window, Occurrence::AtMostOnce,
+         [](const QString&, Options& options) {
+             options.choosesBus = true;
+             return QString();
+         }},
         {"fd", "", "Enable CAN FD frames, if the interface supports them.", busCommands,
          Occurrence::AtMostOnce,
          [](const QString&, Options& options) {
@@ -464,7 +472,8 @@ void sortByTables(Options& options)
 
 QString completeDescriptions(Options& options)
 {
-    if (options.descriptions.isEmpty() && options.subject != MonitorOptions::Subject::Ids)
+    if (options.descriptions.isEmpty() && options.subject != MonitorOptions::Subject::Ids &&
+        !options.choosesBus)
         return QStringLiteral("needs a description of the messages: ") + descriptionUsages(false);
     int needed = 0;
     for (GivenDescription& description : options.descriptions) {

@@ -70,9 +70,9 @@ const QVector<OptionRow>& optionRows();
 void sortByTables(Options& options);
 
 /// Assigns the nodes in \a options to the descriptions that need one, in order. It is an error if
-/// there is no description (unless only ids are listed), if the number of nodes is wrong, or if a
-/// node is given twice. Returns the error as the rest of a sentence that begins with the command,
-/// or an empty string.
+/// there is no description (unless only ids are listed or one is chosen later), if the number of
+/// nodes is wrong, or if a node is given twice. Returns the error as the rest of a sentence that
+/// begins with the command, or an empty string.
 [[nodiscard]] QString completeDescriptions(Options& options);
 
 } // namespace monitor

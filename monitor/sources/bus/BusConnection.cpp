@@ -8,6 +8,19 @@
 namespace monitor
 {
 
+QStringList busPlugins()
+{
+    return QCanBus::instance()->plugins();
+}
+
+QStringList busInterfaces(const QString& plugin)
+{
+    QStringList names;
+    for (const QCanBusDeviceInfo& device : QCanBus::instance()->availableDevices(plugin))
+        names += device.name();
+    return names;
+}
+
 BusConnection::~BusConnection()
 {
     if (bus)
@@ -34,7 +47,7 @@ void BusConnection::disconnect()
 /// a device can be created; only connecting it fails.
 QString BusConnection::open(const BusAddress& address)
 {
-    const QStringList plugins = QCanBus::instance()->plugins();
+    const QStringList plugins = busPlugins();
     if (!plugins.contains(address.plugin))
         return QStringLiteral("unknown plugin (available: %1)")
             .arg(plugins.join(QStringLiteral(", ")));

@@ -102,6 +102,7 @@ QVector<OptionCase> optionCases()
         {"format", printing, {"table", "json", "csv"}, {"", "xml", "JSON"}},
         {"plugin", onBus, {"virtualcan"}, {""}},
         {"interface", onBus, {"can0"}, {""}},
+        {"choose", {"window"}, {}, {}},
         {"fd", onBus, {}, {}},
         {"bitrate", watching, {"500000", "83333.3"}, {"", "0", "-1", "fast", "nan", "inf"}},
         {"duration", ending, {"1.5"}, {"", "0", "-1", "soon", "nan", "inf"}},
@@ -194,6 +195,15 @@ TEST(CommandLine, OmittedOptionsHaveDefaults)
     EXPECT_EQ(onBus.display, nullptr);
     EXPECT_FALSE(onBus.bus.fd);
     EXPECT_EQ(accepted<SendOptions>(send).speed, 1);
+}
+
+TEST(CommandLine, WindowNeedsNoBusAndDescriptionIfTheUserChoosesThem)
+{
+    const auto options = accepted<LiveOptions>({"window", "--choose", "--plugin", "virtualcan"});
+    EXPECT_TRUE(options.choosesBus);
+    EXPECT_EQ(options.bus.plugin, QString("virtualcan"));
+    EXPECT_FALSE(accepted<LiveOptions>(live).choosesBus);
+    EXPECT_TRUE(errorOf({"window", "--choose", "--eds", "drive.eds"}).contains("--node"));
 }
 
 TEST(CommandLine, OutputFilesAndKeptRecordsAreRead)

@@ -4,6 +4,7 @@
 
 #include <app/Preparation.h>
 #include <app/commands.h>
+#include <displays/window/BusDialog.h>
 #include <displays/window/MonitorWindow.h>
 #include <sources/bus/BusSource.h>
 
@@ -16,13 +17,19 @@
 #include <QtGui/QWheelEvent>
 #include <QtWidgets/QAbstractItemView>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QDialogButtonBox>
 #include <QtWidgets/QFileDialog>
+#include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
+#include <QtWidgets/QSpinBox>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTableView>
 
 using namespace QtCharts;
+using monitor::BusDialog;
 using monitor::BusSource;
 using monitor::MonitorWindow;
 using monitor::Session;
@@ -430,6 +437,172 @@ TEST_F(Window, ClosingItEndsTheRun)
     EXPECT_TRUE(window->take({}, {}));
     window->close();
     EXPECT_FALSE(window->take({}, {}));
+}
+
+namespace
+{
+
+/// The visible window of that type other than \a known; null if there is no such window.
+template <typename T>
+T* shownWindow(const T* known = nullptr)
+{
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        auto* const window = dynamic_cast<T*>(widget);
+        if (window && window != known && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
+/// Runs one step after the other in the event loops of the program. A step that returns false is
+/// repeated. After a minute, the dialog is cancelled.
+class Steps
+{
+public:
+    explicit Steps(const QVector<std::function<bool()>>& all) : steps(all)
+    {
+        QObject::connect(&timer, &QTimer::timeout, [this] {
+            if (isRunning) // in the event loop of a step
+                return;
+            isRunning = true;
+            if (next < steps.size() && steps.at(next)())
+                ++next;
+            isRunning = false;
+        });
+        timer.start(10);
+        QTimer::singleShot(60000, &timer, [this] {
+            next = int(steps.size());
+            if (auto* const dialog = shownWindow<BusDialog>())
+                dialog->reject();
+            for (QWidget* const widget : QApplication::topLevelWidgets())
+                widget->close();
+            ADD_FAILURE() << "a step did not succeed";
+        });
+    }
+
+    bool areDone() const { return next == steps.size(); }
+
+private:
+    QVector<std::function<bool()>> steps;
+    int next = 0;
+    bool isRunning = false;
+    QTimer timer;
+};
+
+QPushButton& okButton(const QWidget& dialog)
+{
+    return *dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+}
+
+/// The text field for the interface or for the description.
+QLineEdit& field(const QWidget& dialog, bool isInterface)
+{
+    for (QLineEdit* const edit : dialog.findChildren<QLineEdit*>()) {
+        const bool isInComboBox = qobject_cast<QComboBox*>(edit->parent()) != nullptr;
+        const bool isInSpinBox = qobject_cast<QAbstractSpinBox*>(edit->parent()) != nullptr;
+        if (!isInSpinBox && isInComboBox == isInterface)
+            return *edit;
+    }
+    throw std::logic_error("no such field");
+}
+
+QString messageIn(const QWidget& dialog)
+{
+    const auto* const label = dialog.findChild<QLabel*>("message");
+    return label->isVisible() ? label->text() : QString();
+}
+
+} // namespace
+
+TEST_F(Window, BusChosenInADialogIsWatchedAndErrorsAreShownThere)
+{
+    monitor::LiveOptions chosen;
+    chosen.choosesBus = true;
+    chosen.display = monitor::findDisplay("window");
+    chosen.bus.plugin = "virtualcan";
+    QString printed;
+    QString reported;
+    QTextStream output(&printed);
+    QTextStream diagnostics(&reported);
+    MonitorWindow* shown = nullptr;
+    const QVector<std::function<bool()>> steps{
+        [&] {
+            const auto* const dialog = shownWindow<BusDialog>();
+            if (!dialog)
+                return false;
+            EXPECT_EQ(messageIn(*dialog), QString());
+            EXPECT_EQ(dialog->findChild<QComboBox*>()->currentText(), QString("virtualcan"));
+            field(*dialog, true).setText(options.bus.device);
+            EXPECT_FALSE(okButton(*dialog).isEnabled()) << "there is no description";
+            field(*dialog, false).setText("missing.dbc");
+            okButton(*dialog).click();
+            return true;
+        },
+        [&] {
+            const auto* const dialog = shownWindow<BusDialog>();
+            if (!dialog)
+                return false;
+            EXPECT_TRUE(messageIn(*dialog).startsWith("missing.dbc: cannot be read"));
+            EXPECT_EQ(field(*dialog, true).text(), options.bus.device);
+            field(*dialog, false).setText(sampleFile("drive.eds"));
+            dialog->findChild<QSpinBox*>()->setValue(5);
+            okButton(*dialog).click();
+            return true;
+        },
+        [&] {
+            shown = shownWindow<MonitorWindow>(&*window);
+            if (shown)
+                bus.send(sampleFile("drive.log"));
+            return shown != nullptr;
+        },
+        [&] {
+            const bool isShown = shown->findChild<QTableView*>()->model()->rowCount() > 0;
+            if (isShown)
+                shown->close();
+            return isShown;
+        }};
+    const Steps running(steps);
+    EXPECT_EQ(live(chosen, output, diagnostics), monitor::ExitCode::Success);
+    EXPECT_TRUE(running.areDone());
+    output.flush();
+    diagnostics.flush();
+    EXPECT_TRUE(printed.contains("\nVelocity actual value "));
+    EXPECT_EQ(reported.count("missing.dbc: cannot be read"), 1);
+}
+
+TEST_F(Window, CancellingTheDialogEndsTheProgramWithExitCode1)
+{
+    monitor::LiveOptions chosen;
+    chosen.choosesBus = true;
+    QString text;
+    QTextStream output(&text);
+    const Steps running({[] {
+        auto* const dialog = shownWindow<BusDialog>();
+        if (dialog)
+            dialog->reject();
+        return dialog != nullptr;
+    }});
+    EXPECT_EQ(live(chosen, output, output), monitor::ExitCode::NothingDecoded);
+    output.flush();
+    EXPECT_EQ(text, QString());
+}
+
+TEST_F(Window, DialogAsksForWhatTheOptionsDoNotGive)
+{
+    const auto interfaces = [](const QString& plugin) { return QStringList(plugin + "0"); };
+    BusDialog dialog({"one", "two"}, interfaces, {"two", "", ""}, false);
+    EXPECT_EQ(dialog.choice().plugin, QString("two"));
+    EXPECT_EQ(dialog.choice().device, QString("two0"));
+    EXPECT_TRUE(okButton(dialog).isEnabled()) << "needs no description";
+    EXPECT_FALSE(dialog.findChild<QSpinBox*>()->isEnabled());
+    field(dialog, false).setText("motor.DCF");
+    EXPECT_TRUE(dialog.findChild<QSpinBox*>()->isEnabled());
+    field(dialog, false).setText("motor.dbc");
+    EXPECT_FALSE(dialog.findChild<QSpinBox*>()->isEnabled());
+    dialog.findChild<QComboBox*>()->setCurrentText("one");
+    EXPECT_EQ(dialog.choice().device, QString("one0"));
+    field(dialog, true).clear();
+    EXPECT_FALSE(okButton(dialog).isEnabled()) << "needs an interface";
 }
 
 TEST(WindowProgram, PrintsTheSameStatisticsAsReplayAtTheEnd)
