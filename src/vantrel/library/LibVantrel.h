@@ -1,9 +1,14 @@
 #pragma once
 
+/// \file
+/// A class that makes a program link the library.
+
 #include <vantrel/export.h>
 
-/// Represents the library. Constructing an object has no effect except that the program refers to
-/// libvantrel, so that libvantrel is linked and loaded. This class is reentrant.
+/// Makes a program link the library. Constructing an object refers to libvantrel, so that it is
+/// linked and loaded, and has no other effect. This class is reentrant.
+///
+/// \ingroup library
 class LibVantrel
 {
 public:

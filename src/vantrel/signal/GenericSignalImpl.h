@@ -1,5 +1,8 @@
 #pragma once
 
+/// \file
+/// The signal: recorded values, running statistics and a worker.
+
 #include <vantrel/export.h>
 #include <vantrel/handlers/elementTypes.h>
 #include <vantrel/values/CANopenObjectValue.h>
@@ -24,9 +27,8 @@
 /// The recorded values of one CAN signal: a series of value records, running statistics of the
 /// values fed in, and a worker thread that keeps the cached average and deviation up to date.
 ///
-/// Available for T = CANopenObjectValue and T = J1939Value, which behave alike. Series and running
-/// statistics are separate: setNewValue() with factor and offset stores a record and feeds its
-/// scaled value to the running statistics; no other operation feeds them.
+/// Series and running statistics are separate: setNewValue() with factor and offset stores a record
+/// and feeds its scaled value to the running statistics; no other operation feeds them.
 ///
 /// The data type, an index of CiA 301, selects the element type in which raw values are scaled,
 /// rated and fed to the running statistics:
@@ -37,8 +39,8 @@
 ///     7, 22         unsigned int          21      long long
 ///     24, 25, 27    unsigned long long    8       float
 ///
-/// All other codes have no element type: raw values are copied instead of scaled, and the rating is
-/// 100. Note that INTEGER40 (18) has the element type of a single byte, and that INTEGER48,
+/// All other codes have no element type: raw values are copied instead of scaled, and every rating
+/// is 100. Note that INTEGER40 (18) has the element type of a single byte, and that INTEGER48,
 /// INTEGER56 and UNSIGNED56 (19, 20, 26) have none: use INTEGER64 or UNSIGNED64 for such values.
 /// Scaling is computed in double, which rounds integers beyond 2^53; see GenericValueHandler.
 ///
@@ -69,6 +71,9 @@
 /// calculator until a later setDatatype() succeeds: every operation that needs one throws
 /// std::bad_variant_access. The destructor never throws. An exception in the worker thread ends the
 /// process, so switch updating off before setDatatype().
+///
+/// \tparam T the type of the records: CANopenObjectValue or J1939Value, which behave alike
+/// \ingroup signal
 template <typename T>
 class GenericSignalImpl
 {
@@ -85,7 +90,9 @@ public:
     /// Must not run on the worker.
     ~GenericSignalImpl();
 
+    /// A signal cannot be copied.
     GenericSignalImpl(const GenericSignalImpl&) = delete;
+    /// A signal cannot be assigned.
     GenericSignalImpl& operator=(const GenericSignalImpl&) = delete;
 
     /// Sets the data type to \a newDatatype, which may be any code. If it has an element type, the
@@ -110,6 +117,8 @@ public:
     ///     anything else    the value is rejected
     ///
     /// Must not run concurrently with another modifying operation.
+    ///
+    /// \param handling the new value handling, which may be any number
     void setValueHandling(GenericSignal::NewValueHandlingType handling);
 
     /// Returns the value handling last set. Takes no lock.
@@ -132,13 +141,16 @@ public:
     /// appendValues() or updateScaledValues() runs, the same applies to all records.
     QVector<T> getValues() const;
 
-    /// Copies the record at \a index, counted from 0 for the oldest, into \a value and returns
-    /// true. Returns false and leaves \a value unchanged if \a index is past the end. A negative
-    /// index is undefined behaviour.
+    /// Copies a stored record.
     ///
     /// Must not run concurrently with an operation that is scaling this record: setNewValue() with
     /// factor and offset if it is the newest one, appendValues() and updateScaledValues() for all
     /// records. docs/threads.md shows how to read the newest value while others arrive.
+    ///
+    /// \param index its position, counted from 0 for the oldest; a negative one is undefined
+    ///     behaviour
+    /// \param[out] value the copy; unchanged if there is no such record
+    /// \return true if the record exists, false if \a index is past the end
     bool getValue(int index, T& value) const;
 
     /// Removes all records, frees their memory and clears the running statistics. Data type, value
@@ -149,8 +161,7 @@ public:
     void clearValues();
 
     /// Stores \a record unchanged, according to the value handling, and sets the three change
-    /// flags. Returns false, and changes nothing, if the handling rejects it. The running
-    /// statistics are not fed.
+    /// flags. The running statistics are not fed.
     ///
     /// Takes amortised constant time. When a series outgrows its memory, all of its records are
     /// moved, which takes 0.1 to 3 s for tens of millions of them; readers of the stored records
@@ -159,38 +170,45 @@ public:
     /// Must not run concurrently with another modifying operation. Every operation that reads
     /// stored records under the lock may run concurrently, because this operation does not change
     /// the record once it is stored: see docs/threads.md.
+    ///
+    /// \return true if the record was stored; false, with nothing changed, if the value handling
+    ///     rejects it
     bool setNewValue(T record);
 
-    /// Stores \a record like the overload above, scales the stored copy by \a factor and \a offset
-    /// (see scaleAndAppendValue()), and feeds its scaled value to the running statistics. The
-    /// scaled value is read by QVariant::value() as the element type of the calculator, and counts
-    /// as 0 if it cannot be converted. A record with isInvalid set is not scaled, but the scaled
-    /// value that it already has is fed. Returns false, and changes nothing, if the handling
-    /// rejects the record. The cached average and deviation are updated by the next pass of the
-    /// worker. A raw value that Qt does not convert is scaled as if it were 0: see
-    /// GenericValue::rawValue for the types to use.
+    /// Stores a record like the overload above, scales the stored copy (see scaleAndAppendValue()),
+    /// and feeds its scaled value to the running statistics. The scaled value is read by
+    /// QVariant::value() as the element type of the calculator, and counts as 0 if it cannot be
+    /// converted. A record with isInvalid set is not scaled, but the scaled value that it already
+    /// has is fed. The cached average and deviation are updated by the next pass of the worker.
     ///
     /// Must not run concurrently with another modifying operation. Scales without a lock, so other
     /// threads can see the newest record before it is scaled, and must not read its scaled value.
+    ///
+    /// \param record the record to store. A raw value that Qt does not convert is scaled as if it
+    ///     were 0: see GenericValue::rawValue for the types to use.
+    /// \param factor the unit of the signal per raw unit
+    /// \param offset the scaled value of a raw value of 0
+    /// \return true if the record was stored; false, with nothing changed, if the value handling
+    ///     rejects it
     bool setNewValue(T record, double factor, double offset);
 
     /// Appends the records of \a batch in order, regardless of the value handling, then rescales
-    /// all stored records by \a factor and \a offset, even if the batch is empty. Sets
-    /// averageChanged and deviationChanged only. The running statistics are not fed. Takes time
-    /// linear in the number of all stored records.
+    /// all stored records by \a factor and \a offset as updateScaledValues() does, even if the
+    /// batch is empty. Sets averageChanged and deviationChanged only. The running statistics are
+    /// not fed. Takes time linear in the number of all stored records.
     ///
     /// Must not run concurrently with another modifying operation, nor with reading a scaled value.
     void appendValues(const QVector<T>& batch, double factor, double offset);
 
-    /// Rescales all stored records by \a factor and \a offset. The running statistics do not
-    /// change. Takes time linear in the number of stored records.
+    /// Rescales all stored records by \a factor and \a offset (see scaleAndAppendValue()). The
+    /// running statistics do not change. Takes time linear in the number of stored records.
     ///
     /// Must not run concurrently with another modifying operation, nor with reading a scaled value.
     /// Scales under the read lock, so getValueCount() and getValues() do not have to wait, except
     /// while the series is copied because a snapshot shares it.
     void updateScaledValues(double factor, double offset);
 
-    /// Scales \a record in place: its scaled value becomes rawValue x factor + offset in the
+    /// Scales \a record in place: its scaled value becomes rawValue x \a factor + \a offset in the
     /// element type of the data type (see GenericValueHandler::setTypeBasedScaledValue()), or a
     /// copy of rawValue if there is no element type. Despite its name, this function appends
     /// nothing and does not change the signal.
@@ -236,27 +254,39 @@ public:
     /// any other thread that calls it stays in the loop, and nothing waits for that thread.
     void updateCalculations();
 
-    /// Returns all statistics at once. \a valueCount is the number of stored records, and
-    /// \a medianValue the result of calcMedian(). Average, deviation, maximum and minimum are those
-    /// of the values fed in, up to date; maximum and minimum are variants of double. If the signal
-    /// has no calculator, only \a valueCount is written before the exception is thrown.
+    /// Returns all statistics at once. If the signal has no calculator, only \a valueCount is
+    /// written before the exception is thrown.
     ///
     /// Under handling 2, reads the series without a lock, as calcMedian() does: must not run
     /// concurrently with any operation that changes it.
+    ///
+    /// \param[out] averageValue the average of the values fed in, up to date: calcAverage()
+    /// \param[out] maxValue the greatest value fed in, as a variant of double: getMax()
+    /// \param[out] minValue the smallest value fed in, as a variant of double: getMin()
+    /// \param[out] medianValue the median of the stored records: calcMedian()
+    /// \param[out] deviationValue the deviation of the values fed in, up to date: calcDeviation()
+    /// \param[out] valueCount the number of stored records: getValueCount()
     void getValueStatistics(double& averageValue, QVariant& maxValue, QVariant& minValue,
                             double& medianValue, double& deviationValue,
                             unsigned int& valueCount) const;
 
-    /// Returns the rating of the scaled value of the newest record, from 0 to 100 (see
-    /// GenericValueHandler::getRating()): by \a lowerLimit and \a upperLimit if \a useGivenLimits
-    /// is true, otherwise by the band from getLowerThreshold(\a k) to getUpperThreshold(\a k). If
-    /// one limit is infinite, every finite value rates 0. isInvalid is ignored.
+    /// Rates the scaled value of the newest record by given limits or by the band (see
+    /// GenericValueHandler::getRating()). If one limit is infinite, every finite value rates 0.
+    /// isInvalid is ignored.
     ///
-    /// Returns 100 for a data type without an element type, and for fewer than two records. A
-    /// signal that only ever replaces its newest record (handling 1) holds a single one, so it
+    /// A signal that only ever replaces its newest record (handling 1) holds a single one, so it
     /// always gets 100: use GenericValueHandler::getRating() to rate its value.
     ///
     /// Must not run concurrently with an operation that is scaling the newest record.
+    ///
+    /// \param k the half width of the band, in deviations. The band reaches from
+    ///     getLowerThreshold(\a k) to getUpperThreshold(\a k).
+    /// \param useGivenLimits true to rate by the limits and ignore \a k, false to rate by the band
+    ///     and ignore the limits
+    /// \param lowerLimit the lower limit, in the unit of the signal
+    /// \param upperLimit the upper limit, in the unit of the signal
+    /// \return the rating, from 0 (worst) to 100 (best); 100 for a data type without an element
+    ///     type, and for fewer than two records
     int getRating(double k, bool useGivenLimits, double lowerLimit, double upperLimit);
 
     /// Returns the lower end of the band: cached average - cached deviation x \a k. Before the
@@ -289,6 +319,8 @@ public:
     /// few hundred threads.
     ///
     /// Must not run concurrently with another modifying operation, nor on the worker.
+    ///
+    /// \param enabled true for on, false for off
     void setUpdatingEnabled(bool enabled);
 
 private:

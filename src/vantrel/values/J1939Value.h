@@ -1,5 +1,8 @@
 #pragma once
 
+/// \file
+/// The record of J1939 signals and its stream operators.
+
 #include <vantrel/export.h>
 
 #include <cansupport/GenericValue.h>
@@ -9,6 +12,8 @@
 /// One recorded sample of a J1939 parameter.
 ///
 /// A value type: copying it copies all fields. Records cannot be compared. This class is reentrant.
+///
+/// \ingroup records
 class J1939Value : public GenericValue
 {
 public:
@@ -28,10 +33,12 @@ Q_DECLARE_TYPEINFO(J1939Value, Q_MOVABLE_TYPE);
 /// isInvalid, auxCode1 and auxCode2 are not written: when read into a new record, a flagged record
 /// comes back as a valid one. Byte order, version and floating-point precision are those of the
 /// stream. The status of the stream is not checked.
+///
+/// \relates J1939Value
 VANTREL_EXPORT QDataStream& operator<<(QDataStream& stream, const J1939Value& value);
 
-/// Reads into \a value a record that operator<< has written, and returns the stream. isInvalid,
-/// auxCode1 and auxCode2 keep their values.
+/// Reads a record, as operator<< writes it, from \a stream into \a value, and returns the stream.
+/// isInvalid, auxCode1 and auxCode2 keep their values.
 ///
 /// If the version word is not 1, only its two bytes are consumed; \a value and the status of the
 /// stream do not change. If the stream ends too early, QDataStream sets its status, and the fields
@@ -41,4 +48,6 @@ VANTREL_EXPORT QDataStream& operator<<(QDataStream& stream, const J1939Value& va
 /// Read from trusted sources only: QVariant constructs any type that the bytes name, and hostile
 /// bytes can overflow the stack, allocate gigabytes of memory or crash the program.
 /// docs/host-guide.md shows how to check a record first.
+///
+/// \relates J1939Value
 VANTREL_EXPORT QDataStream& operator>>(QDataStream& stream, J1939Value& value);

@@ -1,5 +1,8 @@
 #pragma once
 
+/// \file
+/// The base of the records.
+
 #include <cansupport/export.h>
 
 #include <QtCore/QVariant>
@@ -7,6 +10,8 @@
 /// The fields that all value records share: one recorded sample, raw and scaled.
 ///
 /// A value type: copying it copies all fields. This class is reentrant.
+///
+/// \ingroup cansupport
 class GenericValue
 {
 public:

@@ -1,5 +1,8 @@
 #pragma once
 
+/// \file
+/// Running statistics.
+
 #include <statistics/elementTypes.h>
 #include <statistics/export.h>
 
@@ -10,14 +13,13 @@
 #include <memory>
 #include <optional>
 
-/// Running statistics of the values of type \a N added since construction or the last clear().
+/// Running statistics of the values added since construction or the last clear().
 ///
-/// Available for the ten element types of STATISTICS_ELEMENT_TYPES. NaN and infinities are ignored.
-/// Results have the unit of the values, and are 0 before the first finite value. They are
-/// identical, bit for bit, on every processor. For the same values in the same order, the results
-/// of SimpleStatisticCalculator are identical for integer types, and differ by at most two units in
-/// the last place for floating-point types (except for means that have lost digits, see
-/// getAverage()).
+/// NaN and infinities are ignored. Results have the unit of the values, and are 0 before the first
+/// finite value. They are identical, bit for bit, on every processor. For the same values in the
+/// same order, the results of SimpleStatisticCalculator are identical for integer types, and differ
+/// by at most two units in the last place for floating-point types (except for means that have lost
+/// digits, see getAverage()).
 ///
 /// An object takes at most 256 bytes, however many values are added. Memory is allocated only for a
 /// log: the constructor allocates twice its capacity. Except for getLoggedValues() and getMedian(),
@@ -27,6 +29,9 @@
 /// them while one thread at a time calls addValue(), clear() or setLogValues(). The writer never
 /// waits. A reader that is interrupted by a change tries again, so each result reflects one moment
 /// between two changes; two results may reflect different moments.
+///
+/// \tparam N the type of the values, one of the ten in \ref STATISTICS_ELEMENT_TYPES
+/// \ingroup statistics-library
 template <typename N>
 class StatisticCalculator
 {
@@ -47,7 +52,8 @@ public:
     /// Forgets all values, including those in the log. Does not switch logging on or off.
     void clear();
 
-    /// Switches logging on or off. The log keeps its values when it is switched off.
+    /// Switches logging on if \a enabled is true, otherwise off. The log keeps its values when it
+    /// is switched off.
     void setLogValues(bool enabled);
 
     /// Returns the logged values, oldest first, at most as many as the capacity; an empty list if

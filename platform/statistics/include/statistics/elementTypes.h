@@ -1,9 +1,12 @@
 #pragma once
 
+/// \file
+/// The element types of the calculators.
+
 #include <type_traits>
 
-// The list of the ten element types. Declarations, instantiations and tests of the statistics
-// library expand it.
+/// The list of the ten element types: applies the macro \a EXPAND to each of them. Declarations,
+/// instantiations and tests of the statistics library expand it.
 #define STATISTICS_ELEMENT_TYPES(EXPAND)                                                           \
     EXPAND(double)                                                                                 \
     EXPAND(unsigned char)                                                                          \
@@ -18,6 +21,9 @@
 
 #define STATISTICS_OR_IS_SAME(type) || std::is_same_v<N, type>
 /// Whether \a N is one of the ten element types.
+///
+/// \hideinitializer
+/// \ingroup statistics-library
 template <typename N>
 inline constexpr bool
     isStatisticElementType = false STATISTICS_ELEMENT_TYPES(STATISTICS_OR_IS_SAME);
