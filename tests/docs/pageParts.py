@@ -53,12 +53,12 @@ def blocks_of(text):
 
 
 def without_blocks(text):
-    """The page with its blocks blanked, with the same lines."""
+    """The page with its blocks blanked; everything else keeps its place."""
     lines = []
     is_inside = False
     for line in text.splitlines():
         is_fence = line.strip().startswith("```")
-        lines.append("" if is_inside or is_fence else line)
+        lines.append(" " * len(line) if is_inside or is_fence else line)
         is_inside = is_inside != is_fence
     return "\n".join(lines)
 
@@ -67,9 +67,14 @@ def line_of(text, place):
     return text.count("\n", 0, place) + 1
 
 
+def masked(text):
+    """The page with its blocks blanked and code crossed out; everything else keeps its place."""
+    return CODE_OR_COMMENT.sub(lambda match: re.sub(r"[^\n]", "x", match[0]), without_blocks(text))
+
+
 def links_of(text):
     """The line and the target of each link and image."""
-    text = CODE_OR_COMMENT.sub(lambda match: re.sub(r"[^\n]", "x", match[0]), without_blocks(text))
+    text = masked(text)
     for match in LINK.finditer(text):
         yield line_of(text, match.start(1)), match[1]
 
@@ -94,11 +99,11 @@ def indented_blocks_of(text):
         before = before if is_after_blank else line
 
 
-def anchors_of(text):
-    """The anchors of the headings of a page, as they are usually derived from these."""
+def headings_of(text):
+    """The line and the anchor of each heading of a page, as the anchor is usually derived."""
     anchors = set()
     is_inside = False
-    for line in text.splitlines():
+    for line_number, line in enumerate(text.splitlines(), 1):
         is_inside = is_inside != line.strip().startswith("```")
         heading = re.match(r"#+ +(.*)", line)
         if not heading or is_inside:
@@ -111,7 +116,12 @@ def anchors_of(text):
             unique = f"{anchor}-{number}"
             number += 1
         anchors.add(unique)
-    return anchors
+        yield line_number, unique
+
+
+def anchors_of(text):
+    """The anchors of the headings of a page."""
+    return {anchor for _, anchor in headings_of(text)}
 
 
 def warnings_of(text):
