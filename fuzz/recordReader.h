@@ -6,6 +6,7 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QDataStream>
+#include <QtCore/QIODevice>
 
 #include <cstdint>
 #include <cstdlib>

@@ -47,7 +47,7 @@ public:
         while (!deadline.hasExpired() &&
                (process.bytesAvailable() > 0 || process.waitForReadyRead(timeout))) {
             text += process.readAllStandardOutput().replace(",", ""); // thousands separators
-            for (int end = text.indexOf("\n\n"); end >= 0; end = text.indexOf("\n\n")) {
+            for (auto end = text.indexOf("\n\n"); end >= 0; end = text.indexOf("\n\n")) {
                 QList<QStringList> rows;
                 for (const QString& line : QString::fromUtf8(text.left(end)).split('\n'))
                     rows += line.split(';');

@@ -175,7 +175,7 @@ TEST(Stream, OverlongMessagesAreRejectedByTheirLength)
 TEST(Stream, ConnectionClosedWithinAMessageIsAnError)
 {
     const QByteArray whole = withLength(plainRecord);
-    for (const int size : {1, 3, 4, 5, whole.size() - 1})
+    for (const int size : {1, 3, 4, 5, static_cast<int>(whole.size()) - 1})
         expectRejected(whole + whole.left(size), "message incomplete");
 }
 

@@ -118,7 +118,7 @@ TEST(Sample, ContainsTheCasesThatItDemonstrates)
 {
     const MonitorRun run = replaySample();
     const auto rowOf = [&run](const QString& name) {
-        const int begin = run.output.indexOf('\n' + name + ' ') + 1;
+        const auto begin = run.output.indexOf('\n' + name + ' ') + 1;
         return run.output.mid(begin, run.output.indexOf('\n', begin) - begin);
     };
     EXPECT_TRUE(rowOf("EngineSpeed").simplified().endsWith(" 6 rpm 0 0"));

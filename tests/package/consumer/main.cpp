@@ -3,6 +3,7 @@
 #include <vantrel/signal/GenericSignalImpl.h>
 
 #include <QtCore/QByteArray>
+#include <QtCore/QIODevice>
 
 #include <iostream>
 

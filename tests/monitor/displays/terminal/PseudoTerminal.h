@@ -56,8 +56,8 @@ public:
     /// The last screen that was drawn completely.
     QString screen() const
     {
-        const int end = written.lastIndexOf("\x1b[J");
-        const int begin = written.lastIndexOf("\x1b[H", end);
+        const auto end = written.lastIndexOf("\x1b[J");
+        const auto begin = written.lastIndexOf("\x1b[H", end);
         return QString::fromUtf8(written.mid(begin, end - begin)).remove("\x1b[K");
     }
 

@@ -18,7 +18,7 @@ QStringList live(const SimulatedBus& bus, const QStringList& options = {})
 /// The row of a signal in a table, without its mark.
 QString rowOf(const QString& table, const QString& name)
 {
-    const int begin = table.indexOf(name);
+    const auto begin = table.indexOf(name);
     return table.mid(begin, table.indexOf(QRegularExpression("[\r\n\x1b]"), begin) - begin)
         .simplified();
 }
@@ -27,7 +27,7 @@ QString rowOf(const QString& table, const QString& name)
 QString printedAtTheEnd(const PseudoTerminal& terminal)
 {
     const QByteArray leaving = "\x1b[?1049l";
-    const int end = terminal.output().lastIndexOf(leaving);
+    const auto end = terminal.output().lastIndexOf(leaving);
     return QString::fromUtf8(terminal.output().mid(end + leaving.size())).remove('\r');
 }
 
