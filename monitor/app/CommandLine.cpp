@@ -266,7 +266,8 @@ const QVector<CommandRow>& commandRows()
          CommandId::Window,
          "",
          "Watch a bus in a window with charts, and print the statistics at the end.",
-         {{"window --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --dbc engine.dbc",
+         {{"window --choose", "Choose a bus and its description in a dialog, and watch it."},
+          {"window --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --dbc engine.dbc",
            "Watch a simulated bus, on which \"vantrel send\" can send a recording."}},
          [](const Options& options) -> Command {
              LiveOptions live = options;

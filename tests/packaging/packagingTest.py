@@ -142,7 +142,8 @@ class Examples(unittest.TestCase):
         self.examples = [example for command in commands() for example in Help(command).examples]
 
     def test_examples_for_recordings_succeed(self):
-        offline = [example for example in self.examples if self.BUS not in example]
+        offline = [example for example in self.examples
+                   if self.BUS not in example and "--choose" not in example]
         self.assertGreater(len(offline), 3)
         for example in offline:
             result = run("sh", "-c", f"{NAME} {example}", cwd=self.folder)
