@@ -8,7 +8,6 @@
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
-#include <QtWidgets/QApplication>
 
 #include <memory>
 #include <vector>
@@ -117,7 +116,6 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
 /// choose again.
 ExitCode watchChosenBus(const LiveOptions& given, QTextStream& output, QTextStream& diagnostics)
 {
-    QApplication::setQuitOnLastWindowClosed(false); // the dialog closes before the window opens
     BusDialog dialog(busPlugins(), busInterfaces, {given.bus.plugin, given.bus.device, QString()},
                      given.descriptions.isEmpty());
     QString error;
