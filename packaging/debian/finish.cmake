@@ -29,6 +29,9 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   configure_file(${sources}/copyright ${doc}/copyright @ONLY)
   configure_file(${CPACK_VANTREL_SOURCES}/CHANGELOG.md ${doc}/changelog COPYONLY)
   configure_file(${sources}/changelog ${doc}/changelog.Debian @ONLY)
+  if(EXISTS ${root}/share/zsh/site-functions) # where Debian's zsh looks below /usr/local only
+    file(RENAME ${root}/share/zsh/site-functions ${root}/share/zsh/vendor-completions)
+  endif()
   file(GLOB pages ${root}/share/man/man1/*.1)
   execute_process(COMMAND gzip -9n ${doc}/changelog ${doc}/changelog.Debian ${pages}
     COMMAND_ERROR_IS_FATAL ANY)
@@ -38,12 +41,15 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   endif()
 endforeach()
 
-# Symbols of the libraries, from the lists of the tests. A name without a version was in the first
-# release of the package.
+# Symbols of the libraries, from the lists of the tests. Names without a version were in the first
+# release.
 set(libraries ${CPACK_TEMPORARY_DIRECTORY}/libraries)
 set(package ${CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME})
 foreach(library vantrel vantrel-cansupport vantrel-statistics)
   file(STRINGS ${CPACK_VANTREL_SYMBOLS}/${library}.txt symbols)
+  if(CPACK_VANTREL_STEM STREQUAL "vantrel-qt6") # where QVector is another name of QList
+    list(TRANSFORM symbols REPLACE 7QVector 5QList)
+  endif()
   list(TRANSFORM symbols REPLACE "^([^ ]+)$" "\\1 ${CPACK_VANTREL_FIRST_RELEASE}")
   list(TRANSFORM symbols REPLACE "^([^ ]+) (.+)$" " \\1@Base \\2\n")
   list(JOIN symbols "" symbols)

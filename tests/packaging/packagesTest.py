@@ -1,3 +1,4 @@
+#!/usr/bin/env python3
 """Tests of the Debian packages in a folder. Needs root or sudo, to install them into a clean root.
 
     packagesTest.py FOLDER [TEST...]

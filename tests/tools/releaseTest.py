@@ -1,9 +1,10 @@
-"""Tests of scripts/release in a small repository with a stand-in for ./test."""
+"""Tests of scripts/release in a small repository with stand-ins for ./test and scripts/packages."""
 
 import datetime
 import os
 import shutil
 import subprocess
+import tarfile
 import tempfile
 import unittest
 from pathlib import Path
@@ -13,6 +14,7 @@ PROJECT = Path(__file__).resolve().parents[2]
 BUILD = "cmake_minimum_required(VERSION 3.25)\nproject(Vantrel VERSION 1.1.0 LANGUAGES CXX)\n"
 CHANGELOG = "# Changelog\n\n## Unreleased\n\n- A change.\n\n## 1.0.0\n\n- The first release.\n"
 CHECKS = "#!/bin/sh\necho checked >>../checks\n"
+PACKAGES = "#!/bin/sh\nmkdir -p build/packages && head -n 3 CHANGELOG.md >build/packages/heading\n"
 
 
 class Release(unittest.TestCase):
@@ -30,8 +32,10 @@ class Release(unittest.TestCase):
         self.git("init", "--quiet", "--initial-branch", "main")
         self.write("CMakeLists.txt", BUILD)
         self.write("CHANGELOG.md", CHANGELOG)
-        self.write("test", CHECKS)
-        (self.project / "test").chmod(0o755)
+        self.write(".gitignore", "/build/\n")
+        for name, text in (("test", CHECKS), ("scripts/packages", PACKAGES)):
+            self.write(name, text)
+            (self.project / name).chmod(0o755)
         self.commit()
 
     def run_in_project(self, *command):
@@ -75,12 +79,29 @@ class Release(unittest.TestCase):
         self.assertEqual(self.git("describe"), "v1.1.0")
         self.assertEqual(self.git("status", "--porcelain"), "")
 
+    def test_a_release_has_packages_and_a_source_tarball_of_the_tag(self):
+        self.assertEqual(self.release("1.1.0").returncode, 0)
+        packages = self.project / "build" / "packages"
+        self.assertIn("## 1.1.0 (", (packages / "heading").read_text(encoding="utf-8"))
+        with tarfile.open(packages / "vantrel-1.1.0.tar.gz") as tarball:
+            self.assertEqual({name for name in tarball.getnames() if name.count("/") == 1}, {
+                "vantrel-1.1.0/" + name
+                for name in (".gitignore", "CHANGELOG.md", "CMakeLists.txt", "scripts", "test")})
+            self.assertEqual(tarball.extractfile("vantrel-1.1.0/CHANGELOG.md").read(),
+                             (self.project / "CHANGELOG.md").read_bytes())
+
+    def test_nothing_is_committed_if_the_packages_cannot_be_made(self):
+        self.write("scripts/packages", "#!/bin/sh\nexit 1\n")
+        self.commit()
+        self.assert_refused("The packages cannot be made.", "1.1.0")
+        self.assertEqual(self.git("status", "--porcelain"), "")
+
     def test_a_dry_run_prints_the_steps_and_changes_nothing(self):
         before = self.git("rev-parse", "HEAD")
         result = self.release("--dry-run", "1.1.0")
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertEqual([line.split()[2] for line in result.stdout.splitlines()],
-                         ["./test", "sed", "git", "git"])
+                         ["./test", "sed", "scripts/packages", "git", "git", "git"])
         self.assertFalse(self.checks_run())
         self.assertEqual((self.git("rev-parse", "HEAD"), self.git("tag")), (before, ""))
         self.assertEqual(self.git("status", "--porcelain"), "")
