@@ -107,6 +107,7 @@ class CleanRoot:
             stdin=archive.stdout)
         archive.stdin.write("\0".join(sorted(names)).encode())
         archive.stdin.close()
+        archive.stdout.close()
         if archive.wait() or extraction.wait():
             raise RuntimeError("the files of the packages cannot be copied")
 
