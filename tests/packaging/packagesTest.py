@@ -119,9 +119,9 @@ class InRoot(unittest.TestCase):
 
     def check_removal(self):
         self.assertIn("/usr/share/doc/" + self.names[0], self.root.left_over())
+        self.addCleanup(self.install)
         self.root.run("dpkg", "--purge", *self.names)
         self.assertEqual(self.root.left_over(), [])
-        self.install()
 
 
 class Program(InRoot):
