@@ -207,6 +207,27 @@ TYPED_TEST(Scaling, InvalidRecordKeepsItsScaledValue)
     EXPECT_EQ(record.scaledValue, QVariant(QStringLiteral("kept")));
 }
 
+TYPED_TEST(Scaling, ReplacesAScaledValueOfAnyType)
+{
+    using N = typename TypeParam::N;
+    using T = typename TypeParam::T;
+    const QVariant shared = QString(300, 'x');
+    const QVariant previous[] = {
+        QVariant(),          nullVariant<int>(),   nullVariant<uint>(), nullVariant<double>(),
+        ownVariant<char>(9), ownVariant<N>(99),    QVariant(-1.5),      QVariant(-1),
+        QVariant(1.5F),      QVariant(1ULL << 40), QVariant(true),      shared};
+    for (const QVariant& old : previous) {
+        T record;
+        record.rawValue = 7;
+        record.scaledValue = old;
+        GenericValueHandler<N, T>::setTypeBasedScaledValue(record, 2, 1);
+        EXPECT_EQ(record.scaledValue.userType(), storedTypeIdOf<N>) << old.typeName();
+        EXPECT_FALSE(record.scaledValue.isNull()) << old.typeName();
+        EXPECT_EQ(record.scaledValue.toDouble(), 15) << old.typeName();
+    }
+    EXPECT_EQ(shared.toString(), QString(300, 'x'));
+}
+
 TYPED_TEST(Scaling, OnlyTheScaledValueChanges)
 {
     using T = typename TypeParam::T;
