@@ -35,7 +35,9 @@ TYPED_TEST(SignalCapacity, ASeriesFillsTwoGiBytes)
     EXPECT_GE(series.capacity(), capacity<TypeParam>);
 }
 
-#ifdef NDEBUG // AddressSanitizer and memcheck report how QtCore asks for too much memory
+// A QVector of Qt 6 may be larger.
+#if QT_VERSION_MAJOR == 5 &&                                                                       \
+    defined(NDEBUG) // AddressSanitizer and memcheck report how QtCore asks for too much memory
 TYPED_TEST(SignalCapacity, OneMoreRecordThanFitsIntoTwoGiBytesThrows)
 {
     QVector<TypeParam> series;

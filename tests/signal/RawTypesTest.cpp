@@ -35,14 +35,16 @@ TYPED_TEST(SignalRawTypes, TheDocumentedTypesAreScaledInEveryElementType)
     }
 }
 
-TYPED_TEST(SignalRawTypes, NumbersThatQtDoesNotConvertAreScaledLikeZero)
+// Qt 5 does not convert these numbers.
+TYPED_TEST(SignalRawTypes, OtherNumbersAreScaledLikeZeroWithQt5AndByValueWithQt6)
 {
+    constexpr double expected = QT_VERSION_MAJOR == 5 ? 1 : 15;
     for (const quint32 code : {0U, 6U, 17U})
-        EXPECT_EQ(this->scaled(code, QVariant::fromValue<quint8>(7)), 1) << code;
+        EXPECT_EQ(this->scaled(code, QVariant::fromValue<quint8>(7)), expected) << code;
     const QVariant raws[] = {QVariant::fromValue<long>(7), QVariant::fromValue<unsigned long>(7)};
     for (const QVariant& raw : raws) {
         for (const quint32 code : {0U, 5U, 6U, 17U})
-            EXPECT_EQ(this->scaled(code, raw), 1) << raw.typeName() << ' ' << code;
+            EXPECT_EQ(this->scaled(code, raw), expected) << raw.typeName() << ' ' << code;
     }
 }
 
