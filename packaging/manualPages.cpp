@@ -137,6 +137,6 @@ QString manualPage(const QString& command, const Release& release)
     QStringList others;
     for (const QString& other : pages)
         others += QStringLiteral("\\fB%1\\fR(1)").arg(roff(other));
-    return named(text, release) + section(QStringLiteral("SEE ALSO")) +
+    return named(text, {roff(release.program), {}, {}}) + section(QStringLiteral("SEE ALSO")) +
            others.join(QStringLiteral(",\n")) + '\n';
 }
