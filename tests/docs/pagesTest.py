@@ -74,6 +74,8 @@ LIMITS = {
 USUAL_LIMIT = 200
 
 NOT_OURS = {".git", "build"}  # folders that do not belong to the sources
+BUILT = "build/release/bin"
+
 LANGUAGES = {"", "cmake", "console", "cpp", "csv", "json", "sh", "text"}
 LONGEST_RUN = 120  # seconds
 PLACEHOLDER = re.compile(r"(?<![\w=-])(NAME|[A-Z]{3,}(?![\w=]))|[*<{]|\.\.\.")
@@ -203,7 +205,7 @@ class Checker:
         copy = Path(folder, "copy")
         shutil.copytree(self.tree, copy, symlinks=True,
                         ignore=lambda _, names: NOT_OURS.intersection(names))
-        built = copy / "build/release/bin"
+        built = copy / BUILT  # with the name in the pages, whatever the version of Qt
         built.mkdir(parents=True)
         (built / "vantrel").symlink_to(self.program)
         return copy
@@ -279,7 +281,7 @@ class Checker:
         temporary = copy.parent / "tmp"
         temporary.mkdir(exist_ok=True)
         environment |= {"LC_ALL": "C.UTF-8", "HOME": str(copy), "TMPDIR": str(temporary),
-                        "TERM": "dumb", "PATH": f"{self.program.parent}:{os.environ['PATH']}",
+                        "TERM": "dumb", "PATH": f"{copy / BUILT}:{os.environ['PATH']}",
                         "CMAKE_PREFIX_PATH": str(self.prefix), "CMAKE_GENERATOR": "Ninja"}
         text = f"(exit {status_before})\n{command.text}"
         with subprocess.Popen(["bash", "-o", "pipefail", "-c", text], cwd=copy, env=environment,
