@@ -3,9 +3,6 @@
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()
-if(CPACK_VANTREL_REFUSAL)
-  message(FATAL_ERROR "${CPACK_VANTREL_REFUSAL}")
-endif()
 
 set(sources ${CPACK_VANTREL_SOURCES}/packaging/debian)
 set(version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
@@ -42,7 +39,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
 endforeach()
 
 # Symbols of the libraries, from the lists of the tests. Names without a version were in the first
-# release.
+# release of this major version.
 set(libraries ${CPACK_TEMPORARY_DIRECTORY}/libraries)
 set(package ${CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME})
 foreach(library vantrel vantrel-cansupport vantrel-statistics)

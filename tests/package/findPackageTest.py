@@ -30,7 +30,7 @@ class FindPackage(unittest.TestCase):
 
     def configure(self, *lines, variables=()):
         (self.folder / "CMakeLists.txt").write_text(HOST.format(lines="\n".join(lines)))
-        # One folder for all hosts, so that the compiler is examined once. -U forgets found packages.
+        # One folder for all hosts, so that the compiler is examined once. -U forgets packages.
         result = subprocess.run(
             ["cmake", "-G", "Ninja", "-S", self.folder, "-B", self.folder / "build", "-U*antrel*",
              "-UQT_*", "-UQt*", f"-DVantrel_ROOT={prefix}",

@@ -39,7 +39,8 @@ def with_dependencies(names, packages):
             continue
         wanted.add(name)
         fields = packages[name][0]
-        for group in ",".join([fields.get("Depends", ""), fields.get("Pre-Depends", "")]).split(","):
+        groups = fields.get("Depends", "") + "," + fields.get("Pre-Depends", "")
+        for group in groups.split(","):
             choices = [re.split(r"[\s(:]", choice.strip())[0] for choice in group.split("|")]
             left.extend([provided[choice] for choice in choices if choice in provided][:1])
     return wanted

@@ -40,7 +40,7 @@ class SourceTarball(unittest.TestCase):
 
     @unittest.skipUnless((PROJECT / ".git").exists(), "the project is not a repository")
     def test_it_holds_the_files_of_the_repository(self):
-        listed = run("git", "ls-files", "--cached", "--others", "--exclude-standard", "--deduplicate",
+        listed = run("git", "ls-files", "--cached", "--others", "--exclude-standard",
                      cwd=PROJECT).splitlines()
         existing = {name for name in listed if os.path.lexists(PROJECT / name)}
         self.assertEqual({name.partition("/")[2] for name in self.names}, existing)
