@@ -102,7 +102,8 @@ class InRoot(unittest.TestCase):
 
     @classmethod
     def prepare(cls, names, tools=()):
-        folder = Path(tempfile.mkdtemp(dir=next(iter(packages.values())).parents[1]))
+        folder = Path(tempfile.mkdtemp(prefix="clean-root-",
+                                       dir=next(iter(packages.values())).parents[1]))
         cls.addClassCleanup(shutil.rmtree, folder)
         cls.root = CleanRoot(folder)
         cls.root.add({*requirements_of(names, cls.root), *tools})
