@@ -3,6 +3,7 @@
 #include <vantrel/handlers/GenericValueHandler.h>
 
 #include <QtCore/QDataStream>
+#include <QtCore/QIODevice>
 
 #include <algorithm>
 #include <atomic>

@@ -137,6 +137,7 @@ void QReadWriteLock::unlock()
     announceUnlock(this, writing ? 0 : __tsan_mutex_read_lock, [this] { hidden(this); });
 }
 
+#if QT_VERSION_MAJOR == 5 // the functions of a QMutex of Qt 6 are inline
 QMutex::~QMutex()
 {
     __tsan_mutex_destroy(this, 0);
@@ -162,6 +163,7 @@ void QMutex::unlock() noexcept
     static const auto hidden = hiddenFunction<void(QMutex*)>("_ZN6QMutex6unlockEv");
     announceUnlock(this, 0, [this] { hidden(this); });
 }
+#endif
 
 bool QWaitCondition::wait(QMutex* mutex, QDeadlineTimer deadline)
 {
@@ -197,6 +199,7 @@ bool QThread::wait(QDeadlineTimer deadline)
     return ended;
 }
 
+#if QT_VERSION_MAJOR == 5 // inline in Qt 6
 bool QThread::wait(unsigned long time)
 {
     static const auto hidden = hiddenFunction<bool(QThread*, unsigned long)>("_ZN7QThread4waitEm");
@@ -205,6 +208,7 @@ bool QThread::wait(unsigned long time)
         __tsan_acquire(this);
     return ended;
 }
+#endif
 
 bool QThread::isFinished() const
 {

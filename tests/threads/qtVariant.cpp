@@ -62,6 +62,7 @@ QVariant& QVariant::operator=(const QVariant& other)
     return hidden(this, other);
 }
 
+#if QT_VERSION_MAJOR == 5
 bool QVariant::cmp(const QVariant& other) const
 {
     const Call call(__builtin_return_address(0));
@@ -88,6 +89,43 @@ bool QVariant::convert(int type)
     static const auto hidden = hiddenFunction<bool(QVariant*, int)>("_ZN8QVariant7convertEi");
     return hidden(this, type);
 }
+
+int QVariant::userType() const
+{
+    const Call call(__builtin_return_address(0));
+    Call::reads(*this);
+    static const auto hidden = hiddenFunction<int(const QVariant*)>("_ZNK8QVariant8userTypeEv");
+    return hidden(this);
+}
+#else
+bool QVariant::equals(const QVariant& other) const
+{
+    const Call call(__builtin_return_address(0));
+    Call::reads(*this);
+    Call::reads(other);
+    static const auto hidden =
+        hiddenFunction<bool(const QVariant*, const QVariant&)>("_ZNK8QVariant6equalsERKS_");
+    return hidden(this, other);
+}
+
+bool QVariant::convert(QMetaType type)
+{
+    const Call call(__builtin_return_address(0));
+    Call::writes(*this);
+    static const auto hidden =
+        hiddenFunction<bool(QVariant*, QMetaType)>("_ZN8QVariant7convertE9QMetaType");
+    return hidden(this, type);
+}
+
+QMetaType QVariant::metaType() const
+{
+    const Call call(__builtin_return_address(0));
+    Call::reads(*this);
+    static const auto hidden =
+        hiddenFunction<QMetaType(const QVariant*)>("_ZNK8QVariant8metaTypeEv");
+    return hidden(this);
+}
+#endif
 
 bool QVariant::convert(int type, void* result) const
 {
@@ -123,14 +161,6 @@ int QVariant::toInt(bool* ok) const
     static const auto hidden =
         hiddenFunction<int(const QVariant*, bool*)>("_ZNK8QVariant5toIntEPb");
     return hidden(this, ok);
-}
-
-int QVariant::userType() const
-{
-    const Call call(__builtin_return_address(0));
-    Call::reads(*this);
-    static const auto hidden = hiddenFunction<int(const QVariant*)>("_ZNK8QVariant8userTypeEv");
-    return hidden(this);
 }
 
 QDataStream& operator<<(QDataStream& stream, const QVariant& variant)
