@@ -62,10 +62,15 @@ else()
 endif()
 set(same_version "(= ${Vantrel_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
 
-vantrel_package(libraries ${library} libs same
+set(multi_arch no)
+if(VANTREL_MULTIARCH)
+  set(multi_arch same)
+endif()
+
+vantrel_package(libraries ${library} libs ${multi_arch}
   "recorded values and statistics of CAN signals, ${with}" "${what}"
   "This package contains the shared libraries.")
-vantrel_package(development lib${VANTREL_STEM}-dev libdevel same
+vantrel_package(development lib${VANTREL_STEM}-dev libdevel ${multi_arch}
   "recorded values and statistics of CAN signals, ${with} - development" "${what}"
   "This package contains the headers, and files for CMake and pkg-config.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} ${same_version}, ${qt_core}")

@@ -53,8 +53,9 @@ PROJECT = Path(__file__).resolve().parents[2]
 
 # Commands by a pattern of their beginning, and why they do not run here.
 NOT_RUN = {
-    r"scripts/install-packages\b": "installs packages",
-    r"cmake --(preset|build (--preset|build/release)|install|workflow)\b|ctest\b":
+    r"scripts/install-packages\b|apt install\b": "installs packages",
+    r"scripts/packages\b": "builds the project, as another test does",
+    r"cmake --(preset|build (--preset|build/(release|install))|install|workflow)\b|ctest\b":
         "configures, builds, installs or tests the project",
     r"(\./(bench|demo|test)|scripts/long-checks|tools/mutation/mutate)\b":
         "builds the project several times or takes hours",
@@ -357,7 +358,7 @@ class Checker:
         elif not shutil.which(program):
             yield f"{program} is not installed"
         for argument in arguments:
-            top = argument.partition("/")[0]
+            top = argument.removeprefix("./").partition("/")[0]
             is_project_path = "/" in argument and top != "build" and (copy / top).is_dir()
             if is_project_path and not (copy / argument).exists():
                 yield f"{argument} does not exist"
