@@ -157,7 +157,8 @@ void registerSnapshot(int count)
             if (snapshots)
                 held = signal->getValues();
             else
-                benchmark::DoNotOptimize(signal->getValue(static_cast<int>(batch.size()) - 1, newest));
+                benchmark::DoNotOptimize(
+                    signal->getValue(static_cast<int>(batch.size()) - 1, newest));
             signal->setNewValue(batch.constFirst(), 1, 0);
         }
     };

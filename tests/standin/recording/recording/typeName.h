@@ -6,10 +6,7 @@
 #include <string>
 
 template <typename N>
-std::string typeName()
-{
-    static_assert(sizeof(N) == 0, "not an element type");
-}
+std::string typeName() = delete; // not an element type
 
 #define STANDIN_NAME_TYPE(type)                                                                    \
     template <>                                                                                    \
