@@ -1,5 +1,5 @@
-# Installs the libraries with what hosts need to find them: a CMake package and pkg-config files.
-# The names of installed files differ by the version of Qt, so both can be installed together.
+# Installs the libraries, and the CMake package and pkg-config files by which hosts find them. The
+# names of installed files depend on the version of Qt, so both versions can be installed together.
 include(CMakePackageConfigHelpers)
 
 set(VANTREL_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/${VANTREL_STEM})

@@ -20,7 +20,7 @@ QString quoted(QString text)
     return '\'' + text.replace('\'', QLatin1String("'\\''")) + '\'';
 }
 
-/// The beginning of a help text, up to the end of a sentence or a bracket.
+/// The beginning of a help text, up to the first full stop, colon, semicolon or parenthesis.
 QString brief(const QString& help, const Release& release)
 {
     static const QRegularExpression end(QStringLiteral("[.:;] | \\(|\\.$"));
@@ -81,7 +81,7 @@ QString zshAction(const QString& valueName, const ValueHints& hints)
     QStringList actions;
     if (hints.paths == Paths::Folders)
         actions += QStringLiteral("_files -/");
-    // A single word in brackets would be a qualifier.
+    // A single word in parentheses would be a glob qualifier.
     const QString group = hints.endings.size() > 1 ? QStringLiteral("(%1)") : QStringLiteral("%1");
     if (hints.paths == Paths::Files)
         actions +=
@@ -99,7 +99,7 @@ QString zshAction(const QString& valueName, const ValueHints& hints)
                               : QStringLiteral("{ %1 }").arg(actions.join(QStringLiteral("; "))));
 }
 
-/// \a text where zsh interprets brackets and colons.
+/// \a text with brackets and colons escaped for zsh.
 QString zshText(QString text)
 {
     static const QRegularExpression special(QStringLiteral("([\\\\:\\[\\]])"));
@@ -150,12 +150,12 @@ QString bashCompletion(const Release& release)
                                 "            [[ $cur == -* ]] || { %3:; }\n            ;;\n")
                      .arg(QLatin1String(command.name), taken.join(' '), bashAction(command.hints));
     }
-    return QStringLiteral(R"(# Completion of %1 for bash, by the functions of bash-completion.
+    return QStringLiteral(R"(# Completion of %1 for bash. Uses the functions of bash-completion.
 
 %2()
 {
     local cur prev words cword split word command='' options='--help --version'
-    local COMP_FILEDIR_FALLBACK=1 # all files if none has a usual ending
+    local COMP_FILEDIR_FALLBACK=1 # all files if no file has a usual extension
     _init_completion -s || return
 
     case $prev in
@@ -280,7 +280,7 @@ function %2_has_command
     contains -- (%2_command) $argv
 end
 
-# The files with one of the endings, and folders. All files if there are no such files.
+# The files with one of the extensions, and folders; all files if nothing matches.
 function %2_files
     set -l files (complete -C "__fish_command_without_completions "(commandline -ct))
     string match -e -r -i -- '(?:\.(?:'(string join '|' $argv)')|/)$' $files

@@ -1,6 +1,6 @@
-// Writes what shells and `man` need to know of the program, from the rows of its commands and
-// options: the manual pages and the completion scripts. Usage: vantrel-describe PROGRAM VERSION
-// DATE DIRECTORY, where PROGRAM is the name of the executable.
+// Writes the manual pages and completion scripts of the program from the rows of its commands and
+// options. Usage: vantrel-describe PROGRAM VERSION DATE DIRECTORY, where PROGRAM is the name of the
+// executable.
 
 #include "describe.h"
 
@@ -14,7 +14,7 @@
 
 QString named(const QString& text, const Release& release)
 {
-    // Not in vantrel-NAME, which is the name of a page or of an executable already.
+    // Not in vantrel-NAME, which already is the name of a page or an executable.
     static const QRegularExpression name(QStringLiteral("\\bvantrel\\b(?![\\\\-])"));
     return QString(text).replace(name, release.program);
 }

@@ -9,10 +9,10 @@ struct Release {
     QString date; ///< of the newest release, as YYYY-MM-DD; may be empty
 };
 
-/// \a text, in which the program has the name of the executable.
+/// \a text with "vantrel" replaced by the name of the executable.
 QString named(const QString& text, const Release& release);
 
-/// The manual page of a command; of the program, if \a command is empty.
+/// The manual page of a command, or of the program if \a command is empty.
 QString manualPage(const QString& command, const Release& release);
 
 /// The completion scripts for shells.

@@ -34,7 +34,7 @@ QString paragraph(const QString& text, const QString& variable = QString())
     return marked + '\n';
 }
 
-/// What is typed, such as "--dbc FILE.dbc": words in capitals are italic, all others bold.
+/// Text to be typed, such as "--dbc FILE.dbc": words in capitals are italic, all others bold.
 QString typed(const QString& text)
 {
     static const QRegularExpression variable(
@@ -72,8 +72,7 @@ QString entries(const QVector<HelpEntry>& list)
 QString exampleSection(const QVector<HelpEntry>& examples, const QString& program)
 {
     QString text = section(QStringLiteral("EXAMPLES")) +
-                   paragraph(QStringLiteral("The files are in the folder monitor/sample of the "
-                                            "sources."));
+                   paragraph(QStringLiteral("The files are in monitor/sample of the source tree."));
     for (const HelpEntry& example : examples) {
         text += QStringLiteral(".PP\n") + paragraph(example.meaning) +
                 QStringLiteral(".PP\n.RS 4\n.nf\n");
@@ -120,7 +119,7 @@ QString manualPage(const QString& command, const Release& release)
     QString text = QStringLiteral(".TH \"%1\" 1 \"%2\" \"%3\" \"User Commands\"\n")
                        .arg(roff(page.toUpper()), roff(release.date),
                             roff(release.program + ' ' + release.version));
-    // Neither hyphenated nor adjusted, so that options stay whole and lines have no gaps.
+    // No hyphenation or justification, so that options stay whole and lines have no gaps.
     text += QStringLiteral(".nh\n.ad l\n");
     text += section(QStringLiteral("NAME")) + roff(page) + QStringLiteral(" \\- ") +
             roff(brief(help.description)) + '\n';

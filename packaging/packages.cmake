@@ -1,4 +1,4 @@
-# Packages: `cpack -G DEB` in the folder of a release build makes Debian packages of it, and
+# Packages: `cpack -G DEB` in the folder of a release build makes Debian packages from it, and
 # `cpack --config CPackSourceConfig.cmake` makes a tarball of the sources.
 set(CPACK_PACKAGE_NAME vantrel)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
@@ -47,7 +47,7 @@ function(vantrel_package component package section multi_arch summary)
   set(CPACK_DEBIAN_${component}_DESCRIPTION "${summary}\n${text}" PARENT_SCOPE)
 endfunction()
 
-set(what "Vantrel stores the values of CANopen and J1939 signals and computes their
+set(about "Vantrel stores the values of CANopen and J1939 signals and computes their
 statistics: average, deviation, minimum, maximum, median, a band around the
 average, the values outside it, and a rating.")
 set(with "with Qt ${QT_DEFAULT_MAJOR_VERSION}")
@@ -68,32 +68,33 @@ if(VANTREL_MULTIARCH)
 endif()
 
 vantrel_package(libraries ${library} libs ${multi_arch}
-  "recorded values and statistics of CAN signals, ${with}" "${what}"
+  "recorded values and statistics of CAN signals, ${with}" "${about}"
   "This package contains the shared libraries.")
 vantrel_package(development lib${VANTREL_STEM}-dev libdevel ${multi_arch}
-  "recorded values and statistics of CAN signals, ${with} - development" "${what}"
+  "recorded values and statistics of CAN signals, ${with} - development files" "${about}"
   "This package contains the headers, and files for CMake and pkg-config.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} ${same_version}, ${qt_core}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS ${VANTREL_STEM}-doc)
 vantrel_package(documentation ${VANTREL_STEM}-doc doc foreign
-  "recorded values and statistics of CAN signals, ${with} - documentation" "${what}"
+  "recorded values and statistics of CAN signals, ${with} - documentation" "${about}"
   "This package contains the manual of the program, the guides for developers and
-the reference of the library.")
+the API reference of the library.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 if(VANTREL_MONITOR)
   vantrel_package(program ${VANTREL_STEM} utils foreign
     "statistics of CANopen and J1939 signals on a bus or in a recording, ${with}"
     "The program ${VANTREL_STEM} watches a CAN bus or replays a recording, decodes its
-signals by DBC and EDS descriptions, and shows their statistics as a table, as
+signals with DBC and EDS files, and shows their statistics as a table or as
 plots, on the terminal or in a window."
-    "Most formats of recordings are read, also compressed with gzip or zstd.")
-  # A plugin that is loaded while the program runs.
+    "It reads candump, ASC, TRC, CSV, BLF, MF4, pcap and pcapng, also compressed with
+gzip or zstd.")
+  # These plugins are loaded at run time.
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS ${bus_plugins})
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS ${VANTREL_STEM}-doc)
 endif()
 include(CPack)
 
-# What a build must make before it can be packaged.
+# The targets that must be built before packaging.
 add_custom_target(packaged DEPENDS vantrel)
 foreach(target vantrel-program vantrel-described)
   if(TARGET ${target})

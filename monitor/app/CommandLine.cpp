@@ -47,7 +47,7 @@ QStringList commandNames()
     return names;
 }
 
-/// The hints for recordings, or one of \a words instead.
+/// The hints for an argument that is a recording or one of \a words.
 ValueHints recordingHints(const QStringList& words = {})
 {
     return {ValueHints::Paths::Files, recordingEndings(), false, words};
@@ -233,7 +233,7 @@ const QVector<CommandRow>& commandRows()
          {{"replay engine.log --dbc engine.dbc",
            "Print the statistics of all signals in a recording."},
           {"replay drive.log --dbc engine.dbc --eds drive.eds --node 5 --format json",
-           "Print the statistics of J1939 signals and of those of a CANopen node as JSON."},
+           "Print the statistics of J1939 signals and of a CANopen node's signals as JSON."},
           {"replay engine.log --dbc engine.dbc --signal 'Engine*' --save engine.run --plot plots",
            "Save the values of some signals, and plot them."}},
          [](const Options& options) -> Command {
@@ -279,7 +279,7 @@ const QVector<CommandRow>& commandRows()
          "FILE...",
          "Send the frames of recordings on a bus; - is standard input.",
          {{"send engine.log --plugin virtualcan --interface tcp://127.0.0.1:35600/can0 --speed 10",
-           "Send a recording ten times as fast as recorded, to a running \"vantrel live\"."}},
+           "Send a recording at ten times its speed to a running \"vantrel live\"."}},
          [](const Options& options) -> Command {
              return SendOptions{options.recordings, options.choice, options.bus, options.speed};
          },

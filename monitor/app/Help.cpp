@@ -62,7 +62,7 @@ Help programHelp()
     for (const RecordingFormat& format : recordingFormats())
         formats += format.name;
     help.formats =
-        QStringLiteral("Recording formats: %1. Recordings may be packed by gzip or zstd.")
+        QStringLiteral("Recording formats: %1. Recordings may be compressed with gzip or zstd.")
             .arg(joinWords(formats, "and"));
     return help;
 }
@@ -112,7 +112,7 @@ QString printed(const Help& help)
     for (const HelpEntry& option : help.options)
         text += printedEntry(option);
     if (!help.examples.isEmpty())
-        text += QStringLiteral("\nExamples, in the folder monitor/sample of the sources:\n");
+        text += QStringLiteral("\nExamples, with files from monitor/sample in the source tree:\n");
     for (const HelpEntry& example : help.examples) {
         const QStringList lines = commandLines(QStringLiteral("vantrel ") + example.term);
         text += printedEntry({lines.join(QStringLiteral("\n  ")), example.meaning});

@@ -396,7 +396,7 @@ QVector<OptionRow> busRows()
          anyText(&BusAddress::device)},
         {"choose", "",
          "Choose the bus and the description of its messages in a dialog, which also shows errors. "
-         "Options for them are not required then.",
+         "The options for them are then not required.",
          CommandId::Window, Occurrence::AtMostOnce,
          [](const QString&, Options& options) {
              options.choosesBus = true;

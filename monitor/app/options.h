@@ -38,9 +38,9 @@ enum class Occurrence { AtMostOnce, ExactlyOnce, AnyNumber };
 /// The values that a shell can propose for an option, or for the argument of a command.
 struct ValueHints {
     enum class Paths { None, Files, Folders } paths = Paths::None;
-    QStringList endings{};   ///< the usual ones of the files, such as "dbc"; empty: any
+    QStringList endings{};   ///< the usual file name extensions, such as "dbc"; empty: any
     bool mayHaveBus = false; ///< whether "BUS=" may precede the file
-    QStringList words{};     ///< values with a meaning of their own
+    QStringList words{};     ///< values with a special meaning
 };
 
 /// An option. Parsing, help, manual pages, completion and the check of the manual use this row.
@@ -53,7 +53,7 @@ struct OptionRow {
     /// Reads a value, which is empty only if the option is a flag. Returns the error as the rest of
     /// a sentence that begins with the option, such as "needs a number", or an empty string.
     std::function<QString(const QString& value, Options& options)> read;
-    ValueHints hints{}; ///< for completion; not all values have any
+    ValueHints hints{}; ///< for completion; empty for many values
 
     bool isFlag() const { return *valueName == '\0'; }
 

@@ -15,7 +15,7 @@ struct DescriptionReader {
     bool needsNode;       ///< whether a file describes one CANopen node, given with --node
     bool isRepeatable;    ///< whether several files may be given
     ReadDescription (*read)(const DescriptionFile& file);
-    QStringList endings; ///< the usual endings of file names
+    QStringList endings; ///< the usual file name extensions
 };
 
 /// The table of formats. A new format needs a row here.

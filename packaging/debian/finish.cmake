@@ -1,5 +1,5 @@
-# CPack runs this script when it has installed each component into a folder of its own, before it
-# makes Debian packages of them. The script adds what only a package needs.
+# CPack runs this script after it has installed each component into a folder of its own, and before
+# it makes Debian packages from them. The script adds everything that only a package needs.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()
@@ -10,7 +10,7 @@ set(control ${CPACK_VANTREL_BINARIES}/debian)
 file(REMOVE_RECURSE ${control})
 file(MAKE_DIRECTORY ${control}/debian)
 
-# The documents that each package has.
+# The documents in each package.
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   set(date $ENV{SOURCE_DATE_EPOCH})
 else()
@@ -44,7 +44,7 @@ set(libraries ${CPACK_TEMPORARY_DIRECTORY}/libraries)
 set(package ${CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME})
 foreach(library vantrel vantrel-cansupport vantrel-statistics)
   file(STRINGS ${CPACK_VANTREL_SYMBOLS}/${library}.txt symbols)
-  if(CPACK_VANTREL_STEM STREQUAL "vantrel-qt6") # where QVector is another name of QList
+  if(CPACK_VANTREL_STEM STREQUAL "vantrel-qt6") # where QVector is another name for QList
     list(TRANSFORM symbols REPLACE 7QVector 5QList)
   endif()
   list(TRANSFORM symbols REPLACE "^([^ ]+)$" "\\1 ${CPACK_VANTREL_FIRST_RELEASE}")
@@ -61,8 +61,8 @@ file(WRITE ${control}/triggers "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA
   ${control}/symbols ${control}/shlibs ${control}/triggers)
 
-# CPack could compute the dependencies, too. But then it adds scripts that call ldconfig, and it
-# would not know the symbols.
+# CPack could compute the dependencies too, but would then add scripts that call ldconfig, and would
+# not know the symbols.
 file(COPY ${control}/symbols DESTINATION ${libraries}/DEBIAN)
 file(TOUCH ${control}/debian/control)
 set(own -x${package}) # not a dependency of the libraries' own package
@@ -73,7 +73,7 @@ foreach(component libraries program)
     continue() # there is no program
   endif()
   foreach(binary IN LISTS binaries)
-    file(RPATH_REMOVE FILE ${binary}) # a package installs into the folders of the system
+    file(RPATH_REMOVE FILE ${binary}) # packages install into system folders
     execute_process(COMMAND ${CPACK_VANTREL_STRIP} --strip-unneeded --remove-section=.comment
       --remove-section=.note ${binary} COMMAND_ERROR_IS_FATAL ANY)
   endforeach()

@@ -100,7 +100,7 @@ def indented_blocks_of(text):
 
 
 def headings_of(text):
-    """The line and the anchor of each heading of a page, as the anchor is usually derived."""
+    """The line of each heading of a page, and its anchor, as usually derived from the heading."""
     anchors = set()
     is_inside = False
     for line_number, line in enumerate(text.splitlines(), 1):

@@ -4,8 +4,8 @@
     referenceTest.py FOLDER       builds the reference in the folder and checks it
     referenceTest.py --self-test  checks that planted faults are reported
 
-The headers, the pages and the examples themselves say what the reference must contain. Doxygen
-alone accepts enumerators, parameters and results without a word about them.
+The reference is compared with the headers, the pages and the examples. Doxygen by itself accepts
+undocumented enumerators, parameters and results.
 """
 
 import html
@@ -28,11 +28,11 @@ LISTS = ("hosts", "examples", "users", "maintainers")  # the pages that lead to 
 PARTS = ("CMakeLists.txt", "CONTRIBUTING.md", "CHANGELOG.md", "docs", "examples", "platform", "src",
          "tests")  # of the project, from which the reference is made
 INTERNAL = {"export.h"}  # installed, but of no use to hosts
-EMPTY = {"br", "hr", "img", "meta", "link"}  # tags without an end
+EMPTY = {"br", "hr", "img", "meta", "link"}  # tags without an end tag
 
 
 class Declared(NamedTuple):
-    """What the public headers declare."""
+    """The declarations in the public headers."""
     classes: dict  # the names of public members by class
     enumerations: dict  # the enumerators by qualified name
     operators: set  # name and type, such as "operator<< J1939Value"

@@ -1,6 +1,6 @@
 """A folder with a minimal Debian system, for tests that install packages. It consists of installed
-packages of this system: those named, the essential ones, and all that they depend on. No other file
-is in it, so a package that works there declares all that it needs."""
+packages of this system: those named, the essential ones, and their dependencies. It contains no
+other files, so a package that works there declares everything that it needs."""
 
 import os
 import re
@@ -26,7 +26,7 @@ def stanzas():
 
 
 def with_dependencies(names, packages):
-    """The packages with these names and all that they depend on."""
+    """The packages with these names and their dependencies."""
     provided = {}
     for name, (fields, _) in packages.items():
         for entry in [name, *fields.get("Provides", "").split(",")]:
@@ -74,7 +74,7 @@ class CleanRoot:
                  if "yes" in (fields.get("Essential"), fields.get("Protected")))
 
     def add(self, names):
-        """Adds packages of this system, with all that they depend on."""
+        """Adds packages of this system, with their dependencies."""
         names = set(names)
         missing = names - set(self.installed)
         if missing:

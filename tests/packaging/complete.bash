@@ -7,7 +7,7 @@ shift 2
 COMP_WORDS=("$@")
 COMP_CWORD=$(($# - 1))
 COMP_POINT=${#COMP_LINE}
-compopt() { :; } # needs a completion by readline
+compopt() { :; } # fails outside a completion by readline
 rule=$(complete -p "$1")
 [[ $rule =~ -F\ ([^ ]+) ]] && "${BASH_REMATCH[1]}" "$1" "${COMP_WORDS[-1]}" "${COMP_WORDS[-2]}"
 printf '%s\n' "${COMPREPLY[@]}"

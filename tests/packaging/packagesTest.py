@@ -57,7 +57,7 @@ class Packages(unittest.TestCase):
             "libvantrel1", "libvantrel-dev", "vantrel", "vantrel-doc",
             "libvantrel-qt6-1", "libvantrel-qt6-dev", "vantrel-qt6", "vantrel-qt6-doc"})
 
-    def test_lintian_finds_no_fault(self):
+    def test_lintian_finds_no_error_or_warning(self):
         found = output_of("lintian", "--allow-root", "--tag-display-limit", "0",
                           "--display-level", ">=info", "--show-overrides", *packages.values())
         self.assertIn("\nO: ", found)
@@ -159,7 +159,7 @@ class Libraries(InRoot):
                     ["cmake", "dpkg-dev", "g++", "ninja-build", "pkg-config"])
 
     def build(self, example, modules, version):
-        """Builds an example in both ways and returns the two programs."""
+        """Builds an example with CMake and with pkg-config, and returns the two programs."""
         sources = f"/tmp/examples/{example}"
         folder = f"/tmp/{example}-{version}"
         self.root.run("cmake", "-G", "Ninja", "-S", sources, "-B", folder,

@@ -3,8 +3,8 @@
 
     packagingTest.py PREFIX NAME [TEST]...
 
-NAME is the name of the executable below PREFIX. What the pages and the completion must contain is
-read from the output of --help.
+NAME is the name of the executable below PREFIX. The expected contents of the pages and of the
+completion are read from the output of --help.
 """
 
 import os
@@ -45,7 +45,7 @@ def spaced(text):
 
 
 class Help:
-    """What --help says about the program or a command."""
+    """The output of --help for the program or a command."""
 
     def __init__(self, command=""):
         text = run(NAME, *command.split(), "--help").stdout
@@ -127,7 +127,7 @@ class ManualPages(unittest.TestCase):
 
 
 class Examples(unittest.TestCase):
-    """The examples run in the folder of the sample, those for a bus with each other."""
+    """The examples run in the folder of the sample. Those for a bus run together."""
 
     BUS = "127.0.0.1:35600"
 
@@ -258,7 +258,7 @@ class Completion(unittest.TestCase):
         self.expect("send engine.log b", ["buses.mf4"])
         self.expect("ids li", ["live"])
 
-    def test_other_files_are_completed_if_none_has_a_usual_ending(self):
+    def test_other_files_are_completed_if_no_file_has_a_usual_extension(self):
         self.expect("replay no", ["notes.txt"])
 
     def test_saved_run_may_be_any_file(self):
@@ -304,7 +304,7 @@ class Desktop(unittest.TestCase):
         result = run("appstreamcli", "validate", "--no-net", self.METAINFO)
         self.assertEqual(result.returncode, 0, result.stdout)
 
-    def test_metainfo_with_an_address_of_the_screenshot_is_valid(self):
+    def test_metainfo_with_a_screenshot_is_valid(self):
         text = (PROJECT / "packaging/metainfo.xml.in").read_text()
         values = {"STEM": NAME, "TITLE": "Vantrel", "COMPONENT": self.METAINFO.stem[:-9],
                   "SCREENSHOT_URL": "https://example.org/window.png",

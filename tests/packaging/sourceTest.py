@@ -1,4 +1,4 @@
-"""Tests that the source tarball holds the project, and can be built, tested and packaged.
+"""Tests that the source tarball is complete, and can be built, tested and packaged.
 
     sourceTest.py BUILD   the folder of a configured build
 
@@ -39,7 +39,7 @@ class SourceTarball(unittest.TestCase):
         cls.sources = cls.folder / cls.tarball.name[:-len(".tar.gz")]
 
     @unittest.skipUnless((PROJECT / ".git").exists(), "the project is not a repository")
-    def test_it_holds_the_files_of_the_repository(self):
+    def test_it_contains_the_files_of_the_repository(self):
         listed = run("git", "ls-files", "--cached", "--others", "--exclude-standard",
                      cwd=PROJECT).splitlines()
         existing = {name for name in listed if os.path.lexists(PROJECT / name)}

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Checks docs/qt-versions.md against the library, and the library of Qt 5 against that of Qt 6.
+"""Checks docs/qt-versions.md against the library, and compares the builds with Qt 5 and Qt 6.
 
-compareTest.py --page PAGE --qt5 FOLDER --qt6 FOLDER, or only one of the folders, in which the
-programs `readings` and `records` have been built with that version of Qt.
+compareTest.py --page PAGE --qt5 FOLDER --qt6 FOLDER, where each folder contains the programs
+`readings` and `records`, built with that version of Qt. One of the two options may be omitted.
 
 The tables of the page list a difference, an example and the result with each version. Every example
 must have that result. With both folders, every result that differs must also belong to a row of the
@@ -21,7 +21,7 @@ INTEGER = r"\|(unsigned |signed )?(char|short|int|long long)$"
 NUMBER = r"(marked null )?(double|float|u?int|q?u?longlong|u?long|u?short|u?char|signed char)\b[^|]*"
 WHOLE = r"(u?int|q?u?longlong|u?long)\b[^|]*"
 
-# What a difference on the page covers: expressions for the readings, without their results.
+# Regular expressions for the readings, without results, that each row of the page covers.
 COVERS = {
     "A negative number halfway between two integers is rounded up by Qt 5, down by Qt 6":
         [READ + r"(double|float) -(\d+\.5|0\.49999999999999994|9007199254740991)" + INTEGER],
@@ -32,40 +32,41 @@ COVERS = {
     "A `long` or `unsigned long`":
         [READ + r"u?long -?\d+\|(double|float|unsigned char|unsigned short)$"],
     "An enumeration": [READ + r"OwnEnum\|(double|float)$", r"deviators\|OwnEnum\|"],
-    "A text beyond the range of float": [READ + r'(QString|QByteArray) "-?\d[^"]*"\|float$'],
-    "Bytes beyond the range of double": [r'deviators\|QByteArray "-?1e400"\|'],
-    "A text with a null character": [READ + r'QString "5\\0"' + INTEGER],
+    "A string beyond the range of float": [READ + r'(QString|QByteArray) "-?\d[^"]*"\|float$'],
+    "A byte array beyond the range of double": [r'deviators\|QByteArray "-?1e400"\|'],
+    "A string with a null character": [READ + r'QString "5\\0"' + INTEGER],
     "A JSON number with a fraction": [READ + r"QJsonValue -2.5" + INTEGER],
-    "A null text, an invalid date or another null value of its type":
+    "A value that is null for its own type, such as a null string or an invalid date":
         [r"isNull\|(QString|QByteArray|QUuid|QJsonValue) null\||isNull\|QChar 0\|"
          r"|isNull\|(QDate|QTime|QDateTime) invalid\|"],
-    "A text that a stream has marked as null": [r"isNull\|marked null (QString|QByteArray)\|"],
+    "A string that a stream has marked as null": [r"isNull\|marked null (QString|QByteArray)\|"],
     "Two floating-point numbers that are almost equal":
         [r"equal\|(double|float) \S+\|(double|float) \S+$"],
     "A floating-point number and an integer that is almost equal":
         [rf"equal\|(double|float) [^|]*\|{WHOLE}$", rf"equal\|{WHOLE}\|(double|float) \S+$"],
-    "Bytes and a text": [r"equal\|[^|]*QByteArray[^|]*\|[^|]*QString",
-                         r"equal\|[^|]*QString[^|]*\|[^|]*QByteArray"],
-    "Bytes and a number": [rf"equal\|[^|]*QByteArray[^|]*\|{NUMBER}$",
-                           rf"equal\|{NUMBER}\|[^|]*QByteArray"],
-    "A text and a number that is out of range, negative in an unsigned type, or null":
+    "A byte array and a string": [r"equal\|[^|]*QByteArray[^|]*\|[^|]*QString",
+                                  r"equal\|[^|]*QString[^|]*\|[^|]*QByteArray"],
+    "A byte array and a number": [rf"equal\|[^|]*QByteArray[^|]*\|{NUMBER}$",
+                                  rf"equal\|{NUMBER}\|[^|]*QByteArray"],
+    "Some pairs of a string and a number, such as a negative and an unsigned one":
         [rf"equal\|[^|]*QString[^|]*\|{NUMBER}$", rf"equal\|{NUMBER}\|[^|]*QString"],
-    "A text or bytes, and a bool": [r"equal\|[^|]*(QString|QByteArray)[^|]*\|[^|]*bool",
-                                    r"equal\|[^|]*bool[^|]*\|[^|]*(QString|QByteArray)"],
+    "A string or byte array, and a bool":
+        [r"equal\|[^|]*(QString|QByteArray)[^|]*\|[^|]*bool",
+         r"equal\|[^|]*bool[^|]*\|[^|]*(QString|QByteArray)"],
     "A character and a number": [rf"equal\|QChar \S+\|({NUMBER}|[^|]*bool.*)$",
                                  rf"equal\|({NUMBER}|[^|]*bool[^|]*)\|QChar"],
-    "A text or bytes, and a null, empty or invalid value of another type, or an enumeration":
+    "A string or byte array, and an enumeration, or a null, empty or invalid value":
         [r"equal\|[^|]*(QString|QByteArray)[^|]*\|(nullptr|QUrl|QUuid|Q\w+ (null|invalid)|OwnEnum)",
          r"equal\|(nullptr|QUrl|QUuid|Q\w+ (null|invalid)|OwnEnum)[^|]*\|[^|]*(QString|QByteArray)"],
     "Containers of different types": [r"equal\|(QVariantMap|QVariantHash|QVariantList|QStringList"
                                       r"|QJsonArray)\|(QVariantMap|QVariantHash|QVariantList"
                                       r"|QStringList|QJsonArray)$"],
-    "A JSON value and another": [r"equal\|QJsonValue", r"equal\|[^|]*\|QJsonValue"],
+    "A JSON value and any other value": [r"equal\|QJsonValue", r"equal\|[^|]*\|QJsonValue"],
     "Points, dates and times of different types":
         [r"equal\|(QPointF?|QDateTime|QTime)\|(QPointF?|QDateTime|QTime)$"],
     "A value that is marked as null":
         [rf"equal\|[^|]*marked null [^|]*\|", r"equal\|[^|]*\|marked null"],
-    "Copies of a type of the host's own without a registered comparison":
+    "Copies of a host's own type without a registered comparison":
         [r"equal\|OwnType\|OwnType$"],
     "A null pointer in a stream": [r"streamed\|nullptr\|"],
     "`char16_t`, `char32_t` and `qfloat16` in a stream":
@@ -95,7 +96,7 @@ def readings_of(folder):
 
 
 def check_page(rows, readings):
-    """Compares the rows with the results of each version of Qt, of which some may be missing."""
+    """Compares the rows with the results of each version of Qt, one of which may be missing."""
     problems = []
     for difference, example, results in rows:
         key = "|".join((example.split(", ") + [""])[:3])
@@ -110,7 +111,7 @@ def check_page(rows, readings):
 
 
 def check_completeness(readings):
-    """Every result that differs must belong to a row, and every row to such a result."""
+    """Every result that differs must belong to a row, and every row must have such a result."""
     old, new = readings
     if old.keys() != new.keys():
         return ["the versions of Qt print different readings"]
@@ -122,7 +123,8 @@ def check_completeness(readings):
         used.update(covering)
         if not covering:
             problems.append(f"not on the page: {key} gives {old[key]} with Qt 5, {new[key]} with Qt 6")
-    problems += [f"makes no difference: {difference}" for difference in COVERS if difference not in used]
+    problems += [f"no result differs for: {difference}"
+                 for difference in COVERS if difference not in used]
     print(f"{len(old)} readings, {len(different)} of them different")
     return problems
 
@@ -147,14 +149,15 @@ def check_records(folders):
 
 
 def self_test(rows, readings):
-    """The page with a wrong result, without a row, and with a row too many must be reported."""
+    """A page with a wrong result, a missing row or an extra row must be reported."""
     assert rows and not check_page(rows, readings), "the page is wrong"
     difference, example, results = rows[0]
     wrong = [(difference, example, ["1", "1"])] + rows[1:]
     assert check_page(wrong, readings), "a wrong result was not reported"
     without = [row for row in rows if row[0] != difference]
     assert check_page(without, readings), "a missing row was not reported"
-    assert check_page(rows + [("Other", example, results)], readings), "a row too many was not reported"
+    extra = rows + [("Other", example, results)]
+    assert check_page(extra, readings), "an extra row was not reported"
     return []
 
 

@@ -90,10 +90,10 @@ class Release(unittest.TestCase):
             self.assertEqual(tarball.extractfile("vantrel-1.1.0/CHANGELOG.md").read(),
                              (self.project / "CHANGELOG.md").read_bytes())
 
-    def test_nothing_is_committed_if_the_packages_cannot_be_made(self):
+    def test_nothing_is_committed_if_the_packages_cannot_be_built(self):
         self.write("scripts/packages", "#!/bin/sh\nexit 1\n")
         self.commit()
-        self.assert_refused("The packages cannot be made.", "1.1.0")
+        self.assert_refused("The packages cannot be built.", "1.1.0")
         self.assertEqual(self.git("status", "--porcelain"), "")
 
     def test_a_dry_run_prints_the_steps_and_changes_nothing(self):

@@ -90,7 +90,7 @@ QString decodeDbc(const QByteArray& content)
     const bool isWide =
         std::any_of(std::begin(marks), std::end(marks),
                     [&](const QByteArray& mark) { return content.startsWith(mark); });
-    if (isWide) // QTextStream tells UTF-16 and UTF-32 of either byte order by their marks
+    if (isWide) // QTextStream recognises UTF-16 and UTF-32 by their byte order marks
         return QTextStream(content).readAll();
     const std::optional<QString> text = fromUtf8(content);
     return text ? *text : decodeWindows1252(content);

@@ -105,7 +105,7 @@ void BusDialog::layOut()
     form->addRow(QStringLiteral("CANopen &node"), node);
     form->addRow(buttons);
     description->setMinimumWidth(comfortableWidth);
-    description->setPlaceholderText(QStringLiteral("A DBC, EDS or DCF of the messages"));
+    description->setPlaceholderText(QStringLiteral("A DBC, EDS or DCF file"));
     buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("Watch"));
 }
 

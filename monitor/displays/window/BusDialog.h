@@ -22,8 +22,8 @@ struct BusChoice {
     quint8 node = 1;     ///< of a description that needs one
 };
 
-/// Returns the format of a description file according to the ending of \a fileName. If no format
-/// has that ending, it is the first one.
+/// Returns the reader for a description file, chosen by the extension of \a fileName. Unknown
+/// extensions are left to the first reader.
 const DescriptionReader& readerOf(const QString& fileName);
 
 /// The dialog in which the user chooses a bus and a description.
@@ -33,8 +33,8 @@ public:
     /// Returns the names of the interfaces that a plugin finds.
     using FindInterfaces = std::function<QStringList(const QString& plugin)>;
 
-    /// Offers \a plugins, and the interfaces found by \a find. The choice cannot be accepted
-    /// without a description if \a needsDescription.
+    /// Offers \a plugins, and the interfaces found by \a find. If \a needsDescription is true, the
+    /// choice cannot be accepted without a description.
     BusDialog(const QStringList& plugins, FindInterfaces find, const BusChoice& initial,
               bool needsDescription);
 

@@ -12,7 +12,7 @@ namespace monitor
 /// The plugins of Qt Serial Bus.
 QStringList busPlugins();
 
-/// The names of the interfaces that \a plugin finds. Not all plugins can find any.
+/// The names of the interfaces that \a plugin finds. Some plugins cannot search for interfaces.
 QStringList busInterfaces(const QString& plugin);
 
 /// A connection to a bus. It must be used by one thread only, whose events it processes.

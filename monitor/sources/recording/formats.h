@@ -23,13 +23,13 @@ struct RecordingFormat {
     /// The frames of the recording in \a device, which must be open for reading at its beginning.
     /// Messages use \a name.
     std::unique_ptr<FrameSource> (*open)(std::unique_ptr<QIODevice> device, const QString& name);
-    QStringList endings; ///< the usual endings of file names; they do not matter when reading
+    QStringList endings; ///< the usual file name extensions; ignored when reading
 };
 
 /// The table of formats. A new format needs a row here.
 const QVector<RecordingFormat>& recordingFormats();
 
-/// The usual endings of recordings of all formats, and of packed ones.
+/// The usual file name extensions of recordings in all formats, and of compressed ones.
 QStringList recordingEndings();
 
 /// The format whose typical bytes come first in \a start, the first bytes of a recording; null if

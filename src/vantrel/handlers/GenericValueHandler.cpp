@@ -93,7 +93,7 @@ void GenericValueHandler<N, T>::setTypeBasedScaledValue(GenericValue& value, dou
     const N product = narrowed<N>(static_cast<double>(readRaw<N>(value)) * factor);
     const N sum = narrowed<N>(static_cast<double>(product) + offset);
     // Integers of 8 and 16 bits are promoted, so they are stored as int. Writing in place takes
-    // less than half of the time of an assignment, but with Qt 6 a null variant would stay null.
+    // less than half the time of an assignment, but with Qt 6 a null variant would stay null.
     if (isMarkedNull(value.scaledValue))
         value.scaledValue = QVariant(sum);
     else

@@ -14,7 +14,7 @@
 static_assert(QT_VERSION_MAJOR == 5 || QT_VERSION_MAJOR == 6,
               "Check these functions against the QVariant of this version of Qt");
 static_assert(sizeof(void*) != 8 || sizeof(QVariant) == (QT_VERSION_MAJOR == 5 ? 16 : 32),
-              "QVariant has other members than the ones that these functions were written for");
+              "QVariant does not have the members that these functions were written for");
 
 /// Returns the type of \a field, like QVariant::userType().
 inline int typeOf(const QVariant& field)
@@ -99,7 +99,7 @@ N elementValue(const QVariant& field)
     return readDirectly<N, false>(field, [&field] { return field.value<N>(); });
 }
 
-/// Returns a list of \a size elements, to be filled in place. A QList of Qt 5 grows in blocks,
+/// Returns a list of \a size elements, to be filled in place. With Qt 5, grows it in blocks,
 /// because every QList::append() of a single element is a call into QtCore that costs more than
 /// reading a number.
 template <typename N>

@@ -5,8 +5,8 @@
 
 #include <vantrel/export.h>
 
-/// Makes a program link the library. Constructing an object refers to libvantrel, so that it is
-/// linked and loaded, and has no other effect. This class is reentrant.
+/// Makes a program link the library. Constructing an object has no effect except that the program
+/// refers to libvantrel, which is therefore linked and loaded. This class is reentrant.
 ///
 /// \ingroup library
 class LibVantrel

@@ -64,7 +64,7 @@ bool withElementType(CANopenDataType datatype, Callable call)
 }
 
 /// Makes sure that no snapshot shares the storage of \a series. Like QVector::detach(), but throws
-/// if memory runs out: detach() of Qt 6 does not check, unless the vector grows.
+/// if memory runs out: detach() of Qt 6 does not check for that unless the vector grows.
 template <typename T>
 void unshare(QVector<T>& series)
 {

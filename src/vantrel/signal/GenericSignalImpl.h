@@ -118,7 +118,7 @@ public:
     ///
     /// Must not run concurrently with another modifying operation.
     ///
-    /// \param handling the new value handling, which may be any number
+    /// \param handling the value handling; a number without an enumerator is treated like Reject
     void setValueHandling(GenericSignal::NewValueHandlingType handling);
 
     /// Returns the value handling last set. Takes no lock.
@@ -147,8 +147,8 @@ public:
     /// factor and offset if it is the newest one, appendValues() and updateScaledValues() for all
     /// records. docs/threads.md shows how to read the newest value while others arrive.
     ///
-    /// \param index its position, counted from 0 for the oldest; a negative one is undefined
-    ///     behaviour
+    /// \param index the index of the record, counted from 0 for the oldest; a negative index is
+    ///     undefined behaviour
     /// \param[out] value the copy; unchanged if there is no such record
     /// \return true if the record exists, false if \a index is past the end
     bool getValue(int index, T& value) const;
@@ -186,8 +186,8 @@ public:
     ///
     /// \param record the record to store. A raw value that Qt does not convert is scaled as if it
     ///     were 0: see GenericValue::rawValue for the types to use.
-    /// \param factor the unit of the signal per raw unit
-    /// \param offset the scaled value of a raw value of 0
+    /// \param factor the value of one raw unit, in the unit of the signal
+    /// \param offset the scaled value for a raw value of 0
     /// \return true if the record was stored; false, with nothing changed, if the value handling
     ///     rejects it
     bool setNewValue(T record, double factor, double offset);
@@ -279,7 +279,7 @@ public:
     ///
     /// Must not run concurrently with an operation that is scaling the newest record.
     ///
-    /// \param k the half width of the band, in deviations. The band reaches from
+    /// \param k half the width of the band, in deviations. The band reaches from
     ///     getLowerThreshold(\a k) to getUpperThreshold(\a k).
     /// \param useGivenLimits true to rate by the limits and ignore \a k, false to rate by the band
     ///     and ignore the limits
@@ -320,7 +320,7 @@ public:
     ///
     /// Must not run concurrently with another modifying operation, nor on the worker.
     ///
-    /// \param enabled true for on, false for off
+    /// \param enabled true to switch updating on, false to switch it off
     void setUpdatingEnabled(bool enabled);
 
 private:

@@ -197,7 +197,7 @@ TEST(CommandLine, OmittedOptionsHaveDefaults)
     EXPECT_EQ(accepted<SendOptions>(send).speed, 1);
 }
 
-TEST(CommandLine, WindowNeedsNoBusAndDescriptionIfTheUserChoosesThem)
+TEST(CommandLine, WindowNeedsNoBusOrDescriptionIfTheUserChoosesThem)
 {
     const auto options = accepted<LiveOptions>({"window", "--choose", "--plugin", "virtualcan"});
     EXPECT_TRUE(options.choosesBus);

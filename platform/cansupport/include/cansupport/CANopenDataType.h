@@ -19,30 +19,30 @@ namespace CAN
 enum class CANopenDataType : quint32 {
     Unspecified = 0,      ///< no data type specified
     BOOLEAN = 1,          ///< true or false
-    INTEGER8 = 2,         ///< signed integer of 8 bits
-    INTEGER16 = 3,        ///< signed integer of 16 bits
-    INTEGER32 = 4,        ///< signed integer of 32 bits
-    UNSIGNED8 = 5,        ///< unsigned integer of 8 bits
-    UNSIGNED16 = 6,       ///< unsigned integer of 16 bits
-    UNSIGNED32 = 7,       ///< unsigned integer of 32 bits
-    REAL32 = 8,           ///< IEEE 754 number in single precision
+    INTEGER8 = 2,         ///< 8-bit signed integer
+    INTEGER16 = 3,        ///< 16-bit signed integer
+    INTEGER32 = 4,        ///< 32-bit signed integer
+    UNSIGNED8 = 5,        ///< 8-bit unsigned integer
+    UNSIGNED16 = 6,       ///< 16-bit unsigned integer
+    UNSIGNED32 = 7,       ///< 32-bit unsigned integer
+    REAL32 = 8,           ///< single-precision IEEE 754 number
     VISIBLE_STRING = 9,   ///< text in ASCII
     OCTET_STRING = 10,    ///< bytes
-    UNICODE_STRING = 11,  ///< text in units of 16 bits
+    UNICODE_STRING = 11,  ///< text in 16-bit units
     TIME_OF_DAY = 12,     ///< a date and time: days since 1984, and milliseconds since midnight
     TIME_DIFFERENCE = 13, ///< a duration: days and milliseconds
     DOMAIN = 15,          ///< a block of data of any length
-    INTEGER24 = 16,       ///< signed integer of 24 bits
-    REAL64 = 17,          ///< IEEE 754 number in double precision
-    INTEGER40 = 18,       ///< signed integer of 40 bits
-    INTEGER48 = 19,       ///< signed integer of 48 bits
-    INTEGER56 = 20,       ///< signed integer of 56 bits
-    INTEGER64 = 21,       ///< signed integer of 64 bits
-    UNSIGNED24 = 22,      ///< unsigned integer of 24 bits
-    UNSIGNED40 = 24,      ///< unsigned integer of 40 bits
-    UNSIGNED48 = 25,      ///< unsigned integer of 48 bits
-    UNSIGNED56 = 26,      ///< unsigned integer of 56 bits
-    UNSIGNED64 = 27       ///< unsigned integer of 64 bits
+    INTEGER24 = 16,       ///< 24-bit signed integer
+    REAL64 = 17,          ///< double-precision IEEE 754 number
+    INTEGER40 = 18,       ///< 40-bit signed integer
+    INTEGER48 = 19,       ///< 48-bit signed integer
+    INTEGER56 = 20,       ///< 56-bit signed integer
+    INTEGER64 = 21,       ///< 64-bit signed integer
+    UNSIGNED24 = 22,      ///< 24-bit unsigned integer
+    UNSIGNED40 = 24,      ///< 40-bit unsigned integer
+    UNSIGNED48 = 25,      ///< 48-bit unsigned integer
+    UNSIGNED56 = 26,      ///< 56-bit unsigned integer
+    UNSIGNED64 = 27       ///< 64-bit unsigned integer
 };
 
 } // namespace CAN

@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// The base of the records.
+/// The base class of all records.
 
 #include <cansupport/export.h>
 

@@ -454,8 +454,8 @@ T* shownWindow()
     return nullptr;
 }
 
-/// Runs one step after the other in the event loops of the program. A step that returns false is
-/// repeated. After a minute, the dialog is cancelled.
+/// Runs one step after another in the event loops of the program. A step that returns false is
+/// repeated. After a minute, all windows are closed and the test fails.
 class Steps
 {
 public:
@@ -588,7 +588,7 @@ TEST_F(Window, CancellingTheDialogEndsTheProgramWithExitCode1)
     EXPECT_EQ(text, QString());
 }
 
-TEST_F(Window, DialogAsksForWhatTheOptionsDoNotGive)
+TEST_F(Window, DialogStartsWithTheGivenOptionsAndRequiresTheMissingOnes)
 {
     const auto interfaces = [](const QString& plugin) { return QStringList(plugin + "0"); };
     BusDialog dialog({"one", "two"}, interfaces, {"two", "", ""}, false);
