@@ -1,6 +1,8 @@
 // Prints how the library reads, compares and streams variants of many types and values, one result
 // per line: "operation|variant|element type or other variant|result".
 
+#include <variants.h>
+
 #include <vantrel/handlers/GenericValueHandler.h>
 #include <vantrel/handlers/elementTypes.h>
 #include <vantrel/signal/GenericSignalImpl.h>
@@ -60,16 +62,6 @@ std::string textOf(N number)
     } else {
         return std::to_string(number);
     }
-}
-
-template <typename N>
-QVariant nullVariant()
-{
-#if QT_VERSION_MAJOR == 5
-    return QVariant(static_cast<QVariant::Type>(qMetaTypeId<N>()));
-#else
-    return QVariant(QMetaType::fromType<N>());
-#endif
 }
 
 template <typename N>

@@ -2,6 +2,8 @@
 // the given version of QDataStream. records read VERSION: reads them from the standard input, and
 // fails if they are not the same. One process can be built with Qt 5 and the other with Qt 6.
 
+#include <variants.h>
+
 #include <vantrel/values/CANopenObjectValue.h>
 #include <vantrel/values/J1939Value.h>
 
@@ -22,16 +24,6 @@
 
 namespace
 {
-
-template <typename N>
-QVariant nullVariant()
-{
-#if QT_VERSION_MAJOR == 5
-    return QVariant(static_cast<QVariant::Type>(qMetaTypeId<N>()));
-#else
-    return QVariant(QMetaType::fromType<N>());
-#endif
-}
 
 template <typename N>
 void appendNumbers(QVector<QVariant>& values)

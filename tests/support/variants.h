@@ -43,9 +43,9 @@ template <typename N>
 QVariant nullVariant()
 {
 #if QT_VERSION_MAJOR == 5
-    return QVariant(static_cast<QVariant::Type>(typeIdOf<N>));
+    return QVariant(static_cast<QVariant::Type>(qMetaTypeId<N>()));
 #else
-    return QVariant(QMetaType(typeIdOf<N>));
+    return QVariant(QMetaType::fromType<N>());
 #endif
 }
 
