@@ -8,15 +8,21 @@
 #include <vantrel/signal/GenericSignalImpl.h>
 
 #include <QtCore/QBitArray>
+#include <QtCore/QCborArray>
+#include <QtCore/QCborMap>
+#include <QtCore/QCborValue>
 #include <QtCore/QDataStream>
 #include <QtCore/QDateTime>
 #include <QtCore/QHash>
 #include <QtCore/QIODevice>
 #include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 #include <QtCore/QJsonValue>
+#include <QtCore/QLine>
 #include <QtCore/QLocale>
 #include <QtCore/QPoint>
 #include <QtCore/QRect>
+#include <QtCore/QSize>
 #include <QtCore/QStringList>
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
@@ -73,8 +79,8 @@ void appendNumbers(Fields& fields, const std::string& type)
         if (texts.insert(textOf(number)).second)
             fields.push_back({type + ' ' + textOf(number), QVariant::fromValue(number)});
     };
-    for (const int number : {0, 1, -1, 2, 7, -7, 127, 128, -128, -129, 255, 256, 300, 32767, 32768,
-                             -32768, 65535, 65536})
+    for (const int number : {0,   1,    -1,   2,   5,   -5,  7,     -7,    10,     16,    1000, 127,
+                             128, -128, -129, 255, 256, 300, 32767, 32768, -32768, 65535, 65536})
         append(static_cast<N>(number));
     append(Limits::max());
     append(Limits::lowest());
@@ -85,6 +91,8 @@ void appendNumbers(Fields& fields, const std::string& type)
                                     0.25,
                                     0.75,
                                     0.49999999999999994,
+                                    0.5000000000000001,
+                                    1.4999999999999998,
                                     127.5,
                                     128.5,
                                     255.5,
@@ -97,6 +105,7 @@ void appendNumbers(Fields& fields, const std::string& type)
                                     4294967295.5,
                                     4294967296.0,
                                     4503599627370495.5,
+                                    4503599627370497.0,
                                     9007199254740991.0,
                                     9223372036854774784.0,
                                     9223372036854775808.0,
@@ -182,6 +191,20 @@ void appendTexts(Fields& fields)
     fields.push_back({"QString \"5\\0\"", QString::fromLatin1("5\0", 2)});
     fields.push_back({"QByteArray \"5\\0\"", QByteArray("5\0", 2)});
     fields.push_back({"QString of another digit 3", QString(QChar(0x663))});
+    // Whitespace and signs outside ASCII. A byte array contains them in UTF-8.
+    for (const char16_t* text :
+         {u"\u00a05", u"5\u00a0", u"\u00a02.5", u"\u00851", u"\u20095", u"5\u2009", u"\u30005",
+          u"\u22125", u"\u22122.5", u"\uff0b5", u"\uff15"}) {
+        const QString string = QString::fromUtf16(text);
+        std::string quoted = "\"";
+        for (const QChar character : string) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", uint(character.unicode()));
+            quoted += character.unicode() < 128 ? std::string(1, character.toLatin1()) : escape;
+        }
+        fields.push_back({"QString " + quoted + '"', string});
+        fields.push_back({"QByteArray " + quoted + '"', string.toUtf8()});
+    }
 }
 
 void appendOthers(Fields& fields)
@@ -198,11 +221,16 @@ void appendOthers(Fields& fields)
         {"qfloat16 2.5", QVariant::fromValue(qfloat16(2.5F))},
         {"nullptr", QVariant::fromValue(nullptr)},
         {"QVariantList", QVariantList{1}},
+        {"QVariantList of double 0.5", QVariantList{0.5}},
+        {"QVariantList of double 0.49999999999999994", QVariantList{0.49999999999999994}},
+        {"QVariantList of QString", QVariantList{QStringLiteral("1")}},
         {"QStringList", QStringList{QStringLiteral("1")}},
         {"QVariantMap", QVariantMap{{QStringLiteral("1"), 1}}},
+        {"QVariantMap of QString", QVariantMap{{QStringLiteral("1"), QStringLiteral("1")}}},
         {"QVariantHash", QVariantHash{{QStringLiteral("1"), 1}}},
         {"QDateTime", QDateTime::fromSecsSinceEpoch(5, Qt::UTC)},
         {"QDateTime invalid", QDateTime()},
+        {"QDateTime at midnight", QDateTime(QDate(2001, 2, 3), QTime(0, 0), Qt::UTC)},
         {"QDate", QDate(2001, 2, 3)},
         {"QDate invalid", QDate()},
         {"QTime", QTime(0, 0, 5)},
@@ -213,17 +241,42 @@ void appendOthers(Fields& fields)
         {"QUuid null", QUuid()},
         {"QPoint", QPoint(1, 2)},
         {"QPointF", QPointF(1, 2)},
+        {"QSize", QSize(1, 2)},
+        {"QSizeF", QSizeF(1, 2)},
         {"QRect", QRect(1, 2, 3, 4)},
+        {"QRectF", QRectF(1, 2, 3, 4)},
+        {"QLine", QLine(1, 2, 3, 4)},
+        {"QLineF", QLineF(1, 2, 3, 4)},
         {"QBitArray", QBitArray(5, true)},
         {"QLocale", QLocale::c()},
         {"QJsonValue 5", QVariant::fromValue(QJsonValue(5))},
+        {"QJsonValue 2.5", QVariant::fromValue(QJsonValue(2.5))},
         {"QJsonValue -2.5", QVariant::fromValue(QJsonValue(-2.5))},
+        {"QJsonValue 0.5", QVariant::fromValue(QJsonValue(0.5))},
+        {"QJsonValue 9007199254740993", QVariant::fromValue(QJsonValue(qint64(9007199254740993)))},
+        {"QJsonValue 1e10", QVariant::fromValue(QJsonValue(1e10))},
+        {"QJsonValue 1e19", QVariant::fromValue(QJsonValue(1e19))},
+        {"QJsonValue 1e20", QVariant::fromValue(QJsonValue(1e20))},
+        {"QJsonValue -1e20", QVariant::fromValue(QJsonValue(-1e20))},
         {"QJsonValue text", QVariant::fromValue(QJsonValue(QStringLiteral("5")))},
         {"QJsonValue true", QVariant::fromValue(QJsonValue(true))},
         {"QJsonValue null", QVariant::fromValue(QJsonValue())},
         {"QJsonArray", QVariant::fromValue(QJsonArray{1})},
+        {"QJsonObject", QVariant::fromValue(QJsonObject{{QStringLiteral("1"), 1}})},
+        {"QCborValue 5", QVariant::fromValue(QCborValue(5))},
+        {"QCborValue -5", QVariant::fromValue(QCborValue(-5))},
+        {"QCborValue 2.5", QVariant::fromValue(QCborValue(2.5))},
+        {"QCborValue -2.5", QVariant::fromValue(QCborValue(-2.5))},
+        {"QCborValue 1e20", QVariant::fromValue(QCborValue(1e20))},
+        {"QCborValue -1e20", QVariant::fromValue(QCborValue(-1e20))},
+        {"QCborValue true", QVariant::fromValue(QCborValue(true))},
+        {"QCborValue text", QVariant::fromValue(QCborValue(QStringLiteral("5")))},
+        {"QCborValue null", QVariant::fromValue(QCborValue(nullptr))},
+        {"QCborArray", QVariant::fromValue(QCborArray{1})},
+        {"QCborMap", QVariant::fromValue(QCborMap{{QStringLiteral("1"), 1}})},
         {"OwnType", QVariant::fromValue(OwnType{5})},
-        {"OwnEnum", QVariant::fromValue(Five)}};
+        {"OwnEnum 2", QVariant::fromValue(static_cast<OwnEnum>(2))},
+        {"OwnEnum 5", QVariant::fromValue(Five)}};
     fields.insert(fields.end(), std::begin(others), std::end(others));
     // Values that are marked as null, as a stream may contain them.
     for (const char* bytes :
