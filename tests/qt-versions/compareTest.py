@@ -28,7 +28,7 @@ BOOL = r"(marked null )?bool[^|]*"
 STRING = r"(marked null )?QString\b[^|]*"
 BYTES = r"(marked null )?QByteArray\b[^|]*"
 UNICODE = r'QString "(\\u(00a0|0085|2009|3000)[^"]*|\d\\u(00a0|2009))"'
-UNUSUAL = r'\+\d| \d |0\d+|\d\.|\.\d|-?\de\d+|\\u[^"]+|\d\\u[^"]+'
+UNUSUAL = r'\t\d|INF|\dE\d|-0|\+\d| \d |0\d+|\d\.|\.\d|-?\de\d+|\\u[^"]+|\d\\u[^"]+'
 BEYOND_FLOAT = r'"-?(1e39|1e300|3\.4028235e38|3\.4028236e38)"'
 NULL = r"(nullptr|QUrl empty|Q(String|ByteArray|Uuid) null|Q(Date|Time|DateTime) invalid)"
 CONTAINER = "(QVariantMap|QVariantHash|QVariantList|QStringList)"
@@ -64,7 +64,7 @@ COVERS = {
         [READ + r"uchar \d+\|(double|float|unsigned short)\|"],
     "A `long` or `unsigned long`":
         [READ + r"u?long -?\d+\|(double|float|unsigned char|unsigned short)\|"],
-    "An enumeration": [READ + r"OwnEnum \d\|(double|float)\|", r"deviators\|OwnEnum \d\|"],
+    "An enumeration": [READ + r"Own\w*Enum \d\|(double|float)\|", r"deviators\|Own\w*Enum \d\|"],
     "A string beyond the range of float":
         [READ + rf"(QString|QByteArray) {BEYOND_FLOAT}\|float\|"],
     "A byte array beyond the range of double": [r'deviators\|QByteArray "-?1e400"\|'],
@@ -88,8 +88,9 @@ COVERS = {
         [equal(r"(double|float) \S+", r"(double|float) \S+", EQUAL_IN_5)],
     "A floating-point number and an integer that is almost equal":
         either(r"(double|float) \S+", r"(q?u?longlong|u?long) \S+", EQUAL_IN_5),
-    "Lists with numbers that are almost equal":
-        [equal(r"QVariantList of double [\d.]+", r"QVariantList of double [\d.]+", EQUAL_IN_5)],
+    "Lists or maps with numbers that are almost equal":
+        [equal(rf"{of} double \S+", rf"{of} double \S+", EQUAL_IN_5)
+         for of in ("QVariantList of", "QVariantMap of")],
     "A byte array and a string": either(BYTES, STRING, EQUAL_IN_5),
     "A byte array and a number": either(BYTES, NUMBER, EQUAL_IN_5),
     "A byte array and a bool": either(BYTES, BOOL, EQUAL_IN_5),
@@ -111,13 +112,20 @@ COVERS = {
     'The string "nan", and then NaN': [equal(r'QString "nan"', r"(double|float) nan", EQUAL_IN_5)],
     "A string, and then a bool": [equal(STRING, BOOL, EQUAL_IN_6)],
     "A bool, and then a string": [equal(BOOL, STRING, EQUAL_IN_5)],
+    'A bool, and then a string that means zero, but is not "0"':
+        [equal(BOOL, r'QString "(-0|00)"', EQUAL_IN_6)],
     "A string and a number or bool, one of which is marked as null":
         either(r"marked null QString", rf"({NUMBER}|{BOOL})", EQUAL_IN_6) +
         either(r'QString "[^|]*"', r"(marked null \w+|[\w ]+ null)", EQUAL_IN_6),
     "A character and a number or bool": either(r"QChar \d", rf"({NUMBER}|{BOOL})", EQUAL_IN_5),
     "A string or byte array, and a null, empty or invalid value":
         either(rf"({STRING}|{BYTES})", NULL, EQUAL_IN_5),
-    "An enumeration and a value of another type": either(r"OwnEnum \d", r"(?!Own)[^|]*", EQUAL_IN_5),
+    "A string and a character, string list, URL, UUID, date or time":
+        either(STRING, r"Q(Char|StringList|Url|Uuid|Date|DateTime|Time)\b[^|]*", EQUAL_IN_5),
+    "A byte array and a UUID": either(BYTES, r"QUuid\b[^|]*", EQUAL_IN_5),
+    "An enumeration and a value of another type":
+        [equal(r"(?P<type>Own\w*Enum) \d", r"(?!(?P=type)\b)[^|]*", EQUAL_IN_5),
+         equal(r"(?P<type>\w+)[^|]*", r"(?!(?P=type)\b)Own\w*Enum \d", EQUAL_IN_5)],
     "Lists or maps of different types":
         [equal(rf"(?P<type>{CONTAINER})\b[^|]*", rf"(?!(?P=type)\b){CONTAINER}[^|]*", EQUAL_IN_5)],
     "A JSON or CBOR value and a value of another type":
@@ -157,11 +165,15 @@ def readings_of(folder):
     return dict(line.rsplit("|", 1) for line in output.splitlines())
 
 
+def key_of(example):
+    return "|".join((example.split(", ") + [""])[:3])
+
+
 def check_page(rows, readings):
     """Compares the rows with the results of each version of Qt, one of which may be missing."""
     problems = []
     for difference, example, results in rows:
-        key = "|".join((example.split(", ") + [""])[:3])
+        key = key_of(example)
         for version, expected, found in zip((5, 6), results, readings):
             if found is not None and found.get(key) != expected:
                 problems.append(f"Qt {version}: {example} gives {found.get(key)}, not {expected}")
@@ -175,9 +187,8 @@ def check_page(rows, readings):
 def covering_rows(reading):
     rows = [difference for difference, expressions in COVERS.items()
             if any(re.match(expression, reading) for expression in expressions)]
-    numbers = [float(number) for number in re.findall(r"[^|]* (-?[\d.]\S*?)\|", reading)]
     return [row for row in rows if not row.endswith("almost equal") or
-            math.isclose(*numbers, rel_tol=1e-12)]
+            math.isclose(*map(float, re.findall(r" (-?\d\S*?)\|", reading)), rel_tol=1e-12)]
 
 
 def check_completeness(readings):
@@ -240,8 +251,7 @@ def self_test(rows, readings, folder):
     extra = rows + [("Other", example, results)]
     assert check_page(extra, readings), "an extra row was not reported"
     # The examples of the page are readings of both versions, with one difference in each row.
-    both = [{"|".join((example.split(", ") + [""])[:3]): results[version] for _, example, results in rows}
-            for version in (0, 1)]
+    both = [{key_of(example): results[version] for _, example, results in rows} for version in (0, 1)]
     assert not check_completeness(both), "a row does not cover its own example"
     for reading in ("scaled|int 7|int", "equal|int 7|int 7", "equal|double 0.5|double 0.25",
                     'equal|QString "7"|int 7', "isNull|int 7|", "streamed|int 7|"):

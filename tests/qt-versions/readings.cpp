@@ -41,7 +41,11 @@ struct OwnType {
 };
 enum OwnEnum { Five = 5 };
 Q_DECLARE_METATYPE(OwnType)
+enum class OwnByteEnum : quint8 { Five = 5 };
+enum class OwnLongEnum : qint64 { Five = 5 };
 Q_DECLARE_METATYPE(OwnEnum)
+Q_DECLARE_METATYPE(OwnByteEnum)
+Q_DECLARE_METATYPE(OwnLongEnum)
 #if QT_VERSION_MAJOR == 5
 Q_DECLARE_METATYPE(char16_t)
 Q_DECLARE_METATYPE(char32_t)
@@ -141,6 +145,8 @@ void appendTexts(Fields& fields)
 {
     for (const char* text : {"",
                              "0",
+                             "1",
+                             "5",
                              "7",
                              "-7",
                              "2.5",
@@ -181,7 +187,24 @@ void appendTexts(Fields& fields)
                              "5e",
                              "--5",
                              "3.4028235e38",
-                             "3.4028236e38"}) {
+                             "3.4028236e38",
+                             "\t5",
+                             "- 5",
+                             "INF",
+                             "infinity",
+                             "-nan",
+                             "0b1",
+                             "0x1p3",
+                             "5f",
+                             "1e-5",
+                             "1E3",
+                             "-0",
+                             "00",
+                             "TRUE",
+                             "2001-02-03",
+                             "2001-02-03T00:00:00Z",
+                             "00:00:05",
+                             "{00000005-0000-0000-0000-000000000000}"}) {
         const std::string quoted = '"' + std::string(text) + '"';
         fields.push_back({"QString " + quoted, QString::fromLatin1(text)});
         fields.push_back({"QByteArray " + quoted, QByteArray(text)});
@@ -226,6 +249,9 @@ void appendOthers(Fields& fields)
         {"QVariantList of QString", QVariantList{QStringLiteral("1")}},
         {"QStringList", QStringList{QStringLiteral("1")}},
         {"QVariantMap", QVariantMap{{QStringLiteral("1"), 1}}},
+        {"QVariantMap of double 0.5", QVariantMap{{QStringLiteral("1"), 0.5}}},
+        {"QVariantMap of double 0.49999999999999994",
+         QVariantMap{{QStringLiteral("1"), 0.49999999999999994}}},
         {"QVariantMap of QString", QVariantMap{{QStringLiteral("1"), QStringLiteral("1")}}},
         {"QVariantHash", QVariantHash{{QStringLiteral("1"), 1}}},
         {"QDateTime", QDateTime::fromSecsSinceEpoch(5, Qt::UTC)},
@@ -275,6 +301,8 @@ void appendOthers(Fields& fields)
         {"QCborArray", QVariant::fromValue(QCborArray{1})},
         {"QCborMap", QVariant::fromValue(QCborMap{{QStringLiteral("1"), 1}})},
         {"OwnType", QVariant::fromValue(OwnType{5})},
+        {"OwnByteEnum 5", QVariant::fromValue(OwnByteEnum::Five)},
+        {"OwnLongEnum 5", QVariant::fromValue(OwnLongEnum::Five)},
         {"OwnEnum 2", QVariant::fromValue(static_cast<OwnEnum>(2))},
         {"OwnEnum 5", QVariant::fromValue(Five)}};
     fields.insert(fields.end(), std::begin(others), std::end(others));
