@@ -85,11 +85,11 @@ COVERS = {
          r"|isNull\|(QDate|QTime|QDateTime) invalid\|"],
     "A string that a stream has marked as null": [r"isNull\|marked null (QString|QByteArray)\|"],
     "Two floating-point numbers that are almost equal":
-        [equal(r"(double|float) \S+", r"(double|float) \S+", EQUAL_IN_5)],
+        [equal(r"(double|float) -?\d\S*", r"(double|float) -?\d\S*", EQUAL_IN_5)],
     "A floating-point number and an integer that is almost equal":
-        either(r"(double|float) \S+", r"(q?u?longlong|u?long) \S+", EQUAL_IN_5),
+        either(r"(double|float) -?\d\S*", r"(q?u?longlong|u?long) -?\d+", EQUAL_IN_5),
     "Lists or maps with numbers that are almost equal":
-        [equal(rf"{of} double \S+", rf"{of} double \S+", EQUAL_IN_5)
+        [equal(rf"{of} double -?\d\S*", rf"{of} double -?\d\S*", EQUAL_IN_5)
          for of in ("QVariantList of", "QVariantMap of")],
     "A byte array and a string": either(BYTES, STRING, EQUAL_IN_5),
     "A byte array and a number": either(BYTES, NUMBER, EQUAL_IN_5),
@@ -104,8 +104,8 @@ COVERS = {
     "A string with whitespace or a minus sign outside ASCII, and an integer":
         either(rf'({UNICODE}|QString "\\u22125")', WHOLE, EQUAL_IN_5),
     "A string beyond the range of `long long` or of a smaller type, and an integer of this type":
-        [equal(r'QString "(?P<same>\d{3,10})"', rf"(?![\w ]+ (?P=same)\|){SMALL} [^|]*", EQUAL_IN_5),
-         equal(rf"{SMALL} (?P<same>\S+)", r'(?!QString "(?P=same)")QString "\d{3,10}"', EQUAL_IN_5)] +
+        [equal(r'QString "(?P<same>[1-9]\d{2,9})"', rf"(?![\w ]+ (?P=same)\|){SMALL} [^|]*", EQUAL_IN_5),
+         equal(rf"{SMALL} (?P<same>\S+)", r'(?!QString "(?P=same)")QString "[1-9]\d{2,9}"', EQUAL_IN_5)] +
         either(r'QString "\d{19,}"', WHOLE, EQUAL_IN_5),
     "A string beyond 32 bits, and then an integer of at most 32 bits":
         [equal(r'QString "4294967296"', rf"(u?int|{SMALL}) \w+", EQUAL_IN_6)],
@@ -253,6 +253,8 @@ def self_test(rows, readings, folder):
     # The examples of the page are readings of both versions, with one difference in each row.
     both = [{key_of(example): results[version] for _, example, results in rows} for version in (0, 1)]
     assert not check_completeness(both), "a row does not cover its own example"
+    assert check_completeness([{**readings, key_of(example): ""} for readings in both]) == [
+        f"no result differs for: {difference}"], "an obsolete row was not reported"
     for reading in ("scaled|int 7|int", "equal|int 7|int 7", "equal|double 0.5|double 0.25",
                     'equal|QString "7"|int 7', "isNull|int 7|", "streamed|int 7|"):
         assert check_completeness([{**both[0], reading: "1"}, {**both[1], reading: "0"}]) == [
@@ -260,9 +262,13 @@ def self_test(rows, readings, folder):
     old, new = (re.sub(b"(" + NULL_POINTER[1] + b")[\\0\\1]", rb"\g<1>" + flag, records_of(folder, 12))
                 for flag in (b"\0", b"\1"))
     assert not check_bytes([old, new]), "the null flags were reported"
-    for i in range(0, len(new), 50):
-        flipped = new[:i] + bytes([new[i] ^ 1]) + new[i + 1:]
+    flags = [i for i in range(len(old)) if old[i] != new[i]]
+    for i in [*range(0, len(new), 50), *flags]:
+        flipped = new[:i] + bytes([new[i] ^ 2]) + new[i + 1:]
         assert check_bytes([old, flipped]), f"a flipped byte at {i} was not reported"
+    moved = bytearray(old)
+    moved[flags[0] + 1] = moved[flags[1] + 1] = 1
+    assert check_bytes([old, moved]), "two other bytes were not reported"
     assert check_bytes([old, new + b"\0"]), "an additional byte was not reported"
     assert check_bytes([old, old]), "an obsolete exception was not reported"
     return []
