@@ -86,8 +86,8 @@ if(VANTREL_MONITOR)
     "The program ${VANTREL_STEM} watches a CAN bus or replays a recording, decodes its
 signals with DBC and EDS files, and shows their statistics as a table or as
 plots, on the terminal or in a window."
-    "It reads candump, ASC, TRC, CSV, BLF, MF4, pcap and pcapng, also compressed with
-gzip or zstd.")
+    "It reads candump, ASC, TRC, CSV, BLF, MF4, pcap and pcapng, also compressed
+with gzip or zstd.")
   # These plugins are loaded at run time.
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS ${bus_plugins})
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS ${VANTREL_STEM}-doc)
