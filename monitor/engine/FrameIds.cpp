@@ -118,6 +118,7 @@ QVector<IdStatistics> FrameIds::calcStatistics(const QVector<CatalogueMessage>& 
                                                const QStringList& busNames) const
 {
     QVector<IdStatistics> ids;
+    std::vector<bool> isSeen(static_cast<std::size_t>(messages.size()));
     for (const Record& record : records) {
         IdStatistics id;
         id.bus = busNames.value(record.id.bus);
@@ -127,6 +128,7 @@ QVector<IdStatistics> FrameIds::calcStatistics(const QVector<CatalogueMessage>& 
         if (record.message >= 0) {
             id.message = messages.at(record.message).name;
             id.cycleTime = messages.at(record.message).cycleTime;
+            isSeen[static_cast<std::size_t>(record.message)] = true;
         }
         id.frames = record.frames;
         id.remoteFrames = record.remoteFrames;
@@ -147,9 +149,7 @@ QVector<IdStatistics> FrameIds::calcStatistics(const QVector<CatalogueMessage>& 
     }
     for (int i = 0; i < messages.size(); ++i) {
         const CatalogueMessage& message = messages.at(i);
-        const bool isSeen = std::any_of(records.begin(), records.end(),
-                                        [i](const Record& record) { return record.message == i; });
-        if (isSeen)
+        if (isSeen[static_cast<std::size_t>(i)])
             continue;
         IdStatistics id;
         id.bus = busNames.isEmpty() ? QString() : message.bus;

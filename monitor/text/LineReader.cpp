@@ -19,7 +19,8 @@ std::optional<QString> fromUtf8(const QByteArray& bytes)
 
 QString textOf(const QByteArray& line)
 {
-    return fromUtf8(line).value_or(QString::fromLatin1(line.constData(), line.size()));
+    const std::optional<QString> text = fromUtf8(line);
+    return text ? *text : QString::fromLatin1(line.constData(), line.size());
 }
 
 QString deviceError(const QIODevice& device, const QString& name)

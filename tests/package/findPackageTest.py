@@ -114,6 +114,13 @@ class FindPackage(unittest.TestCase):
                 "add_executable(host main.cpp)",
                 f"target_link_libraries(host Vantrel::Vantrel Qt{OTHER[version]}::Core)")
 
+    def test_a_host_that_finds_its_qt_too_late_sees_which_package_it_got(self):
+        code, output = self.configure(
+            "find_package(Vantrel REQUIRED)",
+            f"find_package(Qt{OTHER[min(installed)]} REQUIRED COMPONENTS Core)")
+        self.assertNotEqual(code, 0, output)
+        self.assertRegex(output, rf"Found Vantrel 1\.[0-9.]+ for Qt {min(installed)}: ")
+
     def test_components_are_found(self):
         for component in ("Vantrel", "CanSupport", "Statistics"):
             self.assert_found(min(installed), f"find_package(Vantrel 1.0 REQUIRED {component})",
