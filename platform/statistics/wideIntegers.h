@@ -27,7 +27,8 @@ Q_ALWAYS_INLINE quint64 magnitudeOf(qint64 number)
     return (word ^ signWord(word)) - signWord(word);
 }
 
-Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
+/// The product for compilers without integers of 128 bits.
+Q_ALWAYS_INLINE Words<2> productByHalves(quint64 a, quint64 b)
 {
     const quint64 aLow = quint32(a), aHigh = a >> 32;
     const quint64 bLow = quint32(b), bHigh = b >> 32;
@@ -37,27 +38,38 @@ Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
     return {(lower << 32) | quint32(low), aHigh * bHigh + (upper >> 32) + (lower >> 32)};
 }
 
-/// Returns the product of \a a and a \a factor of at most 32 bits, modulo the width of \a a.
+#if defined(__SIZEOF_INT128__)
+__extension__ typedef unsigned __int128 DoubleWord;
+
+Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
+{
+    const DoubleWord product = DoubleWord(a) * b;
+    return {static_cast<quint64>(product), static_cast<quint64>(product >> 64)};
+}
+#else
+Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
+{
+    return productByHalves(a, b);
+}
+#endif
+
+Q_ALWAYS_INLINE Words<2> square(quint64 a)
+{
+    return product(a, a);
+}
+
+/// Returns the product of \a a and a \a factor, modulo the width of \a a.
 template <std::size_t size>
 Q_ALWAYS_INLINE Words<size> shortProduct(const Words<size>& a, quint64 factor)
 {
     Words<size> result{};
     quint64 carry = 0;
     for (std::size_t i = 0; i < size; ++i) {
-        const quint64 low = quint32(a[i]) * factor + carry;
-        const quint64 upper = (a[i] >> 32) * factor + (low >> 32);
-        result[i] = (upper << 32) | quint32(low);
-        carry = upper >> 32;
+        const Words<2> part = product(a[i], factor);
+        result[i] = part[0] + carry;
+        carry = part[1] + (result[i] < carry ? 1 : 0);
     }
     return result;
-}
-
-Q_ALWAYS_INLINE Words<2> square(quint64 a)
-{
-    const quint64 low = quint64(quint32(a)) * quint32(a), high = (a >> 32) * (a >> 32);
-    const quint64 cross = quint64(quint32(a)) * (a >> 32);
-    const quint64 sum = low + (cross << 33);
-    return {sum, high + (cross >> 31) + (sum < low ? 1 : 0)};
 }
 
 /// Adds \a b, shifted left by \a position words, to \a a.
