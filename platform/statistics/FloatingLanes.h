@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FloatingSums.h"
+#include "dispatch.h"
 
 #include <QtCore/QList>
 
@@ -11,92 +12,132 @@
 class FloatingLanes
 {
 public:
-    static constexpr int laneCount = 4;
+    static constexpr int laneCount = 8;
 
     explicit FloatingLanes(double first) : anchor(first) {}
 
-    /// Adds a value to each lane. A value equal to the anchor changes nothing.
-    template <bool withSquares, typename Values>
-    void add(Values values)
+    /// Adds a value to each lane. A value equal to the anchor changes nothing. \a N is the type
+    /// that the values had.
+    template <typename Products, typename N, bool withSquares>
+    Q_ALWAYS_INLINE void add(const double* values)
     {
         for (int i = 0; i < laneCount; ++i) {
-            const DoubleDouble distance = twoDifference(static_cast<double>(values[i]), anchor);
+            const DoubleDouble distance = twoDifference(values[i], anchor);
             const DoubleDouble total = twoSum(sum[i], distance.high);
-            const DoubleDouble lows = twoSum(total.low, distance.low);
-            const DoubleDouble rest = twoSum(sumRest[i], lows.high);
+            const DoubleDouble lows = plusLow<N>(sumRest[i], distance.low);
+            const DoubleDouble rest = twoSum(lows.high, total.low);
             sum[i] = total.high;
             sumRest[i] = rest.high;
             leftOut[i] += std::fabs(rest.low) + std::fabs(lows.low);
             if constexpr (withSquares) {
-                const DoubleDouble square = twoSquare(distance.high);
-                const DoubleDouble squaresTotal = twoSum(squares[i], square.high);
-                squares[i] = squaresTotal.high;
-                squaresRest[i] +=
-                    squaresTotal.low + (square.low + 2 * distance.high * distance.low);
+                const double square = distance.high * distance.high;
+                const double error = Products::errorOfLargeSquare(distance.high, square);
+                // Errors of smaller squares do not matter, and may differ between processors.
+                const double low = square < leastExactSquare ? 0 : error;
+                const DoubleDouble all =
+                    quickTwoSum(std::max(squares[i], square), std::min(squares[i], square));
+                squares[i] = all.high;
+                squaresRest[i] += (all.low + low) + crossTerm<N>(distance);
             }
         }
     }
 
-    /// Adds the sums of all lanes to \a sums. Returns the magnitude of what was left out, 0 if
-    /// nothing.
-    double addTo(OrdinaryFloatingSums& sums) const
+    /// Adds the sums of all lanes to \a sums. Returns whether nothing was left out.
+    bool addTo(OrdinaryFloatingSums& sums) const
     {
-        double allLeftOut = 0;
+        bool isExact = true;
         for (int i = 0; i < laneCount; ++i) {
-            allLeftOut += leftOut[i] + sums.addDistances({sum[i], sumRest[i]});
-            sums.addSquares({squares[i], squaresRest[i]});
+            isExact &= leftOut[i] == 0 &&
+                       OrdinaryFloatingSums::isZero(sums.addDistance<double>({sum[i], sumRest[i]}));
+            sums.addSquares({squares[i], squaresRest[i]}, 0);
+            sums.evenOut();
         }
-        return allLeftOut;
+        return isExact;
     }
 
 private:
     const double anchor;
-    double sum[laneCount] = {}, sumRest[laneCount] = {}, leftOut[laneCount] = {};
+    double sum[laneCount] = {}, sumRest[laneCount] = {};
     double squares[laneCount] = {}, squaresRest[laneCount] = {};
+    double leftOut[laneCount] = {};
 };
 
 /// Returns the lanes after \a passes, each of which adds one value to each lane, starting at
-/// \a value. A separate function, so that the lanes stay in registers.
-template <bool withSquares, typename Iterator>
-Q_NEVER_INLINE FloatingLanes lanesOf(Iterator value, int passes, double anchor)
+/// \a value. Inlined into a function of its own, so that the lanes stay in registers.
+template <typename Products, typename N, bool withSquares>
+Q_ALWAYS_INLINE FloatingLanes lanesOf(const double* value, int passes, double anchor)
 {
     FloatingLanes lanes(anchor);
     for (; passes > 0; --passes) {
-        lanes.add<withSquares>(value);
+        lanes.add<Products, N, withSquares>(value);
         value += FloatingLanes::laneCount;
     }
     return lanes;
 }
 
+template <typename N, bool withSquares>
+Q_NEVER_INLINE FloatingLanes plainLanesOf(const double* value, int passes, double anchor)
+{
+    return lanesOf<PlainProducts, N, withSquares>(value, passes, anchor);
+}
+
+#if VANTREL_HAS_FUSED
+template <typename N, bool withSquares>
+VANTREL_FUSED Q_NEVER_INLINE FloatingLanes fusedLanesOf(const double* value, int passes,
+                                                        double anchor)
+{
+    return lanesOf<FusedProducts, N, withSquares>(value, passes, anchor);
+}
+#endif
+
+/// The fastest of these functions that the processor runs.
+template <typename N, bool withSquares>
+auto fastestLanesOf()
+{
+#if VANTREL_HAS_FUSED
+    if (runsFused())
+        return fusedLanesOf<N, withSquares>;
+#endif
+    return plainLanesOf<N, withSquares>;
+}
+
 /// Adds \a values to \a sums, which must be empty, and returns whether all values are ordinary; if
 /// not, the sums are useless. If \a withSquares is false, only mean() may be called on them.
-template <bool withSquares, typename N>
-bool sumOrdinary(const QList<N>& values, OrdinaryFloatingSums& sums)
+/// \a lanesOfValues is one of the functions above.
+template <bool withSquares, typename N, typename Lanes>
+bool sumOrdinary(const QList<N>& values, FloatingSums& sums, Lanes lanesOfValues)
 {
     if (values.isEmpty())
         return false;
-    sums.count = static_cast<quint64>(values.size());
-    sums.form = OrdinaryFloatingSums::ordinaryForm;
-    sums.anchor = static_cast<double>(values.constFirst());
-    double leftOut = 0;
-    auto value = values.constBegin();
-    // The rests of the squares in a lane are not normalised after every value. A lane ends before
-    // they grow so large that their own rounding errors matter.
-    constexpr int passesOfALane = 1000;
-    for (qsizetype left = values.size() / FloatingLanes::laneCount; left > 0;
-         left -= passesOfALane) {
-        const auto passes = static_cast<int>(std::min<qsizetype>(left, passesOfALane));
-        leftOut += lanesOf<withSquares>(value, passes, sums.anchor).addTo(sums);
-        value += passes * FloatingLanes::laneCount;
+    const double anchor = static_cast<double>(values.constFirst());
+    sums.count = static_cast<double>(values.size());
+    sums.form = FloatingSums::ordinaryForm;
+    sums.anchor = anchor;
+    bool isExact = true;
+    // As doubles, one next to the other: lists of Qt 5 keep floats apart. The rests of the squares
+    // in a lane are not normalised after every value. A lane ends before they grow so large that
+    // their own rounding errors matter.
+    constexpr int partSize = 128 * FloatingLanes::laneCount;
+    std::array<double, partSize + FloatingLanes::laneCount> part;
+    for (auto value = values.constBegin(); value != values.constEnd();) {
+        const auto left =
+            static_cast<int>(std::min<qsizetype>(values.constEnd() - value, partSize));
+        const double* first = part.data();
+        int passes = left / FloatingLanes::laneCount;
+        if (std::is_same_v<N, double> && passes > 0) {
+            first = reinterpret_cast<const double*>(&*value); // no need to copy them
+            value += passes * FloatingLanes::laneCount;
+        } else {
+            // An anchor changes nothing.
+            const auto end = std::copy(value, value + left, part.begin());
+            std::fill_n(end, FloatingLanes::laneCount, anchor);
+            passes = (left + FloatingLanes::laneCount - 1) / FloatingLanes::laneCount;
+            value += left;
+        }
+        isExact &= lanesOfValues(first, passes, anchor).addTo(sums);
     }
-    std::array<N, FloatingLanes::laneCount> last;
-    last.fill(values.constFirst());
-    std::copy(value, values.constEnd(), last.begin());
-    FloatingLanes lanes(sums.anchor);
-    lanes.add<withSquares>(last.cbegin());
-    leftOut += lanes.addTo(sums);
     // Between these limits no square overflows, and squares that underflow do not matter.
     const bool squaresAreRight = sums.squares > 0x1p-900 && sums.squares < 0x1p896;
     constexpr double limit = 0x1p900; // no count of anchors overflows
-    return leftOut == 0 && std::fabs(sums.anchor) < limit && (!withSquares || squaresAreRight);
+    return isExact && std::fabs(anchor) < limit && (!withSquares || squaresAreRight);
 }

@@ -7,6 +7,25 @@
 #include <limits>
 #include <tuple>
 
+/// Returns \a rest + \a low, where \a low is the rounding error of the distance of two values of
+/// type \a N. For floats it must be 0: their 24 bits nearly always leave room for the distance.
+template <typename N>
+Q_ALWAYS_INLINE DoubleDouble plusLow(double rest, double low)
+{
+    if constexpr (std::is_same_v<N, float>)
+        return {rest, low};
+    else
+        return twoSum(rest, low);
+}
+
+/// Returns the square of a \a distance of two values of type \a N, without that of its upper part.
+/// The square of the lower part does not matter.
+template <typename N>
+Q_ALWAYS_INLINE double crossTerm(DoubleDouble distance)
+{
+    return std::is_same_v<N, float> ? 0 : 2 * distance.high * distance.low;
+}
+
 /// Count, sum and sum of squares of finite doubles.
 ///
 /// Both are sums of distances from the first value, the anchor. The sum is a chain of doubles, each
@@ -17,96 +36,110 @@
 /// count has, and two doubles have digits to spare.
 ///
 /// This class is the part that ordinary series need: a chain of two doubles, and magnitudes whose
-/// squares neither overflow nor underflow. Its operations avoid branches and fit into registers.
+/// squares neither overflow nor underflow. Its operations avoid branches and fit into registers,
+/// and most values change each word by a single addition: a longer way from one state to the next
+/// would make the next value wait. \a Products are PlainProducts or FusedProducts; the results are
+/// the same.
 class OrdinaryFloatingSums
 {
 public:
-    /// Whether the other functions of this class may be used; otherwise FloatingSums must be. An
-    /// empty series is not ordinary, so they need not check for it.
-    bool isOrdinary() const { return form == ordinaryForm; }
-
     /// Adds \a value and returns true. Returns false and changes nothing if that requires
-    /// FloatingSums.
-    bool add(double value)
+    /// FloatingSums. \a evens must be true for every eighth value.
+    template <typename Products, typename N>
+    Q_ALWAYS_INLINE bool add(N number, bool evens)
     {
+        const auto value = static_cast<double>(number);
+        OrdinaryFloatingSums updated = *this;
         const DoubleDouble distance = twoDifference(value, anchor);
-        const DoubleDouble total = twoSum(sum, distance.high);
-        const DoubleDouble lows = twoSum(total.low, distance.low);
-        const DoubleDouble rest = twoSum(sumRest, lows.high);
-        if (!isOrdinary() || !(std::fabs(value) < ordinaryLimit) || rest.low != 0 || lows.low != 0)
+        const double leftOut = updated.addDistance<N>(distance);
+        updated.addSquare<Products, N>(distance);
+        // NaN and infinities have left a NaN or an infinity in the squares.
+        if (Q_UNLIKELY(!areOrdinarySquares(updated.squares)) &&
+            !(updated.squares == 0 && value == anchor))
             return false;
-        if (Q_UNLIKELY(squares == 0 && std::fabs(value) < tinyLimit && value != anchor))
+        if (Q_UNLIKELY(!isZero(leftOut)))
             return false;
-        ++count;
-        sum = total.high;
-        sumRest = rest.high;
-        addSquare(distance);
+        updated.count += 1;
+        if (Q_UNLIKELY(evens))
+            updated.evenOut();
+        *this = updated;
         return true;
     }
 
-    /// The same for a value of 24 bits, whose distance from another one is nearly always a double.
-    bool add(float value)
+    template <typename Products>
+    Q_ALWAYS_INLINE double mean() const
     {
-        const DoubleDouble distance = twoDifference(static_cast<double>(value), anchor);
-        const DoubleDouble total = twoSum(sum, distance.high);
-        const DoubleDouble rest = twoSum(sumRest, total.low);
-        // NaN and infinities have left a NaN.
-        if (!isOrdinary() || rest.low != 0 || distance.low != 0)
-            return false;
-        ++count;
-        sum = total.high;
-        sumRest = rest.high;
-        addSquare(distance.high);
-        return true;
+        const double reciprocal = 1 / count;
+        const double estimate = sum * reciprocal;
+        const double remainder = Products::remainder(sum, estimate, count);
+        const double correction = (remainder + sumRest) * reciprocal;
+        const DoubleDouble mean = twoSum(anchor, estimate);
+        const double result = mean.high + (mean.low + correction);
+        if (Q_LIKELY(isSmallPart(correction, result)))
+            return result;
+        return exactMean(anchor, count, sum, sumRest);
     }
 
-    double mean() const
+    template <typename Products>
+    Q_ALWAYS_INLINE double variance() const
     {
-        const double n = static_cast<double>(qint64(count));
-        const DoubleDouble meanDistance = quotient(twoSum(sum, sumRest), n);
-        const DoubleDouble mean = twoSum(anchor, meanDistance.high);
-        if (Q_UNLIKELY(hasCancelled(mean.high)))
-            return exactMean();
-        return mean.high + (mean.low + meanDistance.low);
+        return varianceFrom<Products>({sum, sumRest});
     }
 
-    /// Whether so much has cancelled that two doubles may have too few digits left for \a mean.
-    bool hasCancelled(double mean) const { return std::fabs(mean) < std::fabs(anchor) * 0x1p-30; }
-
-    double deviation() const { return deviationFrom({sum, sumRest}); }
-
-    quint64 count = 0;
-    /// The level (see FloatingSums), and in the bits from 8 on the length of the tail. 0 for an
-    /// empty series.
-    quint64 form = 0;
+    double anchor = 0;
+    double count = 0;
     double sum = 0;
     double sumRest = 0;
-    double anchor = 0;
     double squares = 0;
     double squaresRest = 0;
 
-    static constexpr std::size_t meanWords = 5;
-    static constexpr std::size_t wordCount = 7;
-    auto words() { return std::tie(count, form, sum, sumRest, anchor, squares, squaresRest); }
+    static constexpr std::size_t wordCount = 6;
+    static constexpr WordRange changing = {1, 6};
+    static constexpr WordRange ofMean = {0, 4};
+    static constexpr WordRange ofDeviation = {1, 6};
+    auto words() { return std::tie(anchor, count, sum, sumRest, squares, squaresRest); }
 
-    static constexpr quint64 ordinaryForm = 1;
-
-    /// Adds a sum of distances. Returns the magnitude of what was left out, 0 if nothing.
-    double addDistances(DoubleDouble distances)
+    /// Adds a distance or a sum of distances. Returns 0 if nothing was left out.
+    template <typename N>
+    Q_ALWAYS_INLINE double addDistance(DoubleDouble distance)
     {
-        const DoubleDouble total = twoSum(sum, distances.high);
-        const DoubleDouble lows = twoSum(total.low, distances.low);
-        const DoubleDouble rest = twoSum(sumRest, lows.high);
+        const DoubleDouble total = twoSum(sum, distance.high);
+        const DoubleDouble first = plusLow<N>(sumRest, distance.low);
+        const DoubleDouble second = twoSum(first.high, total.low);
         sum = total.high;
-        sumRest = rest.high;
-        return std::fabs(rest.low) + std::fabs(lows.low);
+        sumRest = second.high;
+        return bitCast<double>(bitCast<quint64>(first.low) | bitCast<quint64>(second.low));
     }
 
-    /// Adds a square or a sum of squares.
-    void addSquares(DoubleDouble added)
+    /// Adds a square or a sum of squares, the sum of \a added and \a rest.
+    Q_ALWAYS_INLINE void addSquares(DoubleDouble added, double rest)
     {
-        const DoubleDouble total = twoSum(squares, added.high);
-        evenOutSquares(total.high, squaresRest + (total.low + added.low));
+        const DoubleDouble total =
+            quickTwoSum(std::max(squares, added.high), std::min(squares, added.high));
+        squares = total.high;
+        squaresRest += (total.low + added.low) + rest;
+    }
+
+    /// Makes the rests smaller than the last place of the sums, so that their own rounding errors
+    /// do not matter, however often the same square is added.
+    void evenOut()
+    {
+        const DoubleDouble distances = twoSum(sum, sumRest);
+        const DoubleDouble allSquares = quickTwoSum(squares, squaresRest);
+        sum = distances.high;
+        sumRest = distances.low;
+        squares = allSquares.high;
+        squaresRest = allSquares.low;
+    }
+
+    static Q_ALWAYS_INLINE bool isZero(double value) { return bitCast<quint64>(value) << 1 == 0; }
+
+    /// Whether \a correction is so small a part of \a mean that its rounding errors do not matter.
+    /// Otherwise nearly all else has cancelled.
+    static Q_ALWAYS_INLINE bool isSmallPart(double correction, double mean)
+    {
+        const double much = correction * 0x1p10;
+        return much * much < mean * mean;
     }
 
 protected:
@@ -115,35 +148,31 @@ protected:
     /// the first value other than 0.
     static constexpr double tinyLimit = 0x1p-300;
 
-    void addSquare(double distance) { addSquares(twoSquare(distance)); }
-
-    void addSquare(DoubleDouble distance)
+    template <typename Products, typename N>
+    Q_ALWAYS_INLINE void addSquare(DoubleDouble distance)
     {
-        addSquare(distance.high);
-        evenOutSquares(squares, squaresRest + 2 * distance.high * distance.low);
+        addSquares(twoSquare<Products>(distance.high), crossTerm<N>(distance));
     }
 
-    /// Keeps the rest below the last place of the squares, so that its own rounding errors do not
-    /// matter, however often the same square is added.
-    void evenOutSquares(double high, double rest)
+    /// Returns the variance, given the sum of the distances. Exactly 0 for equal values.
+    template <typename Products>
+    Q_ALWAYS_INLINE double varianceFrom(DoubleDouble distances) const
     {
-        const DoubleDouble even = quickTwoSum(high, rest);
-        squares = even.high;
-        squaresRest = even.low;
-    }
-
-    /// Returns the deviation, given the sum of the distances.
-    double deviationFrom(DoubleDouble distances) const
-    {
-        const double n = static_cast<double>(qint64(count));
-        const DoubleDouble minuend = timesCount(squares, n);
-        const DoubleDouble subtrahend = twoSquare(distances.high);
+        const DoubleDouble minuend = twoProduct<Products>(squares, count);
+        const DoubleDouble subtrahend = twoSquare<Products>(distances.high);
         // The subtrahend is greater by rounding errors at most; then the difference is exact too.
-        const DoubleDouble difference = quickTwoSum(minuend.high, -subtrahend.high);
-        const double subtrahendRest = distances.low * (2 * distances.high + distances.low);
-        const double lows = (minuend.low + n * squaresRest) - (subtrahend.low + subtrahendRest);
-        const double variance = difference.high + (difference.low + lows);
-        return variance > 0 ? std::sqrt(variance / (n * n)) : 0;
+        const DoubleDouble difference = quickTwoDifference(minuend.high, subtrahend.high);
+        const double errors = (minuend.low - subtrahend.low) + difference.low;
+        // The rests come last, because the value that has just been added determines them last.
+        const double rests = count * squaresRest - 2 * distances.high * distances.low;
+        return (difference.high + (errors + rests)) / (count * count);
+    }
+
+    /// Returns (\a a.high + \a a.low) / \a count; \a a.low is at most about an ulp of \a a.high.
+    static double quotient(DoubleDouble a, double count)
+    {
+        const double estimate = a.high / count;
+        return estimate + (PlainProducts::remainder(a.high, estimate, count) + a.low) / count;
     }
 
     /// Returns the sum of the first \a length of \a parts as two doubles. Repeated passes of twoSum
@@ -165,14 +194,20 @@ protected:
     }
 
 private:
-    /// Returns the mean if the sum of the distances nearly cancels the anchor.
-    Q_NEVER_INLINE double exactMean() const
+    /// Whether \a squares lie between the squares of the limits; false for NaN.
+    static Q_ALWAYS_INLINE bool areOrdinarySquares(double squares)
     {
-        const double n = static_cast<double>(qint64(count));
-        const DoubleDouble anchors = twoProduct(anchor, n);
+        static_assert(tinyLimit == 0x1p-300 && ordinaryLimit == 0x1p450);
+        constexpr quint64 least = exponentBias - 600, limit = exponentBias + 900;
+        return (bitCast<quint64>(squares) >> 52) - least < limit - least;
+    }
+
+    /// Returns the mean if the sum of the distances nearly cancels the anchor, or itself.
+    Q_NEVER_INLINE static double exactMean(double anchor, double count, double sum, double sumRest)
+    {
+        const DoubleDouble anchors = twoProduct<PlainProducts>(anchor, count);
         std::array<double, 4> parts = {anchors.high, sum, sumRest, anchors.low};
-        const DoubleDouble mean = quotient(distilled(parts, parts.size()), n);
-        return mean.high + mean.low;
+        return quotient(distilled(parts, parts.size()), count);
     }
 };
 
@@ -180,28 +215,35 @@ private:
 class FloatingSums : public OrdinaryFloatingSums
 {
 public:
+    /// Whether the functions of the base class may be used. An empty series is not ordinary, so
+    /// they need not check for it.
+    bool isOrdinary() const { return form == ordinaryForm; }
+
     void add(double value)
     {
-        if (!OrdinaryFloatingSums::add(value))
+        const bool evens = static_cast<quint64>(count) % evenInterval == evenInterval - 1;
+        if (!isOrdinary() || !OrdinaryFloatingSums::add<PlainProducts>(value, evens))
             addAny(value);
     }
 
-    void add(float value)
+    double mean() const
     {
-        if (!OrdinaryFloatingSums::add(value))
-            addAny(static_cast<double>(value));
+        return isOrdinary() ? OrdinaryFloatingSums::mean<PlainProducts>() : anyMean();
     }
-
-    double mean() const { return isOrdinary() ? OrdinaryFloatingSums::mean() : anyMean(); }
 
     double deviation() const
     {
-        return isOrdinary() ? OrdinaryFloatingSums::deviation() : anyDeviation();
+        return isOrdinary() ? std::sqrt(variance<PlainProducts>()) : anyDeviation();
     }
 
     quint64 tailLength() const { return form >> 8; }
 
+    static constexpr int evenInterval = 8;
+    static constexpr quint64 ordinaryForm = 1;
     static constexpr std::size_t tailCapacity = 16;
+
+    /// The level, and in the bits from 8 on the length of the tail. 0 for an empty series.
+    quint64 form = 0;
     /// The part that sum and sumRest cannot hold, in the first tailLength() elements.
     std::array<double, tailCapacity> tail{};
 
@@ -236,14 +278,16 @@ private:
             raiseLevel();
         if (count == 0)
             anchor = value;
-        ++count;
+        count += 1;
         const Level scale = level();
-        addSquare(twoDifference(value * scale.ofSquares, anchor * scale.ofSquares));
+        addSquare<PlainProducts, double>(
+            twoDifference(value * scale.ofSquares, anchor * scale.ofSquares));
         const DoubleDouble distance = twoDifference(value * scale.ofSum, anchor * scale.ofSum);
         const DoubleDouble total = twoSum(sum, distance.high);
         sum = total.high;
         addToRest(total.low);
         addToRest(distance.low);
+        evenOut();
     }
 
     void addToRest(double term)
@@ -281,19 +325,20 @@ private:
     {
         if (count == 0)
             return 0;
-        const double n = static_cast<double>(qint64(count));
-        const DoubleDouble anchors = twoProduct(anchor * level().ofSum, n);
-        const DoubleDouble mean = quotient(distilledWith({anchors.high, anchors.low}), n);
-        return (mean.high + mean.low) / level().ofSum;
+        const DoubleDouble anchors = twoProduct<PlainProducts>(anchor * level().ofSum, count);
+        return quotient(distilledWith(anchors), count) / level().ofSum;
     }
 
     Q_NEVER_INLINE double anyDeviation() const
     {
+        if (count == 0)
+            return 0;
         const Level scale = level();
         const double change = scale.ofSquares / scale.ofSum;
         const DoubleDouble distances = distilledWith({0, 0});
-        const double scaled = deviationFrom({distances.high * change, distances.low * change});
-        return std::fmin(scaled / scale.ofSquares, std::numeric_limits<double>::max());
+        const double scaled =
+            varianceFrom<PlainProducts>({distances.high * change, distances.low * change});
+        return std::fmin(std::sqrt(scaled) / scale.ofSquares, std::numeric_limits<double>::max());
     }
 
     /// Returns the sum of the distances and of \a terms.

@@ -14,8 +14,8 @@ class LargeIntegerSums
     static_assert(sizeof(N) == sizeof(quint64) && std::is_integral_v<N>);
 
 public:
-    /// Always true: these words are enough for every series.
-    static constexpr bool isOrdinary() { return true; }
+    /// Whether the series has values: these words are enough for every series.
+    bool isOrdinary() const { return count != 0; }
 
     /// Adds \a value. Always returns true: these sums can hold every value.
     bool add(N value)
@@ -77,8 +77,10 @@ public:
         return isOneWord(sumLow, sumHigh) && squaresHigh == 0 && squaresMiddle < largeSquares;
     }
 
-    static constexpr std::size_t meanWords = 4;
     static constexpr std::size_t wordCount = 7;
+    static constexpr WordRange changing = {0, 7};
+    static constexpr WordRange ofMean = {0, 4};
+    static constexpr WordRange ofDeviation = {0, 7};
     auto words()
     {
         return std::tie(count, anchor, sumLow, sumHigh, squaresLow, squaresMiddle, squaresHigh);

@@ -7,6 +7,16 @@
 namespace
 {
 
+/// Returns \a value in the type that the sums add.
+template <typename N>
+auto asTerm(N value)
+{
+    if constexpr (std::is_floating_point_v<N>)
+        return static_cast<double>(value);
+    else
+        return value;
+}
+
 /// Returns the sums of \a values, computed in the fastest way for their type. If \a withSquares is
 /// false, only mean() may be called on them.
 template <bool withSquares, typename N>
@@ -17,13 +27,13 @@ SumsOf<N> sumsOf(const QList<N>& values)
         sums.addAll(values);
         return sums;
     } else if constexpr (std::is_floating_point_v<N>) {
-        if (sumOrdinary<withSquares>(values, sums))
+        if (sumOrdinary<withSquares>(values, sums, fastestLanesOf<N, withSquares>()))
             return sums;
         sums = SumsOf<N>();
     }
     for (N value : values) {
         if (isMeasurement(value))
-            sums.add(value);
+            sums.add(asTerm(value));
     }
     return sums;
 }
@@ -50,8 +60,8 @@ double midpoint(N a, N b)
     if constexpr (std::is_same_v<N, double>)
         return std::isfinite(a + b) ? (a + b) / 2 : a / 2 + b / 2;
     SumsOf<N> sums;
-    sums.add(a);
-    sums.add(b);
+    sums.add(asTerm(a));
+    sums.add(asTerm(b));
     return sums.mean();
 }
 

@@ -8,8 +8,8 @@
 class SmallIntegerSums
 {
 public:
-    /// Always true: these words are enough for every series.
-    static constexpr bool isOrdinary() { return true; }
+    /// Whether the series has values: these words are enough for every series.
+    bool isOrdinary() const { return count != 0; }
 
     /// Adds \a value. Always returns true: these sums can hold every value.
     bool add(qint64 value)
@@ -69,8 +69,10 @@ public:
     quint64 squaresLow = 0;
     quint64 squaresHigh = 0;
 
-    static constexpr std::size_t meanWords = 3;
     static constexpr std::size_t wordCount = 5;
+    static constexpr WordRange changing = {0, 5};
+    static constexpr WordRange ofMean = {0, 3};
+    static constexpr WordRange ofDeviation = {0, 5};
     auto words() { return std::tie(count, sumLow, sumHigh, squaresLow, squaresHigh); }
 
 private:

@@ -1,3 +1,4 @@
+#include "dispatch.h"
 #include "sequenceLock.h"
 #include "sums.h"
 #include <statistics/SimpleStatisticCalculator.h>
@@ -12,61 +13,79 @@ namespace
 // The writer loads its own words relaxed; readers load them with acquire, see sequenceLock.h.
 constexpr std::memory_order own = std::memory_order_relaxed, foreign = std::memory_order_acquire;
 
-template <typename Field>
-void fromWord(Field& field, quint64 word)
+/// Returns a word for its writer.
+template <typename N>
+Q_ALWAYS_INLINE N ownValue(const std::atomic<N>& word)
 {
-    field = bitCast<Field>(word);
+    N value;
+    loadWord<own>(value, word);
+    return value;
 }
 
-template <std::memory_order order, typename Fields, std::size_t... i>
+template <std::size_t begin, std::memory_order order, typename Fields, std::size_t... i>
 Q_ALWAYS_INLINE void loadFields(Fields fields, const std::atomic<quint64>* words,
                                 std::index_sequence<i...>)
 {
-    (fromWord(std::get<i>(fields), words[i].load(order)), ...);
+    (loadWord<order>(std::get<begin + i>(fields), words[begin + i]), ...);
 }
 
-template <typename Fields, std::size_t... i>
+template <std::size_t begin, typename Fields, std::size_t... i>
 Q_ALWAYS_INLINE void storeFields(Fields fields, std::atomic<quint64>* words,
                                  std::index_sequence<i...>)
 {
-    (SequenceWriter::store(words[i], bitCast<quint64>(std::get<i>(fields))), ...);
+    (storeWord(words[begin + i], std::get<begin + i>(fields)), ...);
 }
 
-template <std::size_t count, std::memory_order order, typename Sums, typename Array>
+template <const WordRange& range, std::memory_order order, typename Sums, typename Array>
 Q_ALWAYS_INLINE void load(Sums& sums, const Array& words)
 {
-    loadFields<order>(sums.words(), words.data(), std::make_index_sequence<count>());
+    loadFields<range.begin, order>(sums.words(), words.data(),
+                                   std::make_index_sequence<range.size()>());
 }
 
-template <typename Sums, typename Array>
+template <const WordRange& range, typename Sums, typename Array>
 Q_ALWAYS_INLINE void store(Sums& sums, Array& words)
 {
-    storeFields(sums.words(), words.data(), std::make_index_sequence<Sums::wordCount>());
+    storeFields<range.begin>(sums.words(), words.data(), std::make_index_sequence<range.size()>());
 }
 
-// The tail of floating-point sums follows their other words. Few series have one, so separate
-// functions handle it and the common case stays fast.
+template <typename Sums>
+constexpr WordRange all = {0, Sums::wordCount};
+
+// The sums of floating-point types that are not ordinary need more words. The first ones are those
+// of ordinary sums, except that a NaN takes the place of the rest of the sum: it makes every
+// operation on ordinary sums fail, so that they need not check for it. The rest is in the last
+// word.
+constexpr std::size_t formWord = OrdinaryFloatingSums::wordCount, tailWords = formWord + 1,
+                      hiddenRestWord = tailWords + FloatingSums::tailCapacity;
 
 template <std::memory_order order, typename Sums, typename Array>
 void loadAll(Sums& sums, const Array& words)
 {
-    load<Sums::wordCount, order>(sums, words);
+    load<all<Sums>, order>(sums, words);
     if constexpr (std::is_same_v<Sums, FloatingSums>) {
+        sums.form = words[formWord].load(order);
+        if (!sums.isOrdinary())
+            loadWord<order>(sums.sumRest, words[hiddenRestWord]);
         for (quint64 i = 0; i < sums.tailLength(); ++i)
-            fromWord(sums.tail[i], words[Sums::wordCount + i].load(order));
+            loadWord<order>(sums.tail[i], words[tailWords + i]);
     }
 }
 
-template <typename N, typename Array>
-Q_NEVER_INLINE void addWithTail(N value, Array& words)
+template <typename Sums, typename Array>
+void storeAll(Sums sums, Array& words)
 {
-    FloatingSums updated;
-    loadAll<own>(updated, words);
-    updated.add(value);
-    store(updated, words);
-    for (quint64 i = 0; i < updated.tailLength(); ++i)
-        SequenceWriter::store(words[FloatingSums::wordCount + i],
-                              bitCast<quint64>(updated.tail[i]));
+    if constexpr (std::is_same_v<Sums, FloatingSums>) {
+        static_assert(hiddenRestWord < std::tuple_size_v<Array>);
+        storeWord(words[formWord], sums.form);
+        for (quint64 i = 0; i < sums.tailLength(); ++i)
+            storeWord(words[tailWords + i], sums.tail[i]);
+        if (!sums.isOrdinary()) {
+            storeWord(words[hiddenRestWord], sums.sumRest);
+            sums.sumRest = std::numeric_limits<double>::quiet_NaN();
+        }
+    }
+    store<all<Sums>>(sums, words);
 }
 
 /// Returns a result computed from all words, reading again until no change has interfered.
@@ -85,16 +104,126 @@ quint64 ringSize(int logCapacity)
     return 2 * static_cast<quint64>(logCapacity);
 }
 
-template <typename N>
-Q_NEVER_INLINE void appendTo(std::atomic<N>* ring, std::atomic<quint64>& logEnd, int logCapacity,
-                             N value)
-{
-    const quint64 end = logEnd.load(own);
-    SequenceWriter::store(ring[end % ringSize(logCapacity)], value);
-    SequenceWriter::store(logEnd, end + 1);
-}
-
 } // namespace
+
+/// The operations that signals call for every value. The fast ones keep everything in registers and
+/// leave what is rare to a function of its own.
+template <typename N>
+struct Q_DECL_HIDDEN StatisticCalculator<N>::Paths {
+    using Sums = OrdinarySumsOf<N>;
+
+    template <typename Products>
+    static Q_ALWAYS_INLINE void add(StatisticCalculator& self, N value)
+    {
+        Sums updated;
+        load<all<Sums>, own>(updated, self.sums);
+        const quint64 before = self.sequence.load(own);
+        bool isOrdinary = false;
+        if constexpr (std::is_floating_point_v<N>) {
+            const bool evens =
+                before / 2 % FloatingSums::evenInterval == FloatingSums::evenInterval - 1;
+            isOrdinary = updated.template add<Products>(value, evens);
+        } else {
+            isOrdinary = updated.isOrdinary() && updated.add(value);
+        }
+        if (Q_UNLIKELY(!isOrdinary) || Q_UNLIKELY(self.logging.load(own)))
+            return addRare(self, value);
+        const SequenceWriter writer(self.sequence);
+        if (Q_UNLIKELY(value > ownValue(self.maximum)))
+            storeWord(self.maximum, value);
+        if (Q_UNLIKELY(value < ownValue(self.minimum)))
+            storeWord(self.minimum, value);
+        store<Sums::changing>(updated, self.sums);
+    }
+
+    /// Adds a value of any kind, to the log too.
+    static Q_NEVER_INLINE void addRare(StatisticCalculator& self, N value)
+    {
+        if (!isMeasurement(value))
+            return;
+        SumsOf<N> updated;
+        loadAll<own>(updated, self.sums);
+        const bool first = updated.count == 0;
+        updated.add(value);
+        const SequenceWriter writer(self.sequence);
+        if (first || value > ownValue(self.maximum))
+            storeWord(self.maximum, value);
+        if (first || value < ownValue(self.minimum))
+            storeWord(self.minimum, value);
+        storeAll(updated, self.sums);
+        if (!self.logging.load(own) || !self.ring)
+            return;
+        const quint64 end = self.logEnd.load(own);
+        storeWord(self.ring[end % ringSize(self.logCapacity)], value);
+        storeWord(self.logEnd, end + 1);
+    }
+
+    template <typename Products>
+    static Q_ALWAYS_INLINE double mean(const StatisticCalculator& self)
+    {
+        Sums read;
+        const quint64 before = self.sequence.load(foreign);
+        load<Sums::ofMean, foreign>(read, self.sums);
+        if (Q_LIKELY(isUnchanged(self.sequence, before))) {
+            if constexpr (std::is_floating_point_v<N>) {
+                const double mean = read.template mean<Products>();
+                if (Q_LIKELY(mean == mean))
+                    return mean;
+            } else if (Q_LIKELY(read.isOrdinary())) {
+                return read.mean();
+            }
+        }
+        return rareMean(self);
+    }
+
+    static Q_NEVER_INLINE double rareMean(const StatisticCalculator& self)
+    {
+        return answerOfAll(&SumsOf<N>::mean, self.sequence, self.sums);
+    }
+
+    template <typename Products>
+    static Q_ALWAYS_INLINE double deviation(const StatisticCalculator& self)
+    {
+        Sums read;
+        const quint64 before = self.sequence.load(foreign);
+        load<Sums::ofDeviation, foreign>(read, self.sums);
+        if (Q_LIKELY(isUnchanged(self.sequence, before))) {
+            if constexpr (std::is_floating_point_v<N>) {
+                const double variance = read.template variance<Products>();
+                if (Q_LIKELY(variance > 0))
+                    return std::sqrt(variance);
+            } else if (Q_LIKELY(read.isOrdinary())) {
+                return read.deviation();
+            }
+        }
+        return rareDeviation(self);
+    }
+
+    static Q_NEVER_INLINE double rareDeviation(const StatisticCalculator& self)
+    {
+        return answerOfAll(&SumsOf<N>::deviation, self.sequence, self.sums);
+    }
+
+#if VANTREL_HAS_FUSED
+    template <typename Products>
+    VANTREL_FUSED static void addFused(StatisticCalculator& self, N value)
+    {
+        add<Products>(self, value);
+    }
+
+    template <typename Products>
+    VANTREL_FUSED static double fusedMean(const StatisticCalculator& self)
+    {
+        return mean<Products>(self);
+    }
+
+    template <typename Products>
+    VANTREL_FUSED static double fusedDeviation(const StatisticCalculator& self)
+    {
+        return deviation<Products>(self);
+    }
+#endif
+};
 
 template <typename N>
 StatisticCalculator<N>::StatisticCalculator(std::optional<int> capacity)
@@ -105,44 +234,29 @@ StatisticCalculator<N>::StatisticCalculator(std::optional<int> capacity)
     // Not initialised, so that a large log takes physical memory only as it fills.
     if (logCapacity > 0)
         ring.reset(new std::atomic<N>[ringSize(logCapacity)]);
+    storeAll(SumsOf<N>(), sums);
 }
 
 template <typename N>
 void StatisticCalculator<N>::addValue(N value)
 {
-    using Sums = OrdinarySumsOf<N>;
-    Sums updated;
-    load<Sums::wordCount, own>(updated, sums);
-    bool first = updated.count == 0;
-    const bool ordinary = updated.add(value);
-    // Floating-point sums are never ordinary while they are empty.
-    if (std::is_floating_point_v<N> && ordinary)
-        first = false;
-    // NaN and infinities are never ordinary, so most values need not be checked.
-    if (Q_UNLIKELY(!ordinary) && !isMeasurement(value))
-        return;
-    const SequenceWriter writer(sequence);
-    if (first || value > maximum.load(own))
-        SequenceWriter::store(maximum, value);
-    if (first || value < minimum.load(own))
-        SequenceWriter::store(minimum, value);
-    if (Q_LIKELY(ordinary))
-        store(updated, sums);
-    else if constexpr (std::is_floating_point_v<N>)
-        addWithTail(value, sums);
-    if (Q_UNLIKELY(logging.load(own)) && ring)
-        appendTo(ring.get(), logEnd, logCapacity, value);
+#if VANTREL_HAS_FUSED
+    if constexpr (std::is_floating_point_v<N>) {
+        if (runsFused())
+            return Paths::template addFused<FusedProducts>(*this, value);
+    }
+#endif
+    Paths::template add<PlainProducts>(*this, value);
 }
 
 template <typename N>
 void StatisticCalculator<N>::clear()
 {
-    OrdinarySumsOf<N> empty;
     const SequenceWriter writer(sequence);
-    SequenceWriter::store(maximum, N(0));
-    SequenceWriter::store(minimum, N(0));
-    store(empty, sums);
-    SequenceWriter::store(logBegin, logEnd.load(own));
+    storeWord(maximum, N(0));
+    storeWord(minimum, N(0));
+    storeAll(SumsOf<N>(), sums);
+    storeWord(logBegin, logEnd.load(own));
 }
 
 template <typename N>
@@ -172,28 +286,28 @@ QList<N> StatisticCalculator<N>::getLoggedValues() const
     }
 }
 
-// The first attempt, which nearly always succeeds, needs registers only.
-
 template <typename N>
 double StatisticCalculator<N>::getAverage() const
 {
-    using Sums = OrdinarySumsOf<N>;
-    Sums read;
-    const auto loadMean = [&] { load<Sums::meanWords, foreign>(read, sums); };
-    if (Q_LIKELY(readUnlessChanged(sequence, loadMean) && read.isOrdinary()))
-        return read.mean();
-    return answerOfAll(&SumsOf<N>::mean, sequence, sums);
+#if VANTREL_HAS_FUSED
+    if constexpr (std::is_floating_point_v<N>) {
+        if (runsFused())
+            return Paths::template fusedMean<FusedProducts>(*this);
+    }
+#endif
+    return Paths::template mean<PlainProducts>(*this);
 }
 
 template <typename N>
 double StatisticCalculator<N>::getDeviation() const
 {
-    using Sums = OrdinarySumsOf<N>;
-    Sums read;
-    const auto loadDeviation = [&] { load<Sums::wordCount, foreign>(read, sums); };
-    if (Q_LIKELY(readUnlessChanged(sequence, loadDeviation) && read.isOrdinary()))
-        return read.deviation();
-    return answerOfAll(&SumsOf<N>::deviation, sequence, sums);
+#if VANTREL_HAS_FUSED
+    if constexpr (std::is_floating_point_v<N>) {
+        if (runsFused())
+            return Paths::template fusedDeviation<FusedProducts>(*this);
+    }
+#endif
+    return Paths::template deviation<PlainProducts>(*this);
 }
 
 // A single word, so always consistent.

@@ -85,9 +85,9 @@ Q_NEVER_INLINE inline double deviationFrom(const Words<size>& scaledVariance, qu
     const double n = static_cast<double>(count);
     if (hasExactSquare(count)) // the root of the rounded quotient is near enough
         return std::sqrt((variance.high + variance.low) / (n * n));
-    const DoubleDouble divisor = twoProduct(n, n);
+    const DoubleDouble divisor = twoProduct<PlainProducts>(n, n);
     const double estimate = variance.high / divisor.high;
-    const DoubleDouble back = twoProduct(estimate, divisor.high);
+    const DoubleDouble back = twoProduct<PlainProducts>(estimate, divisor.high);
     const double rest =
         ((variance.high - back.high) - back.low) + (variance.low - estimate * divisor.low);
     return std::sqrt(estimate + rest / divisor.high);

@@ -4,6 +4,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 #if !defined(FLT_EVAL_METHOD) || FLT_EVAL_METHOD != 0
@@ -24,9 +25,16 @@ Q_ALWAYS_INLINE To bitCast(From from)
     return to;
 }
 
+/// Some of the words of a state, by their positions.
+struct WordRange {
+    std::size_t begin;
+    std::size_t end;
+
+    constexpr std::size_t size() const { return end - begin; }
+};
+
 // Error-free transformations of doubles (Knuth, Dekker): the rounded result and its rounding error,
-// whose sum is exact. They use neither fused multiply-add nor comparisons, so they return the same
-// bits on every machine and take the same time for all values.
+// whose sum is exact. They take the same time for all values.
 
 /// The unevaluated sum of two doubles.
 struct DoubleDouble {
@@ -34,75 +42,114 @@ struct DoubleDouble {
     double low;
 };
 
-inline DoubleDouble twoSum(double a, double b)
+Q_ALWAYS_INLINE DoubleDouble twoSum(double a, double b)
 {
     const double sum = a + b;
     const double part = sum - a;
     return {sum, (a - (sum - part)) + (b - part)};
 }
 
-inline DoubleDouble twoDifference(double a, double b)
+Q_ALWAYS_INLINE DoubleDouble twoDifference(double a, double b)
 {
-    return twoSum(a, -b);
+    const double difference = a - b;
+    const double part = difference - a;
+    return {difference, (a - (difference - part)) - (b + part)};
 }
 
 /// The same as twoSum() if the magnitude of \a a is not smaller than that of \a b.
-inline DoubleDouble quickTwoSum(double a, double b)
+Q_ALWAYS_INLINE DoubleDouble quickTwoSum(double a, double b)
 {
     const double sum = a + b;
     return {sum, b - (sum - a)};
 }
 
-/// Returns \a a as the sum of two doubles of 26 and 27 bits. Masking takes half as many steps as
-/// the usual multiplication and cannot overflow.
-inline DoubleDouble halves(double a)
+Q_ALWAYS_INLINE DoubleDouble quickTwoDifference(double a, double b)
 {
-    const double high = bitCast<double>(bitCast<quint64>(a) & ~quint64(0x7ffffff));
+    const double difference = a - b;
+    return {difference, -(b + (difference - a))};
+}
+
+/// Returns \a a as the sum of two doubles of 26 bits, the second of which may be negative. Rounding
+/// the bits takes fewer steps than the usual multiplication and cannot overflow.
+Q_ALWAYS_INLINE DoubleDouble halves(double a)
+{
+    constexpr quint64 half = 1 << 26, lower = 2 * half - 1;
+    const double high = bitCast<double>((bitCast<quint64>(a) + half) & ~lower);
     return {high, a - high};
 }
 
-/// Exact except for the 107th bit if the product lies between 2^-960 and 2^1020, or is 0.
-inline DoubleDouble twoProduct(double a, double b)
+/// Below this limit, the rounding error of a square may itself be rounded.
+constexpr double leastExactSquare = 0x1p-900;
+
+/// The rounding errors of products, by the operations that every processor has. Wherever an error
+/// is a double, all terms are exact, so the results are those of FusedProducts, bit for bit.
+struct PlainProducts {
+    /// Returns \a a * \a b - \a product, where \a product is \a a * \a b rounded: 0, or between
+    /// 2^-960 and 2^1020. If one factor is an integer, the product may also be smaller.
+    static Q_ALWAYS_INLINE double error(double a, double b, double product)
+    {
+        const DoubleDouble x = halves(a), y = halves(b);
+        return ((x.high * y.high - product) + x.high * y.low + x.low * y.high) + x.low * y.low;
+    }
+
+    /// The same for a square of at least leastExactSquare.
+    static Q_ALWAYS_INLINE double errorOfLargeSquare(double a, double square)
+    {
+        const DoubleDouble x = halves(a);
+        return ((x.high * x.high - square) + 2 * x.high * x.low) + x.low * x.low;
+    }
+
+    /// The same for any square.
+    static Q_ALWAYS_INLINE double errorOfSquare(double a, double square)
+    {
+        if (Q_UNLIKELY(square < leastExactSquare))
+            return std::fma(a, a, -square);
+        return errorOfLargeSquare(a, square);
+    }
+
+    /// Returns the remainder of a division, \a a - \a quotient * \a count, which is exact.
+    static Q_ALWAYS_INLINE double remainder(double a, double quotient, double count)
+    {
+        const double product = quotient * count;
+        return (a - product) - error(quotient, count, product);
+    }
+};
+
+/// The same by fused multiplication and addition, for processors that have it.
+struct FusedProducts {
+    static Q_ALWAYS_INLINE double error(double a, double b, double product)
+    {
+        return std::fma(a, b, -product);
+    }
+
+    static Q_ALWAYS_INLINE double errorOfLargeSquare(double a, double square)
+    {
+        return std::fma(a, a, -square);
+    }
+
+    static Q_ALWAYS_INLINE double errorOfSquare(double a, double square)
+    {
+        return std::fma(a, a, -square);
+    }
+
+    static Q_ALWAYS_INLINE double remainder(double a, double quotient, double count)
+    {
+        return std::fma(-quotient, count, a);
+    }
+};
+
+template <typename Products>
+Q_ALWAYS_INLINE DoubleDouble twoProduct(double a, double b)
 {
     const double product = a * b;
-    const DoubleDouble x = halves(a), y = halves(b);
-    return {product,
-            ((x.high * y.high - product) + x.high * y.low + x.low * y.high) + x.low * y.low};
+    return {product, Products::error(a, b, product)};
 }
 
-inline DoubleDouble twoSquare(double a)
+template <typename Products>
+Q_ALWAYS_INLINE DoubleDouble twoSquare(double a)
 {
     const double square = a * a;
-    const DoubleDouble x = halves(a);
-    return {square, ((x.high * x.high - square) + 2 * x.high * x.low) + x.low * x.low};
-}
-
-/// Whether \a count has at most 26 bits.
-inline bool isShortCount(double count)
-{
-    return count <= 1 << 26;
-}
-
-/// The product of \a a and an integer \a count, exact up to 2^26. Nearly all counts are so short,
-/// which halves the work.
-inline DoubleDouble timesCount(double a, double count)
-{
-    if (!isShortCount(count))
-        return twoProduct(a, count);
-    const double product = a * count;
-    const DoubleDouble x = halves(a);
-    return {product, (x.high * count - product) + x.low * count};
-}
-
-/// Returns (\a a.high + \a a.low) / \a count as two doubles; \a a.low is at most about an ulp of
-/// \a a.high. Multiplies by the reciprocal and corrects the result by the remainder: the processor
-/// can compute the reciprocal before the sum is known.
-inline DoubleDouble quotient(DoubleDouble a, double count)
-{
-    const double reciprocal = 1 / count;
-    const double estimate = a.high * reciprocal;
-    const DoubleDouble back = timesCount(estimate, count);
-    return {estimate, (((a.high - back.high) - back.low) + a.low) * reciprocal};
+    return {square, Products::errorOfSquare(a, square)};
 }
 
 /// Returns 2^\a exponent, for exponents from -1022 to 1023.

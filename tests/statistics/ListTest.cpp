@@ -160,12 +160,12 @@ TEST(DoubleLists, KeepAOneThatALaneDrops)
 TEST(DoubleLists, AreSummedInLanesIfTheirSquaresAndSumsFitInADouble)
 {
     const auto inLanes = [](const QList<double>& values) {
-        OrdinaryFloatingSums sums;
-        return sumOrdinary<true>(values, sums);
+        FloatingSums sums;
+        return sumOrdinary<true>(values, sums, plainLanesOf<double, true>);
     };
     const auto meanInLanes = [](const QList<double>& values) {
-        OrdinaryFloatingSums sums;
-        return sumOrdinary<false>(values, sums);
+        FloatingSums sums;
+        return sumOrdinary<false>(values, sums, plainLanesOf<double, false>);
     };
     EXPECT_TRUE(inLanes({0.1, 3.3, 5, 7, 8, 2}));
     EXPECT_FALSE(inLanes({}));

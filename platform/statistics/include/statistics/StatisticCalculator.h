@@ -96,6 +96,8 @@ public:
     double getMedian(QList<N> values) const;
 
 private:
+    struct Q_DECL_HIDDEN Paths;
+
     /// Odd while the words below are being changed.
     std::atomic<quint64> sequence{0};
     std::atomic<N> maximum{0};
