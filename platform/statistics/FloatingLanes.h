@@ -95,7 +95,7 @@ template <typename N, bool withSquares>
 auto fastestLanesOf()
 {
 #if VANTREL_HAS_FUSED
-    if (runsFused())
+    if (runsFused)
         return fusedLanesOf<N, withSquares>;
 #endif
     return plainLanesOf<N, withSquares>;

@@ -37,7 +37,8 @@ public:
         return true;
     }
 
-    double mean() const
+    template <typename Products = PlainProducts>
+    Q_ALWAYS_INLINE double mean() const
     {
         if (count == 0)
             return 0;
@@ -46,10 +47,10 @@ public:
         const quint64 high = anchors[1] + sumHigh + (low < sumLow ? 1 : 0) -
                              (static_cast<N>(anchor) < N(0) ? count : 0);
         return isOneWord(low, high) ? meanOf(static_cast<qint64>(low), count)
-                                    : meanOf(low, high, count);
+                                    : meanOf<Products>(low, high, count);
     }
 
-    double deviation() const
+    Q_ALWAYS_INLINE double deviation() const
     {
         if (count == 0)
             return 0;

@@ -51,7 +51,7 @@ public:
         // The sum of few values fits into one word.
         if (areFew(count))
             return meanOf(static_cast<qint64>(sumLow), count);
-        return meanOf(sumLow, sumHigh, count);
+        return anyMeanOf(sumLow, sumHigh, count);
     }
 
     double deviation() const

@@ -88,16 +88,6 @@ void storeAll(Sums sums, Array& words)
     store<all<Sums>>(sums, words);
 }
 
-/// Returns a result computed from all words, reading again until no change has interfered.
-template <typename Sums, typename Array>
-Q_NEVER_INLINE double answerOfAll(double (Sums::*answer)() const,
-                                  const std::atomic<quint64>& sequence, const Array& words)
-{
-    Sums sums;
-    readBetweenChanges(sequence, [&] { loadAll<foreign>(sums, words); });
-    return (sums.*answer)();
-}
-
 /// Twice the capacity: while a reader copies the newest half, the writer fills the other half.
 quint64 ringSize(int logCapacity)
 {
@@ -105,6 +95,13 @@ quint64 ringSize(int logCapacity)
 }
 
 } // namespace
+
+/// By how much the sequence number grows until floating-point sums are evened out.
+constexpr quint64 evenChanges = 2 * FloatingSums::evenInterval;
+
+/// Whether reading needs products of doubles with their errors.
+template <typename N>
+constexpr bool gainsFromFused = std::is_floating_point_v<N> || sizeof(N) == sizeof(quint64);
 
 /// The operations that signals call for every value. The fast ones keep everything in registers and
 /// leave what is rare to a function of its own.
@@ -120,8 +117,8 @@ struct Q_DECL_HIDDEN StatisticCalculator<N>::Paths {
         const quint64 before = self.sequence.load(own);
         bool isOrdinary = false;
         if constexpr (std::is_floating_point_v<N>) {
-            const bool evens =
-                before / 2 % FloatingSums::evenInterval == FloatingSums::evenInterval - 1;
+            // Each value has increased the sequence number by 2.
+            const bool evens = before % evenChanges == evenChanges - 2;
             isOrdinary = updated.template add<Products>(value, evens);
         } else {
             isOrdinary = updated.isOrdinary() && updated.add(value);
@@ -170,15 +167,26 @@ struct Q_DECL_HIDDEN StatisticCalculator<N>::Paths {
                 if (Q_LIKELY(mean == mean))
                     return mean;
             } else if (Q_LIKELY(read.isOrdinary())) {
-                return read.mean();
+                if constexpr (sizeof(N) == sizeof(quint64))
+                    return read.template mean<Products>();
+                else
+                    return read.mean();
             }
         }
         return rareMean(self);
     }
 
+    /// Returns all sums, reading again until no change has interfered.
+    static SumsOf<N> readAll(const StatisticCalculator& self)
+    {
+        SumsOf<N> sums;
+        readBetweenChanges(self.sequence, [&] { loadAll<foreign>(sums, self.sums); });
+        return sums;
+    }
+
     static Q_NEVER_INLINE double rareMean(const StatisticCalculator& self)
     {
-        return answerOfAll(&SumsOf<N>::mean, self.sequence, self.sums);
+        return readAll(self).mean();
     }
 
     template <typename Products>
@@ -201,7 +209,7 @@ struct Q_DECL_HIDDEN StatisticCalculator<N>::Paths {
 
     static Q_NEVER_INLINE double rareDeviation(const StatisticCalculator& self)
     {
-        return answerOfAll(&SumsOf<N>::deviation, self.sequence, self.sums);
+        return readAll(self).deviation();
     }
 
 #if VANTREL_HAS_FUSED
@@ -242,7 +250,7 @@ void StatisticCalculator<N>::addValue(N value)
 {
 #if VANTREL_HAS_FUSED
     if constexpr (std::is_floating_point_v<N>) {
-        if (runsFused())
+        if (runsFused)
             return Paths::template addFused<FusedProducts>(*this, value);
     }
 #endif
@@ -252,7 +260,9 @@ void StatisticCalculator<N>::addValue(N value)
 template <typename N>
 void StatisticCalculator<N>::clear()
 {
-    const SequenceWriter writer(sequence);
+    // To the next multiple, so that the sums are evened out after the same values as in a new
+    // object.
+    const SequenceWriter writer(sequence, evenChanges - sequence.load(own) % evenChanges);
     storeWord(maximum, N(0));
     storeWord(minimum, N(0));
     storeAll(SumsOf<N>(), sums);
@@ -290,8 +300,8 @@ template <typename N>
 double StatisticCalculator<N>::getAverage() const
 {
 #if VANTREL_HAS_FUSED
-    if constexpr (std::is_floating_point_v<N>) {
-        if (runsFused())
+    if constexpr (gainsFromFused<N>) {
+        if (runsFused)
             return Paths::template fusedMean<FusedProducts>(*this);
     }
 #endif
@@ -302,8 +312,8 @@ template <typename N>
 double StatisticCalculator<N>::getDeviation() const
 {
 #if VANTREL_HAS_FUSED
-    if constexpr (std::is_floating_point_v<N>) {
-        if (runsFused())
+    if constexpr (gainsFromFused<N>) {
+        if (runsFused)
             return Paths::template fusedDeviation<FusedProducts>(*this);
     }
 #endif

@@ -43,9 +43,8 @@ inline double roundedQuotient(const Words<2>& sum, quint64 count)
            powerOfTwo(exponent);
 }
 
-/// Returns (\a high * 2^64 + \a low) / \a count, correctly rounded. \a high is in two's complement.
-/// The two are not passed as Words: in memory, two stores followed by one wide load would stall.
-Q_NEVER_INLINE inline double meanOf(quint64 low, quint64 high, quint64 count)
+/// The same for any sum, \a high * 2^64 + \a low with \a high in two's complement.
+Q_NEVER_INLINE inline double anyMeanOf(quint64 low, quint64 high, quint64 count)
 {
     const bool negative = high >> 63 != 0;
     const Words<2> magnitude = {negative ? 0 - low : low,
@@ -55,6 +54,32 @@ Q_NEVER_INLINE inline double meanOf(quint64 low, quint64 high, quint64 count)
             ? static_cast<double>(qint64(magnitude[0])) / static_cast<double>(qint64(count))
             : roundedQuotient(magnitude, count);
     return negative ? -mean : mean;
+}
+
+/// Whether the functions below have enough words for \a count values.
+inline bool areFew(quint64 count)
+{
+    return count <= quint64(1) << 26;
+}
+
+/// The same, faster for few values. The sum is at first divided as two doubles, with an error of
+/// less than 2^-50 units in the last place. If that could matter, anyMeanOf() divides the words.
+/// They are not passed as Words: in memory, two stores followed by one wide load would stall.
+template <typename Products>
+Q_ALWAYS_INLINE double meanOf(quint64 low, quint64 high, quint64 count)
+{
+    const double n = static_cast<double>(qint64(count)), reciprocal = 1 / n;
+    const DoubleDouble upper =
+        quickTwoSum(static_cast<double>(static_cast<qint64>(high)) * 0x1p64,
+                    static_cast<double>(static_cast<qint64>(low >> 32)) * 0x1p32);
+    const double lower = upper.low + static_cast<double>(static_cast<qint64>(quint32(low)));
+    const double estimate = upper.high * reciprocal;
+    const double correction = (Products::remainder(upper.high, estimate, n) + lower) * reciprocal;
+    const double margin = correction * 0x1p-45;
+    const double mean = estimate + (correction - margin);
+    if (Q_UNLIKELY(mean != estimate + (correction + margin)) || Q_UNLIKELY(!areFew(count)))
+        return anyMeanOf(low, high, count);
+    return mean;
 }
 
 inline bool isExactInDouble(qint64 sum)
@@ -68,7 +93,7 @@ inline double meanOf(qint64 sum, quint64 count)
     if (isExactInDouble(sum))
         return static_cast<double>(sum) / static_cast<double>(qint64(count));
     const auto word = static_cast<quint64>(sum);
-    return meanOf(word, signWord(word), count);
+    return anyMeanOf(word, signWord(word), count);
 }
 
 /// Whether the square of \a count is exact in double.
@@ -100,12 +125,6 @@ Q_NEVER_INLINE inline double deviationOf(const Words<2>& sum, const Words<3>& sq
     Words<4> scaledVariance = multiplied(squares, count);
     add(scaledVariance, negated(squared(isNegative(sum) ? negated(sum) : sum)));
     return deviationFrom(scaledVariance, count);
-}
-
-/// Whether the functions below have enough words for \a count values.
-inline bool areFew(quint64 count)
-{
-    return count <= quint64(1) << 26;
 }
 
 /// Whether \a squares * \a count is certainly less than 2^63, judged by their lengths in bits.
@@ -140,8 +159,8 @@ inline bool hasCancelled(quint64 upper)
 }
 
 /// The same for few values with sums of up to 90 and 154 bits, as 64-bit numbers have.
-Q_NEVER_INLINE inline double deviationOf(quint64 sumLow, quint64 sumHigh, quint64 squaresLow,
-                                         quint64 squaresMiddle, quint64 squaresHigh, quint64 count)
+Q_ALWAYS_INLINE double deviationOf(quint64 sumLow, quint64 sumHigh, quint64 squaresLow,
+                                   quint64 squaresMiddle, quint64 squaresHigh, quint64 count)
 {
     const double n = static_cast<double>(qint64(count));
     const bool negative = sumHigh >> 63 != 0;
@@ -149,13 +168,11 @@ Q_NEVER_INLINE inline double deviationOf(quint64 sumLow, quint64 sumHigh, quint6
     const quint64 high = negative ? ~sumHigh + (sumLow == 0 ? 1 : 0) : sumHigh;
     const Words<3> minuend = shortProduct<3>({squaresLow, squaresMiddle, squaresHigh}, count);
     const Words<2> square0 = square(low), cross = shortProduct<2>({low, 0}, 2 * high);
-    const quint64 subtrahend1 = square0[1] + cross[0];
-    const quint64 subtrahend2 = high * high + cross[1] + (subtrahend1 < cross[0] ? 1 : 0);
-    const quint64 borrow0 = minuend[0] < square0[0] ? 1 : 0;
-    const quint64 difference1 = minuend[1] - subtrahend1;
-    const quint64 borrow1 = (minuend[1] < subtrahend1 ? 1 : 0) | (difference1 < borrow0 ? 1 : 0);
-    const quint64 upper = minuend[2] - subtrahend2 - borrow1, middle = difference1 - borrow0;
-    if (hasCancelled(upper))
-        return deviationFrom(std::array{minuend[0] - square0[0], middle, upper}, count);
-    return std::sqrt(toDouble({middle, upper}) / (n * n)) * 0x1p32;
+    const quint64 middle = square0[1] + cross[0];
+    const Words<3> subtrahend = {square0[0], middle,
+                                 high * high + cross[1] + (middle < cross[0] ? 1 : 0)};
+    const Words<3> variance = difference(minuend, subtrahend);
+    if (hasCancelled(variance[2]))
+        return deviationFrom(variance, count);
+    return std::sqrt(toDouble({variance[1], variance[2]}) / (n * n)) * 0x1p32;
 }

@@ -79,15 +79,18 @@ Q_ALWAYS_INLINE void storeWord(std::atomic<Word>& word, Field field)
 class SequenceWriter
 {
 public:
-    explicit SequenceWriter(std::atomic<quint64>& protectedBy)
-        : sequence(protectedBy), before(sequence.load(std::memory_order_relaxed))
+    /// Increases the sequence number by \a difference, which must be even.
+    explicit SequenceWriter(std::atomic<quint64>& protectedBy, quint64 difference = 2)
+        : sequence(protectedBy),
+          before(sequence.load(std::memory_order_relaxed)),
+          after(before + difference)
     {
         // Relaxed is enough: the release stores of the words publish it.
         sequence.store(before + 1, std::memory_order_relaxed);
         keepOrder();
     }
 
-    ~SequenceWriter() { sequence.store(before + 2, std::memory_order_release); }
+    ~SequenceWriter() { sequence.store(after, std::memory_order_release); }
 
     SequenceWriter(const SequenceWriter&) = delete;
     SequenceWriter& operator=(const SequenceWriter&) = delete;
@@ -101,6 +104,7 @@ public:
 private:
     std::atomic<quint64>& sequence;
     const quint64 before;
+    const quint64 after;
 };
 
 /// The reader's side: whether no change has come between loading \a before (acquire) and now. In

@@ -46,10 +46,26 @@ Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
     const DoubleWord product = DoubleWord(a) * b;
     return {static_cast<quint64>(product), static_cast<quint64>(product >> 64)};
 }
+
+/// Returns \a a - \a b. Without branches, because a borrow cannot be predicted.
+Q_ALWAYS_INLINE Words<3> difference(const Words<3>& a, const Words<3>& b)
+{
+    const DoubleWord left = DoubleWord(a[1]) << 64 | a[0], right = DoubleWord(b[1]) << 64 | b[0];
+    const DoubleWord lower = left - right;
+    return {static_cast<quint64>(lower), static_cast<quint64>(lower >> 64),
+            a[2] - b[2] - (left < right ? 1 : 0)};
+}
 #else
 Q_ALWAYS_INLINE Words<2> product(quint64 a, quint64 b)
 {
     return productByHalves(a, b);
+}
+
+Q_ALWAYS_INLINE Words<3> difference(const Words<3>& a, const Words<3>& b)
+{
+    const quint64 borrow = a[0] < b[0] ? 1 : 0, middle = a[1] - b[1];
+    return {a[0] - b[0], middle - borrow,
+            a[2] - b[2] - ((a[1] < b[1] ? 1 : 0) | (middle < borrow ? 1 : 0))};
 }
 #endif
 
@@ -140,10 +156,15 @@ Q_ALWAYS_INLINE bool convertsByWord(quint64 upper)
     return upper - enough < tooMuch - enough;
 }
 
-/// Returns \a a rounded to a double. If the words are converted separately, the lower one
+/// Returns \a a rounded to a double, once. If the words are converted separately, the lower one
 /// contributes its leading 53 bits and whether any bits follow.
 Q_ALWAYS_INLINE double toDouble(const Words<2>& a)
 {
+    constexpr int halfWord = 32;
+    if (a[1] >> (53 - halfWord) == 0) // all but the lower half of the lower word are exact
+        return static_cast<double>(static_cast<qint64>(a[1] << halfWord | a[0] >> halfWord)) *
+                   0x1p32 +
+               static_cast<double>(static_cast<qint64>(quint32(a[0])));
     if (Q_UNLIKELY(!convertsByWord(a[1])))
         return gatheredToDouble(a);
     const auto isLonger = quint64((a[0] & 0x7ff) != 0);

@@ -144,8 +144,11 @@ TEST(Means, AreTheNearestDoublesForAnySumAndCount)
             sum = -sum;
         const auto low = static_cast<quint64>(sum), high = static_cast<quint64>(sum >> 64);
         const auto values = static_cast<quint64>(count);
-        ASSERT_TRUE(isNearest(meanOf(low, high, values), sum, count))
-            << high << " * 2^64 + " << low << ", " << values << " values";
+        for (const double mean :
+             {meanOf<PlainProducts>(low, high, values), meanOf<FusedProducts>(low, high, values),
+              anyMeanOf(low, high, values)})
+            ASSERT_TRUE(isNearest(mean, sum, count))
+                << high << " * 2^64 + " << low << ", " << values << " values";
     }
 }
 

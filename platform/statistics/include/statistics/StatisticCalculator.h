@@ -47,7 +47,7 @@ public:
 
     /// Adds \a value to the statistics, and to the log if logging is on. Ignores NaN and
     /// infinities.
-    void addValue(N value);
+    STATISTICS_DIRECT_CALL void addValue(N value);
 
     /// Forgets all values, including those in the log. Does not switch logging on or off.
     void clear();
@@ -67,7 +67,7 @@ public:
     /// bits fit into 18 doubles, whatever their exponents; bits below 2^-946 are lost if a value is
     /// 2^900 or more. So digits are lost only if the values span more than about 900 bits and
     /// cancel each other down to the lowest of these bits.
-    double getAverage() const;
+    STATISTICS_DIRECT_CALL double getAverage() const;
 
     /// Returns the population standard deviation, the square root of the mean squared distance from
     /// the mean (divisor n).
@@ -82,7 +82,7 @@ public:
     /// accurate for the greatest and the smallest finite values. It is never negative, infinite or
     /// NaN. Below the smallest normal double (2.2e-308), a unit in the last place is that of
     /// subnormal numbers.
-    double getDeviation() const;
+    STATISTICS_DIRECT_CALL double getDeviation() const;
 
     /// Returns the greatest value.
     N getMaximum() const;

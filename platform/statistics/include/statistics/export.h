@@ -20,3 +20,14 @@
 #define STATISTICS_TEMPLATE_DECLARATION Q_DECL_IMPORT
 #define STATISTICS_TEMPLATE_DEFINITION
 #endif
+
+// Calls of a function marked with this go straight through the table of addresses, without a jump
+// in between, which takes a noticeable part of the time of the fastest functions.
+#if defined(__has_attribute)
+#if __has_attribute(noplt)
+#define STATISTICS_DIRECT_CALL __attribute__((noplt))
+#endif
+#endif
+#if !defined(STATISTICS_DIRECT_CALL)
+#define STATISTICS_DIRECT_CALL
+#endif
