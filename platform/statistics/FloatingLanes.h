@@ -8,7 +8,7 @@
 /// The sums of a list of ordinary values, in lanes that are independent of each other and without
 /// branches, so that compilers use vector instructions. Each lane takes the same steps as
 /// OrdinaryFloatingSums. If nothing was left out in the end, all values were ordinary. NaN and
-/// infinities make what was left out NaN.
+/// infinities make what was left out NaN. Distances with tiny squares count as left out.
 class FloatingLanes
 {
 public:
@@ -32,12 +32,11 @@ public:
             if constexpr (withSquares) {
                 const double square = distance.high * distance.high;
                 const double error = Products::errorOfLargeSquare(distance.high, square);
-                // Errors of smaller squares do not matter, and may differ between processors.
-                const double low = square < leastExactSquare ? 0 : error;
+                leftOut[i] += std::fabs(square < leastExactSquare ? distance.high : 0);
                 const DoubleDouble all =
                     quickTwoSum(std::max(squares[i], square), std::min(squares[i], square));
                 squares[i] = all.high;
-                squaresRest[i] += (all.low + low) + crossTerm<N>(distance);
+                squaresRest[i] += (all.low + error) + crossTerm<N>(distance);
             }
         }
     }
