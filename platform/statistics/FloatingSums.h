@@ -37,9 +37,9 @@ Q_ALWAYS_INLINE double crossTerm(DoubleDouble distance)
 ///
 /// This class is the part that ordinary series need: a chain of two doubles, and magnitudes whose
 /// squares neither overflow nor underflow. Its operations avoid branches and fit into registers,
-/// and most values change each word by a single addition: a longer way from one state to the next
-/// would make the next value wait. \a Products are PlainProducts or FusedProducts; the results are
-/// the same.
+/// and most values change each word by one or two additions: a longer way from one state to the
+/// next would make the next value wait. \a Products are PlainProducts or FusedProducts; the results
+/// are the same.
 class OrdinaryFloatingSums
 {
 public:
