@@ -88,6 +88,11 @@ public:
     }
 
     [[nodiscard]] bool next(Frame& frame) override { return source && source->next(frame); }
+    // One frame, because the next one may not have arrived yet.
+    [[nodiscard]] int read(Frame* frames, int size) override
+    {
+        return size > 0 && next(*frames) ? 1 : 0;
+    }
     SourceCounts counts() const override
     {
         SourceCounts counts = source ? source->counts() : SourceCounts();

@@ -403,6 +403,22 @@ protected:
         return read;
     }
 
+    /// Expects batches with two frames from a pipe that is still open.
+    void expectTwoFrames() const
+    {
+        const OpenedRecording opened = openRecording(name, interrupt[0]);
+        ASSERT_TRUE(opened.source) << opened.error.toStdString();
+        requestEnd();
+        Frame frames[10];
+        for (int count = 0; count < 2;) {
+            const int size = opened.source->read(frames + count, 10 - count);
+            ASSERT_GT(size, 0);
+            count += size;
+        }
+        EXPECT_EQ(frames[1].id, 0x123U);
+        EXPECT_EQ(opened.source->notes(), QStringList());
+    }
+
     QTemporaryDir directory;
     QString name = directory.filePath("pipe");
     int writer = -1;
@@ -466,6 +482,21 @@ TEST_F(RecordingPipe, RequestToEndLeavesOutTheLineThatIsCut)
     }
     EXPECT_EQ(frames, 2);
     EXPECT_EQ(opened.source->notes(), QStringList(name + ": reading was interrupted"));
+}
+
+// If a batch waited for more, the request to end would be noticed.
+TEST_F(RecordingPipe, BatchOfLinesHasTheFramesThatHaveArrived)
+{
+    put(candumpLine + '\n' + candumpLine + "\n(1.0) can0 123");
+    expectTwoFrames();
+}
+
+TEST_F(RecordingPipe, BatchOfPacketsHasTheFramesThatHaveArrived)
+{
+    const QByteArray header("\xD4\xC3\xB2\xA1\2\0\4\0\0\0\0\0\0\0\0\0\0\0\1\0\xE3\0\0\0", 24);
+    const QByteArray packet("\0\0\0\0\0\0\0\0\x9\0\0\0\x9\0\0\0\0\0\1\x23\1\0\0\0\x11", 25);
+    put(header + packet + packet);
+    expectTwoFrames();
 }
 
 TEST_F(RecordingPipe, RequestToEndIsNoticedBeforeThePipeHasAWriter)
