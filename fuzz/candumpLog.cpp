@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const QByteArray& line : textLines(data, size)) {
         monitor::Frame frame;
         const qint64 lostBefore = reader.lost();
-        const monitor::LineKind kind = reader.readLine(line, frame);
+        const monitor::LineKind kind = reader.readLine(monitor::viewOf(line), frame);
         checkFrame(kind, frame);
         if ((reader.lost() > lostBefore) != (kind == monitor::LineKind::Lost))
             std::abort();

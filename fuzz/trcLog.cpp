@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     monitor::TrcReader reader;
     for (const QByteArray& line : textLines(data, size)) {
         monitor::Frame frame;
-        checkFrame(reader.readLine(line, frame), frame);
+        checkFrame(reader.readLine(monitor::viewOf(line), frame), frame);
         while (reader.readFurtherFrame(frame))
             checkFrame(monitor::LineKind::Frame, frame);
     }

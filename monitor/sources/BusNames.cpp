@@ -1,5 +1,7 @@
 #include "BusNames.h"
 
+#include <QtCore/QtEndian>
+
 #include <algorithm>
 #include <cstring>
 
@@ -21,6 +23,13 @@ quint16 BusNames::indexOf(const char* name, int size)
     if (found == known.cend())
         known.append(newest == maxNames - 1 ? QByteArray("other") : QByteArray(name, size));
     return newest;
+}
+
+quint16 BusNames::indexOfNew(quint64 name, int size)
+{
+    char letters[sizeof(name)];
+    qToLittleEndian(name, letters);
+    return indexOf(letters, size);
 }
 
 QStringList BusNames::names() const

@@ -4,6 +4,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include <array>
+
 namespace monitor
 {
 
@@ -24,9 +26,27 @@ public:
     /// The same for the \a size bytes at \a name. Cheap if the previous call had the same name.
     quint16 indexOf(const char* name, int size);
 
+    /// The same for the \a size characters, 1 to 8, of \a name, whose lowest byte is the first one.
+    /// Cheap if there are few names.
+    quint16 indexOf(quint64 name, int size)
+    {
+        Recent& place = recent[name * 0x9E3779B97F4A7C15 >> 60];
+        if (place.name != name)
+            place = {name, indexOfNew(name, size)};
+        return place.index;
+    }
+
     QStringList names() const;
 
 private:
+    struct Recent {
+        quint64 name = 0;
+        quint16 index = 0;
+    };
+
+    quint16 indexOfNew(quint64 name, int size);
+
+    std::array<Recent, 16> recent;
     QVector<QByteArray> known;
     quint16 newest = 0;
 };

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 namespace monitor
 {
@@ -51,7 +52,7 @@ struct Word {
 class LineCursor
 {
 public:
-    explicit LineCursor(const QByteArray& line) : next(line.constBegin()), end(line.constEnd()) {}
+    explicit LineCursor(std::string_view line) : next(line.data()), end(next + line.size()) {}
     explicit LineCursor(const Word& word) : next(word.begin), end(word.begin + word.size) {}
 
     bool atEnd() const { return next == end; }

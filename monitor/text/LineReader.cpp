@@ -8,6 +8,15 @@
 namespace monitor
 {
 
+namespace
+{
+
+// Fits into the cache of a core. A line that is longer enlarges the buffer.
+constexpr std::size_t blockSize = 128 * 1024;
+static_assert(LineReader::longestLine % blockSize == 0);
+
+} // namespace
+
 // Lengths are passed because otherwise Qt 5 would stop at a zero byte.
 std::optional<QString> fromUtf8(const QByteArray& bytes)
 {
@@ -37,23 +46,22 @@ LineReader::LineReader(const QString& file) : LineReader(std::make_unique<QFile>
 }
 
 LineReader::LineReader(std::unique_ptr<QIODevice> device, const QString& name)
-    : input(std::move(device)), fileName(name), buffer(longestLine, Qt::Uninitialized)
+    : input(std::move(device)),
+      cuttable(dynamic_cast<const Cuttable*>(input.get())),
+      fileName(name),
+      buffer(blockSize + padding),
+      begin(buffer.data()),
+      end(begin),
+      bytesRead(input->pos())
 {
 }
 
 bool LineReader::readLine(QByteArray& line)
 {
-    const qint64 size = input->isOpen() ? input->readLine(buffer.data(), buffer.size()) : -1;
-    if (size <= 0)
+    std::string_view read;
+    if (!readLine(read))
         return false;
-    ++number;
-    int length = static_cast<int>(size);
-    if (buffer.at(length - 1) != '\n')
-        skipRestOfLine();
-    while (length > 0 && (buffer.at(length - 1) == '\n' || buffer.at(length - 1) == '\r'))
-        --length;
-    line.resize(length);
-    std::copy_n(buffer.constData(), length, line.begin());
+    line = QByteArray(read.data(), static_cast<int>(read.size()));
     return true;
 }
 
@@ -62,13 +70,65 @@ QString LineReader::error() const
     return deviceError(*input, fileName);
 }
 
-void LineReader::skipRestOfLine()
+/// Reads a line that does not end in the buffer.
+bool LineReader::readLineSlowly(std::string_view& line)
 {
-    QByteArray rest(longestLine, Qt::Uninitialized);
-    qint64 size = 0;
-    do {
-        size = input->readLine(rest.data(), rest.size());
-    } while (size > 0 && rest.at(static_cast<int>(size) - 1) != '\n');
+    if (isSkipping && !skipRestOfLine())
+        return false;
+    for (std::ptrdiff_t searched = 0;;) {
+        const char* const lineFeed = findLineFeed(begin + searched);
+        if (lineFeed != nullptr) {
+            take(line, lineFeed);
+            return true;
+        }
+        searched = end - begin;
+        isSkipping = searched == longestLine;
+        if (isSkipping || !readMore())
+            break;
+    }
+    const bool isCut = !isSkipping && cuttable != nullptr && cuttable->isCut();
+    if (begin == end || isCut)
+        return false;
+    take(line, end);
+    return true;
+}
+
+/// Reads at least one more byte, behind the bytes that have not been taken. Returns false at the
+/// end.
+bool LineReader::readMore()
+{
+    const auto kept = static_cast<std::size_t>(end - begin);
+    std::memmove(buffer.data(), begin, kept);
+    if (buffer.size() - padding == kept)
+        buffer.resize(2 * kept + padding);
+    begin = buffer.data();
+    end = begin + kept;
+    if (isOver || !input->isOpen())
+        return false;
+    const qint64 size =
+        input->read(buffer.data() + kept, static_cast<qint64>(buffer.size() - padding - kept));
+    isOver = size <= 0;
+    if (isOver)
+        return false;
+    bytesRead += size;
+    end += size;
+    std::memset(buffer.data() + kept + size, 0, padding);
+    return true;
+}
+
+/// Skips the rest of the line whose beginning was too long. Returns false at the end.
+bool LineReader::skipRestOfLine()
+{
+    const char* lineFeed = findLineFeed(begin);
+    while (lineFeed == nullptr) {
+        begin = end;
+        if (!readMore())
+            return false;
+        lineFeed = findLineFeed(begin);
+    }
+    begin = lineFeed + 1;
+    isSkipping = false;
+    return true;
 }
 
 } // namespace monitor

@@ -1,7 +1,5 @@
 #include "InputStream.h"
 
-#include "text/LineReader.h"
-
 #include <poll.h>
 #include <unistd.h>
 
@@ -70,32 +68,6 @@ qint64 InputStream::readData(char* data, qint64 maxSize)
     if (begin == end && !readAhead())
         return -1;
     const qint64 size = std::min(maxSize, end - begin);
-    std::memcpy(data, buffer.constData() + begin, static_cast<size_t>(size));
-    skip(size);
-    return size;
-}
-
-qint64 InputStream::readLineData(char* data, qint64 maxSize)
-{
-    qint64 searched = 0;
-    qint64 size = 0;
-    for (;;) {
-        const qint64 known = std::min(maxSize, end - begin);
-        const char* const line = buffer.constData() + begin;
-        const void* const found =
-            std::memchr(line + searched, '\n', static_cast<size_t>(known - searched));
-        size = found ? static_cast<const char*>(found) - line + 1 : known;
-        if (found || size == maxSize)
-            break;
-        searched = known;
-        if (readAhead())
-            continue;
-        if (isCut()) // a part of a line may look like a whole one
-            skip(size);
-        if (isCut() || size == 0)
-            return -1;
-        break;
-    }
     std::memcpy(data, buffer.constData() + begin, static_cast<size_t>(size));
     skip(size);
     return size;

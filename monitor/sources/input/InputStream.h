@@ -1,5 +1,6 @@
 #pragma once
 
+#include "text/LineReader.h"
 #include "text/Problems.h"
 
 #include <QtCore/QByteArray>
@@ -24,7 +25,7 @@ struct InputReport {
 
 /// A device that reads forward only, with a buffer that can be examined in advance. It must be used
 /// by one thread only.
-class InputStream : public QIODevice
+class InputStream : public QIODevice, public Cuttable
 {
 public:
     /// Opens the stream.
@@ -45,9 +46,7 @@ public:
     /// The number of bytes skipped or read so far.
     qint64 position() const { return passed; }
 
-    /// Whether the stream has ended before its natural end: after an error, in damaged data, or on
-    /// request. The line that is cut there is left out.
-    bool isCut() const { return cut; }
+    bool isCut() const override { return cut; }
 
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override;
@@ -59,7 +58,6 @@ protected:
     void setCut() { cut = true; }
 
     qint64 readData(char* data, qint64 maxSize) override;
-    qint64 readLineData(char* data, qint64 maxSize) override;
     qint64 writeData(const char*, qint64) override { return -1; }
 
 private:

@@ -81,17 +81,18 @@ namespace
 class InputRecording : public FrameSource
 {
 public:
-    InputRecording(std::unique_ptr<FrameSource> frameSource,
+    InputRecording(std::unique_ptr<FrameSource> frameSource, RecordingKind recordingKind,
                    std::shared_ptr<const InputReport> inputReport)
-        : source(std::move(frameSource)), report(std::move(inputReport))
+        : source(std::move(frameSource)), kind(recordingKind), report(std::move(inputReport))
     {
     }
 
     [[nodiscard]] bool next(Frame& frame) override { return source && source->next(frame); }
-    // One frame, because the next one may not have arrived yet.
     [[nodiscard]] int read(Frame* frames, int size) override
     {
-        return size > 0 && next(*frames) ? 1 : 0;
+        if (source && kind == RecordingKind::Lines)
+            return source->read(frames, size);
+        return size > 0 && next(*frames) ? 1 : 0; // the next one may not have arrived yet
     }
     SourceCounts counts() const override
     {
@@ -118,6 +119,7 @@ public:
 
 private:
     std::unique_ptr<FrameSource> source; // null without any content
+    RecordingKind kind;
     std::shared_ptr<const InputReport> report;
 };
 
@@ -201,7 +203,7 @@ OpenedRecording emptyRecording(const std::shared_ptr<InputReport>& report)
     if (!report->isInterrupted)
         report->notes += report->name + QStringLiteral(": is empty");
     OpenedRecording opened;
-    opened.source = std::make_unique<InputRecording>(nullptr, report);
+    opened.source = std::make_unique<InputRecording>(nullptr, RecordingKind::Lines, report);
     return opened;
 }
 
@@ -232,7 +234,7 @@ OpenedRecording openUnpacked(std::unique_ptr<InputStream> stream, DeviceStream* 
         return opened;
     }
     opened.source = std::make_unique<InputRecording>(
-        detected.format->open(std::move(stream), report->name), report);
+        detected.format->open(std::move(stream), report->name), detected.format->kind, report);
     return opened;
 }
 

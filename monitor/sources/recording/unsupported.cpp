@@ -72,8 +72,9 @@ bool isDbc(const QByteArray& start)
 
 bool isEds(const QByteArray& start)
 {
-    return findLine(start, [](const QByteArray& line) {
-               const QByteArray section = line.trimmed().toLower();
+    return findLine(start, [](std::string_view line) {
+               const QByteArray section =
+                   QByteArray(line.data(), static_cast<int>(line.size())).trimmed().toLower();
                return section == "[fileinfo]" || section == "[deviceinfo]";
            }) >= 0;
 }

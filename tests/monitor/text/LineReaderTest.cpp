@@ -5,11 +5,44 @@
 
 #include <QtCore/QTemporaryFile>
 
+#include <algorithm>
+#include <random>
+#include <utility>
+
 using monitor::LineReader;
 using monitor::Problems;
 
 namespace
 {
+
+/// A device that delivers its bytes in pieces of random sizes, as a pipe does.
+class Pieces : public QIODevice
+{
+public:
+    Pieces(QByteArray bytes, uint largestPiece) : content(std::move(bytes)), largest(largestPiece)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const auto wanted = static_cast<qint64>(1 + random() % largest);
+        const auto piece =
+            std::min({maxSize, wanted, static_cast<qint64>(content.size()) - position});
+        std::copy_n(content.constData() + position, piece, data);
+        position += piece;
+        return piece > 0 ? piece : -1;
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray content;
+    uint largest;
+    std::mt19937 random{1};
+    qint64 position = 0;
+};
 
 QList<QByteArray> linesOf(const QByteArray& content)
 {
@@ -42,10 +75,69 @@ TEST(LineReader, KeepsZeroBytes)
 
 TEST(LineReader, TruncatesAnOverlongLineAndContinuesWithTheNext)
 {
-    const auto lines = linesOf(QByteArray(3 * LineReader::longestLine, 'x') + "\nnext\n");
-    ASSERT_EQ(lines.size(), 2);
-    EXPECT_LE(lines.at(0).size(), LineReader::longestLine);
-    EXPECT_EQ(lines.at(1), "next");
+    constexpr int next = 300000; // lines, more than fit into the buffer
+    const auto lines = linesOf(QByteArray(3 * LineReader::longestLine, 'x') + '\n' +
+                               QByteArray("next\n").repeated(next));
+    ASSERT_EQ(lines.size(), 1 + next);
+    EXPECT_EQ(lines.at(0), QByteArray(LineReader::longestLine, 'x'));
+    EXPECT_EQ(lines.count("next"), next);
+}
+
+TEST(LineReader, LineOfTheGreatestLengthIsWhole)
+{
+    const QByteArray longest(LineReader::longestLine, 'x');
+    for (const char* end : {"\nnext", "x\nnext", "\r\nnext", "xxx\r\r\nnext"})
+        EXPECT_EQ(linesOf(longest + end), (QList<QByteArray>{longest, "next"})) << end;
+    EXPECT_EQ(linesOf(longest), QList<QByteArray>{longest});
+    EXPECT_EQ(linesOf(longest + longest), QList<QByteArray>{longest});
+}
+
+TEST(LineReader, LinesMayEndAnywhereInABlock)
+{
+    std::mt19937 random(2);
+    QByteArray content;
+    QList<QByteArray> expected;
+    for (int i = 0; i < 20000; ++i) {
+        const int longest = i % 5000 == 0 ? LineReader::longestLine : 128;
+        const QByteArray line(static_cast<int>(random()) & (longest - 1), 'x');
+        expected += line;
+        content += line + (i % 2 == 0 ? "\n" : "\r\n");
+    }
+    for (const uint largestPiece : {7U, 1000U, 1000000U}) {
+        LineReader reader(std::make_unique<Pieces>(content, largestPiece), QString());
+        qint64 position = 0;
+        for (int i = 0; i < expected.size(); ++i) {
+            std::string_view line;
+            ASSERT_TRUE(reader.readLine(line));
+            ASSERT_EQ(line, monitor::viewOf(expected.at(i))) << i;
+            position += static_cast<qint64>(line.size()) + 1 + i % 2;
+            ASSERT_EQ(reader.position(), position);
+        }
+        QByteArray line;
+        EXPECT_FALSE(reader.readLine(line));
+        EXPECT_FALSE(reader.readLine(line));
+    }
+}
+
+TEST(LineReader, LinesReadInAdvanceArePaddedWithZeros)
+{
+    QByteArray content;
+    while (content.size() < 1000000)
+        content += "0123456789\n";
+    LineReader reader(std::make_unique<Pieces>(content, 1000), QString());
+    int lines = 0;
+    for (std::string_view line; reader.readLine(line); ++lines) {
+        const std::string_view ahead = reader.ahead();
+        const QByteArray padding(ahead.data() + ahead.size(), LineReader::padding);
+        ASSERT_EQ(padding, QByteArray(LineReader::padding, '\0'));
+        ASSERT_EQ(reader.hasLine(), ahead.find('\n') != std::string_view::npos);
+        if (ahead.size() >= 22 && lines % 3 == 0) {
+            reader.skipLines(ahead.data() + 22, 2);
+            lines += 2;
+        }
+        ASSERT_EQ(reader.lineNumber(), lines + 1);
+    }
+    EXPECT_EQ(lines, content.size() / 11);
 }
 
 TEST(LineReader, ErrorNamesAnUnreadableFile)

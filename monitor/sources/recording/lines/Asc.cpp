@@ -200,7 +200,7 @@ bool readDaytime(const QByteArray& text, const QByteArray& half, qint64& nanosec
         return false;
     int hour = parts.at(0).toInt();
     const int minute = parts.at(1).toInt();
-    LineCursor seconds(parts.at(2));
+    LineCursor seconds(viewOf(parts.at(2)));
     if (!readTime(seconds, nanoseconds) || !seconds.atEnd())
         return false;
     const bool isValid = half.isEmpty() || (hour >= 1 && hour <= 12);
@@ -239,7 +239,7 @@ bool readDate(LineCursor cursor, qint64& nanoseconds)
 
 } // namespace
 
-LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
+LineKind AscReader::readLine(std::string_view line, Frame& frame)
 {
     LineCursor cursor(line);
     cursor.skipBlanks();
@@ -263,7 +263,7 @@ LineKind AscReader::readLine(const QByteArray& line, Frame& frame)
     return kind;
 }
 
-void AscReader::readHeader(const QByteArray& line)
+void AscReader::readHeader(std::string_view line)
 {
     LineCursor cursor(line);
     const Word word = cursor.takeNextWord();
@@ -330,7 +330,7 @@ QStringList AscReader::notes() const
 
 qint64 findAsc(const QByteArray& start)
 {
-    return findLine(start, [](const QByteArray& line) {
+    return findLine(start, [](std::string_view line) {
         AscReader reader;
         Frame ignored;
         LineCursor cursor(line);

@@ -27,12 +27,12 @@ namespace monitor
 class AscReader : public LineParser
 {
 public:
-    LineKind readLine(const QByteArray& line, Frame& frame) override;
+    LineKind readLine(std::string_view line, Frame& frame) override;
     QStringList buses() const override { return busNames.names(); }
     QStringList notes() const override;
 
 private:
-    void readHeader(const QByteArray& line);
+    void readHeader(std::string_view line);
     void readStart(LineCursor cursor);
     void readStartOfMeasurement(LineCursor cursor);
     bool readEventTime(LineCursor& cursor, Frame& frame);

@@ -2,6 +2,7 @@
 
 #include "text/LineCursor.h"
 #include "text/LineReader.h"
+#include "text/eightCharacters.h"
 
 #include <QtCore/QDateTime>
 
@@ -352,7 +353,7 @@ bool readLost(LineCursor cursor, quint32& lost)
            readNumber(cursor.takeNextWord(), 10, last, lost) && lost > 0;
 }
 
-LineKind parse(const QByteArray& text, CandumpLine& line)
+LineKind parse(std::string_view text, CandumpLine& line)
 {
     LineCursor cursor(text);
     cursor.skipBlanks();
@@ -364,26 +365,28 @@ LineKind parse(const QByteArray& text, CandumpLine& line)
 }
 
 /// Returns \a text without the sequences that change the colour on a screen.
-QByteArray withoutColours(const QByteArray& text)
+std::string withoutColours(std::string_view text)
 {
-    QByteArray plain;
-    for (int i = 0; i < text.size(); ++i) {
-        if (text.at(i) != escape) {
-            plain.append(text.at(i));
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != escape) {
+            plain += text[i];
             continue;
         }
-        while (i + 1 < text.size() && text.at(i) != 'm')
+        while (i + 1 < text.size() && text[i] != 'm')
             ++i;
     }
     return plain;
 }
 
-int zeroBytesBefore(const QByteArray& text)
+bool startsWith(std::string_view text, std::string_view start)
 {
-    int zeroBytes = 0;
-    while (zeroBytes < text.size() && text.at(zeroBytes) == '\0')
-        ++zeroBytes;
-    return zeroBytes;
+    return text.substr(0, start.size()) == start;
+}
+
+bool endsWith(std::string_view text, std::string_view end)
+{
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
 /// The frames of a recording of candump.
@@ -396,17 +399,18 @@ public:
     {
     }
 
-    bool next(Frame& frame) override
+    int read(Frame* frames, int size) override
     {
-        if (nextHeld < held.size()) {
-            frame = held.at(nextHeld++);
-            return true;
+        if (nextHeld == held.size()) {
+            const int count = TextRecording::read(frames, size);
+            if (count > 0 && reader.endsBatch())
+                holdBack(frames[count - 1]);
+            return count;
         }
-        if (!TextRecording::next(frame))
-            return false;
-        if (reader.areTimesUndecided())
-            holdBack(frame);
-        return true;
+        int count = 0;
+        while (count < size && nextHeld < held.size())
+            frames[count++] = held.at(nextHeld++);
+        return count;
     }
 
 private:
@@ -418,7 +422,7 @@ private:
         do {
             held.append(read);
             sums.append(reader.sumOfTimes());
-        } while (reader.areTimesUndecided() && TextRecording::next(read));
+        } while (reader.areTimesUndecided() && TextRecording::read(&read, 1) == 1);
         for (int i = 0; i < held.size() && reader.areTimesDifferences(); ++i) {
             if (sums.at(i))
                 held[i].nanoseconds = sums.at(i);
@@ -433,16 +437,17 @@ private:
 
 } // namespace
 
-LineKind CandumpReader::readLine(const QByteArray& line, Frame& frame)
+LineKind CandumpReader::readLine(std::string_view line, Frame& frame)
 {
     CandumpLine read;
     LineKind kind = parse(line, read);
     if (kind == LineKind::Unknown)
         kind = parseUnusual(line, read);
+    newestIsFrame = kind == LineKind::Frame;
     if (kind == LineKind::Unknown)
         return kind;
     isAfterErrorFrame =
-        kind == LineKind::ErrorFrame || (isAfterErrorFrame && line.startsWith('\t'));
+        kind == LineKind::ErrorFrame || (isAfterErrorFrame && startsWith(line, "\t"));
     lostSoFar += read.lost;
     if (!addTime(read))
         return LineKind::Unknown;
@@ -454,19 +459,102 @@ LineKind CandumpReader::readLine(const QByteArray& line, Frame& frame)
     return kind;
 }
 
+int CandumpReader::readUsualLines(LineReader& lines, Frame* frames, int size)
+{
+    const std::string_view ahead = lines.ahead();
+    const char* line = ahead.data();
+    const char* const end = line + ahead.size();
+    int count = 0;
+    while (count < size && line < end) {
+        const char* const next = readUsualLine(line, frames[count]);
+        if (next == nullptr)
+            break;
+        line = next;
+        ++count;
+    }
+    lines.skipLines(line, count);
+    if (count > 0) { // as in readLine()
+        newestIsFrame = true;
+        isAfterErrorFrame = false;
+        newestSum.reset();
+    }
+    return count;
+}
+
+/// Reads a line such as "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF" into \a frame, and
+/// returns its end. Returns nullptr, leaving \a frame unchanged, if the line has another form. It
+/// may be followed by the padding of a LineReader only.
+const char* CandumpReader::readUsualLine(const char* line, Frame& frame)
+{
+    static_assert(LineReader::padding >= 64); // the longest such line has 56 characters
+    // The time. The digits overlap, so that each load has as many as possible.
+    const quint64 seconds = eightCharacters(line + 1);
+    const quint64 middle = eightCharacters(line + 3);
+    const quint64 fraction = eightCharacters(line + 11);
+    const bool hasTime = line[0] == '(' && leadingDecimalDigits(seconds) == 8 &&
+                         leadingDecimalDigits(middle) == 8 && (fraction & 0xFF) == '.' &&
+                         leadingDecimalDigits(fraction >> 8) == 6 && fraction >> 56 == ')' &&
+                         line[19] == ' ';
+    const quint64 time =
+        (quint64{decimalValue(seconds)} * 100 + decimalValue(middle) % 100) * nanosecondsPerSecond +
+        quint64{decimalValue(withLeadingZeros(fraction >> 8, 6))} * 1000;
+
+    const char* const interface = line + 20;
+    quint64 name = eightCharacters(interface);
+    const int nameSize = leadingPrintable(name);
+    name = firstCharacters(name, nameSize);
+
+    const char* const id = interface + nameSize + 1;
+    const bool extended = id[extendedDigits] == '#';
+    const int idSize = extended ? extendedDigits : standardDigits;
+    const quint64 idDigits = withLeadingZeros(eightCharacters(id), idSize);
+    const quint32 number = hexValue(idDigits);
+
+    const char* const data = id + idSize + 1;
+    const quint64 first = eightCharacters(data);
+    const quint64 second = eightCharacters(data + 8);
+    const int firstSize = leadingHexDigits(first);
+    const int secondSize = firstSize == 8 ? leadingHexDigits(second) : 0;
+    const int digits = firstSize + secondSize;
+    const char* lineEnd = data + digits;
+    lineEnd += *lineEnd == '\r' ? 1 : 0;
+
+    const bool isUsual = hasTime && time <= quint64{latestTime} && nameSize > 0 &&
+                         *interface != '(' && interface[nameSize] == ' ' && id[idSize] == '#' &&
+                         leadingHexDigits(idDigits) == 8 &&
+                         number <= (extended ? lastExtendedId : lastStandardId) &&
+                         digits % 2 == 0 && *lineEnd == '\n';
+    if (!isUsual)
+        return nullptr;
+    frame.nanoseconds = static_cast<qint64>(time);
+    frame.id = number;
+    frame.extended = extended;
+    frame.remote = false;
+    frame.fd = false;
+    frame.bitRateSwitch = false;
+    frame.bus = busNames.indexOf(name, nameSize);
+    frame.length = static_cast<quint8>(digits / 2);
+    const quint64 bytes = quint64{hexBytes(firstCharacters(second, secondSize))} << 32 |
+                          hexBytes(firstCharacters(first, firstSize));
+    qToLittleEndian(bytes, frame.data.data());
+    return lineEnd + 1;
+}
+
 /// Parses lines that other programs or the screen have changed. They are rare, so the usual ones
 /// are tried first.
-LineKind CandumpReader::parseUnusual(const QByteArray& line, CandumpLine& read)
+LineKind CandumpReader::parseUnusual(std::string_view line, CandumpLine& read)
 {
-    const int zeroBytes = zeroBytesBefore(line);
-    hasZeroBytes = hasZeroBytes || zeroBytes > 0 || line.endsWith('\0');
+    const std::string_view zero("", 1);
+    const std::size_t zeroBytes = std::min(line.find_first_not_of('\0'), line.size());
+    hasZeroBytes = hasZeroBytes || zeroBytes > 0 || endsWith(line, zero);
     if (zeroBytes > 0 && zeroBytes == line.size())
         return LineKind::Unknown;
-    plainText = line.mid(zeroBytes);
-    if (plainText.startsWith(byteOrderMark))
-        plainText.remove(0, static_cast<int>(qstrlen(byteOrderMark)));
-    plainText = withoutColours(plainText);
-    if (plainText.endsWith(": interface down") || (isAfterErrorFrame && plainText.startsWith('\t')))
+    std::string_view text = line.substr(zeroBytes);
+    if (startsWith(text, byteOrderMark))
+        text.remove_prefix(qstrlen(byteOrderMark));
+    plainText = withoutColours(text);
+    if (endsWith(plainText, ": interface down") ||
+        (isAfterErrorFrame && startsWith(plainText, "\t")))
         return LineKind::Nothing;
     if (isXlFrame(LineCursor(plainText))) {
         ++xlFrames;
@@ -525,7 +613,7 @@ QStringList CandumpReader::notes() const
 
 qint64 findCandump(const QByteArray& start)
 {
-    return findLine(start, [](const QByteArray& line) {
+    return findLine(start, [](std::string_view line) {
         CandumpReader reader;
         Frame ignored;
         const LineKind kind = reader.readLine(line, ignored);

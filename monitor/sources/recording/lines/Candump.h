@@ -4,6 +4,7 @@
 #include "sources/BusNames.h"
 
 #include <optional>
+#include <string>
 
 namespace monitor
 {
@@ -32,7 +33,9 @@ struct CandumpLine;
 class CandumpReader : public LineParser
 {
 public:
-    LineKind readLine(const QByteArray& line, Frame& frame) override;
+    LineKind readLine(std::string_view line, Frame& frame) override;
+    int readUsualLines(LineReader& lines, Frame* frames, int size) override;
+    bool endsBatch() const override { return areTimesUndecided() && newestIsFrame; }
     qint64 lost() const override { return lostSoFar; }
     QStringList buses() const override { return busNames.names(); }
     QStringList notes() const override;
@@ -54,17 +57,19 @@ public:
 private:
     enum class TimeOrigin { Unused, Undecided, FirstLine, PreviousLine };
 
-    LineKind parseUnusual(const QByteArray& line, CandumpLine& read);
+    const char* readUsualLine(const char* line, Frame& frame);
+    LineKind parseUnusual(std::string_view line, CandumpLine& read);
     bool addTime(CandumpLine& read);
 
     BusNames busNames;
-    QByteArray plainText; // of an unusual line; the words of a parsed line point into it
+    std::string plainText; // of an unusual line; the words of a parsed line point into it
     qint64 lostSoFar = 0;
     qint64 withoutTime = 0;
     qint64 xlFrames = 0;
     bool hasDates = false;
     bool hasZeroBytes = false;
     bool isAfterErrorFrame = false;
+    bool newestIsFrame = false; // whether the newest line is
 
     TimeOrigin timeOrigin = TimeOrigin::Unused;
     int timesSoFar = 0;

@@ -92,7 +92,7 @@ CsvHeader headerIn(const Word& line)
 }
 
 /// \a line without a byte order mark.
-Word textIn(const QByteArray& line)
+Word textIn(std::string_view line)
 {
     LineCursor cursor(line);
     cursor.takeText("\xEF\xBB\xBF");
@@ -317,7 +317,7 @@ bool CsvRow::split(const Word& line)
     return false;
 }
 
-LineKind CsvReader::readLine(const QByteArray& line, Frame& frame)
+LineKind CsvReader::readLine(std::string_view line, Frame& frame)
 {
     const Word text = textIn(line);
     LineCursor cursor(text);
@@ -388,7 +388,7 @@ QStringList CsvReader::notes() const
 
 qint64 findCsv(const QByteArray& start)
 {
-    return findLine(start, [](const QByteArray& line) {
+    return findLine(start, [](std::string_view line) {
         return headerIn(textIn(line)).dialect != CsvHeader::Unknown;
     });
 }

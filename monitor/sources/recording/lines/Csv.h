@@ -53,7 +53,7 @@ private:
 class CsvReader : public LineParser
 {
 public:
-    LineKind readLine(const QByteArray& line, Frame& frame) override;
+    LineKind readLine(std::string_view line, Frame& frame) override;
     QStringList buses() const override { return busNames.names(); }
     QStringList notes() const override;
 

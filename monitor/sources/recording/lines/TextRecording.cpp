@@ -1,5 +1,7 @@
 #include "TextRecording.h"
 
+#include <algorithm>
+
 namespace monitor
 {
 
@@ -12,26 +14,45 @@ TextRecording::TextRecording(std::unique_ptr<QIODevice> device, const QString& n
 {
 }
 
-bool TextRecording::next(Frame& frame)
+int TextRecording::read(Frame* frames, int size)
 {
-    if (parser->readFurtherFrame(frame))
-        return true;
-    while (lines.readLine(line)) {
-        switch (parser->readLine(line, frame)) {
-        case LineKind::Frame:
-            return true;
-        case LineKind::ErrorFrame:
-            ++errorFrames;
-            break;
-        case LineKind::Unknown:
-            unreadable.add(lines.lineNumber(), QStringLiteral("unreadable line"));
-            break;
-        case LineKind::Lost:
-        case LineKind::Nothing:
-            break;
+    int count = 0;
+    while (count < size) {
+        if (parser->readFurtherFrame(frames[count])) {
+            ++count;
+            continue;
         }
+        count += parser->readUsualLines(lines, frames + count, size - count);
+        const bool mayWait = count == 0;
+        std::string_view line;
+        if (count == size || !(mayWait || lines.hasLine()) || !lines.readLine(line))
+            break;
+        if (!readLine(line, frames[count]))
+            continue;
+        ++count;
+        if (parser->endsBatch())
+            break;
     }
-    return false;
+    return count;
+}
+
+/// Returns whether \a line is a frame.
+bool TextRecording::readLine(std::string_view line, Frame& frame)
+{
+    const LineKind kind = parser->readLine(line, frame);
+    switch (kind) {
+    case LineKind::ErrorFrame:
+        ++errorFrames;
+        break;
+    case LineKind::Unknown:
+        unreadable.add(lines.lineNumber(), QStringLiteral("unreadable line"));
+        break;
+    case LineKind::Frame:
+    case LineKind::Lost:
+    case LineKind::Nothing:
+        break;
+    }
+    return kind == LineKind::Frame;
 }
 
 SourceCounts TextRecording::counts() const
@@ -47,16 +68,16 @@ QStringList TextRecording::notes() const
     return notes;
 }
 
-qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line))
+qint64 findLine(const QByteArray& start, bool (*isTypical)(std::string_view line))
 {
-    for (decltype(start.size()) begin = 0; begin < start.size();) {
-        const auto lineFeed = start.indexOf('\n', begin);
-        const auto end = lineFeed < 0 ? start.size() : lineFeed;
-        auto length = end - begin;
-        while (length > 0 && start.at(begin + length - 1) == '\r')
-            --length;
-        if (isTypical(start.mid(begin, length)))
-            return begin;
+    const std::string_view lines = viewOf(start);
+    for (std::size_t begin = 0; begin < lines.size();) {
+        const std::size_t end = std::min(lines.find('\n', begin), lines.size());
+        std::string_view line = lines.substr(begin, end - begin);
+        while (!line.empty() && line.back() == '\r')
+            line.remove_suffix(1);
+        if (isTypical(line))
+            return static_cast<qint64>(begin);
         begin = end + 1;
     }
     return -1;

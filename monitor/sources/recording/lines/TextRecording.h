@@ -24,7 +24,18 @@ public:
     virtual ~LineParser() = default;
 
     /// Reads one line into \a frame, which is left unchanged for every kind but Frame.
-    [[nodiscard]] virtual LineKind readLine(const QByteArray& line, Frame& frame) = 0;
+    [[nodiscard]] virtual LineKind readLine(std::string_view line, Frame& frame) = 0;
+
+    /// Reads lines of the usual form into the \a size elements at \a frames, from the next line of
+    /// \a lines on, and returns their number. Lines from the first one of another form on are left
+    /// to readLine(), which would yield the same frames more slowly.
+    [[nodiscard]] virtual int readUsualLines(LineReader& lines, Frame* frames, int size)
+    {
+        Q_UNUSED(lines)
+        Q_UNUSED(frames)
+        Q_UNUSED(size)
+        return 0;
+    }
 
     /// Reads the next frame of the last line into \a frame. Returns false, leaving \a frame
     /// unchanged, if the line has no more frames.
@@ -33,6 +44,9 @@ public:
         Q_UNUSED(frame)
         return false;
     }
+
+    /// Whether the last frame that readLine() has read must be the last one of a batch.
+    virtual bool endsBatch() const { return false; }
 
     /// The number of lost frames that the lines so far report.
     virtual qint64 lost() const { return 0; }
@@ -52,7 +66,8 @@ public:
     TextRecording(std::unique_ptr<QIODevice> device, const QString& name,
                   std::unique_ptr<LineParser> lineParser);
 
-    [[nodiscard]] bool next(Frame& frame) override;
+    [[nodiscard]] bool next(Frame& frame) override { return read(&frame, 1) == 1; }
+    [[nodiscard]] int read(Frame* frames, int size) override;
     SourceCounts counts() const override;
     SourceProgress progress() const override { return {lines.position(), lines.size()}; }
     QStringList buses() const override { return parser->buses(); }
@@ -61,16 +76,17 @@ public:
     QString error() const override { return lines.error(); }
 
 private:
+    bool readLine(std::string_view line, Frame& frame);
+
     LineReader lines;
     QString fileName;
     std::unique_ptr<LineParser> parser;
     Problems unreadable;
-    QByteArray line;
     qint64 errorFrames = 0;
 };
 
 /// The position of the first line that \a isTypical accepts in \a start, the first bytes of a
 /// recording; -1 if it accepts no line. The lines are passed without their line breaks.
-qint64 findLine(const QByteArray& start, bool (*isTypical)(const QByteArray& line));
+qint64 findLine(const QByteArray& start, bool (*isTypical)(std::string_view line));
 
 } // namespace monitor

@@ -365,7 +365,7 @@ Frame TransportFrames::packet(quint32 number) const
 
 TrcReader::TrcReader() : columns(versionWithoutKeyword.columns) {}
 
-LineKind TrcReader::readLine(const QByteArray& line, Frame& frame)
+LineKind TrcReader::readLine(std::string_view line, Frame& frame)
 {
     LineCursor cursor(line);
     cursor.takeText(byteOrderMark);
@@ -483,7 +483,7 @@ void TrcReader::addNote(const QString& note)
 namespace
 {
 
-bool isTypical(const QByteArray& line)
+bool isTypical(std::string_view line)
 {
     LineCursor cursor(line);
     cursor.takeText(byteOrderMark);
@@ -496,9 +496,9 @@ bool isTypical(const QByteArray& line)
     return isMessageNumber(number) && number.last() == ')' && isDigit(cursor.peek());
 }
 
-bool isNotBlank(const QByteArray& line)
+bool isNotBlank(std::string_view line)
 {
-    return !line.trimmed().isEmpty();
+    return line.find_first_not_of(" \t\n\v\f\r") != std::string_view::npos;
 }
 
 } // namespace

@@ -55,7 +55,7 @@ class TrcReader : public LineParser
 public:
     TrcReader();
 
-    LineKind readLine(const QByteArray& line, Frame& frame) override;
+    LineKind readLine(std::string_view line, Frame& frame) override;
     bool readFurtherFrame(Frame& frame) override { return transport.next(frame); }
     QStringList buses() const override { return busNames.names(); }
     QStringList notes() const override;

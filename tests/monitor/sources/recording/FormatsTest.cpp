@@ -81,12 +81,12 @@ QString write(const QTemporaryDir& directory, const QByteArray& line, int times)
 const QByteArray candumpLine = "(1.0) can0 123#1122";
 const QByteArray ascLine = "   0.015991 1  123             Rx   d 2 11 22";
 
-bool isEmpty(const QByteArray& line)
+bool isEmpty(std::string_view line)
 {
-    return line.isEmpty();
+    return line.empty();
 }
 
-bool isB(const QByteArray& line)
+bool isB(std::string_view line)
 {
     return line == "b";
 }

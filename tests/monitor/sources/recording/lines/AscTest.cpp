@@ -20,15 +20,15 @@ Frame frameIn(const QByteArray& line, const QByteArray& header = QByteArray())
 {
     AscReader reader;
     Frame frame;
-    EXPECT_EQ(reader.readLine(header, frame), LineKind::Nothing);
-    EXPECT_EQ(reader.readLine(line, frame), LineKind::Frame) << line.constData();
+    EXPECT_EQ(reader.readLine(monitor::viewOf(header), frame), LineKind::Nothing);
+    EXPECT_EQ(reader.readLine(monitor::viewOf(line), frame), LineKind::Frame) << line.constData();
     return frame;
 }
 
 LineKind kindOf(const QByteArray& line)
 {
     Frame frame;
-    return AscReader().readLine(line, frame);
+    return AscReader().readLine(monitor::viewOf(line), frame);
 }
 
 const QByteArray classicLine =
@@ -98,7 +98,7 @@ TEST(AscReader, DecimalNumbersOutOfRangeAreUnknown)
     EXPECT_EQ(reader.readLine("0.1 1 2047 Rx d 1 255", frame), LineKind::Frame);
     for (const char* line : {"0.1 1 2048 Rx d 1 255", "0.1 1 2047 Rx d 1 256",
                              "0.1 1 536870912x Rx d 1 1", "0.1 1 1 Rx d 1 0A"})
-        EXPECT_EQ(reader.readLine(line, frame), LineKind::Unknown) << line;
+        EXPECT_EQ(reader.readLine(monitor::viewOf(line), frame), LineKind::Unknown) << line;
 }
 
 TEST(AscReader, LengthsUpToTheMaximumAreAccepted)
@@ -242,7 +242,7 @@ TEST(AscReader, DamagedLinesNeverYieldFramesOutOfRange)
                 static_cast<char>(random());
         Frame frame;
         if (kindOf(line) == LineKind::Frame) {
-            AscReader().readLine(line, frame);
+            AscReader().readLine(monitor::viewOf(line), frame);
             ASSERT_LE(frame.length, 64) << line.toHex().constData();
             ASSERT_LE(frame.id, frame.extended ? 0x1FFFFFFFU : 0x7FFU);
         }
@@ -327,7 +327,7 @@ TEST(AscReader, AssumptionsAboutTheDateAreReported)
     const auto notesAfter = [](const QByteArray& line) {
         AscReader reader;
         Frame frame;
-        EXPECT_EQ(reader.readLine(line, frame), LineKind::Nothing);
+        EXPECT_EQ(reader.readLine(monitor::viewOf(line), frame), LineKind::Nothing);
         EXPECT_EQ(reader.readLine("0.5 1 123 Rx d 1 11", frame), LineKind::Frame);
         EXPECT_TRUE(!line.contains("date M") || frame.nanoseconds == 500000000) << line.constData();
         return reader.notes();
@@ -357,7 +357,8 @@ TEST(AscReader, TriggerBlockThatBeginsWithTheMeasurementHasTheStart)
         AscReader reader;
         Frame frame;
         for (const QByteArray& line : lines)
-            EXPECT_EQ(reader.readLine(line, frame), LineKind::Nothing) << line.constData();
+            EXPECT_EQ(reader.readLine(monitor::viewOf(line), frame), LineKind::Nothing)
+                << line.constData();
         EXPECT_EQ(reader.readLine("0.5 1 123 Rx d 1 11", frame), LineKind::Frame);
         return frame.nanoseconds;
     };

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QBuffer>
+#include <QtCore/QIODevice>
 
+#include <algorithm>
 #include <random>
+#include <utility>
+#include <vector>
 
 using monitor::CandumpReader;
 using monitor::Frame;
@@ -24,14 +27,15 @@ QByteArray dataOf(const Frame& frame)
 Frame frameIn(const QByteArray& line)
 {
     Frame frame;
-    EXPECT_EQ(CandumpReader().readLine(line, frame), LineKind::Frame) << line.constData();
+    EXPECT_EQ(CandumpReader().readLine(monitor::viewOf(line), frame), LineKind::Frame)
+        << line.constData();
     return frame;
 }
 
 LineKind kindOf(const QByteArray& line)
 {
     Frame frame;
-    return CandumpReader().readLine(line, frame);
+    return CandumpReader().readLine(monitor::viewOf(line), frame);
 }
 
 /// What a whole recording contains.
@@ -42,18 +46,47 @@ struct Recording {
     monitor::SourceCounts counts;
 };
 
-Recording recordingOf(const QList<QByteArray>& lines)
+/// A device that delivers a few lines at a time.
+class SomeLines : public QIODevice
 {
-    auto buffer = std::make_unique<QBuffer>();
-    buffer->setData(lines.join('\n'));
-    buffer->open(QIODevice::ReadOnly);
-    const auto source = monitor::openCandump(std::move(buffer), "x.log");
+public:
+    SomeLines(QList<QByteArray> lines, int linesAtATime)
+        : rest(std::move(lines)), atATime(linesAtATime)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* data, qint64) override
+    {
+        QByteArray bytes;
+        for (int i = 0; i < atATime && !rest.isEmpty(); ++i)
+            bytes += rest.takeFirst() + '\n';
+        std::copy(bytes.cbegin(), bytes.cend(), data);
+        return bytes.isEmpty() ? -1 : static_cast<qint64>(bytes.size());
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QList<QByteArray> rest;
+    int atATime;
+};
+
+Recording recordingOf(const QList<QByteArray>& lines, int linesAtATime = 1, int batchSize = 1)
+{
+    const auto source =
+        monitor::openCandump(std::make_unique<SomeLines>(lines, linesAtATime), "x.log");
     Recording recording;
-    for (Frame frame; source->next(frame);) {
-        recording.milliseconds.append(std::nullopt);
-        if (frame.nanoseconds)
-            recording.milliseconds.last() = *frame.nanoseconds / 1000000;
-        recording.buses.append(source->buses().at(frame.bus));
+    std::vector<Frame> frames(static_cast<size_t>(batchSize));
+    while (const int count = source->read(frames.data(), batchSize)) {
+        for (int i = 0; i < count; ++i) {
+            const Frame& frame = frames[static_cast<size_t>(i)];
+            recording.milliseconds.append(std::nullopt);
+            if (frame.nanoseconds)
+                recording.milliseconds.last() = *frame.nanoseconds / 1000000;
+            recording.buses.append(source->buses().at(frame.bus));
+        }
     }
     recording.notes = source->notes();
     recording.counts = source->counts();
@@ -128,7 +161,8 @@ TEST(CandumpLine, DateAndTimeAreAccepted)
           "(2021-10-25 24:00:55.020850)  can0  123   [2]  11 22",
           "(2021-10-25 19:00:)  can0  123   [2]  11 22", "(2021-10-25)  can0  123   [2]  11 22"}) {
         Frame frame;
-        EXPECT_EQ(CandumpReader().readLine(line, frame), LineKind::Unknown) << line;
+        EXPECT_EQ(CandumpReader().readLine(monitor::viewOf(line), frame), LineKind::Unknown)
+            << line;
     }
 }
 
@@ -229,7 +263,7 @@ TEST(CandumpLine, DropcountIsTheNumberOfLostFrames)
     const QByteArray line = "DROPCOUNT: dropped 12 CAN frames on 'can0' socket (total drops 30)";
     CandumpReader reader;
     Frame frame;
-    EXPECT_EQ(reader.readLine(line, frame), LineKind::Lost);
+    EXPECT_EQ(reader.readLine(monitor::viewOf(line), frame), LineKind::Lost);
     EXPECT_EQ(reader.readLine("(1.0) can0 123#11", frame), LineKind::Frame);
     EXPECT_EQ(reader.lost(), 12);
 }
@@ -362,7 +396,7 @@ TEST(CandumpLine, DamagedLinesNeverYieldFramesOutOfRange)
             line[static_cast<uint>(random()) % static_cast<uint>(line.size())] =
                 static_cast<char>(random());
         Frame frame;
-        if (CandumpReader().readLine(line, frame) != LineKind::Frame)
+        if (CandumpReader().readLine(monitor::viewOf(line), frame) != LineKind::Frame)
             continue;
         ASSERT_LE(frame.length, 64) << line.toHex().constData();
         ASSERT_LE(frame.id, frame.extended ? 0x1FFFFFFFU : 0x7FFU) << line.toHex().constData();
@@ -506,6 +540,28 @@ TEST(CandumpTimes, DecreasingShortTimesAreDifferences)
     EXPECT_EQ(recording.notes,
               QStringList("x.log: short times such as (000.010000) decrease, so each is taken as "
                           "the time since the previous line"));
+}
+
+// The time of the error frame is the first one whose meaning is undecided.
+TEST(CandumpTimes, FramesInABatchBeforeShortTimesKeepTheirTimes)
+{
+    const QByteArray usual = "(1635188455.020850) can1 123#11";
+    const QList<QByteArray> lines{
+        usual,
+        usual,
+        " (000.020000)  can0  20000004   [8]  00 04 00 00 00 00 00 60   ERRORFRAME",
+        usual,
+        " (000.030000)  can0  123   [1]  11",
+        usual,
+        " (000.010000)  can0  123   [1]  11",
+        usual};
+    const qint64 time = 1635188455020;
+    for (const int linesAtATime : {1, 2, 3, 4, 5, 8}) {
+        for (const int batchSize : {1, 2, 3, 100})
+            EXPECT_EQ(recordingOf(lines, linesAtATime, batchSize).milliseconds,
+                      list({time, time, time, 50, time, 60, time}))
+                << linesAtATime << ' ' << batchSize;
+    }
 }
 
 TEST(CandumpTimes, ShortTimesThatDoNotDecreaseCountFromTheFirstLine)

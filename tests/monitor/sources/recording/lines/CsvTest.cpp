@@ -41,8 +41,8 @@ LineKind kindOf(const QByteArray& header, const QByteArray& row)
 {
     CsvReader reader;
     Frame frame;
-    EXPECT_EQ(reader.readLine(header, frame), LineKind::Nothing);
-    return reader.readLine(row, frame);
+    EXPECT_EQ(reader.readLine(monitor::viewOf(header), frame), LineKind::Nothing);
+    return reader.readLine(monitor::viewOf(row), frame);
 }
 
 /// The time of a row of python-can; -1 if it is unknown.

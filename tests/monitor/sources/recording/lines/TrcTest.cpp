@@ -37,8 +37,9 @@ LineKind kindOf(const QByteArray& version, const QByteArray& line)
 {
     TrcReader reader;
     Frame frame;
-    EXPECT_EQ(reader.readLine(";$FILEVERSION=" + version, frame), LineKind::Nothing);
-    return reader.readLine(line, frame);
+    EXPECT_EQ(reader.readLine(monitor::viewOf(";$FILEVERSION=" + version), frame),
+              LineKind::Nothing);
+    return reader.readLine(monitor::viewOf(line), frame);
 }
 
 /// The time of a frame 0.5 s after the start that \a start gives; -1 if it is unknown.

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <QtCore/QtAlgorithms>
+#include <QtCore/QtEndian>
+
+namespace monitor
+{
+
+// These functions examine eight characters at once, without a loop. The characters are the bytes of
+// a number, and the first one is the lowest byte.
+
+constexpr quint64 eightTimes(quint8 character)
+{
+    return character * quint64{0x0101010101010101};
+}
+
+/// The eight characters at \a text.
+inline quint64 eightCharacters(const char* text)
+{
+    return qFromLittleEndian<quint64>(text);
+}
+
+/// The first \a count characters, 0 to 8, followed by zero bytes.
+constexpr quint64 firstCharacters(quint64 characters, int count)
+{
+    return count >= 8 ? characters : characters & ((quint64{1} << 8 * count) - 1);
+}
+
+/// The digits '0', followed by the first \a count characters, 1 to 8.
+constexpr quint64 withLeadingZeros(quint64 characters, int count)
+{
+    return characters << 8 * (8 - count) | firstCharacters(eightTimes('0'), 8 - count);
+}
+
+/// The number of characters before the first one whose bits in \a marks are not all 0.
+inline int charactersBefore(quint64 marks)
+{
+    return static_cast<int>(qCountTrailingZeroBits(marks) / 8);
+}
+
+// In the functions below a carry from a character can change only the characters after it, and only
+// if it is one of those searched for, so the first of these is found nevertheless.
+
+inline int leadingBlanks(quint64 characters)
+{
+    return charactersBefore(characters ^ eightTimes(' '));
+}
+
+inline int leadingDecimalDigits(quint64 characters)
+{
+    const quint64 values = characters ^ eightTimes('0');
+    return charactersBefore((values | (values + eightTimes(6))) & eightTimes(0xF0));
+}
+
+/// The number of leading hexadecimal digits in either case.
+inline int leadingHexDigits(quint64 characters)
+{
+    const quint64 isDigit =
+        (characters + eightTimes(0x80 - '0')) & ~(characters + eightTimes(0x80 - '9' - 1));
+    const quint64 lower = characters | eightTimes(0x20);
+    const quint64 isLetter =
+        (lower + eightTimes(0x80 - 'a')) & ~(lower + eightTimes(0x80 - 'f' - 1));
+    return charactersBefore(~(isDigit | isLetter) & eightTimes(0x80));
+}
+
+/// The number of leading ASCII characters that are neither blanks nor control characters.
+inline int leadingPrintable(quint64 characters)
+{
+    const quint64 isControl = (characters - eightTimes(' ' + 1)) & ~characters;
+    return charactersBefore((isControl | characters) & eightTimes(0x80));
+}
+
+/// The value of eight decimal digits.
+constexpr quint32 decimalValue(quint64 digits)
+{
+    const quint64 values = digits & eightTimes(0xF);
+    const quint64 pairs = (values * 10 + (values >> 8)) & 0x00FF00FF00FF00FF;
+    const quint64 fours = (pairs * 100 + (pairs >> 16)) & 0x0000FFFF0000FFFF;
+    return static_cast<quint32>(fours * 10000 + (fours >> 32));
+}
+
+/// The four bytes that eight hexadecimal digits denote, the first one lowest. Zero bytes instead of
+/// digits count as 0.
+constexpr quint32 hexBytes(quint64 digits)
+{
+    const quint64 values = (digits & eightTimes(0xF)) + 9 * (digits >> 6 & eightTimes(1));
+    const quint64 bytes = (values << 4 | values >> 8) & 0x00FF00FF00FF00FF;
+    const quint64 pairs = (bytes | bytes >> 8) & 0x0000FFFF0000FFFF;
+    return static_cast<quint32>(pairs | pairs >> 16);
+}
+
+/// The number that eight hexadecimal digits denote.
+inline quint32 hexValue(quint64 digits)
+{
+    return qbswap(hexBytes(digits));
+}
+
+} // namespace monitor
