@@ -12,14 +12,30 @@ FrameFilter::FrameFilter(FrameSource& source, FrameChoice choice)
 
 bool FrameFilter::next(Frame& frame)
 {
-    for (Frame read; input.next(read);) {
-        if (!isChosen(read))
-            continue;
-        frame = read;
-        ++delivered;
-        return true;
+    Frame chosenFrame; // frame must not change at the end
+    if (read(&chosenFrame, 1) == 0)
+        return false;
+    frame = chosenFrame;
+    return true;
+}
+
+int FrameFilter::read(Frame* frames, int size)
+{
+    if (chosen.buses.isEmpty() && !chosen.from && !chosen.to)
+        return input.read(frames, size);
+    int kept = 0;
+    for (int count = 1; kept == 0 && count > 0;) {
+        count = input.read(frames, size);
+        for (int i = 0; i < count; ++i) {
+            if (!isChosen(frames[i]))
+                continue;
+            if (kept < i)
+                frames[kept] = frames[i];
+            ++kept;
+        }
     }
-    return false;
+    delivered += kept;
+    return kept;
 }
 
 QStringList FrameFilter::notes() const

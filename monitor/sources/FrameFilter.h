@@ -43,6 +43,7 @@ public:
     FrameFilter(FrameSource& source, FrameChoice choice);
 
     [[nodiscard]] bool next(Frame& frame) override;
+    [[nodiscard]] int read(Frame* frames, int size) override;
     SourceCounts counts() const override { return input.counts(); }
     SourceProgress progress() const override { return input.progress(); }
     QStringList buses() const override { return input.buses(); }

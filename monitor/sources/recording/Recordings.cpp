@@ -22,24 +22,44 @@ std::optional<qint64> shifted(qint64 time, qint64 shift)
     return sum >= 0 && sum <= latestTime ? std::optional<qint64>(sum) : std::nullopt;
 }
 
+void shiftTimes(qint64 shift, Frame* frames, size_t count)
+{
+    for (size_t i = 0; i < count && shift != 0; ++i) {
+        if (frames[i].nanoseconds)
+            frames[i].nanoseconds = shifted(*frames[i].nanoseconds, shift);
+    }
+}
+
 constexpr int maxNotes = 10; // a thousand files would have a thousand similar ones
+constexpr int framesAhead = 64;
 
 } // namespace
 
-/// One recording and its next frame.
+/// One recording, and frames that have been read from it in advance.
 struct Recordings::Part {
     QString fileName;
     int number = 0; // in the given order
     qint64 bytes = 0;
     std::unique_ptr<FrameSource> source;
-    Frame head;
+    std::vector<Frame> ahead;
+    size_t next = 0; // position of the head, the next frame, in ahead
+    size_t aheadEnd = 0;
     std::optional<qint64> first; // the time of the first frame, if known
     qint64 time = 0;             // of the head, or of the newest frame before it that has one
     qint64 shift = 0;            // added to its times
     QVector<quint16> busOf;      // numbers of its buses here
-    QStringList openingNotes;
+    bool keepsBuses = true;      // whether its own numbers are the same
 
     bool isAbsolute() const { return first && *first >= firstAbsoluteTime; }
+    bool hasHead() const { return next < aheadEnd; }
+    void noteTimeOfHead() { time = ahead[next].nanoseconds.value_or(time); }
+
+    void close()
+    {
+        source.reset();
+        ahead = {};
+        next = aheadEnd = 0;
+    }
 
     static bool isLater(const Part* left, const Part* right)
     {
@@ -63,10 +83,10 @@ Recordings::Recordings(const QStringList& fileNames, std::function<bool()> isSto
             finish(*part);
             continue;
         }
-        part->first = part->head.nanoseconds;
+        part->first = part->ahead.front().nanoseconds;
         // A file is opened again when its turn comes, so that any number of files can be read.
         if (fileNames.size() > 1 && fileName != QLatin1String("-") && QFileInfo(fileName).isFile())
-            part->source.reset();
+            part->close();
         waiting.push_back(std::move(part));
     }
     std::stable_sort(waiting.begin(), waiting.end(), [](const auto& left, const auto& right) {
@@ -80,30 +100,60 @@ Recordings::Recordings(const QStringList& fileNames, std::function<bool()> isSto
 
 Recordings::~Recordings() = default;
 
-bool Recordings::next(Frame& frame)
+int Recordings::read(Frame* frames, int size)
 {
     if (isStopRequested())
-        return false;
-    startDue();
-    if (started.empty())
-        return false;
+        return 0;
+    const int wanted = stop ? std::min(size, untilStopCheck) : size;
+    int count = 0;
+    while (count < wanted) {
+        if (started.size() == 1 && !started.front()->hasHead()) {
+            if (count > 0)
+                break; // the next frame may not have arrived yet
+            Part& part = *started.front();
+            if (waiting.empty())
+                count = readFrames(part, frames, wanted);
+            else
+                readHead(part);
+            if (count == 0 && !part.hasHead())
+                remove(part);
+            continue;
+        }
+        startDue();
+        if (started.empty())
+            break;
+        frames[count++] = takeHead();
+    }
+    untilStopCheck -= stop ? count : 0;
+    return count;
+}
+
+/// Takes the next frame of the recordings that have been started. Afterwards all of them have a
+/// head, unless there is only one.
+Frame Recordings::takeHead()
+{
     Part& part = *started.front();
-    frame = part.head;
+    const Frame frame = part.ahead[part.next++];
     isAnyDelivered = true;
     newest = std::max(newest, part.time);
     if (started.size() > 1)
         std::pop_heap(started.begin(), started.end(), Part::isLater);
-    if (readHead(part)) {
-        if (started.size() > 1)
-            std::push_heap(started.begin(), started.end(), Part::isLater);
-        return true;
-    }
+    if (part.hasHead())
+        part.noteTimeOfHead();
+    else if (started.size() > 1 && !readHead(part))
+        remove(part);
+    std::push_heap(started.begin(), started.end(), Part::isLater);
+    return frame;
+}
+
+/// Removes a part that has ended from the started ones.
+void Recordings::remove(Part& part)
+{
     finish(part);
     started.erase(std::find(started.begin(), started.end(), &part));
     std::make_heap(started.begin(), started.end(), Part::isLater);
     owned.erase(std::find_if(owned.begin(), owned.end(),
                              [&part](const auto& other) { return other.get() == &part; }));
-    return true;
 }
 
 /// Starts the waiting recordings that may have the next frame.
@@ -121,8 +171,8 @@ void Recordings::startDue()
             allNotes += QStringLiteral("%1: has no absolute times, so it is read as if it began "
                                        "when the previous recording ended")
                             .arg(part.fileName);
-            if (!isReopened && part.head.nanoseconds)
-                part.head.nanoseconds = shifted(*part.head.nanoseconds, part.shift);
+            if (!isReopened)
+                shiftTimes(part.shift, part.ahead.data(), part.aheadEnd);
             part.time = newest;
         }
         owned.push_back(std::move(waiting.back()));
@@ -145,22 +195,35 @@ void Recordings::open(Part& part)
         errors += opened.error;
 }
 
-/// Reads the next frame of \a part. Returns false at its end.
+/// Reads frames of \a part in advance. Returns false at its end.
 bool Recordings::readHead(Part& part)
 {
-    if (!part.source->next(part.head))
-        return false;
-    if (part.head.bus >= part.busOf.size()) {
+    part.ahead.resize(framesAhead);
+    part.next = 0;
+    part.aheadEnd = static_cast<size_t>(readFrames(part, part.ahead.data(), framesAhead));
+    if (part.hasHead())
+        part.noteTimeOfHead();
+    return part.hasHead();
+}
+
+/// Reads frames of \a part as FrameSource::read() does, with their buses and times here.
+int Recordings::readFrames(Part& part, Frame* frames, int size)
+{
+    const int count = part.source->read(frames, size);
+    quint16 highestBus = 0;
+    for (int i = 0; i < count; ++i)
+        highestBus = std::max(highestBus, frames[i].bus);
+    if (count > 0 && highestBus >= part.busOf.size()) {
         const QStringList busNames = part.source->buses();
-        for (auto i = part.busOf.size(); i < busNames.size(); ++i)
+        for (auto i = part.busOf.size(); i < busNames.size(); ++i) {
             part.busOf.append(names.indexOf(busNames.at(i).toUtf8()));
+            part.keepsBuses = part.keepsBuses && part.busOf.last() == i;
+        }
     }
-    part.head.bus = part.busOf.value(part.head.bus);
-    if (part.head.nanoseconds) {
-        part.head.nanoseconds = shifted(*part.head.nanoseconds, part.shift);
-        part.time = part.head.nanoseconds.value_or(part.time);
-    }
-    return true;
+    for (int i = 0; i < count && !part.keepsBuses; ++i)
+        frames[i].bus = part.busOf.value(frames[i].bus);
+    shiftTimes(part.shift, frames, static_cast<size_t>(count));
+    return count;
 }
 
 void Recordings::finish(Part& part)
@@ -176,19 +239,18 @@ void Recordings::finish(Part& part)
     allNotes += part.source->notes();
     if (!part.source->error().isEmpty())
         errors += part.source->error();
-    part.source.reset();
+    part.close();
 }
 
 bool Recordings::isStopRequested()
 {
-    constexpr quint32 framesPerCheck = 4096;
-    if (!stop || untilStopCheck-- > 0)
+    constexpr int framesPerCheck = 4096;
+    if (!stop || untilStopCheck > 0)
         return false;
+    if (stop())
+        return true;
     untilStopCheck = framesPerCheck;
-    if (!stop())
-        return false;
-    untilStopCheck = 0;
-    return true;
+    return false;
 }
 
 SourceCounts Recordings::counts() const

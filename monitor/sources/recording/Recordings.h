@@ -32,7 +32,8 @@ public:
     Recordings(const Recordings&) = delete;
     Recordings& operator=(const Recordings&) = delete;
 
-    [[nodiscard]] bool next(Frame& frame) override;
+    [[nodiscard]] bool next(Frame& frame) override { return read(&frame, 1) == 1; }
+    [[nodiscard]] int read(Frame* frames, int size) override;
     SourceCounts counts() const override;
     SourceProgress progress() const override;
     QStringList buses() const override { return names.names(); }
@@ -44,7 +45,10 @@ private:
     struct Part;
 
     void open(Part& part);
+    Frame takeHead();
     bool readHead(Part& part);
+    int readFrames(Part& part, Frame* frames, int size);
+    void remove(Part& part);
     void finish(Part& part);
     void startDue();
     bool isStopRequested();
@@ -57,7 +61,7 @@ private:
     BusNames names;
     qint64 newest = 0; // time of the newest frame
     bool isAnyDelivered = false;
-    quint32 untilStopCheck = 0;
+    int untilStopCheck = 0; // frames
     SourceCounts finishedCounts;
     qint64 finishedBytes = 0;
     qint64 totalBytes = 0;

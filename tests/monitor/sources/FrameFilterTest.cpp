@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 using monitor::Frame;
 using monitor::FrameChoice;
 using monitor::FrameFilter;
@@ -38,6 +40,27 @@ struct Filtered {
     QStringList notes;
 };
 
+bool operator==(const Filtered& left, const Filtered& right)
+{
+    return left.positions == right.positions && left.notes == right.notes;
+}
+
+Filtered filteredInBatches(const QVector<Frame>& frames, const FrameChoice& choice,
+                           const QStringList& buses, int batchSize)
+{
+    FrameList source(frames, buses);
+    FrameFilter filter(source, choice);
+    Filtered result;
+    std::vector<Frame> batch(static_cast<size_t>(batchSize));
+    while (const int count = filter.read(batch.data(), batchSize)) {
+        for (int i = 0; i < count; ++i)
+            result.positions.append(batch[static_cast<size_t>(i)].id);
+    }
+    result.notes = filter.notes();
+    return result;
+}
+
+/// The same for frames that are read one by one and in batches.
 Filtered filtered(QVector<Frame> frames, const FrameChoice& choice,
                   const QStringList& buses = {"can0", "can1", "can2"})
 {
@@ -50,6 +73,8 @@ Filtered filtered(QVector<Frame> frames, const FrameChoice& choice,
     for (Frame frame; filter.next(frame);)
         result.positions.append(frame.id);
     result.notes = filter.notes();
+    for (const int batchSize : {2, 3, 5000})
+        EXPECT_EQ(filteredInBatches(frames, choice, buses, batchSize), result) << batchSize;
     return result;
 }
 

@@ -8,7 +8,10 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <random>
@@ -124,14 +127,19 @@ QStringList textsOf(const std::vector<LogFrame>& frames)
     return texts;
 }
 
-QStringList textsIn(Reader& recordings)
+QStringList textsIn(Reader& recordings, int batchSize = 1)
 {
     QStringList texts;
-    for (Frame frame; recordings.next(frame);)
-        texts += QString("%1 %2 %3")
-                     .arg(frame.nanoseconds.value_or(-1))
-                     .arg(recordings.buses().at(frame.bus))
-                     .arg(frame.id, 0, 16);
+    std::vector<Frame> frames(static_cast<size_t>(batchSize));
+    while (const int count = recordings.read(frames.data(), batchSize)) {
+        for (int i = 0; i < count; ++i) {
+            const Frame& frame = frames[static_cast<size_t>(i)];
+            texts += QString("%1 %2 %3")
+                         .arg(frame.nanoseconds.value_or(-1))
+                         .arg(recordings.buses().at(frame.bus))
+                         .arg(frame.id, 0, 16);
+        }
+    }
     return texts;
 }
 
@@ -232,6 +240,22 @@ TEST_F(Recordings, FileWithoutAbsoluteTimesIsAppendedWithANote)
         ASSERT_EQ(recordings.notes().size(), 1);
         EXPECT_TRUE(recordings.notes().at(0).startsWith(dateless + ": "));
     }
+}
+
+// A pipe is not opened again when its turn comes.
+TEST_F(Recordings, PipeWithoutAbsoluteTimesIsAppended)
+{
+    const QString pipe = path("pipe");
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    const int writer = ::open(QFile::encodeName(pipe).constData(), O_RDWR | O_CLOEXEC);
+    const QByteArray lines = line(10 * second, 0x20) + line(11 * second, 0x21);
+    ASSERT_EQ(::write(writer, lines.constData(), static_cast<size_t>(lines.size())), lines.size());
+    Reader recordings({pipe, writeFrames("dated", 0x10, {0, 2000})});
+    ::close(writer);
+    EXPECT_EQ(textsIn(recordings), textsOf({{october(0), 0, 0x10},
+                                            {october(2000), 0, 0x11},
+                                            {october(2000), 0, 0x20},
+                                            {october(3000), 0, 0x21}}));
 }
 
 TEST_F(Recordings, FilesWithoutAbsoluteTimesFollowEachOtherInTheGivenOrder)
@@ -402,6 +426,42 @@ TEST_F(Recordings, StopRequestEndsReadingBeforeTheEnd)
     EXPECT_LE(calls, 30);
 }
 
+TEST_F(Recordings, StopRequestEndsBatchesAtTheSameFrame)
+{
+    std::vector<LogFrame> frames;
+    for (int i = 0; i < 20000; ++i)
+        frames.push_back({october(i), i % 17, 0x10}); // lines of different lengths
+    const QString file = write("a", logOf(frames));
+    const auto countUntilStop = [&file](int batchSize) {
+        int calls = 0;
+        Reader stopped({file}, [&calls] { return ++calls == 3; });
+        return textsIn(stopped, batchSize).size();
+    };
+    const auto expected = countUntilStop(1);
+    EXPECT_LT(expected, 20000);
+    for (const int batchSize : {2, 1000, 20000})
+        EXPECT_EQ(countUntilStop(batchSize), expected) << batchSize;
+}
+
+TEST_F(Recordings, BusesAreRenumberedAndTimesShiftedInBatches)
+{
+    std::vector<LogFrame> dated;
+    std::vector<LogFrame> dateless;
+    std::vector<LogFrame> all;
+    for (int i = 0; i < 500; ++i) {
+        dated.push_back({october(i), i % 3, 0x10});
+        dateless.push_back({i * 1000000, 2 - i % 3, 0x20});
+    }
+    all = dated;
+    for (const LogFrame& frame : dateless)
+        all.push_back({frame.time + october(499), frame.bus, frame.id});
+    const QStringList files{write("dated", logOf(dated)), write("dateless", logOf(dateless))};
+    for (const int batchSize : {1, 64, 300}) {
+        Reader recordings(files);
+        EXPECT_EQ(textsIn(recordings, batchSize), textsOf(all)) << batchSize;
+    }
+}
+
 TEST_F(Recordings, StopRequestBeforeTheFirstFrameReadsNothing)
 {
     Reader stopped({writeFrames("a", 0x10, {1})}, [] { return true; });
@@ -439,9 +499,11 @@ TEST_F(Recordings, LogCutIntoFilesInAnyOrderReadsAsTheWhole)
             begin = end;
         }
         std::shuffle(files.begin(), files.end(), random);
-        Reader recordings(files);
-        ASSERT_EQ(textsIn(recordings), textsOf(frames));
-        ASSERT_EQ(recordings.error(), QString());
+        for (const int batchSize : {1, 7, 1000}) {
+            Reader recordings(files);
+            ASSERT_EQ(textsIn(recordings, batchSize), textsOf(frames));
+            ASSERT_EQ(recordings.error(), QString());
+        }
     }
 }
 
@@ -467,7 +529,9 @@ TEST_F(Recordings, FramesDealtToFilesReadAsTheSortedWhole)
         std::stable_sort(
             sorted.begin(), sorted.end(),
             [](const LogFrame& left, const LogFrame& right) { return left.time < right.time; });
-        Reader recordings(files);
-        ASSERT_EQ(textsIn(recordings), textsOf(sorted));
+        for (const int batchSize : {1, 7, 1000}) {
+            Reader recordings(files);
+            ASSERT_EQ(textsIn(recordings, batchSize), textsOf(sorted));
+        }
     }
 }
