@@ -3,6 +3,8 @@
 #include <QtCore/QtAlgorithms>
 #include <QtCore/QtEndian>
 
+#include <algorithm>
+
 namespace monitor
 {
 
@@ -93,6 +95,31 @@ constexpr quint32 hexBytes(quint64 digits)
 inline quint32 hexValue(quint64 digits)
 {
     return qbswap(hexBytes(digits));
+}
+
+constexpr int spacedBytesSize = 24;
+
+/// Reads up to eight bytes such as " 8A A0 FF", a blank and two hexadecimal digits each, from the
+/// spacedBytesSize characters at \a text. Returns their number, and the bytes in \a bytes, the
+/// first one lowest; those above are arbitrary.
+inline int spacedBytes(const char* text, quint64& bytes)
+{
+    const quint64 first = eightCharacters(text);
+    const quint64 second = eightCharacters(text + 8);
+    const quint64 third = eightCharacters(text + 16);
+    const quint64 blanks = (first & 0xFF) | (first >> 16 & 0xFF00) | (first >> 32 & 0xFF0000) |
+                           (second << 16 & 0xFF000000) | (second & 0xFF00000000) |
+                           (second >> 16 & 0xFF0000000000) | (third << 32 & 0xFF000000000000) |
+                           (third << 16 & 0xFF00000000000000);
+    const quint64 low = (first >> 8 & 0xFFFF) | (first >> 16 & 0xFFFF0000) |
+                        (first >> 24 & 0xFF00000000) | (second << 40 & 0xFF0000000000) |
+                        (second << 32 & 0xFFFF000000000000);
+    const quint64 high = (second >> 40 & 0xFFFF) | (third << 16 & 0xFFFF0000) |
+                         (third << 8 & 0xFFFF00000000) | (third & 0xFFFF000000000000);
+    const int lowDigits = leadingHexDigits(low);
+    const int digits = lowDigits == 8 ? 8 + leadingHexDigits(high) : lowDigits;
+    bytes = quint64{hexBytes(high)} << 32 | hexBytes(low);
+    return std::min(leadingBlanks(blanks), digits / 2);
 }
 
 } // namespace monitor

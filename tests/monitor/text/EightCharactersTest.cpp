@@ -80,3 +80,26 @@ TEST(EightCharacters, FewerDigitsAreFilledUp)
     EXPECT_EQ(decimalValue(withLeadingZeros(characters, 3)), 123U);
     EXPECT_EQ(decimalValue(withLeadingZeros(characters, 1)), 1U);
 }
+
+TEST(EightCharacters, SpacedBytesAreCountedAndRead)
+{
+    std::mt19937 random(24);
+    for (int i = 0; i < 200000; ++i) {
+        QByteArray text;
+        while (text.size() < spacedBytesSize)
+            text += ' ' + QByteArray::number(static_cast<uint>(256 + random() % 256), 16).mid(1);
+        for (auto others = random() % 3; others > 0; --others)
+            text[static_cast<int>(random() % spacedBytesSize)] = static_cast<char>(random());
+        QByteArray expected;
+        const auto isDigit = [&text](int place) {
+            return std::isxdigit(static_cast<uchar>(text.at(place))) != 0;
+        };
+        for (int at = 0;
+             at < text.size() && text.at(at) == ' ' && isDigit(at + 1) && isDigit(at + 2); at += 3)
+            expected += QByteArray::fromHex(text.mid(at + 1, 2));
+        quint64 bytes = 0;
+        ASSERT_EQ(spacedBytes(text.constData(), bytes), expected.size()) << text.constData();
+        for (int byte = 0; byte < expected.size(); ++byte)
+            ASSERT_EQ(static_cast<char>(bytes >> 8 * byte), expected.at(byte)) << text.constData();
+    }
+}

@@ -1,9 +1,12 @@
 #include "Asc.h"
 
+#include "text/eightCharacters.h"
+
 #include <QtCore/QDateTime>
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace monitor
 {
@@ -237,6 +240,60 @@ bool readDate(LineCursor cursor, qint64& nanoseconds)
     return true;
 }
 
+// Parts of a usual line, see AscReader::readUsualLine().
+
+bool skipBlanks(const char*& at)
+{
+    const char* const begin = at;
+    int blanks = 0;
+    do {
+        blanks = leadingBlanks(eightCharacters(at));
+        at += blanks;
+    } while (blanks == 8);
+    return at != begin;
+}
+
+/// Takes a number of up to \a most digits, at most 7.
+bool takeDecimal(const char*& at, int most, quint32& number)
+{
+    const quint64 characters = eightCharacters(at);
+    const int digits = leadingDecimalDigits(characters);
+    if (digits == 0 || digits > most)
+        return false;
+    number = decimalValue(withLeadingZeros(characters, digits));
+    at += digits;
+    return true;
+}
+
+/// Takes a time of up to 7 digits before and after the point.
+bool takeTime(const char*& at, qint64& nanoseconds)
+{
+    constexpr qint64 weights[] = {1000000000, 100000000, 10000000, 1000000,
+                                  100000,     10000,     1000,     100};
+    quint32 seconds = 0;
+    quint32 fraction = 0;
+    if (!takeDecimal(at, 7, seconds) || *at != '.')
+        return false;
+    const char* const point = at++;
+    if (!takeDecimal(at, 7, fraction))
+        return false;
+    nanoseconds = seconds * nanosecondsPerSecond + fraction * weights[at - point - 1];
+    return true;
+}
+
+/// The line feed after the data, which ends at \a at; nullptr if there is none before \a end, and
+/// if another character than a blank follows the data.
+const char* findLineFeed(const char* at, const char* end)
+{
+    if (*at == '\r' && at[1] == '\n')
+        return at + 1;
+    if (*at == '\n')
+        return at;
+    return *at == ' '
+               ? static_cast<const char*>(std::memchr(at, '\n', static_cast<size_t>(end - at)))
+               : nullptr;
+}
+
 } // namespace
 
 LineKind AscReader::readLine(std::string_view line, Frame& frame)
@@ -261,6 +318,76 @@ LineKind AscReader::readLine(std::string_view line, Frame& frame)
         frame = read;
     }
     return kind;
+}
+
+int AscReader::readUsualLines(LineReader& lines, Frame* frames, int size)
+{
+    const std::string_view ahead = lines.ahead();
+    const char* line = ahead.data();
+    const char* const end = line + ahead.size();
+    int count = 0;
+    while (base == 16 && count < size && line < end) {
+        const char* const next = readUsualLine(line, end, frames[count]);
+        if (next == nullptr)
+            break;
+        line = next;
+        ++count;
+    }
+    lines.skipLines(line, count);
+    return count;
+}
+
+/// Reads a line such as "   0.015991 1  18FEDF00x       Rx   d 8 8A A0 FF FF FF FF FF FF" at \a at
+/// into \a frame, and returns its end. Returns nullptr, leaving \a frame unchanged, if the line has
+/// another form or does not end before \a end, where the padding of a LineReader must begin.
+const char* AscReader::readUsualLine(const char* at, const char* end, Frame& frame)
+{
+    // No character is passed before it has been examined, so reading stops at the zeros at the end.
+    static_assert(LineReader::padding >= spacedBytesSize + 1);
+    skipBlanks(at);
+    qint64 time = 0;
+    quint32 channel = 0;
+    if (!takeTime(at, time) || !skipBlanks(at))
+        return nullptr;
+    time += relative ? nanoseconds : 0;
+    const quint64 channelName = eightCharacters(at);
+    const int channelSize = leadingDecimalDigits(channelName);
+    if (time > latestTime - start || !takeDecimal(at, 3, channel) || channel > 255 ||
+        !skipBlanks(at))
+        return nullptr;
+
+    const quint64 idDigits = eightCharacters(at);
+    const int idSize = leadingHexDigits(idDigits);
+    const bool extended = (at[idSize] | 0x20) == 'x';
+    if (idSize == 0)
+        return nullptr;
+    const quint32 id = hexValue(withLeadingZeros(idDigits, idSize));
+    at += idSize + (extended ? 1 : 0);
+    if (id > (extended ? lastExtendedId : lastStandardId) || !skipBlanks(at))
+        return nullptr;
+
+    if (!(*at == 'R' || *at == 'T') || at[1] != 'x' || !skipBlanks(at += 2) || *at != 'd' ||
+        !skipBlanks(++at) || *at < '0')
+        return nullptr;
+    const int length = *at++ - '0';
+    quint64 bytes = 0;
+    if (spacedBytes(at, bytes) < length) // more than 8 bytes too
+        return nullptr;
+    at = findLineFeed(at + 3 * length, end);
+    if (at == nullptr)
+        return nullptr;
+
+    nanoseconds = time;
+    frame.nanoseconds = start + time;
+    frame.id = id;
+    frame.extended = extended;
+    frame.remote = false;
+    frame.fd = false;
+    frame.bitRateSwitch = false;
+    frame.bus = busNames.indexOf(firstCharacters(channelName, channelSize), channelSize);
+    frame.length = static_cast<quint8>(length);
+    qToLittleEndian(firstCharacters(bytes, length), frame.data.data());
+    return at + 1;
 }
 
 void AscReader::readHeader(std::string_view line)

@@ -28,10 +28,12 @@ class AscReader : public LineParser
 {
 public:
     LineKind readLine(std::string_view line, Frame& frame) override;
+    int readUsualLines(LineReader& lines, Frame* frames, int size) override;
     QStringList buses() const override { return busNames.names(); }
     QStringList notes() const override;
 
 private:
+    const char* readUsualLine(const char* at, const char* end, Frame& frame);
     void readHeader(std::string_view line);
     void readStart(LineCursor cursor);
     void readStartOfMeasurement(LineCursor cursor);

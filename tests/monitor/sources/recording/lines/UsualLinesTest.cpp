@@ -1,3 +1,4 @@
+#include <sources/recording/lines/Asc.h>
 #include <sources/recording/lines/Candump.h>
 #include <text/LineReader.h>
 
@@ -49,6 +50,43 @@ QByteArray candumpLine(Random& random)
     return '(' + seconds + '.' + randomText(random, 6, "0123456789") + ") " +
            names[randomUpTo(random, 6)] + ' ' + id + '#' +
            randomText(random, randomUpTo(random, 19) > 0 ? 2 * bytes : bytes, digits);
+}
+
+QByteArray blanks(Random& random, int most)
+{
+    return QByteArray(1 + randomUpTo(random, most - 1), ' ');
+}
+
+QByteArray ascLine(Random& random)
+{
+    const QByteArray headers[] = {"base dec  timestamps absolute", "base hex  timestamps relative",
+                                  "date Mon Nov 16 10:38:11.123 am 2020",
+                                  "date Mon Oct 1 10:38:11.123 am 2096"}; // nearly the latest time
+    const QByteArray sizes[] = {"1", "2", "9", "3999999999", "12345678", "4000000"};
+    // A header changes the meaning of the lines that follow, so there are few.
+    if (randomUpTo(random, 150) == 0)
+        return headers[randomUpTo(random, 3)];
+    if (randomUpTo(random, 30) == 0)
+        return "base hex  timestamps absolute";
+    const QByteArray digits = randomUpTo(random, 3) > 0 ? "0123456789ABCDEF" : "0123456789abcdef";
+    const QByteArray seconds = randomUpTo(random, 9) > 0
+                                   ? randomText(random, 1 + randomUpTo(random, 6), "0123456789")
+                                   : sizes[randomUpTo(random, 5)];
+    const bool isExtended = randomUpTo(random, 1) == 1;
+    const QByteArray id = isExtended
+                              ? oneOf(random, "0111112") + randomText(random, 7, digits) + 'x'
+                              : oneOf(random, "012345678") + randomText(random, 2, digits);
+    const int bytes = randomUpTo(random, 9);
+    QByteArray line = (randomUpTo(random, 1) == 0 ? QByteArray() : blanks(random, 12)) + seconds +
+                      '.' + randomText(random, 1 + randomUpTo(random, 7), "0123456789") +
+                      blanks(random, 2) + QByteArray::number(randomUpTo(random, 260)) +
+                      blanks(random, 3) + id + blanks(random, 20) +
+                      (randomUpTo(random, 1) == 0 ? "Rx" : "Tx") + blanks(random, 4) + 'd' +
+                      blanks(random, 2) + QByteArray::number(bytes);
+    for (int i = 0; i < bytes; ++i)
+        line += ' ' + randomText(random, 2, digits);
+    const QByteArray ends[] = {"", " ", "  Length = 273910 BitCount = 141 ID = 1x", " 11 22"};
+    return line + ends[randomUpTo(random, 3)];
 }
 
 /// Changes up to two characters of \a line.
@@ -169,6 +207,20 @@ void compareManyLines(QByteArray (*makeLine)(Random& random))
 TEST(UsualLines, OfCandumpAreReadAsByTheGeneralParser)
 {
     compareManyLines<monitor::CandumpReader>(candumpLine);
+}
+
+TEST(UsualLines, OfAscAreReadAsByTheGeneralParser)
+{
+    compareManyLines<monitor::AscReader>(ascLine);
+}
+
+TEST(UsualLines, OfAscNeedNoGeneralParser)
+{
+    Random random(1);
+    const QByteArray lines =
+        "   0.015991 1  18FEDF00x       Rx   d 8 8A A0 0F A6 60 3B D1 40  Length = 273910 ID = 1x\n"
+        "  10.015992 2  123             Tx   d 3 8A A0 0F\n";
+    EXPECT_EQ(compareWays<monitor::AscReader>(random, "#\n" + lines.repeated(500)), 1000);
 }
 
 TEST(UsualLines, OfCandumpNeedNoGeneralParser)
