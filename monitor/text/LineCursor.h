@@ -20,6 +20,16 @@ inline bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+inline bool startsWith(std::string_view text, std::string_view start)
+{
+    return text.substr(0, start.size()) == start;
+}
+
+inline bool endsWith(std::string_view text, std::string_view end)
+{
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
 /// The value of a hexadecimal digit in either case.
 inline std::optional<quint32> hexDigit(char c)
 {

@@ -48,21 +48,45 @@ inline int leadingBlanks(quint64 characters)
     return charactersBefore(characters ^ eightTimes(' '));
 }
 
-inline int leadingDecimalDigits(quint64 characters)
+/// Marks characters other than decimal digits.
+constexpr quint64 notDecimal(quint64 characters)
 {
     const quint64 values = characters ^ eightTimes('0');
-    return charactersBefore((values | (values + eightTimes(6))) & eightTimes(0xF0));
+    return (values | (values + eightTimes(6))) & eightTimes(0xF0);
 }
 
-/// The number of leading hexadecimal digits in either case.
-inline int leadingHexDigits(quint64 characters)
+inline int leadingDecimalDigits(quint64 characters)
+{
+    return charactersBefore(notDecimal(characters));
+}
+
+/// Whether all characters are decimal digits.
+constexpr bool areDecimalDigits(quint64 characters)
+{
+    return notDecimal(characters) == 0;
+}
+
+/// Marks characters other than hexadecimal digits in either case.
+constexpr quint64 notHexadecimal(quint64 characters)
 {
     const quint64 isDigit =
         (characters + eightTimes(0x80 - '0')) & ~(characters + eightTimes(0x80 - '9' - 1));
     const quint64 lower = characters | eightTimes(0x20);
     const quint64 isLetter =
         (lower + eightTimes(0x80 - 'a')) & ~(lower + eightTimes(0x80 - 'f' - 1));
-    return charactersBefore(~(isDigit | isLetter) & eightTimes(0x80));
+    return ~(isDigit | isLetter) & eightTimes(0x80);
+}
+
+/// The number of leading hexadecimal digits in either case.
+inline int leadingHexDigits(quint64 characters)
+{
+    return charactersBefore(notHexadecimal(characters));
+}
+
+/// Whether all characters are hexadecimal digits.
+constexpr bool areHexDigits(quint64 characters)
+{
+    return notHexadecimal(characters) == 0;
 }
 
 /// The number of leading ASCII characters that are neither blanks nor control characters.
@@ -81,11 +105,16 @@ constexpr quint32 decimalValue(quint64 digits)
     return static_cast<quint32>(fours * 10000 + (fours >> 32));
 }
 
-/// The four bytes that eight hexadecimal digits denote, the first one lowest. Zero bytes instead of
-/// digits count as 0.
+/// The values of eight hexadecimal digits, each in its byte. That of a zero byte is 0.
+constexpr quint64 hexValues(quint64 digits)
+{
+    return (digits & eightTimes(0xF)) + 9 * (digits >> 6 & eightTimes(1));
+}
+
+/// The four bytes that eight hexadecimal digits denote, the first one lowest.
 constexpr quint32 hexBytes(quint64 digits)
 {
-    const quint64 values = (digits & eightTimes(0xF)) + 9 * (digits >> 6 & eightTimes(1));
+    const quint64 values = hexValues(digits);
     const quint64 bytes = (values << 4 | values >> 8) & 0x00FF00FF00FF00FF;
     const quint64 pairs = (bytes | bytes >> 8) & 0x0000FFFF0000FFFF;
     return static_cast<quint32>(pairs | pairs >> 16);
@@ -94,7 +123,34 @@ constexpr quint32 hexBytes(quint64 digits)
 /// The number that eight hexadecimal digits denote.
 inline quint32 hexValue(quint64 digits)
 {
-    return qbswap(hexBytes(digits));
+    const quint64 values = hexValues(qbswap(digits)); // the first one is highest
+    const quint64 bytes = (values | values >> 4) & 0x00FF00FF00FF00FF;
+    const quint64 pairs = (bytes | bytes >> 8) & 0x0000FFFF0000FFFF;
+    return static_cast<quint32>(pairs | pairs >> 16);
+}
+
+/// Moves \a at behind blanks, and returns whether there are any.
+inline bool skipBlanks(const char*& at)
+{
+    const char* const begin = at;
+    int blanks = 0;
+    do {
+        blanks = leadingBlanks(eightCharacters(at));
+        at += blanks;
+    } while (blanks == 8);
+    return at != begin;
+}
+
+/// Takes a number of up to \a most digits, at most 7. Returns false if there is no such number.
+[[nodiscard]] inline bool takeDecimal(const char*& at, int most, quint32& number)
+{
+    const quint64 characters = eightCharacters(at);
+    const int digits = leadingDecimalDigits(characters);
+    if (digits == 0 || digits > most)
+        return false;
+    number = decimalValue(withLeadingZeros(characters, digits));
+    at += digits;
+    return true;
 }
 
 constexpr int spacedBytesSize = 24;

@@ -240,31 +240,6 @@ bool readDate(LineCursor cursor, qint64& nanoseconds)
     return true;
 }
 
-// Parts of a usual line, see AscReader::readUsualLine().
-
-bool skipBlanks(const char*& at)
-{
-    const char* const begin = at;
-    int blanks = 0;
-    do {
-        blanks = leadingBlanks(eightCharacters(at));
-        at += blanks;
-    } while (blanks == 8);
-    return at != begin;
-}
-
-/// Takes a number of up to \a most digits, at most 7.
-bool takeDecimal(const char*& at, int most, quint32& number)
-{
-    const quint64 characters = eightCharacters(at);
-    const int digits = leadingDecimalDigits(characters);
-    if (digits == 0 || digits > most)
-        return false;
-    number = decimalValue(withLeadingZeros(characters, digits));
-    at += digits;
-    return true;
-}
-
 /// Takes a time of up to 7 digits before and after the point.
 bool takeTime(const char*& at, qint64& nanoseconds)
 {
@@ -281,8 +256,8 @@ bool takeTime(const char*& at, qint64& nanoseconds)
     return true;
 }
 
-/// The line feed after the data, which ends at \a at; nullptr if there is none before \a end, and
-/// if another character than a blank follows the data.
+/// The line feed after the data, which ends at \a at. Returns nullptr if it is not before \a end,
+/// and if a character other than a blank follows the data.
 const char* findLineFeed(const char* at, const char* end)
 {
     if (*at == '\r' && at[1] == '\n')
@@ -322,19 +297,11 @@ LineKind AscReader::readLine(std::string_view line, Frame& frame)
 
 int AscReader::readUsualLines(LineReader& lines, Frame* frames, int size)
 {
-    const std::string_view ahead = lines.ahead();
-    const char* line = ahead.data();
-    const char* const end = line + ahead.size();
-    int count = 0;
-    while (base == 16 && count < size && line < end) {
-        const char* const next = readUsualLine(line, end, frames[count]);
-        if (next == nullptr)
-            break;
-        line = next;
-        ++count;
-    }
-    lines.skipLines(line, count);
-    return count;
+    if (base != 16)
+        return 0;
+    return readAhead(lines, frames, size, [this](const char* line, const char* end, Frame& frame) {
+        return readUsualLine(line, end, frame);
+    });
 }
 
 /// Reads a line such as "   0.015991 1  18FEDF00x       Rx   d 8 8A A0 FF FF FF FF FF FF" at \a at

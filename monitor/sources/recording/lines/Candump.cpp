@@ -379,14 +379,80 @@ std::string withoutColours(std::string_view text)
     return plain;
 }
 
-bool startsWith(std::string_view text, std::string_view start)
+/// Reads the ten digits at \a text into known.nanoseconds. Returns false if they are not
+/// digits or too large.
+bool takeSeconds(const char* text, CandumpStart& known)
 {
-    return text.substr(0, start.size()) == start;
+    const quint64 first = eightCharacters(text);
+    const quint64 last = eightCharacters(text + 2);
+    if (first == known.firstDigits && last == known.lastDigits)
+        return true;
+    const quint64 seconds = quint64{decimalValue(first)} * 100 + decimalValue(last) % 100;
+    if (!areDecimalDigits(first) || !areDecimalDigits(last) ||
+        seconds >= latestTime / nanosecondsPerSecond)
+        return false;
+    known.firstDigits = first;
+    known.lastDigits = last;
+    known.nanoseconds = seconds * nanosecondsPerSecond;
+    return true;
 }
 
-bool endsWith(std::string_view text, std::string_view end)
+/// Reads a line such as "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF" into \a frame, and
+/// returns its end. Returns nullptr, leaving \a frame unchanged, if the line has another form. It
+/// may be followed by the padding of a LineReader only.
+const char* readUsualLine(const char* line, CandumpStart& known, BusNames& busNames, Frame& frame)
 {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+    static_assert(LineReader::padding >= 64); // the longest such line has 55 characters
+    const quint64 point = eightCharacters(line + 11);
+    const quint64 fraction = withLeadingZeros(point >> 8, 6);
+    if (line[0] != '(' || !takeSeconds(line + 1, known) || (point & 0xFF) != '.' ||
+        !areDecimalDigits(fraction) || point >> 56 != ')' || line[19] != ' ')
+        return nullptr;
+    const quint64 time = known.nanoseconds + quint64{decimalValue(fraction)} * 1000;
+
+    // Comparing is faster than finding the end of the name.
+    const char* const name = line + 20;
+    const quint64 nameText = eightCharacters(name);
+    const bool hasSameName = (nameText & known.nameMask) == known.name;
+    const int nameSize = hasSameName ? known.nameSize : leadingPrintable(nameText);
+    const char* const id = name + nameSize + 1;
+    if (!hasSameName && (nameSize == 0 || nameSize == 8 || *name == '(' || name[nameSize] != ' '))
+        return nullptr;
+
+    const bool extended = id[extendedDigits] == '#';
+    const int idSize = extended ? extendedDigits : standardDigits;
+    const quint64 idDigits = withLeadingZeros(eightCharacters(id), idSize);
+    const quint32 number = hexValue(idDigits);
+
+    const char* const data = id + idSize + 1;
+    const quint64 first = eightCharacters(data);
+    const quint64 second = eightCharacters(data + 8);
+    const int firstSize = leadingHexDigits(first);
+    const int digits = firstSize == 8 ? 8 + leadingHexDigits(second) : firstSize;
+    const char* lineEnd = data + digits;
+    lineEnd += *lineEnd == '\r' ? 1 : 0;
+    if (id[idSize] != '#' || !areHexDigits(idDigits) ||
+        number > (extended ? lastExtendedId : lastStandardId) || digits % 2 != 0 ||
+        *lineEnd != '\n')
+        return nullptr;
+
+    if (!hasSameName) {
+        known.name = firstCharacters(nameText, nameSize + 1);
+        known.nameMask = firstCharacters(~quint64{0}, nameSize + 1);
+        known.nameSize = nameSize;
+        known.bus = busNames.indexOf(firstCharacters(nameText, nameSize), nameSize);
+    }
+    frame.nanoseconds = static_cast<qint64>(time);
+    frame.id = number;
+    frame.extended = extended;
+    frame.remote = false;
+    frame.fd = false;
+    frame.bitRateSwitch = false;
+    frame.bus = known.bus;
+    frame.length = static_cast<quint8>(digits / 2);
+    const quint64 bytes = quint64{hexBytes(second)} << 32 | hexBytes(first);
+    qToLittleEndian(firstCharacters(bytes, digits / 2), frame.data.data());
+    return lineEnd + 1;
 }
 
 /// The frames of a recording of candump.
@@ -461,83 +527,16 @@ LineKind CandumpReader::readLine(std::string_view line, Frame& frame)
 
 int CandumpReader::readUsualLines(LineReader& lines, Frame* frames, int size)
 {
-    const std::string_view ahead = lines.ahead();
-    const char* line = ahead.data();
-    const char* const end = line + ahead.size();
-    int count = 0;
-    while (count < size && line < end) {
-        const char* const next = readUsualLine(line, frames[count]);
-        if (next == nullptr)
-            break;
-        line = next;
-        ++count;
-    }
-    lines.skipLines(line, count);
+    const int count =
+        readAhead(lines, frames, size, [this](const char* line, const char*, Frame& frame) {
+            return readUsualLine(line, usualStart, busNames, frame);
+        });
     if (count > 0) { // as in readLine()
         newestIsFrame = true;
         isAfterErrorFrame = false;
         newestSum.reset();
     }
     return count;
-}
-
-/// Reads a line such as "(1635188455.020850) can1 18F00E00#821639C4FFFFFFFF" into \a frame, and
-/// returns its end. Returns nullptr, leaving \a frame unchanged, if the line has another form. It
-/// may be followed by the padding of a LineReader only.
-const char* CandumpReader::readUsualLine(const char* line, Frame& frame)
-{
-    static_assert(LineReader::padding >= 64); // the longest such line has 56 characters
-    // The time. The digits overlap, so that each load has as many as possible.
-    const quint64 seconds = eightCharacters(line + 1);
-    const quint64 middle = eightCharacters(line + 3);
-    const quint64 fraction = eightCharacters(line + 11);
-    const bool hasTime = line[0] == '(' && leadingDecimalDigits(seconds) == 8 &&
-                         leadingDecimalDigits(middle) == 8 && (fraction & 0xFF) == '.' &&
-                         leadingDecimalDigits(fraction >> 8) == 6 && fraction >> 56 == ')' &&
-                         line[19] == ' ';
-    const quint64 time =
-        (quint64{decimalValue(seconds)} * 100 + decimalValue(middle) % 100) * nanosecondsPerSecond +
-        quint64{decimalValue(withLeadingZeros(fraction >> 8, 6))} * 1000;
-
-    const char* const interface = line + 20;
-    quint64 name = eightCharacters(interface);
-    const int nameSize = leadingPrintable(name);
-    name = firstCharacters(name, nameSize);
-
-    const char* const id = interface + nameSize + 1;
-    const bool extended = id[extendedDigits] == '#';
-    const int idSize = extended ? extendedDigits : standardDigits;
-    const quint64 idDigits = withLeadingZeros(eightCharacters(id), idSize);
-    const quint32 number = hexValue(idDigits);
-
-    const char* const data = id + idSize + 1;
-    const quint64 first = eightCharacters(data);
-    const quint64 second = eightCharacters(data + 8);
-    const int firstSize = leadingHexDigits(first);
-    const int secondSize = firstSize == 8 ? leadingHexDigits(second) : 0;
-    const int digits = firstSize + secondSize;
-    const char* lineEnd = data + digits;
-    lineEnd += *lineEnd == '\r' ? 1 : 0;
-
-    const bool isUsual = hasTime && time <= quint64{latestTime} && nameSize > 0 &&
-                         *interface != '(' && interface[nameSize] == ' ' && id[idSize] == '#' &&
-                         leadingHexDigits(idDigits) == 8 &&
-                         number <= (extended ? lastExtendedId : lastStandardId) &&
-                         digits % 2 == 0 && *lineEnd == '\n';
-    if (!isUsual)
-        return nullptr;
-    frame.nanoseconds = static_cast<qint64>(time);
-    frame.id = number;
-    frame.extended = extended;
-    frame.remote = false;
-    frame.fd = false;
-    frame.bitRateSwitch = false;
-    frame.bus = busNames.indexOf(name, nameSize);
-    frame.length = static_cast<quint8>(digits / 2);
-    const quint64 bytes = quint64{hexBytes(firstCharacters(second, secondSize))} << 32 |
-                          hexBytes(firstCharacters(first, firstSize));
-    qToLittleEndian(bytes, frame.data.data());
-    return lineEnd + 1;
 }
 
 /// Parses lines that other programs or the screen have changed. They are rare, so the usual ones

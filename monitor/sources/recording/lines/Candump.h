@@ -11,6 +11,17 @@ namespace monitor
 
 struct CandumpLine;
 
+/// The beginning of a line in the compact format, which is mostly that of the next line too.
+struct CandumpStart {
+    quint64 firstDigits = 0; ///< of the seconds; at first, no digits fit both numbers
+    quint64 lastDigits = 1;
+    quint64 nanoseconds = 0; ///< of these seconds
+    quint64 name = 1;        ///< of the interface, with the blank after it
+    quint64 nameMask = 0;    ///< of these characters
+    int nameSize = 0;
+    quint16 bus = 0;
+};
+
 /// Reads a recording of candump line by line. A line has the compact format
 ///
 ///     (1635188455.020850) can1 18F00E00#821639C4FFFFFFFF
@@ -57,10 +68,10 @@ public:
 private:
     enum class TimeOrigin { Unused, Undecided, FirstLine, PreviousLine };
 
-    const char* readUsualLine(const char* line, Frame& frame);
     LineKind parseUnusual(std::string_view line, CandumpLine& read);
     bool addTime(CandumpLine& read);
 
+    CandumpStart usualStart;
     BusNames busNames;
     std::string plainText; // of an unusual line; the words of a parsed line point into it
     qint64 lostSoFar = 0;

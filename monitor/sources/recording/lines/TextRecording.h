@@ -58,6 +58,27 @@ public:
     virtual QStringList notes() const { return {}; }
 };
 
+/// Reads lines as LineParser::readUsualLines() does, with \a readLine, which reads a line that
+/// begins at one place and ends before another one into a frame. It returns the end of the line, or
+/// nullptr if the line has another form.
+template <typename ReadLine>
+int readAhead(LineReader& lines, Frame* frames, int size, ReadLine readLine)
+{
+    const std::string_view ahead = lines.ahead();
+    const char* line = ahead.data();
+    const char* const end = line + ahead.size();
+    int count = 0;
+    while (count < size && line < end) {
+        const char* const next = readLine(line, end, frames[count]);
+        if (next == nullptr)
+            break;
+        line = next;
+        ++count;
+    }
+    lines.skipLines(line, count);
+    return count;
+}
+
 /// The frames of a text recording.
 class TextRecording : public FrameSource
 {

@@ -41,7 +41,11 @@ QByteArray randomText(Random& random, int size, const QByteArray& characters)
 QByteArray candumpLine(Random& random)
 {
     const QByteArray names[] = {"can0", "can1", "vcan0", "c", "slcan12", "slcan123", "a-long-name"};
-    const QByteArray seconds = oneOf(random, "0011122233349") + randomText(random, 9, "0123456789");
+    // Similar times follow each other.
+    const QByteArray similar[] = {"1635188455", "1635188456", "0635188455", "1735188455"};
+    const QByteArray seconds = randomUpTo(random, 2) > 0 ? similar[randomUpTo(random, 3)]
+                                                         : oneOf(random, "0011122233349") +
+                                                               randomText(random, 9, "0123456789");
     const QByteArray digits = randomUpTo(random, 3) > 0 ? "0123456789ABCDEF" : "0123456789abcdef";
     const bool isExtended = randomUpTo(random, 1) == 1;
     const QByteArray id = isExtended ? oneOf(random, "0111112") + randomText(random, 7, digits)
@@ -207,6 +211,17 @@ void compareManyLines(QByteArray (*makeLine)(Random& random))
 TEST(UsualLines, OfCandumpAreReadAsByTheGeneralParser)
 {
     compareManyLines<monitor::CandumpReader>(candumpLine);
+}
+
+// Before the first line, the reader must not take zeros for known digits.
+TEST(UsualLines, OfCandumpHaveDigitsFromTheFirstOneOn)
+{
+    Random random(1);
+    for (const int zeros : {1, 2, 8, 9, 10}) {
+        const QByteArray line =
+            '(' + QByteArray(zeros, '\0') + QByteArray(10 - zeros, '1') + ".020850) can0 123#11\n";
+        EXPECT_EQ(compareWays<monitor::CandumpReader>(random, "#\n" + line), 0) << zeros;
+    }
 }
 
 TEST(UsualLines, OfAscAreReadAsByTheGeneralParser)
