@@ -12,7 +12,7 @@ namespace
 {
 
 // Fits into the cache of a core. A line that is longer enlarges the buffer.
-constexpr std::size_t blockSize = 128 * 1024;
+constexpr std::size_t blockSize = std::size_t{128} * 1024;
 static_assert(LineReader::longestLine % blockSize == 0);
 
 } // namespace

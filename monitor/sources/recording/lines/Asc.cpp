@@ -340,7 +340,8 @@ const char* AscReader::readUsualLine(const char* at, const char* end, Frame& fra
     quint64 bytes = 0;
     if (spacedBytes(at, bytes) < length) // more than 8 bytes too
         return nullptr;
-    at = findLineFeed(at + 3 * length, end);
+    const int dataSize = 3 * length;
+    at = findLineFeed(at + dataSize, end);
     if (at == nullptr)
         return nullptr;
 

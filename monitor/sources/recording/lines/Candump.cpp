@@ -543,9 +543,8 @@ int CandumpReader::readUsualLines(LineReader& lines, Frame* frames, int size)
 /// are tried first.
 LineKind CandumpReader::parseUnusual(std::string_view line, CandumpLine& read)
 {
-    const std::string_view zero("", 1);
     const std::size_t zeroBytes = std::min(line.find_first_not_of('\0'), line.size());
-    hasZeroBytes = hasZeroBytes || zeroBytes > 0 || endsWith(line, zero);
+    hasZeroBytes = hasZeroBytes || zeroBytes > 0 || (!line.empty() && line.back() == '\0');
     if (zeroBytes > 0 && zeroBytes == line.size())
         return LineKind::Unknown;
     std::string_view text = line.substr(zeroBytes);
