@@ -96,8 +96,9 @@ QByteArray ascLine(Random& random)
 /// Changes up to two characters of \a line.
 QByteArray damaged(Random& random, QByteArray line)
 {
-    const QByteArray usual("0123456789ABCDEFabcdefgGxX@/:`. #()_[]RTdrx\t\r\x1b\0\x7F\x80\xB0\xFF",
-                           56);
+    constexpr char characters[] =
+        "0123456789ABCDEFabcdefgGxX@/:`. #()_[]RTdrx\t\r\x1b\0\x7F\x80\xB0\xFF";
+    const QByteArray usual(characters, sizeof(characters) - 1);
     for (int changes = randomUpTo(random, 3) - 1; changes > 0 && !line.isEmpty(); --changes) {
         const int place = randomUpTo(random, static_cast<int>(line.size()) - 1);
         const char other = oneOf(random, usual);
