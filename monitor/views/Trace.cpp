@@ -22,14 +22,14 @@ Trace numbered(const QVector<double>& values)
     return trace;
 }
 
-/// The time from each value to the next, in seconds; negative where the clock was set back.
+/// The microseconds from each value to the next; negative where the clock was set back.
 QVector<double> stepsOf(const QVector<qint64>& microseconds)
 {
     QVector<double> steps;
     steps.reserve(microseconds.size());
     for (int i = 1; i < microseconds.size(); ++i)
-        steps.append(secondsPerMicrosecond *
-                     static_cast<double>(microseconds.at(i) - microseconds.at(i - 1)));
+        steps.append(static_cast<double>(microseconds.at(i)) -
+                     static_cast<double>(microseconds.at(i - 1)));
     return steps;
 }
 
@@ -45,6 +45,13 @@ double usualPeriodOf(QVector<double> steps)
     return *middle;
 }
 
+/// The time from \a start to \a first in seconds; 0 if the series begins before the start.
+double firstSecondOf(qint64 first, qint64 start)
+{
+    return secondsPerMicrosecond *
+           std::max(0.0, static_cast<double>(first) - static_cast<double>(start));
+}
+
 /// Appends the points to \a trace, the first one at \a x.
 void appendPoints(const QVector<double>& steps, const QVector<double>& values, double x,
                   Trace& trace)
@@ -54,11 +61,26 @@ void appendPoints(const QVector<double>& steps, const QVector<double>& values, d
     trace.points.append({x, values.first()});
     for (int i = 0; i < steps.size(); ++i) {
         const double step = steps.at(i);
-        x += std::max(step, 0.0);
+        x += secondsPerMicrosecond * std::max(step, 0.0);
         if (step < 0 || step > longest)
             trace.breaks.append(i + 1);
         trace.points.append({x, values.at(i + 1)});
     }
+}
+
+/// Appends the lowest, the highest and the last value of \a column, unless they are equal. Only the
+/// times of the first and of the last value are known.
+void appendColumn(const OutlineColumn& column, double firstX, double perPosition, Trace& trace)
+{
+    const auto append = [&](quint64 position, double y) {
+        trace.points.append({firstX + perPosition * static_cast<double>(position), y});
+    };
+    const double second = column.isHighestFirst ? column.lowest : column.highest;
+    append(column.begin, column.isHighestFirst ? column.highest : column.lowest);
+    if (column.highest > column.lowest)
+        append(column.end, second);
+    if (column.last != second || (column.end > column.begin && column.highest <= column.lowest))
+        append(column.end, column.last);
 }
 
 int columnOf(double x, double from, double to, int columns)
@@ -84,13 +106,38 @@ Trace traceOf(const SignalSeries& series, qint64 start)
 {
     if (series.values.isEmpty() || series.microseconds.contains(SignalSeries::noTime))
         return numbered(series.values);
-    const double first = secondsPerMicrosecond *
-                         static_cast<double>(std::max(series.microseconds.first() - start, 0LL));
+    const double first = firstSecondOf(series.microseconds.first(), start);
     Trace trace;
     if (series.values.size() == 1)
         trace.points.append({first, series.values.first()});
     else
         appendPoints(stepsOf(series.microseconds), series.values, first, trace);
+    return trace;
+}
+
+Trace traceOf(const SeriesOutline& outline, qint64 start)
+{
+    const OutlinePart all = partOf(outline.columns());
+    if (outline.hasTimes())
+        return traceOf(all, firstSecondOf(outline.firstTime(), start), outline.usualStep());
+    Trace trace;
+    trace.hasTimes = false;
+    for (const OutlineColumn& column : all)
+        appendColumn(column, 1, 1, trace);
+    return trace;
+}
+
+Trace traceOf(const OutlinePart& part, double firstSecond, double usualStep)
+{
+    Trace trace;
+    for (const OutlineColumn& column : part) {
+        const bool isFirst = &column == part.begin();
+        const bool isGap = !isFirst && static_cast<double>(column.begin - (&column - 1)->end) >
+                                           Rhythm::silentPeriods * usualStep;
+        if (isGap || (!isFirst && column.isAfterReset))
+            trace.breaks.append(static_cast<int>(trace.points.size()));
+        appendColumn(column, firstSecond, secondsPerMicrosecond, trace);
+    }
     return trace;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/Snapshot.h"
+#include "engine/outline/SeriesOutline.h"
 
 #include <QtCore/QPointF>
 
@@ -19,6 +20,14 @@ struct Trace {
 /// is the median of all steps forward in time. If the clock was set back between them, they are not
 /// joined either and have the same x, since the true distance is unknown.
 Trace traceOf(const SignalSeries& series, qint64 start);
+
+/// The same points for an outline of the series, as long as it keeps each value. After that, the
+/// lowest, the highest and the last value of each column, within the column.
+Trace traceOf(const SeriesOutline& outline, qint64 start);
+
+/// The points of \a part of an outline with times, whose first value is at \a firstSecond. The
+/// usual step is in microseconds.
+Trace traceOf(const OutlinePart& part, double firstSecond, double usualStep);
 
 /// How the points of a trace are joined.
 enum class Joining {
