@@ -57,7 +57,7 @@ public:
         }
     }
 
-    /// Depends on all that has been read, so that the compiler leaves nothing out.
+    /// Depends on everything read, so that the compiler cannot leave any of the work out.
     quint64 sum() const { return total; }
 
 private:

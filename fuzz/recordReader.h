@@ -2,7 +2,7 @@
 
 #include "refusal.h"
 
-#include <engine/PlainRecord.h>
+#include <engine/saving/PlainRecord.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QDataStream>

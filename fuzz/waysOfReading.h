@@ -25,8 +25,8 @@ inline bool areSame(const monitor::Frame& left, const monitor::Frame& right)
            std::equal(left.data.begin(), left.data.begin() + left.length, right.data.begin());
 }
 
-/// Reads \a source in batches, and aborts unless it has the frames that reading line by line has
-/// yielded, with the same times if \a haveSameTimes.
+/// Reads \a source in batches, and aborts unless its frames are the \a expected ones, which were
+/// read line by line, with the same times if \a haveSameTimes.
 inline void checkFrames(monitor::FrameSource& source, const QVector<monitor::Frame>& expected,
                         bool haveSameTimes)
 {

@@ -237,7 +237,7 @@ const QVector<CommandRow>& commandRows()
           {"replay engine.log --dbc engine.dbc --signal 'Engine*' --save engine.run --plot plots",
            "Save the values of some signals, and plot them."}},
          [](const Options& options) -> Command {
-             return ReplayOptions{MonitorOptions(options), options.recordings};
+             return ReplayOptions{MonitorOptions(options), options.recordings, options.threads};
          },
          recordingHints()},
         {"ids",
@@ -252,7 +252,7 @@ const QVector<CommandRow>& commandRows()
          [](const Options& options) -> Command {
              if (isLive(options))
                  return LiveOptions(options);
-             return ReplayOptions{MonitorOptions(options), options.recordings};
+             return ReplayOptions{MonitorOptions(options), options.recordings, options.threads};
          },
          recordingHints({QStringLiteral("live")})},
         {"live",

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 
 namespace monitor
@@ -12,12 +13,13 @@ namespace
 {
 
 constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-int pipeEnds[2] = {-1, -1}; // a signal handler can do little more than write to a pipe
-volatile std::sig_atomic_t requested = 0;
+int pipeEnds[2] = {-1, -1};         // a signal handler can do little more than write to a pipe
+std::atomic<bool> requested{false}; // read by the thread that reads a recording
+static_assert(std::atomic<bool>::is_always_lock_free, "not safe in a signal handler");
 
 void handle(int)
 {
-    requested = 1;
+    requested = true;
     const char byte = 0;
     const ssize_t ignored = write(pipeEnds[1], &byte, 1); // a full pipe already has a request
     static_cast<void>(ignored);
@@ -40,7 +42,7 @@ void setHandlers(void (*handler)(int))
 
 EndRequest::EndRequest(const std::function<void()>& onRequest)
 {
-    requested = 0;
+    requested = false;
     if (pipe2(pipeEnds, O_CLOEXEC | O_NONBLOCK) != 0)
         return; // a signal then ends the program at once
     notifier = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
@@ -53,7 +55,7 @@ EndRequest::EndRequest(const std::function<void()>& onRequest)
 
 bool EndRequest::isRequested() const
 {
-    return requested != 0;
+    return requested;
 }
 
 int EndRequest::descriptor() const

@@ -142,7 +142,7 @@ PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output, QText
     if (run.error.isEmpty())
         run.error = run.outputs.check();
     run.session = std::make_unique<Session>(prepared.catalogue.messages(), prepared.k);
-    run.session->setValueSink(run.outputs.valueSink());
+    run.outputs.connectTo(*run.session);
     if (options.subject != MonitorOptions::Subject::Signals)
         run.session->collectIds();
     return run;

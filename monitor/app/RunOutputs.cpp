@@ -30,13 +30,14 @@ RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
             : options.printed->makeIds({&output}, options.subject == Subject::Messages));
 }
 
-ValueSink* RunOutputs::valueSink()
+void RunOutputs::connectTo(Session& session)
 {
     for (const auto& output : outputs) {
+        if (output->needsOutlines())
+            session.keepOutlines(SeriesOutline::Detail::Whole);
         if (ValueSink* const sink = output->valueSink())
-            return sink;
+            session.addValueSink(*sink);
     }
-    return nullptr;
 }
 
 QString RunOutputs::check()
@@ -75,9 +76,9 @@ ExitCode RunOutputs::finish(Session& session, const MonitorOptions& options, con
                             QTextStream& diagnostics)
 {
     const bool isWritten = write(session, diagnostics);
-    for (const QString& guess : session.guesses())
-        diagnostics << guess << '\n';
-    if (!isWritten)
+    for (const QString& remark : session.remarks())
+        diagnostics << remark << '\n';
+    if (!isWritten || !session.isExact())
         return ExitCode::Failure;
     const FrameCounts counts = session.counts();
     const bool listsIds = options.subject == MonitorOptions::Subject::Ids;

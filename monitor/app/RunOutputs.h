@@ -17,8 +17,9 @@ public:
     /// empty string if no error is expected.
     [[nodiscard]] QString check();
 
-    /// The receiver of values during the run; null if no output wants them.
-    ValueSink* valueSink();
+    /// Makes \a session keep the values that the outputs need, and pass them to those that want
+    /// them during the run. Call it before the first frame; the outputs must outlive the session.
+    void connectTo(Session& session);
 
     /// Writes all outputs of \a session, even if some fail. Prints notes and errors to
     /// \a diagnostics. Returns false if an output could not be written.

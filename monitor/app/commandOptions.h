@@ -54,6 +54,7 @@ enum class ExitCode {
 /// The options of `vantrel replay`.
 struct ReplayOptions : MonitorOptions {
     QStringList recordings; ///< file names; "-" is standard input
+    int threads = 0;        ///< how many read and record; 0: one per processor, at most 4
 };
 
 /// The options of `vantrel live`.

@@ -3,12 +3,14 @@
 #include "EndRequest.h"
 #include "Preparation.h"
 #include "RunOutputs.h"
-#include "outputs/SavedRunFile.h"
+#include "engine/saving/SavedRunReader.h"
 #include "sources/bus/BusConnection.h"
 #include "sources/bus/BusSender.h"
 #include "sources/recording/Recordings.h"
 #include "text/Progress.h"
 #include "text/Table.h"
+
+#include <QtCore/QThread>
 
 #include <algorithm>
 
@@ -17,6 +19,13 @@ namespace monitor
 
 namespace
 {
+
+/// As many as there are processors, but no more than can be kept busy.
+int defaultThreads()
+{
+    constexpr int maxThreads = 4;
+    return std::clamp(QThread::idealThreadCount(), 1, maxThreads);
+}
 
 void printRemarks(const FrameSource& source, QTextStream& diagnostics)
 {
@@ -38,10 +47,9 @@ void printRemarks(const FrameSource& source, QTextStream& diagnostics)
     FrameFilter source(recordings, options.choice);
     {
         Progress progress(diagnostics, QStringLiteral("reading"));
-        session.takeAll(source, [&] {
-            const SourceProgress read = source.progress();
-            progress.update(read.done, read.total);
-        });
+        session.takeAll(
+            source, options.threads > 0 ? options.threads : defaultThreads(),
+            [&](const SourceProgress& read) { progress.update(read.done, read.total); });
     }
     printRemarks(source, diagnostics);
     printMissingBuses(options, source, diagnostics);
@@ -128,28 +136,33 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     RunOutputs outputs(options, output);
-    SavedRun run;
+    QFile file(options.file);
+    SavedRunReader reader(file);
     QString error = outputs.check();
-    if (error.isEmpty())
-        error = readSavedRun(options.file, run);
+    if (error.isEmpty()) {
+        error = reader.open();
+        if (!error.isEmpty())
+            error.prepend(options.file + QStringLiteral(": "));
+    }
     if (!error.isEmpty()) {
         diagnostics << error << '\n';
         return ExitCode::Failure;
     }
-    const bool isWhole = keepBetween(run, options.choice.from, options.choice.to);
-    if (!isWhole)
+    Session session({}, options.k.value_or(reader.k())); // decodes nothing
+    outputs.connectTo(session);
+    error = reader.restore(session, options.choice.from, options.choice.to);
+    if (!error.isEmpty()) {
+        diagnostics << options.file << ": " << error << '\n';
+        return ExitCode::Failure;
+    }
+    if (!reader.isWhole())
         diagnostics << options.file
                     << ": the counts of frames, n/a and errors are those of the whole run\n";
-    const bool hasValues =
-        std::any_of(run.recordedSignals.cbegin(), run.recordedSignals.cend(),
-                    [](const SavedSignal& saved) { return !saved.records.microseconds.isEmpty(); });
-    if (!isWhole && !hasValues) {
+    if (!reader.isWhole() && !reader.hasValues()) {
         diagnostics << options.file
                     << ": contains no values in the time chosen by --from and --to\n";
         return ExitCode::NothingDecoded;
     }
-    Session session({}, options.k.value_or(run.k)); // decodes nothing
-    restore(run, session);
     return outputs.finish(session, options, options.file, diagnostics);
 }
 

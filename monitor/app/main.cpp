@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <variant>
 
@@ -132,7 +133,13 @@ int main(int argc, char* argv[])
     output.setCodec("UTF-8");
     diagnostics.setCodec("UTF-8");
 #endif
-    const ExitCode code = std::visit(Run{output, diagnostics}, command);
+    ExitCode code = ExitCode::Failure;
+    try {
+        code = std::visit(Run{output, diagnostics}, command);
+    } catch (const std::bad_alloc&) {
+        diagnostics << "vantrel: out of memory; the run has no results\n";
+        return static_cast<int>(code);
+    }
     output.flush();
     if (std::fflush(stdout) == 0 && output.status() == QTextStream::Ok)
         return static_cast<int>(code);

@@ -122,6 +122,16 @@ QString readKept(const QString& text, Options& options)
     return QString();
 }
 
+QString readThreads(const QString& text, Options& options)
+{
+    constexpr int maxThreads = 64;
+    bool isNumber = false;
+    options.threads = text.toInt(&isNumber);
+    return isNumber && options.threads >= 1 && options.threads <= maxThreads
+               ? QString()
+               : QStringLiteral("needs a whole number from 1 to %1").arg(maxThreads);
+}
+
 QStringList printedNames()
 {
     QStringList names;
@@ -368,7 +378,13 @@ QVector<OptionRow> signalRows()
              options.subject = MonitorOptions::Subject::Messages;
              return QString();
          }},
-        {"keep", "N", "Keep only the newest N records of each signal, at least 2 (default: all).",
+        {"threads", "N",
+         "Read and record on N threads, 1 to 64 (default: as many as there are processors, at most "
+         "4). The results do not depend on N.",
+         CommandId::Replay, Occurrence::AtMostOnce, readThreads},
+        {"keep", "N",
+         "Limit the median, the deviators, charts and saved runs to the newest N values of each "
+         "signal, at least 2 (default: all).",
          decodingCommands, Occurrence::AtMostOnce, readKept},
     };
 }

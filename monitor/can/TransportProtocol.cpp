@@ -55,6 +55,12 @@ quint32 idOf(quint32 pgn, const Frame& packet)
 
 } // namespace
 
+bool isTransportId(quint32 id)
+{
+    const quint32 pgn = pgnOf(id);
+    return pgn == controlPgn || pgn == packetPgn;
+}
+
 std::optional<TransportedMessage> TransportProtocol::take(const Frame& frame, bool isDecoded)
 {
     if (!frame.extended || frame.remote || frame.length != longestClassicFrame)

@@ -12,6 +12,9 @@
 namespace monitor
 {
 
+/// Whether a 29-bit id is that of a frame of the transport protocol, see TransportProtocol.
+bool isTransportId(quint32 id);
+
 /// Counts of multi-frame messages and their packets.
 struct TransportCounts {
     qint64 messages = 0;    ///< completely received

@@ -16,35 +16,15 @@ quint32 keyOf(quint32 id, bool extended)
     return extended ? id | extendedFlag : id;
 }
 
-/// May be infinite even if the number in the frame is finite.
-double scaledFloat(quint64 bits, const CatalogueSignal& signal)
-{
-    return floatIn(bits, signal.layout.length) * signal.scaling.factor + signal.scaling.offset;
-}
-
-/// Whether \a payload contains \a signal. A multiplexed signal is present only if its multiplexor
-/// is present and has one of the required values.
-bool isPresent(const CatalogueMessage& message, const CatalogueSignal& signal,
-               const Payload& payload)
-{
-    const CatalogueSignal* depending = &signal;
-    for (int next = signal.multiplexing.multiplexor; next >= 0;
-         next = depending->multiplexing.multiplexor) {
-        const CatalogueSignal& multiplexor = message.catalogueSignals.at(next);
-        if (!fitsInto(multiplexor.layout, payload.length) ||
-            !contains(depending->multiplexing.values,
-                      extractBits(payload.data, multiplexor.layout)))
-            return false;
-        depending = &multiplexor;
-    }
-    return fitsInto(signal.layout, payload.length);
-}
-
 } // namespace
 
 Decoder::Decoder(QVector<CatalogueMessage> catalogueMessages)
     : knownMessages(std::move(catalogueMessages))
 {
+    prepared.reserve(static_cast<size_t>(knownMessages.size()));
+    places.reserve(prepared.capacity());
+    for (const CatalogueMessage& message : qAsConst(knownMessages))
+        prepare(message);
     lists.first() = messagesOn(QString());
     for (const CatalogueMessage& message : qAsConst(knownMessages)) {
         if (message.bus.isEmpty() || listOf.contains(message.bus))
@@ -109,23 +89,39 @@ const QVector<DecodedSignal>& Decoder::decode(const Frame& frame)
 const QVector<DecodedSignal>& Decoder::decode(const Payload& payload)
 {
     decoded.resize(0); // unlike clear(), keeps the storage for the next frame
-    const int message = messageFor(payload);
-    if (message >= 0)
-        decodeMessage(payload, message);
+    const int message = messageOf(payload);
+    if (message < 0)
+        return decoded;
+    forEachSignal(payload, message, [&](int signal, quint64 bits, Availability availability) {
+        DecodedSignal found;
+        found.message = message;
+        found.signal = signal;
+        found.source = sourceOf(message, payload.id);
+        found.availability = availability;
+        found.bus = payload.bus;
+        found.bits = bits;
+        found.nanoseconds = payload.nanoseconds;
+        decoded.append(found);
+    });
     return decoded;
 }
 
-bool Decoder::mayTransport(const Frame& frame) const
+bool Decoder::mayTransport(const Payload& payload) const
 {
-    const BusMessages& known = messagesOf(frame.bus);
-    if (known.byPgn.isEmpty() || !frame.extended)
+    const BusMessages& known = messagesOf(payload.bus);
+    if (known.byPgn.isEmpty() || !payload.extended)
         return false;
-    const int exact = known.byId.value(keyOf(frame.id, true), -1);
+    const int exact = known.byId.value(keyOf(payload.id, true), -1);
     return exact < 0 || knownMessages.at(exact).protocol == Protocol::J1939;
 }
 
-/// The index of the message that \a payload belongs to, or -1.
-int Decoder::messageFor(const Payload& payload)
+std::optional<quint8> Decoder::sourceOf(int message, quint32 id) const
+{
+    const CatalogueMessage& known = knownMessages.at(message);
+    return known.protocol == Protocol::J1939 ? sourceAddressOf(id) : known.node;
+}
+
+int Decoder::messageOf(const Payload& payload)
 {
     const BusMessages& known = messagesOf(payload.bus);
     const int exact = known.byId.value(keyOf(payload.id, payload.extended), -1);
@@ -164,30 +160,40 @@ int Decoder::chooseJ1939(const Payload& payload, const QVector<int>& candidates)
     return first;
 }
 
-void Decoder::decodeMessage(const Payload& payload, int message)
+void Decoder::prepare(const CatalogueMessage& message)
+{
+    prepared.emplace_back();
+    places.emplace_back();
+    for (int i = 0; i < message.catalogueSignals.size(); ++i) {
+        const CatalogueSignal& signal = message.catalogueSignals.at(i);
+        const SignalPlace place(signal.layout);
+        places.back().push_back(place);
+        if (!signal.rules.chosen)
+            continue;
+        const bool isReserving =
+            message.protocol == Protocol::J1939 && signal.rules.reservesRawValues;
+        prepared.back().push_back({place, i, signal.multiplexing.multiplexor, signal.layout.length,
+                                   signal.layout.isFloat, isReserving, signal.scaling.factor,
+                                   signal.scaling.offset});
+    }
+}
+
+/// Whether a multiplexed \a signal is present: its multiplexor is present and has one of the
+/// required values.
+bool Decoder::isSelected(const Payload& payload, const LeadingBytes& leading, int message,
+                         const PreparedSignal& signal) const
 {
     const CatalogueMessage& known = knownMessages.at(message);
-    for (int i = 0; i < known.catalogueSignals.size(); ++i) {
-        const CatalogueSignal& signal = known.catalogueSignals.at(i);
-        if (!signal.rules.chosen || !isPresent(known, signal, payload))
-            continue;
-        DecodedSignal found;
-        found.message = message;
-        found.signal = i;
-        found.bus = payload.bus;
-        found.bits = extractBits(payload.data, signal.layout);
-        found.nanoseconds = payload.nanoseconds;
-        if (known.protocol == Protocol::J1939) {
-            found.source = sourceAddressOf(payload.id);
-            if (signal.rules.reservesRawValues)
-                found.availability = availabilityOf(found.bits, signal.layout.length);
-        } else {
-            found.source = known.node;
-        }
-        if (signal.layout.isFloat)
-            found.availability = availabilityOf(scaledFloat(found.bits, signal));
-        decoded.append(found);
+    const Multiplexing* multiplexing = &known.catalogueSignals.at(signal.index).multiplexing;
+    while (multiplexing->multiplexor >= 0) {
+        const auto multiplexor = static_cast<size_t>(multiplexing->multiplexor);
+        const SignalPlace& place = places[static_cast<size_t>(message)][multiplexor];
+        if (!place.fitsInto(payload.length) ||
+            !contains(multiplexing->values, place.bitsIn(payload.data, leading)))
+            return false;
+        multiplexing = &known.catalogueSignals.at(multiplexing->multiplexor).multiplexing;
     }
+    return true;
 }
 
 } // namespace monitor

@@ -9,6 +9,7 @@
 #include <QtCore/QVector>
 
 #include <optional>
+#include <vector>
 
 namespace monitor
 {
@@ -59,20 +60,43 @@ public:
     void setBuses(const QStringList& names);
 
     /// The message that \a payload belongs to, as an index in messages(); -1 if it is not
-    /// described.
-    int messageOf(const Payload& payload) { return messageFor(payload); }
+    /// described. Depends only on the bus, the id, and whether the payload is transported.
+    int messageOf(const Payload& payload);
 
-    /// The chosen signals in \a frame, in the order of the catalogue. Signals that do not fit into
-    /// the data, and multiplexed signals for other multiplexor values, are left out. A remote frame
-    /// has no signals. The result is valid until the next call.
+    /// The source of a \a message with that \a id.
+    std::optional<quint8> sourceOf(int message, quint32 id) const;
+
+    /// Calls \a call with the index, the bits and the availability of each chosen signal in \a
+    /// payload, which belongs to \a message, in the order of the catalogue. Signals that do not fit
+    /// into the data, and multiplexed signals for other multiplexor values, are left out. Returns
+    /// whether there are any. Threads may call this at the same time.
+    template <typename Call>
+    bool forEachSignal(const Payload& payload, int message, Call call) const
+    {
+        bool isAny = false;
+        const LeadingBytes leading = leadingBytesOf(payload.data, payload.length);
+        for (const PreparedSignal& signal : prepared[static_cast<size_t>(message)]) {
+            if (!signal.place.fitsInto(payload.length) ||
+                (signal.multiplexor >= 0 && !isSelected(payload, leading, message, signal)))
+                continue;
+            const quint64 bits = signal.place.bitsIn(payload.data, leading);
+            call(signal.index, bits, signal.availabilityOf(bits));
+            isAny = true;
+        }
+        return isAny;
+    }
+
+    /// The chosen signals in \a frame, see forEachSignal(). A remote frame has no signals. The
+    /// result is valid until the next call.
     const QVector<DecodedSignal>& decode(const Frame& frame);
 
     /// The same for a payload, which may come from several frames.
     const QVector<DecodedSignal>& decode(const Payload& payload);
 
-    /// Whether \a frame may belong to the J1939 transport protocol: the catalogue has J1939
-    /// messages, and the id has 29 bits and is not that of a message of another protocol.
-    bool mayTransport(const Frame& frame) const;
+    /// Whether a frame with the id of \a payload may belong to the J1939 transport protocol: the
+    /// catalogue has J1939 messages, and the id has 29 bits and is not that of a message of another
+    /// protocol.
+    bool mayTransport(const Payload& payload) const;
 
     /// The guesses so far, one for each PGN.
     const QVector<GuessedMessage>& guesses() const { return guessed; }
@@ -84,13 +108,35 @@ private:
         QHash<quint32, int> byId;           // all messages, by their exact ids
     };
 
+    /// A chosen signal, prepared for decoding.
+    struct PreparedSignal {
+        Availability availabilityOf(quint64 bits) const
+        {
+            if (isFloat)
+                return monitor::availabilityOf(floatIn(bits, length) * factor + offset);
+            return isReserving ? monitor::availabilityOf(bits, length) : Availability::Measured;
+        }
+
+        SignalPlace place;
+        int index;       // in the message
+        int multiplexor; // index in the message; -1: always present
+        int length;
+        bool isFloat;
+        bool isReserving; // whether raw values are reserved
+        double factor;    // of a floating-point signal; the scaled value may be infinite
+        double offset;
+    };
+
     BusMessages messagesOn(const QString& bus) const;
     const BusMessages& messagesOf(quint16 bus) const;
-    int messageFor(const Payload& payload);
     int chooseJ1939(const Payload& payload, const QVector<int>& candidates);
-    void decodeMessage(const Payload& payload, int message);
+    void prepare(const CatalogueMessage& message);
+    bool isSelected(const Payload& payload, const LeadingBytes& leading, int message,
+                    const PreparedSignal& signal) const;
 
     QVector<CatalogueMessage> knownMessages;
+    std::vector<std::vector<PreparedSignal>> prepared; // by message
+    std::vector<std::vector<SignalPlace>> places;      // of all signals, by message
     QVector<BusMessages> lists =
         QVector<BusMessages>(1); // the first for any bus, then for buses with descriptions
     QHash<QString, int> listOf;  // by the name of a bus: index in lists

@@ -1,6 +1,9 @@
 #include "RawValue.h"
 
+#include <QtCore/QtEndian>
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -12,17 +15,35 @@ namespace monitor
 namespace
 {
 
-quint64 bitAt(const quint8* data, int position)
+constexpr int bitsInWord = 64;
+
+quint64 lowestBits(int length)
 {
-    return data[position / 8] >> (position % 8) & 1U;
+    return ~quint64{0} >> (bitsInWord - length);
 }
 
-/// The position of the next less significant bit: the one below, except that in Motorola order the
-/// highest bit of the next byte follows the lowest of a byte.
-int nextLower(int position, ByteOrder order)
+quint64 extractIntel(const quint8* data, const SignalLayout& layout)
 {
-    const bool crosses = order == ByteOrder::Motorola && position % 8 == 0;
-    return crosses ? position + 15 : position - 1;
+    const quint8* byte = data + layout.startBit / 8;
+    const int skipped = layout.startBit % 8;
+    quint64 bits = static_cast<quint64>(*byte) >> skipped;
+    for (int known = 8 - skipped; known < layout.length; known += 8)
+        bits |= static_cast<quint64>(*++byte) << known;
+    return bits & lowestBits(layout.length);
+}
+
+/// In Motorola order, the lowest bit of a byte is followed by the highest bit of the next byte.
+quint64 extractMotorola(const quint8* data, const SignalLayout& layout)
+{
+    const quint8* byte = data + layout.startBit / 8;
+    int known = layout.startBit % 8 + 1;
+    quint64 bits = *byte & lowestBits(known);
+    for (; known + 8 <= layout.length; known += 8)
+        bits = bits << 8 | *++byte;
+    const int missing = layout.length - known;
+    if (missing <= 0)
+        return bits >> -missing;
+    return bits << missing | static_cast<quint64>(*++byte) >> (8 - missing);
 }
 
 QVariant stringOrBytesIn(quint64 bits, const SignalLayout& layout)
@@ -35,6 +56,15 @@ QVariant stringOrBytesIn(quint64 bits, const SignalLayout& layout)
     return QString::fromLatin1(bytes.constData());
 }
 
+quint64 bitsOfBytes(const QByteArray& bytes)
+{
+    quint64 bits = 0;
+    const int size = std::min(static_cast<int>(bytes.size()), static_cast<int>(sizeof bits));
+    for (int i = 0; i < size; ++i)
+        bits |= static_cast<quint64>(static_cast<quint8>(bytes.at(i))) << 8 * i;
+    return bits;
+}
+
 QVariant floatValueOf(double number, int length)
 {
     return length == 32 ? QVariant(static_cast<float>(number)) : QVariant(number);
@@ -44,14 +74,32 @@ QVariant floatValueOf(double number, int length)
 
 quint64 extractBits(const quint8* data, const SignalLayout& layout)
 {
-    const bool intel = layout.byteOrder == ByteOrder::Intel;
-    int position = intel ? layout.startBit + layout.length - 1 : layout.startBit;
-    quint64 bits = 0;
-    for (int i = 0; i < layout.length; ++i) {
-        bits = bits << 1 | bitAt(data, position);
-        position = nextLower(position, layout.byteOrder);
-    }
-    return bits;
+    return layout.byteOrder == ByteOrder::Intel ? extractIntel(data, layout)
+                                                : extractMotorola(data, layout);
+}
+
+LeadingBytes leadingBytesOf(const quint8* data, int length)
+{
+    std::array<quint8, sizeof(quint64)> bytes{};
+    if (length >= static_cast<int>(bytes.size()))
+        std::memcpy(bytes.data(), data, bytes.size());
+    else
+        std::copy_n(data, length, bytes.begin());
+    return {qFromLittleEndian<quint64>(bytes.data()), qFromBigEndian<quint64>(bytes.data())};
+}
+
+SignalPlace::SignalPlace(const SignalLayout& signalLayout)
+    : layout(signalLayout), mask(lowestBits(layout.length))
+{
+    const bool isIntel = layout.byteOrder == ByteOrder::Intel;
+    const int firstBit =
+        isIntel ? layout.startBit : layout.startBit / 8 * 8 + 7 - layout.startBit % 8;
+    endBit = firstBit + layout.length;
+    const bool isLeading = endBit <= bitsInWord;
+    source = !isLeading ? Source::Anywhere
+             : isIntel  ? Source::LeadingIntel
+                        : Source::LeadingMotorola;
+    shift = static_cast<quint8>(!isLeading ? 0 : isIntel ? firstBit : bitsInWord - endBit);
 }
 
 double floatIn(quint64 bits, int length)
@@ -112,8 +160,15 @@ QVariant rawValueOf(quint64 bits, const SignalLayout& layout)
 
 std::optional<quint64> bitsOf(const QVariant& raw, const SignalLayout& layout)
 {
-    const quint64 bits = layout.isFloat ? bitsOfFloat(raw.toDouble(), layout.length)
-                                        : raw.toULongLong() & (~quint64{0} >> (64 - layout.length));
+    quint64 bits = 0;
+    if (layout.isFloat)
+        bits = bitsOfFloat(raw.toDouble(), layout.length);
+    else if (layout.passThrough && !holdsNumber(layout))
+        bits = bitsOfBytes(raw.userType() == QMetaType::QString ? raw.toString().toLatin1()
+                                                                : raw.toByteArray());
+    else
+        bits = raw.toULongLong();
+    bits &= lowestBits(layout.length);
     const QVariant made = rawValueOf(bits, layout);
     return made.userType() == raw.userType() && made == raw ? std::optional(bits) : std::nullopt;
 }

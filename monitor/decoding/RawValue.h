@@ -18,6 +18,48 @@ enum class Availability {
 /// the data, see fitsInto().
 quint64 extractBits(const quint8* data, const SignalLayout& layout);
 
+/// The first eight bytes of some data, as a number in either byte order. Bytes that the data does
+/// not have are 0.
+struct LeadingBytes {
+    quint64 intel = 0;
+    quint64 motorola = 0;
+};
+
+LeadingBytes leadingBytesOf(const quint8* data, int length);
+
+/// The place of a signal in the data, prepared for extracting it from many frames.
+class SignalPlace
+{
+public:
+    explicit SignalPlace(const SignalLayout& signalLayout);
+
+    /// Like fitsInto().
+    bool fitsInto(int size) const { return endBit <= size * 8; }
+
+    /// Like extractBits(). \a leading are the first bytes of \a data.
+    quint64 bitsIn(const quint8* data, const LeadingBytes& leading) const
+    {
+        switch (source) {
+        case Source::LeadingIntel:
+            return leading.intel >> shift & mask;
+        case Source::LeadingMotorola:
+            return leading.motorola >> shift & mask;
+        case Source::Anywhere:
+            break;
+        }
+        return extractBits(data, layout);
+    }
+
+private:
+    enum class Source : quint8 { LeadingIntel, LeadingMotorola, Anywhere };
+
+    SignalLayout layout;
+    quint64 mask;
+    int endBit; // in the order of transmission, from the first bit of the first byte
+    quint8 shift;
+    Source source;
+};
+
 /// \a bits as an IEEE number of \a length 32 or 64.
 double floatIn(quint64 bits, int length);
 

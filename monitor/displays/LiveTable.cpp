@@ -44,7 +44,8 @@ void LiveTable::show(const State& state)
     shown = state;
     places.resize(0);
     for (int i = 0; i < shown.snapshot.rows.size(); ++i) {
-        if (shown.snapshot.rows.at(i).statistics->name.contains(filter, Qt::CaseInsensitive))
+        if (filter.isEmpty() ||
+            shown.snapshot.rows.at(i).statistics->name.contains(filter, Qt::CaseInsensitive))
             places.append(i);
     }
 }

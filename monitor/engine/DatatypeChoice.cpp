@@ -2,7 +2,9 @@
 
 #include "text/numbers.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 using CAN::CANopenDataType;
 
@@ -54,10 +56,19 @@ bool fitsType(const SignalDescription& signal, int bits)
 /// does not: it selects the element type of a single byte.
 bool canKeepItsType(const SignalDescription& signal)
 {
-    const bool isScaled = signal.scaling.factor != 1 || signal.scaling.offset != 0;
-    const bool isExact = signal.layout.isFloat || signal.layout.length <= exactBits;
-    return signal.layout.passThrough ||
-           (!isScaled && isExact && *signal.layout.datatype != CANopenDataType::INTEGER40);
+    const CANopenDataType type = *signal.layout.datatype;
+    if (signal.layout.passThrough)
+        return true;
+    if (signal.scaling.factor != 1 || signal.scaling.offset != 0)
+        return false;
+    if (signal.layout.isFloat)
+        return type ==
+               (signal.layout.length == 32 ? CANopenDataType::REAL32 : CANopenDataType::REAL64);
+    return std::any_of(
+        std::begin(integerTypes), std::end(integerTypes), [&](const IntegerType& row) {
+            return signal.layout.length <= row.bits &&
+                   type == (signal.layout.isSigned ? row.signedType : row.unsignedType);
+        });
 }
 
 } // namespace

@@ -36,7 +36,7 @@ class UndecodedFrames
 {
 public:
     /// Adds \a frames, which are negative for frames that turned out to be decoded.
-    void add(const BusId& id, int frames) { counts[id.key()] += frames; }
+    void add(const BusId& id, qint64 frames) { counts[id.key()] += frames; }
     void clear() { counts.clear(); }
 
     /// The ids with undecoded frames, most frequent first, then in the order of buses and ids. The

@@ -1,6 +1,9 @@
 #include "MonitoredSignal.h"
 
+#include "RecordedValue.h"
 #include "decoding/RawValue.h"
+
+#include <algorithm>
 
 namespace monitor
 {
@@ -24,21 +27,35 @@ QMap<double, QString> textsByValue(const SignalDescription& signal)
 
 } // namespace
 
-MonitoredSignal::Recording MonitoredSignal::makeRecording(Protocol protocol,
-                                                          const CatalogueSignal& description)
+QVariant RecordedValue::raw() const
 {
-    if (protocol == Protocol::J1939)
-        return Recording(std::in_place_type<SignalRecording<J1939Value>>, description);
-    return Recording(std::in_place_type<SignalRecording<CANopenObjectValue>>, description);
+    return rawValueOf(bits, signal.description().layout);
+}
+
+QVariant RecordedValue::scaled() const
+{
+    return availability == Availability::Measured ? signal.values().scaledElement(bits)
+                                                  : QVariant();
+}
+
+QString RecordedValue::text() const
+{
+    return signal.description().valueTexts.value(bits);
 }
 
 MonitoredSignal::MonitoredSignal(const MessageHeader& message,
                                  const CatalogueSignal& signalDescription,
-                                 std::optional<quint8> source)
+                                 std::optional<quint8> source, const Keeping& keeping)
     : signal(signalDescription),
       header(message),
-      recording(makeRecording(message.protocol, signalDescription))
+      limit(signalDescription.rules.keptRecords),
+      keepsSeries(keeping.series || limit > 0)
 {
+    recorded = SignalValues::make(signal, keeping.spill);
+    if (keeping.outline && limit == 0 && !signal.layout.passThrough)
+        keptOutline.emplace(*keeping.outline);
+    if (keepsSeries || keptOutline)
+        recorded->setKeeper(this);
     empty.name = signal.reportedName;
     empty.protocol = message.protocol;
     empty.source = source;
@@ -50,31 +67,32 @@ MonitoredSignal::MonitoredSignal(const MessageHeader& message,
     empty.valueTexts = textsByValue(signal);
 }
 
-void MonitoredSignal::record(const DecodedSignal& decoded)
+// If only the newest values are kept, the oldest are removed when there are twice as many, so on
+// average each value is moved once. Median and deviators leave them out at once.
+void MonitoredSignal::keep(quint64 bits, qint64 microseconds)
 {
-    newestStatistics.reset();
-    switch (decoded.availability) {
-    case Availability::NotAvailable:
-        ++notAvailable;
-        return;
-    case Availability::Error:
-        ++errors;
-        return;
-    case Availability::Measured:
-        break;
+    if (keptOutline) {
+        const bool isKnown = microseconds != SignalSeries::noTime;
+        keptOutline->add(isKnown ? std::optional<qint64>(microseconds) : std::nullopt,
+                         recorded->scaled(bits));
     }
-    const std::optional<qint64> microseconds = microsecondsOf(decoded);
-    if (microseconds)
-        valueRhythm.add(*microseconds);
-    newestBits = decoded.bits;
-    const qint64 time = microseconds.value_or(SignalSeries::noTime);
-    std::visit(
-        [&](auto& values) {
-            typename std::decay_t<decltype(values)>::Record value;
-            value.rawValue = rawValueOf(decoded.bits, signal.layout);
-            values.record(std::move(value), time);
-        },
-        recording);
+    if (!keepsSeries)
+        return;
+    keptBits.append(bits);
+    keptTimes.append(microseconds);
+    if (surplus() == 0)
+        return;
+    recorded->drop(keptBits.at(surplus() - 1));
+    if (surplus() < limit)
+        return;
+    keptTimes.remove(0, surplus());
+    keptBits.remove(0, surplus());
+}
+
+/// The number of the oldest kept values that exceed the limit.
+int MonitoredSignal::surplus() const
+{
+    return limit == 0 ? 0 : std::max(static_cast<int>(keptBits.size()) - limit, 0);
 }
 
 void MonitoredSignal::setBus(const QString& name)
@@ -83,121 +101,54 @@ void MonitoredSignal::setBus(const QString& name)
     newestStatistics.reset();
 }
 
-RecordedValue MonitoredSignal::newestValue(const DecodedSignal& decoded, const QString& bus) const
-{
-    RecordedValue newest{empty, bus, decoded.availability, decoded.nanoseconds, {}, {}, {}};
-    newest.raw = rawValueOf(decoded.bits, signal.layout);
-    newest.text = signal.valueTexts.value(decoded.bits);
-    if (decoded.availability != Availability::Measured)
-        return newest;
-    std::visit(
-        [&newest](const auto& values) {
-            typename std::decay_t<decltype(values)>::Record value;
-            if (values.kept().getValue(values.kept().getValueCount() - 1, value))
-                newest.scaled = value.scaledValue;
-        },
-        recording);
-    return newest;
-}
-
 void MonitoredSignal::clear()
 {
-    std::visit([](auto& values) { values.clear(); }, recording);
-    running.clear();
-    newestStatistics.reset();
-    newestBits.reset();
-    notAvailable = 0;
-    errors = 0;
+    recorded->clear();
+    if (keptOutline)
+        keptOutline->clear();
+    keptBits.clear();
+    keptTimes.clear();
 }
 
-void MonitoredSignal::stopUpdating()
+std::shared_ptr<const SignalStatistics> MonitoredSignal::getStatistics(double k)
 {
-    std::visit([](auto& values) { values.stopUpdating(); }, recording);
-}
-
-SignalStatistics MonitoredSignal::calcStatistics(double k)
-{
-    SignalStatistics statistics = identityAndCounts();
-    std::visit([&](auto& values) { monitor::calcStatistics(values, signal, k, statistics); },
-               recording);
-    return statistics;
-}
-
-std::shared_ptr<const SignalStatistics> MonitoredSignal::getRunningStatistics(double k)
-{
-    if (newestStatistics)
+    if (!recorded->takeChange() && newestStatistics)
         return newestStatistics;
-    auto statistics = std::make_shared<SignalStatistics>(identityAndCounts());
-    std::visit([&](auto& values) { running.get(values, signal, k, *statistics); }, recording);
+    auto statistics = std::make_shared<SignalStatistics>(empty);
+    statistics->count = recorded->count();
+    statistics->notAvailable = recorded->notAvailableCount();
+    statistics->errors = recorded->errorCount();
+    if (statistics->count > 0) {
+        statistics->newestMeaning = signal.valueTexts.value(recorded->newestBits());
+        recorded->getStatistics(k, *statistics);
+    }
     newestStatistics = statistics;
     return newestStatistics;
 }
 
-/// The statistics that need no computation.
-SignalStatistics MonitoredSignal::identityAndCounts() const
+SignalSeries MonitoredSignal::getSeries() const
 {
-    SignalStatistics statistics = empty;
-    statistics.notAvailable = notAvailable;
-    statistics.errors = errors;
-    if (newestBits)
-        statistics.newestMeaning = signal.valueTexts.value(*newestBits);
-    return statistics;
-}
-
-SignalSeries MonitoredSignal::getSeries()
-{
-    std::visit([](auto& values) { values.dropOldest(); }, recording);
     SignalSeries series;
     appendNewValues(series);
     return series;
 }
 
-// The values are read one by one, because a snapshot would make recording the next value copy all
-// of them.
-void MonitoredSignal::appendNewValues(SignalSeries& series)
+void MonitoredSignal::appendNewValues(SignalSeries& series) const
 {
     if (signal.layout.passThrough)
         return;
-    std::visit(
-        [&](auto& values) {
-            if (values.isBounded()) {
-                values.dropOldest();
-                series = SignalSeries();
-            }
-            typename std::decay_t<decltype(values)>::Record value;
-            while (values.kept().getValue(static_cast<int>(series.values.size()), value)) {
-                series.microseconds.append(values.times().at(series.values.size()));
-                series.values.append(value.scaledValue.toDouble());
-            }
-        },
-        recording);
+    if (limit > 0)
+        series = SignalSeries();
+    for (int i = static_cast<int>(series.values.size()) + surplus(); i < keptBits.size(); ++i) {
+        series.microseconds.append(keptTimes.at(i));
+        series.values.append(recorded->scaled(keptBits.at(i)));
+    }
 }
 
-SignalRecords MonitoredSignal::getRecords()
+SignalRecords MonitoredSignal::getRecords() const
 {
-    return std::visit(
-        [&](auto& values) {
-            values.dropOldest();
-            return SignalRecords{values.kept().getValues(), values.times(), notAvailable, errors};
-        },
-        recording);
-}
-
-void MonitoredSignal::restore(const SignalRecords& saved)
-{
-    std::visit(
-        [&](auto& values) {
-            using Records = QVector<typename std::decay_t<decltype(values)>::Record>;
-            const auto& records = std::get<Records>(saved.values);
-            for (int i = 0; i < records.size(); ++i)
-                values.record(records.at(i), saved.microseconds.at(i));
-            if (!records.isEmpty())
-                newestBits = bitsOf(records.last().rawValue, signal.layout);
-        },
-        recording);
-    newestStatistics.reset();
-    notAvailable = saved.notAvailable;
-    errors = saved.errors;
+    return {keptBits.mid(surplus()), keptTimes.mid(surplus()), recorded->notAvailableCount(),
+            recorded->errorCount()};
 }
 
 } // namespace monitor

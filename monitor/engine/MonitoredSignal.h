@@ -1,24 +1,28 @@
 #pragma once
 
-#include "RecordedValue.h"
-#include "Rhythm.h"
-#include "RunningStatistics.h"
 #include "SignalRecords.h"
+#include "SignalValues.h"
 #include "decoding/Decoder.h"
-
-#include <variant>
+#include "outline/SeriesOutline.h"
 
 namespace monitor
 {
 
+/// How the values of a signal are kept in addition to their statistics.
+struct Keeping {
+    SpillFile* spill = nullptr;                     ///< see SignalValues; must outlive the signal
+    bool series = false;                            ///< whether all values are kept
+    std::optional<SeriesOutline::Detail> outline{}; ///< of all values, for charts; empty: not kept
+};
+
 /// One signal from one source: records its values and computes their statistics. Only one thread
 /// may use an object at a time; different objects are independent.
-class MonitoredSignal
+class MonitoredSignal : private ValueKeeper
 {
 public:
-    /// Starts recording a signal of \a message, in the library's type of record for its protocol.
+    /// Starts recording a signal of \a message.
     MonitoredSignal(const MessageHeader& message, const CatalogueSignal& signalDescription,
-                    std::optional<quint8> source);
+                    std::optional<quint8> source, const Keeping& keeping = {});
 
     const CatalogueSignal& description() const { return signal; }
 
@@ -31,63 +35,46 @@ public:
     /// Names the bus of the signal in its statistics.
     void setBus(const QString& name);
 
-    /// The timing of the values.
-    const Rhythm& rhythm() const { return valueRhythm; }
-
-    /// Records a value, or counts that it is not available or an error.
-    void record(const DecodedSignal& decoded);
-
-    /// The value that record() has just recorded, as \a decoded describes it.
-    RecordedValue newestValue(const DecodedSignal& decoded, const QString& bus) const;
+    /// The recorded values. If values are to be kept, those added to the result are kept here.
+    SignalValues& values() const { return *recorded; }
 
     /// Deletes all values and counts, but keeps the rhythm.
     void clear();
 
-    /// Stops the library's background updating. Waits for its current cycle to end, up to 100 ms.
-    /// The values are kept.
-    void stopUpdating();
-
     /// Computes the statistics of all values, with a band of \a k deviations. The median and the
-    /// deviators are those of the kept values.
-    SignalStatistics calcStatistics(double k);
-
-    /// The same for a display that asks repeatedly. The cost depends on the number of values since
-    /// the last call. Without new values the last result is returned, so \a k must be the same in
-    /// all calls.
-    std::shared_ptr<const SignalStatistics> getRunningStatistics(double k);
+    /// deviators are those of the kept values if only the newest are kept. Without new values the
+    /// last result is returned, so \a k must be the same in all calls. The cost hardly depends on
+    /// the number of values.
+    std::shared_ptr<const SignalStatistics> getStatistics(double k);
 
     /// The kept values; empty for a pass-through signal.
-    SignalSeries getSeries();
+    SignalSeries getSeries() const;
 
     /// Appends the values that \a series lacks. It must be empty or come from an earlier call since
     /// the last clear(). The cost depends on the number of new values, unless only the newest are
     /// kept.
-    void appendNewValues(SignalSeries& series);
+    void appendNewValues(SignalSeries& series) const;
+
+    /// The outline of all values; null if it is not kept, or only the newest values are.
+    const SeriesOutline* outline() const { return keptOutline ? &*keptOutline : nullptr; }
 
     /// The kept values and the counts.
-    SignalRecords getRecords();
-
-    /// Records what getRecords() returned for a signal of the same description and protocol. The
-    /// values are scaled and recorded again, which gives the same statistics.
-    void restore(const SignalRecords& saved);
+    SignalRecords getRecords() const;
 
 private:
-    using Recording =
-        std::variant<SignalRecording<CANopenObjectValue>, SignalRecording<J1939Value>>;
-
-    SignalStatistics identityAndCounts() const;
-    static Recording makeRecording(Protocol protocol, const CatalogueSignal& description);
+    void keep(quint64 bits, qint64 microseconds) override;
+    int surplus() const;
 
     CatalogueSignal signal;
     MessageHeader header;
     SignalStatistics empty;
-    Recording recording;
-    RunningStatistics running;
+    std::unique_ptr<SignalValues> recorded;
     std::shared_ptr<const SignalStatistics> newestStatistics; // null: out of date
-    std::optional<quint64> newestBits;                        // the raw value
-    Rhythm valueRhythm;
-    qint64 notAvailable = 0;
-    qint64 errors = 0;
+    int limit;                                                // how many values are kept; 0: all
+    QVector<quint64> keptBits; // up to twice as many as the limit, if there is one
+    QVector<qint64> keptTimes;
+    bool keepsSeries;
+    std::optional<SeriesOutline> keptOutline;
 };
 
 } // namespace monitor

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Snapshot.h"
 #include "decoding/Decoder.h"
 
 #include <QtCore/QVariant>
@@ -8,15 +7,25 @@
 namespace monitor
 {
 
-/// One value of a signal at the moment when it is recorded.
+class MonitoredSignal;
+
+/// One value of a signal when it is recorded. Valid only during ValueSink::take().
 struct RecordedValue {
-    const SignalStatistics& identity; ///< name, source, unit
-    QString bus;                      ///< empty if unknown
+    const MonitoredSignal& signal;
+    int number;         ///< of the signal in its session
+    const QString& bus; ///< empty if unknown
+    quint64 bits = 0;   ///< the raw value, see extractBits()
     Availability availability = Availability::Measured;
     std::optional<qint64> nanoseconds; ///< when it was seen
-    QVariant raw;                      ///< an integer, a float, a text or bytes
-    QVariant scaled;                   ///< the same in the unit; invalid if it is not available
-    QString text;                      ///< the described meaning of the raw value; may be empty
+
+    /// An integer, a float, a text or bytes.
+    QVariant raw() const;
+
+    /// The same in the unit; invalid if it is not available.
+    QVariant scaled() const;
+
+    /// The described meaning of the raw value; may be empty.
+    QString text() const;
 };
 
 /// Receives each value when it is recorded.
@@ -25,6 +34,9 @@ class ValueSink
 public:
     virtual ~ValueSink() = default;
     virtual void take(const RecordedValue& value) = 0;
+
+    /// Called when the user resets the run: the values taken so far no longer belong to it.
+    virtual void clear() {}
 };
 
 } // namespace monitor

@@ -1,6 +1,7 @@
 #include "Rhythm.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace monitor
 {
@@ -16,10 +17,15 @@ void Rhythm::add(qint64 microseconds)
     newest = microseconds;
 }
 
-bool Rhythm::isSilent(qint64 now) const
+qint64 Rhythm::notSilentUntil() const
 {
-    return usualPeriod && static_cast<double>(now - *newest) >
-                              std::max(silentPeriods * *usualPeriod, shortestSilence);
+    constexpr qint64 never = std::numeric_limits<qint64>::max();
+    constexpr double farthest = 4e18; // the sum does not overflow
+    if (!usualPeriod)
+        return never;
+    const double silence = std::max(silentPeriods * *usualPeriod, shortestSilence);
+    return silence < farthest && *newest < never / 2 ? *newest + static_cast<qint64>(silence)
+                                                     : never;
 }
 
 } // namespace monitor

@@ -28,7 +28,11 @@ public:
 
     /// Whether at the time \a now there has been no value for more than five usual periods and more
     /// than the shortest silence.
-    bool isSilent(qint64 now) const;
+    bool isSilent(qint64 now) const { return now > notSilentUntil(); }
+
+    /// The latest time at which the signal is not yet silent if no further value arrives. The
+    /// greatest number if that is unknown.
+    qint64 notSilentUntil() const;
 
 private:
     std::optional<qint64> newest;

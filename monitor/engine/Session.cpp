@@ -1,5 +1,9 @@
 #include "Session.h"
 
+#include "BlockPipeline.h"
+
+#include <algorithm>
+#include <atomic>
 #include <utility>
 
 namespace monitor
@@ -8,41 +12,100 @@ namespace monitor
 Session::Session(QVector<CatalogueMessage> descriptions, double k)
     : bandK(k), decoder(std::move(descriptions)), signalRegistry(decoder.messages())
 {
+    signalRegistry.keep({&spill});
 }
 
 void Session::take(const Frame& frame)
 {
-    ++counted.total;
-    noteBus(frame.bus);
-    const bool isDecoded = record(decoder.decode(frame));
-    if (isDecoded)
-        ++counted.decoded;
-    else
-        undecoded.add(busIdOf(frame), 1);
-    if (ids)
-        ids->take(frame, decoder.messageOf(payloadOf(frame)));
-    if (!decoder.mayTransport(frame))
-        return;
-    if (const auto message = transports[frame.bus].take(frame, isDecoded))
-        takeTransported(frame.bus, *message);
+    pass(frame, [this](const Payload& payload, FrameRoute& route) {
+        noteTime(payload, route);
+        return record(payload, route, counted.decoded);
+    });
 }
 
-/// Takes a reassembled message, whose frames are decoded now.
-void Session::takeTransported(quint16 bus, const TransportedMessage& message)
+/// Passes \a frame, and a multi-frame message that it completes, to \a record if their messages
+/// are described. It returns whether there are signals.
+template <typename Record>
+void Session::pass(const Frame& frame, Record record)
 {
+    ++counted.total;
+    areRowsNew = false;
+    noteBus(frame.bus);
+    FrameRoute& route = routeOf(busIdOf(frame), false);
+    bool isDecoded = false;
+    if (route.found != nullptr && !frame.remote)
+        isDecoded = record(payloadOf(frame), route);
+    else
+        ++route.undecoded;
     if (ids)
-        ids->take(message.payload, decoder.messageOf(message.payload));
-    if (!record(decoder.decode(message.payload)))
+        ids->take(frame, route.message);
+    if (!route.mayTransport)
+        return;
+    if (const auto message = transports[frame.bus].take(frame, isDecoded))
+        pass(frame.bus, *message, record);
+}
+
+/// The same for a reassembled message, whose frames are decoded now.
+template <typename Record>
+void Session::pass(quint16 bus, const TransportedMessage& message, Record record)
+{
+    FrameRoute& route = routeOf({bus, message.payload.id, message.payload.extended}, true);
+    if (ids)
+        ids->take(message.payload, route.message);
+    if (route.found == nullptr || !record(message.payload, route))
         return;
     counted.decoded += message.frames;
     for (const FrameCount& ofId : message.framesById)
         undecoded.add({bus, ofId.id, true}, -ofId.frames);
 }
 
+/// Records the signals in \a payload. Returns whether there are any. If there are, a single frame
+/// is added to \a decoded.
+bool Session::record(const Payload& payload, FrameRoute& route, qint64& decoded)
+{
+    const bool isAny = decoder.forEachSignal(
+        payload, route.message, [&](int signal, quint64 bits, Availability availability) {
+            signalRegistry.record(*route.found, signal, bits, availability, payload.nanoseconds);
+        });
+    if (!payload.transported)
+        ++(isAny ? decoded : route.withoutSignals);
+    return isAny;
+}
+
+bool Session::hasSignals(const Payload& payload, const FrameRoute& route) const
+{
+    return decoder.forEachSignal(payload, route.message, [](int, quint64, Availability) {});
+}
+
+void Session::noteTime(const Payload& payload, const FrameRoute& route)
+{
+    if (!signalRegistry.firstTime() && payload.nanoseconds && hasSignals(payload, route))
+        signalRegistry.noteTime(payload.nanoseconds);
+}
+
+FrameRoute& Session::routeOf(const BusId& id, bool isTransported)
+{
+    return routes.of(id, isTransported, [&](FrameRoute& route) {
+        Payload payload;
+        payload.id = id.id;
+        payload.extended = id.extended;
+        payload.bus = id.bus;
+        payload.transported = isTransported;
+        route.message = decoder.messageOf(payload);
+        route.mayTransport =
+            !isTransported && isTransportId(id.id) && decoder.mayTransport(payload);
+        if (route.message >= 0)
+            route.found = &signalRegistry.signalsOf(route.message, id.bus,
+                                                    decoder.sourceOf(route.message, id.id));
+    });
+}
+
 void Session::setBuses(const QStringList& names)
 {
     busNames = names;
     decoder.setBuses(names);
+    routes.addUndecodedTo(undecoded);
+    routes.clear(); // messages may be described for the new buses
     signalRegistry.setBuses(names, hasSeveralBuses);
 }
 
@@ -56,17 +119,15 @@ void Session::noteBus(quint16 bus)
     signalRegistry.setBuses(busNames, true);
 }
 
-void Session::takeAll(FrameSource& source, const std::function<void()>& progress)
+/// Whether a frame on \a bus changes what is known about the buses.
+bool Session::isNewBus(quint16 bus) const
 {
-    constexpr qint64 framesPerUpdate = 4096; // so that the cost of updating is negligible
-    qint64 frames = 0;
-    for (Frame frame; source.next(frame);) {
-        if (frame.bus >= busNames.size())
-            setBuses(source.buses());
-        take(frame);
-        if (progress && ++frames % framesPerUpdate == 0)
-            progress();
-    }
+    return bus >= busNames.size() || (!hasSeveralBuses && firstBus && bus != *firstBus);
+}
+
+void Session::takeAll(FrameSource& source, int threads, const ProgressCall& progress)
+{
+    takeFrames(source, threads, progress);
     const SourceCounts counts = source.counts();
     counted.errors += counts.errorFrames - taken.errorFrames;
     counted.dropped += counts.lost - taken.lost;
@@ -74,19 +135,177 @@ void Session::takeAll(FrameSource& source, const std::function<void()>& progress
     taken = counts;
 }
 
+namespace
+{
+
+/// A frame, or a multi-frame message, to be recorded.
+struct RecordingTask {
+    Payload payload;
+    FrameRoute* route;
+};
+
+/// Fetches the signals of some of \a tasks after the one with this \a number into the cache, step
+/// by step. With many signals, waiting for memory would take longer than recording.
+void prefetchFor(const std::vector<RecordingTask>& tasks, size_t number)
+{
+    constexpr size_t farAhead = 8;
+    constexpr size_t nearAhead = 2;
+    if (number + farAhead < tasks.size())
+        tasks[number + farAhead].route->found->prefetch();
+    if (number + nearAhead >= tasks.size())
+        return;
+    for (const SignalValues* const values : tasks[number + nearAhead].route->found->values) {
+        if (values != nullptr)
+            values->prefetch();
+    }
+}
+
+/// The number of decoded frames of a lane, in a cache line of its own.
+struct alignas(64) DecodedFrames {
+    qint64 count = 0;
+};
+
+/// Some successive frames of a recording.
+struct FrameBlock {
+    std::vector<Frame> frames = std::vector<Frame>(1024);
+    std::vector<std::vector<RecordingTask>> tasks; // by lane
+    std::deque<QByteArray> transported;            // the data of multi-frame messages
+};
+
+} // namespace
+
+/// Reads the frames of a source, and distributes the described ones to lanes.
+class Session::BlockReader
+{
+public:
+    BlockReader(Session& readingSession, FrameSource& frameSource)
+        : session(readingSession), source(frameSource)
+    {
+    }
+
+    /// Reads the next frames into \a block. Returns false if there are no more. Calls
+    /// \a waitUntilRecorded before routes and buses of earlier blocks change.
+    template <typename Wait>
+    bool read(FrameBlock& block, Wait waitUntilRecorded)
+    {
+        for (auto& tasks : block.tasks)
+            tasks.clear();
+        block.transported.clear();
+        if (position == size && !readFrames())
+            return false;
+        block.frames.swap(frames);
+        for (bool isFirst = true; position < size; ++position) {
+            const Frame& frame = block.frames[position];
+            if (session.isNewBus(frame.bus)) {
+                if (!isFirst)
+                    break; // the next block begins with this frame
+                waitUntilRecorded();
+                if (frame.bus >= session.busNames.size())
+                    session.setBuses(source.buses());
+            }
+            isFirst = false;
+            session.pass(frame, [&](const Payload& payload, FrameRoute& route) {
+                return add(payload, route, block);
+            });
+        }
+        if (position < size)
+            std::copy(block.frames.begin() + static_cast<std::ptrdiff_t>(position),
+                      block.frames.begin() + static_cast<std::ptrdiff_t>(size),
+                      frames.begin() + static_cast<std::ptrdiff_t>(position));
+        return true;
+    }
+
+    SourceProgress progress() const { return {done, total}; }
+
+private:
+    bool readFrames()
+    {
+        position = 0;
+        size = static_cast<size_t>(source.read(frames.data(), static_cast<int>(frames.size())));
+        const SourceProgress read = source.progress();
+        done = read.done;
+        total = read.total;
+        return size > 0;
+    }
+
+    /// Returns whether there are signals, if the caller needs to know that.
+    bool add(const Payload& payload, FrameRoute& route, FrameBlock& block) const
+    {
+        session.noteTime(payload, route);
+        const bool isDecoded =
+            (route.mayTransport || payload.transported) && session.hasSignals(payload, route);
+        auto& tasks = block.tasks[route.found->number % block.tasks.size()];
+        tasks.push_back({payload, &route});
+        if (payload.transported) {
+            block.transported.emplace_back(reinterpret_cast<const char*>(payload.data),
+                                           payload.length);
+            tasks.back().payload.data =
+                reinterpret_cast<const quint8*>(block.transported.back().constData());
+        }
+        return isDecoded;
+    }
+
+    Session& session;
+    FrameSource& source;
+    std::vector<Frame> frames = FrameBlock().frames; // of which those from position on are left
+    size_t position = 0;
+    size_t size = 0;
+    std::atomic<qint64> done{0};
+    std::atomic<qint64> total{0};
+};
+
+// The signals of a message are recorded in one lane, in the order of its frames.
+void Session::takeFrames(FrameSource& source, int threads, const ProgressCall& progress)
+{
+    constexpr int lanesPerThread = 4; // so that all threads have work to do until the end
+    constexpr int blocksPerThread = 4;
+    BlockPipeline::Steps steps;
+    steps.blocks = threads > 1 ? blocksPerThread * threads : 1;
+    // A sink takes the values of all signals in the order of the frames, so one lane records them.
+    const bool hasLanes = threads > 1 && !signalRegistry.hasValueSinks();
+    steps.lanes = hasLanes ? lanesPerThread * threads : 1;
+    std::vector<FrameBlock> blocks(static_cast<size_t>(steps.blocks));
+    for (FrameBlock& block : blocks)
+        block.tasks.resize(static_cast<size_t>(steps.lanes));
+    std::vector<DecodedFrames> decoded(static_cast<size_t>(steps.lanes));
+    BlockReader reader(*this, source);
+    std::optional<BlockPipeline> pipeline;
+    steps.read = [&](int block) {
+        return reader.read(blocks[static_cast<size_t>(block)],
+                           [&] { pipeline->waitUntilProcessed(); });
+    };
+    steps.process = [&](int block, int lane) {
+        const auto& tasks = blocks[static_cast<size_t>(block)].tasks[static_cast<size_t>(lane)];
+        qint64 frames = 0;
+        for (size_t i = 0; i < tasks.size(); ++i) {
+            prefetchFor(tasks, i);
+            record(tasks[i].payload, *tasks[i].route, frames);
+        }
+        decoded[static_cast<size_t>(lane)].count += frames;
+    };
+    if (progress)
+        steps.update = [&] { progress(reader.progress()); };
+    pipeline.emplace(steps);
+    pipeline->run(threads);
+    for (const DecodedFrames& ofLane : decoded)
+        counted.decoded += ofLane.count;
+}
+
 void Session::clear()
 {
     signalRegistry.clear();
+    areRowsNew = false;
     for (auto& transport : transports)
         transport.second.clearCounts();
     counted = FrameCounts();
     undecoded.clear();
+    routes.clear();
     savedUndecoded.clear();
     if (ids)
         ids->clear();
 }
 
-QStringList Session::guesses() const
+QStringList Session::remarks()
 {
     QStringList texts;
     for (const GuessedMessage& guess : decoder.guesses()) {
@@ -98,7 +317,31 @@ QStringList Session::guesses() const
                      .arg(message.name)
                      .arg(guess.candidates);
     }
+    for (const QString& text : {spillRemark(), spill.error()}) {
+        if (!text.isEmpty())
+            texts += text;
+    }
     return texts;
+}
+
+QString Session::spillRemark()
+{
+    QStringList names;
+    for (const int signal : signalRegistry.sorted()) {
+        if (signalRegistry.at(signal).values().isSpilled())
+            names += signalRegistry.at(signal).identity().name;
+    }
+    if (names.isEmpty())
+        return QString();
+    constexpr qint64 bytesPerMegabyte = 1000000;
+    const QString others = names.size() == 1
+                               ? QString()
+                               : QStringLiteral(" and %1 other signal(s)").arg(names.size() - 1);
+    return QStringLiteral(
+               "%1%2: too many distinct values for memory; they are counted exactly in a "
+               "temporary file in %3 (%4 MB)")
+        .arg(names.constFirst(), others, spill.folder())
+        .arg(spill.size() / bytesPerMegabyte + 1);
 }
 
 void Session::setCounts(const FrameCounts& counts, const QVector<UndecodedId>& undecodedIds)
@@ -109,7 +352,9 @@ void Session::setCounts(const FrameCounts& counts, const QVector<UndecodedId>& u
 
 QVector<UndecodedId> Session::undecodedIds() const
 {
-    return savedUndecoded + undecoded.sorted(shownBuses());
+    UndecodedFrames all = undecoded;
+    routes.addUndecodedTo(all);
+    return savedUndecoded + all.sorted(shownBuses());
 }
 
 QVector<IdStatistics> Session::calcIdStatistics() const
@@ -132,39 +377,58 @@ FrameCounts Session::counts() const
 
 Snapshot Session::getSnapshot(qint64 now)
 {
-    Snapshot snapshot = emptySnapshot();
-    for (const int signal : signalRegistry.sorted()) {
-        MonitoredSignal& monitored = signalRegistry.at(signal);
-        snapshot.rows.append(
-            {signal, monitored.getRunningStatistics(bandK), monitored.rhythm().isSilent(now)});
-    }
-    return snapshot;
+    return snapshotOf(now);
 }
 
 Snapshot Session::calcSnapshot()
 {
-    Snapshot snapshot = emptySnapshot();
+    Snapshot snapshot = snapshotOf(std::nullopt);
     snapshot.undecoded = undecodedIds();
     snapshot.isComplete = complete;
-    for (const int signal : signalRegistry.sorted())
-        snapshot.rows.append(
-            {signal,
-             std::make_shared<SignalStatistics>(signalRegistry.at(signal).calcStatistics(bandK)),
-             false});
     return snapshot;
 }
 
-Snapshot Session::emptySnapshot() const
+Snapshot Session::snapshotOf(std::optional<qint64> now)
 {
-    return {bandK, counts(), signalRegistry.firstTime(), {}, {}, true};
+    updateRows();
+    for (int i = 0; i < rows.size(); ++i) {
+        const bool isSilent = now && *now > notSilentUntil[static_cast<size_t>(i)];
+        if (rows.at(i).isSilent != isSilent)
+            rows[i].isSilent = isSilent;
+    }
+    return {bandK, counts(), signalRegistry.firstTime(), rows, {}, true};
 }
 
-/// Returns whether there are any signals.
-bool Session::record(const QVector<DecodedSignal>& decodedSignals)
+/// Computes the statistics of signals with new values. On a quiet bus with thousands of signals,
+/// even asking all of them would take noticeable time.
+void Session::updateRows()
 {
-    for (const DecodedSignal& decoded : decodedSignals)
-        signalRegistry.record(decoded);
-    return !decodedSignals.isEmpty();
+    const QVector<int>& sorted = signalRegistry.sorted();
+    if (areRowsNew && rows.size() == sorted.size())
+        return;
+    rows.resize(sorted.size());
+    notSilentUntil.resize(static_cast<size_t>(sorted.size()));
+    for (int i = 0; i < sorted.size(); ++i) {
+        MonitoredSignal& signal = signalRegistry.at(sorted.at(i));
+        rows[i].signal = sorted.at(i);
+        rows[i].statistics = signal.getStatistics(bandK);
+        notSilentUntil[static_cast<size_t>(i)] = signal.values().rhythm().notSilentUntil();
+    }
+    areRowsNew = true;
+}
+
+void Session::keepSeries()
+{
+    Keeping keeping = signalRegistry.keeping();
+    keeping.series = true;
+    signalRegistry.keep(keeping);
+}
+
+void Session::keepOutlines(SeriesOutline::Detail detail)
+{
+    Keeping keeping = signalRegistry.keeping();
+    keeping.outline = detail;
+    signalRegistry.keep(keeping);
 }
 
 } // namespace monitor

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "FrameIds.h"
+#include "FrameRoutes.h"
 #include "SignalRegistry.h"
 #include "Snapshot.h"
 #include "can/TransportProtocol.h"
+#include "counts/SpillFile.h"
 #include "sources/FrameSource.h"
 
 #include <functional>
@@ -27,12 +29,24 @@ public:
     /// with at least one signal count as decoded.
     void take(const Frame& frame);
 
-    /// Takes all frames that \a source has now, and its counts. Calls \a progress, if given, every
-    /// few thousand frames. All calls must have the same source.
-    void takeAll(FrameSource& source, const std::function<void()>& progress = {});
+    /// Called with the progress of a source.
+    using ProgressCall = std::function<void(const SourceProgress&)>;
 
-    /// Passes each value to \a sink, which must outlive this object.
-    void setValueSink(ValueSink* sink) { signalRegistry.setValueSink(sink); }
+    /// Takes all frames that \a source has now, and its counts, on \a threads threads. Calls
+    /// \a progress, if given, on the calling thread from time to time. All calls must have the same
+    /// source. The results do not depend on the number of threads.
+    void takeAll(FrameSource& source, int threads = 1, const ProgressCall& progress = {});
+
+    /// Passes each value to \a sink too, which must outlive this object. Call it before the first
+    /// frame.
+    void addValueSink(ValueSink& sink) { signalRegistry.addValueSink(sink); }
+
+    /// Keeps all values of each signal. Call it before the first frame.
+    void keepSeries();
+
+    /// Keeps an outline of each signal, for charts. Call it before the first frame.
+    void keepOutlines(SeriesOutline::Detail detail);
+    const Keeping& keeping() const { return signalRegistry.keeping(); }
 
     /// Collects the statistics of each id too. Call it before the first frame.
     void collectIds() { ids = std::make_unique<FrameIds>(); }
@@ -59,37 +73,57 @@ public:
     /// Sets the counts to those of a saved run.
     void setCounts(const FrameCounts& counts, const QVector<UndecodedId>& undecodedIds);
 
-    /// One line for each PGN whose frames could belong to several messages, and were decoded as the
-    /// first of them.
-    QStringList guesses() const;
+    /// Lines for the user: one for each PGN whose frames could belong to several messages, and were
+    /// decoded as the first of them; and about the temporary file, if it was used.
+    QStringList remarks();
+
+    /// Whether the statistics are exact: false if the temporary file could not be read.
+    bool isExact() const { return !spill.hasLostValues(); }
 
     /// All signals as they are now, for a display that asks repeatedly. The cost depends on the
     /// number of signals and of values since the last call. Whether a signal is silent depends on
     /// the time \a now, in microseconds on the clock of the frames.
     Snapshot getSnapshot(qint64 now);
 
-    /// The same for the end of a run, with MonitoredSignal::calcStatistics().
+    /// The same for the end of a run, with the undecoded ids.
     Snapshot calcSnapshot();
 
 private:
-    Snapshot emptySnapshot() const;
-    bool record(const QVector<DecodedSignal>& decodedSignals);
+    class BlockReader;
+
+    Snapshot snapshotOf(std::optional<qint64> now);
+    void updateRows();
+    QString spillRemark();
+    void takeFrames(FrameSource& source, int threads, const ProgressCall& progress);
+    template <typename Record>
+    void pass(const Frame& frame, Record record);
+    template <typename Record>
+    void pass(quint16 bus, const TransportedMessage& message, Record record);
+    bool record(const Payload& payload, FrameRoute& route, qint64& decoded);
+    bool hasSignals(const Payload& payload, const FrameRoute& route) const;
+    void noteTime(const Payload& payload, const FrameRoute& route);
+    FrameRoute& routeOf(const BusId& id, bool isTransported);
     void setBuses(const QStringList& names);
     void noteBus(quint16 bus);
+    bool isNewBus(quint16 bus) const;
     QStringList shownBuses() const { return hasSeveralBuses ? busNames : QStringList(); }
-    void takeTransported(quint16 bus, const TransportedMessage& message);
 
     double bandK;
     Decoder decoder;
+    SpillFile spill; // of the signals
     SignalRegistry signalRegistry;
+    FrameRoutes routes;
     std::map<quint16, TransportProtocol> transports; // by bus
     QStringList busNames;
     std::optional<quint16> firstBus;
     bool hasSeveralBuses = false;
     bool complete = true;
     QVector<UndecodedId> savedUndecoded; // of a saved run
-    UndecodedFrames undecoded;
-    std::unique_ptr<FrameIds> ids; // null: not collected
+    UndecodedFrames undecoded;           // corrections of the counts of the routes
+    std::unique_ptr<FrameIds> ids;       // null: not collected
+    QVector<SnapshotRow> rows;           // of the newest snapshot
+    std::vector<qint64> notSilentUntil;  // for each of them
+    bool areRowsNew = false;
     FrameCounts counted;
     SourceCounts taken; // the counts of the source at the last call of takeAll()
 };

@@ -3,11 +3,8 @@
 #include "sources/BusNames.h"
 
 #include <algorithm>
-#include <atomic>
-#include <numeric>
-#include <system_error>
-#include <thread>
 #include <tuple>
+#include <utility>
 
 namespace monitor
 {
@@ -15,27 +12,47 @@ namespace monitor
 namespace
 {
 
-quint64 keyOf(const DecodedSignal& decoded)
+quint64 keyOf(int message, quint16 bus, std::optional<quint8> source)
 {
     constexpr quint64 sources = 257; // 256 source addresses, and no source
     constexpr quint64 buses = BusNames::maxNames;
-    constexpr quint64 signalsOfMessage = 1U << 20U; // more than a message has signals
-    const auto message = static_cast<quint64>(decoded.message);
-    const auto signal = static_cast<quint64>(decoded.signal);
-    const quint64 source = decoded.source ? *decoded.source : sources - 1;
-    return ((message * signalsOfMessage + signal) * sources + source) * buses + decoded.bus;
+    const quint64 number = source ? *source : sources - 1;
+    return (static_cast<quint64>(message) * sources + number) * buses + bus;
 }
 
 } // namespace
 
-void SignalRegistry::record(const DecodedSignal& decoded)
+MessageSignals& SignalRegistry::signalsOf(int message, quint16 bus, std::optional<quint8> source)
 {
-    if (!begin)
-        begin = microsecondsOf(decoded);
-    MonitoredSignal& signal = signalOf(decoded);
-    signal.record(decoded);
-    if (valueSink != nullptr)
-        valueSink->take(signal.newestValue(decoded, busNames.value(decoded.bus)));
+    const quint64 key = keyOf(message, bus, source);
+    const auto known = messages.find(key);
+    if (known != messages.end())
+        return *known->second;
+    MessageSignals& added = addMessage(
+        message, bus, source, static_cast<int>(descriptions.at(message).catalogueSignals.size()));
+    messages.emplace(key, &added);
+    return added;
+}
+
+void SignalRegistry::record(MessageSignals& found, int signal, quint64 bits,
+                            Availability availability, std::optional<qint64> nanoseconds)
+{
+    const qint64 microseconds =
+        nanoseconds ? *nanoseconds / nanosecondsPerMicrosecond : SignalSeries::noTime;
+    SignalValues* const known = found.values[static_cast<size_t>(signal)];
+    SignalValues& values = known != nullptr ? *known : addSignal(found, signal).values();
+    values.record(bits, availability, microseconds);
+    if (valueSinks.empty())
+        return;
+    const QString bus = busNames.value(found.bus);
+    const RecordedValue value{*found.bySignal[static_cast<size_t>(signal)],
+                              found.firstNumber + signal,
+                              bus,
+                              bits,
+                              availability,
+                              nanoseconds};
+    for (ValueSink* const sink : valueSinks)
+        sink->take(value);
 }
 
 void SignalRegistry::setBuses(const QStringList& names, bool areShown)
@@ -44,48 +61,49 @@ void SignalRegistry::setBuses(const QStringList& names, bool areShown)
     showsBuses = areShown;
     if (!showsBuses)
         return;
-    for (size_t i = 0; i < busOf.size(); ++i)
-        monitored[i]->setBus(busNames.value(busOf[i]));
+    for (const auto& message : messages) {
+        for (const auto& signal : message.second->bySignal) {
+            if (signal)
+                signal->setBus(busNames.value(message.second->bus));
+        }
+    }
     order.clear();
 }
 
-// Stopping a signal can take up to 100 ms of waiting, so signals are stopped in parallel by as many
-// threads as the system starts, up to a limit. QThreadPool would wait forever for threads that
-// cannot be started.
-void SignalRegistry::stopUpdating()
+MessageSignals& SignalRegistry::add(std::unique_ptr<MonitoredSignal> signal)
 {
-    constexpr std::size_t maxHelpers = 256;
-    std::atomic<std::size_t> next{0};
-    const auto stopOthers = [&] {
-        for (std::size_t i = next++; i < monitored.size(); i = next++)
-            monitored[i]->stopUpdating();
-    };
-    std::vector<std::thread> helpers;
-    helpers.reserve(maxHelpers);
-    try {
-        while (helpers.size() < std::min(monitored.size(), maxHelpers))
-            helpers.emplace_back(stopOthers);
-    } catch (const std::system_error&) { // the threads that could be started do the work
-    }
-    stopOthers();
-    for (std::thread& helper : helpers)
-        helper.join();
+    MessageSignals& added = addMessage(-1, 0, signal->identity().source, 1);
+    added.values.front() = &signal->values();
+    added.bySignal.front() = std::move(signal);
+    ++seen;
+    return added;
+}
+
+MonitoredSignal& SignalRegistry::at(int signal) const
+{
+    const Place& place = places.at(static_cast<size_t>(signal));
+    return *place.found->bySignal.at(static_cast<size_t>(place.signal));
 }
 
 void SignalRegistry::clear()
 {
-    for (const auto& signal : monitored)
-        signal->clear();
+    for (const int signal : sorted())
+        at(signal).clear();
     begin.reset();
+    for (ValueSink* const sink : valueSinks)
+        sink->clear();
 }
 
 const QVector<int>& SignalRegistry::sorted()
 {
-    const int size = static_cast<int>(monitored.size());
-    if (order.size() == size)
+    if (order.size() == seen)
         return order;
-    order.resize(size);
-    std::iota(order.begin(), order.end(), 0);
+    order.clear();
+    order.reserve(seen);
+    for (size_t i = 0; i < places.size(); ++i) {
+        if (places[i].found->bySignal[static_cast<size_t>(places[i].signal)])
+            order.append(static_cast<int>(i));
+    }
     std::stable_sort(order.begin(), order.end(), [this](int left, int right) {
         const SignalStatistics& first = at(left).identity();
         const SignalStatistics& second = at(right).identity();
@@ -95,20 +113,34 @@ const QVector<int>& SignalRegistry::sorted()
     return order;
 }
 
-MonitoredSignal& SignalRegistry::signalOf(const DecodedSignal& decoded)
+MonitoredSignal& SignalRegistry::addSignal(MessageSignals& found, int signal)
 {
-    const quint64 key = keyOf(decoded);
-    const auto known = positions.constFind(key);
-    if (known != positions.cend())
-        return *monitored.at(known.value());
-    const CatalogueMessage& message = descriptions.at(decoded.message);
-    positions.insert(key, monitored.size());
-    monitored.push_back(std::make_unique<MonitoredSignal>(
-        message, message.catalogueSignals.at(decoded.signal), decoded.source));
-    busOf.push_back(decoded.bus);
+    const CatalogueMessage& message = descriptions.at(found.message);
+    auto& added = found.bySignal[static_cast<size_t>(signal)];
+    added = std::make_unique<MonitoredSignal>(message, message.catalogueSignals.at(signal),
+                                              found.source, kept);
+    found.values[static_cast<size_t>(signal)] = &added->values();
     if (showsBuses)
-        monitored.back()->setBus(busNames.value(decoded.bus));
-    return *monitored.back();
+        added->setBus(busNames.value(found.bus));
+    ++seen;
+    return *added;
+}
+
+MessageSignals& SignalRegistry::addMessage(int message, quint16 bus, std::optional<quint8> source,
+                                           int size)
+{
+    owned.push_back(std::make_unique<MessageSignals>());
+    MessageSignals& added = *owned.back();
+    added.message = message;
+    added.bus = bus;
+    added.source = source;
+    added.number = owned.size() - 1;
+    added.firstNumber = static_cast<int>(places.size());
+    added.bySignal.resize(static_cast<size_t>(size));
+    added.values.resize(added.bySignal.size());
+    for (int i = 0; i < size; ++i)
+        places.push_back({&added, i});
+    return added;
 }
 
 } // namespace monitor

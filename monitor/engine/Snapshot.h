@@ -41,7 +41,7 @@ struct SignalStatistics {
     int rating = 0;            ///< of the newest value, 0 to 100
     double lowerThreshold = 0; ///< the lower end of the band: average - k x deviation
     double upperThreshold = 0; ///< the upper end of the band: average + k x deviation
-    int deviators = 0;         ///< number of kept values outside the band
+    qint64 deviators = 0;      ///< number of kept values outside the band
 
     qint64 notAvailable = 0; ///< how often the sender had no value
     qint64 errors = 0;       ///< how often it reported an error instead

@@ -61,14 +61,14 @@ QString ExportFile::check()
 
 void ExportFile::take(const RecordedValue& value)
 {
-    const SignalStatistics& signal = value.identity;
+    const SignalStatistics& signal = value.signal.identity();
     if (value.nanoseconds)
         lines += secondsOf(*value.nanoseconds);
     lines += ',' + toCsvCell(signal.name).toUtf8() + ',';
     if (signal.source)
         lines += QByteArray::number(*signal.source);
-    lines += ',' + plainValueOf(value.raw) + ',' + plainValueOf(value.scaled);
-    for (const QString& text : {value.text, signal.unit, value.bus})
+    lines += ',' + plainValueOf(value.raw()) + ',' + plainValueOf(value.scaled());
+    for (const QString& text : {value.text(), signal.unit, value.bus})
         lines += ',' + toCsvCell(text).toUtf8();
     lines += "\r\n";
     if (lines.size() >= bufferSize)

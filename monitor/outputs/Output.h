@@ -35,6 +35,9 @@ public:
     /// string if no error is expected.
     [[nodiscard]] virtual QString check() { return QString(); }
 
+    /// Whether the output needs the outlines of the signals.
+    virtual bool needsOutlines() const { return false; }
+
     /// Receives each value during the run, if the output wants them; otherwise null.
     virtual ValueSink* valueSink() { return nullptr; }
 

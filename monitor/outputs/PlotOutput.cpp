@@ -32,10 +32,17 @@ void paint(std::unique_ptr<QChart> chart, const QRect& place, QPainter& painter)
     scene.render(&painter, place, scene.sceneRect());
 }
 
-/// A signal as it is plotted.
+/// A signal to plot. Its trace is made when it is drawn, so that only one is in memory at a time.
 struct Plot {
     std::shared_ptr<const SignalStatistics> statistics;
-    Trace trace;
+    MonitoredSignal* signal;
+    qint64 start; // of the run
+
+    Trace trace() const
+    {
+        const SeriesOutline* const outline = signal->outline();
+        return outline ? traceOf(*outline, start) : traceOf(signal->getSeries(), start);
+    }
 };
 
 /// Pass-through signals and signals without values have no plot.
@@ -43,10 +50,10 @@ QVector<Plot> plotsOf(const FinishedRun& run)
 {
     QVector<Plot> plots;
     for (const SnapshotRow& row : run.snapshot.rows) {
-        const Trace trace = traceOf(run.session.registry().at(row.signal).getSeries(),
-                                    run.snapshot.firstTime.value_or(0));
-        if (!trace.points.isEmpty())
-            plots.append({row.statistics, trace});
+        const Plot plot{row.statistics, &run.session.registry().at(row.signal),
+                        run.snapshot.firstTime.value_or(0)};
+        if (!plot.trace().points.isEmpty())
+            plots.append(plot);
     }
     return plots;
 }
@@ -54,9 +61,9 @@ QVector<Plot> plotsOf(const FinishedRun& run)
 /// The time axis that shows all of \a plots.
 AxisRange timesOf(const QVector<Plot>& plots)
 {
-    AxisRange times = rangeOf(plots.first().trace);
+    AxisRange times = rangeOf(plots.first().trace());
     for (const Plot& plot : plots) {
-        const AxisRange range = rangeOf(plot.trace);
+        const AxisRange range = rangeOf(plot.trace());
         times = {std::min(times.from, range.from), std::max(times.to, range.to)};
     }
     return times;
@@ -67,8 +74,8 @@ QString writePlot(const Plot& plot, const QString& fileName)
     QImage image(plotSize, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);
-    paint(chartOf(*plot.statistics, plot.trace, rangeOf(plot.trace), plotSize), image.rect(),
-          painter);
+    const Trace trace = plot.trace();
+    paint(chartOf(*plot.statistics, trace, rangeOf(trace), plotSize), image.rect(), painter);
     painter.end();
     return writeImage(image, fileName);
 }
@@ -82,8 +89,9 @@ QString writeOverview(const QVector<Plot>& plots, const QString& fileName)
     const AxisRange times = timesOf(plots);
     QRect place(QPoint(0, 0), tileSize);
     for (const Plot& plot : plots) {
-        const AxisRange range = plot.trace.hasTimes ? times : rangeOf(plot.trace);
-        paint(chartOf(*plot.statistics, plot.trace, range, tileSize), place, painter);
+        const Trace trace = plot.trace();
+        const AxisRange range = trace.hasTimes ? times : rangeOf(trace);
+        paint(chartOf(*plot.statistics, trace, range, tileSize), place, painter);
         painter.drawText(place.adjusted(0, titleMargin, 0, 0), Qt::AlignHCenter,
                          plotTitleOf(*plot.statistics));
         place.translate(0, tileSize.height());

@@ -17,6 +17,7 @@ public:
     explicit PlotOutput(QString folder) : directory(std::move(folder)) {}
 
     /// Creates the directory.
+    bool needsOutlines() const override { return true; }
     [[nodiscard]] QString check() override;
     [[nodiscard]] OutputResult write(const FinishedRun& run,
                                      const OutputProgress& progress) override;

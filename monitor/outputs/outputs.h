@@ -21,7 +21,7 @@ struct OutputKind {
     const char* valueName; ///< the value of the option, such as FILE; empty for a printed output
     const char* help;      ///< the help text of the option
     bool needsWidgets;     ///< true: there must be a QApplication
-    bool isStreamed;       ///< true: written during a run, so not available for a saved run
+    bool isStreamed;       ///< true: takes values that a saved run lacks
     std::unique_ptr<Output> (*make)(const OutputTarget& target);
     /// For a printed output: the same form for the statistics of ids, see IdOutput.
     std::unique_ptr<Output> (*makeIds)(const OutputTarget& target, bool onlyDescribed);

@@ -33,8 +33,8 @@ public:
 
     /// Reads the next frames into the \a size elements at \a frames, at least one, and returns
     /// their number: 0 whenever next() would return false. It may be less than \a size before the
-    /// end, since frames that are there are not held back to wait for more. Every member of a frame
-    /// is set except the bytes of its data from its length on, so the same array can be used again.
+    /// end, since available frames are not held back to wait for more. Every member of a frame is
+    /// set except the bytes of its data from its length on, so the same array can be used again.
     [[nodiscard]] virtual int read(Frame* frames, int size)
     {
         int count = 0;

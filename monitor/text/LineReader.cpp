@@ -93,7 +93,7 @@ bool LineReader::readLineSlowly(std::string_view& line)
     return true;
 }
 
-/// Reads at least one more byte, behind the bytes that have not been taken. Returns false at the
+/// Reads at least one more byte, after the bytes that have not been taken. Returns false at the
 /// end.
 bool LineReader::readMore()
 {

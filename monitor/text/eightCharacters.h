@@ -129,7 +129,7 @@ inline quint32 hexValue(quint64 digits)
     return static_cast<quint32>(pairs | pairs >> 16);
 }
 
-/// Moves \a at behind blanks, and returns whether there are any.
+/// Moves \a at past any blanks, and returns whether there are any.
 inline bool skipBlanks(const char*& at)
 {
     const char* const begin = at;

@@ -37,9 +37,9 @@ Q_ALWAYS_INLINE double crossTerm(DoubleDouble distance)
 ///
 /// This class is the part that ordinary series need: a chain of two doubles, and magnitudes whose
 /// squares neither overflow nor underflow. Its operations avoid branches and fit into registers,
-/// and most values change each word by one or two additions: a longer way from one state to the
-/// next would make the next value wait. \a Products are PlainProducts or FusedProducts; the results
-/// are the same.
+/// and most values change each word by one or two additions: a longer chain of operations from one
+/// state to the next would delay the next value. \a Products are PlainProducts or FusedProducts;
+/// the results are the same.
 class OrdinaryFloatingSums
 {
 public:
@@ -120,8 +120,8 @@ public:
         squaresRest += (total.low + added.low) + rest;
     }
 
-    /// Makes the rests smaller than the last place of the sums, so that their own rounding errors
-    /// do not matter, however often the same square is added.
+    /// Normalises both sums: makes the rests smaller than the last place of the sums, so that their
+    /// own rounding errors do not matter, however often the same square is added.
     void evenOut()
     {
         const DoubleDouble distances = twoSum(sum, sumRest);
@@ -135,7 +135,7 @@ public:
     static Q_ALWAYS_INLINE bool isZero(double value) { return bitCast<quint64>(value) << 1 == 0; }
 
     /// Whether \a correction is so small a part of \a mean that its rounding errors do not matter.
-    /// Otherwise nearly all else has cancelled.
+    /// Otherwise nearly everything else has cancelled.
     static Q_ALWAYS_INLINE bool isSmallPart(double correction, double mean)
     {
         const double much = correction * 0x1p10;
@@ -163,7 +163,7 @@ protected:
         // The subtrahend is greater by rounding errors at most; then the difference is exact too.
         const DoubleDouble difference = quickTwoDifference(minuend.high, subtrahend.high);
         const double errors = (minuend.low - subtrahend.low) + difference.low;
-        // The rests come last, because the value that has just been added determines them last.
+        // The rests are used last, because they are the last words to be ready after a new value.
         const double rests = count * squaresRest - 2 * distances.high * distances.low;
         return (difference.high + (errors + rests)) / (count * count);
     }

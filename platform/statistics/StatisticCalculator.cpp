@@ -96,7 +96,7 @@ quint64 ringSize(int logCapacity)
 
 } // namespace
 
-/// By how much the sequence number grows until floating-point sums are evened out.
+/// By how much the sequence number grows until floating-point sums are normalised.
 constexpr quint64 evenChanges = 2 * FloatingSums::evenInterval;
 
 /// Whether reading needs products of doubles with their errors.
@@ -260,7 +260,7 @@ void StatisticCalculator<N>::addValue(N value)
 template <typename N>
 void StatisticCalculator<N>::clear()
 {
-    // To the next multiple, so that the sums are evened out after the same values as in a new
+    // To the next multiple, so that the sums are normalised after the same values as in a new
     // object.
     const SequenceWriter writer(sequence, evenChanges - sequence.load(own) % evenChanges);
     storeWord(maximum, N(0));

@@ -2,9 +2,9 @@
 
 #include <QtCore/QtGlobal>
 
-// Functions compiled once more for processors with more instructions, chosen when the library runs.
-// Both versions return the same bits. Other compilers and processors, and builds with
-// VANTREL_DISPATCH off, have the plain version only. The choice is a test and a jump, which works
+// Functions that are compiled a second time for processors with AVX2, BMI2 and FMA, and chosen at
+// run time. Both versions return the same bits. Other compilers and processors, and builds with
+// VANTREL_DISPATCH off, have only the plain version. The choice is a test and a jump, which works
 // in every kind of build; resolving it in the dynamic linker instead saved no measurable time.
 #if VANTREL_DISPATCH && defined(__GNUC__) && defined(__x86_64__)
 #define VANTREL_HAS_FUSED 1

@@ -115,7 +115,7 @@ struct PlainProducts {
     }
 };
 
-/// The same by fused multiplication and addition, for processors that have it.
+/// The same by fused multiply-add, for processors that have it.
 struct FusedProducts {
     static Q_ALWAYS_INLINE double error(double a, double b, double product)
     {

@@ -33,7 +33,7 @@
 #endif
 #endif
 
-/// Keeps the compiler from moving accesses to words across. Takes no instruction.
+/// Keeps the compiler from moving accesses to words across this point. Needs no instruction.
 Q_ALWAYS_INLINE void keepOrder()
 {
     std::atomic_signal_fence(std::memory_order_seq_cst);
@@ -107,7 +107,7 @@ private:
     const quint64 after;
 };
 
-/// The reader's side: whether no change has come between loading \a before (acquire) and now. In
+/// The reader's side: whether no change was made between loading \a before (acquire) and now. In
 /// between, words must have been loaded with acquire order into variables of the reader.
 Q_ALWAYS_INLINE bool isUnchanged(const std::atomic<quint64>& sequence, quint64 before)
 {
@@ -123,7 +123,7 @@ Q_NEVER_INLINE inline void pauseBeforeTry(int tries)
         QThread::usleep(1);
 }
 
-/// Runs \a load, which loads words, again and again until no change has interfered.
+/// Repeats \a load, which loads words, until no change has interfered.
 template <typename Load>
 void readBetweenChanges(const std::atomic<quint64>& sequence, Load load)
 {

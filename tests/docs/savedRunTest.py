@@ -18,8 +18,6 @@ from pathlib import Path
 
 SAMPLE = Path(__file__).resolve().parents[2] / "monitor/sample"
 UNKNOWN_TIME = -(1 << 63)
-NUMBERS = {1: "b", 34: "b", 37: "B", 40: "b", 33: "h", 36: "H", 2: "i", 3: "I", 4: "q", 5: "Q",
-           32: "q", 35: "Q", 6: "d", 38: "d"}
 
 
 class Reader:
@@ -41,24 +39,21 @@ class Reader:
     def text(self):
         return self.bytes(self.number("I")).decode("utf-8")
 
-    def variant(self):
-        kind, is_null = self.numbers("IB")
-        assert is_null in (0, 1), is_null
-        if kind == 0:
-            return None
-        if kind in NUMBERS:
-            return self.number(NUMBERS[kind])
-        assert kind in (10, 12), kind
-        length = self.number("I")
-        content = self.bytes(0 if length == 0xFFFFFFFF else length)
-        return content.decode("utf-16-be") if kind == 10 else content
+    def varint(self):
+        number, shift = 0, 0
+        while True:
+            byte = self.number("B")
+            number |= (byte & 0x7F) << shift
+            if byte < 0x80:
+                return number
+            shift += 7
 
-    def record(self, is_j1939):
-        time, version = self.numbers("qh")
-        raw, scaled = self.variant(), self.variant()
-        rest = self.numbers("i" if is_j1939 else "bbddi")
-        assert version == 1 and not any(rest), (version, rest)
-        return time, raw, scaled
+    def blocks(self):
+        blocks = []
+        while size := self.number("I"):
+            assert size <= 65536, size
+            blocks.append(Reader(self.bytes(size)))
+        return blocks
 
     def texts(self):
         comment, bus = self.text(), self.text()
@@ -74,13 +69,13 @@ class Reader:
         has_type, _ = self.numbers("BI")
         has_limits, lower, upper = self.numbers("Bdd")
         texts = self.texts()
-        unavailable, errors, count = self.numbers("qqI")
+        unavailable, errors, number, count = self.numbers("qqIq")
         assert 1 <= length <= 64 and {is_j1939, is_signed, is_float, has_type, has_limits} <= {0, 1}
-        records = [self.record(is_j1939) for _ in range(count)]
         return {"name": name, "unit": unit, "kind": "j1939" if is_j1939 else "canopen",
                 "source": None if source == -1 else source, "count": count, "error": errors,
                 "notAvailable": unavailable, "factor": factor, "offset": offset,
-                "limits": (lower, upper) if has_limits else None, "records": records,
+                "limits": (lower, upper) if has_limits else None, "records": [],
+                "number": number, "length": length, "isSigned": is_signed, "isFloat": is_float,
                 "isPassedThrough": is_passed_through, **texts}
 
     def undecoded(self):
@@ -88,23 +83,83 @@ class Reader:
         return {"bus": bus or None, "id": f"{number:0{8 if is_extended else 3}X}", "frames": frames}
 
     def run(self):
-        assert self.bytes(8) == b"VANTREL\n" and self.number("I") == 2
+        assert self.bytes(8) == b"VANTREL\n" and self.number("I") == 3
+        blocks = self.blocks()
+        place = self.place
         run = {"k": self.number("d"), "counts": self.numbers("9q"), "time": self.numbers("Bq")}
         run["signals"] = [self.signal() for _ in range(self.number("I"))]
         run["complete"] = self.number("B")
         run["undecodedIds"] = [self.undecoded() for _ in range(self.number("I"))]
+        assert self.number("q") == place
         assert self.bytes(32) == hashlib.sha256(self.content[:-32]).digest()
         assert self.place == len(self.content), "too long"
+        read_values(blocks, {signal["number"]: signal for signal in run["signals"]})
         return run
+
+
+def raw_value(signal, raw):
+    bits = int.from_bytes(raw, "big")
+    assert bits < 1 << signal["length"]
+    if signal["isFloat"]:
+        return struct.unpack(">f" if len(raw) == 4 else ">d", raw)[0]
+    is_negative = signal["isSigned"] and bits >> (signal["length"] - 1)
+    return bits - (1 << signal["length"]) if is_negative else bits
+
+
+def read_values(blocks, by_number):
+    """Adds all values to the records of their signals."""
+    time = 0
+    for block in blocks:
+        while block.place < len(block.content):
+            key = block.varint()
+            if key & 1:
+                zigzag = block.varint()
+                time += zigzag >> 1 if zigzag % 2 == 0 else -(zigzag + 1 >> 1)
+            signal = by_number[key >> 1]
+            raw = raw_value(signal, block.bytes((signal["length"] + 7) // 8))
+            signal["records"].append((time if key & 1 else UNKNOWN_TIME, raw))
+    assert sorted(by_number) == list(range(len(by_number)))
+    for signal in by_number.values():
+        assert len(signal["records"]) == signal["count"], signal["name"]
 
 
 def text(content):
     return struct.pack(">I", len(content.encode("utf-8"))) + content.encode("utf-8")
 
 
+def varint(number):
+    groups = []
+    while number >= 0x80:
+        groups.append(number & 0x7F | 0x80)
+        number >>= 7
+    return bytes(groups + [number])
+
+
+def written_blocks(raw_values):
+    """One block for each value. The first value has no time."""
+    content = b""
+    for number, raw in enumerate(raw_values):
+        value = varint(1) + varint(2000) if number else varint(0) # 1000 microseconds later
+        value += struct.pack(">h", raw)
+        content += struct.pack(">I", len(value)) + value
+    return content + struct.pack(">I", 0)
+
+
+def written_records(raw_values):
+    content = struct.pack(">I", len(raw_values))
+    for number, raw in enumerate(raw_values):
+        content += struct.pack(">qh", 1000 * number if number else UNKNOWN_TIME, 1)
+        content += struct.pack(">IBi", 2, 0, raw) + struct.pack(">IB", 0, 1) + struct.pack(">i", 0)
+    return content
+
+
 def written_run(version, raw_values, meanings):
     """A run with one signal, whose values are raw value x 0.5 + 10; one time is unknown."""
-    content = b"VANTREL\n" + struct.pack(">Id9q", version, 2.0, 9, 7, 5, 4, 3, 2, 1, 0, 0)
+    content = b"VANTREL\n" + struct.pack(">I", version)
+    if version >= 3:
+        content += written_blocks(raw_values)
+    place = len(content)
+    content += struct.pack(">d9q", 2.0, 9, 7, 5, 4, 3, 2, 1, 0, 0)
     content += struct.pack(">BqI", 1, 1000, 1)
     content += struct.pack(">Bh", 1, 33) + text("Größe") + text("mm")
     content += struct.pack(">BBBBddBIBdd", 16, 1, 0, 0, 0.5, 10, 0, 0, 1, -20, 20)
@@ -112,12 +167,12 @@ def written_run(version, raw_values, meanings):
         content += text("of the part") + text("can0") + struct.pack(">I", len(meanings))
         for raw, meaning in sorted((raw & 0xFFFF, meaning) for raw, meaning in meanings.items()):
             content += struct.pack(">Q", raw) + text(meaning)
-    content += struct.pack(">qqI", 6, 8, len(raw_values))
-    for number, raw in enumerate(raw_values):
-        content += struct.pack(">qh", 1000 * number if number else UNKNOWN_TIME, 1)
-        content += struct.pack(">IBi", 2, 0, raw) + struct.pack(">IB", 0, 1) + struct.pack(">i", 0)
+    content += struct.pack(">qq", 6, 8)
+    content += struct.pack(">Iq", 0, len(raw_values)) if version >= 3 else written_records(raw_values)
     if version >= 2:
         content += struct.pack(">BI", 0, 1) + text("can1") + struct.pack(">BIq", 0, 0x701, 2)
+    if version >= 3:
+        content += struct.pack(">q", place)
     return content + hashlib.sha256(content).digest()
 
 
@@ -128,13 +183,12 @@ def same(first, second):
 def check_signal(saved, shown):
     for member in ("name", "unit", "kind", "source", "count", "error", "notAvailable"):
         assert saved[member] == shown[member], (saved["name"], member)
-    values = [raw * saved["factor"] + saved["offset"] for _, raw, _ in saved["records"]
+    values = [raw * saved["factor"] + saved["offset"] for _, raw in saved["records"]
               if not saved["isPassedThrough"]]
     if values:
         assert same(statistics.fmean(values), shown["average"]), saved["name"]
         assert same(values[-1], shown["newest"]), saved["name"]
-        assert same(saved["records"][-1][2], shown["newest"]), saved["name"]
-    times = [time for time, _, _ in saved["records"]]
+    times = [time for time, _ in saved["records"]]
     assert times == sorted(times) and UNKNOWN_TIME not in times, saved["name"]
 
 
@@ -201,8 +255,9 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         check_reading(vantrel, Path(folder))
         check_writing(vantrel, Path(folder), 1, None, True, [])
-        check_writing(vantrel, Path(folder), 2, "jammed", False,
-                      [{"bus": "can1", "id": "701", "frames": 2}])
+        for version in (2, 3):
+            check_writing(vantrel, Path(folder), version, "jammed", False,
+                          [{"bus": "can1", "id": "701", "frames": 2}])
 
 
 if __name__ == "__main__":

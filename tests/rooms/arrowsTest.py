@@ -45,8 +45,9 @@ MONITOR = {
     "monitor/engine": ["monitor/decoding", "monitor/engine/counts", "monitor/engine/outline"],
     "monitor/engine/counts": [],
     "monitor/engine/outline": [],
+    "monitor/engine/saving": ["monitor/engine"],
     "monitor/views": ["monitor/engine"],
-    "monitor/outputs": ["monitor/views"],
+    "monitor/outputs": ["monitor/views", "monitor/engine/saving"],
     "monitor/displays": ["monitor/views"],
     "monitor/displays/terminal": ["monitor/displays"],
     "monitor/displays/window": ["monitor/displays"],
@@ -65,7 +66,8 @@ TABLES = {
 }
 # Prefixes of other headers, and the only rooms that may include them.
 OTHERS = {
-    "vantrel/": ["monitor/engine"],
+    "vantrel/": ["monitor/engine", "monitor/engine/saving"],
+    "statistics/": ["monitor/engine"],
     "QtCharts/": ["monitor/views", "monitor/outputs", "monitor/displays/window"],
     "QtWidgets/": ["monitor/outputs", "monitor/displays/window", "monitor/app"],
     "QtSerialBus/": ["monitor/sources/bus"],

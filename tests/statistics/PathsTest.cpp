@@ -57,7 +57,7 @@ QList<N> randomSeries(Random& random)
 
 } // namespace
 
-// Compiled without further instructions, std::fma calls the C library, whose result is exact.
+// Without -mfma, std::fma calls the C library, whose result is exact.
 TYPED_TEST(Paths, PlainAndFusedProductsLeadToTheSameSums)
 {
     Random random(31);
@@ -124,9 +124,9 @@ TYPED_TEST(Paths, AClearedOrLoggingCalculatorReturnsTheSameResultsAsANewOne)
     }
 }
 
-// The sums are evened out after every eighth value, counted by the sequence number, which comes
+// The sums are normalised after every eighth value, counted by the sequence number, which comes
 // first in an object. In very long series, other places could change the last bit of a deviation.
-TYPED_TEST(Paths, ClearingStartsToCountEightValuesFromTheBeginning)
+TYPED_TEST(Paths, ClearingRestartsTheRoundsOfEightValues)
 {
     StatisticCalculator<TypeParam> calculator{std::nullopt};
     for (int values = 0; values < 20; ++values) {

@@ -45,6 +45,7 @@ SignalView::SignalView()
     smaller.setPointSizeF(smaller.pointSizeF() * 0.9);
     setFont(smaller);
     horizontalHeader()->setFont(smaller);
+    horizontalHeader()->setResizeContentsPrecision(0); // visible rows only
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
     setHorizontalScrollMode(ScrollPerPixel);
@@ -77,6 +78,7 @@ MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int lea
       table(new SignalView),
       plot(new SignalPlot)
 {
+    session.keepOutlines(SeriesOutline::Detail::Newest);
     setWindowTitle(name + QStringLiteral(" - vantrel"));
     table->setModel(&model);
     connect(table->selectionModel(), &QItemSelectionModel::currentRowChanged, this,

@@ -47,13 +47,19 @@ void SignalPlot::plot(MonitoredSignal& signal, const SignalStatistics& shown, do
     plotted = &signal;
     statistics = shown;
     end = seconds;
-    signal.appendNewValues(series);
+    if (signal.outline()) { // copied, so that the chart does not change while the display is paused
+        outline = *signal.outline();
+    } else {
+        outline.reset();
+        signal.appendNewValues(series);
+    }
     draw();
 }
 
 void SignalPlot::clear()
 {
     series = SignalSeries();
+    outline.reset();
 }
 
 void SignalPlot::follow()
@@ -107,7 +113,7 @@ void SignalPlot::resizeEvent(QResizeEvent* event)
 void SignalPlot::draw()
 {
     const AxisRange range = span.range(end);
-    const Trace trace = visibleTrace(series, range);
+    const Trace trace = outline ? visibleTrace(*outline, range) : visibleTrace(series, range);
     std::unique_ptr<QChart> drawn;
     if (plotted == nullptr)
         drawn = emptyChart(QString());

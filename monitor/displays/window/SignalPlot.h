@@ -41,8 +41,9 @@ private:
 
     const MonitoredSignal* plotted = nullptr;
     SignalStatistics statistics;
-    SignalSeries series;
-    double end = 0; // how long the run has lasted
+    std::optional<SeriesOutline> outline;
+    SignalSeries series; // if the signal has no outline
+    double end = 0;      // how long the run has lasted
     TimeSpan span;
     double grabbed = 0; // the last position of the mouse while dragging
 };

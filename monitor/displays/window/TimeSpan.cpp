@@ -43,6 +43,39 @@ Trace cut(const Trace& trace, const Part& part)
     return visible;
 }
 
+constexpr double secondsPerMicrosecond = 1e-6;
+
+/// The columns within \a range, if the first value of the outline is at \a firstSecond.
+OutlinePart partIn(const std::vector<OutlineColumn>& columns, double firstSecond,
+                   const AxisRange& range)
+{
+    const auto secondOf = [=](quint64 position) {
+        return firstSecond + secondsPerMicrosecond * static_cast<double>(position);
+    };
+    const OutlinePart all = partOf(columns);
+    const auto* const first =
+        std::partition_point(all.first, all.last, [&](const OutlineColumn& column) {
+            return secondOf(column.end) < range.from;
+        });
+    const auto* const last =
+        std::partition_point(first, all.last, [&](const OutlineColumn& column) {
+            return secondOf(column.begin) <= range.to;
+        });
+    return {first, last};
+}
+
+/// \a part with \a more columns on either side, as far as there are any in \a columns.
+OutlinePart widened(const OutlinePart& part, int more, const std::vector<OutlineColumn>& columns)
+{
+    const OutlinePart all = partOf(columns);
+    return {part.first - std::min<std::ptrdiff_t>(more, part.first - all.first),
+            part.last + std::min<std::ptrdiff_t>(more, all.last - part.last)};
+}
+
+// Values around the visible ones determine the usual period too, because there may be too few
+// visible values.
+constexpr int moreForThePeriod = 50;
+
 } // namespace
 
 AxisRange TimeSpan::range(double end) const
@@ -67,11 +100,8 @@ void TimeSpan::move(double seconds, double end)
     following = from >= last;
 }
 
-// Values around the visible ones are traced too, because there may be too few visible values to
-// determine the usual period, on which the gaps depend.
 Trace visibleTrace(const SignalSeries& series, const AxisRange& range)
 {
-    constexpr int moreForThePeriod = 50;
     const auto size = static_cast<int>(series.microseconds.size());
     const Part shown = widened(partIn(series.microseconds, range), 1, size);
     const Part traced = widened(shown, moreForThePeriod, size);
@@ -79,6 +109,23 @@ Trace visibleTrace(const SignalSeries& series, const AxisRange& range)
     const SignalSeries part{series.values.mid(traced.first, length),
                             series.microseconds.mid(traced.first, length)};
     return cut(traceOf(part, 0), {shown.first - traced.first, shown.end - traced.first});
+}
+
+Trace visibleTrace(const SeriesOutline& outline, const AxisRange& range)
+{
+    const double firstSecond = secondsPerMicrosecond * static_cast<double>(outline.firstTime());
+    const auto widestIn = [&](const std::vector<OutlineColumn>& columns) {
+        quint64 widest = 0;
+        for (const OutlineColumn& column : partIn(columns, firstSecond, range))
+            widest = std::max(widest, column.end - column.begin);
+        return widest;
+    };
+    const bool isByAge = !outline.columnsByAge().empty() &&
+                         widestIn(outline.columnsByAge()) <= widestIn(outline.columns());
+    const std::vector<OutlineColumn>& columns =
+        isByAge ? outline.columnsByAge() : outline.columns();
+    const OutlinePart shown = widened(partIn(columns, firstSecond, range), 1, columns);
+    return traceOf(shown, firstSecond, medianStepIn(widened(shown, moreForThePeriod, columns)));
 }
 
 } // namespace monitor

@@ -40,4 +40,7 @@ private:
 /// number of these points, not on the length of the series.
 Trace visibleTrace(const SignalSeries& series, const AxisRange& range);
 
+/// The same for an outline with times, from its columns by age unless they are wider.
+Trace visibleTrace(const SeriesOutline& outline, const AxisRange& range);
+
 } // namespace monitor

@@ -17,7 +17,7 @@ namespace monitor
 namespace
 {
 
-/// Transfers \a size bytes, if need be in several parts. Returns the reason if that fails.
+/// Transfers \a size bytes, in several parts if necessary. Returns an errno if that fails, else 0.
 template <typename Transfer>
 int transferAll(Transfer transfer, size_t size)
 {
@@ -59,8 +59,11 @@ SpillFile::~SpillFile()
 
 QString SpillFile::defaultDirectory()
 {
+    const QString chosen = qEnvironmentVariable("TMPDIR");
+    if (!chosen.isEmpty())
+        return chosen; // unlike QDir::tempPath(), even if it does not exist
     const QString large = QStringLiteral("/var/tmp");
-    return qEnvironmentVariableIsEmpty("TMPDIR") && QDir(large).exists() ? large : QDir::tempPath();
+    return QDir(large).exists() ? large : QDir::tempPath();
 }
 
 bool SpillFile::reserve(size_t entries)
@@ -107,7 +110,7 @@ bool SpillFile::read(quint32 page, char* bytes, size_t size)
         return true;
     const std::lock_guard<std::mutex> lock(mutex);
     readError = QStringLiteral("%1: temporary file cannot be read: %2; medians and numbers of "
-                               "deviators are wrong")
+                               "deviators are wrong; repeat the run with TMPDIR on another disk")
                     .arg(directory, qt_error_string(reason));
     return false;
 }
@@ -126,6 +129,12 @@ qint64 SpillFile::size() const
 {
     const std::lock_guard<std::mutex> lock(mutex);
     return pages * static_cast<qint64>(pageSize);
+}
+
+bool SpillFile::hasLostValues() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return !readError.isEmpty();
 }
 
 QString SpillFile::error() const

@@ -10,14 +10,14 @@
 namespace monitor
 {
 
-/// A temporary file of pages, shared by all counts of a run, and the account of the memory they may
-/// use before they have to write to it. The file is created with the first page. It has no name, so
+/// A temporary file of pages, shared by all counts of a run, and the budget of memory they may use
+/// before they have to write to it. The file is created with the first page. It has no name, so
 /// nothing remains of it however the program ends. Pages that are no longer needed are used again;
 /// the file becomes empty when no page is needed. Thread-safe.
 class SpillFile
 {
 public:
-    static constexpr size_t pageSize = 8192;
+    static constexpr size_t pageSize = 8 * 1024;
 
     /// \a entries is the number of distinct values that all counts together may keep in memory, in
     /// addition to the first 1024 of each. One takes 24 bytes.
@@ -31,7 +31,7 @@ public:
     /// because /tmp may be in memory.
     static QString defaultDirectory();
 
-    /// Takes \a entries from the account. Returns false if fewer are left.
+    /// Takes \a entries from the budget. Returns false if fewer are left.
     [[nodiscard]] bool reserve(size_t entries);
     void giveBack(size_t entries);
 
@@ -49,6 +49,11 @@ public:
     /// The size of the file in bytes, including free pages.
     qint64 size() const;
 
+    const QString& folder() const { return directory; }
+
+    /// Whether a page could not be read. Counts lack its values.
+    bool hasLostValues() const;
+
     /// Empty, or an error: where it happened, the reason, and the consequence. That a page could
     /// not be read takes precedence.
     QString error() const;
@@ -59,8 +64,8 @@ private:
     void failToWrite(const QString& action, int reason);
 
     const QString directory;
-    // The order of other memory does not depend on it, so relaxed order is enough. It may be
-    // negative for a moment.
+    // The remaining budget. No other memory is published through it, so relaxed order is enough.
+    // It may be negative for a moment.
     std::atomic<qint64> account;
 
     mutable std::mutex mutex;

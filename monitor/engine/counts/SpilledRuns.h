@@ -14,8 +14,8 @@ struct KeyCount {
     quint64 times;
 };
 
-/// Sorted runs of counted keys in a temporary file. Several runs of about the same size are merged
-/// into one, so that there are at most seven of each power of eight pages. Reentrant.
+/// Sorted runs of counted keys in a temporary file. Eight runs of about the same size are merged
+/// into one, so that at most seven remain for each power of eight pages. Reentrant.
 class SpilledRuns
 {
 public:

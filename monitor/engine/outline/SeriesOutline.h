@@ -8,7 +8,7 @@
 namespace monitor
 {
 
-/// What is needed to draw any number of values of a signal, in limited memory: the first 2,600
+/// The data for drawing any number of values of a signal, in limited memory: up to 2,600 single
 /// values, or if there are more, columns of successive values. Not thread-safe; copies are
 /// independent.
 class SeriesOutline

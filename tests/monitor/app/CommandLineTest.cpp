@@ -98,6 +98,7 @@ QVector<OptionCase> optionCases()
           "Speed=nan:1", "Speed=0:inf", "Speed=2:1", "Described", "from-eds", "described=1"},
          true},
         {"k", reporting, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
+        {"threads", {"replay"}, {"1", "64"}, {"", "0", "-1", "65", "many", "2.5"}},
         {"keep", decoding, {"2", "1073741823"}, {"", "1", "-5", "many", "2.5", "1073741824"}},
         {"format", printing, {"table", "json", "csv"}, {"", "xml", "JSON"}},
         {"plugin", onBus, {"virtualcan"}, {""}},

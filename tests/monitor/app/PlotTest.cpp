@@ -26,6 +26,22 @@ QByteArray speedLog()
     return log;
 }
 
+/// EngineSpeed 200 times a second for 100 s: 100 and 200 rpm in turn, with one peak of 1000 rpm at
+/// 50 s, and no frames between 75 s and 99 s. That is more values than are kept one by one.
+QByteArray longSpeedLog()
+{
+    constexpr int rate = 200;
+    QByteArray log;
+    for (int i = 0; i <= 100 * rate; ++i) {
+        if (i > 75 * rate && i < 99 * rate)
+            continue;
+        const QByteArray raw = i == 50 * rate + 3 ? "401F" : i % 2 == 0 ? "2003" : "4006";
+        log += '(' + QByteArray::number(double(i) / rate, 'f', 6) + ") can0 0CF00400#FFFFFF" + raw +
+               "FFFFFF\n";
+    }
+    return log;
+}
+
 class Plots : public MonitorFiles
 {
 protected:
@@ -102,6 +118,22 @@ TEST_F(Plots, GapIsNotJoined)
     EXPECT_TRUE(isBlue(band.first + 50.3 * second));
     for (double x = 77; x < 99; x += 0.5)
         EXPECT_FALSE(isBlue(band.first + x * second)) << x;
+}
+
+TEST_F(Plots, LongRecordingShowsItsOnlyPeakAndItsGap)
+{
+    plot(longSpeedLog(), path("plots"));
+    const QImage image(path("plots/EngineSpeed-0.png"));
+    const auto band = columnsOf(image, bandColor);
+    const auto peak = columnsOf(image, deviatorColor);
+    const double second = (band.second - band.first) / 100.0;
+    EXPECT_NEAR((peak.first + peak.second) / 2.0, band.first + 50 * second, 3);
+    EXPECT_LT(peak.second - peak.first, 10);
+    for (double x = 1; x < 75; x += 0.5)
+        EXPECT_GE(blueRowOf(image, band.first + x * second), 0) << x;
+    for (double x = 76; x < 98; x += 0.5)
+        EXPECT_LT(blueRowOf(image, band.first + x * second), 0) << x;
+    EXPECT_GE(blueRowOf(image, band.first + 99.5 * second), 0);
 }
 
 // A straight line from 0 at 0 s to 1 at 10 s would rise.

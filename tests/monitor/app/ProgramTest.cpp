@@ -432,11 +432,15 @@ const QByteArray twoBuses = "(1700000000.000000) can0 0CF00400#FFFFFF2003FFFFFF\
 /// Whether the process sleeps in poll(), as it does once it has read all that is in a pipe.
 bool isWaiting(qint64 process)
 {
-    QFile file(QString("/proc/%1/syscall").arg(process));
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    const QByteArray number = file.readAll().split(' ').value(0);
-    return number == QByteArray::number(SYS_poll) || number == QByteArray::number(SYS_ppoll);
+    const QDir threads(QString("/proc/%1/task").arg(process));
+    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    return std::any_of(names.begin(), names.end(), [&threads](const QString& name) {
+        QFile file(threads.filePath(name + "/syscall"));
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        const QByteArray number = file.readAll().split(' ').value(0);
+        return number == QByteArray::number(SYS_poll) || number == QByteArray::number(SYS_ppoll);
+    });
 }
 
 /// "bus name newest text" of each signal in the JSON of \a run.

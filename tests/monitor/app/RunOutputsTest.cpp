@@ -1,6 +1,9 @@
+#include "../catalogue/Descriptions.h"
+
 #include <app/EndRequest.h>
 #include <app/Preparation.h>
 #include <app/RunOutputs.h>
+#include <engine/saving/SavedRunReader.h>
 #include <sources/recording/formats.h>
 
 #include <gtest/gtest.h>
@@ -111,6 +114,37 @@ TEST(RunOutputs, FailingOutputDoesNotPreventTheOthers)
     EXPECT_TRUE(printed.contains("frames      0\n"));
 }
 
+TEST(RunOutputs, EveryOutputThatWantsTheValuesReceivesThem)
+{
+    const QTemporaryDir directory;
+    const QString save = directory.filePath("run");
+    const QString table = directory.filePath("values.csv");
+    MonitorOptions options;
+    options.files = {{&findKind("save"), save}, {&findKind("export"), table}};
+    QString text;
+    QTextStream output(&text);
+    RunOutputs outputs(options, output);
+    ASSERT_EQ(outputs.check(), QString());
+    monitor::Session session({describedMessage(0x18FE0000, {describedSignal(0, 8)})}, 3);
+    outputs.connectTo(session);
+    monitor::Frame frame;
+    frame.id = 0x18FE0000;
+    frame.extended = true;
+    frame.length = 8;
+    for (int i = 0; i < 3; ++i)
+        session.take(frame);
+    EXPECT_TRUE(outputs.write(session, output));
+    QFile exported(table);
+    ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
+    EXPECT_EQ(exported.readAll().count('\n'), 4);
+    QFile saved(save);
+    monitor::SavedRunReader reader(saved);
+    monitor::Session read({}, 3);
+    ASSERT_EQ(reader.open(), QString());
+    ASSERT_EQ(reader.restore(read), QString());
+    EXPECT_EQ(read.registry().at(0).values().count(), 3);
+}
+
 TEST(RunOutputs, AreCheckedBeforeTheRun)
 {
     const QTemporaryDir directory;
@@ -180,6 +214,7 @@ TEST(RunOutputs, PlotsReportProgressForEachPlot)
     monitor::Preparation prepared;
     ASSERT_EQ(prepare(options, diagnostics, prepared), QString());
     monitor::Session session(prepared.catalogue.messages(), prepared.k);
+    session.keepOutlines(monitor::SeriesOutline::Detail::Whole);
     const auto recording = monitor::openRecording(sample + "/engine.log");
     ASSERT_TRUE(recording.source) << recording.error.toStdString();
     session.takeAll(*recording.source);

@@ -187,11 +187,11 @@ TEST(Decoder, OnlyJ1939FramesCanBelongToTheTransportProtocol)
 {
     CatalogueMessage plain = describedMessage(0x1CECFF00, {describedSignal(0, 8)});
     plain.protocol = Protocol::CANopen;
-    EXPECT_FALSE(Decoder({plain}).mayTransport(extendedFrame(0x1CECFF01)));
+    EXPECT_FALSE(Decoder({plain}).mayTransport(payloadOf(extendedFrame(0x1CECFF01))));
     const Decoder decoder({plain, describedMessage(0x18FEF1FE, {describedSignal(0, 8)})});
-    EXPECT_TRUE(decoder.mayTransport(extendedFrame(0x1CECFF01)));
-    EXPECT_FALSE(decoder.mayTransport(extendedFrame(0x1CECFF00)));
-    EXPECT_FALSE(decoder.mayTransport(standardFrame(0x123)));
+    EXPECT_TRUE(decoder.mayTransport(payloadOf(extendedFrame(0x1CECFF01))));
+    EXPECT_FALSE(decoder.mayTransport(payloadOf(extendedFrame(0x1CECFF00))));
+    EXPECT_FALSE(decoder.mayTransport(payloadOf(standardFrame(0x123))));
 }
 
 TEST(Decoder, ReassembledMessageMatchesJ1939MessagesOnly)

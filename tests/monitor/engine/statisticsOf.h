@@ -7,7 +7,7 @@ inline QVector<monitor::SignalStatistics> statisticsOf(monitor::SignalRegistry& 
 {
     QVector<monitor::SignalStatistics> all;
     for (const int signal : registry.sorted())
-        all.append(registry.at(signal).calcStatistics(k));
+        all.append(*registry.at(signal).getStatistics(k));
     return all;
 }
 

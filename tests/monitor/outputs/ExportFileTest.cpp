@@ -46,7 +46,7 @@ protected:
     {
         monitor::ExportFile output(path());
         ASSERT_EQ(output.check(), QString());
-        session.setValueSink(output.valueSink());
+        session.addValueSink(*output.valueSink());
         FrameList source(frames, buses);
         session.takeAll(source);
         const monitor::Snapshot snapshot = session.calcSnapshot();
@@ -305,6 +305,7 @@ TEST_F(ExportFile, ValuesAreThoseThatAreRecorded)
     CatalogueSignal signal = describedSignal(0, 16);
     signal.scaling = {0.1, -40.3, "kPa"};
     signal.rules.reservesRawValues = false;
+    signal.rules.keptRecords = 10000;
     std::mt19937 random(1939);
     QVector<Frame> frames;
     for (int i = 0; i < 2000; ++i)
@@ -342,11 +343,12 @@ TEST_F(ExportFile, LinesAreWrittenDuringTheRun)
     const qint64 earlier = openBytes();
     monitor::ExportFile output(path());
     ASSERT_EQ(output.check(), QString());
-    monitor::SignalStatistics identity;
-    identity.name = QString(1000, 'x');
+    CatalogueSignal description = describedSignal(0, 8);
+    description.reportedName = QString(1000, 'x');
+    const monitor::MonitoredSignal signal({}, description, std::nullopt);
     constexpr qint64 values = 20000;
     for (int i = 0; i < values; ++i)
-        output.valueSink()->take({identity, {}, monitor::Availability::Measured, i, 1, 1, {}});
+        output.valueSink()->take({signal, 0, {}, 1, monitor::Availability::Measured, i});
     const qint64 written = openBytes() - earlier;
     EXPECT_GT(written, (values - 2000) * 1000);
 }
@@ -360,7 +362,7 @@ TEST_F(ExportFile, ExistingFileIsUnchangedUntilTheEndOfTheRun)
     auto output = std::make_unique<monitor::ExportFile>(path());
     ASSERT_EQ(output->check(), QString());
     Session session(j1939(describedSignal(0, 8)), 3);
-    session.setValueSink(output->valueSink());
+    session.addValueSink(*output->valueSink());
     session.take(frameOf(1));
     EXPECT_EQ(content(), before);
     output.reset();
@@ -402,12 +404,11 @@ TEST_F(ExportFile, FullDiskIsAnErrorAndLeavesAnExistingFileUnchanged)
         const FileSizeLimit limit(1000);
         monitor::ExportFile output(path());
         ASSERT_EQ(output.check(), QString());
-        session.setValueSink(output.valueSink());
+        session.addValueSink(*output.valueSink());
         for (int i = 0; i < 100000; ++i)
             session.take(frameOf(1, i));
         const monitor::Snapshot snapshot = session.calcSnapshot();
         error = output.write({session, snapshot}, {}).error;
-        session.setValueSink(nullptr);
     }
     EXPECT_TRUE(error.startsWith(path() + ": cannot be written: ")) << error.toStdString();
     EXPECT_EQ(content(), before);

@@ -257,7 +257,7 @@ bool takeTime(const char*& at, qint64& nanoseconds)
 }
 
 /// The line feed after the data, which ends at \a at. Returns nullptr if it is not before \a end,
-/// and if a character other than a blank follows the data.
+/// or if a character other than a blank follows the data.
 const char* findLineFeed(const char* at, const char* end)
 {
     if (*at == '\r' && at[1] == '\n')

@@ -11,9 +11,9 @@ namespace monitor
 
 struct CandumpLine;
 
-/// The beginning of a line in the compact format, which is mostly that of the next line too.
+/// The beginning of a line in the compact format. The next line mostly begins in the same way.
 struct CandumpStart {
-    quint64 firstDigits = 0; ///< of the seconds; at first, no digits fit both numbers
+    quint64 firstDigits = 0; ///< of the seconds; no text matches both initial values
     quint64 lastDigits = 1;
     quint64 nanoseconds = 0; ///< of these seconds
     quint64 name = 1;        ///< of the interface, with the blank after it

@@ -58,9 +58,9 @@ public:
     virtual QStringList notes() const { return {}; }
 };
 
-/// Reads lines as LineParser::readUsualLines() does, with \a readLine, which reads a line that
-/// begins at one place and ends before another one into a frame. It returns the end of the line, or
-/// nullptr if the line has another form.
+/// Reads lines as LineParser::readUsualLines() does. \a readLine reads one line into a frame, given
+/// the beginning of the line and the end of the text. It returns the end of the line, or nullptr if
+/// the line has another form.
 template <typename ReadLine>
 int readAhead(LineReader& lines, Frame* frames, int size, ReadLine readLine)
 {

@@ -263,6 +263,29 @@ TEST_F(Window, ChartShowsTheSelectedSignal)
     EXPECT_TRUE(pointsOf("deviators").contains(*highest));
 }
 
+class WindowThatKeepsFewValues : public Window
+{
+protected:
+    void SetUp() override
+    {
+        options.keptRecords = 20;
+        Window::SetUp();
+    }
+};
+
+// The last 20 values of the sample are between 1495.25 and 1501.875.
+TEST_F(WindowThatKeepsFewValues, ChartShowsOnlyTheKeptValues)
+{
+    showSample();
+    select("EngineSpeed");
+    const QVector<QPointF> values = pointsOf("values");
+    ASSERT_FALSE(values.isEmpty());
+    for (const QPointF& point : values) {
+        EXPECT_GE(point.y(), 1495.25);
+        EXPECT_LE(point.y(), 1501.875);
+    }
+}
+
 // Qt would interpret markup in a tooltip.
 TEST_F(Window, TooltipShowsTheDescriptionOfTheSignalAsPlainText)
 {

@@ -1,4 +1,4 @@
-#include <engine/ValueCounts.h>
+#include <engine/counts/ValueCounts.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include <engine/PlainRecord.h>
+#include <engine/saving/PlainRecord.h>
 #include <readSeries.h>
 #include <records.h>
 #include <variants.h>

@@ -19,6 +19,8 @@ public:
     /// Removes a value that was added.
     void remove(double value);
 
+    void clear() { *this = ValueCounts(); }
+
     /// The number of values.
     qint64 count() const { return total; }
 

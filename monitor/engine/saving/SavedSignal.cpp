@@ -1,6 +1,4 @@
-#include "SavedRun.h"
-
-#include "PlainRecord.h"
+#include "SavedSignal.h"
 
 #include <QtCore/QIODevice>
 
@@ -14,6 +12,7 @@ namespace
 {
 
 constexpr qint16 noSource = -1;
+constexpr qint64 lastCount = std::numeric_limits<qint64>::max();
 
 void writeText(QDataStream& stream, const QString& text)
 {
@@ -148,33 +147,6 @@ bool readTexts(QDataStream& stream, SavedSignal& signal)
     return stream.status() == QDataStream::Ok;
 }
 
-template <typename T>
-QString readRecord(QDataStream& stream, QVector<qint64>& times, QVector<T>& values)
-{
-    qint64 time = 0;
-    stream >> time;
-    if (time != SignalSeries::noTime && !isTime(time))
-        return QStringLiteral("time out of range");
-    if (!nextRecordIsPlain(stream))
-        return QStringLiteral("truncated record, or unsupported type");
-    T value;
-    stream >> value;
-    times.append(time);
-    values.append(value);
-    return QString();
-}
-
-template <typename T>
-QString readRecords(QDataStream& stream, quint32 count, SignalRecords& records)
-{
-    QVector<T> values;
-    QString error;
-    for (quint32 i = 0; i < count && error.isEmpty(); ++i)
-        error = readRecord(stream, records.microseconds, values);
-    records.values = values;
-    return error;
-}
-
 bool readOrigin(QDataStream& stream, SavedSignal& signal)
 {
     constexpr qint16 lastSource = 255;
@@ -189,107 +161,84 @@ bool readOrigin(QDataStream& stream, SavedSignal& signal)
     return source >= noSource && source <= lastSource;
 }
 
+/// Calls \a call with each of the counts, in the order of the file.
+template <typename Counts, typename Call>
+void forEachCount(Counts& counts, Call call)
+{
+    for (auto* count : {&counts.total, &counts.decoded, &counts.dropped, &counts.errors,
+                        &counts.unreadable, &counts.transport.messages, &counts.transport.lost,
+                        &counts.transport.outOfOrder, &counts.transport.interrupted})
+        call(*count);
+}
+
 } // namespace
 
-SavedRun runOf(Session& session)
+void configureForSavedRun(QDataStream& stream)
 {
-    SavedRun run;
-    run.k = session.k();
-    run.counts = session.counts();
-    run.firstTime = session.registry().firstTime();
-    run.undecoded = session.undecodedIds();
-    run.isComplete = session.isComplete();
-    for (const int number : session.registry().sorted()) {
-        MonitoredSignal& signal = session.registry().at(number);
-        run.recordedSignals.append({signal.identity().protocol, signal.identity().source,
-                                    signal.identity().bus, signal.description(),
-                                    signal.getRecords()});
-    }
-    return run;
+    stream.setVersion(QDataStream::Qt_5_15);
 }
 
-void restore(const SavedRun& run, Session& session)
+void write(QDataStream& stream, const SavedStart& start)
 {
-    for (const SavedSignal& saved : run.recordedSignals) {
-        MessageHeader message;
-        message.protocol = saved.protocol;
-        auto signal = std::make_unique<MonitoredSignal>(message, saved.description, saved.source);
-        signal->setBus(saved.bus);
-        signal->restore(saved.records);
-        session.registry().add(std::move(signal));
-    }
-    session.registry().setFirstTime(run.firstTime);
-    session.setCounts(run.counts, run.undecoded);
-    if (!run.isComplete)
-        session.setIncomplete();
+    forEachCount(start.counts, [&stream](qint64 count) { stream << count; });
+    stream << start.firstTime.has_value() << start.firstTime.value_or(0);
 }
 
-bool keepBetween(SavedRun& run, const std::optional<Moment>& from, const std::optional<Moment>& to)
+QString read(QDataStream& stream, SavedStart& start)
 {
-    // Frames have nanoseconds, of which the records keep the whole microseconds.
-    const auto microsecondsAt = [&run](const Moment& moment) {
-        constexpr qint64 nanoseconds = 1000;
-        return moment.nanoseconds / nanoseconds +
-               (moment.isAbsolute ? 0 : run.firstTime.value_or(0));
-    };
-    const auto isKept = [&](qint64 microseconds) {
-        if (microseconds == SignalSeries::noTime)
-            return !from && !to;
-        return (!from || microseconds >= microsecondsAt(*from)) &&
-               (!to || microseconds <= microsecondsAt(*to));
-    };
-    bool isWhole = true;
-    for (SavedSignal& signal : run.recordedSignals) {
-        SignalRecords& records = signal.records;
-        std::visit(
-            [&](auto& values) {
-                int kept = 0;
-                for (int i = 0; i < values.size(); ++i) {
-                    if (!isKept(records.microseconds.at(i)))
-                        continue;
-                    values[kept] = values.at(i);
-                    records.microseconds[kept++] = records.microseconds.at(i);
-                }
-                isWhole = isWhole && kept == values.size();
-                values.resize(kept);
-                records.microseconds.resize(kept);
-            },
-            records.values);
-    }
-    return isWhole;
+    bool areValid = true;
+    forEachCount(start.counts,
+                 [&](qint64& count) { areValid = areValid && readUpTo(stream, lastCount, count); });
+    if (!areValid || start.counts.decoded > start.counts.total)
+        return QStringLiteral("invalid frame counts");
+    bool hasTime = false;
+    qint64 time = 0;
+    if (!readFlag(stream, hasTime))
+        return QStringLiteral("invalid flag");
+    stream >> time;
+    if (hasTime && !isSavedTime(time))
+        return QStringLiteral("time out of range");
+    if (hasTime)
+        start.firstTime = time;
+    return QString();
 }
 
-void writeSignal(QDataStream& stream, const SavedSignal& signal)
+void write(QDataStream& stream, const SavedSignal& signal)
 {
     stream << (signal.protocol == Protocol::J1939)
            << static_cast<qint16>(signal.source ? *signal.source : noSource);
     writeDescription(stream, signal.description);
     writeTexts(stream, signal);
-    const SignalRecords& records = signal.records;
-    stream << records.notAvailable << records.errors
-           << static_cast<quint32>(records.microseconds.size());
-    std::visit(
-        [&](const auto& values) {
-            for (int i = 0; i < values.size(); ++i)
-                stream << records.microseconds.at(i) << values.at(i);
-        },
-        records.values);
+    stream << signal.notAvailable << signal.errors;
 }
 
-void writeEnd(QDataStream& stream, const SavedRun& run)
+QString read(QDataStream& stream, quint32 version, SavedSignal& signal)
 {
-    stream << run.isComplete << static_cast<quint32>(run.undecoded.size());
-    for (const UndecodedId& id : run.undecoded) {
+    if (!readOrigin(stream, signal))
+        return QStringLiteral("invalid protocol or source");
+    if (!readDescription(stream, signal.description))
+        return QStringLiteral("invalid signal description");
+    if (version >= 2 && !readTexts(stream, signal))
+        return QStringLiteral("invalid texts of a signal");
+    if (!readUpTo(stream, lastCount, signal.notAvailable) ||
+        !readUpTo(stream, lastCount, signal.errors))
+        return QStringLiteral("invalid counts of a signal");
+    return QString();
+}
+
+void write(QDataStream& stream, const SavedEnd& end)
+{
+    stream << end.isComplete << static_cast<quint32>(end.undecoded.size());
+    for (const UndecodedId& id : end.undecoded) {
         writeText(stream, id.bus);
         stream << id.extended << id.id << id.frames;
     }
 }
 
-QString readEnd(QDataStream& stream, SavedRun& run)
+QString read(QDataStream& stream, SavedEnd& end)
 {
-    constexpr qint64 lastCount = std::numeric_limits<qint64>::max();
     quint32 count = 0;
-    if (!readFlag(stream, run.isComplete))
+    if (!readFlag(stream, end.isComplete))
         return QStringLiteral("invalid flag");
     stream >> count;
     for (quint32 i = 0; i < count; ++i) {
@@ -298,29 +247,10 @@ QString readEnd(QDataStream& stream, SavedRun& run)
             !readUpTo(stream, id.extended ? lastExtendedId : lastStandardId, id.id) ||
             !readUpTo(stream, lastCount, id.frames))
             return QStringLiteral("invalid undecoded id");
-        run.undecoded.append(id);
+        end.undecoded.append(id);
     }
-    return QString();
-}
-
-QString readSignal(QDataStream& stream, quint32 version, SavedSignal& signal)
-{
-    constexpr qint64 lastCount = std::numeric_limits<qint64>::max();
-    constexpr quint32 maxRecords = std::numeric_limits<int>::max();
-    SignalRecords& records = signal.records;
-    quint32 count = 0;
-    if (!readOrigin(stream, signal))
-        return QStringLiteral("invalid protocol or source");
-    if (!readDescription(stream, signal.description))
-        return QStringLiteral("invalid signal description");
-    if (version >= 2 && !readTexts(stream, signal))
-        return QStringLiteral("invalid texts of a signal");
-    if (!readUpTo(stream, lastCount, records.notAvailable) ||
-        !readUpTo(stream, lastCount, records.errors) || !readUpTo(stream, maxRecords, count))
-        return QStringLiteral("invalid number of values");
-    return signal.protocol == Protocol::J1939
-               ? readRecords<J1939Value>(stream, count, records)
-               : readRecords<CANopenObjectValue>(stream, count, records);
+    return stream.status() == QDataStream::Ok ? QString()
+                                              : QStringLiteral("unexpected end of data");
 }
 
 } // namespace monitor

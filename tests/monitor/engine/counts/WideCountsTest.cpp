@@ -1,6 +1,6 @@
 #include "../../app/FileSizeLimit.h"
 
-#include <engine/counts/KeyCounts.h>
+#include <engine/counts/WideCounts.h>
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <random>
 #include <thread>
 
-using monitor::KeyCounts;
 using monitor::SpillFile;
+using monitor::WideCounts;
 
 namespace
 {
@@ -20,7 +20,7 @@ constexpr size_t smallBound = 64;
 
 using Counts = std::map<quint64, quint64>;
 
-Counts countsOf(const KeyCounts& counts)
+Counts countsOf(const WideCounts& counts)
 {
     Counts result;
     bool isRising = true;
@@ -33,7 +33,7 @@ Counts countsOf(const KeyCounts& counts)
 }
 
 /// Compares everything that \a counts can tell with \a expected.
-void expectSame(const KeyCounts& counts, const Counts& expected)
+void expectSame(const WideCounts& counts, const Counts& expected)
 {
     ASSERT_TRUE(countsOf(counts) == expected);
     EXPECT_EQ(counts.distinct(), expected.size());
@@ -61,10 +61,10 @@ void expectSame(const KeyCounts& counts, const Counts& expected)
 }
 
 /// Adds keys one by one to counts with a small bound, and compares them with a map now and then.
-void expectSameThroughout(int bits, const std::vector<quint64>& keys, size_t bound = smallBound)
+void expectSameThroughout(const std::vector<quint64>& keys, size_t bound = smallBound)
 {
     SpillFile file;
-    KeyCounts counts(bits, &file, bound);
+    WideCounts counts(&file, bound);
     Counts expected;
     size_t added = 0;
     for (const quint64 key : keys) {
@@ -73,10 +73,10 @@ void expectSameThroughout(int bits, const std::vector<quint64>& keys, size_t bou
         ++added;
         if (added == 1 || added == 50 || added % 30011 == 0)
             expectSame(counts, expected);
-        ASSERT_LE(counts.entriesInMemory(), bits > 16 ? bound : 1024);
+        ASSERT_LE(counts.entriesInMemory(), bound);
     }
     expectSame(counts, expected);
-    EXPECT_EQ(counts.isSpilled(), bits > 16 && expected.size() > bound);
+    EXPECT_EQ(counts.isSpilled(), expected.size() > bound);
     EXPECT_EQ(file.error(), QString());
 }
 
@@ -109,47 +109,46 @@ double valueOf(quint64 key)
 
 } // namespace
 
-TEST(KeyCounts, AreZeroWhenEmpty)
+TEST(WideCounts, AreZeroWhenEmpty)
 {
-    for (const int bits : {1, 16, 64})
-        expectSame(KeyCounts(bits), {});
+    expectSame(WideCounts(), {});
 }
 
-class KeyCountsOfWidth : public testing::TestWithParam<int>
+class WideCountsOfWidth : public testing::TestWithParam<int>
 {
 };
-INSTANTIATE_TEST_SUITE_P(Bits, KeyCountsOfWidth,
+INSTANTIATE_TEST_SUITE_P(Bits, WideCountsOfWidth,
                          testing::Values(1, 7, 8, 9, 10, 15, 16, 17, 20, 32, 33, 63, 64));
 
-TEST_P(KeyCountsOfWidth, RandomKeysMatchAMap)
+TEST_P(WideCountsOfWidth, RandomKeysMatchAMap)
 {
-    expectSameThroughout(GetParam(), randomKeys(GetParam(), 100000, 1));
+    expectSameThroughout(randomKeys(GetParam(), 100000, 1));
 }
 
-TEST_P(KeyCountsOfWidth, SmallestAndGreatestKeysAreCounted)
+TEST_P(WideCountsOfWidth, SmallestAndGreatestKeysAreCounted)
 {
     const quint64 greatest = greatestKey >> (64 - GetParam());
     std::vector<quint64> keys = randomKeys(GetParam(), 1000, 2);
     for (int i = 0; i < 500; ++i)
         keys.insert(keys.end(), {0, greatest});
     std::shuffle(keys.begin(), keys.end(), std::mt19937(3));
-    expectSameThroughout(GetParam(), keys);
+    expectSameThroughout(keys);
 }
 
-TEST_P(KeyCountsOfWidth, EqualKeysShareAnEntry)
+TEST_P(WideCountsOfWidth, EqualKeysShareAnEntry)
 {
-    KeyCounts counts(GetParam());
+    WideCounts counts;
     const quint64 greatest = greatestKey >> (64 - GetParam());
     for (int i = 0; i < 1000; ++i)
         counts.add(greatest);
     expectSame(counts, {{greatest, 1000}});
 }
 
-TEST_P(KeyCountsOfWidth, CountsBeyond32BitsAreExact)
+TEST_P(WideCountsOfWidth, CountsBeyond32BitsAreExact)
 {
     constexpr quint64 limit = quint64(1) << 32;
     SpillFile file;
-    KeyCounts counts(GetParam(), &file, 4);
+    WideCounts counts(&file, 4);
     Counts expected;
     const auto add = [&](quint64 key, quint64 times) {
         counts.add(key, times);
@@ -168,10 +167,10 @@ TEST_P(KeyCountsOfWidth, CountsBeyond32BitsAreExact)
     expectSame(counts, expected);
 }
 
-TEST(KeyCounts, FewKeysThatComeOftenStayInMemory)
+TEST(WideCounts, FewKeysThatComeOftenStayInMemory)
 {
     SpillFile file;
-    KeyCounts counts(32, &file, smallBound);
+    WideCounts counts(&file, smallBound);
     Counts expected;
     std::mt19937 random(5);
     for (int i = 0; i < 100000; ++i) {
@@ -186,22 +185,7 @@ TEST(KeyCounts, FewKeysThatComeOftenStayInMemory)
     EXPECT_EQ(file.size(), 0);
 }
 
-TEST(KeyCounts, NarrowKeysGetCountersWhenManyAreUsed)
-{
-    KeyCounts counts(16);
-    Counts expected;
-    for (quint64 i = 0; i < 3000; ++i) {
-        const quint64 key = i * 7919 % 65536;
-        counts.add(key);
-        ++expected[key];
-        EXPECT_EQ(counts.entriesInMemory(), i < 1024 ? i + 1 : 0);
-        if (i >= 1022 && i <= 1025)
-            expectSame(counts, expected);
-    }
-    expectSame(counts, expected);
-}
-
-TEST(KeyCounts, CountersMatchAMap)
+TEST(WideCounts, CountersMatchAMap)
 {
     std::vector<quint64> rising;
     std::vector<quint64> falling;
@@ -215,14 +199,14 @@ TEST(KeyCounts, CountersMatchAMap)
     }
     for (const auto& keys : {rising, falling, wrapping, stepping}) {
         for (const size_t bound : {64U, 2048U})
-            expectSameThroughout(64, keys, bound);
+            expectSameThroughout(keys, bound);
     }
 }
 
-TEST(KeyCounts, CountersTakeAByteForEachKey)
+TEST(WideCounts, CountersTakeAByteForEachKey)
 {
     SpillFile file;
-    KeyCounts counts(32, &file);
+    WideCounts counts(&file);
     constexpr quint64 size = 10 * 65536;
     for (quint64 key = 0; key <= size; ++key)
         counts.add(key);
@@ -233,10 +217,10 @@ TEST(KeyCounts, CountersTakeAByteForEachKey)
     EXPECT_EQ(counts.distinct(), size + 1);
 }
 
-TEST(KeyCounts, SmallRunsOfACounterShareAPage)
+TEST(WideCounts, SmallRunsOfACounterShareAPage)
 {
     SpillFile file;
-    KeyCounts counts(32, &file, smallBound);
+    WideCounts counts(&file, smallBound);
     constexpr quint64 size = 100000;
     for (quint64 key = 0; key < size; ++key)
         counts.add(key);
@@ -245,12 +229,12 @@ TEST(KeyCounts, SmallRunsOfACounterShareAPage)
     EXPECT_EQ(counts.distinct(), size);
 }
 
-TEST(KeyCounts, MedianAndDeviatorsOfRandomDoublesMatchASortedList)
+TEST(WideCounts, MedianAndDeviatorsOfRandomDoublesMatchASortedList)
 {
     std::mt19937 random(6);
     std::normal_distribution<double> spread(0, 1000);
     SpillFile file;
-    KeyCounts counts(64, &file, smallBound);
+    WideCounts counts(&file, smallBound);
     std::vector<double> values(50001);
     for (size_t i = 0; i < values.size(); ++i) {
         values[i] = i % 10 == 0 ? 0 : spread(random);
@@ -269,27 +253,25 @@ TEST(KeyCounts, MedianAndDeviatorsOfRandomDoublesMatchASortedList)
 }
 
 // A caller need not know how NaN compares, whose keys are beyond those of infinity.
-TEST(KeyCounts, OnlyKeysBetweenTheSmallestAndTheGreatestAreCompared)
+TEST(WideCounts, OnlyKeysBetweenTheSmallestAndTheGreatestAreCompared)
 {
-    for (const int bits : {12, 16, 40}) {
-        KeyCounts counts(bits);
-        for (const quint64 key : {700U, 1500U, 4000U})
-            counts.add(key);
-        quint64 asked = 0;
-        const auto isBefore = [&](quint64 key) {
-            ++asked;
-            EXPECT_TRUE(key >= 700 && key <= 4000) << key;
-            return key < 1500;
-        };
-        EXPECT_EQ(counts.countWhile(isBefore), 1U);
-        EXPECT_GT(asked, 0U);
-    }
+    WideCounts counts;
+    for (const quint64 key : {700U, 1500U, 4000U})
+        counts.add(key);
+    quint64 asked = 0;
+    const auto isBefore = [&](quint64 key) {
+        ++asked;
+        EXPECT_TRUE(key >= 700 && key <= 4000) << key;
+        return key < 1500;
+    };
+    EXPECT_EQ(counts.countWhile(isBefore), 1U);
+    EXPECT_GT(asked, 0U);
 }
 
-TEST(KeyCounts, ManyKeysInMemoryMatchAMap)
+TEST(WideCounts, ManyKeysInMemoryMatchAMap)
 {
     SpillFile file(SpillFile::defaultDirectory(), 65536);
-    KeyCounts counts(64, &file);
+    WideCounts counts(&file);
     Counts expected;
     size_t most = 0;
     for (const quint64 key : randomKeys(64, 150000, 7)) {
@@ -301,15 +283,15 @@ TEST(KeyCounts, ManyKeysInMemoryMatchAMap)
     }
     expectSame(counts, expected);
     EXPECT_EQ(most, 65536U);
-    // Keys that do not come again are given less memory. The rest is left for others.
+    // Keys that do not recur are given less memory. The rest is left for others.
     EXPECT_LE(counts.entriesInMemory(), 32768U);
     EXPECT_FALSE(file.reserve(65536 - 32768 + 1024 + 1));
     EXPECT_TRUE(file.reserve(65536 - 32768 + 1024));
 }
 
-TEST(KeyCounts, KeysWithEqualDigitsMatchAMap)
+TEST(WideCounts, KeysWithEqualDigitsMatchAMap)
 {
-    KeyCounts counts(64);
+    WideCounts counts;
     Counts expected;
     for (const quint64 key : randomKeys(64, 5000, 14)) {
         counts.add(key & 0xFF00FF00FF000000);
@@ -318,10 +300,10 @@ TEST(KeyCounts, KeysWithEqualDigitsMatchAMap)
     expectSame(counts, expected);
 }
 
-TEST(KeyCounts, SpilledRunsAreMerged)
+TEST(WideCounts, SpilledRunsAreMerged)
 {
     SpillFile file;
-    KeyCounts counts(64, &file, smallBound);
+    WideCounts counts(&file, smallBound);
     constexpr size_t size = 300000;
     for (const quint64 key : randomKeys(64, size, 13))
         counts.add(key);
@@ -329,32 +311,30 @@ TEST(KeyCounts, SpilledRunsAreMerged)
     EXPECT_LE(file.size(), static_cast<qint64>(2 * 8 * size));
 }
 
-TEST(KeyCounts, AreZeroAgainAfterClearing)
-{
-    for (const int bits : {8, 16, 64}) {
-        SpillFile file;
-        KeyCounts counts(bits, &file, smallBound);
-        for (const quint64 key : randomKeys(bits, 20000, 8))
-            counts.add(key, quint64(1) << 31);
-        EXPECT_EQ(file.size() > 0, bits == 64);
-        counts.clear();
-        expectSame(counts, {});
-        EXPECT_EQ(file.size(), 0);
-        counts.add(5);
-        counts.add(3);
-        expectSame(counts, {{3, 1}, {5, 1}});
-    }
-}
-
-TEST(KeyCounts, SpaceOfDeletedCountsIsUsedAgain)
+TEST(WideCounts, AreZeroAgainAfterClearing)
 {
     SpillFile file;
-    KeyCounts remaining(64, &file, smallBound);
+    WideCounts counts(&file, smallBound);
+    for (const quint64 key : randomKeys(64, 20000, 8))
+        counts.add(key, quint64(1) << 31);
+    EXPECT_GT(file.size(), 0);
+    counts.clear();
+    expectSame(counts, {});
+    EXPECT_EQ(file.size(), 0);
+    counts.add(5);
+    counts.add(3);
+    expectSame(counts, {{3, 1}, {5, 1}});
+}
+
+TEST(WideCounts, SpaceOfDeletedCountsIsUsedAgain)
+{
+    SpillFile file;
+    WideCounts remaining(&file, smallBound);
     for (const quint64 key : randomKeys(64, 1000, 9))
         remaining.add(key);
     qint64 size = 0;
     for (int i = 0; i < 5; ++i) {
-        KeyCounts counts(64, &file, smallBound);
+        WideCounts counts(&file, smallBound);
         for (const quint64 key : randomKeys(64, 20000, 10))
             counts.add(key);
         size = i == 0 ? file.size() : size;
@@ -363,9 +343,9 @@ TEST(KeyCounts, SpaceOfDeletedCountsIsUsedAgain)
     EXPECT_EQ(remaining.distinct(), 1000U);
 }
 
-TEST(KeyCounts, KeepAllInMemoryWithoutAFile)
+TEST(WideCounts, KeepAllInMemoryWithoutAFile)
 {
-    KeyCounts counts(64, nullptr, smallBound);
+    WideCounts counts(nullptr, smallBound);
     Counts expected;
     for (const quint64 key : randomKeys(64, 5000, 11)) {
         counts.add(key);
@@ -375,12 +355,12 @@ TEST(KeyCounts, KeepAllInMemoryWithoutAFile)
     EXPECT_EQ(counts.entriesInMemory(), 5000U);
 }
 
-TEST(KeyCounts, ShareTheMemoryOfAllSignals)
+TEST(WideCounts, ShareTheMemoryOfAllSignals)
 {
     SpillFile file(SpillFile::defaultDirectory(), 4096);
-    std::vector<std::unique_ptr<KeyCounts>> signalCounts;
+    std::vector<std::unique_ptr<WideCounts>> signalCounts;
     for (unsigned int i = 0; i < 20; ++i) {
-        signalCounts.push_back(std::make_unique<KeyCounts>(64, &file));
+        signalCounts.push_back(std::make_unique<WideCounts>(&file));
         for (const quint64 key : randomKeys(64, 3000, i))
             signalCounts.back()->add(key);
     }
@@ -395,12 +375,12 @@ TEST(KeyCounts, ShareTheMemoryOfAllSignals)
     EXPECT_TRUE(file.reserve(4096));
 }
 
-TEST(KeyCounts, AreExactWhenTheDiskIsFull)
+TEST(WideCounts, AreExactWhenTheDiskIsFull)
 {
     // The disk is full at the first page, before and while runs are merged.
     for (const rlim_t pages : {0U, 5U, 9U, 20U}) {
         SpillFile file;
-        KeyCounts counts(64, &file, smallBound);
+        WideCounts counts(&file, smallBound);
         Counts expected;
         const FileSizeLimit limit(pages * SpillFile::pageSize);
         for (const quint64 key : randomKeys(64, 50000, 12)) {
@@ -416,13 +396,13 @@ TEST(KeyCounts, AreExactWhenTheDiskIsFull)
     }
 }
 
-TEST(KeyCounts, OfSeveralThreadsShareAFile)
+TEST(WideCounts, OfSeveralThreadsShareAFile)
 {
     SpillFile file;
-    std::vector<std::unique_ptr<KeyCounts>> signalCounts;
+    std::vector<std::unique_ptr<WideCounts>> signalCounts;
     std::vector<std::thread> threads;
     for (unsigned int i = 0; i < 4; ++i) {
-        signalCounts.push_back(std::make_unique<KeyCounts>(64, &file, smallBound));
+        signalCounts.push_back(std::make_unique<WideCounts>(&file, smallBound));
         threads.emplace_back([&counts = *signalCounts.back(), i] {
             for (const quint64 key : randomKeys(64, 20000, i))
                 counts.add(key);
