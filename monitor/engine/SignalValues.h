@@ -7,6 +7,7 @@
 
 #include <QtCore/QVariant>
 
+#include <cstddef>
 #include <memory>
 #include <utility>
 
@@ -107,9 +108,9 @@ public:
     void prefetch() const
     {
 #if defined(__GNUC__)
-        constexpr int lines = 5;
-        constexpr int lineSize = 64;
-        for (int i = 0; i < lines; ++i)
+        constexpr std::ptrdiff_t lines = 5;
+        constexpr std::ptrdiff_t lineSize = 64;
+        for (std::ptrdiff_t i = 0; i < lines; ++i)
             __builtin_prefetch(reinterpret_cast<const char*>(this) + i * lineSize, 1);
 #endif
     }

@@ -97,7 +97,7 @@ quint64 ringSize(int logCapacity)
 } // namespace
 
 /// By how much the sequence number grows until floating-point sums are normalised.
-constexpr quint64 evenChanges = 2 * FloatingSums::evenInterval;
+constexpr quint64 evenChanges = quint64(2) * FloatingSums::evenInterval;
 
 /// Whether reading needs products of doubles with their errors.
 template <typename N>

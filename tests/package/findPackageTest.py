@@ -118,8 +118,9 @@ class FindPackage(unittest.TestCase):
         code, output = self.configure(
             "find_package(Vantrel REQUIRED)",
             f"find_package(Qt{OTHER[min(installed)]} REQUIRED COMPONENTS Core)")
-        self.assertNotEqual(code, 0, output)
         self.assertRegex(output, rf"Found Vantrel 1\.[0-9.]+ for Qt {min(installed)}: ")
+        if str(min(installed)) == "5":  # Qt 6 cannot follow Qt 5
+            self.assertNotEqual(code, 0, output)
 
     def test_components_are_found(self):
         for component in ("Vantrel", "CanSupport", "Statistics"):

@@ -17,7 +17,7 @@ namespace monitor
 class SpillFile
 {
 public:
-    static constexpr size_t pageSize = 8 * 1024;
+    static constexpr size_t pageSize = size_t{8} * 1024;
 
     /// \a entries is the number of distinct values that all counts together may keep in memory, in
     /// addition to the first 1024 of each. One takes 24 bytes.
