@@ -59,7 +59,7 @@ SpillFile::~SpillFile()
 
 QString SpillFile::defaultDirectory()
 {
-    const QString chosen = qEnvironmentVariable("TMPDIR");
+    QString chosen = qEnvironmentVariable("TMPDIR");
     if (!chosen.isEmpty())
         return chosen; // unlike QDir::tempPath(), even if it does not exist
     const QString large = QStringLiteral("/var/tmp");
