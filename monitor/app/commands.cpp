@@ -10,6 +10,7 @@
 #include "text/Progress.h"
 #include "text/Table.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QThread>
 
 #include <algorithm>
