@@ -36,6 +36,21 @@ const OutputKind& findKind(const char* name)
     throw std::invalid_argument(name);
 }
 
+/// A run without frames or signals.
+struct EmptyRun {
+    MonitorOptions options;
+    QString printed;
+    QString messages;
+
+    bool writeOutputs()
+    {
+        QTextStream output(&printed);
+        QTextStream diagnostics(&messages);
+        monitor::Session session({}, 3);
+        return RunOutputs(options, output).write(session, diagnostics);
+    }
+};
+
 /// While it exists, standard error is a terminal.
 class StandardErrorTerminal
 {
@@ -101,17 +116,13 @@ TEST(RunOutputs, FailingOutputDoesNotPreventTheOthers)
     const QTemporaryDir directory;
     const QString save = directory.filePath("missing/run");
     const QString plots = directory.filePath("plots");
-    MonitorOptions options;
-    options.files = {{&findKind("save"), save}, {&findKind("plot"), plots}};
-    QString printed;
-    QString text;
-    QTextStream output(&printed);
-    QTextStream diagnostics(&text);
-    monitor::Session session({}, 3);
-    EXPECT_FALSE(RunOutputs(options, output).write(session, diagnostics));
-    EXPECT_TRUE(text.contains(save + ": cannot be written: ")) << text.toStdString();
-    EXPECT_TRUE(text.contains(plots + ": no values to plot\n"));
-    EXPECT_TRUE(printed.contains("frames      0\n"));
+    EmptyRun run;
+    run.options.files = {{&findKind("save"), save}, {&findKind("plot"), plots}};
+    EXPECT_FALSE(run.writeOutputs());
+    const QString& messages = run.messages;
+    EXPECT_TRUE(messages.contains(save + ": cannot be written: ")) << messages.toStdString();
+    EXPECT_TRUE(messages.contains(plots + ": no values to plot\n"));
+    EXPECT_TRUE(run.printed.contains("frames      0\n"));
 }
 
 TEST(RunOutputs, EveryOutputThatWantsTheValuesReceivesThem)
@@ -162,16 +173,11 @@ TEST(RunOutputs, EveryPrintedKindPrintsSomething)
     for (const OutputKind& kind : monitor::outputKinds()) {
         if (!kind.isPrinted())
             continue;
-        MonitorOptions options;
-        options.printed = &kind;
-        QString printed;
-        QString text;
-        QTextStream output(&printed);
-        QTextStream diagnostics(&text);
-        monitor::Session session({}, 3);
-        EXPECT_TRUE(RunOutputs(options, output).write(session, diagnostics));
-        EXPECT_FALSE(printed.isEmpty()) << kind.name;
-        EXPECT_EQ(text, QString());
+        EmptyRun run;
+        run.options.printed = &kind;
+        EXPECT_TRUE(run.writeOutputs());
+        EXPECT_FALSE(run.printed.isEmpty()) << kind.name;
+        EXPECT_EQ(run.messages, QString());
     }
 }
 
