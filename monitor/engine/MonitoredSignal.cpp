@@ -8,25 +8,6 @@
 namespace monitor
 {
 
-namespace
-{
-
-/// The value texts of \a signal by its values.
-QMap<double, QString> textsByValue(const SignalDescription& signal)
-{
-    QMap<double, QString> texts;
-    for (auto text = signal.valueTexts.begin(); text != signal.valueTexts.end(); ++text) {
-        const double raw = signal.layout.isFloat ? floatIn(text.key(), signal.layout.length)
-                           : signal.layout.isSigned
-                               ? static_cast<double>(signExtended(text.key(), signal.layout.length))
-                               : static_cast<double>(text.key());
-        texts.insert(raw * signal.scaling.factor + signal.scaling.offset, text.value());
-    }
-    return texts;
-}
-
-} // namespace
-
 QVariant RecordedValue::raw() const
 {
     return rawValueOf(bits, signal.description().layout);
@@ -64,7 +45,8 @@ MonitoredSignal::MonitoredSignal(const MessageHeader& message,
     empty.offset = signal.scaling.offset;
     empty.isFloat = signal.layout.isFloat;
     empty.limits = signal.rules.limits;
-    empty.valueTexts = textsByValue(signal);
+    for (auto text = signal.valueTexts.begin(); text != signal.valueTexts.end(); ++text)
+        empty.valueTexts.insert(recorded->scaled(text.key()), text.value());
 }
 
 // If only the newest values are kept, the oldest are removed when there are twice as many, so on

@@ -20,15 +20,6 @@ using monitor::SignalStatistics;
 namespace
 {
 
-DecodedSignal measured(quint64 bits, int signal = 0, quint8 source = 0)
-{
-    DecodedSignal decoded;
-    decoded.signal = signal;
-    decoded.source = source;
-    decoded.bits = bits;
-    return decoded;
-}
-
 DecodedSignal unavailable(Availability availability)
 {
     DecodedSignal decoded = measured(0xFFFF);

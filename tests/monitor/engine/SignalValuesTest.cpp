@@ -28,13 +28,6 @@ using monitor::SignalStatistics;
 namespace
 {
 
-DecodedSignal measured(quint64 bits)
-{
-    DecodedSignal decoded;
-    decoded.bits = bits;
-    return decoded;
-}
-
 /// The statistics of values that are all kept in a signal of the library. Median and deviators are
 /// those of the newest \a kept values.
 SignalStatistics modelledStatistics(const CatalogueSignal& signal, const QVector<quint64>& bits,

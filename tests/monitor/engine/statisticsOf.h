@@ -16,3 +16,13 @@ inline monitor::MonitoredSignal& firstSignal(monitor::SignalRegistry& registry)
 {
     return registry.at(registry.sorted().constFirst());
 }
+
+/// A measured value of the signal with index \a signal.
+inline monitor::DecodedSignal measured(quint64 bits, int signal = 0, quint8 source = 0)
+{
+    monitor::DecodedSignal decoded;
+    decoded.signal = signal;
+    decoded.source = source;
+    decoded.bits = bits;
+    return decoded;
+}
