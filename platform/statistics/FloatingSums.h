@@ -272,7 +272,7 @@ private:
     Q_NEVER_INLINE void addAny(double value)
     {
         const bool onlyZeros = anchor == 0 && sum == 0 && squares == 0;
-        if (onlyZeros && form <= ordinaryForm)
+        if (onlyZeros)
             form = value == 0 ? ordinaryForm : 0;
         while (!(std::fabs(value) < level().limit))
             raiseLevel();

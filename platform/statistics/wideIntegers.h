@@ -137,11 +137,9 @@ inline Words<4> squared(const Words<2>& a)
     return result;
 }
 
-/// Returns \a a rounded to a double, gathering the bits of both words.
+/// Returns \a a rounded to a double, gathering the bits of both words. The upper one must not be 0.
 Q_NEVER_INLINE inline double gatheredToDouble(const Words<2>& a)
 {
-    if (a[1] == 0)
-        return static_cast<double>(a[0]);
     const uint shift = qCountLeadingZeroBits(a[1]);
     const quint64 leading = a[1] << shift | (a[0] >> 1) >> (63 - shift);
     const auto isLonger = quint64((a[0] << shift) != 0);
