@@ -171,6 +171,8 @@ TEST(DoubleLists, AreSummedInLanesIfTheirSquaresAndSumsFitInADouble)
     EXPECT_FALSE(inLanes({}));
     EXPECT_TRUE(inLanes({0, 1.25 * 0x1p-450}));
     EXPECT_FALSE(inLanes({0, 0x1p-450}));
+    EXPECT_TRUE(inLanes({0, 0x1p-450, 1}));
+    EXPECT_FALSE(inLanes({0, 0x1.fp-451, 1}));
     EXPECT_TRUE(inLanes({0, 0.75 * 0x1p448}));
     EXPECT_FALSE(inLanes({0, 0x1p448}));
     EXPECT_FALSE(inLanes({0, 1.25 * 0x1p448}));

@@ -413,6 +413,15 @@ TEST(FloatingSums, KeepAOneBelowLargerValues)
     EXPECT_EQ(floatDistances.mean(), -1.0 / 3);
 }
 
+// A check for 0 must not drop the only bit of a 2.
+TEST(FloatingSums, KeepATwoBelowLargerValues)
+{
+    FloatingSums sums;
+    for (double value : {0.0, 0x1p120, 0x1p60, 2.0, -0x1p60, -0x1p120})
+        sums.add(value);
+    EXPECT_EQ(sums.mean(), 2.0 / 6);
+}
+
 TEST(FloatingSums, KeepTheRestOfTheFirstValueAfterOthersCancelIt)
 {
     const double tiny = 7 * 0x1p-104;
