@@ -177,7 +177,7 @@ struct Q_DECL_HIDDEN StatisticCalculator<N>::Paths {
     }
 
     /// Returns all sums, reading again until no change has interfered.
-    static SumsOf<N> readAll(const StatisticCalculator& self)
+    static Q_NEVER_INLINE SumsOf<N> readAll(const StatisticCalculator& self)
     {
         SumsOf<N> sums;
         readBetweenChanges(self.sequence, [&] { loadAll<foreign>(sums, self.sums); });
