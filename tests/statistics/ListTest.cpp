@@ -37,6 +37,18 @@ std::string print(const QList<N>& values)
     return text.str();
 }
 
+/// A list whose lane 0 consists of \a values, and all others of \a filler.
+QList<double> inOneLane(const QList<double>& values, double filler)
+{
+    QList<double> list;
+    for (double value : values) {
+        list << value;
+        while (list.size() % FloatingLanes::laneCount != 0)
+            list << filler;
+    }
+    return list;
+}
+
 template <typename N>
 void expectAgreement(const QList<N>& values)
 {
@@ -148,12 +160,15 @@ TEST(DoubleLists, KeepSmallValuesHiddenByLargerOnesUntilThoseCancel)
     }
 }
 
-TEST(DoubleLists, KeepAOneThatALaneDrops)
+TEST(DoubleLists, KeepASmallValueThatALaneDrops)
 {
-    QList<double> values;
-    for (double value : {0x1p170, 0x1p60, 1.0, -0x1p170, -0x1p60})
-        values << 0 << value << 0 << 0;
-    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 1.0 / 20);
+    for (double small : {1.0, 0x1p-460}) {
+        const QList<double> values = inOneLane({0, 0x1p170, 0x1p60, small, -0x1p170, -0x1p60}, 0.0);
+        EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values),
+                  small / static_cast<double>(values.size()));
+        FloatingSums sums;
+        EXPECT_FALSE(sumOrdinary<true>(values, sums, plainLanesOf<double, true>));
+    }
 }
 
 // Nearly all lists take the fast path; the others take the general one.
@@ -184,10 +199,9 @@ TEST(DoubleLists, AreSummedInLanesIfTheirSquaresAndSumsFitInADouble)
 // A lane drops a one from each of its two remainders, twice.
 TEST(DoubleLists, KeepTheOnesThatBothRemaindersOfALaneDrop)
 {
-    QList<double> values;
-    for (double value : {1.0, 0x1p120, 0x1p60, 2.0, -0x1p60, -0x1p120})
-        values << value << 1 << 1 << 1;
-    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), 21.0 / 24);
+    const QList<double> values = inOneLane({1, 0x1p120, 0x1p60, 2, -0x1p60, -0x1p120}, 1.0);
+    const double ones = static_cast<double>(values.size()) - 6;
+    EXPECT_EQ(SimpleStatisticCalculator<double>::getAverage(values), (3 + ones) / (6 + ones));
 }
 
 // The deviation of one value and many equal ones depends on the square of their distance, which
