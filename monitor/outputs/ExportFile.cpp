@@ -53,7 +53,7 @@ QString ExportFile::check()
     if (present.exists() && present.size() > 0 &&
         !(present.open(QIODevice::ReadOnly) && present.peek(header.size()) == header))
         return refused + QStringLiteral("the file exists and has other contents");
-    if (!file.open(QIODevice::WriteOnly))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return cannotBeWritten(file);
     lines = header;
     return QString();
@@ -77,14 +77,16 @@ void ExportFile::take(const RecordedValue& value)
 
 void ExportFile::flush()
 {
-    isIntact = isIntact && file.write(lines) == lines.size();
+    isIntact = isIntact && writeAll(file, lines.constData(), lines.size());
     lines.resize(0);
 }
 
 OutputResult ExportFile::write(const FinishedRun& /*run*/, const OutputProgress& /*progress*/)
 {
     flush();
-    return {isIntact && commitWhole(file) ? QString() : cannotBeWritten(file), {}};
+    if (!isIntact)
+        return {couldNotBeCompleted(file), {}};
+    return {commitWhole(file) ? QString() : cannotBeWritten(file), {}};
 }
 
 } // namespace monitor

@@ -31,8 +31,9 @@ OutputResult SavedRunOutput::write(const FinishedRun& run, const OutputProgress&
         if (!error.isEmpty())
             return {std::move(error), {}};
     }
-    return {writer.finish(run.session) && commitWhole(file) ? QString() : cannotBeWritten(file),
-            {}};
+    if (!writer.finish(run.session))
+        return {couldNotBeCompleted(file), {}};
+    return {commitWhole(file) ? QString() : cannotBeWritten(file), {}};
 }
 
 } // namespace monitor

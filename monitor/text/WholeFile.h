@@ -11,6 +11,27 @@ inline QString cannotBeWritten(const QSaveFile& file)
     return QStringLiteral("%1: cannot be written: %2").arg(file.fileName(), file.errorString());
 }
 
+/// The error message for \a file, to which only a part could be written.
+inline QString couldNotBeCompleted(const QSaveFile& file)
+{
+    return cannotBeWritten(file) + QStringLiteral(" (after %1 bytes); free space, raise the limit "
+                                                  "or choose another disk, and try again")
+                                       .arg(file.size());
+}
+
+/// Writes all \a size bytes at \a data. The reason of an error is lost if \a file is buffered.
+[[nodiscard]] inline bool writeAll(QFileDevice& file, const char* data, qint64 size)
+{
+    // Only a write that fails at once sets the error of the file, not one that writes a part.
+    for (qint64 done = 0; done < size;) {
+        const qint64 part = file.write(data + done, size - done);
+        if (part <= 0)
+            return false;
+        done += part;
+    }
+    return true;
+}
+
 /// Replaces the old file with \a file if all of it could be written; otherwise leaves the old file
 /// unchanged. QSaveFile::commit() alone misses errors when buffered data is written.
 [[nodiscard]] inline bool commitWhole(QSaveFile& file)

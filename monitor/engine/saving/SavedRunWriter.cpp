@@ -1,6 +1,7 @@
 #include "SavedRunWriter.h"
 
 #include "SavedSignal.h"
+#include "text/WholeFile.h"
 
 #include <QtCore/QtEndian>
 
@@ -43,8 +44,8 @@ void SavedRunWriter::take(const RecordedValue& value)
 
 void SavedRunWriter::clear()
 {
-    if (written > 0)
-        isIntact = file.resize(0) && file.seek(0) && isIntact;
+    if (isIntact && written > 0)
+        isIntact = file.resize(0) && file.seek(0);
     hash.reset();
     known.clear();
     signalCount = 0;
@@ -158,12 +159,7 @@ void SavedRunWriter::flush()
 
 void SavedRunWriter::write(const char* data, qint64 size)
 {
-    // Only a write that fails at once sets the error of the file, not one that writes a part.
-    for (qint64 done = 0; isIntact && done < size;) {
-        const qint64 part = file.write(data + done, size - done);
-        isIntact = part > 0;
-        done += part;
-    }
+    isIntact = isIntact && writeAll(file, data, size);
     hash.addData(QByteArray::fromRawData(data, static_cast<int>(size)));
     written += size;
 }

@@ -10,6 +10,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -410,7 +411,9 @@ TEST_F(ExportFile, FullDiskIsAnErrorAndLeavesAnExistingFileUnchanged)
         const monitor::Snapshot snapshot = session.calcSnapshot();
         error = output.write({session, snapshot}, {}).error;
     }
-    EXPECT_TRUE(error.startsWith(path() + ": cannot be written: ")) << error.toStdString();
+    EXPECT_TRUE(error.startsWith(path() + ": cannot be written: " + qt_error_string(EFBIG) +
+                                 " (after 1000 bytes); free space"))
+        << error.toStdString();
     EXPECT_EQ(content(), before);
 }
 

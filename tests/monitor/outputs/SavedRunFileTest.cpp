@@ -11,6 +11,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 
+#include <cerrno>
+
 using monitor::Frame;
 using monitor::SavedRunOutput;
 using monitor::Session;
@@ -127,8 +129,9 @@ TEST_F(SavedRunFile, FullDiskLeavesThePreviousFileUnchanged)
             const FileSizeLimit limit(static_cast<rlim_t>(before.size()));
             error = save(values);
         }
-        EXPECT_TRUE(error.startsWith(path() + ": cannot be written: ")) << error.toStdString();
-        EXPECT_FALSE(error.contains("Unknown")) << error.toStdString();
+        EXPECT_TRUE(error.startsWith(path() + ": cannot be written: " + qt_error_string(EFBIG) +
+                                     QString(" (after %1 bytes); free").arg(before.size())))
+            << error.toStdString();
         EXPECT_EQ(content(), before);
     }
     EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden), QStringList("run"));
@@ -145,7 +148,9 @@ TEST_F(SavedRunFile, FullDiskIsAnErrorEvenIfTheRunIsResetAfterwards)
         session->clear();
         error = finish(output);
     }
-    EXPECT_TRUE(error.startsWith(path() + ": cannot be written: ")) << error.toStdString();
+    EXPECT_TRUE(
+        error.contains(": cannot be written: " + qt_error_string(EFBIG) + " (after 1000 bytes)"))
+        << error.toStdString();
     EXPECT_FALSE(QFile::exists(path()));
 }
 
