@@ -9,6 +9,7 @@
 #include <QtWidgets/QApplication>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -123,6 +124,8 @@ std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& comman
 // NOLINTNEXTLINE(bugprone-exception-escape): std::visit() throws only if there is no command.
 int main(int argc, char* argv[])
 {
+    // Writing beyond a limit of file sizes then fails with an error that can be reported.
+    std::signal(SIGXFSZ, SIG_IGN);
     const monitor::Command command = readArguments(argc, argv);
     const auto application = makeApplication(command, argc, argv);
     // Log messages of plugins would corrupt the table. Their errors are reported in any case.

@@ -14,16 +14,28 @@ struct MonitorRun {
     QString diagnostics;
 };
 
-inline MonitorRun runMonitor(const QStringList& arguments)
+inline MonitorRun runProgram(const QString& program, const QStringList& arguments)
 {
     QProcess process;
-    process.start(MONITOR_PROGRAM, arguments);
+    process.start(program, arguments);
     MonitorRun run;
     if (process.waitForFinished(240000) && process.exitStatus() == QProcess::NormalExit)
         run.exitCode = process.exitCode();
     run.output = QString::fromUtf8(process.readAllStandardOutput());
     run.diagnostics = QString::fromUtf8(process.readAllStandardError());
     return run;
+}
+
+inline MonitorRun runMonitor(const QStringList& arguments)
+{
+    return runProgram(MONITOR_PROGRAM, arguments);
+}
+
+/// The same where no file can grow beyond \a kilobytes.
+inline MonitorRun runMonitorWithFileLimit(int kilobytes, const QStringList& arguments)
+{
+    const QString script = QString("ulimit -f %1 && exec \"$0\" \"$@\"").arg(2 * kilobytes);
+    return runProgram("/bin/sh", QStringList{"-c", script, MONITOR_PROGRAM} + arguments);
 }
 
 /// Runs the program on files that the test writes.

@@ -562,3 +562,20 @@ TEST_F(Program, InterruptedReplayPrintsTheStatisticsSoFar)
     EXPECT_TRUE(program.readAllStandardError().contains("interrupted"));
     EXPECT_TRUE(QFile::exists(path("values.csv")));
 }
+
+TEST_F(Program, LimitOfFileSizesIsReportedAndTheStatisticsArePrinted)
+{
+    const QByteArray frame = "(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n";
+    const QString log = write("bus.log", frame.repeated(3000));
+    const QString dbc = write("bus.dbc", speedDbc);
+    for (const char* option : {"--save", "--export"}) {
+        const MonitorRun run = runMonitorWithFileLimit(
+            4, {"replay", log, "--dbc", dbc, option, path("values.csv"), "--format", "json"});
+        EXPECT_EQ(run.exitCode, 2) << option;
+        EXPECT_EQ(signalsIn(run), QStringList("- EngineSpeed 100 -"));
+        EXPECT_TRUE(run.diagnostics.startsWith(path("values.csv") + ": cannot be written: "));
+        EXPECT_TRUE(run.diagnostics.contains(" (after 4096 bytes); free space, "))
+            << run.diagnostics.toStdString();
+        EXPECT_FALSE(QFile::exists(path("values.csv")));
+    }
+}
