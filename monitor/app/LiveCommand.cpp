@@ -4,6 +4,7 @@
 #include "displays/window/BusDialog.h"
 #include "sources/bus/BusConnection.h"
 #include "sources/bus/BusSource.h"
+#include "text/Progress.h"
 #include "text/Table.h"
 
 #include <QtCore/QEventLoop>
@@ -20,26 +21,30 @@ namespace
 
 constexpr int refreshPeriod = 100; // in ms
 
-/// The receivers of the run's snapshots: the display that \a options select, if any.
-std::vector<std::unique_ptr<SnapshotSink>> makeSinks(const LiveOptions& options, Session& session)
+/// The display that \a options select; null if none is wanted.
+const DisplayKind* displayFor(const LiveOptions& options)
 {
     const DisplayKind* kind = options.display;
     const DisplayKind& defaultKind = displayKinds().constFirst();
     if (kind == nullptr && options.subject != MonitorOptions::Subject::Ids &&
         options.printed == &defaultOutputKind() && defaultKind.check().isEmpty())
         kind = &defaultKind;
-    std::vector<std::unique_ptr<SnapshotSink>> sinks;
-    if (kind != nullptr)
-        sinks.push_back(kind->make(session, {options.bus.name(), options.leastRating}));
-    return sinks;
+    return kind;
 }
 
 /// A run on a bus.
 class LiveRun
 {
 public:
-    LiveRun(const LiveOptions& liveOptions, BusSource& busSource, Session& liveSession)
-        : options(liveOptions), source(busSource), session(liveSession)
+    LiveRun(const LiveOptions& liveOptions, BusSource& busSource, PreparedRun& run,
+            QTextStream& messages)
+        : options(liveOptions),
+          source(busSource),
+          outputs(run.outputs),
+          session(*run.session),
+          diagnostics(messages),
+          display(displayFor(liveOptions)),
+          isScreenUsed(display != nullptr && !display->needsWidgets && isStandardErrorTerminal())
     {
     }
 
@@ -49,10 +54,12 @@ public:
         QEventLoop loop;
         const EndRequest endRequest([&loop] { loop.quit(); });
         // After endRequest, so that no signal can end the program before a display is closed.
-        const std::vector<std::unique_ptr<SnapshotSink>> sinks = makeSinks(options, session);
+        const std::vector<std::unique_ptr<SnapshotSink>> sinks = makeSinks();
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
             session.takeAll(source);
+            if (!isScreenUsed) // otherwise the display shows the remarks
+                outputs.printUrgent(session, diagnostics);
             if (isOver() || !publish(sinks))
                 loop.quit();
         });
@@ -61,6 +68,15 @@ public:
     }
 
 private:
+    /// The receivers of the run's snapshots.
+    std::vector<std::unique_ptr<SnapshotSink>> makeSinks() const
+    {
+        std::vector<std::unique_ptr<SnapshotSink>> sinks;
+        if (display != nullptr)
+            sinks.push_back(display->make(session, {options.bus.name(), options.leastRating}));
+        return sinks;
+    }
+
     bool isOver() const
     {
         return source.isLost() || static_cast<double>(source.now()) >= options.duration * 1e6 ||
@@ -83,7 +99,11 @@ private:
 
     const LiveOptions& options;
     BusSource& source;
+    RunOutputs& outputs;
     Session& session;
+    QTextStream& diagnostics;
+    const DisplayKind* display;
+    bool isScreenUsed; // so that nothing else may be printed on the terminal
 };
 
 ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
@@ -100,7 +120,7 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
         return ExitCode::Failure;
     }
     diagnostics << options.bus.name() << ": connected" << Qt::endl;
-    LiveRun(options, source, *run.session).watch();
+    LiveRun(options, source, run, diagnostics).watch();
     const bool isLost = source.isLost();
     source.stop();
     run.session->takeAll(source);

@@ -50,6 +50,21 @@ QString RunOutputs::check()
     return QString();
 }
 
+void RunOutputs::printUrgent(const Session& session, QTextStream& diagnostics)
+{
+    print(session.urgentRemarks(), diagnostics);
+}
+
+void RunOutputs::print(const QStringList& lines, QTextStream& diagnostics)
+{
+    for (const QString& line : lines) {
+        if (printed.contains(line))
+            continue;
+        diagnostics << line << Qt::endl;
+        printed += line;
+    }
+}
+
 bool RunOutputs::write(Session& session, QTextStream& diagnostics)
 {
     const Snapshot snapshot = session.calcSnapshot();
@@ -67,8 +82,7 @@ bool RunOutputs::write(Session& session, QTextStream& diagnostics)
         if (!result.error.isEmpty())
             errors += result.error;
     }
-    for (const QString& error : errors)
-        diagnostics << error << '\n';
+    print(errors, diagnostics);
     return errors.isEmpty();
 }
 
@@ -76,8 +90,7 @@ ExitCode RunOutputs::finish(Session& session, const MonitorOptions& options, con
                             QTextStream& diagnostics)
 {
     const bool isWritten = write(session, diagnostics);
-    for (const QString& remark : session.remarks())
-        diagnostics << remark << '\n';
+    print(session.remarks(), diagnostics);
     if (!isWritten || !session.isExact())
         return ExitCode::Failure;
     const FrameCounts counts = session.counts();

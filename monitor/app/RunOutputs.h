@@ -21,6 +21,10 @@ public:
     /// them during the run. Call it before the first frame; the outputs must outlive the session.
     void connectTo(Session& session);
 
+    /// Prints what should not wait for the end of the run to \a diagnostics, once. Call it from
+    /// time to time, also while \a session takes frames on other threads.
+    void printUrgent(const Session& session, QTextStream& diagnostics);
+
     /// Writes all outputs of \a session, even if some fail. Prints notes and errors to
     /// \a diagnostics. Returns false if an output could not be written.
     [[nodiscard]] bool write(Session& session, QTextStream& diagnostics);
@@ -31,7 +35,10 @@ public:
                                   const QString& origin, QTextStream& diagnostics);
 
 private:
+    void print(const QStringList& lines, QTextStream& diagnostics);
+
     std::vector<std::unique_ptr<Output>> outputs; // the printed one last
+    QStringList printed;                          // lines, which are not printed again
 };
 
 } // namespace monitor

@@ -39,8 +39,9 @@ void printRemarks(const FrameSource& source, QTextStream& diagnostics)
 /// Records the signals of the recordings in \a session. Returns an error message, which is empty if
 /// all of them were read to their ends.
 [[nodiscard]] QString readRecordings(const ReplayOptions& options, QTextStream& diagnostics,
-                                     Session& session)
+                                     PreparedRun& run)
 {
+    Session& session = *run.session;
     const EndRequest endRequest;
     Recordings recordings(
         options.recordings, [&endRequest] { return endRequest.isRequested(); },
@@ -48,10 +49,13 @@ void printRemarks(const FrameSource& source, QTextStream& diagnostics)
     FrameFilter source(recordings, options.choice);
     {
         Progress progress(diagnostics, QStringLiteral("reading"));
-        session.takeAll(
-            source, options.threads > 0 ? options.threads : defaultThreads(),
-            [&](const SourceProgress& read) { progress.update(read.done, read.total); });
+        session.takeAll(source, options.threads > 0 ? options.threads : defaultThreads(),
+                        [&](const SourceProgress& read) {
+                            progress.update(read.done, read.total);
+                            run.outputs.printUrgent(session, diagnostics);
+                        });
     }
+    run.outputs.printUrgent(session, diagnostics);
     printRemarks(source, diagnostics);
     printMissingBuses(options, source, diagnostics);
     QString error = source.error();
@@ -78,7 +82,7 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
         diagnostics << printable(run.error) << '\n'; // may contain names of signals
         return ExitCode::Failure;
     }
-    const QString error = readRecordings(options, diagnostics, *run.session);
+    const QString error = readRecordings(options, diagnostics, run);
     ExitCode code = ExitCode::Failure;
     if (error.isEmpty() || run.session->counts().total > 0)
         code = run.outputs.finish(*run.session, options, options.recordings.join(' '), diagnostics);

@@ -37,6 +37,10 @@ public:
 
     /// Called when the user resets the run: the values taken so far no longer belong to it.
     virtual void clear() {}
+
+    /// Why values can no longer be used, for the user; empty as long as they can. Called on any
+    /// thread, also while another one calls the other functions.
+    virtual QString error() const { return QString(); }
 };
 
 } // namespace monitor

@@ -262,7 +262,7 @@ void Session::takeFrames(FrameSource& source, int threads, const ProgressCall& p
     BlockPipeline::Steps steps;
     steps.blocks = threads > 1 ? blocksPerThread * threads : 1;
     // A sink takes the values of all signals in the order of the frames, so one lane records them.
-    const bool hasLanes = threads > 1 && !signalRegistry.hasValueSinks();
+    const bool hasLanes = threads > 1 && signalRegistry.sinks().empty();
     steps.lanes = hasLanes ? lanesPerThread * threads : 1;
     std::vector<FrameBlock> blocks(static_cast<size_t>(steps.blocks));
     for (FrameBlock& block : blocks)
@@ -321,6 +321,20 @@ QStringList Session::remarks()
         if (!text.isEmpty())
             texts += text;
     }
+    return texts;
+}
+
+QStringList Session::urgentRemarks() const
+{
+    QStringList texts;
+    for (const ValueSink* const sink : signalRegistry.sinks())
+        texts += sink->error();
+    if (spill.size() > 0)
+        texts += QStringLiteral("%1: a temporary file is used to count values exactly, because "
+                                "there are too many distinct ones for memory")
+                     .arg(spill.folder());
+    texts += spill.error();
+    texts.removeAll(QString());
     return texts;
 }
 

@@ -77,6 +77,10 @@ public:
     /// decoded as the first of them; and about the temporary file, if it was used.
     QStringList remarks();
 
+    /// Those lines that should not wait for the end of the run: errors of sinks, and use of the
+    /// temporary file. May be called on any thread, also during takeAll().
+    QStringList urgentRemarks() const;
+
     /// Whether the statistics are exact: false if the temporary file could not be read.
     bool isExact() const { return !spill.hasLostValues(); }
 

@@ -67,7 +67,7 @@ public:
 
     /// Passes all values recorded from now on to \a sink too, which must outlive this object.
     void addValueSink(ValueSink& sink) { valueSinks.push_back(&sink); }
-    bool hasValueSinks() const { return !valueSinks.empty(); }
+    const std::vector<ValueSink*>& sinks() const { return valueSinks; }
 
     /// Sets the names of the buses, to which MessageSignals::bus refers. The statistics of a signal
     /// contain the name only if \a areShown.

@@ -75,6 +75,11 @@ void ExportFile::take(const RecordedValue& value)
         flush();
 }
 
+QString ExportFile::error() const
+{
+    return isIntact ? QString() : couldNotBeCompleted(file);
+}
+
 void ExportFile::flush()
 {
     isIntact = isIntact && writeAll(file, lines.constData(), lines.size());
@@ -85,7 +90,7 @@ OutputResult ExportFile::write(const FinishedRun& /*run*/, const OutputProgress&
 {
     flush();
     if (!isIntact)
-        return {couldNotBeCompleted(file), {}};
+        return {error(), {}};
     return {commitWhole(file) ? QString() : cannotBeWritten(file), {}};
 }
 

@@ -4,6 +4,8 @@
 
 #include <QtCore/QSaveFile>
 
+#include <atomic>
+
 namespace monitor
 {
 
@@ -24,11 +26,12 @@ public:
 
 private:
     void take(const RecordedValue& value) override;
+    QString error() const override;
     void flush();
 
     QSaveFile file;
-    QByteArray lines; // not written yet
-    bool isIntact = true;
+    QByteArray lines;                 // not written yet
+    std::atomic<bool> isIntact{true}; // if false, the file no longer changes
 };
 
 } // namespace monitor

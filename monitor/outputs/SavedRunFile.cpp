@@ -32,7 +32,7 @@ OutputResult SavedRunOutput::write(const FinishedRun& run, const OutputProgress&
             return {std::move(error), {}};
     }
     if (!writer.finish(run.session))
-        return {couldNotBeCompleted(file), {}};
+        return {writer.error(), {}};
     return {commitWhole(file) ? QString() : cannotBeWritten(file), {}};
 }
 

@@ -6,17 +6,19 @@ namespace monitor
 {
 
 /// The error message for \a file, which could not be written.
-inline QString cannotBeWritten(const QSaveFile& file)
+inline QString cannotBeWritten(const QFileDevice& file)
 {
     return QStringLiteral("%1: cannot be written: %2").arg(file.fileName(), file.errorString());
 }
 
-/// The error message for \a file, to which only a part could be written.
-inline QString couldNotBeCompleted(const QSaveFile& file)
+/// The error message for \a file, which is written during a run, and only a part of which could be
+/// written.
+inline QString couldNotBeCompleted(const QFileDevice& file)
 {
-    return cannotBeWritten(file) + QStringLiteral(" (after %1 bytes); free space, raise the limit "
-                                                  "or choose another disk, and try again")
-                                       .arg(file.size());
+    return cannotBeWritten(file) +
+           QStringLiteral(" (after %1 bytes); the statistics are not affected; free space, raise "
+                          "the limit or choose another disk, and try again")
+               .arg(file.size());
 }
 
 /// Writes all \a size bytes at \a data. The reason of an error is lost if \a file is buffered.

@@ -65,6 +65,11 @@ bool SavedRunWriter::finish(Session& session)
     return isIntact;
 }
 
+QString SavedRunWriter::error() const
+{
+    return isIntact ? QString() : couldNotBeCompleted(file);
+}
+
 /// The signal with this \a number in the session.
 SavedRunWriter::WrittenSignal& SavedRunWriter::signalOf(int number,
                                                         const CatalogueSignal& description)

@@ -5,6 +5,8 @@
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFileDevice>
 
+#include <atomic>
+
 namespace monitor
 {
 
@@ -27,6 +29,9 @@ public:
     /// any part of the run could not be written.
     [[nodiscard]] bool finish(Session& session);
 
+    /// The error if a part of the run could not be written; otherwise empty.
+    QString error() const override;
+
 private:
     struct WrittenSignal {
         int number = -1;         // in the file, in the order of first values; -1: none yet
@@ -46,11 +51,11 @@ private:
     QCryptographicHash hash{QCryptographicHash::Sha256};
     std::vector<WrittenSignal> known; // by their numbers in the session
     int signalCount = 0;
-    std::vector<quint8> block; // not written yet
-    size_t used = 0;           // bytes of it
-    qint64 previous = 0;       // the last known time
-    qint64 written = 0;        // bytes
-    bool isIntact = true;
+    std::vector<quint8> block;        // not written yet
+    size_t used = 0;                  // bytes of it
+    qint64 previous = 0;              // the last known time
+    qint64 written = 0;               // bytes
+    std::atomic<bool> isIntact{true}; // if false, the file no longer changes
 };
 
 } // namespace monitor

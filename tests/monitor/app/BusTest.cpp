@@ -1,4 +1,5 @@
 #include "../sources/bus/SimulatedBus.h"
+#include "FileSizeLimit.h"
 #include "LiveRun.h"
 
 #include <QtCore/QFile>
@@ -155,6 +156,22 @@ TEST(Bus, LostConnectionPrintsTheStatisticsSoFarWithExitCode2)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.output.contains("frames      0\n"));
     EXPECT_TRUE(run.diagnostics.endsWith(bus.name() + ": connection lost\n"));
+}
+
+TEST(Bus, FailureToWriteIsReportedDuringTheRunWhichGoesOn)
+{
+    const QTemporaryDir directory;
+    const SimulatedBus bus;
+    auto limit = std::make_unique<FileSizeLimit>(8192); // the program inherits it
+    LiveRun live(bus, {"--save", directory.filePath("run"), "--format", "csv"});
+    limit.reset();
+    bus.send(writeLongRecording(directory));
+    EXPECT_TRUE(live.waitForDiagnostics(directory.filePath("run") + ": cannot be written: "));
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_FALSE(run.diagnostics.contains("cannot be written")); // only once
+    EXPECT_TRUE(run.output.contains("Velocity actual value"));
 }
 
 TEST(Bus, FailedConnectionIsReportedWithExitCode2)

@@ -12,8 +12,7 @@ public:
         process.setReadChannel(QProcess::StandardError);
         process.start(MONITOR_PROGRAM,
                       QStringList(command) + bus.options() + sampleOptions() + options);
-        while (!diagnostics.contains("connected\n") && process.waitForReadyRead(10000))
-            diagnostics += process.readAllStandardError();
+        waitForDiagnostics("connected\n");
         EXPECT_TRUE(diagnostics.endsWith(bus.name() + ": connected\n"))
             << diagnostics.toStdString();
     }
@@ -27,6 +26,14 @@ public:
     {
         process.kill();
         process.waitForFinished();
+    }
+
+    /// Waits until the program has printed \a text as a diagnostic message.
+    bool waitForDiagnostics(const QString& text)
+    {
+        while (!diagnostics.contains(text) && process.waitForReadyRead(10000))
+            diagnostics += process.readAllStandardError();
+        return diagnostics.contains(text);
     }
 
     MonitorRun end()

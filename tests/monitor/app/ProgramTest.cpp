@@ -574,8 +574,62 @@ TEST_F(Program, LimitOfFileSizesIsReportedAndTheStatisticsArePrinted)
         EXPECT_EQ(run.exitCode, 2) << option;
         EXPECT_EQ(signalsIn(run), QStringList("- EngineSpeed 100 -"));
         EXPECT_TRUE(run.diagnostics.startsWith(path("values.csv") + ": cannot be written: "));
-        EXPECT_TRUE(run.diagnostics.contains(" (after 4096 bytes); free space, "))
+        EXPECT_TRUE(run.diagnostics.contains(" (after 4096 bytes); the statistics "))
             << run.diagnostics.toStdString();
         EXPECT_FALSE(QFile::exists(path("values.csv")));
+    }
+}
+
+// The input is a pipe that stays open until the error has been printed.
+TEST_F(Program, FailureToWriteIsReportedDuringTheRunAndOnlyOnce)
+{
+    const QByteArray frame = "(1.0) can0 0CF00400#FFFFFF2003FFFFFF\n";
+    const QString dbc = write("bus.dbc", speedDbc);
+    for (const char* option : {"--save", "--export"}) {
+        for (const char* threads : {"1", "2"}) {
+            QProcess program;
+            program.setReadChannel(QProcess::StandardError);
+            program.start("/bin/sh", {"-c", "ulimit -f 8 && exec \"$0\" \"$@\"", MONITOR_PROGRAM,
+                                      "replay", "-", "--dbc", dbc, option, path("values.csv"),
+                                      "--threads", threads, "--format", "csv"});
+            program.write(frame.repeated(40000));
+            ASSERT_TRUE(program.waitForReadyRead());
+            EXPECT_EQ(program.state(), QProcess::Running);
+            program.write(frame);
+            program.closeWriteChannel();
+            ASSERT_TRUE(program.waitForFinished());
+            EXPECT_EQ(program.exitCode(), 2);
+            const QByteArray diagnostics = program.readAllStandardError();
+            EXPECT_TRUE(diagnostics.contains("cannot be written: ")) << diagnostics.constData();
+            EXPECT_EQ(diagnostics.count('\n'), 1) << diagnostics.constData();
+            EXPECT_TRUE(program.readAllStandardOutput().contains(",0,40001,"));
+        }
+    }
+}
+
+// 64-bit values that never repeat exceed the memory for distinct values of a signal.
+TEST_F(Program, UseOfTheTemporaryFileIsReportedDuringTheRun)
+{
+    const QString dbc = write("bus.dbc", "BO_ 291 M: 8 X\n"
+                                         " SG_ Wide : 0|64@1+ (1,0) [0|0] \"\" X\n");
+    QByteArray log;
+    for (int i = 0; i < 100000; ++i)
+        log += "(1.0) can0 123#" + QByteArray::number(i, 16).rightJustified(16, '0') + '\n';
+    for (const QString& folder : {directory.path(), path("missing")}) {
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("TMPDIR", folder);
+        program.setProcessEnvironment(environment);
+        program.setReadChannel(QProcess::StandardError);
+        program.start(MONITOR_PROGRAM, {"replay", "-", "--dbc", dbc, "--format", "csv"});
+        program.write(log);
+        ASSERT_TRUE(program.waitForReadyRead());
+        EXPECT_EQ(program.state(), QProcess::Running);
+        EXPECT_TRUE(program.readLine().startsWith(folder.toUtf8() + ": "));
+        program.closeWriteChannel();
+        ASSERT_TRUE(program.waitForFinished());
+        EXPECT_EQ(program.exitCode(), 0);
+        EXPECT_TRUE(program.readAllStandardOutput().contains(",100000,"));
+        EXPECT_EQ(program.readAllStandardError().count('\n'), folder == directory.path() ? 1 : 0);
     }
 }

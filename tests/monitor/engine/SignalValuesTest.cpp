@@ -212,6 +212,9 @@ TEST(SignalValues, AreExactWithATemporaryFileWhichIsReported)
               QStringList("Signal: too many distinct values for memory; they are counted exactly "
                           "in a temporary file in " +
                           folder.path() + " (1 MB)"));
+    EXPECT_EQ(run.session.urgentRemarks(),
+              QStringList(folder.path() + ": a temporary file is used to count values exactly, "
+                                          "because there are too many distinct ones for memory"));
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList()); // it has no name
     qunsetenv("TMPDIR");
 }
@@ -225,6 +228,7 @@ TEST(SignalValues, AreCountedInMemoryIfThereIsNoTemporaryFile)
     EXPECT_EQ(run.session.remarks(),
               QStringList("/missing: temporary file cannot be created: No such file or directory; "
                           "the distinct values are counted in memory instead"));
+    EXPECT_EQ(run.session.urgentRemarks(), run.session.remarks());
     qunsetenv("TMPDIR");
 }
 

@@ -130,7 +130,7 @@ TEST_F(SavedRunFile, FullDiskLeavesThePreviousFileUnchanged)
             error = save(values);
         }
         EXPECT_TRUE(error.startsWith(path() + ": cannot be written: " + qt_error_string(EFBIG) +
-                                     QString(" (after %1 bytes); free").arg(before.size())))
+                                     QString(" (after %1 bytes); the").arg(before.size())))
             << error.toStdString();
         EXPECT_EQ(content(), before);
     }

@@ -44,3 +44,12 @@ inline QString replayedSample(const QStringList& options = {})
     return runMonitor(QStringList{"replay", sampleFile("drive.log")} + sampleOptions() + options)
         .output;
 }
+
+/// Writes a recording of the sample's engine with more values than a saved run keeps in memory.
+inline QString writeLongRecording(const QTemporaryDir& directory)
+{
+    QFile file(directory.filePath("long.log"));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray("(1.0) can0 0CF00400#F1FFAAF42EFFFFFF\n").repeated(20000));
+    return file.fileName();
+}
