@@ -29,14 +29,18 @@ QString styleOf(Highlight highlight)
     return QString();
 }
 
-QString formatFilter(const LiveTable& table, const LiveView& view)
+QString formatFilter(const LiveTable& table, const LiveView& view, const QStringList& remarks)
 {
-    QString line = table.isPaused() ? QStringLiteral("paused  ") : QString();
+    QStringList parts;
+    if (table.isPaused())
+        parts += QStringLiteral("paused");
     if (view.isTyping())
-        line += '/' + table.filterText() + '_';
+        parts += '/' + table.filterText() + '_';
     else if (!table.filterText().isEmpty())
-        line += QStringLiteral("filter /") + table.filterText();
-    return line;
+        parts += QStringLiteral("filter /") + table.filterText();
+    for (const QString& remark : remarks)
+        parts += printable(remark);
+    return parts.join(QStringLiteral("  "));
 }
 
 QString formatKeys(const LiveView& view, int shown, int rowCount)
@@ -59,7 +63,8 @@ int LiveScreen::rowsOn(const QSize& size)
     return std::max(0, size.height() - otherLines);
 }
 
-QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSize& size)
+QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSize& size,
+                         const QStringList& remarks)
 {
     const int first = view.firstRow();
     const int shown = std::clamp(table.rowCount() - first, 0, rowsOn(size));
@@ -69,7 +74,7 @@ QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSi
     const QVector<Column> columns =
         QVector<Column>{{QString(' '), Alignment::Left}} + statisticsColumns();
     QStringList lines{formatHeader(table.bus(), table.snapshot().counts),
-                      formatFilter(table, view)};
+                      formatFilter(table, view, remarks)};
     for (const QString& line : formatLines(columns, cells, widths))
         lines += line.left(fixedWidth()) + line.mid(fixedWidth() + view.firstColumn());
     lines += formatKeys(view, shown, table.rowCount());

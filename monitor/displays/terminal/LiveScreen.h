@@ -16,10 +16,11 @@ public:
     /// The number of rows that fit on a screen of \a size.
     static int rowsOn(const QSize& size);
 
-    /// The screen: the bus, the filter, the titles of the columns, the rows of \a table from the
-    /// first row of \a view on, and the keys. A highlighted row begins with a mark and is enclosed
-    /// in control sequences.
-    QString draw(const LiveTable& table, const LiveView& view, const QSize& size);
+    /// The screen: the bus, the filter and \a remarks, the titles of the columns, the rows of \a
+    /// table from the first row of \a view on, and the keys. A highlighted row begins with a mark
+    /// and is enclosed in control sequences.
+    QString draw(const LiveTable& table, const LiveView& view, const QSize& size,
+                 const QStringList& remarks = {});
 
 private:
     int fixedWidth() const;

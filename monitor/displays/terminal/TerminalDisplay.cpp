@@ -9,7 +9,7 @@ bool TerminalDisplay::take(const Snapshot& snapshot, const BusState& bus)
     if (!handleKeys())
         return false;
     view.fitTo(table.rowCount(), LiveScreen::rowsOn(terminal.size()));
-    terminal.draw(screen.draw(table, view, terminal.size()));
+    terminal.draw(screen.draw(table, view, terminal.size(), session.urgentRemarks()));
     return true;
 }
 

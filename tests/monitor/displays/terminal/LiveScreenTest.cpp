@@ -169,6 +169,22 @@ TEST(LiveScreen, PauseAndFilterAreShown)
     EXPECT_EQ(drawn(screen, {}, keys).at(1), QString("paused  filter /x"));
 }
 
+TEST(LiveScreen, RemarksFollowTheFilterAsFarAsTheyFit)
+{
+    LiveScreen screen;
+    LiveTable table(50);
+    LiveView view(table);
+    const QStringList remarks{"run: cannot be written: \x1b[2J", "second"};
+    const auto lineOn = [&](int width) {
+        return screen.draw(table, view, {width, 24}, remarks).split('\n').at(1);
+    };
+    EXPECT_EQ(lineOn(200), QString("run: cannot be written:  [2J  second"));
+    table.setFilter("x");
+    table.setPaused(true);
+    EXPECT_EQ(lineOn(200), QString("paused  filter /x  run: cannot be written:  [2J  second"));
+    EXPECT_EQ(lineOn(25), QString("paused  filter /x  run: c"));
+}
+
 TEST(LiveScreen, ControlCharactersInNamesDoNotReachTheTerminal)
 {
     LiveScreen screen;

@@ -1,3 +1,4 @@
+#include "../../app/FileSizeLimit.h"
 #include "../../sources/bus/SimulatedBus.h"
 #include "PseudoTerminal.h"
 
@@ -54,6 +55,22 @@ TEST(Terminal, TableShowsTheStatisticsAndIsPrintedAtTheEnd)
     EXPECT_TRUE(terminal.type("q"));
     EXPECT_EQ(terminal.waitForEnd(), 0);
     EXPECT_EQ(printedAtTheEnd(terminal), expected);
+}
+
+TEST(Terminal, FailureToWriteIsShownAndPrintedAtTheEnd)
+{
+    const QTemporaryDir directory;
+    const SimulatedBus bus;
+    auto limit = std::make_unique<FileSizeLimit>(8192); // the program inherits it
+    PseudoTerminal terminal(live(bus, {"--save", directory.filePath("run")}), 24, 200);
+    limit.reset();
+    ASSERT_TRUE(terminal.waitForScreen("frames 0 ")) << terminal.output().toStdString();
+    bus.send(writeLongRecording(directory));
+    const QString message = directory.filePath("run") + ": cannot be written: ";
+    EXPECT_TRUE(terminal.waitForScreen(message)) << terminal.output().toStdString();
+    EXPECT_TRUE(terminal.type("q"));
+    EXPECT_EQ(terminal.waitForEnd(), 2);
+    EXPECT_EQ(printedAtTheEnd(terminal).count(message), 1);
 }
 
 TEST(Terminal, SilentSignalsAreMarked)
