@@ -25,12 +25,6 @@ struct DecodedSignal {
     std::optional<qint64> nanoseconds; ///< when it was seen
 };
 
-/// When \a decoded was seen, in whole microseconds, the resolution of recorded values.
-inline std::optional<qint64> microsecondsOf(const DecodedSignal& decoded)
-{
-    return decoded.nanoseconds ? std::optional<qint64>(*decoded.nanoseconds / 1000) : std::nullopt;
-}
-
 /// A PGN with several messages, none of which has the source address of a received frame, its
 /// destination address or the null address. The frame was decoded as the first of these messages.
 struct GuessedMessage {

@@ -27,15 +27,12 @@ QString RecordedValue::text() const
 MonitoredSignal::MonitoredSignal(const MessageHeader& message,
                                  const CatalogueSignal& signalDescription,
                                  std::optional<quint8> source, const Keeping& keeping)
-    : signal(signalDescription),
-      header(message),
-      limit(signalDescription.rules.keptRecords),
-      keepsSeries(keeping.series || limit > 0)
+    : signal(signalDescription), header(message), limit(signalDescription.rules.keptRecords)
 {
     recorded = SignalValues::make(signal, keeping.spill);
     if (keeping.outline && limit == 0 && !signal.layout.passThrough)
         keptOutline.emplace(*keeping.outline);
-    if (keepsSeries || keptOutline)
+    if (limit > 0 || keptOutline)
         recorded->setKeeper(this);
     empty.name = signal.reportedName;
     empty.protocol = message.protocol;
@@ -58,7 +55,7 @@ void MonitoredSignal::keep(quint64 bits, qint64 microseconds)
         keptOutline->add(isKnown ? std::optional<qint64>(microseconds) : std::nullopt,
                          recorded->scaled(bits));
     }
-    if (!keepsSeries)
+    if (limit == 0)
         return;
     keptBits.append(bits);
     keptTimes.append(microseconds);

@@ -11,7 +11,6 @@ namespace monitor
 /// How the values of a signal are kept in addition to their statistics.
 struct Keeping {
     SpillFile* spill = nullptr;                     ///< see SignalValues; must outlive the signal
-    bool series = false;                            ///< whether all values are kept
     std::optional<SeriesOutline::Detail> outline{}; ///< of all values, for charts; empty: not kept
 };
 
@@ -70,10 +69,9 @@ private:
     SignalStatistics empty;
     std::unique_ptr<SignalValues> recorded;
     std::shared_ptr<const SignalStatistics> newestStatistics; // null: out of date
-    int limit;                                                // how many values are kept; 0: all
-    QVector<quint64> keptBits; // up to twice as many as the limit, if there is one
+    int limit;                 // how many of the newest values are kept; 0: no values
+    QVector<quint64> keptBits; // up to twice as many as the limit; empty without one
     QVector<qint64> keptTimes;
-    bool keepsSeries;
     std::optional<SeriesOutline> keptOutline;
 };
 

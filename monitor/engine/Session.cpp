@@ -431,13 +431,6 @@ void Session::updateRows()
     areRowsNew = true;
 }
 
-void Session::keepSeries()
-{
-    Keeping keeping = signalRegistry.keeping();
-    keeping.series = true;
-    signalRegistry.keep(keeping);
-}
-
 void Session::keepOutlines(SeriesOutline::Detail detail)
 {
     Keeping keeping = signalRegistry.keeping();

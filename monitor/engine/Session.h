@@ -41,9 +41,6 @@ public:
     /// frame.
     void addValueSink(ValueSink& sink) { signalRegistry.addValueSink(sink); }
 
-    /// Keeps all values of each signal. Call it before the first frame.
-    void keepSeries();
-
     /// Keeps an outline of each signal, for charts. Call it before the first frame.
     void keepOutlines(SeriesOutline::Detail detail);
     const Keeping& keeping() const { return signalRegistry.keeping(); }

@@ -1,3 +1,4 @@
+#include "RecordedSeries.h"
 #include "savedRunBytes.h"
 
 #include <engine/saving/SavedRunReader.h>
@@ -28,7 +29,7 @@ struct ReadRun {
         SavedRunReader reader(buffer);
         error = reader.open();
         session = std::make_unique<Session>(QVector<monitor::CatalogueMessage>(), reader.k());
-        session->keepSeries();
+        session->addValueSink(recorded);
         if (error.isEmpty())
             error = reader.restore(*session, from, to);
         isWhole = reader.isWhole();
@@ -40,7 +41,13 @@ struct ReadRun {
         return session->registry().at(session->registry().sorted().at(position));
     }
 
+    RecordedSeries::Series series(int position) const
+    {
+        return recorded.newest(session->registry().sorted().at(position));
+    }
+
     QString error;
+    RecordedSeries recorded;
     std::unique_ptr<Session> session;
     bool isWhole = false;
     bool hasValues = false;
@@ -115,7 +122,7 @@ Bits chosen(const QVector<std::optional<qint64>>& microseconds, std::optional<Mo
     for (const quint32 version : versions) {
         const ReadRun run(hashed(bytesOf(runAt(microseconds), version)), from, to);
         EXPECT_EQ(run.error, QString());
-        const monitor::SignalRecords records = run.signal(0).getRecords();
+        const RecordedSeries::Series records = run.series(0);
         EXPECT_EQ(run.isWhole, records.bits.size() == microseconds.size());
         EXPECT_EQ(run.hasValues, !records.bits.isEmpty());
         EXPECT_EQ(bits.value_or(records.bits), records.bits) << version;
@@ -172,19 +179,19 @@ TEST(SavedRunReader, EveryFieldIsRead)
         EXPECT_EQ(speed.description().rules.limits->lowest, -1.5);
         EXPECT_EQ(speed.description().rules.limits->highest, 8000);
         EXPECT_EQ(speed.description().layout.datatype, std::nullopt);
-        const monitor::SignalRecords records = speed.getRecords();
+        const RecordedSeries::Series records = run.series(0);
         EXPECT_EQ(records.bits, (Bits{8, 16, 0xFFFE}));
         EXPECT_EQ(records.microseconds,
                   (QVector<qint64>{1000000, 500000, monitor::SignalSeries::noTime}));
-        EXPECT_EQ(records.notAvailable, 3);
-        EXPECT_EQ(records.errors, 4);
+        EXPECT_EQ(speed.values().notAvailableCount(), 3);
+        EXPECT_EQ(speed.values().errorCount(), 4);
         const MonitoredSignal& text = run.signal(1);
         EXPECT_EQ(text.identity().protocol, monitor::Protocol::CANopen);
         EXPECT_EQ(text.identity().source, std::nullopt);
         EXPECT_TRUE(text.description().layout.passThrough);
         EXPECT_EQ(text.description().layout.datatype, CAN::CANopenDataType::VISIBLE_STRING);
         EXPECT_FALSE(text.description().rules.limits.has_value());
-        EXPECT_EQ(text.getRecords().bits, Bits{0x6B4F});
+        EXPECT_EQ(run.series(1).bits, Bits{0x6B4F});
     }
 }
 
@@ -466,7 +473,7 @@ TEST(SavedRunReader, ThereMayBeAnyNumberOfSignals)
     const ReadRun read(hashed(bytesOf(run, newest)));
     EXPECT_EQ(read.error, QString());
     EXPECT_EQ(read.session->registry().sorted().size(), 10001);
-    EXPECT_EQ(read.signal(10000).getRecords().bits, Bits{5});
+    EXPECT_EQ(read.series(10000).bits, Bits{5});
 }
 
 TEST(SavedRunReader, WithoutMomentsEverythingIsRead)
@@ -528,6 +535,6 @@ TEST(SavedRunReader, MomentsDoNotChangeTheCounts)
     EXPECT_FALSE(run.isWhole);
     EXPECT_FALSE(run.hasValues);
     EXPECT_EQ(run.session->counts().total, 9);
-    EXPECT_EQ(run.signal(0).getRecords().notAvailable, 3);
+    EXPECT_EQ(run.signal(0).values().notAvailableCount(), 3);
     EXPECT_EQ(run.session->registry().firstTime(), 1000000);
 }
