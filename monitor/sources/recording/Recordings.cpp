@@ -47,8 +47,8 @@ struct Recordings::Part {
     std::optional<qint64> first; // the time of the first frame, if known
     qint64 time = 0;             // of the head, or of the newest frame before it that has one
     qint64 shift = 0;            // added to its times
-    QVector<quint16> busOf;      // numbers of its buses here
-    bool keepsBuses = true;      // whether its own numbers are the same
+    QVector<int> busOf;          // numbers of its buses here; -1: no frame was delivered so far
+    bool keepsBuses = true;      // whether these are its own numbers
 
     bool isAbsolute() const { return first && *first >= firstAbsoluteTime; }
     bool hasHead() const { return next < aheadEnd; }
@@ -111,10 +111,12 @@ int Recordings::read(Frame* frames, int size)
             if (count > 0)
                 break; // the next frame may not have arrived yet
             Part& part = *started.front();
-            if (waiting.empty())
+            if (waiting.empty()) {
                 count = readFrames(part, frames, wanted);
-            else
+                renumberBuses(part, frames, count);
+            } else {
                 readHead(part);
+            }
             if (count == 0 && !part.hasHead())
                 remove(part);
             continue;
@@ -133,7 +135,8 @@ int Recordings::read(Frame* frames, int size)
 Frame Recordings::takeHead()
 {
     Part& part = *started.front();
-    const Frame frame = part.ahead[part.next++];
+    Frame frame = part.ahead[part.next++];
+    renumberBuses(part, &frame, 1);
     isAnyDelivered = true;
     newest = std::max(newest, part.time);
     if (started.size() > 1)
@@ -206,24 +209,40 @@ bool Recordings::readHead(Part& part)
     return part.hasHead();
 }
 
-/// Reads frames of \a part as FrameSource::read() does, with their buses and times here.
+/// Reads frames of \a part as FrameSource::read() does, with their times here.
 int Recordings::readFrames(Part& part, Frame* frames, int size)
 {
     const int count = part.source->read(frames, size);
+    shiftTimes(part.shift, frames, static_cast<size_t>(count));
+    return count;
+}
+
+/// Replaces the buses of frames of \a part by their numbers here. Frames are passed in the order in
+/// which they are delivered, so buses are numbered in the order of their first frames, however far
+/// recordings are read ahead.
+void Recordings::renumberBuses(Part& part, Frame* frames, int count)
+{
     quint16 highestBus = 0;
     for (int i = 0; i < count; ++i)
         highestBus = std::max(highestBus, frames[i].bus);
-    if (count > 0 && highestBus >= part.busOf.size()) {
-        const QStringList busNames = part.source->buses();
-        for (auto i = part.busOf.size(); i < busNames.size(); ++i) {
-            part.busOf.append(names.indexOf(busNames.at(i).toUtf8()));
-            part.keepsBuses = part.keepsBuses && part.busOf.last() == i;
-        }
+    if (part.keepsBuses && highestBus < part.busOf.size())
+        return;
+    for (int i = 0; i < count; ++i)
+        frames[i].bus = busHere(part, frames[i].bus);
+}
+
+/// The number here of a bus of \a part.
+quint16 Recordings::busHere(Part& part, quint16 bus)
+{
+    while (part.busOf.size() <= bus)
+        part.busOf.append(-1);
+    if (part.busOf.at(bus) < 0) {
+        part.busOf[bus] = names.indexOf(part.source->buses().value(bus).toUtf8());
+        part.keepsBuses = true;
+        for (int i = 0; i < part.busOf.size(); ++i)
+            part.keepsBuses = part.keepsBuses && part.busOf.at(i) == i;
     }
-    for (int i = 0; i < count && !part.keepsBuses; ++i)
-        frames[i].bus = part.busOf.value(frames[i].bus);
-    shiftTimes(part.shift, frames, static_cast<size_t>(count));
-    return count;
+    return static_cast<quint16>(part.busOf.at(bus));
 }
 
 void Recordings::finish(Part& part)

@@ -36,7 +36,10 @@ public:
     [[nodiscard]] int read(Frame* frames, int size) override;
     SourceCounts counts() const override;
     SourceProgress progress() const override;
+
+    /// The buses of the frames so far, in the order of their first frames.
     QStringList buses() const override { return names.names(); }
+
     QVector<Problems> problems() const override;
     QStringList notes() const override;
     QString error() const override;
@@ -48,6 +51,8 @@ private:
     Frame takeHead();
     bool readHead(Part& part);
     int readFrames(Part& part, Frame* frames, int size);
+    void renumberBuses(Part& part, Frame* frames, int count);
+    quint16 busHere(Part& part, quint16 bus);
     void remove(Part& part);
     void finish(Part& part);
     void startDue();

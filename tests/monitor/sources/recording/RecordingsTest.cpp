@@ -443,6 +443,27 @@ TEST_F(Recordings, StopRequestEndsBatchesAtTheSameFrame)
         EXPECT_EQ(countUntilStop(batchSize), expected) << batchSize;
 }
 
+// All files are read ahead in the given order, which must not show.
+TEST_F(Recordings, BusesAreInTheOrderOfTheirFirstFrames)
+{
+    const QString late = write("late.log", line(october(30), 1, "d") + line(october(40), 2, "a"));
+    const QString early = write("early.log", line(october(0), 3, "b") + line(october(35), 4, "c"));
+    const QString middle = write("middle.log", line(october(10), 5, "c") + line(october(50), 6));
+    const QStringList files{late, early, middle};
+    const QStringList expected{"b", "c", "d", "a", "can0"};
+    for (const int size : {1, 2, 100}) {
+        Reader source(files);
+        QStringList busOfFrames;
+        std::vector<Frame> frames(static_cast<size_t>(size));
+        while (const int count = source.read(frames.data(), size)) {
+            for (int i = 0; i < count; ++i)
+                busOfFrames += source.buses().value(frames[static_cast<size_t>(i)].bus);
+        }
+        EXPECT_EQ(source.buses(), expected);
+        EXPECT_EQ(busOfFrames, (QStringList{"b", "c", "d", "c", "a", "can0"}));
+    }
+}
+
 TEST_F(Recordings, BusesAreRenumberedAndTimesShiftedInBatches)
 {
     std::vector<LogFrame> dated;
