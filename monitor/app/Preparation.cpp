@@ -6,6 +6,7 @@
 #include <QtCore/QPair>
 
 #include <algorithm>
+#include <cmath>
 
 namespace monitor
 {
@@ -90,6 +91,36 @@ QString applyConfig(const QString& fileName, Preparation& prepared)
     return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
 }
 
+/// The number of chosen signals.
+qint64 countOfSignals(const Catalogue& catalogue)
+{
+    qint64 count = 0;
+    for (const CatalogueMessage& message : catalogue.messages()) {
+        for (const CatalogueSignal& signal : message.catalogueSignals)
+            count += signal.rules.chosen ? 1 : 0;
+    }
+    return count;
+}
+
+/// Prints how much memory --keep may take if that is much.
+void printMemoryOfKept(qint64 records, qint64 signalCount, QTextStream& diagnostics)
+{
+    // Up to twice as many values are kept, each with its time, and the distinct ones are counted.
+    constexpr qint64 bytesPerRecord = 64;
+    constexpr qint64 muchMemory = 1000000000;
+    constexpr double bytesPerMegabyte = 1e6;
+    if (records * bytesPerRecord < muchMemory / std::max(signalCount, qint64{1}))
+        return;
+    diagnostics
+        << QStringLiteral(
+               "--keep %1: may take %2 MB of memory for each of %3 signal(s), and again for "
+               "each further source; without --keep, memory does not "
+               "depend on the number of values\n")
+               .arg(records)
+               .arg(std::ceil(static_cast<double>(records * bytesPerRecord) / bytesPerMegabyte))
+               .arg(signalCount);
+}
+
 } // namespace
 
 void print(const Problems& problems, QTextStream& diagnostics)
@@ -130,6 +161,8 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
         prepared.catalogue.useDescribedLimits() == 0)
         diagnostics << "--limits described: has no effect: all chosen signals already have limits "
                        "or lack a range in their descriptions\n";
+    if (error.isEmpty() && options.keptRecords > 0)
+        printMemoryOfKept(options.keptRecords, countOfSignals(prepared.catalogue), diagnostics);
     prepared.catalogue.setKeptRecords(options.keptRecords);
     prepared.k = options.k.value_or(prepared.k);
     return error;

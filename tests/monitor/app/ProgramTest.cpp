@@ -60,6 +60,20 @@ TEST_F(Program, OnlyChosenSignalsAreShownAndLimitsRateThem)
                     .output.contains("limits      Torque: 0 .. 100\n"));
 }
 
+// Two signals with 64 bytes for each value: 1 GB for 7,812,500 values.
+TEST_F(Program, MemoryOfManyKeptValuesIsReportedAtTheStart)
+{
+    const QByteArray dbc = speedDbc + " SG_ Torque : 16|8@1+ (1,-125) [0|0] \"%\" X\n";
+    const QByteArray log = "(1.0) can0 0CF00400#FFFF8C2003FFFFFF\n";
+    EXPECT_EQ(replay(log, dbc, {"--keep", "7812499"}).diagnostics, QString());
+    EXPECT_EQ(
+        replay(log, dbc, {"--keep", "7812500"}).diagnostics,
+        QString("--keep 7812500: may take 500 MB of memory for each of 2 signal(s), and again "
+                "for each further source; without --keep, memory does not "
+                "depend on the number of values\n"));
+    EXPECT_EQ(replay(log, dbc, {"--keep", "7812500", "--signal", "Torque"}).diagnostics, QString());
+}
+
 TEST_F(Program, PatternThatMatchesNoSignalIsReportedWithExitCode2)
 {
     for (const char* option : {"--signal", "--limits"}) {
