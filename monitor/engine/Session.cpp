@@ -1,6 +1,6 @@
 #include "Session.h"
 
-#include "BlockPipeline.h"
+#include "pipeline/BlockPipeline.h"
 
 #include <algorithm>
 #include <atomic>

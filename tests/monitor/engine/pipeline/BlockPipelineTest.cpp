@@ -1,5 +1,5 @@
 #include <AddressSpaceLimit.h>
-#include <engine/BlockPipeline.h>
+#include <engine/pipeline/BlockPipeline.h>
 
 #include <gtest/gtest.h>
 
