@@ -89,9 +89,10 @@ void MonitoredSignal::clear()
     keptTimes.clear();
 }
 
-std::shared_ptr<const SignalStatistics> MonitoredSignal::getStatistics(double k)
+std::shared_ptr<const SignalStatistics> MonitoredSignal::getStatistics(double k, Moments moments)
 {
-    if (!recorded->takeChange() && newestStatistics)
+    const bool areExactEnough = newestMoments == Moments::Exact || moments == Moments::Running;
+    if (!recorded->takeChange() && newestStatistics && areExactEnough)
         return newestStatistics;
     auto statistics = std::make_shared<SignalStatistics>(empty);
     statistics->count = recorded->count();
@@ -99,9 +100,10 @@ std::shared_ptr<const SignalStatistics> MonitoredSignal::getStatistics(double k)
     statistics->errors = recorded->errorCount();
     if (statistics->count > 0) {
         statistics->newestMeaning = signal.valueTexts.value(recorded->newestBits());
-        recorded->getStatistics(k, *statistics);
+        recorded->getStatistics(k, moments, *statistics);
     }
     newestStatistics = statistics;
+    newestMoments = moments;
     return newestStatistics;
 }
 

@@ -43,8 +43,9 @@ public:
     /// Computes the statistics of all values, with a band of \a k deviations. The median and the
     /// deviators are those of the kept values if only the newest are kept. Without new values the
     /// last result is returned, so \a k must be the same in all calls. The cost hardly depends on
-    /// the number of values.
-    std::shared_ptr<const SignalStatistics> getStatistics(double k);
+    /// the number of values; that of exact moments depends on the number of distinct values.
+    std::shared_ptr<const SignalStatistics> getStatistics(double k,
+                                                          Moments moments = Moments::Running);
 
     /// The kept values; empty for a pass-through signal.
     SignalSeries getSeries() const;
@@ -69,6 +70,7 @@ private:
     SignalStatistics empty;
     std::unique_ptr<SignalValues> recorded;
     std::shared_ptr<const SignalStatistics> newestStatistics; // null: out of date
+    Moments newestMoments = Moments::Running;                 // of these statistics
     int limit;                 // how many of the newest values are kept; 0: no values
     QVector<quint64> keptBits; // up to twice as many as the limit; empty without one
     QVector<qint64> keptTimes;

@@ -391,11 +391,13 @@ FrameCounts Session::counts() const
 
 Snapshot Session::getSnapshot(qint64 now)
 {
+    updateRows(Moments::Running);
     return snapshotOf(now);
 }
 
 Snapshot Session::calcSnapshot()
 {
+    updateRows(Moments::Exact);
     Snapshot snapshot = snapshotOf(std::nullopt);
     snapshot.undecoded = undecodedIds();
     snapshot.isComplete = complete;
@@ -404,7 +406,6 @@ Snapshot Session::calcSnapshot()
 
 Snapshot Session::snapshotOf(std::optional<qint64> now)
 {
-    updateRows();
     for (int i = 0; i < rows.size(); ++i) {
         const bool isSilent = now && *now > notSilentUntil[static_cast<size_t>(i)];
         if (rows.at(i).isSilent != isSilent)
@@ -415,17 +416,17 @@ Snapshot Session::snapshotOf(std::optional<qint64> now)
 
 /// Computes the statistics of signals with new values. On a quiet bus with thousands of signals,
 /// even asking all of them would take noticeable time.
-void Session::updateRows()
+void Session::updateRows(Moments moments)
 {
     const QVector<int>& sorted = signalRegistry.sorted();
-    if (areRowsNew && rows.size() == sorted.size())
+    if (areRowsNew && moments == Moments::Running && rows.size() == sorted.size())
         return;
     rows.resize(sorted.size());
     notSilentUntil.resize(static_cast<size_t>(sorted.size()));
     for (int i = 0; i < sorted.size(); ++i) {
         MonitoredSignal& signal = signalRegistry.at(sorted.at(i));
         rows[i].signal = sorted.at(i);
-        rows[i].statistics = signal.getStatistics(bandK);
+        rows[i].statistics = signal.getStatistics(bandK, moments);
         notSilentUntil[static_cast<size_t>(i)] = signal.values().rhythm().notSilentUntil();
     }
     areRowsNew = true;

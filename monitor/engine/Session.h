@@ -86,14 +86,14 @@ public:
     /// the time \a now, in microseconds on the clock of the frames.
     Snapshot getSnapshot(qint64 now);
 
-    /// The same for the end of a run, with the undecoded ids.
+    /// The same for the end of a run, with the undecoded ids and exact moments.
     Snapshot calcSnapshot();
 
 private:
     class BlockReader;
 
     Snapshot snapshotOf(std::optional<qint64> now);
-    void updateRows();
+    void updateRows(Moments moments);
     QString spillRemark();
     void takeFrames(FrameSource& source, int threads, const ProgressCall& progress);
     template <typename Record>

@@ -1,6 +1,7 @@
 #include "SignalValues.h"
 
 #include "DatatypeChoice.h"
+#include "counts/CountedMoments.h"
 #include "counts/NarrowCounts.h"
 #include "counts/ValueCounts.h"
 #include "counts/WideCounts.h"
@@ -30,7 +31,7 @@ public:
     {
         if (signal.rules.keptRecords > 0)
             kept = std::make_unique<ValueCounts>();
-        else if (length > NarrowCounts::maxBits)
+        if (length > NarrowCounts::maxBits)
             wide = std::make_unique<WideCounts>(spill);
     }
 
@@ -40,13 +41,23 @@ public:
 
     bool isSpilled() const override { return wide && wide->isSpilled(); }
 
-    void getStatistics(double k, SignalStatistics& statistics) const override
+    void forEachCount(const std::function<void(quint64 bits, quint64 times)>& visit) const override
+    {
+        const auto visitKey = [&](quint64 key, quint64 times) { visit(bitsOf(key), times); };
+        if (wide)
+            wide->forEach(visitKey);
+        else
+            narrow.forEach(visitKey);
+    }
+
+    void getStatistics(double k, Moments moments, SignalStatistics& statistics) const override
     {
         statistics.newest = scaled(newestBits());
-        statistics.average = calculator.getAverage();
-        statistics.deviation = calculator.getDeviation();
-        statistics.maximum = static_cast<double>(calculator.getMaximum());
-        statistics.minimum = static_cast<double>(calculator.getMinimum());
+        const bool areAllCounted = !wide || wide->isComplete();
+        if (hasCounted || (moments == Moments::Exact && areAllCounted))
+            getCounted(statistics);
+        else
+            getRunning(statistics);
         statistics.median = median();
         statistics.lowerThreshold = statistics.average - statistics.deviation * k;
         statistics.upperThreshold = statistics.average + statistics.deviation * k;
@@ -62,10 +73,18 @@ private:
         calculator.addValue(static_cast<N>(value));
         if (kept)
             kept->add(value);
-        else if (wide)
+        if (wide)
             wide->add(keyOf(bits));
         else
             narrow.add(static_cast<quint32>(keyOf(bits)));
+    }
+
+    void addToCounts(quint64 bits, quint64 times) override
+    {
+        if (wide)
+            wide->add(keyOf(bits), times);
+        else
+            narrow.add(static_cast<quint32>(keyOf(bits)), times);
     }
 
     void clearStatistics() override
@@ -103,6 +122,35 @@ private:
     {
         const auto place = static_cast<quint64>(position);
         return wide ? wide->keyAt(place) : narrow.keyAt(place);
+    }
+
+    void getRunning(SignalStatistics& statistics) const
+    {
+        statistics.average = calculator.getAverage();
+        statistics.deviation = calculator.getDeviation();
+        statistics.maximum = static_cast<double>(calculator.getMaximum());
+        statistics.minimum = static_cast<double>(calculator.getMinimum());
+    }
+
+    /// The same from the counts, without infinite values, which the library ignores too.
+    void getCounted(SignalStatistics& statistics) const
+    {
+        CountedMoments moments;
+        double least = std::numeric_limits<double>::infinity();
+        double greatest = -least;
+        forEachCount([&](quint64 bits, quint64 times) {
+            const double value = static_cast<double>(element(bits)) + 0.0; // -0 becomes 0
+            moments.add(value, times);
+            if (!std::isfinite(value))
+                return;
+            least = std::min(least, value);
+            greatest = std::max(greatest, value);
+        });
+        const bool hasNumbers = least <= greatest;
+        statistics.average = moments.average();
+        statistics.deviation = moments.deviation();
+        statistics.minimum = hasNumbers ? least : 0;
+        statistics.maximum = hasNumbers ? greatest : 0;
     }
 
     /// The number of the first values, in order of their keys, that satisfy \a isBefore.
@@ -178,7 +226,12 @@ public:
 
     void drop(quint64 /*bits*/) override {}
     QVariant scaledElement(quint64 bits) const override { return rawValueOf(bits, layout); }
-    void getStatistics(double /*k*/, SignalStatistics& statistics) const override
+    void
+    forEachCount(const std::function<void(quint64 bits, quint64 times)>& /*visit*/) const override
+    {
+    }
+    void getStatistics(double /*k*/, Moments /*moments*/,
+                       SignalStatistics& statistics) const override
     {
         statistics.isPassedThrough = true;
         const QVariant value = rawValueOf(newestBits(), layout);
@@ -191,6 +244,7 @@ public:
 
 private:
     void add(quint64 /*bits*/) override {}
+    void addToCounts(quint64 /*bits*/, quint64 /*times*/) override {}
     void clearStatistics() override {}
 
     SignalLayout layout;
@@ -217,6 +271,8 @@ void SignalValues::clear()
 {
     clearStatistics();
     recorded = notAvailable = errors = 0;
+    seenTimes = SeenTimes();
+    hasCounted = false;
     isChanged = true;
 }
 
@@ -225,6 +281,15 @@ void SignalValues::setCounts(qint64 ofNotAvailable, qint64 ofErrors)
     notAvailable = ofNotAvailable;
     errors = ofErrors;
     isChanged = true;
+}
+
+void SignalValues::addTimes(const SeenTimes& other)
+{
+    isChanged = true;
+    seenTimes.first = std::min(seenTimes.first, other.first);
+    if (other.areKnown())
+        seenTimes.add(other.last, other.newestBits);
+    newest = seenTimes.newestBits;
 }
 
 std::unique_ptr<SignalValues> SignalValues::make(const CatalogueSignal& signal, SpillFile* spill)

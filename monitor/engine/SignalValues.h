@@ -7,7 +7,9 @@
 
 #include <QtCore/QVariant>
 
+#include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -22,6 +24,34 @@ class ValueKeeper
 public:
     virtual ~ValueKeeper() = default;
     virtual void keep(quint64 bits, qint64 microseconds) = 0;
+};
+
+/// How average and deviation are computed.
+enum class Moments {
+    Running, ///< by the library with each value: fast, correct to at least 15.5 digits
+    Exact    ///< from the counts of all distinct values: correctly rounded, in any order of values
+};
+
+/// When values were seen, in microseconds, and the newest of them. Does not depend on the order in
+/// which values are added: of several values at the last time, the newest is the one with the
+/// greatest bits.
+struct SeenTimes {
+    qint64 first = std::numeric_limits<qint64>::max();
+    qint64 last = SignalSeries::noTime;
+    quint64 newestBits = 0;
+
+    /// Whether the time of any value is known.
+    bool areKnown() const { return last != SignalSeries::noTime; }
+
+    /// Adds a value seen at a known time.
+    void add(qint64 microseconds, quint64 bits)
+    {
+        first = std::min(first, microseconds);
+        if (microseconds < last)
+            return;
+        newestBits = microseconds == last ? std::max(newestBits, bits) : bits;
+        last = microseconds;
+    }
 };
 
 /// The values of one signal: their running statistics, and how often each raw value was recorded.
@@ -47,14 +77,38 @@ public:
             ++(availability == Availability::Error ? errors : notAvailable);
             return;
         }
-        if (microseconds != SignalSeries::noTime)
+        if (microseconds != SignalSeries::noTime) {
             valueRhythm.add(microseconds);
+            seenTimes.add(microseconds, bits);
+        }
         newest = bits;
         ++recorded;
         add(bits);
         if (keeper != nullptr)
             keeper->keep(bits, microseconds);
     }
+
+    /// Adds \a times values whose bits are the same, such as those of another run. They are not
+    /// kept, and only exact moments are available from now on.
+    void addCount(quint64 bits, quint64 times)
+    {
+        isChanged = true;
+        recorded += static_cast<qint64>(times);
+        hasCounted = true;
+        addToCounts(bits, times);
+    }
+
+    /// Calls \a visit for the bits of each distinct value, in order of the raw numbers. A raw -0
+    /// counts as 0. A pass-through signal has no counts.
+    virtual void
+    forEachCount(const std::function<void(quint64 bits, quint64 times)>& visit) const = 0;
+
+    /// When values were recorded. Those of other runs are added with addTimes().
+    const SeenTimes& times() const { return seenTimes; }
+
+    /// Adds the times of values that were added with addCount(). The newest value of all is then
+    /// the one with the latest time.
+    void addTimes(const SeenTimes& other);
 
     /// Passes each value to \a valueKeeper, which must outlive this object.
     void setKeeper(ValueKeeper* valueKeeper) { keeper = valueKeeper; }
@@ -100,9 +154,9 @@ public:
     /// Whether some raw values are counted in the temporary file.
     virtual bool isSpilled() const { return false; }
 
-    /// Sets the statistics of the values. The band reaches \a k deviations to either side of the
-    /// average. There must be values.
-    virtual void getStatistics(double k, SignalStatistics& statistics) const = 0;
+    /// Sets the statistics of the values. Exact \a moments visit all distinct values. The band
+    /// reaches \a k deviations to either side of the average. There must be values.
+    virtual void getStatistics(double k, Moments moments, SignalStatistics& statistics) const = 0;
 
     /// Fetches the object into the cache.
     void prefetch() const
@@ -119,6 +173,7 @@ protected:
     explicit SignalValues(const CatalogueSignal& signal);
 
     virtual void add(quint64 bits) = 0;
+    virtual void addToCounts(quint64 bits, quint64 times) = 0;
     virtual void clearStatistics() = 0;
 
     // Members used for each value come first, in as few cache lines as possible.
@@ -126,13 +181,15 @@ protected:
     double offset;
     bool isSigned;
     bool isFloat;
-    quint8 length; // in bits
+    quint8 length;           // in bits
+    bool hasCounted = false; // whether addCount() was called
 
 private:
     bool isChanged = true;
     quint64 newest = 0;
     qint64 recorded = 0;
     Rhythm valueRhythm;
+    SeenTimes seenTimes;
     ValueKeeper* keeper = nullptr;
     qint64 notAvailable = 0;
     qint64 errors = 0;

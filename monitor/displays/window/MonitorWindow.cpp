@@ -107,7 +107,8 @@ QString MonitorWindow::writeChart(const QString& fileName)
 
 QString MonitorWindow::writeStatistics(const QString& fileName)
 {
-    return writeWholeFile(fileName, formatCsv(liveTable.snapshot()).toUtf8());
+    const Snapshot saved = liveTable.isPaused() ? liveTable.snapshot() : session.calcSnapshot();
+    return writeWholeFile(fileName, formatCsv(saved).toUtf8());
 }
 
 void MonitorWindow::layOut()

@@ -48,6 +48,17 @@ public:
         return countBelow(lower);
     }
 
+    /// Calls \a visit for each distinct key in order.
+    template <typename Visit>
+    void forEach(Visit visit) const
+    {
+        for (quint32 i = 0; i < size; ++i) {
+            const quint64 count = countOf(first + i);
+            if (count > 0)
+                visit(first + i, count);
+        }
+    }
+
     /// The key at \a position in order of keys, counted from 0. There must be more values.
     quint32 keyAt(quint64 position) const;
 

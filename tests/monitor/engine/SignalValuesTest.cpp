@@ -1,9 +1,11 @@
 #include "../catalogue/Descriptions.h"
+#include "counts/exactMoments.h"
 #include "statisticsOf.h"
 
 #include <decoding/RawValue.h>
 #include <engine/DatatypeChoice.h>
 #include <engine/Session.h>
+#include <engine/SignalValues.h>
 #include <views/statisticsFields.h>
 
 #include <vantrel/signal/GenericSignalImpl.h>
@@ -15,9 +17,13 @@
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QtEndian>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 using monitor::CatalogueMessage;
 using monitor::CatalogueSignal;
@@ -178,12 +184,17 @@ public:
 
     void expectExactStatistics()
     {
-        const monitor::Snapshot snapshot = session.calcSnapshot();
-        ASSERT_EQ(snapshot.rows.size(), 1);
-        expectEqual(*snapshot.rows.at(0).statistics,
+        ASSERT_EQ(session.getSnapshot(0).rows.size(), 1);
+        expectEqual(*session.getSnapshot(0).rows.at(0).statistics,
                     modelledStatistics(noisyMessage().catalogueSignals.at(0), recorded,
                                        static_cast<int>(recorded.size()), 2),
                     "noise");
+        CountedValues values;
+        for (const quint64 bits : recorded)
+            values.emplace_back(static_cast<double>(bits), 1);
+        const monitor::Snapshot final = session.calcSnapshot();
+        expectNearestAverage(final.rows.at(0).statistics->average, values, "final");
+        expectNearestDeviation(final.rows.at(0).statistics->deviation, values, "final");
     }
 
     monitor::Session session;
@@ -230,6 +241,65 @@ TEST(SignalValues, AreCountedInMemoryIfThereIsNoTemporaryFile)
                           "the distinct values are counted in memory instead"));
     EXPECT_EQ(run.session.urgentRemarks(), run.session.remarks());
     qunsetenv("TMPDIR");
+}
+
+TEST(SignalValues, CountedInAnyOrderHaveTheStatisticsOfRecordedOnes)
+{
+    std::mt19937_64 random(19);
+    for (const int length : {5, 16, 24, 32, 64}) {
+        CatalogueSignal signal = describedSignal(0, length);
+        signal.layout.isSigned = length == 16;
+        signal.layout.isFloat = length == 32;
+        signal.scaling.factor = 0.1;
+        const auto recorded = monitor::SignalValues::make(signal, nullptr);
+        std::vector<std::pair<quint64, quint64>> counts;
+        CountedValues values;
+        for (int i = 0; i < 300; ++i) {
+            const quint64 bits = (random() >> (64 - length)) & 0xDFFFFFFFBFFFFFFF; // finite floats
+            const quint64 times = random() % 4 + 1;
+            counts.emplace_back(bits, times);
+            for (quint64 j = 0; j < times; ++j)
+                recorded->record(bits, monitor::Availability::Measured, 50 + i);
+            values.emplace_back(recorded->scaledElement(bits).toDouble(), times);
+        }
+        std::shuffle(counts.begin(), counts.end(), random);
+        const auto counted = monitor::SignalValues::make(signal, nullptr);
+        for (const auto& [bits, times] : counts)
+            counted->addCount(bits, times);
+        counted->addTimes(recorded->times());
+        const std::string place = "length " + std::to_string(length);
+        SignalStatistics expected;
+        SignalStatistics statistics;
+        expected.count = recorded->count();
+        statistics.count = counted->count();
+        recorded->getStatistics(2, monitor::Moments::Exact, expected);
+        // Values that came as counts have exact moments only.
+        counted->getStatistics(2, monitor::Moments::Running, statistics);
+        expectEqual(statistics, expected, place);
+        expectNearestAverage(statistics.average, values, place);
+        expectNearestDeviation(statistics.deviation, values, place);
+        EXPECT_EQ(counted->times().first, 50) << place;
+        EXPECT_EQ(counted->times().last, 349) << place;
+        EXPECT_EQ(counted->newestBits(), recorded->newestBits()) << place;
+    }
+}
+
+TEST(SignalValues, NewestOfSeveralAtTheLastTimeHasTheGreatestBitsInAnyOrder)
+{
+    monitor::SeenTimes forward;
+    EXPECT_FALSE(forward.areKnown());
+    monitor::SeenTimes backward;
+    const std::pair<qint64, quint64> seen[] = {{-3, 900}, {10, 1}, {10, 7}, {10, 4}, {9, 800}};
+    for (int i = 0; i < 5; ++i) {
+        forward.add(seen[i].first, seen[i].second);
+        backward.add(seen[4 - i].first, seen[4 - i].second);
+    }
+    for (const monitor::SeenTimes& times : {forward, backward}) {
+        EXPECT_TRUE(times.areKnown());
+        EXPECT_EQ(times.first, -3);
+        EXPECT_EQ(times.last, 10);
+        EXPECT_EQ(times.newestBits, 7U);
+    }
 }
 
 TEST(SignalValues, PassThroughSignalHasItsNewestValue)
