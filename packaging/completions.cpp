@@ -1,6 +1,6 @@
 #include "describe.h"
 
-#include <app/CommandLine.h>
+#include <app/arguments/CommandLine.h>
 
 #include <QtCore/QMap>
 #include <QtCore/QRegularExpression>

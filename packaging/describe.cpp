@@ -4,7 +4,7 @@
 
 #include "describe.h"
 
-#include <app/CommandLine.h>
+#include <app/arguments/CommandLine.h>
 #include <text/WholeFile.h>
 
 #include <QtCore/QDir>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "RunOutputs.h"
+#include "arguments/commandOptions.h"
 #include "catalogue/Catalogue.h"
-#include "commandOptions.h"
 
 #include <QtCore/QTextStream>
 

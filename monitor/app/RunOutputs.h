@@ -1,6 +1,6 @@
 #pragma once
 
-#include "commandOptions.h"
+#include "arguments/commandOptions.h"
 #include "outputs/outputs.h"
 
 namespace monitor

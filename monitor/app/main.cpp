@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "arguments/CommandLine.h"
 #include "commands.h"
 #include "text/Table.h"
 

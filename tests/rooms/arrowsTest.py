@@ -57,7 +57,8 @@ MONITOR = {
     "monitor/displays": ["monitor/views"],
     "monitor/displays/terminal": ["monitor/displays"],
     "monitor/displays/window": ["monitor/displays"],
-    "monitor/app": [
+    "monitor/app": ["monitor/app/arguments"],
+    "monitor/app/arguments": [
         "monitor/outputs",
         "monitor/displays/terminal",
         "monitor/displays/window",

@@ -1,4 +1,4 @@
-#include <app/CommandLine.h>
+#include <app/arguments/CommandLine.h>
 #include <sources/recording/formats.h>
 #include <text/suggestions.h>
 

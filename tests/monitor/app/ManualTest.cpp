@@ -1,5 +1,5 @@
-#include <app/CommandLine.h>
-#include <app/displays.h>
+#include <app/arguments/CommandLine.h>
+#include <app/arguments/displays.h>
 #include <outputs/outputs.h>
 #include <sources/recording/formats.h>
 #include <views/idTable.h>
