@@ -1,7 +1,6 @@
 #include "BlockPipeline.h"
 
 #include <algorithm>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -23,7 +22,7 @@ void BlockPipeline::run(int threads)
             const size_t number = helpers.size() + 1;
             helpers.emplace_back([=] { work(number, wanted, {}); });
         }
-    } catch (const std::system_error&) { // the threads that could be started do the work
+    } catch (const std::exception&) { // the threads that could be started do the work
     }
     work(0, wanted, steps.update);
     for (std::thread& helper : helpers)
@@ -45,15 +44,29 @@ void BlockPipeline::waitUntilProcessed()
         std::rethrow_exception(failure);
 }
 
+/// Calls a step. If it throws, notes the exception, the first one if there are several, so that all
+/// threads end.
+template <typename Step>
+void BlockPipeline::callUnlocked(const Step& step, Lock& lock)
+{
+    lock.unlock();
+    try {
+        step();
+        lock.lock();
+    } catch (...) {
+        lock.lock();
+        if (!failure)
+            failure = std::current_exception();
+        changed.notify_all();
+    }
+}
+
 void BlockPipeline::work(size_t thread, size_t threads, const std::function<void()>& update)
 {
     Lock lock(mutex);
     while (workOnce(thread, threads, lock)) {
-        if (!update)
-            continue;
-        lock.unlock();
-        update();
-        lock.lock();
+        if (update)
+            callUnlocked(update, lock);
     }
 }
 
@@ -76,14 +89,8 @@ void BlockPipeline::read(Lock& lock)
 {
     isReading = true;
     const auto block = static_cast<int>(blocksRead % steps.blocks);
-    lock.unlock();
     bool isRead = false;
-    try {
-        isRead = steps.read(block);
-        lock.lock();
-    } catch (...) {
-        fail(lock);
-    }
+    callUnlocked([&] { isRead = steps.read(block); }, lock);
     isReading = false;
     blocksRead += isRead ? 1 : 0;
     isAtEnd = !isRead;
@@ -94,13 +101,7 @@ void BlockPipeline::process(Lane& lane, Lock& lock)
 {
     lane.isBusy = true;
     const auto block = static_cast<int>(lane.processed % steps.blocks);
-    lock.unlock();
-    try {
-        steps.process(block, static_cast<int>(&lane - lanes.data()));
-        lock.lock();
-    } catch (...) {
-        fail(lock);
-    }
+    callUnlocked([&] { steps.process(block, static_cast<int>(&lane - lanes.data())); }, lock);
     lane.isBusy = false;
     ++lane.processed;
     changed.notify_all();
@@ -129,14 +130,6 @@ qint64 BlockPipeline::processedByAll() const
         return left.processed < right.processed;
     };
     return std::min_element(lanes.begin(), lanes.end(), isFewer)->processed;
-}
-
-/// Notes the current exception, the first one if there are several.
-void BlockPipeline::fail(Lock& lock)
-{
-    lock.lock();
-    if (!failure)
-        failure = std::current_exception();
 }
 
 } // namespace monitor

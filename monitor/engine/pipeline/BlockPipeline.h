@@ -49,13 +49,14 @@ private:
     };
     using Lock = std::unique_lock<std::mutex>;
 
+    template <typename Step>
+    void callUnlocked(const Step& step, Lock& lock);
     void work(size_t thread, size_t threads, const std::function<void()>& update);
     bool workOnce(size_t thread, size_t threads, Lock& lock);
     void read(Lock& lock);
     void process(Lane& lane, Lock& lock);
     Lane* laneFor(size_t thread, size_t threads);
     qint64 processedByAll() const;
-    void fail(Lock& lock);
 
     Steps steps;
     std::mutex mutex; // protects all members below

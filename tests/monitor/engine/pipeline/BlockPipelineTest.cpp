@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <limits>
 #include <new>
 #include <optional>
 #include <set>
@@ -138,5 +139,9 @@ TEST(BlockPipeline, ExceptionInAStepEndsTheWork)
         };
         EXPECT_THROW(BlockPipeline(failingLane.steps).run(threads), std::bad_alloc);
         EXPECT_LT(failingLane.next, 1000);
+        Numbers endless(std::numeric_limits<int>::max()); // so that there are updates
+        endless.steps.process = [](int, int) {};
+        endless.steps.update = [] { throw std::bad_alloc(); };
+        EXPECT_THROW(BlockPipeline(endless.steps).run(threads), std::bad_alloc);
     }
 }
