@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 #include <utility>
 
 namespace monitor
@@ -29,14 +30,15 @@ template <typename Record>
 void Session::pass(const Frame& frame, Record record)
 {
     ++counted.total;
-    areRowsNew = false;
     noteBus(frame.bus);
     FrameRoute& route = routeOf(busIdOf(frame), false);
     bool isDecoded = false;
-    if (route.found != nullptr && !frame.remote)
+    if (route.found != nullptr && !frame.remote) {
+        noteChange(*route.found);
         isDecoded = record(payloadOf(frame), route);
-    else
+    } else {
         ++route.undecoded;
+    }
     if (ids)
         ids->take(frame, route.message);
     if (!route.mayTransport)
@@ -52,11 +54,23 @@ void Session::pass(quint16 bus, const TransportedMessage& message, Record record
     FrameRoute& route = routeOf({bus, message.payload.id, message.payload.extended}, true);
     if (ids)
         ids->take(message.payload, route.message);
-    if (route.found == nullptr || !record(message.payload, route))
+    if (route.found == nullptr)
+        return;
+    noteChange(*route.found);
+    if (!record(message.payload, route))
         return;
     counted.decoded += message.frames;
     for (const FrameCount& ofId : message.framesById)
         undecoded.add({bus, ofId.id, true}, -ofId.frames);
+}
+
+/// Notes that the rows of \a message are out of date. Only one thread at a time reads frames.
+void Session::noteChange(MessageSignals& message)
+{
+    if (message.isChanged)
+        return;
+    message.isChanged = true;
+    changed.push_back(&message);
 }
 
 /// Records the signals in \a payload. Returns whether there are any. If there are, a single frame
@@ -107,6 +121,7 @@ void Session::setBuses(const QStringList& names)
     routes.addUndecodedTo(undecoded);
     routes.clear(); // messages may be described for the new buses
     signalRegistry.setBuses(names, hasSeveralBuses);
+    areRowsValid = false;
 }
 
 void Session::noteBus(quint16 bus)
@@ -117,6 +132,7 @@ void Session::noteBus(quint16 bus)
         return;
     hasSeveralBuses = true;
     signalRegistry.setBuses(busNames, true);
+    areRowsValid = false;
 }
 
 /// Whether a frame on \a bus changes what is known about the buses.
@@ -183,7 +199,18 @@ public:
     {
     }
 
-    /// Reads the next frames into \a block. Returns false if there are no more. Calls
+    /// Reads frames for the next blocks. Returns false if there are no more.
+    bool readFrames()
+    {
+        position = 0;
+        size = static_cast<size_t>(source.read(frames.data(), static_cast<int>(frames.size())));
+        const SourceProgress read = source.progress();
+        done = read.done;
+        total = read.total;
+        return size > 0;
+    }
+
+    /// Moves the next frames to \a block. Returns false if there are no more. Calls
     /// \a waitUntilRecorded before routes and buses of earlier blocks change.
     template <typename Wait>
     bool read(FrameBlock& block, Wait waitUntilRecorded)
@@ -218,16 +245,6 @@ public:
     SourceProgress progress() const { return {done, total}; }
 
 private:
-    bool readFrames()
-    {
-        position = 0;
-        size = static_cast<size_t>(source.read(frames.data(), static_cast<int>(frames.size())));
-        const SourceProgress read = source.progress();
-        done = read.done;
-        total = read.total;
-        return size > 0;
-    }
-
     /// Returns whether there are signals, if the caller needs to know that.
     bool add(const Payload& payload, FrameRoute& route, FrameBlock& block) const
     {
@@ -259,6 +276,9 @@ void Session::takeFrames(FrameSource& source, int threads, const ProgressCall& p
 {
     constexpr int lanesPerThread = 4; // so that all threads have work to do until the end
     constexpr int blocksPerThread = 4;
+    BlockReader reader(*this, source);
+    if (!reader.readFrames()) // as usual on a quiet bus
+        return;
     BlockPipeline::Steps steps;
     steps.blocks = threads > 1 ? blocksPerThread * threads : 1;
     // A sink takes the values of all signals in the order of the frames, so one lane records them.
@@ -268,7 +288,6 @@ void Session::takeFrames(FrameSource& source, int threads, const ProgressCall& p
     for (FrameBlock& block : blocks)
         block.tasks.resize(static_cast<size_t>(steps.lanes));
     std::vector<DecodedFrames> decoded(static_cast<size_t>(steps.lanes));
-    BlockReader reader(*this, source);
     std::optional<BlockPipeline> pipeline;
     steps.read = [&](int block) {
         return reader.read(blocks[static_cast<size_t>(block)],
@@ -294,7 +313,7 @@ void Session::takeFrames(FrameSource& source, int threads, const ProgressCall& p
 void Session::clear()
 {
     signalRegistry.clear();
-    areRowsNew = false;
+    areRowsValid = false;
     for (auto& transport : transports)
         transport.second.clearCounts();
     counted = FrameCounts();
@@ -406,11 +425,7 @@ Snapshot Session::calcSnapshot()
 
 Snapshot Session::snapshotOf(std::optional<qint64> now)
 {
-    for (int i = 0; i < rows.size(); ++i) {
-        const bool isSilent = now && *now > notSilentUntil[static_cast<size_t>(i)];
-        if (rows.at(i).isSilent != isSilent)
-            rows[i].isSilent = isSilent;
-    }
+    updateSilence(now.value_or(std::numeric_limits<qint64>::min()));
     return {bandK, counts(), signalRegistry.firstTime(), rows, {}, true};
 }
 
@@ -419,17 +434,54 @@ Snapshot Session::snapshotOf(std::optional<qint64> now)
 void Session::updateRows(Moments moments)
 {
     const QVector<int>& sorted = signalRegistry.sorted();
-    if (areRowsNew && moments == Moments::Running && rows.size() == sorted.size())
-        return;
-    rows.resize(sorted.size());
-    notSilentUntil.resize(static_cast<size_t>(sorted.size()));
-    for (int i = 0; i < sorted.size(); ++i) {
-        MonitoredSignal& signal = signalRegistry.at(sorted.at(i));
-        rows[i].signal = sorted.at(i);
-        rows[i].statistics = signal.getStatistics(bandK, moments);
-        notSilentUntil[static_cast<size_t>(i)] = signal.values().rhythm().notSilentUntil();
+    const bool areAllOld =
+        !areRowsValid || moments == Moments::Exact || rows.size() != sorted.size();
+    if (areAllOld) {
+        rows.resize(sorted.size());
+        notSilentUntil.resize(static_cast<size_t>(sorted.size()));
+        rowOf.resize(signalRegistry.numberLimit());
+        for (int row = 0; row < sorted.size(); ++row) {
+            rows[row].signal = sorted.at(row);
+            rowOf[static_cast<size_t>(sorted.at(row))] = row;
+            updateRow(row, moments);
+        }
     }
-    areRowsNew = true;
+    for (MessageSignals* const message : changed) {
+        message->isChanged = false;
+        for (size_t i = 0; i < message->bySignal.size(); ++i) {
+            if (!areAllOld && message->bySignal[i])
+                updateRow(rowOf[static_cast<size_t>(message->firstNumber) + i], moments);
+        }
+    }
+    if (areAllOld || !changed.empty())
+        silenceKnownUntil = silenceKnownAfter;
+    changed.clear();
+    areRowsValid = true;
+}
+
+void Session::updateRow(int row, Moments moments)
+{
+    MonitoredSignal& signal = signalRegistry.at(rows.at(row).signal);
+    rows[row].statistics = signal.getStatistics(bandK, moments);
+    notSilentUntil[static_cast<size_t>(row)] = signal.values().rhythm().notSilentUntil();
+}
+
+/// Finds the rows that are silent at the time \a now.
+void Session::updateSilence(qint64 now)
+{
+    if (now > silenceKnownAfter && now <= silenceKnownUntil)
+        return;
+    silenceKnownAfter = std::numeric_limits<qint64>::min();
+    silenceKnownUntil = std::numeric_limits<qint64>::max();
+    for (int row = 0; row < rows.size(); ++row) {
+        const qint64 until = notSilentUntil[static_cast<size_t>(row)];
+        if (rows.at(row).isSilent != (now > until))
+            rows[row].isSilent = now > until;
+        if (now > until)
+            silenceKnownAfter = std::max(silenceKnownAfter, until);
+        else
+            silenceKnownUntil = std::min(silenceKnownUntil, until);
+    }
 }
 
 void Session::keepOutlines(SeriesOutline::Detail detail)

@@ -94,8 +94,11 @@ private:
 
     Snapshot snapshotOf(std::optional<qint64> now);
     void updateRows(Moments moments);
+    void updateRow(int row, Moments moments);
+    void updateSilence(qint64 now);
     QString spillRemark();
     void takeFrames(FrameSource& source, int threads, const ProgressCall& progress);
+    void noteChange(MessageSignals& message);
     template <typename Record>
     void pass(const Frame& frame, Record record);
     template <typename Record>
@@ -119,12 +122,17 @@ private:
     std::optional<quint16> firstBus;
     bool hasSeveralBuses = false;
     bool complete = true;
-    QVector<UndecodedId> savedUndecoded; // of a saved run
-    UndecodedFrames undecoded;           // corrections of the counts of the routes
-    std::unique_ptr<FrameIds> ids;       // null: not collected
-    QVector<SnapshotRow> rows;           // of the newest snapshot
-    std::vector<qint64> notSilentUntil;  // for each of them
-    bool areRowsNew = false;
+    QVector<UndecodedId> savedUndecoded;  // of a saved run
+    UndecodedFrames undecoded;            // corrections of the counts of the routes
+    std::unique_ptr<FrameIds> ids;        // null: not collected
+    QVector<SnapshotRow> rows;            // of the newest snapshot
+    std::vector<qint64> notSilentUntil;   // for each of them
+    std::vector<int> rowOf;               // by the number of the signal
+    std::vector<MessageSignals*> changed; // messages with frames since these rows were computed
+    bool areRowsValid = false;            // false: rows of other signals are out of date too
+    // No row becomes silent, or ceases to be, at a time in this range.
+    qint64 silenceKnownAfter = 0;
+    qint64 silenceKnownUntil = -1;
     FrameCounts counted;
     SourceCounts taken; // the counts of the source at the last call of takeAll()
 };

@@ -16,8 +16,9 @@ struct MessageSignals {
     int message = 0;
     quint16 bus = 0;
     std::optional<quint8> source;
-    size_t number = 0;   ///< counted from 0
-    int firstNumber = 0; ///< the number of the first signal; the others follow
+    size_t number = 0;      ///< counted from 0
+    int firstNumber = 0;    ///< the number of the first signal; the others follow
+    bool isChanged = false; ///< whether there were frames since the newest snapshot
     std::vector<std::unique_ptr<MonitoredSignal>> bySignal; ///< null: not seen so far
     std::vector<SignalValues*> values;                      ///< of the same signals
 
@@ -78,6 +79,9 @@ public:
 
     /// The signal with this number, which must have been seen.
     MonitoredSignal& at(int signal) const;
+
+    /// A limit that all numbers of signals are below.
+    size_t numberLimit() const { return places.size(); }
 
     /// The numbers of the signals seen so far, sorted by name, bus and source.
     const QVector<int>& sorted();

@@ -190,6 +190,23 @@ TEST(SessionBuses, NamesAppearWhenTheSecondBusAppears)
     EXPECT_EQ(rowsOf(session.getSnapshot(0)), (QStringList{"Speed can0 1 10", "Speed can1 1 20"}));
 }
 
+TEST(SessionBuses, NamesKnownFromTheStartAppearWhenTheSecondBusAppears)
+{
+    class KnownBuses : public FrameList
+    {
+    public:
+        using FrameList::FrameList;
+        QStringList buses() const override { return {"can0", "can1"}; }
+    };
+    Session session({byteMessage(exampleId, "Speed")}, 3);
+    KnownBuses first({frameOn(0, exampleId, {10})}, {});
+    session.takeAll(first);
+    EXPECT_EQ(rowsOf(session.getSnapshot(0)), QStringList("Speed  1 10"));
+    KnownBuses second({frameOn(1, 0x123, {})}, {}); // not decoded
+    session.takeAll(second);
+    EXPECT_EQ(rowsOf(session.getSnapshot(0)), QStringList("Speed can0 1 10"));
+}
+
 TEST(SessionBuses, MultiFrameMessagesOnTwoBusesDoNotMix)
 {
     QVector<Frame> frames;

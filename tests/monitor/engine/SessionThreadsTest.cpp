@@ -200,3 +200,69 @@ TEST(SessionThreads, EverySinkTakesAllValuesAndIsClearedWithTheSession)
     EXPECT_EQ(first.taken, QVector<quint64>{255});
     EXPECT_EQ(second.taken, first.taken);
 }
+
+// Snapshots update only what has changed. Here it is compared with what the signals say.
+TEST(SessionSnapshots, EveryRowIsAsNewAsItsSignal)
+{
+    std::mt19937_64 random(5);
+    Session session(messagesOfAllKinds(), 2);
+    int silentRows = 0;
+    int rowsThatAreNot = 0;
+    for (int i = 0; i < 6000; ++i) {
+        FrameList source({randomFrame(random, i)}, {"can0", "can1", "can2", "can3"});
+        session.takeAll(source);
+        if (i == 4000)
+            session.clear();
+        if (random() % 4 > 0)
+            continue;
+        // In microseconds on the clock of the frames; also times before the newest frame.
+        const qint64 now = 5000000 + i + static_cast<qint64>(random() % 300000) - 10000;
+        const Snapshot snapshot = session.getSnapshot(now);
+        ASSERT_EQ(snapshot.rows.size(), session.registry().sorted().size());
+        for (int row = 0; row < snapshot.rows.size(); ++row) {
+            const monitor::SnapshotRow& shown = snapshot.rows.at(row);
+            ASSERT_EQ(shown.signal, session.registry().sorted().at(row));
+            const auto& signal = session.registry().at(shown.signal);
+            ASSERT_EQ(shown.statistics->bus, signal.identity().bus);
+            ASSERT_EQ(shown.statistics->count, signal.values().count());
+            ASSERT_EQ(shown.statistics->notAvailable, signal.values().notAvailableCount());
+            ASSERT_EQ(shown.isSilent, signal.values().rhythm().isSilent(now)) << i << ' ' << row;
+            ++(shown.isSilent ? silentRows : rowsThatAreNot);
+        }
+    }
+    EXPECT_GT(silentRows, 1000);
+    EXPECT_GT(rowsThatAreNot, 1000);
+}
+
+TEST(SessionSnapshots, RowsAreSharedUntilTheyChange)
+{
+    Session session({describedMessage(0x18FE0000, {describedSignal(0, 8), describedSignal(8, 8)}),
+                     describedMessage(0x18FF0000, {describedSignal(0, 8)})},
+                    2);
+    Frame frame;
+    frame.extended = true;
+    frame.length = 8;
+    const auto take = [&](quint32 id, qint64 milliseconds) {
+        frame.id = id;
+        frame.nanoseconds = milliseconds * 1000000;
+        session.take(frame);
+    };
+    for (const qint64 milliseconds : {0, 100}) {
+        take(0x18FE0000, milliseconds);
+        take(0x18FF0000, milliseconds);
+    }
+    take(0x18FF0000, 200);
+    const Snapshot first = session.getSnapshot(300000);
+    take(0x123, 300); // not described
+    EXPECT_EQ(session.getSnapshot(600000).rows.constData(), first.rows.constData());
+    const Snapshot silent = session.getSnapshot(600001); // five periods after the first message
+    EXPECT_NE(silent.rows.constData(), first.rows.constData());
+    EXPECT_TRUE(silent.rows.at(0).isSilent && silent.rows.at(1).isSilent);
+    EXPECT_FALSE(silent.rows.at(2).isSilent);
+    EXPECT_EQ(session.getSnapshot(700000).rows.constData(), silent.rows.constData());
+    take(0x18FF0000, 300);
+    const Snapshot changed = session.getSnapshot(700000);
+    EXPECT_EQ(changed.rows.at(0).statistics, first.rows.at(0).statistics);
+    EXPECT_EQ(changed.rows.at(1).statistics, first.rows.at(1).statistics);
+    EXPECT_EQ(changed.rows.at(2).statistics->count, 4);
+}
