@@ -31,7 +31,13 @@ void LiveTable::setFilter(const QString& text)
     if (text == filter)
         return;
     filter = text;
-    show(State(shown));
+    findPlaces();
+}
+
+bool LiveTable::hasSameRows(const LiveTable& other) const
+{
+    return shown.snapshot.rows.constData() == other.shown.snapshot.rows.constData() &&
+           places.constData() == other.places.constData();
 }
 
 QStringList LiveTable::cells(int row) const
@@ -41,8 +47,15 @@ QStringList LiveTable::cells(int row) const
 
 void LiveTable::show(const State& state)
 {
+    const bool areSame = shown.snapshot.rows.constData() == state.snapshot.rows.constData();
     shown = state;
-    places.resize(0);
+    if (!areSame)
+        findPlaces();
+}
+
+void LiveTable::findPlaces()
+{
+    places.clear();
     for (int i = 0; i < shown.snapshot.rows.size(); ++i) {
         if (filter.isEmpty() ||
             shown.snapshot.rows.at(i).statistics->name.contains(filter, Qt::CaseInsensitive))

@@ -42,6 +42,10 @@ public:
     const SnapshotRow& row(int row) const { return shown.snapshot.rows.at(places.at(row)); }
     Highlight highlight(int row) const { return highlightOf(this->row(row), leastRating); }
 
+    /// Whether the rows are those of \a other, a copy of this table made earlier: then it has not
+    /// been updated with other rows or another filter. Takes constant time.
+    bool hasSameRows(const LiveTable& other) const;
+
     /// The mark of the highlight, followed by the cells of statisticsColumns().
     QStringList cells(int row) const;
 
@@ -52,6 +56,7 @@ private:
     };
 
     void show(const State& state);
+    void findPlaces();
 
     int leastRating;
     bool paused = false;

@@ -68,14 +68,10 @@ QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSi
 {
     const int first = view.firstRow();
     const int shown = std::clamp(table.rowCount() - first, 0, rowsOn(size));
-    QVector<QStringList> cells;
-    for (int row = first; row < first + shown; ++row)
-        cells += table.cells(row);
-    const QVector<Column> columns =
-        QVector<Column>{{QString(' '), Alignment::Left}} + statisticsColumns();
+    format(table, first, shown);
     QStringList lines{formatHeader(table.bus(), table.snapshot().counts),
                       formatFilter(table, view, remarks)};
-    for (const QString& line : formatLines(columns, cells, widths))
+    for (const QString& line : qAsConst(formatted))
         lines += line.left(fixedWidth()) + line.mid(fixedWidth() + view.firstColumn());
     lines += formatKeys(view, shown, table.rowCount());
     for (QString& line : lines)
@@ -88,6 +84,24 @@ QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSi
             line = style + line + plain;
     }
     return lines.join('\n');
+}
+
+/// Formats \a count rows of \a table, unless they are the same as before. On a quiet bus, this
+/// would be most of the work.
+void LiveScreen::format(const LiveTable& table, int first, int count)
+{
+    decltype(rows) wanted;
+    for (int row = first; row < first + count; ++row)
+        wanted.emplace_back(table.row(row).statistics, table.highlight(row));
+    if (wanted == rows && !formatted.isEmpty())
+        return;
+    rows = std::move(wanted);
+    QVector<QStringList> cells;
+    for (int row = first; row < first + count; ++row)
+        cells += table.cells(row);
+    const QVector<Column> columns =
+        QVector<Column>{{QString(' '), Alignment::Left}} + statisticsColumns();
+    formatted = formatLines(columns, cells, widths);
 }
 
 /// The width of the columns that are not scrolled: the mark, the name and the source.

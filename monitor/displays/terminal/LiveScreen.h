@@ -6,6 +6,10 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include <memory>
+#include <utility>
+#include <vector>
+
 namespace monitor
 {
 
@@ -23,9 +27,13 @@ public:
                  const QStringList& remarks = {});
 
 private:
+    void format(const LiveTable& table, int first, int count);
     int fixedWidth() const;
 
     QVector<int> widths;
+    // The titles and rows that were drawn last, as lines, and what is shown in these rows.
+    QStringList formatted;
+    std::vector<std::pair<std::shared_ptr<const SignalStatistics>, Highlight>> rows;
 };
 
 } // namespace monitor

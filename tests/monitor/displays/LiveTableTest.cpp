@@ -94,3 +94,28 @@ TEST(LiveTable, FirstCellIsTheHighlightMark)
     EXPECT_EQ(table.cells(1).mid(0, 2), (QStringList{"!", "B"}));
     EXPECT_EQ(table.cells(2).mid(0, 2), (QStringList{"~", "C"}));
 }
+
+TEST(LiveTable, CopyHasTheSameRowsUntilRowsOrFilterChange)
+{
+    LiveTable table(50);
+    LiveTable before = table;
+    EXPECT_TRUE(table.hasSameRows(before));
+    const Snapshot snapshot = snapshotOf({"Speed", "Torque"});
+    table.update(snapshot, {});
+    EXPECT_FALSE(table.hasSameRows(before));
+    before = table;
+    table.update(snapshot, {"bus", 1000000, 0, 0});
+    EXPECT_TRUE(table.hasSameRows(before));
+    EXPECT_EQ(table.bus().now, 1000000);
+    table.setFilter("e");
+    EXPECT_FALSE(table.hasSameRows(before)) << "even if all rows pass";
+    before = table;
+    Snapshot changed = snapshot;
+    changed.rows[1].isSilent = true;
+    table.setPaused(true);
+    table.update(changed, {});
+    EXPECT_TRUE(table.hasSameRows(before));
+    table.setPaused(false);
+    EXPECT_FALSE(table.hasSameRows(before));
+    EXPECT_TRUE(table.row(1).isSilent);
+}

@@ -96,6 +96,35 @@ TEST(LiveScreen, RowsFollowTheTitlesAndKeysFollowTheRows)
     EXPECT_TRUE(lines.at(5).startsWith("signals 1-2 of 2  q quit"));
 }
 
+// Rows that have not changed are not formatted again.
+TEST(LiveScreen, ChangedRowsAreDrawn)
+{
+    LiveScreen screen;
+    Snapshot snapshot = snapshotOf({rowOf("A", 100), rowOf("B", 100)});
+    LiveTable table(50);
+    LiveView view(table);
+    const auto rows = [&](int height) {
+        table.update(snapshot, busState());
+        view.fitTo(table.rowCount(), LiveScreen::rowsOn({200, height}));
+        QStringList names;
+        for (const QString& line : screen.draw(table, view, {200, height}).split('\n').mid(3))
+            names += withoutStyle(line).left(4).trimmed();
+        return names.mid(0, names.size() - 1);
+    };
+    EXPECT_EQ(rows(24), (QStringList{"A", "B"}));
+    EXPECT_EQ(rows(24), (QStringList{"A", "B"}));
+    snapshot.rows[0].isSilent = true;
+    EXPECT_EQ(rows(24), (QStringList{"~  A", "B"}));
+    snapshot.rows[1].statistics = std::make_shared<SignalStatistics>(rowOf("C", 49).statistics);
+    EXPECT_EQ(rows(24), (QStringList{"~  A", "!  C"}));
+    EXPECT_EQ(rows(5), QStringList("~  A"));
+    view.press({Key::Down});
+    EXPECT_EQ(rows(5), QStringList("!  C"));
+    EXPECT_EQ(rows(24), (QStringList{"~  A", "!  C"}));
+    snapshot.rows.clear();
+    EXPECT_EQ(rows(24), QStringList());
+}
+
 TEST(LiveScreen, LowRatingAndSilenceAreMarkedAndColoured)
 {
     LiveScreen screen;
