@@ -100,9 +100,11 @@ bool drawsFiles(const monitor::Command& command)
 
 /// Windows and plots need a QApplication. Plots need no display, so they are painted offscreen
 /// unless the environment selects a platform.
-std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& command, int& argc,
-                                                  char* argv[])
+std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& command, char* argv[])
 {
+    // Only the name of the program: Qt would take some of the options for its own, for example
+    // --display for that of the X server.
+    static int argc = 1;
     const auto* live = std::get_if<monitor::LiveOptions>(&command);
     const bool hasWindow = live && live->display && live->display->needsWidgets;
     if (!hasWindow && !drawsFiles(command))
@@ -127,7 +129,7 @@ int main(int argc, char* argv[])
     // Writing beyond a limit of file sizes then fails with an error that can be reported.
     std::signal(SIGXFSZ, SIG_IGN);
     const monitor::Command command = readArguments(argc, argv);
-    const auto application = makeApplication(command, argc, argv);
+    const auto application = makeApplication(command, argv);
     // Log messages of plugins would corrupt the table. Their errors are reported in any case.
     QLoggingCategory::setFilterRules(QStringLiteral("qt.canbus*=false"));
     QTextStream output(stdout, QIODevice::WriteOnly);

@@ -641,6 +641,19 @@ TEST(WindowProgram, PrintsTheSameStatisticsAsReplayAtTheEnd)
     EXPECT_EQ(ended.output, replayedSample());
 }
 
+// Qt has an option of the same name.
+TEST(WindowProgram, OptionOfLiveOpensTheWindow)
+{
+    const VirtualDisplay display;
+    const SimulatedBus bus;
+    LiveRun run(bus, {"--display", "window", "--frames", "1371"});
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun ended = run.waitForEnd();
+    EXPECT_EQ(ended.exitCode, 0);
+    EXPECT_EQ(ended.diagnostics, QString());
+    EXPECT_EQ(ended.output, replayedSample());
+}
+
 TEST(WindowProgram, EndsOnTerminateSignal)
 {
     const VirtualDisplay display;
