@@ -1,5 +1,6 @@
 #include "MonitorWindow.h"
 
+#include "text/Table.h"
 #include "text/WholeFile.h"
 #include "views/SignalChart.h"
 #include "views/statisticsFields.h"
@@ -75,6 +76,7 @@ MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int lea
       model(liveTable, session.registry()),
       tools(new QToolBar),
       header(new QLabel),
+      message(new QLabel),
       table(new SignalView),
       plot(new SignalPlot)
 {
@@ -95,6 +97,11 @@ bool MonitorWindow::take(const Snapshot& snapshot, const BusState& bus)
     liveTable.update(snapshot, bus);
     if (!isVisible())
         return false;
+    const QStringList newRemarks = session.urgentRemarks();
+    if (newRemarks != remarks) {
+        remarks = newRemarks;
+        showMessages();
+    }
     if (!liveTable.isPaused())
         showNow();
     return true;
@@ -121,8 +128,14 @@ void MonitorWindow::layOut()
     parts->addWidget(plot);
     parts->setSizes({initialSize.height() * 2 / 5, initialSize.height() * 3 / 5});
     setCentralWidget(parts);
-    header->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    statusBar()->addPermanentWidget(header, 1);
+    for (QLabel* const label : {header, message}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    }
+    message->setObjectName(QStringLiteral("message"));
+    message->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may be long
+    statusBar()->addPermanentWidget(header);
+    statusBar()->addPermanentWidget(message, 1);
 }
 
 void MonitorWindow::addTools()
@@ -188,7 +201,8 @@ void MonitorWindow::askForFile(const QString& suffix, Writer write)
     dialog->setDefaultSuffix(suffix);
     connect(dialog, &QFileDialog::fileSelected, this, [this, write](const QString& fileName) {
         const QString error = (this->*write)(fileName);
-        statusBar()->showMessage(error.isEmpty() ? QStringLiteral("Saved ") + fileName : error);
+        savedFile = error.isEmpty() ? QStringLiteral("Saved ") + fileName : error;
+        showMessages();
     });
     dialog->open();
 }
@@ -217,6 +231,17 @@ void MonitorWindow::showNow()
         table->selectRow(0);
     table->widenColumns();
     showChart();
+}
+
+/// Shows the messages in one line, as far as they fit, and below each other in a tooltip.
+void MonitorWindow::showMessages()
+{
+    QStringList messages = remarks;
+    if (!savedFile.isEmpty())
+        messages.prepend(savedFile);
+    std::transform(messages.begin(), messages.end(), messages.begin(), printable);
+    message->setText(messages.join(QStringLiteral("  ")));
+    message->setToolTip(messages.isEmpty() ? QString() : toolTipOf(messages));
 }
 
 void MonitorWindow::showChart()

@@ -42,15 +42,19 @@ private:
     void pause(bool wanted);
     void reset();
     void showNow();
+    void showMessages();
     void showChart();
 
     Session& session;
     LiveTable liveTable;
     bool isRefreshing = false;
+    QStringList remarks; // of the session
+    QString savedFile;   // a message about the last file that the user saved
     SignalModel model;
     // Owned by the window:
     QToolBar* const tools;
     QLabel* const header;
+    QLabel* const message;
     SignalView* const table;
     SignalPlot* const plot;
 };

@@ -51,6 +51,13 @@ QStringList descriptionOf(const MonitoredSignal& signal)
 
 } // namespace
 
+QString toolTipOf(const QStringList& lines)
+{
+    return QStringLiteral("<qt>") +
+           lines.join('\n').toHtmlEscaped().replace('\n', QStringLiteral("<br>")) +
+           QStringLiteral("</qt>");
+}
+
 void SignalModel::refresh()
 {
     cells = QVector<QStringList>(table.rowCount());
@@ -136,15 +143,11 @@ QString SignalModel::textAt(int row, int column) const
     return printable(cells.at(row).at(column));
 }
 
-/// Rich text, so that long lines are wrapped.
 QVariant SignalModel::toolTipAt(int row) const
 {
     if (row >= table.rowCount()) // while rows are inserted and removed
         return QVariant();
-    const QString text = descriptionOf(monitored.at(table.row(row).signal)).join('\n');
-    return QString(QStringLiteral("<qt>") +
-                   text.toHtmlEscaped().replace('\n', QStringLiteral("<br>")) +
-                   QStringLiteral("</qt>"));
+    return toolTipOf(descriptionOf(monitored.at(table.row(row).signal)));
 }
 
 /// Sets both colours of a highlighted row, so that it is readable in any colour scheme.

@@ -8,6 +8,9 @@
 namespace monitor
 {
 
+/// Lines of plain text as a tooltip: rich text, so that long lines are wrapped.
+QString toolTipOf(const QStringList& lines);
+
 /// The model of a live table: a column of marks for highlighted signals, then statisticsColumns().
 /// The tooltip of a row shows the description and limits of its signal.
 class SignalModel : public QAbstractTableModel

@@ -149,6 +149,15 @@ protected:
         mouse(*plot().viewport(), QEvent::MouseButtonRelease, to);
     }
 
+    /// The message in the status bar; empty if it has no space.
+    QString shownMessage()
+    {
+        window->show();
+        QCoreApplication::processEvents();
+        const auto* const label = window->findChild<QLabel*>("message");
+        return label->isVisible() && label->width() > 200 ? label->text() : QString();
+    }
+
     QPointF middleOfPlot() const { return plot().chart()->plotArea().center(); }
 
     QValueAxis& times() const
@@ -450,9 +459,33 @@ TEST_F(Window, SavedStatisticsMatchTheOutputOfReplay)
 TEST_F(Window, UnwritableFileIsReportedInTheStatusBar)
 {
     save("Save statistics", directory.filePath("missing/statistics.csv"));
-    const QString message = window->statusBar()->currentMessage();
-    EXPECT_TRUE(message.contains("missing/statistics.csv: cannot be written: "))
-        << message.toStdString();
+    const QString text = shownMessage();
+    EXPECT_TRUE(text.contains("missing/statistics.csv: cannot be written: ")) << text.toStdString();
+    save("Save statistics", directory.filePath("statistics.csv"));
+    EXPECT_EQ(shownMessage(), "Saved " + directory.filePath("statistics.csv"));
+}
+
+TEST_F(Window, ErrorsOfTheRunAreShownInTheStatusBarUntilItEnds)
+{
+    class FailingSink : public monitor::ValueSink
+    {
+    public:
+        void take(const monitor::RecordedValue& /*value*/) override { failure = "<b>run: full"; }
+        QString error() const override { return failure; }
+
+    private:
+        QString failure;
+    };
+    FailingSink sink;
+    session->addValueSink(sink);
+    EXPECT_TRUE(window->take({}, {}));
+    EXPECT_EQ(shownMessage(), QString());
+    showSample();
+    EXPECT_EQ(shownMessage(), QString("<b>run: full"));
+    const auto* const label = window->findChild<QLabel*>("message");
+    EXPECT_EQ(label->toolTip(), QString("<qt>&lt;b&gt;run: full</qt>"));
+    save("Save statistics", directory.filePath("statistics.csv"));
+    EXPECT_EQ(shownMessage(), "Saved " + directory.filePath("statistics.csv") + "  <b>run: full");
 }
 
 TEST_F(Window, ClosingItEndsTheRun)
