@@ -12,6 +12,7 @@
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QHeaderView>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QScrollBar>
 #include <QtWidgets/QSplitter>
 #include <QtWidgets/QStatusBar>
 #include <QtWidgets/QTableView>
@@ -25,6 +26,13 @@ namespace
 {
 
 constexpr QSize initialSize(1120, 700);
+
+/// The number of events on the bus.
+qint64 eventsIn(const LiveTable& table)
+{
+    const FrameCounts& counts = table.snapshot().counts;
+    return counts.total + counts.dropped + counts.errors;
+}
 
 } // namespace
 
@@ -85,6 +93,9 @@ MonitorWindow::MonitorWindow(Session& shownSession, const QString& name, int lea
     table->setModel(&model);
     connect(table->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { showChart(); });
+    const auto showMore = [this] { table->widenColumns(); }; // as long as there is a model
+    connect(table->verticalScrollBar(), &QScrollBar::valueChanged, &model, showMore);
+    connect(table->verticalScrollBar(), &QScrollBar::rangeChanged, &model, showMore);
     addTools();
     addFilter();
     layOut();
@@ -102,9 +113,18 @@ bool MonitorWindow::take(const Snapshot& snapshot, const BusState& bus)
         remarks = newRemarks;
         showMessages();
     }
-    if (!liveTable.isPaused())
+    if (!liveTable.isPaused() && !isUpToDate())
         showNow();
     return true;
+}
+
+/// Whether nothing has happened since the display was updated, less than a second ago.
+bool MonitorWindow::isUpToDate() const
+{
+    constexpr qint64 second = 1000000;
+    const qint64 age = liveTable.bus().now - updated.bus().now;
+    return liveTable.hasSameRows(updated) && age >= 0 && age < second &&
+           eventsIn(liveTable) == eventsIn(updated);
 }
 
 QString MonitorWindow::writeChart(const QString& fileName)
@@ -132,6 +152,7 @@ void MonitorWindow::layOut()
         label->setTextFormat(Qt::PlainText);
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     }
+    header->setObjectName(QStringLiteral("header"));
     message->setObjectName(QStringLiteral("message"));
     message->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // it may be long
     statusBar()->addPermanentWidget(header);
@@ -223,13 +244,16 @@ void MonitorWindow::reset()
 
 void MonitorWindow::showNow()
 {
-    isRefreshing = true; // the current row may change several times
-    model.refresh();
-    isRefreshing = false;
+    updated = liveTable;
     header->setText(formatHeader(liveTable.bus(), liveTable.snapshot().counts));
-    if (!table->currentIndex().isValid() && model.rowCount() > 0)
-        table->selectRow(0);
-    table->widenColumns();
+    isRefreshing = true; // the current row may change several times
+    const bool isChanged = model.refresh();
+    isRefreshing = false;
+    if (isChanged) {
+        if (!table->currentIndex().isValid() && model.rowCount() > 0)
+            table->selectRow(0);
+        table->widenColumns();
+    }
     showChart();
 }
 
@@ -250,7 +274,7 @@ void MonitorWindow::showChart()
     if (isRefreshing || row < 0)
         return;
     const SnapshotRow& shown = liveTable.row(row);
-    plot->plot(session.registry().at(shown.signal), *shown.statistics,
+    plot->plot(session.registry().at(shown.signal), shown.statistics,
                static_cast<double>(liveTable.bus().now) / 1e6);
 }
 

@@ -41,12 +41,14 @@ private:
     QString writeStatistics(const QString& fileName); // of all signals, also those filtered out
     void pause(bool wanted);
     void reset();
+    bool isUpToDate() const;
     void showNow();
     void showMessages();
     void showChart();
 
     Session& session;
     LiveTable liveTable;
+    LiveTable updated{0}; // the table when the display was updated
     bool isRefreshing = false;
     QStringList remarks; // of the session
     QString savedFile;   // a message about the last file that the user saved

@@ -58,13 +58,47 @@ QString toolTipOf(const QStringList& lines)
            QStringLiteral("</qt>");
 }
 
-void SignalModel::refresh()
+bool SignalModel::refresh()
 {
-    cells = QVector<QStringList>(table.rowCount());
-    removeMissing();
-    insertNew();
-    if (!signalOfRow.isEmpty())
-        emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+    if (table.hasSameRows(before))
+        return false;
+    if (hasSameSignals()) {
+        updateChanged();
+    } else {
+        cells = QVector<QStringList>(table.rowCount());
+        removeMissing();
+        insertNew();
+        if (!signalOfRow.isEmpty())
+            emit dataChanged(index(0, 0), index(rowCount() - 1, columnCount() - 1));
+    }
+    before = table;
+    return true;
+}
+
+bool SignalModel::hasSameSignals() const
+{
+    bool areSame = signalOfRow.size() == table.rowCount();
+    for (int row = 0; areSame && row < table.rowCount(); ++row)
+        areSame = signalOfRow.at(row) == table.row(row).signal;
+    return areSame;
+}
+
+/// Whether the row, whose signal is the same as before, shows something else.
+bool SignalModel::isChanged(int row) const
+{
+    return table.row(row).statistics != before.row(row).statistics ||
+           table.row(row).isSilent != before.row(row).isSilent;
+}
+
+void SignalModel::updateChanged()
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        const int first = row;
+        while (row < rowCount() && isChanged(row))
+            cells[row++].clear();
+        if (row > first)
+            emit dataChanged(index(first, 0), index(row - 1, columnCount() - 1));
+    }
 }
 
 void SignalModel::removeMissing()

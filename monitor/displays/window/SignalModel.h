@@ -22,9 +22,9 @@ public:
     {
     }
 
-    /// Updates the model after the table has changed. Rows of signals that are still shown are
-    /// kept, so that the selection does not change.
-    void refresh();
+    /// Updates the model after the table may have changed. Returns whether any row has. Rows of
+    /// signals that are still shown are kept, so that the selection does not change.
+    bool refresh();
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -33,6 +33,9 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
+    bool hasSameSignals() const;
+    bool isChanged(int row) const;
+    void updateChanged();
     void removeMissing();
     void insertNew();
     QString textAt(int row, int column) const;
@@ -40,6 +43,7 @@ private:
     QVariant toolTipAt(int row) const;
 
     const LiveTable& table;
+    LiveTable before{0}; // at the last refresh
     const SignalRegistry& monitored;
     QVector<int> signalOfRow;           // the numbers of the signals in the session
     mutable QVector<QStringList> cells; // by row; empty if not formatted yet

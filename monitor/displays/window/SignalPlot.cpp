@@ -40,8 +40,11 @@ SignalPlot::SignalPlot()
     setToolTip(QStringLiteral("Wheel: zoom. Drag: scroll. Double-click: follow the end."));
 }
 
-void SignalPlot::plot(MonitoredSignal& signal, const SignalStatistics& shown, double seconds)
+void SignalPlot::plot(MonitoredSignal& signal, const std::shared_ptr<const SignalStatistics>& shown,
+                      double seconds)
 {
+    if (plotted == &signal && statistics == shown && seconds >= end && seconds < end + 1)
+        return;
     if (plotted != &signal)
         series = SignalSeries();
     plotted = &signal;
@@ -118,9 +121,9 @@ void SignalPlot::draw()
     if (plotted == nullptr)
         drawn = emptyChart(QString());
     else if (trace.points.isEmpty())
-        drawn = emptyChart(plotTitleOf(statistics) + QStringLiteral(": no values"));
+        drawn = emptyChart(plotTitleOf(*statistics) + QStringLiteral(": no values"));
     else
-        drawn = chartOf(statistics, trace, range, size());
+        drawn = chartOf(*statistics, trace, range, size());
     const std::unique_ptr<QChart> before(chart());
     setChart(drawn.release());
     chart()->layout()->setContentsMargins(0, 0, 0, 0);

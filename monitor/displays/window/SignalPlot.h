@@ -16,7 +16,9 @@ public:
     SignalPlot();
 
     /// Shows \a signal, whose statistics are \a shown, as of \a seconds after the start of the run.
-    void plot(MonitoredSignal& signal, const SignalStatistics& shown, double seconds);
+    /// Without new statistics, the chart is drawn only once for each second.
+    void plot(MonitoredSignal& signal, const std::shared_ptr<const SignalStatistics>& shown,
+              double seconds);
 
     /// Deletes the values. Call this after the signals have been cleared.
     void clear();
@@ -40,7 +42,7 @@ private:
     double secondsPerPixel() const;
 
     const MonitoredSignal* plotted = nullptr;
-    SignalStatistics statistics;
+    std::shared_ptr<const SignalStatistics> statistics;
     std::optional<SeriesOutline> outline;
     SignalSeries series; // if the signal has no outline
     double end = 0;      // how long the run has lasted

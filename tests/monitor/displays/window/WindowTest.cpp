@@ -12,6 +12,7 @@
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QValueAxis>
 #include <QtCore/QEventLoop>
+#include <QtCore/QPointer>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTimer>
 #include <QtGui/QWheelEvent>
@@ -342,6 +343,64 @@ TEST(SignalModel, TooltipEscapesMarkupAndShortensLongComments)
     EXPECT_TRUE(shown.contains(QString(982, 'c')) && !shown.contains(QString(983, 'c')));
 }
 
+TEST(SignalModel, ReportsOnlyRowsThatChange)
+{
+    QVector<monitor::CatalogueMessage> messages;
+    for (int i = 0; i < 5; ++i) {
+        monitor::CatalogueMessage message;
+        message.id = static_cast<quint32>(i);
+        monitor::CatalogueSignal description;
+        description.name = description.reportedName = QString("S%1").arg(i);
+        description.layout.length = 8;
+        message.catalogueSignals = {description};
+        messages.append(message);
+    }
+    Session session(messages, 3);
+    monitor::LiveTable table(50);
+    monitor::SignalModel model(table, session.registry());
+    QVector<int> reported;
+    QObject::connect(&model, &QAbstractItemModel::dataChanged,
+                     [&](const QModelIndex& from, const QModelIndex& to) {
+                         EXPECT_EQ(from.column(), 0);
+                         EXPECT_EQ(to.column(), model.columnCount() - 1);
+                         for (int row = from.row(); row <= to.row(); ++row)
+                             reported.append(row);
+                     });
+    const auto changedRows = [&](const QVector<int>& taken, qint64 now) {
+        monitor::Frame frame{};
+        frame.length = 1;
+        for (const int id : taken) {
+            frame.id = static_cast<quint32>(id);
+            frame.nanoseconds = now * 1000;
+            session.take(frame);
+        }
+        table.update(session.getSnapshot(now), {"bus", now, 0, 0});
+        reported.clear();
+        const bool isChanged = model.refresh();
+        EXPECT_TRUE(isChanged || reported.isEmpty());
+        return reported;
+    };
+    const auto countIn = [&](int row) { return model.index(row, 3).data().toString(); };
+    using Rows = QVector<int>;
+    EXPECT_EQ(changedRows({}, 0), Rows());
+    EXPECT_EQ(changedRows({0, 1, 2, 3}, 1000), (Rows{0, 1, 2, 3}));
+    EXPECT_EQ(countIn(0), QString("1"));
+    EXPECT_FALSE(model.refresh());
+    EXPECT_EQ(changedRows({}, 2000), Rows());
+    EXPECT_EQ(changedRows({3, 0, 1}, 3000), (Rows{0, 1, 3}));
+    EXPECT_EQ(countIn(0), QString("2"));
+    EXPECT_EQ(countIn(2), QString("1"));
+    EXPECT_EQ(countIn(3), QString("2"));
+    EXPECT_EQ(changedRows({3}, 300000), (Rows{0, 1, 3})) << "two have become silent";
+    EXPECT_EQ(model.index(1, 0).data().toString(), QString("~"));
+    EXPECT_EQ(changedRows({4}, 300001), (Rows{0, 1, 2, 3, 4})) << "a row was inserted";
+    table.setFilter("S3");
+    EXPECT_EQ(changedRows({}, 300001), Rows{0});
+    EXPECT_EQ(changedRows({1}, 300001), Rows());
+    EXPECT_EQ(changedRows({3}, 300001), Rows{0});
+    EXPECT_EQ(countIn(0), QString("4"));
+}
+
 TEST_F(Window, WindowIsDrawnInTheColoursOfChartAndTable)
 {
     showSample();
@@ -486,6 +545,62 @@ TEST_F(Window, ErrorsOfTheRunAreShownInTheStatusBarUntilItEnds)
     EXPECT_EQ(label->toolTip(), QString("<qt>&lt;b&gt;run: full</qt>"));
     save("Save statistics", directory.filePath("statistics.csv"));
     EXPECT_EQ(shownMessage(), "Saved " + directory.filePath("statistics.csv") + "  <b>run: full");
+}
+
+TEST_F(Window, ChartWithoutNewValuesIsDrawnOnceForEachSecond)
+{
+    showSample();
+    monitor::Snapshot snapshot = session->getSnapshot(source->takenAt());
+    const auto isDrawnAt = [&](qint64 milliseconds) {
+        const QPointer<QChart> before(plot().chart());
+        EXPECT_TRUE(window->take(snapshot, {"bus", milliseconds * 1000, 0, 0}));
+        return before.isNull();
+    };
+    EXPECT_TRUE(isDrawnAt(600000));
+    EXPECT_FALSE(isDrawnAt(600000));
+    EXPECT_FALSE(isDrawnAt(600999));
+    EXPECT_TRUE(isDrawnAt(601000));
+    EXPECT_EQ(times().max(), 601);
+    EXPECT_FALSE(isDrawnAt(601500));
+    for (monitor::SnapshotRow& row : snapshot.rows)
+        row.statistics = std::make_shared<monitor::SignalStatistics>(*row.statistics);
+    EXPECT_TRUE(isDrawnAt(601600));
+    select("EngineSpeed");
+    EXPECT_EQ(plot().chart()->title(), QString("EngineSpeed, source 0"));
+}
+
+TEST_F(Window, FramesAreCountedAtOnceEvenIfNoRowChanges)
+{
+    monitor::Snapshot snapshot;
+    const auto headerAt = [&](qint64 milliseconds) {
+        EXPECT_TRUE(window->take(snapshot, {"bus", milliseconds * 1000, 0, 500000}));
+        return window->findChild<QLabel*>("header")->text().section("  undecoded", 0, 0);
+    };
+    EXPECT_EQ(headerAt(5000), QString("bus  5.0 s  frames 0"));
+    EXPECT_EQ(headerAt(5400), QString("bus  5.0 s  frames 0")) << "the clock alone can wait";
+    EXPECT_EQ(headerAt(6000), QString("bus  6.0 s  frames 0"));
+    snapshot.counts.total = 1;
+    EXPECT_EQ(headerAt(6100), QString("bus  6.1 s  frames 1"));
+    snapshot.counts.errors = 1;
+    EXPECT_EQ(headerAt(6200), QString("bus  6.2 s  frames 1"));
+    snapshot.counts.dropped = 1;
+    EXPECT_EQ(headerAt(6300), QString("bus  6.3 s  frames 1"));
+}
+
+TEST_F(Window, ColumnsAreWidenedForRowsThatBecomeVisible)
+{
+    window->resize(window->width(), 200);
+    showSample();
+    auto* const view = window->findChild<QTableView*>();
+    const auto isWideEnough = [&](int row) {
+        return view->columnWidth(1) >= QFontMetrics(view->font()).horizontalAdvance(cell(row, 1));
+    };
+    const int last = view->model()->rowCount() - 1;
+    view->scrollToTop();
+    view->setColumnWidth(1, 10);
+    ASSERT_FALSE(isWideEnough(last));
+    view->scrollToBottom();
+    EXPECT_TRUE(isWideEnough(last));
 }
 
 TEST_F(Window, ClosingItEndsTheRun)
