@@ -18,27 +18,27 @@ template <typename N>
 void registerOperation(const std::string& row, const std::string& name, const Values<N>& values,
                        const std::function<void(const QList<N>&)>& operation)
 {
-    benchmark::RegisterBenchmark((row + '/' + name).c_str(), [values,
-                                                              operation](benchmark::State& state) {
-        const QList<N> list(values->begin(), values->end());
-        for (auto iteration : state) {
-            static_cast<void>(iteration);
-            operation(list);
-        }
-    })->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark((row + '/' + name).c_str(),
+                                 [values, operation](benchmark::State& state) {
+                                     const QList<N> list(values->begin(), values->end());
+                                     for (auto iteration : state) {
+                                         static_cast<void>(iteration);
+                                         operation(list);
+                                     }
+                                 });
 }
 
 template <typename N>
 void registerReference(const std::string& row, const std::string& name, const Values<N>& values,
                        const std::function<void(const std::vector<N>&)>& operation)
 {
-    benchmark::RegisterBenchmark((row + '/' + name).c_str(), [values,
-                                                              operation](benchmark::State& state) {
-        for (auto iteration : state) {
-            static_cast<void>(iteration);
-            operation(*values);
-        }
-    })->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark((row + '/' + name).c_str(),
+                                 [values, operation](benchmark::State& state) {
+                                     for (auto iteration : state) {
+                                         static_cast<void>(iteration);
+                                         operation(*values);
+                                     }
+                                 });
 }
 
 template <typename N>

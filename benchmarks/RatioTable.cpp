@@ -1,110 +1,77 @@
 #include "RatioTable.h"
+#include "measuring.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
+#include <limits>
+#include <regex>
 
 namespace
 {
 
-using Row = RatioTable::Row;
+constexpr double none = 0;
 
-/// The fastest repetition, because other load on the machine only ever adds time; 0 if there is
-/// none.
-double fastestOf(const Row& row, const std::string& contender)
-{
-    const auto found = row.find(contender);
-    if (found == row.end())
-        return 0;
-    return *std::min_element(found->second.begin(), found->second.end());
-}
-
-void printTime(double time)
-{
-    std::printf(time >= 1000 ? " %.0f |" : " %.1f |", time);
-}
-
-void printRunning(const std::string& name, const Row& row)
-{
-    const char* const others[] = {"Boost, locked", "Boost, locked by call", "Boost",  "GSL, locked",
-                                  "GSL",           "Welford, locked",       "Welford"};
-    const double own = fastestOf(row, "Vantrel");
-    std::printf("| %s |", name.c_str());
-    printTime(own);
-    for (const char* other : others)
-        printTime(fastestOf(row, other));
-    std::printf(" %.2f | %.2f |\n", own / fastestOf(row, others[0]),
-                own / fastestOf(row, others[1]));
-}
-
-void printList(const std::string& name, const Row& row)
-{
-    const char* const own[] = {"average", "deviation", "maximum",
-                               "minimum", "median",    "statistics"};
-    std::printf("| %s |", name.c_str());
-    double parts = 0;
-    for (const char* operation : own) {
-        const double time = fastestOf(row, operation);
-        printTime(time);
-        const std::string part = operation;
-        parts += part == "average" || part == "statistics" ? 0 : time;
-    }
-    const double loop = fastestOf(row, "loop"), nth = fastestOf(row, "nth_element");
-    printTime(loop);
-    printTime(nth);
-    std::printf(" %.2f | %.2f | %.2f |\n", fastestOf(row, "statistics") / parts,
-                fastestOf(row, "deviation") / loop, fastestOf(row, "median") / nth);
-}
-
-void printSignal(const std::string& name, const Row& row)
-{
-    const double own = fastestOf(row, "own"), floor = fastestOf(row, "floor");
-    std::printf("| %s |", name.c_str());
-    printTime(own);
-    printTime(floor);
-    std::printf(" %.2f |\n", own / floor);
-}
-
-enum class Kind { Running, List, Signal };
-
-Kind kindOf(const std::string& name, const Row& row)
-{
-    if (row.count("floor") > 0)
-        return Kind::Signal;
-    return name.rfind("list", 0) == 0 ? Kind::List : Kind::Running;
-}
-
-/// A section of the results: the rows of one kind.
-struct Section {
-    Kind kind;
-    const char* heading;
-    void (*printRow)(const std::string& name, const Row& row);
+/// Rows that have the same contenders and the same target.
+struct Group {
+    const char* name;
+    const char* rows; ///< a regular expression; what it captures is the name of the row
+    const char* own;
+    const char* peer; ///< nullptr: the value is the time itself
+    const char* unit;
+    double target;
 };
 
-constexpr Section sections[] = {
-    {Kind::Running,
-     "\n## Running calculators\n\n"
-     "In nanoseconds per value, and the ratios to Boost.\n\n"
-     "| | Vantrel | Boost, locked | Boost, locked by call | Boost | GSL, locked | GSL "
-     "| Welford, locked | Welford | ratio to locked | ratio to locked by call |\n"
-     "|---|---|---|---|---|---|---|---|---|---|---|",
-     printRunning},
-    {Kind::List,
-     "\n## Lists\n\n"
-     "In microseconds per list, and three ratios: of all statistics to the sum of deviation, "
-     "maximum,\nminimum and median; of the deviation to a plain loop over a vector (mean and mean "
-     "square); of the\nmedian to `std::nth_element` on a vector.\n\n"
-     "| | average | deviation | maximum | minimum | median | all statistics | loop | nth_element "
-     "| ratio to parts | to loop | to nth_element |\n"
-     "|---|---|---|---|---|---|---|---|---|---|---|---|",
-     printList},
-    {Kind::Signal,
-     "\n## Signals\n\n"
-     "In nanoseconds per value, record or call, and the ratio to the floor: the same unavoidable "
-     "steps,\nwritten by hand with the same Qt types.\n\n"
-     "| | Vantrel | floor | ratio |\n|---|---|---|---|",
-     printSignal},
+const Group groups[] = {
+    {"add and read, integers of up to 32 bits",
+     "add and read, (((un)?signed )?(char|short|int), .*)", "Vantrel", "Boost, locked",
+     "x locked Boost", 1},
+    {"add and read, 64-bit integers", "add and read, ((unsigned )?long long, .*)", "Vantrel",
+     "Boost, locked", "x locked Boost", 1.5},
+    {"add and read, float and double", "add and read, ((float|double), .*)", "Vantrel",
+     "Boost, locked", "x locked Boost", 1.25},
+    {"add and read, every call locked", "add and read, (.*)", "Vantrel", "Boost, locked by call",
+     "x locked Boost", none},
+    {"add", "add, (.*)", "Vantrel", "Boost, locked", "x locked Boost", 1},
+    {"deviation of a list, float and double", "list of (.* (float|double))", "deviation", "loop",
+     "x plain loop", 2},
+    {"deviation of a list, integers", "list of (.* (int|long long))", "deviation", "loop",
+     "x plain loop", none},
+    {"median of a list", "list of (.*)", "median", "nth_element", "x nth_element", none},
+    {"all statistics of a list", "list of (.*)", "statistics", "parts", "x one by one", none},
+    {"append one value", "append one (.*)", "own", "floor", "x floor", 1.25},
+    {"replace the newest value", "replace by one (.*)", "own", "floor", "x floor", 1.25},
+    {"fill a signal", "fill with (.*)", "own", "floor", "x floor", none},
+    {"append a batch, rescale", "((append batch|rescale) .*)", "own", "floor", "x floor", none},
+    {"store a value after a snapshot", "value after a snapshot of (.*)", "own", nullptr, "ns",
+     none},
+    {"values of a signal", "(?:value )?((median|statistics) of .*)", "own", "floor", "x floor",
+     1.5},
+    {"series of integers", "series (.* (UNSIGNED8|INTEGER32))", "own", "floor", "x floor", 1.5},
+    {"series of REAL64", "series (.* REAL64)", "own", "floor", "x floor", 1.5},
+    {"deviators", "deviators (.*)", "own", "floor", "x floor", none},
+    {"cached statistics", "(cached .*|lower threshold)", "own", "floor", "x read", none},
+    {"write and read records", "((write|read) .*)", "own", "floor", "x by hand", none},
 };
+
+/// NaN if the contender did not run.
+double timeOf(const RatioTable::Times& times, const char* contender)
+{
+    const auto found = times.find(contender);
+    return found == times.end() ? std::numeric_limits<double>::quiet_NaN() : found->second;
+}
+
+void reportRow(const Group& group, const std::string& name, const RatioTable::Times& times)
+{
+    Row row{QString::fromLatin1(group.name), QString::fromStdString(name), timeOf(times, group.own),
+            QString::fromLatin1(group.unit)};
+    if (group.peer != nullptr)
+        row.value /= timeOf(times, group.peer);
+    if (group.target != none)
+        row.target = group.target;
+    for (const auto& [contender, time] : times)
+        row.raw.emplace_back(QString::fromStdString(contender) + ", ns", time);
+    report(row);
+}
 
 } // namespace
 
@@ -116,28 +83,45 @@ bool RatioTable::ReportContext(const Context&)
 void RatioTable::ReportRuns(const std::vector<Run>& runs)
 {
     for (const Run& run : runs) {
-        if (run.run_type != Run::RT_Iteration || run.error_occurred)
+        if (run.run_type != Run::RT_Iteration)
             continue;
         const std::string name = run.run_name.function_name;
+        if (run.error_occurred) {
+            std::cerr << name << ": " << run.error_message << '\n';
+            complete = false;
+            continue;
+        }
         const auto slash = name.rfind('/');
-        nanoseconds[name.substr(0, slash)][name.substr(slash + 1)].push_back(
-            run.GetAdjustedCPUTime());
+        Times& times = nanoseconds[name.substr(0, slash)];
+        const double time = run.cpu_accumulated_time * 1e9 / static_cast<double>(run.iterations);
+        const auto [known, isNew] = times.emplace(name.substr(slash + 1), time);
+        if (!isNew)
+            known->second = std::min(known->second, time);
     }
-    std::cerr << '.' << std::flush;
 }
 
 void RatioTable::Finalize()
 {
-    std::cerr << '\n';
-    for (const Section& section : sections) {
-        bool isEmpty = true;
-        for (const auto& [name, row] : nanoseconds) {
-            if (kindOf(name, row) != section.kind)
+    for (auto& [name, times] : nanoseconds) {
+        if (times.count("statistics") > 0)
+            times["parts"] = timeOf(times, "deviation") + timeOf(times, "maximum") +
+                             timeOf(times, "minimum") + timeOf(times, "median");
+    }
+    std::map<std::string, int> groupsOf;
+    for (const Group& group : groups) {
+        const std::regex rows(group.rows);
+        for (const auto& [name, times] : nanoseconds) {
+            std::smatch match;
+            if (!std::regex_match(name, match, rows))
                 continue;
-            if (isEmpty)
-                std::puts(section.heading);
-            isEmpty = false;
-            section.printRow(name, row);
+            ++groupsOf[name];
+            reportRow(group, match[1], times);
         }
+    }
+    for (const auto& [name, times] : nanoseconds) {
+        if (groupsOf[name] > 0)
+            continue;
+        std::cerr << name << ": belongs to no group; add one to RatioTable.cpp\n";
+        complete = false;
     }
 }

@@ -18,5 +18,5 @@ int main(int argc, char** argv)
     benchmark::RunSpecifiedBenchmarks(&table);
     done.set_value();
     sleeper.join();
-    return 0;
+    return table.isComplete() ? 0 : 1;
 }

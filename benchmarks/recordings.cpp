@@ -6,6 +6,7 @@
 // the number of frames, 4,000,000 by default. The exit code is 1 if the frames read differ from
 // those written.
 
+#include "measuring.h"
 #include "textFloors.h"
 
 #include <sources/recording/formats.h>
@@ -14,10 +15,6 @@
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QtEndian>
 
-#include <malloc.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <zlib.h>
 #include <zstd.h>
 
@@ -38,7 +35,6 @@ namespace
 {
 
 constexpr int runs = 5;
-constexpr double targetMbPerSecond = 200;
 constexpr int batchSize = 256;
 constexpr int chunkSize = 1 << 16;
 constexpr qint64 nanosecondsPerSecond = 1000000000;
@@ -685,20 +681,11 @@ struct Measured {
     double memoryMb = 0;
 };
 
-rusage usage()
+double peakMb()
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    return usage;
-}
-
-double processorSeconds()
-{
-    const rusage used = usage();
-    const auto seconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return seconds(used.ru_utime) + seconds(used.ru_stime);
+    return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
 std::unique_ptr<monitor::FrameSource> open(const QString& name)
@@ -741,11 +728,11 @@ using PlainLoop = void (*)(QFile& file, const QVector<Packed>& packed);
 Measured measure(const QString& name, PlainLoop plain, const QVector<Packed>& packed)
 {
     Measured measured;
-    const auto peakBefore = usage().ru_maxrss;
+    const double peakBefore = peakMb();
     double before = processorSeconds();
     readAll(name);
     measured.seconds = processorSeconds() - before;
-    measured.memoryMb = static_cast<double>(usage().ru_maxrss - peakBefore) / 1024;
+    measured.memoryMb = peakMb() - peakBefore;
     before = processorSeconds();
     QFile file(name);
     // Without a buffer of Qt, which would copy the bytes once more.
@@ -756,56 +743,39 @@ Measured measure(const QString& name, PlainLoop plain, const QVector<Packed>& pa
     return measured;
 }
 
-/// The result of \a function, which is run in a process of its own, whose memory has no traces of
-/// earlier runs.
-template <typename Function>
-Measured runApart(Function function)
-{
-    int ends[2] = {};
-    if (pipe(ends) != 0)
-        fail(QStringLiteral("cannot create a pipe"));
-    std::fflush(stdout);
-    malloc_trim(0);
-    if (fork() == 0) {
-        try {
-            const Measured measured = function();
-            _exit(write(ends[1], &measured, sizeof(measured)) == sizeof(measured) ? 0 : 1);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "%s\n", error.what());
-            _exit(1);
-        }
-    }
-    close(ends[1]);
-    Measured measured;
-    const bool isMeasured = read(ends[0], &measured, sizeof(measured)) == sizeof(measured);
-    close(ends[0]);
-    wait(nullptr);
-    if (!isMeasured)
-        fail(QStringLiteral("cannot be measured"));
-    return measured;
-}
+/// What the time of a recording is compared with.
+struct Comparison {
+    const char* group;
+    const char* unit;
+    bool isRate; ///< MB/s of the file, not a ratio to the plain loop
+};
+
+constexpr Comparison withDigits{"read candump and ASC", "x loop over digits", false};
+constexpr Comparison withUnpacking{"read packed recordings", "x unpacking", false};
+constexpr Comparison rate{"read other recordings", "MB/s", true};
 
 struct Recording {
     const char* name;
     QVector<Packed> (*write)(Output& output, qint64 frames);
     PlainLoop plain;
-    double targetRatio; ///< to the plain loop; 0: the target is targetMbPerSecond
+    Comparison comparison;
+    double target;
     std::optional<qint64> origin = std::nullopt; ///< of times, if the plain loop reads digits
 };
 
 constexpr Recording recordings[] = {
-    {"candump", writeCandump, readDigits<&TextFloor::readCandump>, 1, 0},
-    {"ASC", writeAsc, readDigits<&TextFloor::readAsc>, 2, start},
-    {"TRC", writeTrc, readLines, 0},
-    {"CSV", writeCsv, readLines, 0},
-    {"pcap", writePcap, readBytes, 0},
-    {"BLF, stored", writeStoredBlf, readBytes, 0},
-    {"MF4, sorted, fixed length", writeSortedMf4, readBytes, 0},
-    {"MF4, unsorted, variable length", writeUnsortedMf4, readBytes, 0},
-    {"BLF, zlib", writePackedBlf, inflateAll, 2},
-    {"MF4, sorted, zlib", writePackedMf4, inflateAll, 2},
-    {"candump, gzip", writeGzip, inflateAll, 2},
-    {"candump, zstd", writeZstd, unpackZstd, 2},
+    {"candump", writeCandump, readDigits<&TextFloor::readCandump>, withDigits, 1, 0},
+    {"ASC", writeAsc, readDigits<&TextFloor::readAsc>, withDigits, 2, start},
+    {"TRC", writeTrc, readLines, rate, 200},
+    {"CSV", writeCsv, readLines, rate, 200},
+    {"pcap", writePcap, readBytes, rate, 200},
+    {"BLF, stored", writeStoredBlf, readBytes, rate, 200},
+    {"MF4, sorted, fixed length", writeSortedMf4, readBytes, rate, 200},
+    {"MF4, unsorted, variable length", writeUnsortedMf4, readBytes, rate, 200},
+    {"BLF, zlib", writePackedBlf, inflateAll, withUnpacking, 2},
+    {"MF4, sorted, zlib", writePackedMf4, inflateAll, withUnpacking, 2},
+    {"candump, gzip", writeGzip, inflateAll, withUnpacking, 2},
+    {"candump, zstd", writeZstd, unpackZstd, withUnpacking, 2},
 };
 
 /// Throws an exception unless the plain loop of \a recording reads all frames of Traffic.
@@ -828,20 +798,24 @@ void checkDigits(const QString& name, qint64 frames, const Recording& recording)
         fail(QStringLiteral("%1: the plain loop reads other frames").arg(name));
 }
 
-void printRow(const Recording& recording, const Measured& best, double fileMb, double frames)
+void reportRows(const Recording& recording, const Measured& best, double fileMb, double frames)
 {
     const double mbPerSecond = fileMb / best.seconds;
     const double ratio = best.seconds / best.plainSeconds;
-    const bool isMet = recording.targetRatio > 0 ? ratio <= recording.targetRatio
-                                                 : mbPerSecond >= targetMbPerSecond;
-    std::printf("| %s | %.1f | %.3f | %.0f | %.1f | %.1f | %.3f | %.2f |", recording.name, fileMb,
-                best.seconds, mbPerSecond, frames / 1e6 / best.seconds, best.memoryMb,
-                best.plainSeconds, ratio);
-    if (recording.targetRatio > 0)
-        std::printf(" ratio %.1f |", recording.targetRatio);
-    else
-        std::printf(" %.0f MB/s |", targetMbPerSecond);
-    std::printf(" %s |\n", isMet ? "yes" : "**no**");
+    const Comparison& comparison = recording.comparison;
+    report({comparison.group,
+            recording.name,
+            comparison.isRate ? mbPerSecond : ratio,
+            comparison.unit,
+            recording.target,
+            {{"file, MB", fileMb},
+             {"time, s", best.seconds},
+             {"MB/s", mbPerSecond},
+             {"million frames/s", frames / 1e6 / best.seconds},
+             {"plain loop, s", best.plainSeconds},
+             {"ratio", ratio}},
+            comparison.isRate});
+    report({"memory for reading a recording", recording.name, best.memoryMb, "MB"});
 }
 
 void compare(const Recording& recording, const QString& name, qint64 frames)
@@ -853,7 +827,7 @@ void compare(const Recording& recording, const QString& name, qint64 frames)
         check(name, frames);
         if (recording.origin)
             checkDigits(name, frames, recording);
-        return Measured();
+        return true;
     });
     Measured best;
     for (int run = 0; run < runs; ++run) {
@@ -865,8 +839,8 @@ void compare(const Recording& recording, const QString& name, qint64 frames)
         best.plainSeconds = std::min(best.plainSeconds, measured.plainSeconds);
         best.memoryMb = std::max(best.memoryMb, measured.memoryMb);
     }
-    printRow(recording, best, static_cast<double>(QFile(name).size()) / 1e6,
-             static_cast<double>(frames));
+    reportRows(recording, best, static_cast<double>(QFile(name).size()) / 1e6,
+               static_cast<double>(frames));
     QFile::remove(name);
 }
 
@@ -880,14 +854,6 @@ int main(int argc, char** argv)
         std::fputs("usage: recordings [FRAMES]\n", stderr);
         return 2;
     }
-    std::printf(
-        "%lld frames, the same in each file; processor time in seconds, the fastest of %d runs. "
-        "*Memory* is\nthe growth of its peak. *Plain* is the time of a loop that only unpacks the "
-        "same bytes (zlib, gzip,\nzstd), reads the digits of the mapped file one by one (candump, "
-        "ASC), only reads the bytes and\nfinds the line breaks (TRC, CSV), or only reads them.\n\n"
-        "| | file, MB | time | MB/s of the file | million frames/s | memory, MB | plain | ratio to "
-        "plain | target | met |\n|---|---|---|---|---|---|---|---|---|---|\n",
-        static_cast<long long>(frames), runs);
     try {
         for (const Recording& recording : recordings)
             compare(recording, directory.filePath(QStringLiteral("recording")), frames);

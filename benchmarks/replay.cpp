@@ -2,6 +2,7 @@
 // statistics. Compares processor times with a loop over the digits of the log, see textFloors.h.
 // The argument is the number of frames in each log.
 
+#include "measuring.h"
 #include "textFloors.h"
 
 #include <engine/Session.h>
@@ -10,8 +11,6 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
-
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -29,17 +28,11 @@ namespace
 {
 
 constexpr int runs = 5;
-constexpr int signalBits[] = {16, 12, 8, 8, 4, 12, 4}; // of the signals of a message
 
-double processorSeconds()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto seconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
+/// The lengths of the signals of a message, in bits.
+using Layout = std::vector<int>;
+const Layout narrow = {16, 12, 8, 8, 4, 12, 4};
+const Layout wide = {32, 32};
 
 /// The times of a function in seconds, the fastest of several runs.
 struct Times {
@@ -68,7 +61,7 @@ quint32 idOf(int message)
 }
 
 /// Messages with 29-bit ids that have \a signalCount signals together.
-QVector<CatalogueMessage> messagesWith(int signalCount)
+QVector<CatalogueMessage> messagesWith(int signalCount, const Layout& layout = narrow)
 {
     QVector<CatalogueMessage> messages;
     for (int known = 0; known < signalCount;) {
@@ -77,7 +70,7 @@ QVector<CatalogueMessage> messagesWith(int signalCount)
         message.extended = true;
         message.size = 8;
         int bit = 0;
-        for (const int bits : signalBits) {
+        for (const int bits : layout) {
             if (known == signalCount)
                 break;
             CatalogueSignal signal;
@@ -93,8 +86,8 @@ QVector<CatalogueMessage> messagesWith(int signalCount)
     return messages;
 }
 
-/// Frames of \a ids messages in turn, whose data change slowly.
-std::vector<Frame> framesOf(int ids, int count)
+/// Frames of \a ids messages in turn, whose data change slowly or are random.
+std::vector<Frame> framesOf(int ids, int count, bool isRandom = false)
 {
     std::mt19937_64 random(1939);
     std::vector<quint64> data(static_cast<size_t>(ids));
@@ -107,7 +100,7 @@ std::vector<Frame> framesOf(int ids, int count)
         frame.length = 8;
         frame.nanoseconds = 1635188455000000000 + i * 100000LL;
         quint64& bytes = data[static_cast<size_t>(i % ids)];
-        bytes += random() & 0x0001000200030007U;
+        bytes += random() & (isRandom ? ~0ULL : 0x0001000200030007ULL);
         for (size_t byte = 0; byte < 8; ++byte)
             frame.data[byte] = static_cast<quint8>(bytes >> 8 * byte);
     }
@@ -180,12 +173,6 @@ private:
     size_t position = 0;
 };
 
-void printRow(const QString& name, double measured, const char* unit, double target)
-{
-    std::printf("| %s | %.2f %s | %.2f | %s |\n", qPrintable(name), measured, unit, target,
-                measured <= target ? "yes" : "**no**");
-}
-
 /// A log of a bus on which a few of 30 messages are described, compared with the loop over digits.
 template <void (TextFloor::*readText)(const char* text, const char* end)>
 void compareWithFloor(const QTemporaryDir& folder, int frames, bool isAsc, double target)
@@ -206,9 +193,16 @@ void compareWithFloor(const QTemporaryDir& folder, int frames, bool isAsc, doubl
     const Times whole = fastest([&] { sum += static_cast<quint64>(replay(name, described, 1)); });
     if (sum == 0)
         throw std::runtime_error("nothing was read");
-    printRow(QStringLiteral("%1, 1 thread, ratio of processor times")
-                 .arg(isAsc ? QStringLiteral("ASC") : QStringLiteral("candump")),
-             whole.processor / floor.processor, "", target);
+    const double mb = static_cast<double>(QFile(name).size()) / 1e6;
+    report({isAsc ? "replay of an ASC log" : "replay of a candump log",
+            "1 thread",
+            whole.processor / floor.processor,
+            "x loop over digits",
+            target,
+            {{"log, MB", mb},
+             {"time, s", whole.processor},
+             {"MB/s", mb / whole.processor},
+             {"loop over digits, s", floor.processor}}});
 }
 
 void measureUndescribed(int frames)
@@ -226,24 +220,41 @@ void measureUndescribed(int frames)
         });
     };
     const double seconds = take(true).processor - take(false).processor;
-    printRow(QStringLiteral("a frame that is not described, without reading it"),
-             seconds * 1e9 / frames, "ns", 30);
+    report({"frame that is not described",
+            "300 ids, without reading",
+            seconds * 1e9 / frames,
+            "ns",
+            30,
+            {{"frames", frames}}});
 }
 
-void measureValues(const QTemporaryDir& folder, int frames, int signalCount)
+/// Values of at most 16 bits that change slowly, or random ones of 32 bits, which hardly ever
+/// repeat.
+void measureValues(const QTemporaryDir& folder, int frames, int signalCount, bool isRandom)
 {
-    const QVector<CatalogueMessage> messages = messagesWith(signalCount);
+    const QVector<CatalogueMessage> messages = messagesWith(signalCount, isRandom ? wide : narrow);
     const QString name =
-        writeLog(folder, framesOf(static_cast<int>(messages.size()), frames), false);
+        writeLog(folder, framesOf(static_cast<int>(messages.size()), frames, isRandom), false);
     qint64 values = 0;
     const Times one = fastest([&] { values = replay(name, messages, 1); });
     const Times two = fastest([&] { values = replay(name, messages, 2); });
-    printRow(QStringLiteral("a value, %1 signals, 1 thread").arg(signalCount),
-             one.processor * 1e9 / static_cast<double>(values), "ns", 150);
-    printRow(QStringLiteral("a value, %1 signals, 2 threads").arg(signalCount),
-             two.processor * 1e9 / static_cast<double>(values), "ns", 150);
-    printRow(QStringLiteral("time of 2 threads relative to 1, %1 signals").arg(signalCount),
-             two.wall / one.wall, "", 0.6);
+    const QString signalsText = QStringLiteral("%1 signals").arg(signalCount);
+    for (const auto& [threads, times] : {std::pair("1 thread", one), std::pair("2 threads", two)})
+        report({isRandom ? "replay, random 32-bit value" : "replay, value of up to 16 bits",
+                QStringLiteral("%1, %2").arg(signalsText, QLatin1String(threads)),
+                times.processor * 1e9 / static_cast<double>(values),
+                "ns",
+                150,
+                {{"values", static_cast<double>(values)},
+                 {"processor time, s", times.processor},
+                 {"elapsed time, s", times.wall}}});
+    if (!isRandom)
+        report({"replay, time of 2 threads",
+                signalsText,
+                two.wall / one.wall,
+                "x 1 thread",
+                0.6,
+                {{"1 thread, s", one.wall}, {"2 threads, s", two.wall}}});
 }
 
 } // namespace
@@ -256,16 +267,13 @@ int main(int argc, char** argv)
         std::fputs("usage: replay [FRAMES]\n", stderr);
         return 2;
     }
-    std::printf(
-        "%d frames in each log; the fastest of %d runs. Reading is included unless the "
-        "row says otherwise.\n\n| | measured | target: at most | met |\n|---|---|---|---|\n",
-        frames, runs);
     try {
         compareWithFloor<&TextFloor::readCandump>(folder, frames, false, 2);
         compareWithFloor<&TextFloor::readAsc>(folder, frames, true, 4);
         measureUndescribed(frames);
-        for (const int signalCount : {10, 1000, 10000})
-            measureValues(folder, frames, signalCount);
+        for (const bool isRandom : {false, true})
+            for (const int signalCount : {10, 1000, 10000})
+                measureValues(folder, frames, signalCount, isRandom);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;
