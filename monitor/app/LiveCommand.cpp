@@ -11,6 +11,7 @@
 #include <QtCore/QTimer>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace monitor
@@ -32,13 +33,32 @@ const DisplayKind* displayFor(const LiveOptions& options)
     return kind;
 }
 
+using Publishers = std::vector<std::unique_ptr<SnapshotSink>>;
+
+/// Starts the publishers that \a options select, and prints where they publish. Returns an error
+/// message, which is empty if all could be started.
+[[nodiscard]] QString startPublishers(const LiveOptions& options, QTextStream& diagnostics,
+                                      Publishers& publishers)
+{
+    for (const GivenPublisher& given : options.publishers) {
+        QString note;
+        auto publisher = given.kind->start({given.value, options.bus.device}, note);
+        if (!publisher)
+            return note;
+        diagnostics << note << Qt::endl;
+        publishers.push_back(std::move(publisher));
+    }
+    return QString();
+}
+
 /// A run on a bus.
 class LiveRun
 {
 public:
     LiveRun(const LiveOptions& liveOptions, BusSource& busSource, PreparedRun& run,
-            QTextStream& messages)
-        : options(liveOptions),
+            Publishers startedPublishers, QTextStream& messages)
+        : publishers(std::move(startedPublishers)),
+          options(liveOptions),
           source(busSource),
           outputs(run.outputs),
           session(*run.session),
@@ -54,13 +74,15 @@ public:
         QEventLoop loop;
         const EndRequest endRequest([&loop] { loop.quit(); });
         // After endRequest, so that no signal can end the program before a display is closed.
-        const std::vector<std::unique_ptr<SnapshotSink>> sinks = makeSinks();
+        const std::unique_ptr<SnapshotSink> shown =
+            display == nullptr ? nullptr
+                               : display->make(session, {options.bus.name(), options.leastRating});
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
             session.takeAll(source);
             if (!isScreenUsed) // otherwise the display shows the remarks
                 outputs.printUrgent(session, diagnostics);
-            if (isOver() || !publish(sinks))
+            if (isOver() || !publish(shown.get()))
                 loop.quit();
         });
         timer.start(refreshPeriod);
@@ -68,35 +90,28 @@ public:
     }
 
 private:
-    /// The receivers of the run's snapshots.
-    std::vector<std::unique_ptr<SnapshotSink>> makeSinks() const
-    {
-        std::vector<std::unique_ptr<SnapshotSink>> sinks;
-        if (display != nullptr)
-            sinks.push_back(display->make(session, {options.bus.name(), options.leastRating}));
-        return sinks;
-    }
-
     bool isOver() const
     {
         return source.isLost() || static_cast<double>(source.now()) >= options.duration * 1e6 ||
                static_cast<double>(session.counts().total) >= options.frames;
     }
 
-    /// Passes the current state of the run to all \a sinks. Returns false if one of them ends it.
-    bool publish(const std::vector<std::unique_ptr<SnapshotSink>>& sinks)
+    /// Passes the current state of the run to the publishers and to the display \a shown, if there
+    /// is one. Returns false if one of them ends the run.
+    bool publish(SnapshotSink* shown)
     {
-        if (sinks.empty())
+        if (publishers.empty() && shown == nullptr)
             return true;
         const Snapshot snapshot = session.getSnapshot(source.takenAt());
         const BusState bus{options.bus.name(), source.takenAt(), source.loadPercent(),
                            options.bitRate};
-        bool isWanted = true;
-        for (const auto& sink : sinks)
-            isWanted = sink->take(snapshot, bus) && isWanted;
+        bool isWanted = shown == nullptr || shown->take(snapshot, bus);
+        for (const auto& publisher : publishers)
+            isWanted = publisher->take(snapshot, bus) && isWanted;
         return isWanted;
     }
 
+    const Publishers publishers;
     const LiveOptions& options;
     BusSource& source;
     RunOutputs& outputs;
@@ -112,6 +127,9 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
     QString error = run.error;
     if (error.isEmpty() && options.display != nullptr)
         error = options.display->check();
+    Publishers publishers;
+    if (error.isEmpty())
+        error = startPublishers(options, diagnostics, publishers);
     BusSource source(options.bus, options.bitRate);
     if (error.isEmpty())
         error = source.start();
@@ -120,7 +138,7 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
         return ExitCode::Failure;
     }
     diagnostics << options.bus.name() << ": connected" << Qt::endl;
-    LiveRun(options, source, run, diagnostics).watch();
+    LiveRun(options, source, run, std::move(publishers), diagnostics).watch();
     const bool isLost = source.isLost();
     source.stop();
     run.session->takeAll(source);

@@ -57,9 +57,12 @@ MONITOR = {
     "monitor/displays": ["monitor/views"],
     "monitor/displays/terminal": ["monitor/displays"],
     "monitor/displays/window": ["monitor/displays"],
+    "monitor/publishers": [],
+    "monitor/publishers/prometheus": ["monitor/engine", "monitor/publishers"],
     "monitor/app": ["monitor/app/arguments"],
     "monitor/app/arguments": [
         "monitor/outputs",
+        "monitor/publishers/prometheus",
         "monitor/displays/terminal",
         "monitor/displays/window",
         "monitor/sources/recording",
@@ -77,6 +80,7 @@ OTHERS = {
     "statistics/": ["monitor/engine"],
     "QtCharts/": ["monitor/views", "monitor/outputs", "monitor/displays/window"],
     "QtWidgets/": ["monitor/outputs", "monitor/displays/window", "monitor/app"],
+    "httplib.h": ["monitor/publishers/prometheus"],
     "QtSerialBus/": ["monitor/sources/bus"],
 }
 LONGEST_ROOM = 2500  # lines; a larger room should be split

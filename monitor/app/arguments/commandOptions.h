@@ -4,6 +4,7 @@
 #include "catalogue/readers.h"
 #include "displays.h"
 #include "outputs/outputs.h"
+#include "publishers.h"
 #include "sources/FrameFilter.h"
 #include "sources/bus/BusAddress.h"
 
@@ -24,6 +25,12 @@ struct GivenDescription {
 struct GivenOutput {
     const OutputKind* kind;
     QString path;
+};
+
+/// A publisher, and the value of its option.
+struct GivenPublisher {
+    const PublisherKind* kind;
+    QString value;
 };
 
 /// The options that do not depend on the source of the frames: descriptions, signals, outputs.
@@ -66,6 +73,7 @@ struct LiveOptions : MonitorOptions {
     double bitRate = 250000; ///< of the bus, from which its load is calculated
     /// Null: the first display in the table, if it is available and the printed output is a table.
     const DisplayKind* display = nullptr;
+    QVector<GivenPublisher> publishers;
     int leastRating = 50;        ///< signals with a lower rating are highlighted
     double duration = unlimited; ///< in seconds
     double frames = unlimited;   ///< the run ends when at least that many have been received

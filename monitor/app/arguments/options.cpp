@@ -445,6 +445,19 @@ QVector<OptionRow> busRows()
     };
 }
 
+QVector<OptionRow> publisherRows()
+{
+    QVector<OptionRow> rows;
+    for (const PublisherKind& kind : publisherKinds()) {
+        rows.append({kind.name, kind.valueName, QString::fromLatin1(kind.help), watchingCommands,
+                     Occurrence::AtMostOnce, [&kind](const QString& value, Options& options) {
+                         options.publishers.append({&kind, value});
+                         return kind.check(value);
+                     }});
+    }
+    return rows;
+}
+
 /// The options for descriptions as they are typed, such as "--eds FILE.eds --node N", either for
 /// all formats or only for those that need a node.
 QString descriptionUsages(bool onlyWithNode)
@@ -471,7 +484,7 @@ QString OptionRow::usage() const
 const QVector<OptionRow>& optionRows()
 {
     static const QVector<OptionRow> rows =
-        descriptionRows() + frameRows() + signalRows() + outputRows() + busRows();
+        descriptionRows() + frameRows() + signalRows() + outputRows() + busRows() + publisherRows();
     return rows;
 }
 

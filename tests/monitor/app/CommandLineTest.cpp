@@ -113,6 +113,7 @@ QVector<OptionCase> optionCases()
         {"to", reading + QStringList{"show"}, moments, notMoments},
         {"periods", decoding, {}, {}},
         {"display", {"live"}, {"terminal", "window"}, {"", "printer"}},
+        {"metrics", watching, {"127.0.0.1:9464", "9464"}, {"", "127.0.0.1", "host:http"}},
         {"highlight", watching, {"0", "100"}, {"", "-1", "101", "x", "1.5"}},
         {"speed", {"send"}, {"2.5", "max"}, {"", "0", "-1", "inf", "nan", "fast"}},
     };

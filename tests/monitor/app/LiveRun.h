@@ -36,6 +36,9 @@ public:
         return diagnostics.contains(text);
     }
 
+    /// The diagnostic messages until the connection.
+    const QString& messages() const { return diagnostics; }
+
     MonitorRun end()
     {
         process.terminate();
