@@ -1,8 +1,8 @@
 #pragma once
 
 #include <catalogue/Catalogue.h>
+#include <catalogue/DatatypeChoice.h>
 #include <decoding/Decoder.h>
-#include <engine/DatatypeChoice.h>
 
 #include <cstdlib>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "SignalValues.h"
 
-#include "DatatypeChoice.h"
+#include "catalogue/DatatypeChoice.h"
 #include "counts/CountedMoments.h"
 #include "counts/NarrowCounts.h"
 #include "counts/ValueCounts.h"

@@ -2,8 +2,8 @@
 #include "counts/exactMoments.h"
 #include "statisticsOf.h"
 
+#include <catalogue/DatatypeChoice.h>
 #include <decoding/RawValue.h>
-#include <engine/DatatypeChoice.h>
 #include <engine/Session.h>
 #include <engine/SignalValues.h>
 #include <views/statisticsFields.h>

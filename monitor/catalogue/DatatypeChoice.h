@@ -1,6 +1,6 @@
 #pragma once
 
-#include "catalogue/Description.h"
+#include "Description.h"
 
 #include <cansupport/CANopenDataType.h>
 

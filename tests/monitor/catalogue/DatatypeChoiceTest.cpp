@@ -1,6 +1,6 @@
-#include "../catalogue/Descriptions.h"
+#include "Descriptions.h"
 
-#include <engine/DatatypeChoice.h>
+#include <catalogue/DatatypeChoice.h>
 
 #include <vantrel/signal/GenericSignalImpl.h>
 
