@@ -7,6 +7,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+#include <array>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -55,6 +56,13 @@ struct SignalSeries {
     QVector<qint64> microseconds; ///< when each was seen, noTime if unknown
 };
 
+/// Whether \a microseconds is in the range of recorded times, which is that of nanoseconds.
+constexpr bool isRecordedTime(qint64 microseconds)
+{
+    constexpr qint64 farthest = std::numeric_limits<qint64>::max() / 1000;
+    return microseconds >= -farthest && microseconds <= farthest;
+}
+
 /// Counts of frames, and of unreadable parts of a recording.
 struct FrameCounts {
     qint64 total = 0;      ///< data and remote frames
@@ -64,6 +72,21 @@ struct FrameCounts {
     qint64 unreadable = 0; ///< unreadable parts of a recording, such as lines
     TransportCounts transport{};
 };
+
+/// Pointers to all of \a counts, in the order of saved runs and summaries.
+template <typename Counts>
+auto pointersTo(Counts& counts)
+{
+    return std::array{&counts.total,
+                      &counts.decoded,
+                      &counts.dropped,
+                      &counts.errors,
+                      &counts.unreadable,
+                      &counts.transport.messages,
+                      &counts.transport.lost,
+                      &counts.transport.outOfOrder,
+                      &counts.transport.interrupted};
+}
 
 /// How many frames of an id were not decoded.
 struct UndecodedId {

@@ -2,6 +2,7 @@
 
 #include "PlainRecord.h"
 #include "decoding/RawValue.h"
+#include "engine/counts/varint.h"
 
 #include <vantrel/values/CANopenObjectValue.h>
 #include <vantrel/values/J1939Value.h>
@@ -262,7 +263,8 @@ QString SavedRunReader::readValue(SignalRegistry& registry)
 {
     quint64 key = 0;
     quint64 difference = 0;
-    const bool isRead = readVarint(key) && ((key & 1) == 0 || readVarint(difference));
+    const bool isRead =
+        readVarint(at, blockEnd, key) && ((key & 1) == 0 || readVarint(at, blockEnd, difference));
     const quint64 number = key >> 1;
     if (isRead && number >= readSignals.size())
         return QStringLiteral("a value of an unknown signal");
@@ -284,29 +286,11 @@ QString SavedRunReader::readValue(SignalRegistry& registry)
     return record(registry, signal, bits, previous);
 }
 
-/// Reads a number of up to 64 bits in groups of seven bits, the lowest first. All but the last have
-/// bit 7 set.
-bool SavedRunReader::readVarint(quint64& number)
-{
-    constexpr int groupBits = 7;
-    constexpr quint64 more = quint64{1} << groupBits;
-    number = 0;
-    for (int shift = 0; at < blockEnd && shift < bitsInWord; shift += groupBits) {
-        const quint64 group = *at & (more - 1);
-        if (group << shift >> shift != group)
-            return false;
-        number |= group << shift;
-        if ((*at++ & more) == 0)
-            return true;
-    }
-    return false;
-}
-
 QString SavedRunReader::record(SignalRegistry& registry, const ReadSignal& signal, quint64 bits,
                                std::optional<qint64> microseconds)
 {
     constexpr qint64 nanosecondsPerMicrosecond = 1000;
-    if (microseconds && !isSavedTime(*microseconds))
+    if (microseconds && !isRecordedTime(*microseconds))
         return QStringLiteral("time out of range");
     if (signal.layout.isFloat && !std::isfinite(signal.found->values.front()->scaled(bits)))
         return QStringLiteral("a value is not finite");

@@ -54,7 +54,6 @@ private:
     QString readBlocks(SignalRegistry& registry);
     QString readBlock(SignalRegistry& registry, qint64 end);
     QString readValue(SignalRegistry& registry);
-    bool readVarint(quint64& number);
     QString record(SignalRegistry& registry, const ReadSignal& signal, quint64 bits,
                    std::optional<qint64> microseconds);
     void choose(const std::optional<Moment>& from, const std::optional<Moment>& to, qint64 first);

@@ -3,6 +3,8 @@
 #include "SavedSignal.h"
 #include "text/WholeFile.h"
 
+#include "engine/counts/varint.h"
+
 #include <QtCore/QtEndian>
 
 namespace monitor
@@ -13,16 +15,6 @@ namespace
 
 constexpr int bitsInByte = 8;
 constexpr int bitsInWord = 64;
-
-/// Writes \a number in groups of seven bits, the lowest first. All but the last have bit 7 set.
-quint8* writeVarint(quint8* to, quint64 number)
-{
-    constexpr quint64 more = 0x80;
-    for (; number >= more; number >>= 7)
-        *to++ = static_cast<quint8>(number | more);
-    *to++ = static_cast<quint8>(number);
-    return to;
-}
 
 /// 0, -1, 1, -2, 2 and so on become 0, 1, 2, 3, 4.
 quint64 zigzag(qint64 number)

@@ -161,16 +161,6 @@ bool readOrigin(QDataStream& stream, SavedSignal& signal)
     return source >= noSource && source <= lastSource;
 }
 
-/// Calls \a call with each of the counts, in the order of the file.
-template <typename Counts, typename Call>
-void forEachCount(Counts& counts, Call call)
-{
-    for (auto* count : {&counts.total, &counts.decoded, &counts.dropped, &counts.errors,
-                        &counts.unreadable, &counts.transport.messages, &counts.transport.lost,
-                        &counts.transport.outOfOrder, &counts.transport.interrupted})
-        call(*count);
-}
-
 } // namespace
 
 void configureForSavedRun(QDataStream& stream)
@@ -180,15 +170,16 @@ void configureForSavedRun(QDataStream& stream)
 
 void write(QDataStream& stream, const SavedStart& start)
 {
-    forEachCount(start.counts, [&stream](qint64 count) { stream << count; });
+    for (const qint64* count : pointersTo(start.counts))
+        stream << *count;
     stream << start.firstTime.has_value() << start.firstTime.value_or(0);
 }
 
 QString read(QDataStream& stream, SavedStart& start)
 {
     bool areValid = true;
-    forEachCount(start.counts,
-                 [&](qint64& count) { areValid = areValid && readUpTo(stream, lastCount, count); });
+    for (qint64* count : pointersTo(start.counts))
+        areValid = areValid && readUpTo(stream, lastCount, *count);
     if (!areValid || start.counts.decoded > start.counts.total)
         return QStringLiteral("invalid frame counts");
     bool hasTime = false;
@@ -196,7 +187,7 @@ QString read(QDataStream& stream, SavedStart& start)
     if (!readFlag(stream, hasTime))
         return QStringLiteral("invalid flag");
     stream >> time;
-    if (hasTime && !isSavedTime(time))
+    if (hasTime && !isRecordedTime(time))
         return QStringLiteral("time out of range");
     if (hasTime)
         start.firstTime = time;

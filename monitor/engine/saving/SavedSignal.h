@@ -47,13 +47,6 @@ struct SavedEnd {
     QVector<UndecodedId> undecoded; ///< most frequent first
 };
 
-/// Whether \a microseconds is in the range of recorded times, which is that of nanoseconds.
-constexpr bool isSavedTime(qint64 microseconds)
-{
-    constexpr qint64 farthest = std::numeric_limits<qint64>::max() / 1000;
-    return microseconds >= -farthest && microseconds <= farthest;
-}
-
 /// Sets the version and the byte order of a stream for the functions below.
 void configureForSavedRun(QDataStream& stream);
 
