@@ -42,6 +42,11 @@ MonitoredSignal::MonitoredSignal(const MessageHeader& message,
     empty.offset = signal.scaling.offset;
     empty.isFloat = signal.layout.isFloat;
     empty.limits = signal.rules.limits;
+    scaleTexts();
+}
+
+void MonitoredSignal::scaleTexts()
+{
     for (auto text = signal.valueTexts.begin(); text != signal.valueTexts.end(); ++text)
         empty.valueTexts.insert(recorded->scaled(text.key()), text.value());
 }
@@ -80,6 +85,24 @@ void MonitoredSignal::setBus(const QString& name)
     newestStatistics.reset();
 }
 
+void MonitoredSignal::addTexts(const QString& comment, const QHash<quint64, QString>& texts)
+{
+    const auto isBetter = [](const QString& text, const QString& known) {
+        return known.isEmpty() || (!text.isEmpty() && text < known);
+    };
+    if (isBetter(comment, signal.comment))
+        signal.comment = comment;
+    if (texts == signal.valueTexts)
+        return;
+    for (auto text = texts.begin(); text != texts.end(); ++text) {
+        QString& known = signal.valueTexts[text.key()];
+        if (isBetter(text.value(), known))
+            known = text.value();
+    }
+    scaleTexts();
+    newestStatistics.reset();
+}
+
 void MonitoredSignal::clear()
 {
     recorded->clear();
@@ -99,7 +122,9 @@ std::shared_ptr<const SignalStatistics> MonitoredSignal::getStatistics(double k,
     statistics->notAvailable = recorded->notAvailableCount();
     statistics->errors = recorded->errorCount();
     if (statistics->count > 0) {
-        statistics->newestMeaning = signal.valueTexts.value(recorded->newestBits());
+        statistics->isNewestKnown = recorded->isNewestKnown();
+        if (statistics->isNewestKnown)
+            statistics->newestMeaning = signal.valueTexts.value(recorded->newestBits());
         recorded->getStatistics(k, moments, *statistics);
     }
     newestStatistics = statistics;

@@ -31,6 +31,10 @@ public:
     /// The name, source, unit and so on, without statistics.
     const SignalStatistics& identity() const { return empty; }
 
+    /// Adds what another run says about the signal. Of two different comments, or texts of one
+    /// value, the first one in the order of QString that is not empty remains.
+    void addTexts(const QString& comment, const QHash<quint64, QString>& texts);
+
     /// Names the bus of the signal in its statistics.
     void setBus(const QString& name);
 
@@ -64,6 +68,7 @@ public:
 private:
     void keep(quint64 bits, qint64 microseconds) override;
     int surplus() const;
+    void scaleTexts();
 
     CatalogueSignal signal;
     MessageHeader header;

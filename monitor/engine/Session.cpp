@@ -383,11 +383,37 @@ void Session::setCounts(const FrameCounts& counts, const QVector<UndecodedId>& u
     savedUndecoded = undecodedIds;
 }
 
-QVector<UndecodedId> Session::undecodedIds() const
+void Session::ignoreOrder()
+{
+    for (const int signal : signalRegistry.sorted())
+        signalRegistry.at(signal).values().ignoreOrder();
+}
+
+void Session::addCounts(const FrameCounts& counts)
+{
+    const auto added = pointersTo(counts);
+    const auto sums = pointersTo(counted);
+    for (size_t i = 0; i < sums.size(); ++i)
+        *sums[i] += *added[i];
+}
+
+quint16 Session::addBus(const QString& name)
+{
+    const auto known = busNames.indexOf(name);
+    if (known >= 0)
+        return static_cast<quint16>(known);
+    busNames += name;
+    hasSeveralBuses = busNames.size() > 1;
+    signalRegistry.setBuses(busNames, hasSeveralBuses);
+    return static_cast<quint16>(busNames.size() - 1);
+}
+
+/// The ids with their \a names of buses, unless these are empty.
+QVector<UndecodedId> Session::undecodedIds(const QStringList& names) const
 {
     UndecodedFrames all = undecoded;
     routes.addUndecodedTo(all);
-    return savedUndecoded + all.sorted(shownBuses());
+    return savedUndecoded + all.sorted(names);
 }
 
 QVector<IdStatistics> Session::calcIdStatistics() const

@@ -5,6 +5,7 @@
 #include "SignalRegistry.h"
 #include "Snapshot.h"
 #include "can/TransportProtocol.h"
+#include "catalogue/RunOrigin.h"
 #include "counts/SpillFile.h"
 #include "sources/FrameSource.h"
 
@@ -62,13 +63,30 @@ public:
     bool isComplete() const { return complete; }
 
     /// The ids of the frames that were not decoded, most frequent first.
-    QVector<UndecodedId> undecodedIds() const;
+    QVector<UndecodedId> undecodedIds() const { return undecodedIds(shownBuses()); }
 
     /// The counts so far.
     FrameCounts counts() const;
 
     /// Sets the counts to those of a saved run.
     void setCounts(const FrameCounts& counts, const QVector<UndecodedId>& undecodedIds);
+
+    /// Adds the counts of a run that is merged into this one.
+    void addCounts(const FrameCounts& counts);
+    void addUndecoded(const BusId& id, qint64 frames) { undecoded.add(id, frames); }
+
+    /// The number of the bus \a name of such a run, which is added if it is new. Signals and ids
+    /// show their buses if there are several.
+    quint16 addBus(const QString& name);
+
+    /// The same as undecodedIds(), but the buses are always named, if their names are known.
+    QVector<UndecodedId> undecodedIdsByBus() const { return undecodedIds(busNames); }
+
+    /// Makes the statistics independent of the order of values, see SignalValues::ignoreOrder().
+    void ignoreOrder();
+
+    /// The origin of the run, which does not affect its statistics.
+    RunOrigin& origin() { return runOrigin; }
 
     /// Lines for the user: one for each PGN whose frames could belong to several messages, and were
     /// decoded as the first of them; and about the temporary file, if it was used.
@@ -92,6 +110,7 @@ public:
 private:
     class BlockReader;
 
+    QVector<UndecodedId> undecodedIds(const QStringList& names) const;
     Snapshot snapshotOf(std::optional<qint64> now);
     void updateRows(Moments moments);
     void updateRow(int row, Moments moments);
@@ -122,6 +141,7 @@ private:
     std::optional<quint16> firstBus;
     bool hasSeveralBuses = false;
     bool complete = true;
+    RunOrigin runOrigin;
     QVector<UndecodedId> savedUndecoded;  // of a saved run
     UndecodedFrames undecoded;            // corrections of the counts of the routes
     std::unique_ptr<FrameIds> ids;        // null: not collected

@@ -61,19 +61,21 @@ void SignalRegistry::setBuses(const QStringList& names, bool areShown)
     showsBuses = areShown;
     if (!showsBuses)
         return;
-    for (const auto& message : messages) {
-        for (const auto& signal : message.second->bySignal) {
+    for (const auto& message : owned) {
+        for (const auto& signal : message->bySignal) {
             if (signal)
-                signal->setBus(busNames.value(message.second->bus));
+                signal->setBus(busNames.value(message->bus));
         }
     }
     order.clear();
 }
 
-MessageSignals& SignalRegistry::add(std::unique_ptr<MonitoredSignal> signal)
+MessageSignals& SignalRegistry::add(std::unique_ptr<MonitoredSignal> signal, quint16 bus)
 {
-    MessageSignals& added = addMessage(-1, 0, signal->identity().source, 1);
+    MessageSignals& added = addMessage(-1, bus, signal->identity().source, 1);
     added.values.front() = &signal->values();
+    if (showsBuses)
+        signal->setBus(busNames.value(bus));
     added.bySignal.front() = std::move(signal);
     ++seen;
     return added;

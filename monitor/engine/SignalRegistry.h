@@ -74,8 +74,17 @@ public:
     /// contain the name only if \a areShown.
     void setBuses(const QStringList& names, bool areShown);
 
-    /// Adds a signal of a saved run. It is the only one of its message.
-    MessageSignals& add(std::unique_ptr<MonitoredSignal> signal);
+    /// Adds a signal of a saved run, or of a summary. It is the only one of its message.
+    MessageSignals& add(std::unique_ptr<MonitoredSignal> signal, quint16 bus = 0);
+
+    /// The name of the bus of the signal with this number, also if it is not shown; empty if
+    /// unknown.
+    QString busOf(int signal) const
+    {
+        const QString& shown = at(signal).identity().bus;
+        return shown.isEmpty() ? busNames.value(places[static_cast<size_t>(signal)].found->bus)
+                               : shown;
+    }
 
     /// The signal with this number, which must have been seen.
     MonitoredSignal& at(int signal) const;

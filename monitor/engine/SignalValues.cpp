@@ -52,16 +52,18 @@ public:
 
     void getStatistics(double k, Moments moments, SignalStatistics& statistics) const override
     {
-        statistics.newest = scaled(newestBits());
+        if (isNewestKnown())
+            statistics.newest = scaled(newestBits());
         const bool areAllCounted = !wide || wide->isComplete();
-        if (hasCounted || (moments == Moments::Exact && areAllCounted))
+        if (hasCounted || isOrderIgnored || (moments == Moments::Exact && areAllCounted))
             getCounted(statistics);
         else
             getRunning(statistics);
         statistics.median = median();
         statistics.lowerThreshold = statistics.average - statistics.deviation * k;
         statistics.upperThreshold = statistics.average + statistics.deviation * k;
-        statistics.rating = rate(statistics);
+        if (isNewestKnown())
+            statistics.rating = rate(statistics);
         statistics.deviators =
             countLess(statistics.lowerThreshold) + countGreater(statistics.upperThreshold);
     }
@@ -95,25 +97,6 @@ private:
             wide->clear();
         if (kept)
             kept->clear();
-    }
-
-    // Raw values are counted by keys, whose order is that of the raw numbers.
-
-    quint64 signBit() const { return quint64{1} << (length - 1); }
-    quint64 mask() const { return signBit() | (signBit() - 1); }
-
-    quint64 keyOf(quint64 bits) const
-    {
-        if (isFloat)
-            return (bits & signBit()) == 0 ? bits | signBit() : (0 - bits) & mask(); // -0 equals 0
-        return isSigned ? bits ^ signBit() : bits;
-    }
-
-    quint64 bitsOf(quint64 key) const
-    {
-        if (isFloat)
-            return (key & signBit()) != 0 ? key ^ signBit() : (0 - key) & mask();
-        return isSigned ? key ^ signBit() : key;
     }
 
     N element(quint64 bits) const { return static_cast<N>(scaled(bits)); }
@@ -153,6 +136,9 @@ private:
         statistics.maximum = hasNumbers ? greatest : 0;
     }
 
+    /// Whether the median and the deviators are those of the kept values.
+    bool isLimited() const { return kept && !isOrderIgnored; }
+
     /// The number of the first values, in order of their keys, that satisfy \a isBefore.
     template <typename IsBefore>
     qint64 countWhile(IsBefore isBefore) const
@@ -166,7 +152,7 @@ private:
 
     qint64 countLess(double limit) const
     {
-        if (kept)
+        if (isLimited())
             return kept->below(limit);
         if (factor >= 0)
             return countWhile([=](double value) { return value < limit; });
@@ -175,7 +161,7 @@ private:
 
     qint64 countGreater(double limit) const
     {
-        if (kept)
+        if (isLimited())
             return kept->above(limit);
         if (factor < 0)
             return countWhile([=](double value) { return value > limit; });
@@ -184,7 +170,7 @@ private:
 
     double median() const
     {
-        if (kept)
+        if (isLimited())
             return kept->median();
         const N upper = element(bitsOf(keyAt(count() / 2)));
         if (count() % 2 == 1)
@@ -234,6 +220,8 @@ public:
                        SignalStatistics& statistics) const override
     {
         statistics.isPassedThrough = true;
+        if (!isNewestKnown())
+            return;
         const QVariant value = rawValueOf(newestBits(), layout);
         const bool isBytes = value.userType() == QMetaType::QByteArray;
         statistics.newestText =
@@ -272,7 +260,7 @@ void SignalValues::clear()
     clearStatistics();
     recorded = notAvailable = errors = 0;
     seenTimes = SeenTimes();
-    hasCounted = false;
+    hasCounted = isOrderIgnored = false;
     isChanged = true;
 }
 
@@ -289,6 +277,13 @@ void SignalValues::addTimes(const SeenTimes& other)
     seenTimes.first = std::min(seenTimes.first, other.first);
     if (other.areKnown())
         seenTimes.add(other.last, other.newestBits);
+    ignoreOrder();
+}
+
+void SignalValues::ignoreOrder()
+{
+    isChanged = isChanged || !isOrderIgnored;
+    isOrderIgnored = true;
     newest = seenTimes.newestBits;
 }
 

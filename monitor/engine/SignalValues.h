@@ -106,9 +106,16 @@ public:
     /// When values were recorded. Those of other runs are added with addTimes().
     const SeenTimes& times() const { return seenTimes; }
 
-    /// Adds the times of values that were added with addCount(). The newest value of all is then
-    /// the one with the latest time.
+    /// Adds the times of values that were added with addCount(), and calls ignoreOrder().
     void addTimes(const SeenTimes& other);
+
+    /// Makes the statistics independent of the order of values: the newest value is the one with
+    /// the latest time, moments are exact, and the median and the deviators are those of all values
+    /// even if only the newest are kept.
+    void ignoreOrder();
+
+    /// Whether the newest value is known. If it is the one with the latest time, a time must be.
+    bool isNewestKnown() const { return !isOrderIgnored || seenTimes.areKnown(); }
 
     /// Passes each value to \a valueKeeper, which must outlive this object.
     void setKeeper(ValueKeeper* valueKeeper) { keeper = valueKeeper; }
@@ -122,7 +129,7 @@ public:
     /// The number of values.
     qint64 count() const { return recorded; }
 
-    /// The newest value. There must be one.
+    /// The newest value, if it is known. There must be one.
     quint64 newestBits() const { return newest; }
 
     /// How often the sender had no value, and how often it reported an error instead.
@@ -135,6 +142,25 @@ public:
 
     /// Whether anything was recorded or deleted since the last call.
     bool takeChange() { return std::exchange(isChanged, false); }
+
+    // Raw values are counted by keys, whose order is that of the raw numbers.
+
+    quint64 keyOf(quint64 bits) const
+    {
+        if (isFloat)
+            return (bits & signBit()) == 0 ? bits | signBit() : (0 - bits) & mask(); // -0 equals 0
+        return isSigned ? bits ^ signBit() : bits;
+    }
+
+    quint64 bitsOf(quint64 key) const
+    {
+        if (isFloat)
+            return (key & signBit()) != 0 ? key ^ signBit() : (0 - key) & mask();
+        return isSigned ? key ^ signBit() : key;
+    }
+
+    /// The greatest key.
+    quint64 mask() const { return signBit() | (signBit() - 1); }
 
     // The library scales in the data type of the signal. This type is chosen so that the result is
     // the same as in double, see datatypeOf().
@@ -170,6 +196,11 @@ public:
     }
 
 protected:
+    quint64 signBit() const
+    {
+        return quint64{1} << (length - 1);
+    }
+
     explicit SignalValues(const CatalogueSignal& signal);
 
     virtual void add(quint64 bits) = 0;
@@ -183,6 +214,7 @@ protected:
     bool isFloat;
     quint8 length;           // in bits
     bool hasCounted = false; // whether addCount() was called
+    bool isOrderIgnored = false;
 
 private:
     bool isChanged = true;

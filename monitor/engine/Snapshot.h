@@ -29,6 +29,8 @@ struct SignalStatistics {
     QMap<double, QString> valueTexts; ///< the described meanings of values, in the unit
 
     qint64 count = 0; ///< the number of measured values; if 0, the statistics below are 0 too
+    bool isNewestKnown =
+        true; ///< false: merged from runs without times; then newest and rating are 0
     double newest = 0;
     QString newestMeaning;              ///< the described meaning of the newest value; may be empty
     bool isPassedThrough = false;       ///< true: there is only a newest value, in the next two

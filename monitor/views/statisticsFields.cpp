@@ -27,9 +27,12 @@ QVector<QJsonValue> statisticsOf(const SignalStatistics& statistics)
             fields[0] = *statistics.newestNumber;
         return fields;
     }
-    return {statistics.newest,   statistics.average,        statistics.deviation,
-            statistics.minimum,  statistics.maximum,        statistics.median,
-            statistics.rating,   statistics.lowerThreshold, statistics.upperThreshold,
+    const auto ofNewest = [&statistics](const QJsonValue& value) {
+        return statistics.isNewestKnown ? value : QJsonValue(QJsonValue::Null);
+    };
+    return {ofNewest(statistics.newest), statistics.average,        statistics.deviation,
+            statistics.minimum,          statistics.maximum,        statistics.median,
+            ofNewest(statistics.rating), statistics.lowerThreshold, statistics.upperThreshold,
             statistics.deviators};
 }
 

@@ -26,6 +26,8 @@ QString formatMedianOf(const SignalStatistics& statistics)
 
 QString formatNewest(const SignalStatistics& statistics)
 {
+    if (!statistics.isNewestKnown)
+        return QString();
     const QString value = formatValue(statistics, statistics.newest);
     return statistics.newestMeaning.isEmpty()
                ? value
@@ -42,7 +44,7 @@ QStringList statisticsOf(const SignalStatistics& statistics)
         formatValue(statistics, statistics.minimum),
         formatValue(statistics, statistics.maximum),
         formatMedianOf(statistics),
-        QString::number(statistics.rating),
+        statistics.isNewestKnown ? QString::number(statistics.rating) : QString(),
         formatComputed(statistics.lowerThreshold) + " .. " +
             formatComputed(statistics.upperThreshold),
         QString::number(statistics.deviators),

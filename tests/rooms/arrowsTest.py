@@ -52,6 +52,7 @@ MONITOR = {
     "monitor/engine/outline": [],
     "monitor/engine/pipeline": [],
     "monitor/engine/saving": ["monitor/engine"],
+    "monitor/engine/summary": ["monitor/engine"],
     "monitor/views": ["monitor/engine"],
     "monitor/outputs": ["monitor/views", "monitor/engine/saving"],
     "monitor/displays": ["monitor/views"],
@@ -78,6 +79,7 @@ TABLES = {
 OTHERS = {
     "vantrel/": ["monitor/engine", "monitor/engine/saving"],
     "statistics/": ["monitor/engine"],
+    "sqlite3.h": ["monitor/engine/summary"],
     "QtCharts/": ["monitor/views", "monitor/outputs", "monitor/displays/window"],
     "QtWidgets/": ["monitor/outputs", "monitor/displays/window", "monitor/app"],
     "httplib.h": ["monitor/publishers/prometheus"],
