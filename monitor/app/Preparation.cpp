@@ -2,6 +2,9 @@
 
 #include "catalogue/ConfigFile.h"
 
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QHash>
 #include <QtCore/QPair>
 
@@ -46,6 +49,15 @@ private:
     QHash<QPair<QString, QPair<bool, quint32>>, QString> origins;
 };
 
+/// Adds the hash of the file to the origin of a run.
+void addHash(const QString& fileName, RunOrigin& origin)
+{
+    QFile file(fileName);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    if (file.open(QIODevice::ReadOnly) && hash.addData(&file))
+        origin.descriptions.insert({QFileInfo(fileName).fileName(), hash.result()});
+}
+
 /// Whether the same file is given again after \a given, for the same bus and node if any. Only the
 /// last one is used, so --j1939 and --plain replace --dbc.
 bool isReplaced(const GivenDescription& given, const QVector<GivenDescription>& all)
@@ -59,7 +71,7 @@ bool isReplaced(const GivenDescription& given, const QVector<GivenDescription>& 
 
 /// Reads all description files. Returns an error message, or an empty string on success.
 QString readDescriptions(const MonitorOptions& options, QTextStream& diagnostics,
-                         Catalogue& catalogue)
+                         Preparation& prepared)
 {
     KnownMessages known;
     for (const GivenDescription& given : options.descriptions) {
@@ -73,8 +85,9 @@ QString readDescriptions(const MonitorOptions& options, QTextStream& diagnostics
             diagnostics << read.note << '\n';
         if (!read.error.isEmpty())
             return read.error;
+        addHash(given.file.fileName, prepared.origin);
     }
-    catalogue = Catalogue(known.descriptions());
+    prepared.catalogue = Catalogue(known.descriptions());
     return QString();
 }
 
@@ -86,6 +99,7 @@ QString applyConfig(const QString& fileName, Preparation& prepared)
     const Config config = readConfigFile(fileName);
     if (!config.error.isEmpty())
         return config.error;
+    addHash(fileName, prepared.origin);
     prepared.k = config.k.value_or(prepared.k);
     const QString error = prepared.catalogue.apply(config.settings);
     return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
@@ -150,7 +164,7 @@ void printMissingBuses(const MonitorOptions& options, const FrameSource& source,
 
 QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Preparation& prepared)
 {
-    QString error = readDescriptions(options, diagnostics, prepared.catalogue);
+    QString error = readDescriptions(options, diagnostics, prepared);
     if (error.isEmpty())
         error = applyConfig(options.config, prepared);
     if (error.isEmpty())
@@ -164,6 +178,7 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
     if (error.isEmpty() && options.keptRecords > 0)
         printMemoryOfKept(options.keptRecords, countOfSignals(prepared.catalogue), diagnostics);
     prepared.catalogue.setKeptRecords(options.keptRecords);
+    prepared.origin.programs.insert(QStringLiteral(VANTREL_VERSION));
     prepared.k = options.k.value_or(prepared.k);
     return error;
 }
@@ -175,6 +190,7 @@ PreparedRun prepareRun(const MonitorOptions& options, QTextStream& output, QText
     if (run.error.isEmpty())
         run.error = run.outputs.check();
     run.session = std::make_unique<Session>(prepared.catalogue.messages(), prepared.k);
+    run.session->origin() = prepared.origin;
     run.outputs.connectTo(*run.session);
     if (options.subject != MonitorOptions::Subject::Signals)
         run.session->collectIds();

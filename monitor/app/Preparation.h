@@ -3,6 +3,7 @@
 #include "RunOutputs.h"
 #include "arguments/commandOptions.h"
 #include "catalogue/Catalogue.h"
+#include "catalogue/RunOrigin.h"
 
 #include <QtCore/QTextStream>
 
@@ -12,6 +13,7 @@ namespace monitor
 /// The result of reading the descriptions and the configuration of a run.
 struct Preparation {
     Catalogue catalogue;
+    RunOrigin origin;
     double k = 3; ///< half the width of the band, in deviations
 };
 

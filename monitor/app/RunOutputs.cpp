@@ -24,10 +24,19 @@ RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
     for (const GivenOutput& given : options.files)
         outputs.push_back(given.kind->make({nullptr, given.path}));
     using Subject = MonitorOptions::Subject;
-    outputs.push_back(
-        options.subject == Subject::Signals
-            ? options.printed->make({&output})
-            : options.printed->makeIds({&output}, options.subject == Subject::Messages));
+    switch (options.subject) {
+    case Subject::Signals:
+        outputs.push_back(options.printed->make({&output}));
+        break;
+    case Subject::Messages:
+    case Subject::Ids:
+        outputs.push_back(
+            options.printed->makeIds({&output}, options.subject == Subject::Messages));
+        break;
+    case Subject::Counts:
+        outputs.push_back(options.printed->makeCounts({&output}));
+        break;
+    }
 }
 
 void RunOutputs::connectTo(Session& session)

@@ -4,6 +4,7 @@
 #include "Preparation.h"
 #include "RunOutputs.h"
 #include "engine/saving/SavedRunReader.h"
+#include "engine/summary/SummaryReader.h"
 #include "sources/bus/BusConnection.h"
 #include "sources/bus/BusSender.h"
 #include "sources/recording/Recordings.h"
@@ -14,6 +15,7 @@
 #include <QtCore/QThread>
 
 #include <algorithm>
+#include <memory>
 
 namespace monitor
 {
@@ -71,6 +73,118 @@ void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStrea
     output << "sent        " << sender.sent() << '\n'
            << "not sent    " << counts.errorFrames << " error frame(s), " << sender.skipped()
            << " frame(s) of invalid length\n";
+}
+
+ExitCode showSavedRun(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
+{
+    const QString& fileName = options.inputs.constFirst();
+    RunOutputs outputs(options, output);
+    QFile file(fileName);
+    SavedRunReader reader(file);
+    QString error = outputs.check();
+    if (error.isEmpty()) {
+        error = reader.open();
+        if (!error.isEmpty())
+            error.prepend(fileName + QStringLiteral(": "));
+    }
+    if (!error.isEmpty()) {
+        diagnostics << error << '\n';
+        return ExitCode::Failure;
+    }
+    Session session({}, options.k.value_or(reader.k())); // decodes nothing
+    session.origin().programs.insert(QStringLiteral(VANTREL_VERSION));
+    outputs.connectTo(session);
+    error = reader.restore(session, options.choice.from, options.choice.to);
+    if (!error.isEmpty()) {
+        diagnostics << fileName << ": " << error << '\n';
+        return ExitCode::Failure;
+    }
+    if (!reader.isWhole())
+        diagnostics << fileName
+                    << ": the counts of frames, n/a and errors are those of the whole run\n";
+    if (!reader.isWhole() && !reader.hasValues()) {
+        diagnostics << fileName << ": contains no values in the time chosen by --from and --to\n";
+        return ExitCode::NothingDecoded;
+    }
+    return outputs.finish(session, options, fileName, diagnostics);
+}
+
+/// An error if \a options need single values, which a summary lacks; otherwise an empty string.
+QString needsValues(const ShowOptions& options)
+{
+    QStringList needing;
+    for (const GivenOutput& given : options.files)
+        needing += given.kind->needs != OutputNeeds::Counts
+                       ? QStringList(QLatin1String(given.kind->name))
+                       : QStringList();
+    needing += options.choice.from ? QStringList(QStringLiteral("from")) : QStringList();
+    needing += options.choice.to ? QStringList(QStringLiteral("to")) : QStringList();
+    return needing.isEmpty() ? QString()
+                             : QStringLiteral("--%1 needs single values, which a summary does not "
+                                              "contain; use the recording or a saved run")
+                                   .arg(needing.constFirst());
+}
+
+/// Reads summaries one after another, and merges them.
+class SummaryMerge
+{
+public:
+    /// Merges the summary in \a fileName with those read before. Returns an error message, or an
+    /// empty string on success.
+    [[nodiscard]] QString add(const QString& fileName, const ShowOptions& options,
+                              RunOutputs& outputs)
+    {
+        SummaryReader reader;
+        QString error = reader.open(fileName);
+        for (const SummaryRun& run : reader.runs()) {
+            if (!error.isEmpty())
+                break;
+            if (!merged) {
+                merged = std::make_unique<MergedRun>(options.k.value_or(run.k));
+                outputs.connectTo(merged->session());
+                first = fileName;
+            }
+            if (!options.k && run.k != merged->session().k())
+                error =
+                    QStringLiteral("its band has k = %1, that of %2 has k = %3; choose one "
+                                   "with --k")
+                        .arg(QString::number(run.k), first, QString::number(merged->session().k()));
+            else
+                error = reader.addTo(*merged, run, fileName);
+        }
+        return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
+    }
+
+    MergedRun& result() { return *merged; }
+
+private:
+    std::unique_ptr<MergedRun> merged; // null before the first summary
+    QString first;
+};
+
+ExitCode showSummaries(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
+{
+    RunOutputs outputs(options, output);
+    QString error = needsValues(options);
+    if (!error.isEmpty())
+        error.prepend(options.inputs.constFirst() + QStringLiteral(": "));
+    else
+        error = outputs.check();
+    SummaryMerge merge;
+    {
+        Progress progress(diagnostics, QStringLiteral("merging"));
+        for (int i = 0; i < options.inputs.size() && error.isEmpty(); ++i) {
+            error = merge.add(options.inputs.at(i), options, outputs);
+            progress.update(i + 1, options.inputs.size());
+        }
+    }
+    if (!error.isEmpty()) {
+        diagnostics << printable(error) << '\n'; // may contain names of signals
+        return ExitCode::Failure;
+    }
+    for (const QString& note : merge.result().notes())
+        diagnostics << printable(note) << '\n';
+    return outputs.finish(merge.result().session(), options, options.inputs.join(' '), diagnostics);
 }
 
 } // namespace
@@ -140,35 +254,9 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
 
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
-    RunOutputs outputs(options, output);
-    QFile file(options.file);
-    SavedRunReader reader(file);
-    QString error = outputs.check();
-    if (error.isEmpty()) {
-        error = reader.open();
-        if (!error.isEmpty())
-            error.prepend(options.file + QStringLiteral(": "));
-    }
-    if (!error.isEmpty()) {
-        diagnostics << error << '\n';
-        return ExitCode::Failure;
-    }
-    Session session({}, options.k.value_or(reader.k())); // decodes nothing
-    outputs.connectTo(session);
-    error = reader.restore(session, options.choice.from, options.choice.to);
-    if (!error.isEmpty()) {
-        diagnostics << options.file << ": " << error << '\n';
-        return ExitCode::Failure;
-    }
-    if (!reader.isWhole())
-        diagnostics << options.file
-                    << ": the counts of frames, n/a and errors are those of the whole run\n";
-    if (!reader.isWhole() && !reader.hasValues()) {
-        diagnostics << options.file
-                    << ": contains no values in the time chosen by --from and --to\n";
-        return ExitCode::NothingDecoded;
-    }
-    return outputs.finish(session, options, options.file, diagnostics);
+    return options.merges || isDatabase(options.inputs.constFirst())
+               ? showSummaries(options, output, diagnostics)
+               : showSavedRun(options, output, diagnostics);
 }
 
 } // namespace monitor

@@ -20,7 +20,8 @@ ExitCode live(const LiveOptions& options, QTextStream& output, QTextStream& diag
 /// Sends the frames of a recording on a bus.
 ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diagnostics);
 
-/// Writes the outputs of a saved run, with the band of that run unless \a options change it.
+/// Writes the outputs of a saved run, or of summaries, which are merged. The band is that of the
+/// files unless \a options change it.
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics);
 
 } // namespace monitor

@@ -3,6 +3,7 @@
 #include "ExportFile.h"
 #include "PlotOutput.h"
 #include "SavedRunFile.h"
+#include "SummaryFile.h"
 #include "printedOutputs.h"
 
 #include <algorithm>
@@ -31,22 +32,35 @@ std::unique_ptr<Output> printedIds(const OutputTarget& target, bool onlyDescribe
     return std::make_unique<IdOutput>(*target.stream, format, onlyDescribed);
 }
 
+template <IdFormat format>
+std::unique_ptr<Output> printedCounts(const OutputTarget& target)
+{
+    return std::make_unique<CountsOutput>(*target.stream, format);
+}
+
 } // namespace
 
 const QVector<OutputKind>& outputKinds()
 {
     static const QVector<OutputKind> kinds{
-        {"table", "", "", false, false, printed<TableOutput>, printedIds<IdFormat::Table>},
-        {"json", "", "", false, false, printed<JsonOutput>, printedIds<IdFormat::Json>},
-        {"csv", "", "", false, false, printed<CsvOutput>, printedIds<IdFormat::Csv>},
-        {"save", "FILE", "Save the recorded values to FILE, for \"vantrel show\".", false, false,
-         inFiles<SavedRunOutput>, nullptr},
+        {"table", "", "", false, OutputNeeds::Counts, printed<TableOutput>,
+         printedIds<IdFormat::Table>, printedCounts<IdFormat::Table>},
+        {"json", "", "", false, OutputNeeds::Counts, printed<JsonOutput>,
+         printedIds<IdFormat::Json>, printedCounts<IdFormat::Json>},
+        {"csv", "", "", false, OutputNeeds::Counts, printed<CsvOutput>, printedIds<IdFormat::Csv>,
+         printedCounts<IdFormat::Csv>},
+        {"save", "FILE", "Save the recorded values to FILE, for \"vantrel show\".", false,
+         OutputNeeds::Values, inFiles<SavedRunOutput>, nullptr, nullptr},
+        {"summary", "FILE",
+         "Write the statistics, and how often each value occurred, to FILE, for \"vantrel merge\" "
+         "and \"vantrel show\".",
+         false, OutputNeeds::Counts, inFiles<SummaryFile>, nullptr, nullptr},
         {"export", "FILE.csv", "Write every value with its time to FILE.csv during the run.", false,
-         true, inFiles<ExportFile>, nullptr},
+         OutputNeeds::Run, inFiles<ExportFile>, nullptr, nullptr},
         {"plot", "DIRECTORY",
          "Write a plot of each signal, and overview.png with all of them, to DIRECTORY, which is "
          "created if missing.",
-         true, false, inFiles<PlotOutput>, nullptr},
+         true, OutputNeeds::Values, inFiles<PlotOutput>, nullptr, nullptr},
     };
     return kinds;
 }

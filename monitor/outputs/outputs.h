@@ -15,16 +15,25 @@ struct OutputTarget {
     QString path{};                ///< of any other output: the value of its option
 };
 
+/// The data that an output is written from.
+enum class OutputNeeds {
+    Counts, ///< statistics and the counts of values
+    Values, ///< also single values, which a summary lacks
+    Run     ///< single values while the run lasts, which a saved run lacks too
+};
+
 /// A kind of output.
 struct OutputKind {
     const char* name;      ///< for a printed output, a value of --format; otherwise the option
     const char* valueName; ///< the value of the option, such as FILE; empty for a printed output
     const char* help;      ///< the help text of the option
     bool needsWidgets;     ///< true: there must be a QApplication
-    bool isStreamed;       ///< true: takes values that a saved run lacks
+    OutputNeeds needs;
     std::unique_ptr<Output> (*make)(const OutputTarget& target);
     /// For a printed output: the same form for the statistics of ids, see IdOutput.
     std::unique_ptr<Output> (*makeIds)(const OutputTarget& target, bool onlyDescribed);
+    /// For a printed output: the same form for the counts of values, see CountsOutput.
+    std::unique_ptr<Output> (*makeCounts)(const OutputTarget& target);
 
     bool isPrinted() const { return *valueName == '\0'; }
 };

@@ -47,7 +47,7 @@ private:
     QTextStream& output;
 };
 
-/// The form in which IdOutput prints.
+/// The form in which IdOutput and CountsOutput print.
 enum class IdFormat { Table, Json, Csv };
 
 /// Prints the statistics of each id, or only of ids and reassembled messages that are described.
@@ -67,6 +67,22 @@ private:
     QTextStream& output;
     IdFormat format;
     bool onlyDescribed;
+};
+
+/// Prints how often each value of each signal occurred, in the order of raw values.
+class CountsOutput : public Output
+{
+public:
+    CountsOutput(QTextStream& stream, IdFormat countsFormat) : output(stream), format(countsFormat)
+    {
+    }
+
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QTextStream& output;
+    IdFormat format;
 };
 
 /// The texts printed by TableOutput and JsonOutput.

@@ -54,7 +54,7 @@ MONITOR = {
     "monitor/engine/saving": ["monitor/engine"],
     "monitor/engine/summary": ["monitor/engine"],
     "monitor/views": ["monitor/engine"],
-    "monitor/outputs": ["monitor/views", "monitor/engine/saving"],
+    "monitor/outputs": ["monitor/views", "monitor/engine/saving", "monitor/engine/summary"],
     "monitor/displays": ["monitor/views"],
     "monitor/displays/terminal": ["monitor/displays"],
     "monitor/displays/window": ["monitor/displays"],

@@ -235,7 +235,10 @@ const QVector<CommandRow>& commandRows()
           {"replay drive.log --dbc engine.dbc --eds drive.eds --node 5 --format json",
            "Print the statistics of J1939 signals and of a CANopen node's signals as JSON."},
           {"replay engine.log --dbc engine.dbc --signal 'Engine*' --save engine.run --plot plots",
-           "Save the values of some signals, and plot them."}},
+           "Save the values of some signals, and plot them."},
+          {"replay engine.log --dbc engine.dbc --summary engine.summary",
+           "Write a summary, which can be merged with others."},
+          {"replay drive.log --dbc engine.dbc --summary drive.summary", "Write another one."}},
          [](const Options& options) -> Command {
              return ReplayOptions{MonitorOptions(options), options.recordings, options.threads};
          },
@@ -287,11 +290,22 @@ const QVector<CommandRow>& commandRows()
         {"show",
          CommandId::Show,
          "FILE",
-         "Print the statistics of a run saved with --save.",
+         "Print the statistics of a run saved with --save, or of a summary.",
          {{"show engine.run --k 2",
            "Print the statistics of a saved run again, with a narrower band."}},
          [](const Options& options) -> Command {
-             return ShowOptions{MonitorOptions(options), options.recordings.value(0)};
+             return ShowOptions{MonitorOptions(options), options.recordings};
+         },
+         {ValueHints::Paths::Files}},
+        {"merge",
+         CommandId::Merge,
+         "FILE...",
+         "Merge summaries, and print the statistics of all their values. The result does not "
+         "depend on the order of the files, nor on how the recordings were divided.",
+         {{"merge engine.summary drive.summary --summary both.summary",
+           "Merge two summaries into one, and print the statistics of both recordings."}},
+         [](const Options& options) -> Command {
+             return ShowOptions{MonitorOptions(options), options.recordings, true};
          },
          {ValueHints::Paths::Files}},
     };

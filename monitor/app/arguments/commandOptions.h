@@ -46,7 +46,7 @@ struct MonitorOptions {
     QVector<GivenOutput> files;                       ///< the other outputs
     FrameChoice choice;                               ///< the frames that are used
     /// The statistics that are printed.
-    enum class Subject { Signals, Messages, Ids } subject = Subject::Signals;
+    enum class Subject { Signals, Messages, Ids, Counts } subject = Subject::Signals;
 };
 
 /// The exit codes of the program.
@@ -87,9 +87,11 @@ struct SendOptions {
     double speed = 1; ///< times as fast as recorded; infinite: as fast as possible
 };
 
-/// The options of `vantrel show`. The descriptions and signals are those of the saved run.
+/// The options of `vantrel show` and `vantrel merge`. The descriptions and signals are those of the
+/// files.
 struct ShowOptions : MonitorOptions {
-    QString file; ///< file name of a saved run
+    QStringList inputs;  ///< file names: a saved run, or summaries
+    bool merges = false; ///< whether all files must be summaries
 };
 
 } // namespace monitor

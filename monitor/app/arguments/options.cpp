@@ -25,7 +25,8 @@ constexpr CommandSet watchingCommands = CommandSet(CommandId::Live) | CommandId:
 constexpr CommandSet liveCommands = watchingCommands | CommandId::Ids;
 constexpr CommandSet busCommands = liveCommands | CommandId::Send;
 constexpr CommandSet describedCommands = decodingCommands | CommandId::Ids;
-constexpr CommandSet signalCommands = decodingCommands | CommandId::Show;
+constexpr CommandSet showingCommands = CommandSet(CommandId::Show) | CommandId::Merge;
+constexpr CommandSet signalCommands = decodingCommands | showingCommands;
 constexpr CommandSet printingCommands = signalCommands | CommandId::Ids;
 
 QString readPositive(const QString& text, double& number)
@@ -296,6 +297,20 @@ ValueHints pathHints(const QString& valueName)
     return {Paths::Files, ending.isEmpty() ? QStringList() : QStringList(ending)};
 }
 
+/// The commands that can have an output of this \a kind.
+CommandSet commandsWith(const OutputKind& kind)
+{
+    switch (kind.needs) {
+    case OutputNeeds::Counts:
+        return signalCommands;
+    case OutputNeeds::Values:
+        return decodingCommands | CommandId::Show;
+    case OutputNeeds::Run:
+        break;
+    }
+    return decodingCommands;
+}
+
 QVector<OptionRow> outputRows()
 {
     const QString help =
@@ -306,8 +321,8 @@ QVector<OptionRow> outputRows()
     for (const OutputKind& kind : outputKinds()) {
         if (kind.isPrinted())
             continue;
-        rows.append({kind.name, kind.valueName, QString::fromLatin1(kind.help),
-                     kind.isStreamed ? decodingCommands : signalCommands, Occurrence::AtMostOnce,
+        rows.append({kind.name, kind.valueName, QString::fromLatin1(kind.help), commandsWith(kind),
+                     Occurrence::AtMostOnce,
                      [&kind](const QString& path, Options& options) {
                          options.files.append({&kind, path});
                          return QString();
@@ -367,7 +382,7 @@ QVector<OptionRow> signalRows()
          decodingCommands, Occurrence::AnyNumber, readLimits, words({QStringLiteral("described")})},
         {"k", "K",
          "Extend the band K deviations to either side of the average (default: the value from the "
-         "configuration or the saved run, otherwise 3).",
+         "configuration, the saved run or the summary, otherwise 3).",
          signalCommands, Occurrence::AtMostOnce, readK},
         {"periods", "",
          "Print the average period of each described message, the deviation (jitter), minimum and "
@@ -376,6 +391,13 @@ QVector<OptionRow> signalRows()
          Occurrence::AtMostOnce,
          [](const QString&, Options& options) {
              options.subject = MonitorOptions::Subject::Messages;
+             return QString();
+         }},
+        {"counts", "",
+         "Print how often each value of each signal occurred, instead of the statistics.",
+         showingCommands, Occurrence::AtMostOnce,
+         [](const QString&, Options& options) {
+             options.subject = MonitorOptions::Subject::Counts;
              return QString();
          }},
         {"threads", "N",

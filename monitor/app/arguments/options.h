@@ -16,7 +16,8 @@ enum class CommandId {
     Window = 0x04,
     Send = 0x08,
     Show = 0x10,
-    Ids = 0x20
+    Ids = 0x20,
+    Merge = 0x40
 };
 Q_DECLARE_FLAGS(CommandSet, CommandId)
 Q_DECLARE_OPERATORS_FOR_FLAGS(CommandSet)

@@ -120,6 +120,11 @@ const UnsupportedFormat bytes[] = {
     {"a container of a data logger (\"Generic File\")",
      [](const QByteArray& start) { return begins(start, "Generic File"); },
      "convert it to MF4 with the tools of the logger first"},
+    {"a summary",
+     [](const QByteArray& start) {
+         return begins(start, "SQLite format 3\0") && start.mid(68, 4) == "VTRL";
+     },
+     "use vantrel show"},
     {"an SQLite database",
      [](const QByteArray& start) { return begins(start, "SQLite format 3\0"); },
      "export its messages as a candump or ASC log first"},

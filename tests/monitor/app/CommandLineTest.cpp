@@ -70,8 +70,9 @@ QVector<OptionCase> optionCases()
 {
     const QStringList decoding{"replay", "live", "window"};
     const QStringList described{"replay", "ids", "live", "window"};
-    const QStringList reporting{"replay", "live", "window", "show"};
-    const QStringList printing{"replay", "ids", "live", "window", "show"};
+    const QStringList showing{"show", "merge"};
+    const QStringList reporting = decoding + showing;
+    const QStringList printing{"replay", "ids", "live", "window", "show", "merge"};
     const QStringList reading{"replay", "ids", "send"};
     const QStringList onBus{"ids", "live", "window", "send"};
     const QStringList ending{"ids", "live", "window"};
@@ -109,6 +110,7 @@ QVector<OptionCase> optionCases()
         {"duration", ending, {"1.5"}, {"", "0", "-1", "soon", "nan", "inf"}},
         {"frames", ending, {"7"}, {"", "0", "-1", "few"}},
         {"bus", reading, {"can0", "1"}, {""}, true},
+        {"counts", showing, {}, {}},
         {"from", reading + QStringList{"show"}, moments, notMoments},
         {"to", reading + QStringList{"show"}, moments, notMoments},
         {"periods", decoding, {}, {}},
@@ -122,7 +124,13 @@ QVector<OptionCase> optionCases()
             {reader.name, described, {"some.file", "can0=some.file"}, {""}, reader.isRepeatable});
     for (const monitor::OutputKind& kind : monitor::outputKinds()) {
         if (!kind.isPrinted())
-            cases.append({kind.name, kind.isStreamed ? decoding : reporting, {"some.path"}, {""}});
+            cases.append({kind.name,
+                          kind.needs == monitor::OutputNeeds::Run ? decoding
+                          : kind.needs == monitor::OutputNeeds::Values
+                              ? decoding + QStringList{"show"}
+                              : reporting,
+                          {"some.path"},
+                          {""}});
     }
     return cases;
 }
@@ -134,7 +142,7 @@ QStringList argumentsFor(const QString& option, const QString& command)
     const bool listsBus =
         QStringList{"plugin", "interface", "fd", "duration", "frames"}.contains(option) &&
         command == "ids";
-    if (QStringList{"replay", "ids", "send", "show"}.contains(command))
+    if (QStringList{"replay", "ids", "send", "show", "merge"}.contains(command))
         arguments += listsBus ? "live" : "some.file";
     if (QStringList{"replay", "live", "window"}.contains(command) && option != "dbc")
         arguments += {"--dbc", "some.dbc"};
@@ -401,7 +409,7 @@ TEST(CommandLine, IdsRejectsOptionsThatItWouldIgnore)
 TEST(CommandLine, ShowTakesAFileAndK)
 {
     const auto options = accepted<ShowOptions>({"show", "a.series", "--k", "2", "--plot", "plots"});
-    EXPECT_EQ(options.file, QString("a.series"));
+    EXPECT_EQ(options.inputs, QStringList("a.series"));
     EXPECT_EQ(options.k, 2);
     EXPECT_EQ(options.files.value(0).path, QString("plots"));
 }
@@ -430,9 +438,11 @@ TEST(CommandLine, UnknownCommandIsAnErrorWithASuggestion)
               QString("unknown command \"replya\" (did you mean replay?)"));
     EXPECT_EQ(
         errorOf({"frob", "--help"}),
-        QString("unknown command \"frob\" (available: replay, ids, live, window, send, show)"));
-    EXPECT_EQ(errorOf({}),
-              QString("no command given (available: replay, ids, live, window, send, show)"));
+        QString(
+            "unknown command \"frob\" (available: replay, ids, live, window, send, show, merge)"));
+    EXPECT_EQ(
+        errorOf({}),
+        QString("no command given (available: replay, ids, live, window, send, show, merge)"));
 }
 
 TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionForTheSameCommand)

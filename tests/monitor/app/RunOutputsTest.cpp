@@ -196,7 +196,8 @@ TEST(RunOutputs, UnwritablePlotDirectoryIsAnError)
 TEST(RunOutputs, ProgressIsShownOnATerminal)
 {
     const StandardErrorTerminal terminal;
-    const OutputKind kind{"half-done", "", "", false, false, makeHalfDone, nullptr};
+    const OutputKind kind{"half-done",  "",      "",     false, monitor::OutputNeeds::Counts,
+                          makeHalfDone, nullptr, nullptr};
     MonitorOptions options;
     options.printed = &kind;
     QString printed;

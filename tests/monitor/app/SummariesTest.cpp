@@ -1,0 +1,211 @@
+#include "MonitorRun.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+namespace
+{
+
+QString sample(const QString& name)
+{
+    return QStringLiteral(SAMPLE_DIRECTORY "/") + name;
+}
+
+class Summaries : public MonitorFiles
+{
+protected:
+    MonitorRun summarize(const QString& name, const QStringList& options = {}) const
+    {
+        return runMonitor(QStringList{"replay", sample("drive.log"), "--dbc", sample("engine.dbc"),
+                                      "--eds", sample("drive.eds"), "--node", "5", "--summary",
+                                      path(name)} +
+                          options);
+    }
+
+    QByteArray contentOf(const QString& name) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+    /// The result of an SQL query, as Python's own SQLite module sees it: a line for each row.
+    QString query(const QString& name, const QString& sql) const
+    {
+        QProcess process;
+        process.start(PYTHON_PROGRAM,
+                      {"-c",
+                       "import sqlite3, sys\n"
+                       "for row in sqlite3.connect(sys.argv[1]).execute(sys.argv[2]):\n"
+                       "    print(*map(repr, row))\n",
+                       path(name), sql});
+        EXPECT_TRUE(process.waitForFinished());
+        EXPECT_EQ(process.readAllStandardError(), "");
+        return QString::fromUtf8(process.readAllStandardOutput());
+    }
+};
+
+} // namespace
+
+TEST_F(Summaries, AreShownWithTheStatisticsOfTheReplay)
+{
+    for (const char* format : {"table", "json", "csv"}) {
+        const MonitorRun replayed =
+            summarize("a", {"--limits", "Engine*=0:1000", "--k", "2", "--format", format});
+        EXPECT_EQ(replayed.exitCode, 0);
+        const MonitorRun shown = runMonitor({"show", path("a"), "--format", format});
+        EXPECT_EQ(shown.exitCode, 0);
+        EXPECT_EQ(shown.diagnostics, replayed.diagnostics);
+        EXPECT_EQ(shown.output, replayed.output);
+        EXPECT_TRUE(shown.output.contains("EngineSpeed"));
+    }
+}
+
+TEST_F(Summaries, MergedPartsEqualTheReplayOfTheWhole)
+{
+    const MonitorRun whole = summarize("whole");
+    EXPECT_EQ(summarize("a", {"--to", "4"}).exitCode, 0);
+    EXPECT_EQ(summarize("b", {"--from", "4.000001", "--to", "7"}).exitCode, 0);
+    EXPECT_EQ(summarize("c", {"--from", "7.000001"}).exitCode, 0);
+    EXPECT_EQ(runMonitor({"merge", path("c"), path("a"), "--summary", path("ca")}).exitCode, 0);
+    const MonitorRun merged =
+        runMonitor({"merge", path("b"), path("ca"), "--summary", path("merged")});
+    EXPECT_EQ(merged.exitCode, 0);
+    EXPECT_EQ(merged.output, whole.output);
+    EXPECT_EQ(merged.diagnostics, whole.diagnostics);
+    EXPECT_TRUE(contentOf("merged") == contentOf("whole"));
+}
+
+TEST_F(Summaries, AreDatabasesWithTheStatisticsOfTheReplay)
+{
+    const MonitorRun replayed = summarize("a", {"--format", "csv"});
+    const QStringList lines = replayed.output.split("\r\n", Qt::SkipEmptyParts);
+    const QStringList names = lines.at(0).split(',');
+    const auto column = [&](const char* name) { return names.indexOf(QString(name)); };
+    const QStringList rows =
+        query("a", "SELECT name, count, average, deviation, median, rating FROM signal").split('\n');
+    int compared = 0;
+    for (int i = 1; i < lines.size(); ++i) {
+        const QStringList cells = lines.at(i).split(',');
+        const QStringList row = rows.at(i - 1).split(' ');
+        if (cells.size() != names.size() || row.size() != 6 || cells.at(column("average")).isEmpty())
+            continue; // a name with a comma or a blank, or without values
+        EXPECT_EQ(row.at(0), '\'' + cells.at(0) + '\'');
+        EXPECT_EQ(row.at(1), cells.at(column("count")));
+        EXPECT_EQ(row.at(2).toDouble(), cells.at(column("average")).toDouble());
+        EXPECT_EQ(row.at(3).toDouble(), cells.at(column("deviation")).toDouble());
+        EXPECT_EQ(row.at(4).toDouble(), cells.at(column("median")).toDouble());
+        EXPECT_EQ(row.at(5), cells.at(column("rating")));
+        ++compared;
+    }
+    EXPECT_GT(compared, 5);
+    EXPECT_EQ(query("a", "SELECT DISTINCT bus FROM signal"), QString("'can0'\n"));
+    EXPECT_EQ(query("a", "PRAGMA application_id"), QString("%1\n").arg(0x5654524C));
+    EXPECT_EQ(query("a", "PRAGMA user_version"), QString("1\n"));
+    EXPECT_EQ(query("a", "SELECT group_concat(name) FROM run_description"),
+              QString("'drive.eds,engine.dbc'\n"));
+}
+
+TEST_F(Summaries, NeedOneBandForAMerge)
+{
+    EXPECT_EQ(summarize("a").exitCode, 0);
+    EXPECT_EQ(summarize("b", {"--k", "2"}).exitCode, 0);
+    const MonitorRun run = runMonitor({"merge", path("a"), path("b")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.diagnostics, path("b") + ": its band has k = 2, that of " + path("a") +
+                                   " has k = 3; choose one with --k\n");
+    EXPECT_EQ(runMonitor({"merge", path("a"), path("b"), "--k", "2.5"}).exitCode, 0);
+    EXPECT_EQ(runMonitor({"show", path("a"), "--k", "2"}).output,
+              runMonitor({"show", path("b")}).output);
+}
+
+TEST_F(Summaries, CountsAreListed)
+{
+    const QByteArray dbc = "BO_ 291 Brake: 3 X\n"
+                           " SG_ State : 0|8@1- (0.5,1) [0|0] \"bar\" X\n"
+                           "VAL_ 291 State -1 \"worn, old\" ;\n";
+    const QByteArray log = "(1.0) can0 123#FF0000\n(2.0) can0 123#020000\n(3.0) can0 123#FF0000\n";
+    EXPECT_EQ(replay(log, dbc, {"--summary", path("a")}).exitCode, 0);
+    EXPECT_EQ(runMonitor({"show", path("a"), "--counts"}).output,
+              QString("name   source  bus  raw  value  text       count  unit\n"
+                      "State       -  -     -1    0.5  worn, old      2  bar\n"
+                      "State       -  -      2      2  -              1  bar\n"));
+    EXPECT_EQ(runMonitor({"show", path("a"), "--counts", "--format", "csv"}).output,
+              QString("name,source,bus,raw,value,text,count,unit\r\n"
+                      "State,,,-1,0.5,\"worn, old\",2,bar\r\n"
+                      "State,,,2,2,,1,bar\r\n"));
+    EXPECT_EQ(runMonitor({"show", path("a"), "--counts", "--format", "json"}).output,
+              QString("{\n  \"counts\": [\n"
+                      "    {\"name\": \"State\", \"source\": null, \"bus\": null, \"raw\": -1, "
+                      "\"value\": 0.5, \"text\": \"worn, old\", \"count\": 2, \"unit\": \"bar\"},\n"
+                      "    {\"name\": \"State\", \"source\": null, \"bus\": null, \"raw\": 2, "
+                      "\"value\": 2, \"text\": null, \"count\": 1, \"unit\": \"bar\"}\n"
+                      "  ]\n}\n"));
+}
+
+TEST_F(Summaries, RefuseOptionsThatNeedSingleValues)
+{
+    summarize("a");
+    const QVector<QStringList> cases{
+        {"--save", path("run")}, {"--plot", path("plots")}, {"--from", "1"}, {"--to", "1"}};
+    for (const QStringList& options : cases) {
+        const MonitorRun run = runMonitor(QStringList{"show", path("a")} + options);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.diagnostics,
+                  path("a") + ": " + options.first() +
+                      " needs single values, which a summary does not contain; use the recording "
+                      "or a saved run\n");
+        EXPECT_FALSE(QFile::exists(path("run")) || QFile::exists(path("plots")));
+    }
+}
+
+TEST_F(Summaries, CanBeMadeFromASavedRun)
+{
+    const MonitorRun replayed = summarize("a", {"--save", path("run")});
+    EXPECT_EQ(runMonitor({"show", path("run"), "--summary", path("b")}).exitCode, 0);
+    EXPECT_EQ(runMonitor({"show", path("b")}).output, replayed.output);
+}
+
+TEST_F(Summaries, DamagedOrForeignFileIsReportedWithExitCode2)
+{
+    summarize("a");
+    QByteArray damaged = contentOf("a");
+    damaged[damaged.size() / 2] = static_cast<char>(damaged.at(damaged.size() / 2) ^ 1);
+    write("damaged", damaged);
+    write("short", contentOf("a").left(3000));
+    query("foreign", "CREATE TABLE run(id)");
+    for (const char* name : {"damaged", "short", "foreign", "missing"}) {
+        const MonitorRun run = runMonitor({"merge", path("a"), path(name)});
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.diagnostics.startsWith(path(name) + ": ")) << run.diagnostics.toStdString();
+        EXPECT_EQ(run.diagnostics.count('\n'), 1);
+        EXPECT_EQ(run.output, QString());
+    }
+    const MonitorRun run = runMonitor({"merge", sample("drive.log")});
+    EXPECT_EQ(run.diagnostics, sample("drive.log") + ": not a summary\n");
+}
+
+TEST_F(Summaries, ReplaceOnlySummaries)
+{
+    query("foreign", "CREATE TABLE run(id)");
+    const QByteArray foreign = contentOf("foreign");
+    write("text", "text");
+    for (const char* name : {"foreign", "text"}) {
+        const MonitorRun run = summarize(name);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.diagnostics,
+                  path(name) + ": cannot be written: the file exists and is not a summary\n");
+    }
+    EXPECT_EQ(contentOf("foreign"), foreign);
+    write("empty", "");
+    EXPECT_EQ(summarize("empty").exitCode, 0);
+    const QByteArray first = contentOf("empty");
+    EXPECT_EQ(summarize("empty").exitCode, 0);
+    EXPECT_EQ(contentOf("empty"), first);
+    ASSERT_EQ(mkfifo(qPrintable(path("pipe")), 0600), 0);
+    EXPECT_EQ(summarize("pipe").diagnostics,
+              path("pipe") + ": cannot be written: not a regular file\n");
+    EXPECT_TRUE(summarize("missing/a").diagnostics.startsWith(path("missing/a") +
+                                                              ": cannot be written: "));
+}
