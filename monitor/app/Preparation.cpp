@@ -178,6 +178,7 @@ QString prepare(const MonitorOptions& options, QTextStream& diagnostics, Prepara
     if (error.isEmpty() && options.keptRecords > 0)
         printMemoryOfKept(options.keptRecords, countOfSignals(prepared.catalogue), diagnostics);
     prepared.catalogue.setKeptRecords(options.keptRecords);
+    prepared.origin.labels = options.labels;
     prepared.origin.programs.insert(QStringLiteral(VANTREL_VERSION));
     prepared.k = options.k.value_or(prepared.k);
     return error;

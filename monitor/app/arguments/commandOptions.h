@@ -9,6 +9,7 @@
 #include "sources/bus/BusAddress.h"
 
 #include <limits>
+#include <map>
 #include <optional>
 
 namespace monitor
@@ -47,6 +48,7 @@ struct MonitorOptions {
     FrameChoice choice;                               ///< the frames that are used
     /// The statistics that are printed.
     enum class Subject { Signals, Messages, Ids, Counts } subject = Subject::Signals;
+    std::map<QString, QString> labels; ///< of the summary
 };
 
 /// The exit codes of the program.

@@ -108,6 +108,20 @@ QString readLimits(const QString& text, Options& options)
     return QString();
 }
 
+/// Reads a label such as "vehicle=17".
+QString readLabel(const QString& text, Options& options)
+{
+    const auto equals = text.indexOf('=');
+    const QString key = text.left(equals);
+    if (equals < 1 || equals == text.size() - 1)
+        return QStringLiteral("needs KEY=VALUE, such as vehicle=17, not \"%1\"").arg(text);
+    const QString value = text.mid(equals + 1);
+    const bool isNew = options.labels.emplace(key, value).second;
+    return isNew || options.labels[key] == value
+               ? QString()
+               : QStringLiteral("needs one value for each key, but %1 has two").arg(key);
+}
+
 /// At least two values are needed for a band and a rating.
 QString readKept(const QString& text, Options& options)
 {
@@ -329,6 +343,9 @@ QVector<OptionRow> outputRows()
                      },
                      pathHints(QLatin1String(kind.valueName))});
     }
+    rows.append({"label", "KEY=VALUE",
+                 "Store a label in the summary, such as vehicle=17 or day=2026-11-22.",
+                 decodingCommands, Occurrence::AnyNumber, readLabel});
     return rows;
 }
 

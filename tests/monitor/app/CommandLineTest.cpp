@@ -111,6 +111,7 @@ QVector<OptionCase> optionCases()
         {"frames", ending, {"7"}, {"", "0", "-1", "few"}},
         {"bus", reading, {"can0", "1"}, {""}, true},
         {"counts", showing, {}, {}},
+        {"label", decoding, {"vehicle=17", "day=a=b"}, {"", "vehicle", "=17", "vehicle="}, true},
         {"from", reading + QStringList{"show"}, moments, notMoments},
         {"to", reading + QStringList{"show"}, moments, notMoments},
         {"periods", decoding, {}, {}},
@@ -146,6 +147,8 @@ QStringList argumentsFor(const QString& option, const QString& command)
         arguments += listsBus ? "live" : "some.file";
     if (QStringList{"replay", "live", "window"}.contains(command) && option != "dbc")
         arguments += {"--dbc", "some.dbc"};
+    if (option == "label")
+        arguments += {"--summary", "some.path"};
     if (option == "node")
         arguments += {"--eds", "some.eds"};
     if (option == "eds")

@@ -107,6 +107,16 @@ TEST_F(Summaries, AreDatabasesWithTheStatisticsOfTheReplay)
               QString("'drive.eds,engine.dbc'\n"));
 }
 
+TEST_F(Summaries, KeepLabelsThatAllFilesShare)
+{
+    EXPECT_EQ(summarize("a", {"--label", "vehicle=17", "--label", "day=2026-11-22"}).exitCode, 0);
+    EXPECT_EQ(summarize("b", {"--label", "vehicle=17", "--label", "day=2026-11-23"}).exitCode, 0);
+    const QString labels = "SELECT key, value FROM run_label";
+    EXPECT_EQ(query("a", labels), QString("'day' '2026-11-22'\n'vehicle' '17'\n"));
+    runMonitor({"merge", path("a"), path("b"), "--summary", path("ab")});
+    EXPECT_EQ(query("ab", labels), QString("'vehicle' '17'\n"));
+}
+
 TEST_F(Summaries, NeedOneBandForAMerge)
 {
     EXPECT_EQ(summarize("a").exitCode, 0);
@@ -208,4 +218,12 @@ TEST_F(Summaries, ReplaceOnlySummaries)
               path("pipe") + ": cannot be written: not a regular file\n");
     EXPECT_TRUE(summarize("missing/a").diagnostics.startsWith(path("missing/a") +
                                                               ": cannot be written: "));
+}
+
+TEST_F(Summaries, LabelWithoutASummaryIsAnError)
+{
+    const MonitorRun run = runMonitor(
+        {"replay", sample("drive.log"), "--dbc", sample("engine.dbc"), "--label", "vehicle=17"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.diagnostics.contains("takes the option --label only with --summary"));
 }
