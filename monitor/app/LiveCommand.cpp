@@ -144,7 +144,7 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
     run.session->takeAll(source);
     printMissingBuses(options, source, diagnostics);
     const ExitCode code =
-        run.outputs.finish(*run.session, options, options.bus.name(), diagnostics);
+        run.outputs.finish({run.session.get()}, options, options.bus.name(), diagnostics);
     if (!source.error().isEmpty())
         diagnostics << source.error() << '\n';
     return isLost ? ExitCode::Failure : code;

@@ -1,5 +1,6 @@
 #include "RunOutputs.h"
 
+#include "engine/summary/groups.h"
 #include "text/Progress.h"
 
 namespace monitor
@@ -74,17 +75,19 @@ void RunOutputs::print(const QStringList& lines, QTextStream& diagnostics)
     }
 }
 
-bool RunOutputs::write(Session& session, QTextStream& diagnostics)
+bool RunOutputs::write(const std::vector<Session*>& groups, QTextStream& diagnostics)
 {
-    const Snapshot snapshot = session.calcSnapshot();
+    const Snapshot snapshot = calcSnapshot(groups);
+    FinishedRun run{*groups.front(), snapshot};
+    if (groups.size() > 1)
+        run.groups = groups;
     QStringList errors;
     for (const auto& output : outputs) {
         OutputResult result;
         {
             Progress progress(diagnostics, QStringLiteral("writing"));
-            result = output->write({session, snapshot}, [&progress](qint64 done, qint64 total) {
-                progress.update(done, total);
-            });
+            result = output->write(
+                run, [&progress](qint64 done, qint64 total) { progress.update(done, total); });
         }
         for (const QString& note : result.notes)
             diagnostics << note << '\n';
@@ -95,14 +98,19 @@ bool RunOutputs::write(Session& session, QTextStream& diagnostics)
     return errors.isEmpty();
 }
 
-ExitCode RunOutputs::finish(Session& session, const MonitorOptions& options, const QString& origin,
-                            QTextStream& diagnostics)
+ExitCode RunOutputs::finish(const std::vector<Session*>& groups, const MonitorOptions& options,
+                            const QString& origin, QTextStream& diagnostics)
 {
-    const bool isWritten = write(session, diagnostics);
-    print(session.remarks(), diagnostics);
-    if (!isWritten || !session.isExact())
+    bool isSound = write(groups, diagnostics);
+    FrameCounts counts;
+    for (Session* session : groups) {
+        print(session->remarks(), diagnostics);
+        isSound = isSound && session->isExact();
+        counts.total += session->counts().total;
+        counts.decoded += session->counts().decoded;
+    }
+    if (!isSound)
         return ExitCode::Failure;
-    const FrameCounts counts = session.counts();
     const bool listsIds = options.subject == MonitorOptions::Subject::Ids;
     if ((listsIds ? counts.total : counts.decoded) > 0)
         return ExitCode::Success;

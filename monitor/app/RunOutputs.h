@@ -25,14 +25,15 @@ public:
     /// time to time, also while \a session takes frames on other threads.
     void printUrgent(const Session& session, QTextStream& diagnostics);
 
-    /// Writes all outputs of \a session, even if some fail. Prints notes and errors to
-    /// \a diagnostics. Returns false if an output could not be written.
-    [[nodiscard]] bool write(Session& session, QTextStream& diagnostics);
+    /// Writes all outputs of a session, or of the groups of a merge, even if some fail. Prints
+    /// notes and errors to \a diagnostics. Returns false if an output could not be written.
+    [[nodiscard]] bool write(const std::vector<Session*>& groups, QTextStream& diagnostics);
 
     /// Writes all outputs of a run with \a options, and returns the exit code of the program. If no
     /// frame was decoded, prints that to \a diagnostics, naming the \a origin of the frames.
-    [[nodiscard]] ExitCode finish(Session& session, const MonitorOptions& options,
-                                  const QString& origin, QTextStream& diagnostics);
+    [[nodiscard]] ExitCode finish(const std::vector<Session*>& groups,
+                                  const MonitorOptions& options, const QString& origin,
+                                  QTextStream& diagnostics);
 
 private:
     void print(const QStringList& lines, QTextStream& diagnostics);

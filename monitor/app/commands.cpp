@@ -15,7 +15,6 @@
 #include <QtCore/QThread>
 
 #include <algorithm>
-#include <memory>
 
 namespace monitor
 {
@@ -106,85 +105,7 @@ ExitCode showSavedRun(const ShowOptions& options, QTextStream& output, QTextStre
         diagnostics << fileName << ": contains no values in the time chosen by --from and --to\n";
         return ExitCode::NothingDecoded;
     }
-    return outputs.finish(session, options, fileName, diagnostics);
-}
-
-/// An error if \a options need single values, which a summary lacks; otherwise an empty string.
-QString needsValues(const ShowOptions& options)
-{
-    QStringList needing;
-    for (const GivenOutput& given : options.files)
-        needing += given.kind->needs != OutputNeeds::Counts
-                       ? QStringList(QLatin1String(given.kind->name))
-                       : QStringList();
-    needing += options.choice.from ? QStringList(QStringLiteral("from")) : QStringList();
-    needing += options.choice.to ? QStringList(QStringLiteral("to")) : QStringList();
-    return needing.isEmpty() ? QString()
-                             : QStringLiteral("--%1 needs single values, which a summary does not "
-                                              "contain; use the recording or a saved run")
-                                   .arg(needing.constFirst());
-}
-
-/// Reads summaries one after another, and merges them.
-class SummaryMerge
-{
-public:
-    /// Merges the summary in \a fileName with those read before. Returns an error message, or an
-    /// empty string on success.
-    [[nodiscard]] QString add(const QString& fileName, const ShowOptions& options,
-                              RunOutputs& outputs)
-    {
-        SummaryReader reader;
-        QString error = reader.open(fileName);
-        for (const SummaryRun& run : reader.runs()) {
-            if (!error.isEmpty())
-                break;
-            if (!merged) {
-                merged = std::make_unique<MergedRun>(options.k.value_or(run.k));
-                outputs.connectTo(merged->session());
-                first = fileName;
-            }
-            if (!options.k && run.k != merged->session().k())
-                error =
-                    QStringLiteral("its band has k = %1, that of %2 has k = %3; choose one "
-                                   "with --k")
-                        .arg(QString::number(run.k), first, QString::number(merged->session().k()));
-            else
-                error = reader.addTo(*merged, run, fileName);
-        }
-        return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
-    }
-
-    MergedRun& result() { return *merged; }
-
-private:
-    std::unique_ptr<MergedRun> merged; // null before the first summary
-    QString first;
-};
-
-ExitCode showSummaries(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
-{
-    RunOutputs outputs(options, output);
-    QString error = needsValues(options);
-    if (!error.isEmpty())
-        error.prepend(options.inputs.constFirst() + QStringLiteral(": "));
-    else
-        error = outputs.check();
-    SummaryMerge merge;
-    {
-        Progress progress(diagnostics, QStringLiteral("merging"));
-        for (int i = 0; i < options.inputs.size() && error.isEmpty(); ++i) {
-            error = merge.add(options.inputs.at(i), options, outputs);
-            progress.update(i + 1, options.inputs.size());
-        }
-    }
-    if (!error.isEmpty()) {
-        diagnostics << printable(error) << '\n'; // may contain names of signals
-        return ExitCode::Failure;
-    }
-    for (const QString& note : merge.result().notes())
-        diagnostics << printable(note) << '\n';
-    return outputs.finish(merge.result().session(), options, options.inputs.join(' '), diagnostics);
+    return outputs.finish({&session}, options, fileName, diagnostics);
 }
 
 } // namespace
@@ -199,7 +120,8 @@ ExitCode replay(const ReplayOptions& options, QTextStream& output, QTextStream& 
     const QString error = readRecordings(options, diagnostics, run);
     ExitCode code = ExitCode::Failure;
     if (error.isEmpty() || run.session->counts().total > 0)
-        code = run.outputs.finish(*run.session, options, options.recordings.join(' '), diagnostics);
+        code = run.outputs.finish({run.session.get()}, options, options.recordings.join(' '),
+                                  diagnostics);
     if (error.isEmpty())
         return code;
     diagnostics << error << '\n';

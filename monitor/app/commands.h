@@ -24,4 +24,7 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
 /// files unless \a options change it.
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics);
 
+/// The same if all files are summaries.
+ExitCode showSummaries(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics);
+
 } // namespace monitor

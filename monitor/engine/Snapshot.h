@@ -19,8 +19,9 @@ namespace monitor
 struct SignalStatistics {
     QString name;
     Protocol protocol = Protocol::CANopen;
-    std::optional<quint8> source; ///< J1939 source address or CANopen node
-    QString bus;                  ///< empty unless there are frames of several buses
+    std::optional<quint8> source;  ///< J1939 source address or CANopen node
+    QString bus;                   ///< empty unless there are frames of several buses
+    QMap<QString, QString> labels; ///< of the group, if there are several
     QString unit;
     double factor = 1; ///< factor and offset determine the resolution of the measured values
     double offset = 0;
@@ -103,6 +104,7 @@ struct SnapshotRow {
     int signal = 0; ///< its number in the session, which does not change
     std::shared_ptr<const SignalStatistics> statistics;
     bool isSilent = false; ///< true: its values have stopped arriving
+    size_t group = 0;      ///< the number of the session, if there are several
 };
 
 /// All signals of a session at one moment. The statistics never change, and copies share them.

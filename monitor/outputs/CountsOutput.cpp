@@ -12,12 +12,14 @@ namespace monitor
 namespace
 {
 
-const QStringList& columnNames()
+/// The names of the columns of \a run. Only groups have labels.
+QStringList columnNames(const FinishedRun& run)
 {
-    static const QStringList names{QStringLiteral("name"),  QStringLiteral("source"),
-                                   QStringLiteral("bus"),   QStringLiteral("raw"),
-                                   QStringLiteral("value"), QStringLiteral("text"),
-                                   QStringLiteral("count"), QStringLiteral("unit")};
+    QStringList names{QStringLiteral("name"),  QStringLiteral("source"), QStringLiteral("bus"),
+                      QStringLiteral("raw"),   QStringLiteral("value"),  QStringLiteral("text"),
+                      QStringLiteral("count"), QStringLiteral("unit")};
+    if (hasLabels(run.snapshot))
+        names += QStringLiteral("labels");
     return names;
 }
 
@@ -35,7 +37,7 @@ template <typename Call>
 void forEachValue(const FinishedRun& run, Call call)
 {
     for (const SnapshotRow& row : run.snapshot.rows) {
-        const MonitoredSignal& signal = run.session.registry().at(row.signal);
+        const MonitoredSignal& signal = run.signalOf(row);
         const CatalogueSignal& description = signal.description();
         signal.values().forEachCount([&](quint64 bits, quint64 times) {
             const QVariant raw = rawValueOf(bits, description.layout);
@@ -56,33 +58,37 @@ QString cellOf(const std::optional<quint8>& source)
 
 QString formatCountsTable(const FinishedRun& run)
 {
+    static const QStringList numbers{QStringLiteral("source"), QStringLiteral("raw"),
+                                     QStringLiteral("value"), QStringLiteral("count")};
+    const QStringList names = columnNames(run);
     QVector<Column> columns;
-    for (const QString& name : columnNames()) {
-        const bool isText = name == QLatin1String("name") || name == QLatin1String("bus") ||
-                            name == QLatin1String("text") || name == QLatin1String("unit");
-        columns.append({name, isText ? Alignment::Left : Alignment::Right});
-    }
+    for (const QString& name : names)
+        columns.append({name, numbers.contains(name) ? Alignment::Right : Alignment::Left});
     QVector<QStringList> rows;
     forEachValue(run, [&](const CountedValue& counted) {
         const SignalStatistics& signal = counted.signal;
         const QString value = signal.isFloat
                                   ? formatComputed(counted.value)
                                   : formatMeasured(counted.value, signal.factor, signal.offset);
-        rows.append({signal.name, cellOf(signal.source), signal.bus, counted.raw, value,
-                     counted.text, QString::number(counted.times), signal.unit});
+        QStringList cells{
+            signal.name,  cellOf(signal.source),          signal.bus,  counted.raw,     value,
+            counted.text, QString::number(counted.times), signal.unit, labelsOf(signal)};
+        rows.append(cells.mid(0, names.size()));
     });
     return formatTable(columns, rows);
 }
 
 void printCsv(const FinishedRun& run, QTextStream& output)
 {
-    output << toCsvLine(columnNames());
+    const bool areLabelled = hasLabels(run.snapshot);
+    output << toCsvLine(columnNames(run));
     forEachValue(run, [&](const CountedValue& counted) {
         const SignalStatistics& signal = counted.signal;
         output << toCsvCell(signal.name) << ',' << cellOf(signal.source) << ','
                << toCsvCell(signal.bus) << ',' << counted.raw << ','
                << toJson(QJsonValue(counted.value)) << ',' << toCsvCell(counted.text) << ','
-               << counted.times << ',' << toCsvCell(signal.unit) << "\r\n";
+               << counted.times << ',' << toCsvCell(signal.unit)
+               << (areLabelled ? ',' + toCsvCell(labelsOf(signal)) : QString()) << "\r\n";
     });
 }
 
@@ -91,6 +97,7 @@ void printJson(const FinishedRun& run, QTextStream& output)
     const auto textOrNull = [](const QString& text) {
         return text.isEmpty() ? QStringLiteral("null") : toJson(QJsonValue(text));
     };
+    const bool areLabelled = hasLabels(run.snapshot);
     bool isFirst = true;
     output << "{\n  \"counts\": [";
     forEachValue(run, [&](const CountedValue& counted) {
@@ -101,7 +108,10 @@ void printJson(const FinishedRun& run, QTextStream& output)
                << ", \"bus\": " << textOrNull(signal.bus) << ", \"raw\": " << counted.raw
                << ", \"value\": " << toJson(QJsonValue(counted.value))
                << ", \"text\": " << textOrNull(counted.text) << ", \"count\": " << counted.times
-               << ", \"unit\": " << toJson(QJsonValue(signal.unit)) << '}';
+               << ", \"unit\": " << toJson(QJsonValue(signal.unit))
+               << (areLabelled ? QStringLiteral(", \"labels\": ") + toJson(labelsField(signal))
+                               : QString())
+               << '}';
         isFirst = false;
     });
     output << (isFirst ? "]\n}\n" : "\n  ]\n}\n");

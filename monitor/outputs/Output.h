@@ -13,6 +13,12 @@ namespace monitor
 struct FinishedRun {
     Session& session;
     const Snapshot& snapshot;
+    std::vector<Session*> groups{}; ///< all sessions, the first one included, if there are several
+
+    MonitoredSignal& signalOf(const SnapshotRow& row) const
+    {
+        return (groups.empty() ? session : *groups.at(row.group)).registry().at(row.signal);
+    }
 };
 
 /// The result of writing an output.

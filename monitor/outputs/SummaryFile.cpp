@@ -57,7 +57,9 @@ OutputResult SummaryFile::write(const FinishedRun& run, const OutputProgress& /*
         return {QStringLiteral("%1: cannot be written: %2")
                     .arg(file.fileName(), database.errorString()),
                 {}};
-    const QString error = writeSummary(database.fileName(), {&run.session});
+    const std::vector<Session*> runs =
+        run.groups.empty() ? std::vector<Session*>{&run.session} : run.groups;
+    const QString error = writeSummary(database.fileName(), runs);
     if (!error.isEmpty())
         return {file.fileName() + QStringLiteral(": cannot be written: ") + error, {}};
     return {copy(database, file) && commitWhole(file) ? QString() : cannotBeWritten(file), {}};

@@ -100,9 +100,10 @@ QString formatTable(const Snapshot& snapshot)
 
 QString formatJson(const Snapshot& snapshot)
 {
+    const QStringList names = statisticsFieldNames(snapshot);
     QStringList rows;
     for (const SnapshotRow& row : snapshot.rows)
-        rows += toJsonObject(statisticsFieldNames(), statisticsFieldsOf(*row.statistics));
+        rows += toJsonObject(names, statisticsFieldsOf(*row.statistics, names));
     return QStringLiteral("{\n") + formatFrames(snapshot) +
            "  \"undecodedIds\": " + formatUndecodedIds(snapshot.undecoded) +
            ",\n  \"signals\": " + formatArray(rows) + "\n}\n";

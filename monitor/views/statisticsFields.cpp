@@ -2,6 +2,9 @@
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+
+#include <algorithm>
 
 namespace monitor
 {
@@ -36,10 +39,20 @@ QVector<QJsonValue> statisticsOf(const SignalStatistics& statistics)
             statistics.deviators};
 }
 
+QString membersOf(const QJsonObject& object)
+{
+    QStringList members;
+    for (auto member = object.begin(); member != object.end(); ++member)
+        members += member.key() + '=' + member.value().toString();
+    return members.join(QStringLiteral(", "));
+}
+
 QString cellOf(const QJsonValue& value)
 {
     if (value.isNull())
         return QString();
+    if (value.isObject())
+        return toCsvCell(membersOf(value.toObject()));
     return value.isString() ? toCsvCell(value.toString()) : toJson(value);
 }
 
@@ -81,6 +94,41 @@ QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics)
            << (statistics.bus.isEmpty() ? QJsonValue(QJsonValue::Null)
                                         : QJsonValue(statistics.bus));
     return fields;
+}
+
+QStringList statisticsFieldNames(const Snapshot& snapshot)
+{
+    QStringList names = statisticsFieldNames();
+    if (hasLabels(snapshot))
+        names += QStringLiteral("labels");
+    return names;
+}
+
+QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics, const QStringList& names)
+{
+    QVector<QJsonValue> fields = statisticsFieldsOf(statistics);
+    if (fields.size() < names.size())
+        fields << labelsField(statistics);
+    return fields;
+}
+
+bool hasLabels(const Snapshot& snapshot)
+{
+    return std::any_of(snapshot.rows.cbegin(), snapshot.rows.cend(),
+                       [](const SnapshotRow& row) { return !row.statistics->labels.isEmpty(); });
+}
+
+QString labelsOf(const SignalStatistics& statistics)
+{
+    return membersOf(labelsField(statistics).toObject());
+}
+
+QJsonValue labelsField(const SignalStatistics& statistics)
+{
+    QJsonObject labels;
+    for (auto label = statistics.labels.begin(); label != statistics.labels.end(); ++label)
+        labels.insert(label.key(), label.value());
+    return labels;
 }
 
 // QJsonDocument escapes strings and writes numbers, but accepts only arrays and objects. So the
@@ -127,9 +175,10 @@ QString toCsvLine(const QStringList& texts)
 
 QString formatCsv(const Snapshot& snapshot)
 {
-    QString csv = toCsvLine(statisticsFieldNames());
+    const QStringList names = statisticsFieldNames(snapshot);
+    QString csv = toCsvLine(names);
     for (const SnapshotRow& row : snapshot.rows)
-        csv += toCsvLine(statisticsFieldsOf(*row.statistics));
+        csv += toCsvLine(statisticsFieldsOf(*row.statistics, names));
     return csv;
 }
 

@@ -16,8 +16,24 @@ const QStringList& statisticsFieldNames();
 /// statistics that the signal does not have.
 QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics);
 
-/// A string, number, boolean or null as JSON. A number has enough digits to read the same double
-/// back.
+/// The names of the fields of \a snapshot: if there are groups, also their labels.
+QStringList statisticsFieldNames(const Snapshot& snapshot);
+
+/// The values of the fields \a names, one of the lists above. Labels are an object.
+QVector<QJsonValue> statisticsFieldsOf(const SignalStatistics& statistics,
+                                       const QStringList& names);
+
+/// Whether \a snapshot contains several groups, which have labels.
+bool hasLabels(const Snapshot& snapshot);
+
+/// Labels as a text, such as "day=2026-11-22, vehicle=17".
+QString labelsOf(const SignalStatistics& statistics);
+
+/// The same as an object.
+QJsonValue labelsField(const SignalStatistics& statistics);
+
+/// A string, number, boolean, null or object as JSON. A number has enough digits to read the same
+/// double back.
 QString toJson(const QJsonValue& value);
 
 /// The members of a JSON object of those \a names and \a values, in one line.
@@ -27,7 +43,8 @@ QString toJsonObject(const QStringList& names, const QVector<QJsonValue>& values
 QString toCsvCell(QString text);
 
 /// A line of comma-separated values, which ends with CR LF. Strings are quoted if
-/// necessary, and null is empty. The decimal separator is always a point.
+/// necessary, null is empty, and the members of an object are written as by labelsOf(). The decimal
+/// separator is always a point.
 QString toCsvLine(const QVector<QJsonValue>& values);
 
 /// The same for texts.

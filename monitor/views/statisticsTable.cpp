@@ -1,5 +1,6 @@
 #include "statisticsTable.h"
 
+#include "statisticsFields.h"
 #include "text/numbers.h"
 
 #include <algorithm>
@@ -94,17 +95,22 @@ QStringList statisticsCells(const SignalStatistics& statistics)
 QString formatStatistics(const Snapshot& snapshot)
 {
     constexpr int busPlace = 1; // after the name
+    const bool areLabelled = hasLabels(snapshot);
     const bool hasBuses =
         std::any_of(snapshot.rows.cbegin(), snapshot.rows.cend(),
                     [](const SnapshotRow& row) { return !row.statistics->bus.isEmpty(); });
     QVector<Column> columns = statisticsColumns();
     if (hasBuses)
         columns.insert(busPlace, {QStringLiteral("bus"), Alignment::Left});
+    if (areLabelled)
+        columns.insert(busPlace, {QStringLiteral("labels"), Alignment::Left});
     QVector<QStringList> rows;
     for (const SnapshotRow& row : snapshot.rows) {
         QStringList cells = statisticsCells(*row.statistics);
         if (hasBuses)
             cells.insert(busPlace, row.statistics->bus);
+        if (areLabelled)
+            cells.insert(busPlace, labelsOf(*row.statistics));
         rows.append(cells);
     }
     return formatTable(columns, rows);

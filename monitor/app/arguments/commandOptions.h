@@ -92,8 +92,9 @@ struct SendOptions {
 /// The options of `vantrel show` and `vantrel merge`. The descriptions and signals are those of the
 /// files.
 struct ShowOptions : MonitorOptions {
-    QStringList inputs;  ///< file names: a saved run, or summaries
-    bool merges = false; ///< whether all files must be summaries
+    QStringList inputs;    ///< file names: a saved run, or summaries
+    bool merges = false;   ///< whether all files must be summaries
+    QStringList groupedBy; ///< keys of labels: runs with different values are not merged
 };
 
 } // namespace monitor

@@ -346,6 +346,15 @@ QVector<OptionRow> outputRows()
     rows.append({"label", "KEY=VALUE",
                  "Store a label in the summary, such as vehicle=17 or day=2026-11-22.",
                  decodingCommands, Occurrence::AnyNumber, readLabel});
+    rows.append({"by", "KEY",
+                 "Merge only summaries whose labels KEY have the same value, and print the "
+                 "statistics of each group.",
+                 CommandId::Merge, Occurrence::AnyNumber, [](const QString& key, Options& options) {
+                     if (options.groupedBy.contains(key))
+                         return QStringLiteral("is given twice for %1").arg(key);
+                     options.groupedBy += key;
+                     return key.isEmpty() ? QStringLiteral("needs the key of a label") : QString();
+                 }});
     return rows;
 }
 

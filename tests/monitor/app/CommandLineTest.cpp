@@ -111,6 +111,7 @@ QVector<OptionCase> optionCases()
         {"frames", ending, {"7"}, {"", "0", "-1", "few"}},
         {"bus", reading, {"can0", "1"}, {""}, true},
         {"counts", showing, {}, {}},
+        {"by", {"merge"}, {"vehicle"}, {""}, true},
         {"label", decoding, {"vehicle=17", "day=a=b"}, {"", "vehicle", "=17", "vehicle="}, true},
         {"from", reading + QStringList{"show"}, moments, notMoments},
         {"to", reading + QStringList{"show"}, moments, notMoments},

@@ -47,7 +47,7 @@ struct EmptyRun {
         QTextStream output(&printed);
         QTextStream diagnostics(&messages);
         monitor::Session session({}, 3);
-        return RunOutputs(options, output).write(session, diagnostics);
+        return RunOutputs(options, output).write({&session}, diagnostics);
     }
 };
 
@@ -144,7 +144,7 @@ TEST(RunOutputs, EveryOutputThatWantsTheValuesReceivesThem)
     frame.length = 8;
     for (int i = 0; i < 3; ++i)
         session.take(frame);
-    EXPECT_TRUE(outputs.write(session, output));
+    EXPECT_TRUE(outputs.write({&session}, output));
     QFile exported(table);
     ASSERT_TRUE(exported.open(QIODevice::ReadOnly));
     EXPECT_EQ(exported.readAll().count('\n'), 4);
@@ -204,7 +204,7 @@ TEST(RunOutputs, ProgressIsShownOnATerminal)
     QTextStream output(&printed);
     QTextStream diagnostics(&printedProgress);
     monitor::Session session({}, 3);
-    EXPECT_TRUE(RunOutputs(options, output).write(session, diagnostics));
+    EXPECT_TRUE(RunOutputs(options, output).write({&session}, diagnostics));
     EXPECT_TRUE(printedProgress.contains("writing 50 %")) << printedProgress.toStdString();
 }
 

@@ -84,12 +84,14 @@ TEST_F(Summaries, AreDatabasesWithTheStatisticsOfTheReplay)
     const QStringList names = lines.at(0).split(',');
     const auto column = [&](const char* name) { return names.indexOf(QString(name)); };
     const QStringList rows =
-        query("a", "SELECT name, count, average, deviation, median, rating FROM signal").split('\n');
+        query("a", "SELECT name, count, average, deviation, median, rating FROM signal")
+            .split('\n');
     int compared = 0;
     for (int i = 1; i < lines.size(); ++i) {
         const QStringList cells = lines.at(i).split(',');
         const QStringList row = rows.at(i - 1).split(' ');
-        if (cells.size() != names.size() || row.size() != 6 || cells.at(column("average")).isEmpty())
+        if (cells.size() != names.size() || row.size() != 6 ||
+            cells.at(column("average")).isEmpty())
             continue; // a name with a comma or a blank, or without values
         EXPECT_EQ(row.at(0), '\'' + cells.at(0) + '\'');
         EXPECT_EQ(row.at(1), cells.at(column("count")));
@@ -115,6 +117,52 @@ TEST_F(Summaries, KeepLabelsThatAllFilesShare)
     EXPECT_EQ(query("a", labels), QString("'day' '2026-11-22'\n'vehicle' '17'\n"));
     runMonitor({"merge", path("a"), path("b"), "--summary", path("ab")});
     EXPECT_EQ(query("ab", labels), QString("'vehicle' '17'\n"));
+}
+
+TEST_F(Summaries, AreMergedByLabels)
+{
+    const QStringList first{"--label", "vehicle=17", "--label", "day=1"};
+    const QStringList second{"--label", "vehicle=18", "--label", "day=1"};
+    EXPECT_EQ(summarize("a", first + QStringList{"--to", "4"}).exitCode, 0);
+    EXPECT_EQ(summarize("b", second + QStringList{"--from", "2"}).exitCode, 0);
+    EXPECT_EQ(summarize("c", first + QStringList{"--from", "4.000001"}).exitCode, 0);
+    const MonitorRun merged =
+        runMonitor({"merge", path("c"), path("b"), path("a"), "--by", "vehicle", "--summary",
+                    path("groups"), "--format", "csv"});
+    EXPECT_EQ(merged.exitCode, 0);
+
+    // Each group has the statistics of its replay.
+    const auto linesOf = [](const MonitorRun& run) {
+        return run.output.split("\r\n", Qt::SkipEmptyParts);
+    };
+    QStringList expected;
+    for (const QString& line : linesOf(summarize("whole", {"--format", "csv"})))
+        expected += line + (expected.isEmpty() ? ",labels" : ",\"day=1, vehicle=17\"");
+    for (const QString& line :
+         linesOf(summarize("b", second + QStringList{"--from", "2", "--format", "csv"})).mid(1))
+        expected += line + ",\"day=1, vehicle=18\"";
+    QStringList found = linesOf(merged);
+    found.sort();
+    expected.sort();
+    EXPECT_EQ(found, expected);
+
+    EXPECT_EQ(runMonitor({"show", path("groups"), "--format", "csv"}).output, merged.output);
+    EXPECT_EQ(query("groups", "SELECT run, group_concat(value) FROM run_label GROUP BY run"),
+              QString("1 '1,17'\n2 '1,18'\n"));
+    EXPECT_TRUE(runMonitor({"show", path("groups"), "--format", "json"})
+                    .output.contains("\"labels\": {\"day\":\"1\",\"vehicle\":\"17\"}"));
+    EXPECT_TRUE(
+        runMonitor({"show", path("groups"), "--counts"}).output.contains("day=1, vehicle=18\n"));
+
+    // Groups can be merged again: by other labels, or all together.
+    EXPECT_EQ(runMonitor({"merge", path("groups"), "--summary", path("all")}).exitCode, 0);
+    EXPECT_EQ(
+        runMonitor({"merge", path("a"), path("b"), path("c"), "--summary", path("abc")}).exitCode,
+        0);
+    EXPECT_TRUE(contentOf("all") == contentOf("abc"));
+    EXPECT_EQ(runMonitor({"merge", path("groups"), "--by", "fleet"}).diagnostics,
+              path("groups") + ": lacks the label fleet, so --by cannot tell its group; write it "
+                               "again with --label fleet=VALUE, or omit it\n");
 }
 
 TEST_F(Summaries, NeedOneBandForAMerge)
@@ -216,8 +264,8 @@ TEST_F(Summaries, ReplaceOnlySummaries)
     ASSERT_EQ(mkfifo(qPrintable(path("pipe")), 0600), 0);
     EXPECT_EQ(summarize("pipe").diagnostics,
               path("pipe") + ": cannot be written: not a regular file\n");
-    EXPECT_TRUE(summarize("missing/a").diagnostics.startsWith(path("missing/a") +
-                                                              ": cannot be written: "));
+    EXPECT_TRUE(
+        summarize("missing/a").diagnostics.startsWith(path("missing/a") + ": cannot be written: "));
 }
 
 TEST_F(Summaries, LabelWithoutASummaryIsAnError)
