@@ -53,7 +53,7 @@ class Section(NamedTuple):
 SECTIONS = (
     Section("replay", "Replays", """\
 Reading a log, recording its values and computing all statistics, in one process; the fastest of
-five runs. *Loop over digits* maps the file, finds the line ends by `memchr` and reads the digits of
+five runs. *Loop over digits* maps the file, finds line ends with `memchr` and reads the digits of
 time, id and data one by one. Reading is included unless the row says otherwise. Random 32-bit values
 hardly ever repeat, so their counts take the most time and memory.""",
             "{build}/benchmarks/replay", "{build}/benchmarks/replay 300000"),
@@ -74,7 +74,7 @@ counted.""",
     Section("live", "Live runs", """\
 `vantrel live` on a bus simulated by virtualcan. The full bus has 1 Mbit/s, which is 9,009 frames of
 8 bytes per second, each with four 16-bit signals. Processor times are in percent of one core. The
-time to start ends when the first table is on the terminal, the time to end begins with SIGTERM.""",
+time to start ends when the first table is on the terminal; the time to end begins with SIGTERM.""",
             "benchmarks/liveLoad {program}", "benchmarks/liveLoad {program} --seconds 5"),
     Section("running", "Running calculators", """\
 Nanoseconds per value. *Boost* is Boost.Accumulators. *Locked* holds a `std::mutex` once for adding
@@ -136,7 +136,7 @@ def command_of(section, build, quick):
 
 
 def checked(line):
-    """A row from a line of JSON, with the answer to whether it meets its target."""
+    """A row from a line of JSON, and whether it meets its target."""
     row = json.loads(line)
     figures = [row["value"], *(value for _, value in row["raw"])]
     if not all(isinstance(value, (int, float)) and math.isfinite(value) for value in figures):

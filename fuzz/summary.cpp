@@ -30,8 +30,8 @@ QByteArray withChecksum(QByteArray content)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const QByteArray content = withChecksum(
-        QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size)));
+    const QByteArray content =
+        withChecksum(QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size)));
     monitor::SummaryReader reader;
     QString error = reader.open(content);
     monitor::MergedRun merged(3);
@@ -47,8 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const monitor::Snapshot snapshot = merged.session().calcSnapshot();
     for (const monitor::SnapshotRow& row : snapshot.rows) {
         quint64 counted = 0;
-        merged.session().registry().at(row.signal).values().forEachCount(
-            [&](quint64, quint64 times) { counted += times; });
+        merged.session()
+            .registry()
+            .at(row.signal)
+            .values()
+            .forEachCount([&](quint64, quint64 times) { counted += times; });
         if (!row.statistics->isPassedThrough && row.statistics->count > 0 &&
             counted != static_cast<quint64>(row.statistics->count))
             std::abort();

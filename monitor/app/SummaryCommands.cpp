@@ -13,7 +13,8 @@ namespace monitor
 namespace
 {
 
-/// An error if \a options need single values, which a summary lacks; otherwise an empty string.
+/// An error message if \a options need individual values, which a summary does not contain;
+/// otherwise an empty string.
 QString needsValues(const ShowOptions& options)
 {
     QStringList needing;
@@ -24,8 +25,8 @@ QString needsValues(const ShowOptions& options)
     needing += options.choice.from ? QStringList(QStringLiteral("from")) : QStringList();
     needing += options.choice.to ? QStringList(QStringLiteral("to")) : QStringList();
     return needing.isEmpty() ? QString()
-                             : QStringLiteral("--%1 needs single values, which a summary does not "
-                                              "contain; use the recording or a saved run")
+                             : QStringLiteral("--%1 needs individual values, which a summary does "
+                                              "not contain; use the recording or a saved run")
                                    .arg(needing.constFirst());
 }
 
@@ -82,8 +83,8 @@ private:
         for (const QString& label : options.groupedBy) {
             const auto found = run.labels.find(label);
             if (found == run.labels.end())
-                return QStringLiteral("lacks the label %1, so --by cannot tell its group; write it "
-                                      "again with --label %1=VALUE, or omit it")
+                return QStringLiteral("has no label %1, so --by cannot assign it to a group; write "
+                                      "this summary again with --label %1=VALUE, or leave it out")
                     .arg(label);
             key.second += found->second;
         }

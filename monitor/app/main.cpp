@@ -102,8 +102,8 @@ bool drawsFiles(const monitor::Command& command)
 /// unless the environment selects a platform.
 std::unique_ptr<QCoreApplication> makeApplication(const monitor::Command& command, char* argv[])
 {
-    // Only the name of the program: Qt would take some of the options for its own, for example
-    // --display for that of the X server.
+    // Only the name of the program is passed, because Qt would take some of the options for its
+    // own: on X11, its --display selects the X server.
     static int argc = 1;
     const auto* live = std::get_if<monitor::LiveOptions>(&command);
     const bool hasWindow = live && live->display && live->display->needsWidgets;

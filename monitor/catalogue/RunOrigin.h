@@ -10,7 +10,8 @@
 namespace monitor
 {
 
-/// What the statistics of a run were computed with, and the labels that the user gave it.
+/// The versions of the program and the descriptions with which the statistics of a run were
+/// computed, and the labels that the user gave it.
 struct RunOrigin {
     std::map<QString, QString> labels;                     ///< such as vehicle and 17
     std::set<QString> programs;                            ///< versions of this program

@@ -42,8 +42,8 @@ public:
     const SnapshotRow& row(int row) const { return shown.snapshot.rows.at(places.at(row)); }
     Highlight highlight(int row) const { return highlightOf(this->row(row), leastRating); }
 
-    /// Whether the rows are those of \a other, a copy of this table made earlier: then it has not
-    /// been updated with other rows or another filter. Takes constant time.
+    /// Whether the rows are still those of \a other, an earlier copy of this table: neither the
+    /// rows nor the filter have changed since. Takes constant time.
     bool hasSameRows(const LiveTable& other) const;
 
     /// The mark of the highlight, followed by the cells of statisticsColumns().

@@ -31,8 +31,9 @@ public:
     /// The name, source, unit and so on, without statistics.
     const SignalStatistics& identity() const { return empty; }
 
-    /// Adds what another run says about the signal. Of two different comments, or texts of one
-    /// value, the first one in the order of QString that is not empty remains.
+    /// Adds the comment and value texts that the signal has in another run. Of two different
+    /// comments, or texts of one value, the non-empty one that comes first in the order of QString
+    /// remains.
     void addTexts(const QString& comment, const QHash<quint64, QString>& texts);
 
     /// Names the bus of the signal in its statistics.

@@ -64,7 +64,8 @@ void Session::pass(quint16 bus, const TransportedMessage& message, Record record
         undecoded.add({bus, ofId.id, true}, -ofId.frames);
 }
 
-/// Notes that the rows of \a message are out of date. Only one thread at a time reads frames.
+/// Notes that the rows of \a message are out of date. This needs no lock, because only one thread
+/// at a time reads frames.
 void Session::noteChange(MessageSignals& message)
 {
     if (message.isChanged)
@@ -408,7 +409,7 @@ quint16 Session::addBus(const QString& name)
     return static_cast<quint16>(busNames.size() - 1);
 }
 
-/// The ids with their \a names of buses, unless these are empty.
+/// The undecoded ids, with the \a names of their buses unless these are empty.
 QVector<UndecodedId> Session::undecodedIds(const QStringList& names) const
 {
     UndecodedFrames all = undecoded;

@@ -75,8 +75,8 @@ public:
     void addCounts(const FrameCounts& counts);
     void addUndecoded(const BusId& id, qint64 frames) { undecoded.add(id, frames); }
 
-    /// The number of the bus \a name of such a run, which is added if it is new. Signals and ids
-    /// show their buses if there are several.
+    /// The number of the bus \a name of such a run. A new bus is added. Signals and ids show their
+    /// buses if there are several.
     quint16 addBus(const QString& name);
 
     /// The same as undecodedIds(), but the buses are always named, if their names are known.

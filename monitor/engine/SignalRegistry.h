@@ -77,7 +77,7 @@ public:
     /// Adds a signal of a saved run, or of a summary. It is the only one of its message.
     MessageSignals& add(std::unique_ptr<MonitoredSignal> signal, quint16 bus = 0);
 
-    /// The name of the bus of the signal with this number, also if it is not shown; empty if
+    /// The name of the bus of the signal with this number, even if it is not shown; empty if
     /// unknown.
     QString busOf(int signal) const
     {
@@ -89,7 +89,7 @@ public:
     /// The signal with this number, which must have been seen.
     MonitoredSignal& at(int signal) const;
 
-    /// A limit that all numbers of signals are below.
+    /// All numbers of signals are less than this.
     size_t numberLimit() const { return places.size(); }
 
     /// The numbers of the signals seen so far, sorted by name, bus and source.

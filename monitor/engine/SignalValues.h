@@ -29,7 +29,7 @@ public:
 /// How average and deviation are computed.
 enum class Moments {
     Running, ///< by the library with each value: fast, correct to at least 15.5 digits
-    Exact    ///< from the counts of all distinct values: correctly rounded, in any order of values
+    Exact    ///< from the counts of all values: correctly rounded, whatever the order of values
 };
 
 /// When values were seen, in microseconds, and the newest of them. Does not depend on the order in
@@ -114,7 +114,8 @@ public:
     /// even if only the newest are kept.
     void ignoreOrder();
 
-    /// Whether the newest value is known. If it is the one with the latest time, a time must be.
+    /// Whether the newest value is known: always, unless the order is ignored and no value has a
+    /// known time.
     bool isNewestKnown() const { return !isOrderIgnored || seenTimes.areKnown(); }
 
     /// Passes each value to \a valueKeeper, which must outlive this object.

@@ -18,8 +18,8 @@ struct OutputTarget {
 /// The data that an output is written from.
 enum class OutputNeeds {
     Counts, ///< statistics and the counts of values
-    Values, ///< also single values, which a summary lacks
-    Run     ///< single values while the run lasts, which a saved run lacks too
+    Values, ///< also individual values, which a summary does not contain
+    Run     ///< individual values during the run, so a saved run is not enough either
 };
 
 /// A kind of output.

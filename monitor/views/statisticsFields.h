@@ -43,7 +43,7 @@ QString toJsonObject(const QStringList& names, const QVector<QJsonValue>& values
 QString toCsvCell(QString text);
 
 /// A line of comma-separated values, which ends with CR LF. Strings are quoted if
-/// necessary, null is empty, and the members of an object are written as by labelsOf(). The decimal
+/// necessary, null is empty, and the members of an object are written as in labelsOf(). The decimal
 /// separator is always a point.
 QString toCsvLine(const QVector<QJsonValue>& values);
 

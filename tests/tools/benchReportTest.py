@@ -106,7 +106,7 @@ class Report(unittest.TestCase):
         self.assertIn("**Failed:** exit code 1: cannot connect",
                       next(self.folder.glob("*.md")).read_text())
 
-    def test_a_section_fails_that_prints_no_or_wrong_rows_or_does_not_end_or_start(self):
+    def test_a_section_that_prints_no_or_wrong_rows_or_does_not_start_or_end_fails(self):
         for script, reason in (("", "no rows"), ("print('text')", "wrong row"),
                                ("print_row('g', 'n', float('nan'), 'ns')", "g, n: not a number"),
                                ("print('{}')", "wrong row")):

@@ -347,7 +347,7 @@ QVector<OptionRow> outputRows()
                  "Store a label in the summary, such as vehicle=17 or day=2026-11-22.",
                  decodingCommands, Occurrence::AnyNumber, readLabel});
     rows.append({"by", "KEY",
-                 "Merge only summaries whose labels KEY have the same value, and print the "
+                 "Merge only summaries with the same value of the label KEY, and print the "
                  "statistics of each group.",
                  CommandId::Merge, Occurrence::AnyNumber, [](const QString& key, Options& options) {
                      if (options.groupedBy.contains(key))

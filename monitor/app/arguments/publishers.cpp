@@ -15,7 +15,7 @@ namespace
 struct MetricsServer {
     static QString check(const QString& /*address*/)
     {
-        return QStringLiteral("is not available: this program was built without VANTREL_METRICS");
+        return QStringLiteral("is not available: this program was built with VANTREL_METRICS=OFF");
     }
 
     static std::unique_ptr<SnapshotSink> start(const PublisherSettings& /*settings*/,
@@ -39,8 +39,8 @@ const QVector<PublisherKind>& publisherKinds()
 {
     static const QVector<PublisherKind> kinds{
         {"metrics", "ADDRESS:PORT",
-         "Serve the current statistics for Prometheus at http://ADDRESS:PORT/metrics, for example "
-         "127.0.0.1:9464. With a PORT alone, only programs on this machine can connect.",
+         "Serve the current statistics to Prometheus at http://ADDRESS:PORT/metrics. With a PORT "
+         "alone, such as 9464, only programs on this machine can connect.",
          MetricsServer::check, start<MetricsServer>},
     };
     return kinds;

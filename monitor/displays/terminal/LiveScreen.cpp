@@ -86,8 +86,8 @@ QString LiveScreen::draw(const LiveTable& table, const LiveView& view, const QSi
     return lines.join('\n');
 }
 
-/// Formats \a count rows of \a table, unless they are the same as before. On a quiet bus, this
-/// would be most of the work.
+/// Formats \a count rows of \a table, unless they are the same as before. On a quiet bus,
+/// formatting them again would be most of the work.
 void LiveScreen::format(const LiveTable& table, int first, int count)
 {
     decltype(rows) wanted;

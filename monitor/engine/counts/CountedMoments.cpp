@@ -15,7 +15,7 @@ namespace
 constexpr int mantissaBits = std::numeric_limits<double>::digits;
 constexpr int lastPlaceOfTiniest = std::numeric_limits<double>::min_exponent - mantissaBits;
 
-/// Digits that a quotient needs at least, so that its rest matters only if it is 0 or not.
+/// To round a quotient of at least this many bits, it is enough to know whether the remainder is 0.
 constexpr int quotientBits = 64;
 
 int bitsOf(const cpp_int& positive)
@@ -23,17 +23,17 @@ int bitsOf(const cpp_int& positive)
     return static_cast<int>(msb(positive)) + 1;
 }
 
-/// Returns \a number x 2^\a exponent, rounded to the nearest double, to the even one if there are
-/// two. If \a hasRest, the number is greater by less than 1, and has at least 64 bits.
-double rounded(const cpp_int& number, bool hasRest, int exponent)
+/// Returns \a number x 2^\a exponent, rounded to the nearest double; ties go to the even one. If
+/// \a hasRemainder, the true number is greater by less than 1, and \a number has at least 64 bits.
+double rounded(const cpp_int& number, bool hasRemainder, int exponent)
 {
     const int surplus = std::max(bitsOf(number) - mantissaBits, lastPlaceOfTiniest - exponent);
     if (surplus <= 0)
         return std::ldexp(number.convert_to<double>(), exponent);
     cpp_int kept = number >> surplus;
-    const cpp_int rest = number - (kept << surplus);
+    const cpp_int dropped = number - (kept << surplus);
     const cpp_int half = cpp_int(1) << (surplus - 1);
-    if (rest > half || (rest == half && (hasRest || bit_test(kept, 0))))
+    if (dropped > half || (dropped == half && (hasRemainder || bit_test(kept, 0))))
         ++kept;
     return std::ldexp(kept.convert_to<double>(), exponent + surplus);
 }
@@ -73,9 +73,9 @@ double CountedMoments::average() const
     const Integer magnitude = abs(total);
     const int shift = std::max(quotientBits + bitsOf(count) - bitsOf(magnitude), 0);
     Integer quotient;
-    Integer rest;
-    divide_qr(Integer(magnitude << shift), Integer(count), quotient, rest);
-    const double average = rounded(quotient, rest != 0, leastExponent() - shift);
+    Integer remainder;
+    divide_qr(Integer(magnitude << shift), Integer(count), quotient, remainder);
+    const double average = rounded(quotient, remainder != 0, leastExponent() - shift);
     return total < 0 ? -average : average;
 }
 
@@ -89,12 +89,12 @@ double CountedMoments::deviation() const
     if (scaledVariance == 0)
         return 0;
     const int shift = std::max(quotientBits + bitsOf(count) - bitsOf(scaledVariance) / 2 + 1, 0);
-    Integer restOfRoot;
-    const Integer root = sqrt(Integer(scaledVariance << 2 * shift), restOfRoot);
+    Integer remainderOfRoot;
+    const Integer root = sqrt(Integer(scaledVariance << 2 * shift), remainderOfRoot);
     Integer quotient;
-    Integer rest;
-    divide_qr(root, Integer(count), quotient, rest);
-    return rounded(quotient, rest != 0 || restOfRoot != 0, leastExponent() - shift);
+    Integer remainder;
+    divide_qr(root, Integer(count), quotient, remainder);
+    return rounded(quotient, remainder != 0 || remainderOfRoot != 0, leastExponent() - shift);
 }
 
 } // namespace monitor

@@ -44,8 +44,8 @@ void BlockPipeline::waitUntilProcessed()
         std::rethrow_exception(failure);
 }
 
-/// Calls a step. If it throws, notes the exception, the first one if there are several, so that all
-/// threads end.
+/// Calls a step. If it throws, notes the exception, so that all threads end. If several steps
+/// throw, the first exception is kept.
 template <typename Step>
 void BlockPipeline::callUnlocked(const Step& step, Lock& lock)
 {

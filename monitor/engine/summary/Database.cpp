@@ -15,11 +15,11 @@ namespace monitor
 namespace
 {
 
-// Nothing in a summary is larger. SQLite allocates as much as a record claims to have.
+// Nothing in a summary is larger. Without this limit, SQLite would allocate as much memory as a
+// record claims to need.
 constexpr int longestValue = 1 << 20;
 
-/// SQLite takes some names, such as ":memory:", for something else than a file. Absolute ones it
-/// does not.
+/// An absolute path. SQLite does not treat some other names, such as ":memory:", as those of files.
 QByteArray pathOf(const QString& fileName)
 {
     return QFile::encodeName(QFileInfo(fileName).absoluteFilePath());

@@ -66,7 +66,7 @@ public:
     /// \a opened must outlive this object.
     Statement(Database& opened, const QByteArray& sql);
 
-    /// A statement that inserts a row into \a table, which sets all of its columns.
+    /// A statement that inserts rows into \a table, with parameters for all of its columns.
     static Statement inserting(Database& opened, const QByteArray& table);
 
     Statement& integer(qint64 value);
@@ -79,7 +79,8 @@ public:
     /// Executes the statement with the parameters that were set since the last call.
     void run();
 
-    /// Goes to the next row of the result. Returns false at its end, and begins again.
+    /// Goes to the next row of the result. Returns false after the last one; the next call then
+    /// executes the statement again.
     [[nodiscard]] bool next();
 
     int columns() const;
@@ -95,7 +96,7 @@ public:
     QByteArray readBlob();
     void skip(int count = 1) { column += count; }
 
-    /// The next column, whatever its type, such that different values have different bytes.
+    /// The next column, whatever its type, as bytes that differ if the values differ.
     QByteArray readBytes();
 
 private:

@@ -291,8 +291,7 @@ SummarySignal SummaryReader::readDefinition(Statement& row)
     if ((layout.isFloat && layout.length != 32 && layout.length != 64) ||
         (layout.passThrough && !layout.datatype) || lower.has_value() != upper.has_value() ||
         (lower && *lower > *upper))
-        invalid(
-            QStringLiteral("the definition of signal \"%1\" contradicts itself").arg(signalName));
+        invalid(QStringLiteral("the definition of signal \"%1\" is inconsistent").arg(signalName));
     return signal;
 }
 
@@ -330,7 +329,7 @@ void SummaryReader::addValues(Statement& row, qint64 id, SignalValues& values,
     const bool isAny = first.has_value();
     if (last.has_value() != isAny || newest.has_value() != isAny || (isAny && count == 0) ||
         (isAny && (*first > *last || !isRecordedTime(*first) || !isRecordedTime(*last))))
-        invalid(QStringLiteral("the times of signal \"%1\" contradict each other").arg(signalName));
+        invalid(QStringLiteral("the times of signal \"%1\" are inconsistent").arg(signalName));
     const std::optional<quint64> bits = bitsOfRawNumber(newest.value_or(0), layout);
     const quint64 newestBits = bits ? *bits : 0;
     if (!bits)

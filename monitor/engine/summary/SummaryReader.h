@@ -47,10 +47,10 @@ struct SummaryRun {
     std::map<QString, QString> labels;
 };
 
-/// Whether the file of that name is an SQLite database, as far as its first bytes tell.
+/// Whether the file of that name is an SQLite database, judging by its first bytes.
 bool isDatabase(const QString& fileName);
 
-/// Whether these bytes also tell that it is a summary.
+/// Whether it is a summary, judging by the same bytes.
 bool isSummary(const QString& fileName);
 
 /// Reads a summary, which need not be trusted. Functions that return a string return an error

@@ -22,7 +22,7 @@ constexpr int entriesPerPart = 4096;
 /// Creates the tables of a summary in an empty database.
 void createTables(Database& database);
 
-/// Completes a summary: its checksum covers all that it contains now.
+/// Completes a summary with the checksum of its current content.
 void seal(Database& database);
 
 /// Checks the structure of a database that need not be trusted: that it is a summary of a known

@@ -36,8 +36,8 @@ QByteArray keyOf(const SummarySignal& signal);
 /// The columns in which the definitions differ, such as "unit: "V" and "mV"".
 QString differencesBetween(const SummarySignal& left, const SummarySignal& right);
 
-/// The raw value in \a bits as an integer: negative for a signed signal if its sign bit is set. The
-/// bits of IEEE numbers, and of integers that exceed 63 bits, are those of the result.
+/// The raw value in \a bits as an integer: negative for a signed signal if its sign bit is set. For
+/// floating-point signals and integers of 64 bits, the result has the same bits as the raw value.
 qint64 rawNumber(quint64 bits, const SignalLayout& layout);
 
 /// The bits of a raw value; empty if \a number does not fit into the signal.

@@ -57,9 +57,9 @@ private:
         });
         for (int i = 1; i < rows.size(); ++i) {
             if (rows.at(i).key == rows.at(i - 1).key)
-                database.fail(QStringLiteral("two signals have the name \"%1\" and nothing that "
-                                             "tells them apart; write the summary from the "
-                                             "recording and its descriptions")
+                database.fail(QStringLiteral("two signals named \"%1\" cannot be told apart; "
+                                             "write the summary from the recording and its "
+                                             "descriptions")
                                   .arg(rows.at(i).signal.description.reportedName));
         }
         return rows;

@@ -8,7 +8,8 @@ namespace monitor
 {
 
 /// Computes the statistics of all \a groups, the sessions of a merge by labels, as one snapshot. If
-/// there are several, each row states its group and the labels of that. There must be a group.
+/// there are several, each row has the number and the labels of its group. There must be at least
+/// one group.
 Snapshot calcSnapshot(const std::vector<Session*>& groups);
 
 } // namespace monitor

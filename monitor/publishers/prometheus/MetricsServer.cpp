@@ -17,7 +17,7 @@ namespace monitor
 namespace
 {
 
-/// Splits "HOST:PORT". A port alone is one of 127.0.0.1. Returns an empty host if the port is not
+/// Splits "HOST:PORT". The host is 127.0.0.1 if only a port is given, and empty if the port is not
 /// valid.
 std::pair<QString, int> hostAndPort(const QString& address)
 {

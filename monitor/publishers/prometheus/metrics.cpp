@@ -63,7 +63,7 @@ const SignalMetric signalMetrics[] = {
     {"vantrel_signal_values_total", Type::Counter, "Number of measured values.",
      counted<&SignalStatistics::count>},
     {"vantrel_signal_deviators_total", Type::Counter,
-     "Number of values outside the current band. Decreases if the band grows around them.",
+     "Number of values outside the current band. Decreases if the band widens to include some.",
      computed<&SignalStatistics::deviators>},
     {"vantrel_signal_not_available_total", Type::Counter, "How often the sender had no value.",
      counted<&SignalStatistics::notAvailable>},

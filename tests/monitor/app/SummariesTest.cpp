@@ -161,8 +161,8 @@ TEST_F(Summaries, AreMergedByLabels)
         0);
     EXPECT_TRUE(contentOf("all") == contentOf("abc"));
     EXPECT_EQ(runMonitor({"merge", path("groups"), "--by", "fleet"}).diagnostics,
-              path("groups") + ": lacks the label fleet, so --by cannot tell its group; write it "
-                               "again with --label fleet=VALUE, or omit it\n");
+              path("groups") + ": has no label fleet, so --by cannot assign it to a group; write "
+                               "this summary again with --label fleet=VALUE, or leave it out\n");
 }
 
 TEST_F(Summaries, NeedOneBandForAMerge)
@@ -202,7 +202,7 @@ TEST_F(Summaries, CountsAreListed)
                       "  ]\n}\n"));
 }
 
-TEST_F(Summaries, RefuseOptionsThatNeedSingleValues)
+TEST_F(Summaries, RefuseOptionsThatNeedIndividualValues)
 {
     summarize("a");
     const QVector<QStringList> cases{
@@ -212,8 +212,8 @@ TEST_F(Summaries, RefuseOptionsThatNeedSingleValues)
         EXPECT_EQ(run.exitCode, 2);
         EXPECT_EQ(run.diagnostics,
                   path("a") + ": " + options.first() +
-                      " needs single values, which a summary does not contain; use the recording "
-                      "or a saved run\n");
+                      " needs individual values, which a summary does not contain; use the "
+                      "recording or a saved run\n");
         EXPECT_FALSE(QFile::exists(path("run")) || QFile::exists(path("plots")));
     }
 }

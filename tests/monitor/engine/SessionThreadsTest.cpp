@@ -201,7 +201,7 @@ TEST(SessionThreads, EverySinkTakesAllValuesAndIsClearedWithTheSession)
     EXPECT_EQ(second.taken, first.taken);
 }
 
-// Snapshots update only what has changed. Here it is compared with what the signals say.
+// Snapshots update only rows that have changed. Here every row is compared with its signal.
 TEST(SessionSnapshots, EveryRowIsAsNewAsItsSignal)
 {
     std::mt19937_64 random(5);

@@ -273,7 +273,7 @@ TEST(SignalValues, CountedInAnyOrderHaveTheStatisticsOfRecordedOnes)
         expected.count = recorded->count();
         statistics.count = counted->count();
         recorded->getStatistics(2, monitor::Moments::Exact, expected);
-        // Values that came as counts have exact moments only.
+        // Only exact moments are available for values that were added as counts.
         counted->getStatistics(2, monitor::Moments::Running, statistics);
         expectEqual(statistics, expected, place);
         expectNearestAverage(statistics.average, values, place);

@@ -8,7 +8,7 @@
 #include <QtNetwork/QTcpServer>
 #include <QtNetwork/QTcpSocket>
 
-/// A port of this machine that nothing listens at.
+/// A free port of this machine.
 inline quint16 freePort()
 {
     QTcpServer server;
@@ -71,7 +71,7 @@ private:
     QProcess process;
 };
 
-/// The body of the answer to an HTTP request; empty if there is none.
+/// The body of the answer to an HTTP request; empty if the request fails.
 inline QByteArray httpGet(quint16 port, const QByteArray& path)
 {
     QTcpSocket socket;

@@ -1,4 +1,4 @@
-// Runs the program on a simulated bus and a real Prometheus.
+// Runs the program on a simulated bus, with a real Prometheus server.
 
 #include "../app/LiveRun.h"
 #include "LocalServer.h"

@@ -13,7 +13,7 @@
 
 using Rational = boost::multiprecision::cpp_rational;
 
-/// Values, and how many times each came.
+/// Values, and how often each occurred.
 using CountedValues = std::vector<std::pair<double, quint64>>;
 
 inline Rational meanOf(const CountedValues& values)

@@ -82,7 +82,7 @@ quint64 randomBits(std::mt19937_64& random)
     }
 }
 
-/// \a times says how times go on: 0: unknown, 1: increasing, 2: many are equal, 3: in any order.
+/// \a times selects the times of frames: 0 unknown, 1 increasing, 2 many equal, 3 in any order.
 Recording randomRecording(std::mt19937_64& random, int count, int times)
 {
     Recording recording;

@@ -239,7 +239,7 @@ TEST_F(Summary, FilesThatAreNotSummariesAreRefused)
     EXPECT_EQ(read(path("."), merged), QString("not a summary: not a regular file"));
 }
 
-// A change is either reported, or has no effect since the byte is not used. Of three bytes, one is
+// A change is either reported, or has no effect because the byte is not used. Every third byte is
 // tried.
 TEST_F(Summary, DamagedByteNeverChangesTheStatistics)
 {
