@@ -56,8 +56,8 @@ class LiveRun
 {
 public:
     LiveRun(const LiveOptions& liveOptions, BusSource& busSource, PreparedRun& run,
-            Publishers startedPublishers, QTextStream& messages)
-        : publishers(std::move(startedPublishers)),
+            const Publishers& startedPublishers, QTextStream& messages)
+        : publishers(startedPublishers),
           options(liveOptions),
           source(busSource),
           outputs(run.outputs),
@@ -111,7 +111,7 @@ private:
         return isWanted;
     }
 
-    const Publishers publishers;
+    const Publishers& publishers;
     const LiveOptions& options;
     BusSource& source;
     RunOutputs& outputs;
@@ -138,7 +138,7 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
         return ExitCode::Failure;
     }
     diagnostics << options.bus.name() << ": connected" << Qt::endl;
-    LiveRun(options, source, run, std::move(publishers), diagnostics).watch();
+    LiveRun(options, source, run, publishers, diagnostics).watch();
     const bool isLost = source.isLost();
     source.stop();
     run.session->takeAll(source);

@@ -5,9 +5,13 @@
 #include <httplib.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
+#include <exception>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -32,7 +36,9 @@ std::pair<QString, int> hostAndPort(const QString& address)
 
 } // namespace
 
-class MetricsServer::Server
+/// The server, which belongs to its thread too: a client that sends its request one byte at a time
+/// can delay the end of that thread as long as it likes.
+class MetricsServer::Server : public std::enable_shared_from_this<Server>
 {
 public:
     explicit Server(QString nameOfBus) : busName(std::move(nameOfBus))
@@ -47,6 +53,11 @@ public:
         server.set_read_timeout(seconds(1));
         server.set_write_timeout(seconds(5));
         server.set_payload_max_length(longestRequest);
+        // By default, several programs could listen at the same port.
+        server.set_socket_options([](socket_t socket) {
+            const int yes = 1;
+            setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        });
         server.Get("/metrics", [this](const httplib::Request&, httplib::Response& response) {
             response.set_content(metrics().toStdString(), "text/plain; version=0.0.4");
         });
@@ -54,19 +65,6 @@ public:
             response.set_content("The metrics are at /metrics.\n", "text/plain");
         });
     }
-
-    ~Server()
-    {
-        if (!listener.joinable())
-            return;
-        while (!server.is_running()) // it could not be stopped yet
-            std::this_thread::yield();
-        server.stop();
-        listener.join();
-    }
-
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
 
     /// Listens at \a port, or at any free one if it is 0. Returns the port, or -1.
     int listen(const QString& host, int port)
@@ -76,9 +74,27 @@ public:
             port = server.bind_to_any_port(name);
         else if (!server.bind_to_port(name, port))
             port = -1;
-        if (port > 0)
-            listener = std::thread([this] { server.listen_after_bind(); });
+        if (port < 0)
+            return port;
+        try {
+            std::thread([self = shared_from_this()] { self->answer(); }).detach();
+        } catch (const std::system_error&) {
+            return -1;
+        }
         return port;
+    }
+
+    /// Stops listening, and waits a second at most for answers that are being sent.
+    void stop()
+    {
+        constexpr std::chrono::milliseconds pause(1);
+        constexpr std::chrono::seconds longestWait(1);
+        std::unique_lock<std::mutex> lock(mutex);
+        while (!hasEnded && !server.is_running()) // it could not be stopped yet
+            ended.wait_for(lock, pause);
+        if (!hasEnded)
+            server.stop();
+        ended.wait_for(lock, longestWait, [this] { return hasEnded; });
     }
 
     void set(const Snapshot& newSnapshot, const BusState& newBus)
@@ -89,6 +105,17 @@ public:
     }
 
 private:
+    void answer()
+    {
+        try {
+            server.listen_after_bind();
+        } catch (const std::exception&) { // such as too many threads
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        hasEnded = true;
+        ended.notify_all();
+    }
+
     QByteArray metrics()
     {
         std::unique_lock<std::mutex> lock(mutex);
@@ -99,11 +126,12 @@ private:
     }
 
     const QString busName;
-    std::mutex mutex; // protects the next two
+    std::mutex mutex; // protects the next three
     Snapshot snapshot;
     BusState bus;
+    bool hasEnded = false;
+    std::condition_variable ended;
     httplib::Server server;
-    std::thread listener;
 };
 
 QString MetricsServer::check(const QString& address)
@@ -118,11 +146,12 @@ std::unique_ptr<MetricsServer> MetricsServer::start(const PublisherSettings& set
                                                     QString& note)
 {
     const auto [host, wantedPort] = hostAndPort(settings.value);
-    auto server = std::make_unique<Server>(settings.bus);
+    auto server = std::make_shared<Server>(settings.bus);
     const int port = server->listen(host, wantedPort);
     if (port < 0) {
         note = QStringLiteral("--metrics %1: cannot listen there: the address is not one of this "
-                              "machine, or the port is in use or not permitted")
+                              "machine, the port is in use or not permitted, or there are too "
+                              "many threads")
                    .arg(settings.value);
         return nullptr;
     }
@@ -131,12 +160,15 @@ std::unique_ptr<MetricsServer> MetricsServer::start(const PublisherSettings& set
     return std::unique_ptr<MetricsServer>(new MetricsServer(std::move(server)));
 }
 
-MetricsServer::MetricsServer(std::unique_ptr<Server> startedServer)
+MetricsServer::MetricsServer(std::shared_ptr<Server> startedServer)
     : server(std::move(startedServer))
 {
 }
 
-MetricsServer::~MetricsServer() = default;
+MetricsServer::~MetricsServer()
+{
+    server->stop();
+}
 
 bool MetricsServer::take(const Snapshot& snapshot, const BusState& bus)
 {

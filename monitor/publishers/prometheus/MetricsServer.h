@@ -30,9 +30,9 @@ public:
 
 private:
     class Server;
-    explicit MetricsServer(std::unique_ptr<Server> startedServer);
+    explicit MetricsServer(std::shared_ptr<Server> startedServer);
 
-    std::unique_ptr<Server> server;
+    std::shared_ptr<Server> server;
 };
 
 } // namespace monitor

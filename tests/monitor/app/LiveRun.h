@@ -39,6 +39,12 @@ public:
     /// The diagnostic messages until the connection.
     const QString& messages() const { return diagnostics; }
 
+    /// Whether the program has ended. Processes its events.
+    bool hasEnded()
+    {
+        return process.state() == QProcess::NotRunning || process.waitForFinished(1);
+    }
+
     MonitorRun end()
     {
         process.terminate();
@@ -48,7 +54,8 @@ public:
     MonitorRun waitForEnd()
     {
         MonitorRun run;
-        if (process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit)
+        if ((hasEnded() || process.waitForFinished(60000)) &&
+            process.exitStatus() == QProcess::NormalExit)
             run.exitCode = process.exitCode();
         run.output = QString::fromUtf8(process.readAllStandardOutput());
         run.diagnostics = QString::fromUtf8(process.readAllStandardError());

@@ -153,7 +153,40 @@ TEST(PrometheusServer, PortInUseIsReported)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(run.diagnostics, "--metrics " + address +
                                    ": cannot listen there: the address is not one of this machine, "
-                                   "or the port is in use or not permitted\n");
+                                   "the port is in use or not permitted, or there are too many "
+                                   "threads\n");
+}
+
+TEST(PrometheusServer, TwoRunsCannotShareAPort)
+{
+    const SimulatedBus bus;
+    const LiveRun first(bus, {"--metrics", "0"});
+    const MonitorRun second =
+        runMonitor(QStringList{"live", "--metrics", QString::number(metricsPort(first))} +
+                   bus.options() + sampleOptions());
+    EXPECT_EQ(second.exitCode, 2);
+    EXPECT_TRUE(second.diagnostics.contains("cannot listen there"))
+        << second.diagnostics.toStdString();
+}
+
+TEST(PrometheusServer, ARunEndsAlthoughAClientNeverFinishesItsRequest)
+{
+    const SimulatedBus bus;
+    LiveRun live(bus, {"--metrics", "0", "--frames", "1371"});
+    QTcpSocket client;
+    client.connectToHost(QHostAddress::LocalHost, metricsPort(live));
+    ASSERT_TRUE(client.waitForConnected());
+    client.write("GET /metrics HTTP/1.1\r\nX: ");
+    bus.send(sampleFile("drive.log"));
+    // Each byte restarts the time after which the server gives up.
+    ASSERT_TRUE(LocalServer::waitUntil([&] {
+        client.write("a");
+        client.waitForBytesWritten(100);
+        return live.hasEnded();
+    }));
+    const MonitorRun run = live.waitForEnd();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, replayedSample());
 }
 
 TEST(PrometheusServer, OtherPathsAreNotFoundAndASilentClientDelaysNobody)
