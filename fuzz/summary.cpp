@@ -2,6 +2,7 @@
 
 #include <engine/summary/SummaryReader.h>
 #include <engine/summary/SummarySchema.h>
+#include <engine/summary/groups.h>
 #include <outputs/printedOutputs.h>
 
 #include <cstdint>
@@ -34,21 +35,30 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         withChecksum(QByteArray(reinterpret_cast<const char*>(data), static_cast<int>(size)));
     monitor::SummaryReader reader;
     QString error = reader.open(content);
-    monitor::MergedRun merged(3);
+    const auto totals = std::make_shared<monitor::MergeTotals>();
+    std::map<qint64, monitor::MergedRun> merged; // by the id of the run
     for (int times = 0; times < 2; ++times) {
         for (const monitor::SummaryRun& run : reader.runs()) {
+            monitor::MergedRun& group = merged.try_emplace(run.id, 3, totals).first->second;
             if (error.isEmpty())
-                error = reader.addTo(merged, run, QStringLiteral("file"));
+                error = reader.addTo(group, run, QStringLiteral("file"));
         }
     }
     inputRefused = !error.isEmpty();
     if (inputRefused)
         return 0;
-    const monitor::Snapshot snapshot = merged.session().calcSnapshot();
+    std::vector<monitor::Session*> groups;
+    for (auto& group : merged)
+        groups.push_back(&group.second.session());
+    const monitor::Snapshot snapshot = calcSnapshot(groups);
+    for (const qint64* count : pointersTo(snapshot.counts)) {
+        if (*count < 0)
+            std::abort();
+    }
     for (const monitor::SnapshotRow& row : snapshot.rows) {
         quint64 counted = 0;
-        merged.session()
-            .registry()
+        groups[row.group]
+            ->registry()
             .at(row.signal)
             .values()
             .forEachCount([&](quint64, quint64 times) { counted += times; });

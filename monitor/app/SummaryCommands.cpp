@@ -90,12 +90,13 @@ private:
         }
         auto& group = groups[key];
         if (!group)
-            group = std::make_unique<MergedRun>(k);
+            group = std::make_unique<MergedRun>(k, totals);
         return reader.addTo(*group, run, fileName);
     }
 
     const ShowOptions& options;
     std::map<Key, std::unique_ptr<MergedRun>> groups;
+    std::shared_ptr<MergeTotals> totals = std::make_shared<MergeTotals>();
     double k = 3;
     QString first; // file
 };

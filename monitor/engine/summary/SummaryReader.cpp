@@ -140,8 +140,7 @@ QString SummaryReader::findRuns()
 QString SummaryReader::addTo(MergedRun& merged, const SummaryRun& run, const QString& file)
 {
     Session& session = merged.session();
-    addRun(session, merged.isFirst, run.id);
-    merged.isFirst = false;
+    addRun(merged, run.id);
     addUndecoded(merged, run.id);
     Statement row(database, "SELECT * FROM signal WHERE run = ? ORDER BY id");
     row.integer(run.id);
@@ -165,8 +164,9 @@ QString SummaryReader::addTo(MergedRun& merged, const SummaryRun& run, const QSt
 }
 
 /// Adds everything about \a run but its signals and ids.
-void SummaryReader::addRun(Session& session, bool isFirst, qint64 run)
+void SummaryReader::addRun(MergedRun& merged, qint64 run)
 {
+    Session& session = merged.session();
     Statement row(database, "SELECT * FROM run WHERE id = ?");
     row.integer(run);
     if (!row.next())
@@ -176,14 +176,15 @@ void SummaryReader::addRun(Session& session, bool isFirst, qint64 run)
         session.setIncomplete();
     row.skip(); // k
     FrameCounts counts;
-    FrameCounts sums = session.counts();
     const auto added = pointersTo(counts);
-    const auto all = pointersTo(sums);
+    const auto all = pointersTo(merged.totals->counts);
     for (size_t i = 0; i < all.size(); ++i) {
         *added[i] = row.readInteger(0);
         if (!addUp(*all[i], *added[i]))
             database.fail(tooMany(QStringLiteral("a count of frames")));
     }
+    if (counts.decoded > counts.total)
+        invalid(QStringLiteral("more frames are decoded than received"));
     if (!database.isIntact())
         return;
     session.addCounts(counts);
@@ -208,10 +209,11 @@ void SummaryReader::addRun(Session& session, bool isFirst, qint64 run)
             invalid(QStringLiteral("the hash of description \"%1\" is not a SHA-256").arg(name));
         origin.descriptions.insert({name, QByteArray::fromHex(hash)});
     }
-    if (isFirst)
+    if (merged.isFirst)
         session.origin() = origin;
     else
         session.origin().merge(origin);
+    merged.isFirst = false;
 }
 
 void SummaryReader::addUndecoded(MergedRun& merged, qint64 run)
@@ -226,7 +228,7 @@ void SummaryReader::addUndecoded(MergedRun& merged, qint64 run)
         id.id =
             static_cast<quint32>(row.readInteger(0, id.extended ? lastExtendedId : lastStandardId));
         const qint64 frames = row.readInteger(1);
-        if (!addUp(merged.undecoded, frames))
+        if (!addUp(merged.totals->undecoded, frames))
             database.fail(tooMany(QStringLiteral("the number of undecoded frames")));
         if (!database.isIntact())
             return;

@@ -8,13 +8,24 @@
 namespace monitor
 {
 
+/// The numbers of frames in all groups of a merge, whose sum must not overflow either.
+struct MergeTotals {
+    FrameCounts counts;
+    qint64 undecoded = 0;
+};
+
 /// A run that consists of the runs of summaries. The result does not depend on the order in which
 /// they are added.
 class MergedRun
 {
 public:
-    /// The band reaches \a k deviations to either side of the average.
-    explicit MergedRun(double k) : merged({}, k) {}
+    /// The band reaches \a k deviations to either side of the average. Groups of one merge share
+    /// their \a sums.
+    explicit MergedRun(double k,
+                       std::shared_ptr<MergeTotals> sums = std::make_shared<MergeTotals>())
+        : merged({}, k), totals(std::move(sums))
+    {
+    }
 
     Session& session() { return merged; }
 
@@ -34,7 +45,7 @@ private:
 
     Session merged;
     bool isFirst = true;
-    qint64 undecoded = 0;                        // frames
+    std::shared_ptr<MergeTotals> totals;
     QHash<QByteArray, int> numbers;              // by the definition of the signal
     QHash<QByteArray, QVector<Known>> namesakes; // by name, source and bus
     QStringList keptApart;
@@ -79,7 +90,7 @@ private:
     };
 
     QString findRuns();
-    void addRun(Session& session, bool isFirst, qint64 run);
+    void addRun(MergedRun& merged, qint64 run);
     void addUndecoded(MergedRun& merged, qint64 run);
     SummarySignal readDefinition(Statement& row);
     QHash<quint64, QString> readTexts(qint64 signal, const SignalLayout& layout);

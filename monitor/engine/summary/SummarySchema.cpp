@@ -186,6 +186,8 @@ void checkTables(Database& database)
                                      "but this version reads format %2)")
                           .arg(found)
                           .arg(version));
+    if (found < version)
+        database.fail(QStringLiteral("not a summary of this version, but of format %1").arg(found));
     checkSchema(database);
     Statement check(database, "PRAGMA integrity_check(1)");
     const QString result = check.next() ? check.readText() : QString();

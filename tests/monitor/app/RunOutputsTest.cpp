@@ -3,7 +3,9 @@
 #include <app/EndRequest.h>
 #include <app/Preparation.h>
 #include <app/RunOutputs.h>
+#include <app/commands.h>
 #include <engine/saving/SavedRunReader.h>
+#include <engine/summary/SummaryWriter.h>
 #include <sources/recording/formats.h>
 
 #include <gtest/gtest.h>
@@ -242,6 +244,30 @@ TEST(RunOutputs, PlotsReportProgressForEachPlot)
         expected.append({i, snapshot.rows.size()});
     EXPECT_GT(expected.size(), 1);
     EXPECT_EQ(reported, expected);
+}
+
+TEST(ShownSummary, FrameCountsOfItsRunsMustNotOverflow)
+{
+    const QTemporaryDir directory;
+    QFile file(directory.filePath("summary"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    monitor::FrameCounts counts;
+    counts.total = counts.decoded = qint64{1} << 62;
+    monitor::Session first({}, 3);
+    monitor::Session second({}, 3);
+    first.addCounts(counts);
+    second.addCounts(counts);
+    ASSERT_EQ(monitor::writeSummary(file.fileName(), {&first, &second}), QString());
+    monitor::ShowOptions options;
+    options.inputs = QStringList{file.fileName()};
+    QString printed;
+    QString messages;
+    QTextStream output(&printed);
+    QTextStream diagnostics(&messages);
+    EXPECT_EQ(monitor::show(options, output, diagnostics), monitor::ExitCode::Failure);
+    EXPECT_EQ(messages,
+              file.fileName() + ": cannot be merged: a count of frames would exceed 2^63 - 1\n");
+    EXPECT_EQ(printed, QString());
 }
 
 TEST(EndRequest, SignalsAreReportedOnce)

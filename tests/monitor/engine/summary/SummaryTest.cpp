@@ -213,6 +213,32 @@ TEST_F(Summary, CountsThatWouldOverflowAreRefused)
                       "2^63 - 1"));
 }
 
+TEST_F(Summary, FrameCountsOfGroupsWhoseSumWouldOverflowAreRefused)
+{
+    const auto session = record({frameOf(1)});
+    monitor::FrameCounts many;
+    many.total = many.decoded = std::numeric_limits<qint64>::max() - 1;
+    session->addCounts(many);
+    const QString file = write(*session);
+    const auto totals = std::make_shared<monitor::MergeTotals>();
+    MergedRun first(3, totals);
+    MergedRun second(3, totals);
+    ASSERT_EQ(read(file, first), QString());
+    EXPECT_EQ(read(file, second),
+              QString("cannot be merged: a count of frames would exceed 2^63 - 1"));
+}
+
+TEST_F(Summary, MoreDecodedThanReceivedFramesAreRefused)
+{
+    const auto session = record({frameOf(1)});
+    monitor::FrameCounts more;
+    more.decoded = 1;
+    session->addCounts(more);
+    MergedRun shown(3);
+    EXPECT_EQ(read(write(*session), shown),
+              QString("invalid content: more frames are decoded than received"));
+}
+
 TEST_F(Summary, FilesThatAreNotSummariesAreRefused)
 {
     const auto errorOf = [this](const QByteArray& content) {
@@ -234,6 +260,9 @@ TEST_F(Summary, FilesThatAreNotSummariesAreRefused)
     newer[63] = 2; // the user version
     EXPECT_EQ(errorOf(newer), QString("was written by a newer version of this program (format 2, "
                                       "but this version reads format 1)"));
+    QByteArray older = summary;
+    older[63] = 0;
+    EXPECT_EQ(errorOf(older), QString("not a summary of this version, but of format 0"));
     MergedRun merged(3);
     EXPECT_EQ(read(path("missing"), merged), QString("cannot be read: No such file or directory"));
     EXPECT_EQ(read(path("."), merged), QString("not a summary: not a regular file"));
