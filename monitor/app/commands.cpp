@@ -74,13 +74,26 @@ void printCounts(const BusSender& sender, const SourceCounts& counts, QTextStrea
            << " frame(s) of invalid length\n";
 }
 
+/// An error message if \a options ask for a summary; otherwise an empty string. A saved run may
+/// lack the names of buses and some of the values, so its summary could not be merged with others.
+QString refusedSummary(const ShowOptions& options)
+{
+    return options.writes("summary")
+               ? options.inputs.constFirst() +
+                     QStringLiteral(": a summary cannot be made from a saved run; use "
+                                    "--summary when you replay the recording")
+               : QString();
+}
+
 ExitCode showSavedRun(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     const QString& fileName = options.inputs.constFirst();
     RunOutputs outputs(options, output);
     QFile file(fileName);
     SavedRunReader reader(file);
-    QString error = outputs.check();
+    QString error = refusedSummary(options);
+    if (error.isEmpty())
+        error = outputs.check();
     if (error.isEmpty()) {
         error = reader.open();
         if (!error.isEmpty())

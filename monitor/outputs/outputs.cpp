@@ -53,7 +53,7 @@ const QVector<OutputKind>& outputKinds()
          OutputNeeds::Values, inFiles<SavedRunOutput>, nullptr, nullptr},
         {"summary", "FILE",
          "Write the statistics, and how often each value occurred, to FILE, for \"vantrel merge\" "
-         "and \"vantrel show\".",
+         "and \"vantrel show\". Not available for saved runs.",
          false, OutputNeeds::Counts, inFiles<SummaryFile>, nullptr, nullptr},
         {"export", "FILE.csv", "Write every value with its time to FILE.csv during the run.", false,
          OutputNeeds::Run, inFiles<ExportFile>, nullptr, nullptr},

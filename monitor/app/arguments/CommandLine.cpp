@@ -178,13 +178,6 @@ QString uselessOption(const QCommandLineParser& parser, const Options& options)
     return QString();
 }
 
-bool writesSummary(const Options& options)
-{
-    return std::any_of(options.files.begin(), options.files.end(), [](const GivenOutput& given) {
-        return given.kind->name == QLatin1String("summary");
-    });
-}
-
 /// Checks that nothing is missing, and assigns the nodes to the descriptions. Returns an error
 /// message, or an empty string on success.
 QString complete(const QCommandLineParser& parser, const CommandRow& command, Options& options)
@@ -205,7 +198,7 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     else if (from && to && from->isAbsolute == to->isAbsolute &&
              from->nanoseconds > to->nanoseconds)
         error = QStringLiteral("needs a time for --to that is not before that for --from");
-    else if (!options.labels.empty() && !writesSummary(options))
+    else if (!options.labels.empty() && !options.writes("summary"))
         error = QStringLiteral("takes the option --label only with --summary");
     else if ((decodingCommands | CommandId::Ids).testFlag(command.id))
         error = completeDescriptions(options);

@@ -8,6 +8,7 @@
 #include "sources/FrameFilter.h"
 #include "sources/bus/BusAddress.h"
 
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <optional>
@@ -49,6 +50,14 @@ struct MonitorOptions {
     /// The statistics that are printed.
     enum class Subject { Signals, Messages, Ids, Counts } subject = Subject::Signals;
     std::map<QString, QString> labels; ///< of the summary
+
+    /// Whether an output of that name is written to a file.
+    bool writes(const char* name) const
+    {
+        return std::any_of(files.begin(), files.end(), [name](const GivenOutput& given) {
+            return QLatin1String(given.kind->name) == QLatin1String(name);
+        });
+    }
 };
 
 /// The exit codes of the program.

@@ -218,11 +218,17 @@ TEST_F(Summaries, RefuseOptionsThatNeedIndividualValues)
     }
 }
 
-TEST_F(Summaries, CanBeMadeFromASavedRun)
+TEST_F(Summaries, AreNotMadeFromSavedRuns)
 {
-    const MonitorRun replayed = summarize("a", {"--save", path("run")});
-    EXPECT_EQ(runMonitor({"show", path("run"), "--summary", path("b")}).exitCode, 0);
-    EXPECT_EQ(runMonitor({"show", path("b")}).output, replayed.output);
+    summarize("a", {"--save", path("run")});
+    const MonitorRun run = runMonitor({"show", path("run"), "--summary", path("b")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.diagnostics, path("run") + ": a summary cannot be made from a saved run; use "
+                                             "--summary when you replay the recording\n");
+    EXPECT_EQ(run.output, QString());
+    EXPECT_FALSE(QFile::exists(path("b")));
+    EXPECT_EQ(runMonitor({"show", path("a"), "--summary", path("b")}).exitCode, 0);
+    EXPECT_TRUE(contentOf("b") == contentOf("a"));
 }
 
 TEST_F(Summaries, DamagedOrForeignFileIsReportedWithExitCode2)
