@@ -21,6 +21,7 @@ QString nothingDecodedWith(const MonitorOptions& options)
 
 // Files are written first: printing may end the program if its standard output is a closed pipe.
 RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
+    : isLabelled(!options.groupedBy.isEmpty())
 {
     for (const GivenOutput& given : options.files)
         outputs.push_back(given.kind->make({nullptr, given.path}));
@@ -77,7 +78,7 @@ void RunOutputs::print(const QStringList& lines, QTextStream& diagnostics)
 
 bool RunOutputs::write(const std::vector<Session*>& groups, QTextStream& diagnostics)
 {
-    const Snapshot snapshot = calcSnapshot(groups);
+    const Snapshot snapshot = calcSnapshot(groups, isLabelled);
     FinishedRun run{*groups.front(), snapshot};
     if (groups.size() > 1)
         run.groups = groups;

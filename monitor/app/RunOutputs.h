@@ -38,6 +38,7 @@ public:
 private:
     void print(const QStringList& lines, QTextStream& diagnostics);
 
+    bool isLabelled;                              // whether groups are always listed with labels
     std::vector<std::unique_ptr<Output>> outputs; // the printed one last
     QStringList printed;                          // lines, which are not printed again
 };

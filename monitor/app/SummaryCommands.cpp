@@ -4,6 +4,7 @@
 #include "text/Progress.h"
 #include "text/Table.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -42,6 +43,8 @@ public:
     {
         SummaryReader reader;
         QString error = reader.open(fileName);
+        if (error.isEmpty() && options.merges)
+            remark(fileName, reader);
         for (const SummaryRun& run : reader.runs()) {
             if (error.isEmpty())
                 error = addRun(fileName, run, reader);
@@ -58,10 +61,10 @@ public:
         return all;
     }
 
-    /// See MergedRun.
+    /// A line for everything that the user should know about the files.
     QStringList notes() const
     {
-        QStringList all;
+        QStringList all = remarks;
         for (const auto& group : groups)
             all += group.second->notes();
         return all;
@@ -69,6 +72,24 @@ public:
 
 private:
     using Key = std::pair<qint64, QStringList>; // the id of the run; the values of its labels
+
+    void remark(const QString& fileName, const SummaryReader& reader)
+    {
+        const bool isIncomplete =
+            std::any_of(reader.runs().begin(), reader.runs().end(),
+                        [](const SummaryRun& run) { return !run.isComplete; });
+        if (isIncomplete)
+            remarks += fileName + QStringLiteral(": is incomplete: a recording was not read to "
+                                                 "its end");
+        if (reader.checksum().isEmpty())
+            return;
+        const auto same = files.constFind(reader.checksum());
+        if (same != files.cend())
+            remarks += fileName +
+                       QStringLiteral(": has the same contents as %1; both are counted").arg(*same);
+        else
+            files.insert(reader.checksum(), fileName);
+    }
 
     QString addRun(const QString& fileName, const SummaryRun& run, SummaryReader& reader)
     {
@@ -98,7 +119,9 @@ private:
     std::map<Key, std::unique_ptr<MergedRun>> groups;
     std::shared_ptr<MergeTotals> totals = std::make_shared<MergeTotals>();
     double k = 3;
-    QString first; // file
+    QString first;                    // file
+    QHash<QByteArray, QString> files; // by checksum
+    QStringList remarks;
 };
 
 } // namespace

@@ -298,7 +298,7 @@ const QVector<CommandRow>& commandRows()
          {{"show engine.run --k 2",
            "Print the statistics of a saved run again, with a narrower band."}},
          [](const Options& options) -> Command {
-             return ShowOptions{MonitorOptions(options), options.recordings, false, {}};
+             return ShowOptions{MonitorOptions(options), options.recordings, false};
          },
          {ValueHints::Paths::Files}},
         {"merge",
@@ -309,8 +309,7 @@ const QVector<CommandRow>& commandRows()
          {{"merge engine.summary drive.summary --summary both.summary",
            "Merge two summaries into one, and print the statistics of both recordings."}},
          [](const Options& options) -> Command {
-             return ShowOptions{MonitorOptions(options), options.recordings, true,
-                                options.groupedBy};
+             return ShowOptions{MonitorOptions(options), options.recordings, true};
          },
          {ValueHints::Paths::Files}},
     };

@@ -50,6 +50,7 @@ struct MonitorOptions {
     /// The statistics that are printed.
     enum class Subject { Signals, Messages, Ids, Counts } subject = Subject::Signals;
     std::map<QString, QString> labels; ///< of the summary
+    QStringList groupedBy; ///< keys of labels: summaries with different values are not merged
 
     /// Whether an output of that name is written to a file.
     bool writes(const char* name) const
@@ -101,9 +102,8 @@ struct SendOptions {
 /// The options of `vantrel show` and `vantrel merge`. The descriptions and signals are those of the
 /// files.
 struct ShowOptions : MonitorOptions {
-    QStringList inputs;    ///< file names: a saved run, or summaries
-    bool merges = false;   ///< whether all files must be summaries
-    QStringList groupedBy; ///< keys of labels: runs with different values are not merged
+    QStringList inputs;  ///< file names: a saved run, or summaries
+    bool merges = false; ///< whether all files must be summaries
 };
 
 } // namespace monitor

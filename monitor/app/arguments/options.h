@@ -29,7 +29,6 @@ constexpr CommandSet decodingCommands =
 /// The values of all options. Each command uses some of them.
 struct Options : LiveOptions {
     QStringList recordings; ///< file names; "-" is standard input
-    QStringList groupedBy;  ///< keys of labels
     int threads = 0;        ///< how many read and record; 0: one per processor, at most 4
     QVector<quint8> nodes;  ///< of the descriptions that need one, in their order
     double speed = 1;       ///< times as fast as recorded; infinite: as fast as possible

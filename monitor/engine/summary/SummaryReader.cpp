@@ -9,6 +9,7 @@
 #include <QtCore/QtEndian>
 
 #include <cmath>
+#include <utility>
 
 namespace monitor
 {
@@ -41,6 +42,27 @@ QString tooMany(const QString& what)
     return QStringLiteral("cannot be merged: %1 would exceed 2^63 - 1").arg(what);
 }
 
+/// Keys that signals which may be mistaken for each other have in common: the name, and the name
+/// without that of the message, which precedes it only if another message has such a signal too.
+QVector<QByteArray> namesakeKeys(const SummarySignal& signal)
+{
+    SummarySignal namesake;
+    const QString& name = signal.description.reportedName;
+    namesake.description.reportedName = name;
+    namesake.source = signal.source;
+    namesake.bus = signal.bus;
+    QVector<QByteArray> keys{keyOf(namesake)};
+    if (!signal.isMessageKnown())
+        return keys;
+    namesake.message = signal.message;
+    const QString& message = signal.message.name; // in "message.name" or "message(0x123).name"
+    const auto point = name.indexOf('.', message.size());
+    const bool isQualified = name.startsWith(message + '.') || name.startsWith(message + '(');
+    if (isQualified && point >= 0)
+        namesake.description.reportedName = name.mid(point + 1);
+    return keys << keyOf(namesake);
+}
+
 } // namespace
 
 bool isDatabase(const QString& fileName)
@@ -71,26 +93,28 @@ int MergedRun::add(const SummarySignal& signal, const QString& file)
     const int number = added.firstNumber;
     numbers.insert(key, number);
 
-    SummarySignal name;
-    name.description.reportedName = signal.description.reportedName;
-    name.source = signal.source;
-    name.bus = signal.bus;
-    QVector<Known>& others = namesakes[keyOf(name)];
-    if (!others.isEmpty()) {
-        const Known& other = others.constFirst();
-        QString text = QStringLiteral("%1: signal \"%2\"").arg(file, name.description.reportedName);
-        if (signal.source)
-            text += QStringLiteral(" of source %1").arg(*signal.source);
-        if (!signal.bus.isEmpty())
-            text += QStringLiteral(" on bus %1").arg(signal.bus);
-        keptApart +=
-            text + QStringLiteral(" is not merged with that of %1, because their "
-                                  "definitions differ (%2)")
-                       .arg(other.file == file ? QStringLiteral("the same file") : other.file,
-                            differencesBetween(summarySignalOf(merged, other.number), signal));
+    bool isNamesake = false;
+    for (const QByteArray& name : namesakeKeys(signal)) {
+        const auto other = namesakes.constFind(name);
+        if (other == namesakes.cend())
+            namesakes.insert(name, {number, file});
+        else if (!std::exchange(isNamesake, true))
+            noteKeptApart(signal, file, *other);
     }
-    others.append({number, file});
     return number;
+}
+
+void MergedRun::noteKeptApart(const SummarySignal& signal, const QString& file, const Known& other)
+{
+    QString text = QStringLiteral("%1: signal \"%2\"").arg(file, signal.description.reportedName);
+    if (signal.source)
+        text += QStringLiteral(" of source %1").arg(*signal.source);
+    if (!signal.bus.isEmpty())
+        text += QStringLiteral(" on bus %1").arg(signal.bus);
+    keptApart += text + QStringLiteral(" is not merged with that of %1, because their "
+                                       "definitions differ (%2)")
+                            .arg(other.file == file ? QStringLiteral("the same file") : other.file,
+                                 differencesBetween(summarySignalOf(merged, other.number), signal));
 }
 
 QString SummaryReader::open(const QString& fileName)
@@ -117,13 +141,14 @@ QString SummaryReader::open(const QByteArray& content)
 QString SummaryReader::findRuns()
 {
     checkTables(database);
-    Statement rows(database, "SELECT id, k FROM run ORDER BY id");
+    Statement rows(database, "SELECT id, k, complete FROM run ORDER BY id");
     while (rows.next()) {
         SummaryRun run;
         run.id = rows.readInteger(1);
         run.k = rows.readReal();
         if (run.k < 0)
             invalid(QStringLiteral("k is negative"));
+        run.isComplete = rows.readFlag();
         Statement labels(database, "SELECT key, value FROM run_label WHERE run = ? ORDER BY key");
         labels.integer(run.id);
         while (labels.next()) {
@@ -134,6 +159,10 @@ QString SummaryReader::findRuns()
     }
     if (foundRuns.empty())
         invalid(QStringLiteral("there is no run"));
+    Statement sealed(database, "SELECT sha256 FROM checksum WHERE EXISTS "
+                               "(SELECT 1 FROM signal WHERE count > 0)");
+    if (sealed.next())
+        foundChecksum = sealed.readBlob();
     return database.error();
 }
 

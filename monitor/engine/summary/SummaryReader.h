@@ -42,12 +42,13 @@ private:
     };
 
     int add(const SummarySignal& signal, const QString& file);
+    void noteKeptApart(const SummarySignal& signal, const QString& file, const Known& other);
 
     Session merged;
     bool isFirst = true;
     std::shared_ptr<MergeTotals> totals;
-    QHash<QByteArray, int> numbers;              // by the definition of the signal
-    QHash<QByteArray, QVector<Known>> namesakes; // by name, source and bus
+    QHash<QByteArray, int> numbers;     // by the definition of the signal
+    QHash<QByteArray, Known> namesakes; // by either of their namesakeKeys()
     QStringList keptApart;
 };
 
@@ -55,6 +56,7 @@ private:
 struct SummaryRun {
     qint64 id = 0;
     double k = 3; ///< half the width of the band, in deviations
+    bool isComplete = true;
     std::map<QString, QString> labels;
 };
 
@@ -75,6 +77,9 @@ public:
 
     /// The runs of the summary. Valid after open().
     const std::vector<SummaryRun>& runs() const { return foundRuns; }
+
+    /// The checksum of the content. Empty if the summary contains no values. Valid after open().
+    QByteArray checksum() const { return foundChecksum; }
 
     /// Adds \a run of this summary to \a merged. The values are recounted, and statistics are
     /// computed from their counts. After an error, only part of the run was added. Messages name
@@ -101,6 +106,7 @@ private:
 
     Database database;
     std::vector<SummaryRun> foundRuns;
+    QByteArray foundChecksum;
     QString signalName;             // of the signal that is being read, for messages
     std::optional<quint64> lastKey; // of its counts
 };

@@ -53,9 +53,9 @@ QVector<UndecodedId> undecodedIn(const std::vector<Session*>& groups, bool hasBu
 
 } // namespace
 
-Snapshot calcSnapshot(const std::vector<Session*>& groups)
+Snapshot calcSnapshot(const std::vector<Session*>& groups, bool isLabelled)
 {
-    if (groups.size() == 1)
+    if (groups.size() == 1 && !isLabelled)
         return groups.front()->calcSnapshot();
     std::vector<Snapshot> snapshots;
     QSet<QString> buses;

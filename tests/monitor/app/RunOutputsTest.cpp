@@ -13,6 +13,7 @@
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QTemporaryFile>
 #include <QtWidgets/QApplication>
 
 #include <fcntl.h>
@@ -51,6 +52,29 @@ struct EmptyRun {
         monitor::Session session({}, 3);
         return RunOutputs(options, output).write({&session}, diagnostics);
     }
+};
+
+/// A summary in a temporary file, and the result of showing it.
+class ShownSummary : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(file.open());
+        options.inputs = QStringList{file.fileName()};
+    }
+
+    monitor::ExitCode show()
+    {
+        QTextStream output(&printed);
+        QTextStream diagnostics(&messages);
+        return monitor::show(options, output, diagnostics);
+    }
+
+    QTemporaryFile file;
+    monitor::ShowOptions options;
+    QString printed;
+    QString messages;
 };
 
 /// While it exists, standard error is a terminal.
@@ -246,11 +270,8 @@ TEST(RunOutputs, PlotsReportProgressForEachPlot)
     EXPECT_EQ(reported, expected);
 }
 
-TEST(ShownSummary, FrameCountsOfItsRunsMustNotOverflow)
+TEST_F(ShownSummary, FrameCountsOfItsRunsMustNotOverflow)
 {
-    const QTemporaryDir directory;
-    QFile file(directory.filePath("summary"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     monitor::FrameCounts counts;
     counts.total = counts.decoded = qint64{1} << 62;
     monitor::Session first({}, 3);
@@ -258,16 +279,23 @@ TEST(ShownSummary, FrameCountsOfItsRunsMustNotOverflow)
     first.addCounts(counts);
     second.addCounts(counts);
     ASSERT_EQ(monitor::writeSummary(file.fileName(), {&first, &second}), QString());
-    monitor::ShowOptions options;
-    options.inputs = QStringList{file.fileName()};
-    QString printed;
-    QString messages;
-    QTextStream output(&printed);
-    QTextStream diagnostics(&messages);
-    EXPECT_EQ(monitor::show(options, output, diagnostics), monitor::ExitCode::Failure);
+    EXPECT_EQ(show(), monitor::ExitCode::Failure);
     EXPECT_EQ(messages,
               file.fileName() + ": cannot be merged: a count of frames would exceed 2^63 - 1\n");
     EXPECT_EQ(printed, QString());
+}
+
+TEST_F(ShownSummary, MergeNamesIncompleteFiles)
+{
+    monitor::Session session({}, 3);
+    monitor::FrameCounts counts;
+    counts.total = counts.decoded = 1;
+    session.addCounts(counts);
+    session.setIncomplete();
+    ASSERT_EQ(monitor::writeSummary(file.fileName(), {&session}), QString());
+    options.merges = true;
+    EXPECT_EQ(show(), monitor::ExitCode::Success);
+    EXPECT_EQ(messages, file.fileName() + ": is incomplete: a recording was not read to its end\n");
 }
 
 TEST(EndRequest, SignalsAreReportedOnce)

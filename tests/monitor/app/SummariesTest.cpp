@@ -165,6 +165,35 @@ TEST_F(Summaries, AreMergedByLabels)
                                "this summary again with --label fleet=VALUE, or leave it out\n");
 }
 
+TEST_F(Summaries, HaveLabelsWithByEvenInASingleGroup)
+{
+    EXPECT_EQ(summarize("a", {"--label", "vehicle=17"}).exitCode, 0);
+    const QStringList merge{"merge", path("a"), "--by", "vehicle", "--format"};
+    const QString csv = runMonitor(merge + QStringList{"csv"}).output;
+    EXPECT_TRUE(csv.section("\r\n", 0, 0).endsWith(",bus,labels"));
+    EXPECT_TRUE(csv.section("\r\n", 1, 1).endsWith(",,vehicle=17"));
+    EXPECT_TRUE(runMonitor(merge + QStringList{"json"})
+                    .output.contains("\"labels\": {\"vehicle\":\"17\"}"));
+    EXPECT_FALSE(runMonitor({"merge", path("a"), "--format", "csv"}).output.contains("labels"));
+}
+
+TEST_F(Summaries, SameContentsTwiceAreReported)
+{
+    summarize("a");
+    summarize("b");
+    summarize("c", {"--to", "4"});
+    EXPECT_EQ(runMonitor({"merge", path("a"), path("c"), path("b")}).diagnostics,
+              path("b") + ": has the same contents as " + path("a") + "; both are counted\n");
+    EXPECT_EQ(runMonitor({"merge", path("a"), path("c")}).diagnostics, QString());
+
+    // Drives without values often have the same contents.
+    const QByteArray dbc = "BO_ 291 Brake: 3 X\n SG_ State : 0|8@1- (1,0) [0|0] \"\" X\n";
+    replay("(1.0) can0 124#FF0000\n", dbc, {"--summary", path("d")});
+    replay("(1.0) can0 124#FF0000\n", dbc, {"--summary", path("e")});
+    EXPECT_EQ(contentOf("d"), contentOf("e"));
+    EXPECT_EQ(runMonitor({"merge", path("a"), path("d"), path("e")}).diagnostics, QString());
+}
+
 TEST_F(Summaries, NeedOneBandForAMerge)
 {
     EXPECT_EQ(summarize("a").exitCode, 0);

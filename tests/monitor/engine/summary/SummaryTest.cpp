@@ -168,6 +168,31 @@ TEST_F(Summary, SignalsWithDifferentDefinitionsAreKeptApart)
     }
 }
 
+// A name is preceded by that of the message only if the descriptions have another signal like that.
+TEST_F(Summary, SignalWithAndWithoutTheNameOfItsMessageIsKeptApartWithANote)
+{
+    const QString file = summaryOf({frameOf(1)});
+    for (const char* name : {"Message.Speed", "Message(0x18FE0031).Speed"}) {
+        CatalogueMessage message = engineMessage();
+        message.catalogueSignals[0].reportedName = name;
+        const QString other = summaryOf({frameOf(1)}, message);
+        MergedRun merged(3);
+        ASSERT_EQ(read(file, merged), QString());
+        ASSERT_EQ(read(other, merged), QString());
+        ASSERT_EQ(merged.notes().size(), 1);
+        EXPECT_TRUE(merged.notes().at(0).contains(
+            QString("signal \"%1\" of source 49 on bus can0 is not merged").arg(name)));
+        EXPECT_TRUE(merged.notes().at(0).contains(
+            QString("their definitions differ (name: \"Speed\" and \"%1\")").arg(name)));
+    }
+    CatalogueMessage message = engineMessage();
+    message.catalogueSignals[0].reportedName = "MessageOf.Speed";
+    MergedRun merged(3);
+    ASSERT_EQ(read(file, merged), QString());
+    ASSERT_EQ(read(summaryOf({frameOf(1)}, message), merged), QString());
+    EXPECT_EQ(merged.notes(), QStringList());
+}
+
 TEST_F(Summary, ValueTextsAreUnited)
 {
     CatalogueMessage other = engineMessage();
