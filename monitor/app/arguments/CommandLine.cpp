@@ -4,6 +4,8 @@
 #include "text/suggestions.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QDir>
+#include <QtCore/QHash>
 
 #include <algorithm>
 
@@ -178,6 +180,22 @@ QString uselessOption(const QCommandLineParser& parser, const Options& options)
     return QString();
 }
 
+/// An error if two outputs have the same file, as the rest of a sentence that begins with the
+/// command; otherwise an empty string.
+QString repeatedFile(const Options& options)
+{
+    QHash<QString, QLatin1String> names; // of the options, by path
+    for (const GivenOutput& given : options.files) {
+        const QLatin1String name(given.kind->name);
+        const QString path = QDir::cleanPath(QFileInfo(given.path).absoluteFilePath());
+        if (names.contains(path))
+            return QStringLiteral("needs different files for --%1 and --%2, but both are %3")
+                .arg(names.value(path), name, given.path);
+        names.insert(path, name);
+    }
+    return QString();
+}
+
 /// Checks that nothing is missing, and assigns the nodes to the descriptions. Returns an error
 /// message, or an empty string on success.
 QString complete(const QCommandLineParser& parser, const CommandRow& command, Options& options)
@@ -203,6 +221,8 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
     else if ((decodingCommands | CommandId::Ids).testFlag(command.id))
         error = completeDescriptions(options);
     sortByTables(options);
+    if (error.isEmpty())
+        error = repeatedFile(options);
     return error.isEmpty() ? error : QLatin1String(command.name) + QStringLiteral(" ") + error;
 }
 

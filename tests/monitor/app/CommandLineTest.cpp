@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 #include <QtCore/QTemporaryDir>
@@ -230,6 +231,17 @@ TEST(CommandLine, OutputFilesAndKeptRecordsAreRead)
     EXPECT_EQ(options.files.at(0).path, QString("run.series"));
     EXPECT_STREQ(options.files.at(1).kind->name, "plot");
     EXPECT_EQ(options.files.at(1).path, QString("plots"));
+}
+
+TEST(CommandLine, OutputsNeedDifferentFiles)
+{
+    EXPECT_EQ(errorOf(replay + QStringList{"--summary", "x", "--save", "x"}),
+              QString("replay needs different files for --save and --summary, but both are x"));
+    EXPECT_EQ(errorOf(replay + QStringList{"--export", QDir::current().filePath("x.csv"), "--plot",
+                                           "a/.././x.csv"}),
+              QString("replay needs different files for --export and --plot, but both are "
+                      "a/.././x.csv"));
+    EXPECT_EQ(errorOf(replay + QStringList{"--summary", "x", "--save", "X"}), QString());
 }
 
 TEST(CommandLine, FormatIsTheNameOfAPrintedOutput)
