@@ -42,10 +42,12 @@ void Database::create(const QString& fileName)
     sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longestValue); // nothing else could be opened
 }
 
+// SQLite neither reads nor creates other files next to a database that it takes for immutable.
 void Database::open(const QString& fileName)
 {
-    check(sqlite3_open_v2(pathOf(fileName).constData(), &connection,
-                          SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr));
+    const QByteArray uri = "file:" + pathOf(fileName).toPercentEncoding("/") + "?immutable=1";
+    check(sqlite3_open_v2(uri.constData(), &connection,
+                          SQLITE_OPEN_URI | SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr));
     defend();
 }
 

@@ -30,7 +30,7 @@ public:
     void create(const QString& fileName);
 
     /// Opens the database in a file, or in memory, for reading, with the defences of SQLite against
-    /// hostile databases.
+    /// hostile databases. No other file is read, so the database must not be in WAL mode.
     void open(const QString& fileName);
     void open(const QByteArray& content);
 

@@ -125,9 +125,13 @@ QString SummaryReader::open(const QString& fileName)
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return QStringLiteral("cannot be read: ") + file.errorString();
-    if (file.read(databaseMagicSize) != QByteArray(databaseMagic, databaseMagicSize))
-        return QStringLiteral("not a summary");
     file.close();
+    if (!isDatabase(fileName))
+        return QStringLiteral("not a summary");
+    constexpr int formats = 18; // the place of the versions for writing and for reading
+    if (beginningOf(fileName).mid(formats, 2).contains(2))
+        return QStringLiteral("cannot be read: the database is in WAL mode; run \"PRAGMA "
+                              "journal_mode=delete\" on it");
     database.open(fileName);
     return findRuns();
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QDir>
+
 #include <sys/stat.h>
 
 namespace
@@ -277,6 +279,30 @@ TEST_F(Summaries, DamagedOrForeignFileIsReportedWithExitCode2)
     }
     const MonitorRun run = runMonitor({"merge", sample("drive.log")});
     EXPECT_EQ(run.diagnostics, sample("drive.log") + ": not a summary\n");
+}
+
+// With SQLite's defaults, a journal next to a summary would change it or make it unreadable.
+TEST_F(Summaries, AreReadWithoutTheFilesNextToThem)
+{
+    const MonitorRun replayed = summarize("a?b#%20.summary");
+    write("a?b#%20.summary-journal", "not a journal");
+    const MonitorRun shown = runMonitor({"show", path("a?b#%20.summary")});
+    EXPECT_EQ(shown.exitCode, 0);
+    EXPECT_EQ(shown.diagnostics, QString());
+    EXPECT_EQ(shown.output, replayed.output);
+    EXPECT_EQ(contentOf("a?b#%20.summary-journal"), "not a journal");
+
+    summarize("wal");
+    query("wal", "PRAGMA journal_mode=wal");
+    const QStringList before = QDir(path(".")).entryList();
+    const MonitorRun refused = runMonitor({"show", path("wal")});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_EQ(refused.diagnostics,
+              path("wal") + ": cannot be read: the database is in WAL mode; run \"PRAGMA "
+                            "journal_mode=delete\" on it\n");
+    EXPECT_EQ(QDir(path(".")).entryList(), before);
+    query("wal", "PRAGMA journal_mode=delete");
+    EXPECT_EQ(runMonitor({"show", path("wal")}).output, replayed.output);
 }
 
 TEST_F(Summaries, ReplaceOnlySummaries)
