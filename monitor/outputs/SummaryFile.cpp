@@ -32,6 +32,8 @@ QString SummaryFile::check()
 {
     const QFileInfo present(file.fileName());
     const QString refused = file.fileName() + QStringLiteral(": cannot be written: ");
+    if (file.fileName() == QLatin1String("-"))
+        return refused + QStringLiteral("standard output is for the statistics; name a file");
     if (present.exists() && !present.isFile())
         return refused + QStringLiteral("not a regular file");
     if (present.exists() && !present.isReadable())

@@ -115,7 +115,10 @@ void Database::check(int result)
     const bool isFile = (result & primary) == SQLITE_IOERR || (result & primary) == SQLITE_CANTOPEN;
     if (isFile && reason != 0)
         return fail(qt_error_string(reason));
-    fail(QString::fromUtf8(connection ? sqlite3_errmsg(connection) : sqlite3_errstr(result)));
+    const QString text =
+        QString::fromUtf8(connection ? sqlite3_errmsg(connection) : sqlite3_errstr(result));
+    fail(isFile ? text + QStringLiteral(" (is the disk full, or a limit on its use reached?)")
+                : text);
 }
 
 void Statement::Finalize::operator()(sqlite3_stmt* statement) const

@@ -119,6 +119,8 @@ void MergedRun::noteKeptApart(const SummarySignal& signal, const QString& file, 
 
 QString SummaryReader::open(const QString& fileName)
 {
+    if (fileName == QLatin1String("-"))
+        return QStringLiteral("a summary cannot be read from standard input; write it to a file");
     const QFileInfo info(fileName);
     if (info.exists() && !info.isFile())
         return QStringLiteral("not a summary: not a regular file");
@@ -129,7 +131,7 @@ QString SummaryReader::open(const QString& fileName)
     if (!isDatabase(fileName))
         return QStringLiteral("not a summary");
     constexpr int formats = 18; // the place of the versions for writing and for reading
-    if (beginningOf(fileName).mid(formats, 2).contains(2))
+    if (beginningOf(fileName).mid(formats, 2).contains('\x02'))
         return QStringLiteral("cannot be read: the database is in WAL mode; run \"PRAGMA "
                               "journal_mode=delete\" on it");
     database.open(fileName);

@@ -13,6 +13,16 @@ namespace monitor
 namespace
 {
 
+/// At most the first 65,536 UTF-16 units of a comment or a text, which is much more than people
+/// write. All texts of a signal must fit into a row, see Database.
+QString shortened(const QString& text)
+{
+    constexpr int longest = 1 << 16;
+    const QString beginning = text.left(longest);
+    const bool isCut = beginning.size() < text.size() && beginning.back().isHighSurrogate();
+    return isCut ? beginning.chopped(1) : beginning;
+}
+
 /// Writes runs, one after another.
 class Writer
 {
@@ -163,7 +173,7 @@ private:
         row.text(description.scaling.unit);
         const auto& limits = description.rules.limits;
         limits ? row.real(limits->lowest).real(limits->highest) : row.null().null();
-        row.text(description.comment);
+        row.text(shortened(description.comment));
     }
 
     /// The columns after newest_raw.
@@ -175,7 +185,8 @@ private:
             return;
         }
         hasNewest ? row.real(statistics.newest) : row.null();
-        statistics.newestMeaning.isEmpty() ? row.null() : row.text(statistics.newestMeaning);
+        statistics.newestMeaning.isEmpty() ? row.null()
+                                           : row.text(shortened(statistics.newestMeaning));
         row.real(statistics.average).real(statistics.deviation);
         row.real(statistics.minimum).real(statistics.maximum).real(statistics.median);
         hasNewest ? row.integer(statistics.rating) : row.null();
@@ -204,7 +215,7 @@ private:
             const bool isScaled = bits && !description.layout.passThrough;
             row.integer(number).integer(value);
             isScaled ? row.real(signal.values().scaled(*bits)) : row.null();
-            row.text(description.valueTexts.value(bits.value_or(0))).run();
+            row.text(shortened(description.valueTexts.value(bits.value_or(0)))).run();
         }
     }
 

@@ -329,6 +329,16 @@ TEST_F(Summaries, ReplaceOnlySummaries)
         summarize("missing/a").diagnostics.startsWith(path("missing/a") + ": cannot be written: "));
 }
 
+TEST_F(Summaries, NeedFilesInsteadOfStandardStreams)
+{
+    EXPECT_EQ(runMonitor({"merge", "-"}).diagnostics,
+              QString("-: a summary cannot be read from standard input; write it to a file\n"));
+    summarize("a");
+    EXPECT_EQ(
+        runMonitor({"merge", path("a"), "--summary", "-"}).diagnostics,
+        QString("-: cannot be written: standard output is for the statistics; name a file\n"));
+}
+
 TEST_F(Summaries, LabelWithoutASummaryIsAnError)
 {
     const MonitorRun run = runMonitor(

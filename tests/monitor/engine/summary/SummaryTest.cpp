@@ -213,6 +213,24 @@ TEST_F(Summary, ValueTextsAreUnited)
     }
 }
 
+TEST_F(Summary, LongTextsAreShortened)
+{
+    constexpr int longest = 65536;
+    CatalogueMessage message = engineMessage();
+    const QString longText = QString("ab").repeated(1 << 20);
+    message.catalogueSignals[1].comment = longText;
+    message.catalogueSignals[1].valueTexts = {
+        {1, longText}, {2, QString(longest - 1, 'x') + QString::fromUtf8("\U0001F600")}};
+    MergedRun shown(3);
+    ASSERT_EQ(read(summaryOf({frameOf(1)}, message), shown), QString());
+    const int number = shown.session().registry().sorted().at(1);
+    const CatalogueSignal& signal = shown.session().registry().at(number).description();
+    EXPECT_EQ(signal.comment, longText.left(longest));
+    EXPECT_EQ(signal.valueTexts.value(1), longText.left(longest));
+    EXPECT_EQ(signal.valueTexts.value(2), QString(longest - 1, 'x'));
+    EXPECT_EQ(read(merge({write(shown.session())}), shown), QString());
+}
+
 TEST_F(Summary, IncompleteRunMakesTheResultIncomplete)
 {
     const QString whole = summaryOf({frameOf(1)});
