@@ -206,8 +206,8 @@ QString zshCompletion(const Release& release)
         cases += QStringLiteral("                        '(- *)'{-h,--help}'[Print the help]'");
         if (!argument.isEmpty())
             cases += " \\\n                        " +
-                     quoted((argument.endsWith(QLatin1String("...")) ? "*" : "1") +
-                            zshAction(argument.section('.', 0, 0), command.hints));
+                     quoted((argument == QLatin1String("FILE") ? "1" : "*") +
+                            zshAction(QStringLiteral("FILE"), command.hints));
         cases += QStringLiteral("\n                    ;;\n");
     }
     return QStringLiteral(R"(#compdef %1

@@ -1,6 +1,7 @@
 #include "RunOutputs.h"
 
 #include "engine/summary/groups.h"
+#include "outputs/printedOutputs.h"
 #include "text/Progress.h"
 
 namespace monitor
@@ -26,6 +27,7 @@ RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
     for (const GivenOutput& given : options.files)
         outputs.push_back(given.kind->make({nullptr, given.path}));
     using Subject = MonitorOptions::Subject;
+    const PrintedForm form = options.printed->form;
     switch (options.subject) {
     case Subject::Signals:
         outputs.push_back(options.printed->make({&output}));
@@ -33,10 +35,13 @@ RunOutputs::RunOutputs(const MonitorOptions& options, QTextStream& output)
     case Subject::Messages:
     case Subject::Ids:
         outputs.push_back(
-            options.printed->makeIds({&output}, options.subject == Subject::Messages));
+            std::make_unique<IdOutput>(output, form, options.subject == Subject::Messages));
         break;
     case Subject::Counts:
-        outputs.push_back(options.printed->makeCounts({&output}));
+        outputs.push_back(std::make_unique<CountsOutput>(output, form));
+        break;
+    case Subject::Comparison:
+        outputs.push_back(std::make_unique<ComparisonOutput>(output, form));
         break;
     }
 }

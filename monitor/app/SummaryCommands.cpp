@@ -41,9 +41,10 @@ public:
     /// empty string on success.
     [[nodiscard]] QString add(const QString& fileName)
     {
+        ++fileCount;
         SummaryReader reader;
         QString error = reader.open(fileName);
-        if (error.isEmpty() && options.merges)
+        if (error.isEmpty() && options.action == Action::Merge)
             remark(fileName, reader);
         for (const SummaryRun& run : reader.runs()) {
             if (error.isEmpty())
@@ -52,7 +53,8 @@ public:
         return error.isEmpty() ? error : fileName + QStringLiteral(": ") + error;
     }
 
-    /// The groups, sorted by their labels. Those of "vantrel show" are in the order of the file.
+    /// The groups, sorted by their labels. "vantrel show" makes a group of each run, and "vantrel
+    /// compare" one of each file.
     std::vector<Session*> sessions()
     {
         std::vector<Session*> all;
@@ -71,7 +73,8 @@ public:
     }
 
 private:
-    using Key = std::pair<qint64, QStringList>; // the id of the run; the values of its labels
+    using Action = ShowOptions::Action;
+    using Key = std::pair<qint64, QStringList>; // the number of a run or file; values of labels
 
     void remark(const QString& fileName, const SummaryReader& reader)
     {
@@ -97,10 +100,14 @@ private:
             first = fileName;
             k = options.k.value_or(run.k);
         }
-        if (!options.k && run.k != k)
+        if (!options.k && run.k != k && options.action != Action::Compare)
             return QStringLiteral("its band has k = %1, that of %2 has k = %3; choose one with --k")
                 .arg(QString::number(run.k), first, QString::number(k));
-        Key key{options.merges ? 0 : run.id, {}};
+        Key key;
+        if (options.action == Action::Show)
+            key.first = run.id;
+        else if (options.action == Action::Compare)
+            key.first = fileCount;
         for (const QString& label : options.groupedBy) {
             const auto found = run.labels.find(label);
             if (found == run.labels.end())
@@ -119,7 +126,8 @@ private:
     std::map<Key, std::unique_ptr<MergedRun>> groups;
     std::shared_ptr<MergeTotals> totals = std::make_shared<MergeTotals>();
     double k = 3;
-    QString first;                    // file
+    QString first; // file
+    qint64 fileCount = 0;
     QHash<QByteArray, QString> files; // by checksum
     QStringList remarks;
 };

@@ -189,7 +189,7 @@ ExitCode send(const SendOptions& options, QTextStream& output, QTextStream& diag
 
 ExitCode show(const ShowOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
-    return options.merges || isDatabase(options.inputs.constFirst())
+    return options.action != ShowOptions::Action::Show || isDatabase(options.inputs.constFirst())
                ? showSummaries(options, output, diagnostics)
                : showSavedRun(options, output, diagnostics);
 }

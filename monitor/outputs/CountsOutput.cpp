@@ -122,13 +122,15 @@ void printJson(const FinishedRun& run, QTextStream& output)
 OutputResult CountsOutput::write(const FinishedRun& run, const OutputProgress& /*progress*/)
 {
     switch (format) {
-    case IdFormat::Table:
+    case PrintedForm::None:
+        break;
+    case PrintedForm::Table:
         output << formatCountsTable(run);
         break;
-    case IdFormat::Json:
+    case PrintedForm::Json:
         printJson(run, output);
         break;
-    case IdFormat::Csv:
+    case PrintedForm::Csv:
         printCsv(run, output);
         break;
     }

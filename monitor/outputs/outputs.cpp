@@ -26,41 +26,26 @@ std::unique_ptr<Output> inFiles(const OutputTarget& target)
     return std::make_unique<T>(target.path);
 }
 
-template <IdFormat format>
-std::unique_ptr<Output> printedIds(const OutputTarget& target, bool onlyDescribed)
-{
-    return std::make_unique<IdOutput>(*target.stream, format, onlyDescribed);
-}
-
-template <IdFormat format>
-std::unique_ptr<Output> printedCounts(const OutputTarget& target)
-{
-    return std::make_unique<CountsOutput>(*target.stream, format);
-}
-
 } // namespace
 
 const QVector<OutputKind>& outputKinds()
 {
     static const QVector<OutputKind> kinds{
-        {"table", "", "", false, OutputNeeds::Counts, printed<TableOutput>,
-         printedIds<IdFormat::Table>, printedCounts<IdFormat::Table>},
-        {"json", "", "", false, OutputNeeds::Counts, printed<JsonOutput>,
-         printedIds<IdFormat::Json>, printedCounts<IdFormat::Json>},
-        {"csv", "", "", false, OutputNeeds::Counts, printed<CsvOutput>, printedIds<IdFormat::Csv>,
-         printedCounts<IdFormat::Csv>},
+        {"table", "", "", false, OutputNeeds::Counts, printed<TableOutput>, PrintedForm::Table},
+        {"json", "", "", false, OutputNeeds::Counts, printed<JsonOutput>, PrintedForm::Json},
+        {"csv", "", "", false, OutputNeeds::Counts, printed<CsvOutput>, PrintedForm::Csv},
         {"save", "FILE", "Save the recorded values to FILE, for \"vantrel show\".", false,
-         OutputNeeds::Values, inFiles<SavedRunOutput>, nullptr, nullptr},
+         OutputNeeds::Values, inFiles<SavedRunOutput>},
         {"summary", "FILE",
          "Write the statistics, and how often each value occurred, to FILE, for \"vantrel merge\" "
          "and \"vantrel show\". Not available for saved runs.",
-         false, OutputNeeds::Counts, inFiles<SummaryFile>, nullptr, nullptr},
+         false, OutputNeeds::Counts, inFiles<SummaryFile>},
         {"export", "FILE.csv", "Write every value with its time to FILE.csv during the run.", false,
-         OutputNeeds::Run, inFiles<ExportFile>, nullptr, nullptr},
+         OutputNeeds::Run, inFiles<ExportFile>},
         {"plot", "DIRECTORY",
          "Write a plot of each signal, and overview.png with all of them, to DIRECTORY, which is "
          "created if missing.",
-         true, OutputNeeds::Values, inFiles<PlotOutput>, nullptr, nullptr},
+         true, OutputNeeds::Values, inFiles<PlotOutput>},
     };
     return kinds;
 }

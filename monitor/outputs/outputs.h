@@ -22,6 +22,9 @@ enum class OutputNeeds {
     Run     ///< individual values during the run, so a saved run is not enough either
 };
 
+/// The form in which a printed output is written.
+enum class PrintedForm { None, Table, Json, Csv };
+
 /// A kind of output.
 struct OutputKind {
     const char* name;      ///< for a printed output, a value of --format; otherwise the option
@@ -30,12 +33,9 @@ struct OutputKind {
     bool needsWidgets;     ///< true: there must be a QApplication
     OutputNeeds needs;
     std::unique_ptr<Output> (*make)(const OutputTarget& target);
-    /// For a printed output: the same form for the statistics of ids, see IdOutput.
-    std::unique_ptr<Output> (*makeIds)(const OutputTarget& target, bool onlyDescribed);
-    /// For a printed output: the same form for the counts of values, see CountsOutput.
-    std::unique_ptr<Output> (*makeCounts)(const OutputTarget& target);
+    PrintedForm form = PrintedForm::None; ///< in which other subjects are printed too
 
-    bool isPrinted() const { return *valueName == '\0'; }
+    bool isPrinted() const { return form != PrintedForm::None; }
 };
 
 /// The table of outputs. A new kind needs a row here.

@@ -12,14 +12,6 @@ namespace monitor
 namespace
 {
 
-/// A JSON array with an item in each line.
-QString formatArray(const QStringList& items)
-{
-    return items.isEmpty() ? QStringLiteral("[]")
-                           : QStringLiteral("[\n    ") + items.join(QStringLiteral(",\n    ")) +
-                                 QStringLiteral("\n  ]");
-}
-
 QString formatUndecodedIds(const QVector<UndecodedId>& ids)
 {
     static const QStringList names{QStringLiteral("bus"), QStringLiteral("id"),
@@ -29,7 +21,7 @@ QString formatUndecodedIds(const QVector<UndecodedId>& ids)
         items += toJsonObject(names,
                               {id.bus.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(id.bus),
                                formatId(id.id, id.extended), id.frames});
-    return formatArray(items);
+    return toJsonArray(items);
 }
 
 QString formatFrames(const FrameCounts& counts)
@@ -106,7 +98,7 @@ QString formatJson(const Snapshot& snapshot)
         rows += toJsonObject(names, statisticsFieldsOf(*row.statistics, names));
     return QStringLiteral("{\n") + formatFrames(snapshot) +
            "  \"undecodedIds\": " + formatUndecodedIds(snapshot.undecoded) +
-           ",\n  \"signals\": " + formatArray(rows) + "\n}\n";
+           ",\n  \"signals\": " + toJsonArray(rows) + "\n}\n";
 }
 
 OutputResult IdOutput::write(const FinishedRun& run, const OutputProgress& /*progress*/)
@@ -117,19 +109,21 @@ OutputResult IdOutput::write(const FinishedRun& run, const OutputProgress& /*pro
     };
     ids.erase(std::remove_if(ids.begin(), ids.end(), isUnwanted), ids.end());
     switch (format) {
-    case IdFormat::Table:
+    case PrintedForm::None:
+        break;
+    case PrintedForm::Table:
         output << formatIds(ids) << '\n'
                << formatCounts(run.snapshot) << formatCompleteness(run.snapshot);
         return {};
-    case IdFormat::Json: {
+    case PrintedForm::Json: {
         QStringList items;
         for (const IdStatistics& id : qAsConst(ids))
             items += toJsonObject(idFieldNames(), idFieldsOf(id));
         output << QStringLiteral("{\n") + formatFrames(run.snapshot) +
-                      "  \"ids\": " + formatArray(items) + "\n}\n";
+                      "  \"ids\": " + toJsonArray(items) + "\n}\n";
         return {};
     }
-    case IdFormat::Csv:
+    case PrintedForm::Csv:
         output << toCsvLine(idFieldNames());
         for (const IdStatistics& id : qAsConst(ids))
             output << toCsvLine(idFieldsOf(id));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Output.h"
+#include "outputs.h"
 
 #include <QtCore/QTextStream>
 
@@ -47,15 +47,12 @@ private:
     QTextStream& output;
 };
 
-/// The form in which IdOutput and CountsOutput print.
-enum class IdFormat { Table, Json, Csv };
-
 /// Prints the statistics of each id, or only of ids and reassembled messages that are described.
 /// The session must collect them.
 class IdOutput : public Output
 {
 public:
-    IdOutput(QTextStream& stream, IdFormat idFormat, bool describedOnly)
+    IdOutput(QTextStream& stream, PrintedForm idFormat, bool describedOnly)
         : output(stream), format(idFormat), onlyDescribed(describedOnly)
     {
     }
@@ -65,7 +62,7 @@ public:
 
 private:
     QTextStream& output;
-    IdFormat format;
+    PrintedForm format;
     bool onlyDescribed;
 };
 
@@ -73,7 +70,8 @@ private:
 class CountsOutput : public Output
 {
 public:
-    CountsOutput(QTextStream& stream, IdFormat countsFormat) : output(stream), format(countsFormat)
+    CountsOutput(QTextStream& stream, PrintedForm countsFormat)
+        : output(stream), format(countsFormat)
     {
     }
 
@@ -82,7 +80,24 @@ public:
 
 private:
     QTextStream& output;
-    IdFormat format;
+    PrintedForm format;
+};
+
+/// Prints how the values of each signal differ between two groups, the largest change first.
+class ComparisonOutput : public Output
+{
+public:
+    ComparisonOutput(QTextStream& stream, PrintedForm comparisonForm)
+        : output(stream), form(comparisonForm)
+    {
+    }
+
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QTextStream& output;
+    PrintedForm form;
 };
 
 /// The texts printed by TableOutput and JsonOutput.

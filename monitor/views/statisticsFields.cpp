@@ -147,6 +147,13 @@ QString toJsonObject(const QStringList& names, const QVector<QJsonValue>& values
     return '{' + members.join(QStringLiteral(", ")) + '}';
 }
 
+QString toJsonArray(const QStringList& items)
+{
+    return items.isEmpty() ? QStringLiteral("[]")
+                           : QStringLiteral("[\n    ") + items.join(QStringLiteral(",\n    ")) +
+                                 QStringLiteral("\n  ]");
+}
+
 QString toCsvCell(QString text)
 {
     const bool needsQuotes =

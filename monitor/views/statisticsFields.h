@@ -39,6 +39,9 @@ QString toJson(const QJsonValue& value);
 /// The members of a JSON object of those \a names and \a values, in one line.
 QString toJsonObject(const QStringList& names, const QVector<QJsonValue>& values);
 
+/// A JSON array with each of the \a items, which are JSON, in a line of its own, indented by four.
+QString toJsonArray(const QStringList& items);
+
 /// \a text as a cell of comma-separated values (RFC 4180): quoted if necessary.
 QString toCsvCell(QString text);
 

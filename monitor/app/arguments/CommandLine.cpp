@@ -143,11 +143,13 @@ QString checkFiles(const QStringList& files, const CommandRow& command)
                                : QStringLiteral("%1 takes no file, but \"%2\" was given")
                                      .arg(name, files.constFirst());
     const bool takesSeveral = argument.endsWith(QLatin1String("..."));
-    if (takesSeveral ? !files.isEmpty() : files.size() == 1)
+    const bool takesTwo = argument.contains(' ');
+    if (takesSeveral ? !files.isEmpty() : files.size() == (takesTwo ? 2 : 1))
         return QString();
     return QStringLiteral("%1 needs %2: vantrel %3")
         .arg(name,
              takesSeveral ? QStringLiteral("at least one file")
+             : takesTwo   ? QStringLiteral("exactly two files")
                           : QStringLiteral("exactly one file"),
              usageOf(command));
 }
@@ -318,7 +320,7 @@ const QVector<CommandRow>& commandRows()
          {{"show engine.run --k 2",
            "Print the statistics of a saved run again, with a narrower band."}},
          [](const Options& options) -> Command {
-             return ShowOptions{MonitorOptions(options), options.recordings, false};
+             return ShowOptions{MonitorOptions(options), options.recordings};
          },
          {ValueHints::Paths::Files}},
         {"merge",
@@ -329,7 +331,22 @@ const QVector<CommandRow>& commandRows()
          {{"merge engine.summary drive.summary --summary both.summary",
            "Merge two summaries into one, and print the statistics of both recordings."}},
          [](const Options& options) -> Command {
-             return ShowOptions{MonitorOptions(options), options.recordings, true};
+             return ShowOptions{MonitorOptions(options), options.recordings,
+                                ShowOptions::Action::Merge};
+         },
+         {ValueHints::Paths::Files}},
+        {"compare",
+         CommandId::Compare,
+         "FILE FILE",
+         "Compare the values of each signal in two summaries A and B: average, deviation, and the "
+         "share of values outside the band of A. The largest change comes first.",
+         {{"compare engine.summary drive.summary",
+           "Print how the signals of one recording differ from those of another."}},
+         [](const Options& options) -> Command {
+             ShowOptions compared{MonitorOptions(options), options.recordings,
+                                  ShowOptions::Action::Compare};
+             compared.subject = MonitorOptions::Subject::Comparison;
+             return compared;
          },
          {ValueHints::Paths::Files}},
     };

@@ -33,7 +33,8 @@ using Command = std::variant<ReplayOptions, LiveOptions, SendOptions, ShowOption
 struct CommandRow {
     const char* name;
     CommandId id;
-    const char* argument; ///< required, as in help texts: "FILE", "FILE..." for several, or empty
+    const char* argument; ///< required, as in help texts: "FILE", "FILE FILE", "FILE..." for
+                          ///< several, or empty
     const char* help;
     QVector<HelpEntry> examples; ///< without the name of the program; see Help
     Command (*make)(const Options& options);

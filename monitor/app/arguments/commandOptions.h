@@ -48,7 +48,7 @@ struct MonitorOptions {
     QVector<GivenOutput> files;                       ///< the other outputs
     FrameChoice choice;                               ///< the frames that are used
     /// The statistics that are printed.
-    enum class Subject { Signals, Messages, Ids, Counts } subject = Subject::Signals;
+    enum class Subject { Signals, Messages, Ids, Counts, Comparison } subject = Subject::Signals;
     std::map<QString, QString> labels; ///< of the summary
     QStringList groupedBy; ///< keys of labels: summaries with different values are not merged
 
@@ -99,11 +99,11 @@ struct SendOptions {
     double speed = 1; ///< times as fast as recorded; infinite: as fast as possible
 };
 
-/// The options of `vantrel show` and `vantrel merge`. The descriptions and signals are those of the
-/// files.
+/// The options of `vantrel show`, `vantrel merge` and `vantrel compare`. The descriptions and
+/// signals are those of the files.
 struct ShowOptions : MonitorOptions {
-    QStringList inputs;  ///< file names: a saved run, or summaries
-    bool merges = false; ///< whether all files must be summaries
+    QStringList inputs; ///< file names: a saved run, or summaries
+    enum class Action { Show, Merge, Compare } action = Action::Show;
 };
 
 } // namespace monitor

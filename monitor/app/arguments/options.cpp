@@ -27,7 +27,8 @@ constexpr CommandSet busCommands = liveCommands | CommandId::Send;
 constexpr CommandSet describedCommands = decodingCommands | CommandId::Ids;
 constexpr CommandSet showingCommands = CommandSet(CommandId::Show) | CommandId::Merge;
 constexpr CommandSet signalCommands = decodingCommands | showingCommands;
-constexpr CommandSet printingCommands = signalCommands | CommandId::Ids;
+constexpr CommandSet bandCommands = signalCommands | CommandId::Compare;
+constexpr CommandSet printingCommands = bandCommands | CommandId::Ids;
 
 QString readPositive(const QString& text, double& number)
 {
@@ -409,7 +410,7 @@ QVector<OptionRow> signalRows()
         {"k", "K",
          "Extend the band K deviations to either side of the average (default: the value from the "
          "configuration, the saved run or the summary, otherwise 3).",
-         signalCommands, Occurrence::AtMostOnce, readK},
+         bandCommands, Occurrence::AtMostOnce, readK},
         {"periods", "",
          "Print the average period of each described message, the deviation (jitter), minimum and "
          "maximum, and the described cycle time, instead of the statistics of signals.",

@@ -17,7 +17,8 @@ enum class CommandId {
     Send = 0x08,
     Show = 0x10,
     Ids = 0x20,
-    Merge = 0x40
+    Merge = 0x40,
+    Compare = 0x80
 };
 Q_DECLARE_FLAGS(CommandSet, CommandId)
 Q_DECLARE_OPERATORS_FOR_FLAGS(CommandSet)

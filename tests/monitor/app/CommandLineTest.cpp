@@ -73,7 +73,8 @@ QVector<OptionCase> optionCases()
     const QStringList described{"replay", "ids", "live", "window"};
     const QStringList showing{"show", "merge"};
     const QStringList reporting = decoding + showing;
-    const QStringList printing{"replay", "ids", "live", "window", "show", "merge"};
+    const QStringList banding = reporting + QStringList{"compare"};
+    const QStringList printing{"replay", "ids", "live", "window", "show", "merge", "compare"};
     const QStringList reading{"replay", "ids", "send"};
     const QStringList onBus{"ids", "live", "window", "send"};
     const QStringList ending{"ids", "live", "window"};
@@ -99,7 +100,7 @@ QVector<OptionCase> optionCases()
          {"", "Speed", "Speed=", "=1:2", "Speed=1", "Speed=1:", "Speed=:1", "Speed=1:2:3",
           "Speed=nan:1", "Speed=0:inf", "Speed=2:1", "Described", "from-eds", "described=1"},
          true},
-        {"k", reporting, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
+        {"k", banding, {"0", "1.5", "1e3"}, {"", "many", "-1", "nan", "inf"}},
         {"threads", {"replay"}, {"1", "64"}, {"", "0", "-1", "65", "many", "2.5"}},
         {"keep", decoding, {"2", "1073741823"}, {"", "1", "-5", "many", "2.5", "1073741824"}},
         {"format", printing, {"table", "json", "csv"}, {"", "xml", "JSON"}},
@@ -147,6 +148,8 @@ QStringList argumentsFor(const QString& option, const QString& command)
         command == "ids";
     if (QStringList{"replay", "ids", "send", "show", "merge"}.contains(command))
         arguments += listsBus ? "live" : "some.file";
+    if (command == "compare")
+        arguments += {"some.file", "other.file"};
     if (QStringList{"replay", "live", "window"}.contains(command) && option != "dbc")
         arguments += {"--dbc", "some.dbc"};
     if (option == "label")
@@ -438,6 +441,8 @@ TEST(CommandLine, MissingFilesAndOptionsAreNamed)
     const QString oneFile = "show needs exactly one file: vantrel show FILE";
     EXPECT_EQ(errorOf({"show"}), oneFile);
     EXPECT_EQ(errorOf({"show", "a", "b"}), oneFile);
+    EXPECT_EQ(errorOf({"compare", "a"}),
+              QString("compare needs exactly two files: vantrel compare FILE FILE"));
     EXPECT_EQ(errorOf({"ids", "live", "--plugin", "socketcan"}),
               QString("ids needs --interface NAME"));
     EXPECT_EQ(errorOf(live + QStringList{"bus.log"}),
@@ -452,13 +457,13 @@ TEST(CommandLine, UnknownCommandIsAnErrorWithASuggestion)
 {
     EXPECT_EQ(errorOf({"replya", "bus.log"}),
               QString("unknown command \"replya\" (did you mean replay?)"));
-    EXPECT_EQ(
-        errorOf({"frob", "--help"}),
-        QString(
-            "unknown command \"frob\" (available: replay, ids, live, window, send, show, merge)"));
+    EXPECT_EQ(errorOf({"frob", "--help"}),
+              QString("unknown command \"frob\" (available: replay, ids, live, window, send, show, "
+                      "merge, compare)"));
     EXPECT_EQ(
         errorOf({}),
-        QString("no command given (available: replay, ids, live, window, send, show, merge)"));
+        QString(
+            "no command given (available: replay, ids, live, window, send, show, merge, compare)"));
 }
 
 TEST(CommandLine, UnknownOptionIsAnErrorWithASuggestionForTheSameCommand)

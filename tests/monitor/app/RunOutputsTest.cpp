@@ -222,8 +222,7 @@ TEST(RunOutputs, UnwritablePlotDirectoryIsAnError)
 TEST(RunOutputs, ProgressIsShownOnATerminal)
 {
     const StandardErrorTerminal terminal;
-    const OutputKind kind{"half-done",  "",      "",     false, monitor::OutputNeeds::Counts,
-                          makeHalfDone, nullptr, nullptr};
+    const OutputKind kind{"half-done", "", "", false, monitor::OutputNeeds::Counts, makeHalfDone};
     MonitorOptions options;
     options.printed = &kind;
     QString printed;
@@ -293,7 +292,7 @@ TEST_F(ShownSummary, MergeNamesIncompleteFiles)
     session.addCounts(counts);
     session.setIncomplete();
     ASSERT_EQ(monitor::writeSummary(file.fileName(), {&session}), QString());
-    options.merges = true;
+    options.action = monitor::ShowOptions::Action::Merge;
     EXPECT_EQ(show(), monitor::ExitCode::Success);
     EXPECT_EQ(messages, file.fileName() + ": is incomplete: a recording was not read to its end\n");
 }

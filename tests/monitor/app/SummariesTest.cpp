@@ -209,6 +209,65 @@ TEST_F(Summaries, NeedOneBandForAMerge)
               runMonitor({"show", path("b")}).output);
 }
 
+// The expected numbers follow from the few values: A has the average 11 and the deviation 1, so
+// with k = 1 its band reaches from 10 to 12.
+TEST_F(Summaries, AreComparedLargestChangeFirst)
+{
+    const QByteArray dbc = "BO_ 291 Brake: 2 X\n"
+                           " SG_ Small : 0|8@1+ (1,0) [0|0] \"bar\" X\n"
+                           " SG_ Large : 8|8@1+ (1,0) [0|0] \"\" X\n"
+                           "BO_ 292 Once: 1 X\n"
+                           " SG_ Gone : 0|8@1+ (1,0) [0|0] \"\" X\n"
+                           "BO_ 293 Fixed: 1 X\n"
+                           " SG_ Fixed : 0|8@1+ (1,0) [0|0] \"\" X\n";
+    EXPECT_EQ(replay("(1.0) can0 123#0A0A\n(2.0) can0 123#0C0C\n(3.0) can0 124#05\n"
+                     "(4.0) can0 125#07\n",
+                     dbc, {"--summary", path("a"), "--k", "1"})
+                  .exitCode,
+              0);
+    EXPECT_EQ(replay("(1.0) can0 123#0A11\n(2.0) can0 123#0D0B\n(3.0) can0 123#0D11\n"
+                     "(4.0) can0 123#0A0B\n(5.0) can0 125#08\n",
+                     dbc, {"--summary", path("b")})
+                  .exitCode,
+              0);
+    const MonitorRun run = runMonitor({"compare", path("a"), path("b"), "--format", "csv"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output,
+              QString("name,source,bus,countA,countB,averageA,averageB,deviationA,deviationB,"
+                      "outsideA,outsideB,change,unit\r\n"
+                      "Fixed,,,1,1,7,8,0,0,0,1,,\r\n"
+                      "Large,,,2,4,11,14,1,3,0,0.5,5,\r\n"
+                      "Small,,,2,4,11,11.5,1,1.5,0,0.5,1,bar\r\n"
+                      "Gone,,,1,,5,,0,,0,,,\r\n"));
+    EXPECT_TRUE(
+        runMonitor({"compare", path("a"), path("b"), "--format", "json"})
+            .output.startsWith("{\n  \"k\": 1,\n  \"signals\": [\n    {\"name\": \"Fixed\", "));
+    EXPECT_TRUE(runMonitor({"compare", path("a"), path("b"), "--k", "4", "--format", "csv"})
+                    .output.contains("Small,,,2,4,11,11.5,1,1.5,0,0,1,bar\r\n"));
+    EXPECT_TRUE(runMonitor({"compare", path("a"), path("a"), "--format", "csv"})
+                    .output.contains("Small,,,2,2,11,11,1,1,0,0,0,bar\r\n"));
+    const QString table = runMonitor({"compare", path("a"), path("b")}).output;
+    EXPECT_TRUE(table.startsWith("signal  source  bus  count A  count B  average A  average B  "
+                                 "deviation A  deviation B  outside A  outside B  change  unit\n"
+                                 "Fixed        -  -          1        1          7          8"));
+    EXPECT_TRUE(table.endsWith("\nband        average of A +/- 1 deviations of A\n"));
+}
+
+TEST_F(Summaries, SignalWithAnotherDefinitionIsNotCompared)
+{
+    const QByteArray log = "(1.0) can0 123#0A\n";
+    const QByteArray dbc = "BO_ 291 Brake: 1 X\n SG_ Force : 0|8@1+ (1,0) [0|0] \"N\" X\n";
+    EXPECT_EQ(replay(log, dbc, {"--summary", path("a")}).exitCode, 0);
+    EXPECT_EQ(
+        replay(log, QByteArray(dbc).replace("(1,0)", "(2,0)"), {"--summary", path("b")}).exitCode,
+        0);
+    const MonitorRun run = runMonitor({"compare", path("a"), path("b"), "--format", "csv"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.diagnostics, QString("signal \"Force\" is not compared, because its definitions "
+                                       "differ (factor: \"1\" and \"2\")\n"));
+    EXPECT_EQ(run.output.count("Force,"), 2);
+}
+
 TEST_F(Summaries, CountsAreListed)
 {
     const QByteArray dbc = "BO_ 291 Brake: 3 X\n"
