@@ -69,15 +69,21 @@ AxisRange timesOf(const QVector<Plot>& plots)
     return times;
 }
 
-QString writePlot(const Plot& plot, const QString& fileName)
+/// Writes an image of \a chart, which has the size of a plot.
+QString writeChart(std::unique_ptr<QChart> chart, const QString& fileName)
 {
     QImage image(plotSize, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);
-    const Trace trace = plot.trace();
-    paint(chartOf(*plot.statistics, trace, rangeOf(trace), plotSize), image.rect(), painter);
+    paint(std::move(chart), image.rect(), painter);
     painter.end();
     return writeImage(image, fileName);
+}
+
+QString writePlot(const Plot& plot, const QString& fileName)
+{
+    const Trace trace = plot.trace();
+    return writeChart(chartOf(*plot.statistics, trace, rangeOf(trace), plotSize), fileName);
 }
 
 QString writeOverview(const QVector<Plot>& plots, const QString& fileName)
@@ -111,6 +117,16 @@ QString freeName(const QString& wanted, QSet<QString>& taken)
     return name + QStringLiteral(".png");
 }
 
+/// Creates \a directory if missing. Returns an error message if no file can be written into it.
+QString checkFolder(const QString& directory)
+{
+    const QDir folder(directory);
+    if (!folder.mkpath(QStringLiteral(".")))
+        return directory + QStringLiteral(": the directory cannot be created");
+    QSaveFile file(folder.filePath(QLatin1String(overviewName)));
+    return file.open(QIODevice::WriteOnly) ? QString() : cannotBeWritten(file);
+}
+
 } // namespace
 
 QString plotNameOf(const SignalStatistics& statistics)
@@ -128,11 +144,7 @@ QString plotNameOf(const SignalStatistics& statistics)
 
 QString PlotOutput::check()
 {
-    const QDir folder(directory);
-    if (!folder.mkpath(QStringLiteral(".")))
-        return directory + QStringLiteral(": the directory cannot be created");
-    QSaveFile file(folder.filePath(QLatin1String(overviewName)));
-    return file.open(QIODevice::WriteOnly) ? QString() : cannotBeWritten(file);
+    return checkFolder(directory);
 }
 
 OutputResult PlotOutput::write(const FinishedRun& run, const OutputProgress& progress)
@@ -159,6 +171,33 @@ OutputResult PlotOutput::write(const FinishedRun& run, const OutputProgress& pro
                             .arg(overview)
                             .arg(maxTiles)
                             .arg(plots.size());
+    return result;
+}
+
+QString HistogramOutput::check()
+{
+    return checkFolder(directory);
+}
+
+OutputResult HistogramOutput::write(const FinishedRun& run, const OutputProgress& progress)
+{
+    constexpr int mostBars = 100;
+    OutputResult result{check(), {}};
+    QSet<QString> taken;
+    for (int i = 0; i < run.snapshot.rows.size() && result.error.isEmpty(); ++i) {
+        if (progress)
+            progress(i, run.snapshot.rows.size());
+        const SnapshotRow& row = run.snapshot.rows.at(i);
+        const SignalStatistics& statistics = *row.statistics;
+        if (statistics.count == 0 || statistics.isPassedThrough)
+            continue;
+        const Histogram histogram = histogramOf(run.signalOf(row).values(), statistics, mostBars);
+        result.error =
+            writeChart(histogramChartOf(statistics, histogram, plotSize),
+                       QDir(directory).filePath(freeName(plotNameOf(statistics), taken)));
+    }
+    if (taken.isEmpty() && result.error.isEmpty())
+        result.notes += directory + QStringLiteral(": no values to plot");
     return result;
 }
 

@@ -26,4 +26,20 @@ private:
     QString directory;
 };
 
+/// Writes a PNG file with a histogram for every signal that has values to plot. The directory is
+/// created if missing. There must be a QApplication.
+class HistogramOutput : public Output
+{
+public:
+    explicit HistogramOutput(QString folder) : directory(std::move(folder)) {}
+
+    /// Creates the directory.
+    [[nodiscard]] QString check() override;
+    [[nodiscard]] OutputResult write(const FinishedRun& run,
+                                     const OutputProgress& progress) override;
+
+private:
+    QString directory;
+};
+
 } // namespace monitor

@@ -46,6 +46,10 @@ const QVector<OutputKind>& outputKinds()
          "Write a plot of each signal, and overview.png with all of them, to DIRECTORY, which is "
          "created if missing.",
          true, OutputNeeds::Values, inFiles<PlotOutput>},
+        {"histogram", "DIRECTORY",
+         "Write a histogram of the values of each signal to DIRECTORY, which is created if "
+         "missing.",
+         true, OutputNeeds::Counts, inFiles<HistogramOutput>},
     };
     return kinds;
 }

@@ -1,5 +1,6 @@
 #include "SignalChart.h"
 
+#include "statisticsFields.h"
 #include "text/Table.h"
 #include "text/WholeFile.h"
 #include "valueLabels.h"
@@ -48,6 +49,7 @@ public:
     void addBand();
     void addLimits();
     void addValues(const QVector<QVector<QPointF>>& lines);
+    void addBars(const Histogram& histogram);
     /// Adds the average and the edges of the band, on top of the values that would hide them.
     void addLevels();
     void addDeviators(const QVector<QVector<QPointF>>& lines);
@@ -108,6 +110,26 @@ void ChartDrawing::addValues(const QVector<QVector<QPointF>>& lines)
     }
     if (!isolated.isEmpty())
         addPoints(isolated, valueColor, pointSize, name);
+}
+
+/// Draws all bars as one area between the axis of values and their outline.
+void ChartDrawing::addBars(const Histogram& histogram)
+{
+    auto* const outline = new QLineSeries;
+    for (int i = 0; i < histogram.bars.size(); ++i) {
+        const auto length = static_cast<double>(histogram.bars.at(i).count);
+        outline->append(length, histogram.lowerEnd(i));
+        outline->append(length, histogram.lowerEnd(i + 1));
+    }
+    auto* const axis = new QLineSeries;
+    axis->append(0, histogram.lowerEnd(0));
+    axis->append(0, histogram.lowerEnd(static_cast<int>(histogram.bars.size())));
+    auto* const area = new QAreaSeries(outline, axis);
+    outline->setParent(area);
+    axis->setParent(area);
+    area->setColor(valueColor);
+    area->setBorderColor(valueColor);
+    add(area, QStringLiteral("values"));
 }
 
 void ChartDrawing::addDeviators(const QVector<QVector<QPointF>>& lines)
@@ -263,8 +285,12 @@ void addAxis(QChart& chart, Qt::Alignment side, QValueAxis* axis, const QString&
 
 QString plotTitleOf(const SignalStatistics& statistics)
 {
-    const QString name = printable(statistics.name);
-    return statistics.source ? name + QStringLiteral(", source %1").arg(*statistics.source) : name;
+    QString title = printable(statistics.name);
+    if (statistics.source)
+        title += QStringLiteral(", source %1").arg(*statistics.source);
+    if (!statistics.labels.isEmpty())
+        title += QStringLiteral(", ") + printable(labelsOf(statistics));
+    return title;
 }
 
 AxisRange rangeOf(const Trace& trace)
@@ -301,6 +327,39 @@ std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace&
             statistics.unit.toHtmlEscaped());
     if (isLow)
         chart->setPlotArea(QRectF(QPointF(90, 35), size - QSize(110, 85)));
+    chart->resize(size);
+    return chart;
+}
+
+std::unique_ptr<QChart> histogramChartOf(const SignalStatistics& statistics,
+                                         const Histogram& histogram, const QSize& size)
+{
+    auto chart = std::make_unique<QChart>();
+    chart->setTitle(plotTitleOf(statistics).toHtmlEscaped());
+    qint64 most = 0;
+    QVector<QPointF> deviators;
+    for (const Histogram::Bar& bar : histogram.bars) {
+        most = std::max(most, bar.count);
+        if (bar.deviator)
+            deviators.append({static_cast<double>(bar.count), *bar.deviator});
+    }
+    const AxisRange range{0, static_cast<double>(most) * 1.05};
+    ChartDrawing drawing(*chart, statistics, range);
+    drawing.addBand();
+    drawing.addLimits();
+    drawing.addBars(histogram);
+    drawing.addLevels();
+    drawing.addDeviators({deviators});
+    addAxis(*chart, Qt::AlignBottom, numberAxis(range, 8), QStringLiteral("number of values"));
+    const AxisRange all = heightOf(statistics);
+    const double end = histogram.lowerEnd(static_cast<int>(histogram.bars.size()));
+    const AxisRange height{std::min(all.from, histogram.start), std::max(all.to, end)};
+    addAxis(*chart, Qt::AlignLeft,
+            statistics.valueTexts.isEmpty()
+                ? numberAxis(height, 5)
+                : textAxis(height, statistics.valueTexts, histogram.values,
+                           QSize(180, size.height() - 150)),
+            statistics.unit.toHtmlEscaped());
     chart->resize(size);
     return chart;
 }

@@ -2,6 +2,7 @@
 
 #include "Trace.h"
 #include "engine/Snapshot.h"
+#include "histogram.h"
 
 #include <QtCharts/QChart>
 
@@ -34,6 +35,13 @@ QString plotTitleOf(const SignalStatistics& statistics);
 /// stacked. The trace must not be empty, and there must be a QApplication.
 std::unique_ptr<QChart> chartOf(const SignalStatistics& statistics, const Trace& trace,
                                 const AxisRange& range, const QSize& size);
+
+/// A chart of \a histogram, that of the signal of \a statistics: bars whose length is the number of
+/// values, the average, the band, the limits, and marks for the bars that contain values outside
+/// the band. The axis of values is vertical, as in chartOf(). There must be values and a
+/// QApplication.
+std::unique_ptr<QChart> histogramChartOf(const SignalStatistics& statistics,
+                                         const Histogram& histogram, const QSize& size);
 
 /// Writes \a image to a PNG file, which is replaced completely or left unchanged. Returns an error
 /// message that names the file, or an empty string on success.

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <QtCore/QDir>
+#include <QtGui/QImage>
+
+#include <algorithm>
 
 #include <sys/stat.h>
 
@@ -290,6 +293,35 @@ TEST_F(Summaries, CountsAreListed)
                       "    {\"name\": \"State\", \"source\": null, \"bus\": null, \"raw\": 2, "
                       "\"value\": 2, \"text\": null, \"count\": 1, \"unit\": \"bar\"}\n"
                       "  ]\n}\n"));
+}
+
+TEST_F(Summaries, HaveTheHistogramsOfTheReplay)
+{
+    const MonitorRun replayed = summarize("a", {"--histogram", path("first")});
+    EXPECT_EQ(replayed.exitCode, 0);
+    EXPECT_EQ(runMonitor({"show", path("a"), "--histogram", path("second")}).exitCode, 0);
+    const QStringList names = QDir(path("first")).entryList(QDir::Files);
+    EXPECT_GT(names.size(), 10);
+    EXPECT_TRUE(names.contains("EngineSpeed-0.png"));
+    EXPECT_EQ(QDir(path("second")).entryList(QDir::Files), names);
+    for (const QString& name : names)
+        EXPECT_TRUE(contentOf("first/" + name) == contentOf("second/" + name))
+            << name.toStdString();
+
+    // The longest bar ends near the right edge, and single values outside the band are marked.
+    const QImage image(path("first/EngineSpeed-0.png"));
+    EXPECT_EQ(image.size(), QSize(1200, 500));
+    int longest = 0;
+    int marks = 0;
+    for (int y = 100; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y) == QColor(0x1f, 0x4e, 0x9c))
+                longest = std::max(longest, x);
+            marks += image.pixelColor(x, y) == QColor(0xd0, 0x10, 0x30) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(longest, 1000);
+    EXPECT_GT(marks, 20);
 }
 
 TEST_F(Summaries, RefuseOptionsThatNeedIndividualValues)
