@@ -33,7 +33,7 @@ const DisplayKind* displayFor(const LiveOptions& options)
     return kind;
 }
 
-using Publishers = std::vector<std::unique_ptr<SnapshotSink>>;
+using Publishers = std::vector<std::unique_ptr<Publisher>>;
 
 /// Starts the publishers that \a options select, and prints where they publish. Returns an error
 /// message, which is empty if all could be started.
@@ -42,13 +42,24 @@ using Publishers = std::vector<std::unique_ptr<SnapshotSink>>;
 {
     for (const GivenPublisher& given : options.publishers) {
         QString note;
-        auto publisher = given.kind->start({given.value, options.bus.device}, note);
+        PublisherSettings settings = options.publishing;
+        settings.value = given.value;
+        settings.bus = options.bus.device;
+        auto publisher = given.kind->start(settings, note);
         if (!publisher)
             return note;
         diagnostics << note << Qt::endl;
         publishers.push_back(std::move(publisher));
     }
     return QString();
+}
+
+void printMessages(const Publishers& publishers, QTextStream& diagnostics)
+{
+    for (const auto& publisher : publishers) {
+        for (const QString& message : publisher->takeMessages())
+            diagnostics << printable(message) << Qt::endl;
+    }
 }
 
 /// A run on a bus.
@@ -80,8 +91,10 @@ public:
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
             session.takeAll(source);
-            if (!isScreenUsed) // otherwise the display shows the remarks
+            if (!isScreenUsed) { // otherwise the display shows the remarks
                 outputs.printUrgent(session, diagnostics);
+                printMessages(publishers, diagnostics);
+            }
             if (isOver() || !publish(shown.get()))
                 loop.quit();
         });
@@ -121,6 +134,17 @@ private:
     bool isScreenUsed; // so that nothing else may be printed on the terminal
 };
 
+/// Publishes the final statistics of \a session.
+void finish(const Publishers& publishers, Session& session, QTextStream& diagnostics)
+{
+    if (publishers.empty())
+        return;
+    const Snapshot snapshot = session.calcSnapshot();
+    for (const auto& publisher : publishers)
+        publisher->finish(snapshot);
+    printMessages(publishers, diagnostics);
+}
+
 ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& diagnostics)
 {
     PreparedRun run = prepareRun(options, output, diagnostics);
@@ -142,6 +166,7 @@ ExitCode watch(const LiveOptions& options, QTextStream& output, QTextStream& dia
     const bool isLost = source.isLost();
     source.stop();
     run.session->takeAll(source);
+    finish(publishers, *run.session, diagnostics);
     printMissingBuses(options, source, diagnostics);
     const ExitCode code =
         run.outputs.finish({run.session.get()}, options, options.bus.name(), diagnostics);

@@ -58,11 +58,13 @@ MONITOR = {
     "monitor/displays": ["monitor/views"],
     "monitor/displays/terminal": ["monitor/displays"],
     "monitor/displays/window": ["monitor/displays"],
-    "monitor/publishers": [],
-    "monitor/publishers/prometheus": ["monitor/engine", "monitor/publishers"],
+    "monitor/publishers": ["monitor/engine"],
+    "monitor/publishers/mqtt": ["monitor/publishers", "monitor/views"],
+    "monitor/publishers/prometheus": ["monitor/publishers"],
     "monitor/app": ["monitor/app/arguments"],
     "monitor/app/arguments": [
         "monitor/outputs",
+        "monitor/publishers/mqtt",
         "monitor/publishers/prometheus",
         "monitor/displays/terminal",
         "monitor/displays/window",
@@ -83,6 +85,7 @@ OTHERS = {
     "QtCharts/": ["monitor/views", "monitor/outputs", "monitor/displays/window"],
     "QtWidgets/": ["monitor/outputs", "monitor/displays/window", "monitor/app"],
     "httplib.h": ["monitor/publishers/prometheus"],
+    "mosquitto.h": ["monitor/publishers/mqtt"],
     "QtSerialBus/": ["monitor/sources/bus"],
 }
 LONGEST_ROOM = 2500  # lines; a larger room should be split

@@ -207,6 +207,10 @@ QString complete(const QCommandLineParser& parser, const CommandRow& command, Op
         if (row.occurrence == Occurrence::ExactlyOnce && row.commands.testFlag(command.id) &&
             needsBus(command, options) && !parser.isSet(QLatin1String(row.name)))
             missing += row.usage();
+        if (row.owner != nullptr && parser.isSet(QLatin1String(row.name)) &&
+            !parser.isSet(QLatin1String(row.owner)))
+            return QStringLiteral("option --%1 has no effect without --%2")
+                .arg(QLatin1String(row.name), QLatin1String(row.owner));
     }
     QString error = command.id == CommandId::Ids ? uselessOption(parser, options) : QString();
     if (!error.isEmpty())

@@ -86,9 +86,10 @@ struct LiveOptions : MonitorOptions {
     /// Null: the first display in the table, if it is available and the printed output is a table.
     const DisplayKind* display = nullptr;
     QVector<GivenPublisher> publishers;
-    int leastRating = 50;        ///< signals with a lower rating are highlighted
-    double duration = unlimited; ///< in seconds
-    double frames = unlimited;   ///< the run ends when at least that many have been received
+    PublisherSettings publishing; ///< of all publishers, without the values of their options
+    int leastRating = 50;         ///< signals with a lower rating are highlighted
+    double duration = unlimited;  ///< in seconds
+    double frames = unlimited;    ///< the run ends when at least that many have been received
 };
 
 /// The options of `vantrel send`.

@@ -65,6 +65,15 @@ ReadValue anyText(QString BusAddress::*member)
     };
 }
 
+/// The same for \a member of the settings of publishers.
+ReadValue anyText(QString PublisherSettings::*member)
+{
+    return [member](const QString& value, Options& options) {
+        options.publishing.*member = value;
+        return QString();
+    };
+}
+
 QString readNode(const QString& text, Options& options)
 {
     const std::optional<quint8> node = readNodeId(text);
@@ -504,6 +513,39 @@ QVector<OptionRow> publisherRows()
                          return kind.check(value);
                      }});
     }
+    rows.append({"publish-every",
+                 "SECONDS",
+                 "Publish changed signals every SECONDS seconds (default: 1).",
+                 watchingCommands,
+                 Occurrence::AtMostOnce,
+                 [](const QString& value, Options& options) {
+                     return readPositive(value, options.publishing.period);
+                 },
+                 {},
+                 "mqtt"});
+    const struct {
+        const char* name;
+        const char* help;
+        QString PublisherSettings::*member;
+    } files[] = {
+        {"mqtt-ca",
+         "The certificate of the authority that must have signed the broker's certificate "
+         "(default: the authorities that the system trusts).",
+         &PublisherSettings::caFile},
+        {"mqtt-certificate", "The certificate of this client, if the broker requires one.",
+         &PublisherSettings::certificateFile},
+        {"mqtt-key", "The private key of that certificate, which must not be encrypted.",
+         &PublisherSettings::keyFile},
+        {"mqtt-login",
+         "Log in to the broker with the user in the first line of FILE and the password in the "
+         "second (default: the environment variables VANTREL_MQTT_USER and "
+         "VANTREL_MQTT_PASSWORD).",
+         &PublisherSettings::loginFile},
+    };
+    for (const auto& file : files)
+        rows.append({file.name, "FILE", QString::fromLatin1(file.help), watchingCommands,
+                     Occurrence::AtMostOnce, anyText(file.member),
+                     pathHints(QStringLiteral("FILE")), "mqtt"});
     return rows;
 }
 

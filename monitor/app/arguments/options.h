@@ -56,7 +56,8 @@ struct OptionRow {
     /// Reads a value, which is empty only if the option is a flag. Returns the error as the rest of
     /// a sentence that begins with the option, such as "needs a number", or an empty string.
     std::function<QString(const QString& value, Options& options)> read;
-    ValueHints hints{}; ///< for completion; empty for many values
+    ValueHints hints{};          ///< for completion; empty for many values
+    const char* owner = nullptr; ///< another option, without which this one has no effect
 
     bool isFlag() const { return *valueName == '\0'; }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/Snapshot.h"
+#include "publishers/Publisher.h"
 #include "publishers/PublisherSettings.h"
 
 #include <memory>
@@ -18,7 +18,7 @@ struct PublisherKind {
     QString (*check)(const QString& value);
     /// Starts a publisher with a valid value, and sets \a note to what the user should know about
     /// it, such as its address. Returns null and sets \a note to an error message if that fails.
-    std::unique_ptr<SnapshotSink> (*start)(const PublisherSettings& settings, QString& note);
+    std::unique_ptr<Publisher> (*start)(const PublisherSettings& settings, QString& note);
 };
 
 /// The table of publishers. A new kind needs a row here.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/Snapshot.h"
+#include "publishers/Publisher.h"
 #include "publishers/PublisherSettings.h"
 
 #include <memory>
@@ -10,7 +10,7 @@ namespace monitor
 
 /// Serves the newest snapshot at /metrics. Requests are answered in threads of the server, so they
 /// do not delay the run.
-class MetricsServer : public SnapshotSink
+class MetricsServer : public Publisher
 {
 public:
     /// Checks an address: a host and port such as "127.0.0.1:9464" or "[::1]:9464", or a port alone

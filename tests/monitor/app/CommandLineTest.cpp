@@ -120,6 +120,17 @@ QVector<OptionCase> optionCases()
         {"periods", decoding, {}, {}},
         {"display", {"live"}, {"terminal", "window"}, {"", "printer"}},
         {"metrics", watching, {"127.0.0.1:9464", "9464"}, {"", "127.0.0.1", "host:http"}},
+        {"mqtt",
+         watching,
+         {"mqtt://broker/vantrel", "mqtts://[::1]:8884/fleet/17/"},
+         {"", "broker", "mqtt://broker", "mqtt:///vantrel", "http://broker/vantrel",
+          "mqtt://broker:0/vantrel", "mqtt://broker/a+b", "mqtt://broker/a#b", "mqtt://broker/a?b",
+          "mqtt://user@broker/vantrel"}},
+        {"publish-every", watching, {"0.5"}, {"", "0", "-1", "often"}},
+        {"mqtt-ca", watching, {"ca.pem"}, {""}},
+        {"mqtt-certificate", watching, {"client.pem"}, {""}},
+        {"mqtt-key", watching, {"client.key"}, {""}},
+        {"mqtt-login", watching, {"login.txt"}, {""}},
         {"highlight", watching, {"0", "100"}, {"", "-1", "101", "x", "1.5"}},
         {"speed", {"send"}, {"2.5", "max"}, {"", "0", "-1", "inf", "nan", "fast"}},
     };
@@ -158,6 +169,8 @@ QStringList argumentsFor(const QString& option, const QString& command)
         arguments += {"--eds", "some.eds"};
     if (option == "eds")
         arguments += {"--node", "9"};
+    if (option == "publish-every" || option.startsWith("mqtt-"))
+        arguments += {"--mqtt", "mqtt://broker/vantrel"};
     for (const char* needed : {"plugin", "interface"}) {
         if ((listsBus || QStringList{"live", "window", "send"}.contains(command)) &&
             option != needed)
@@ -344,6 +357,19 @@ TEST(CommandLine, WindowTakesTheOptionsOfLive)
                                                QStringList{"--duration", "1.5"});
     EXPECT_EQ(options.display, monitor::findDisplay("window"));
     EXPECT_EQ(options.duration, 1.5);
+}
+
+TEST(CommandLine, OptionsForABrokerNeedOne)
+{
+    const QStringList period{"--publish-every", "0.5"};
+    const QStringList broker{"--mqtt", "mqtt://broker/vantrel"};
+    EXPECT_EQ(errorOf(live + period),
+              QString("option --publish-every has no effect without --mqtt"));
+    const auto options = accepted<LiveOptions>(live + period + broker);
+    EXPECT_EQ(options.publishing.period, 0.5);
+    ASSERT_EQ(options.publishers.size(), 1);
+    EXPECT_STREQ(options.publishers.at(0).kind->name, "mqtt");
+    EXPECT_EQ(options.publishers.at(0).value, QString("mqtt://broker/vantrel"));
 }
 
 TEST(CommandLine, SendTakesARecordingABusAndASpeed)
