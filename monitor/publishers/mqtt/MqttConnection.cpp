@@ -60,6 +60,7 @@ MqttConnection::MqttConnection(const MqttSettings& mqttSettings, const QByteArra
 {
     static const int initialized = mosquitto_lib_init();
     static_cast<void>(initialized);
+    // Makes the program ignore SIGPIPE, as Qt's sockets do too.
     client = mosquitto_new(clientId.constData(), true, this);
     if (client == nullptr)
         return;

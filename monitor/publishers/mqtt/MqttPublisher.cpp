@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <csignal>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -29,15 +28,6 @@ using std::chrono::seconds;
 constexpr seconds longestEnd{2};
 constexpr seconds firstPause{1};
 constexpr seconds longestPause{30};
-
-/// Signals are for the main thread. A broker that closes the connection must not end the program by
-/// SIGPIPE.
-void blockSignals()
-{
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, nullptr);
-}
 
 /// The same for all connections of a run: if the broker has not noticed yet that one was lost, it
 /// ends it before it accepts the next one, and not later, which would set the status to offline.
@@ -114,7 +104,6 @@ public:
 
     void run()
     {
-        blockSignals();
         const QByteArray clientId = makeClientId();
         seconds pause = firstPause;
         bool isLastAttempt = false;

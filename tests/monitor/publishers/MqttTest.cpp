@@ -254,6 +254,12 @@ TEST(Mqtt, OnlySignalsWithNewValuesAreSentAgain)
     topics.remove("signals/EngineTorqueMode/0");
     EXPECT_EQ(topics, QSet<QString>{topic});
     live.end();
+    ASSERT_TRUE(subscriber.waitFor("status", "offline"));
+    QMap<QString, QByteArray> previous;
+    for (const Message& message : subscriber.messages()) {
+        EXPECT_NE(previous.value(message.topic), message.payload) << message.topic.toStdString();
+        previous[message.topic] = message.payload;
+    }
 }
 
 TEST(Mqtt, BrokerAnnouncesTheEndOfARunThatIsKilled)
