@@ -49,12 +49,12 @@ private:
     QHash<QPair<QString, QPair<bool, quint32>>, QString> origins;
 };
 
-/// Adds the hash of the file to the origin of a run.
+/// Adds the hash of the file to the origin of a run. A pipe cannot be read again.
 void addHash(const QString& fileName, RunOrigin& origin)
 {
     QFile file(fileName);
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    if (file.open(QIODevice::ReadOnly) && hash.addData(&file))
+    if (QFileInfo(fileName).isFile() && file.open(QIODevice::ReadOnly) && hash.addData(&file))
         origin.descriptions.insert({QFileInfo(fileName).fileName(), hash.result()});
 }
 

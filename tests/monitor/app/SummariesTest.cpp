@@ -420,6 +420,21 @@ TEST_F(Summaries, ReplaceOnlySummaries)
         summarize("missing/a").diagnostics.startsWith(path("missing/a") + ": cannot be written: "));
 }
 
+TEST_F(Summaries, LackOfSpaceIsNamedAsAPossibleReason)
+{
+    QByteArray log;
+    for (int i = 0; i < 30000; ++i)
+        log += "(1.0) can0 123#" + QByteArray::number(0x10000000 + i * 7919, 16) + '\n';
+    write("bus.log", log);
+    write("bus.dbc", "BO_ 291 Brake: 4 X\n SG_ State : 0|32@1+ (1,0) [0|0] \"\" X\n");
+    const MonitorRun run = runMonitorWithFileLimit(
+        20, {"replay", path("bus.log"), "--dbc", path("bus.dbc"), "--summary", path("a")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.diagnostics.startsWith(path("a") + ": cannot be written: "))
+        << run.diagnostics.toStdString();
+    EXPECT_TRUE(run.diagnostics.contains("(is the disk full, or a limit on its use reached?)"));
+}
+
 TEST_F(Summaries, NeedFilesInsteadOfStandardStreams)
 {
     EXPECT_EQ(runMonitor({"merge", "-"}).diagnostics,
