@@ -90,6 +90,8 @@ QString MqttConnection::errorText(int code) const
         return refusal;
     if (code == MOSQ_ERR_CONN_LOST)
         return QStringLiteral("the broker closed the connection");
+    if (code == MOSQ_ERR_KEEPALIVE) // which has no text
+        return QStringLiteral("the broker does not answer");
     const QString text = code == MOSQ_ERR_ERRNO
                              ? qt_error_string(errno)
                              : withoutPeriod(QString::fromUtf8(mosquitto_strerror(code)));

@@ -15,7 +15,7 @@ QString readLogin(const QString& fileName, MqttSettings& settings, QString& warn
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return QStringLiteral("--mqtt-login %1: %2").arg(fileName, file.errorString());
-    if ((file.permissions() & QFileDevice::ReadOther) != 0)
+    if (file.permissions().testFlag(QFileDevice::ReadOther))
         warning = QStringLiteral("--mqtt-login %1: every user of this machine can read the "
                                  "password; change that with: chmod o-r")
                       .arg(fileName);

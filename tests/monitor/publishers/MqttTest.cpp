@@ -10,6 +10,10 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <memory>
 
@@ -333,6 +337,31 @@ TEST(Mqtt, RunEndsNormallyIfTheBrokerIsNeverThere)
     EXPECT_EQ(run.output, replayedSample());
     EXPECT_TRUE(run.diagnostics.contains("mqtt: the final statistics could not be published"))
         << run.diagnostics.toStdString();
+}
+
+TEST(Mqtt, RunEndsEvenIfTheSystemStillWaitsForAnAnswerOfTheBroker)
+{
+    const SimulatedBus bus;
+    const int server = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    ASSERT_EQ(bind(server, reinterpret_cast<const sockaddr*>(&address), size), 0);
+    ASSERT_EQ(getsockname(server, reinterpret_cast<sockaddr*>(&address), &size), 0);
+    ASSERT_EQ(listen(server, 0), 0);
+    const quint16 port = ntohs(address.sin_port);
+    QTcpSocket first; // fills the queue of connections, so that the system answers no others
+    first.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(first.waitForConnected(10000));
+    LiveRun live(bus, {"--mqtt", QString("mqtt://127.0.0.1:%1/p").arg(port)});
+    bus.send(sampleFile("drive.log"));
+    const MonitorRun run = live.end();
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.output, replayedSample());
+    EXPECT_TRUE(run.diagnostics.startsWith("mqtt: the final statistics could not be published"))
+        << run.diagnostics.toStdString();
+    close(server);
 }
 
 TEST(Mqtt, BrokerThatAcknowledgesNothingGetsOneMessageOfEachSignal)
