@@ -215,8 +215,7 @@ TEST(RecordingFormats, KnownButUnsupportedFormatIsNamedWithAdvice)
         {"MATLAB 5.0 MAT-file, Platform",
          "is a MATLAB file: export its messages as a candump or ASC log first"},
         {"VANTREL\n", "is a saved run: use vantrel show"},
-        {"SQLite format 3" + QByteArray(68 - 15, '\0') + "VTRL",
-         "is a summary: use vantrel show"},
+        {"SQLite format 3" + QByteArray(68 - 15, '\0') + "VTRL", "is a summary: use vantrel show"},
         {"@ TEXT @ 3 @\n1;2\n", "is a trace in \"@ TEXT @\" format: export it as a candump, ASC "
                                 "or TRC log first"},
         {"\nVERSION \"1\"\n",
