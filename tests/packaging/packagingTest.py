@@ -53,7 +53,7 @@ class Help:
         for term, meaning in re.findall(r"^  (\S.*)\n((?: {6}.*\n)+)", text, re.MULTILINE):
             if not term.startswith("vantrel "):
                 self.entries.append((term, " ".join(meaning.split())))
-        self.options = {word for term, _ in self.entries for word in re.findall(r"--\w+", term)}
+        self.options = {word for term, _ in self.entries for word in re.findall(r"--[\w-]+", term)}
         example = re.compile(r"^  vantrel ((?:[^\\\n]|\\\n)*)\n", re.MULTILINE)
         self.examples = [match.replace("\\\n", "") for match in example.findall(text)]
 

@@ -44,9 +44,10 @@ QString readMqttAddress(const QString& url, MqttSettings& settings)
 {
     // Whatever else is wrong: the message for it would contain the password.
     if (url.contains('@'))
-        return QStringLiteral("must not contain a user or a password, which other users of this "
-                              "machine could see; use --mqtt-login FILE, or the environment "
-                              "variables VANTREL_MQTT_USER and VANTREL_MQTT_PASSWORD");
+        return QStringLiteral(
+            "needs an address without a user or a password, which other users of this "
+            "machine could see; use --mqtt-login FILE, or the environment "
+            "variables VANTREL_MQTT_USER and VANTREL_MQTT_PASSWORD");
     constexpr int usualPort = 1883;
     constexpr int usualPortOfTls = 8883;
     const QUrl parts(url, QUrl::StrictMode);
