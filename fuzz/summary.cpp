@@ -48,6 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (inputRefused)
         return 0;
     std::vector<monitor::Session*> groups;
+    groups.reserve(merged.size());
     for (auto& group : merged)
         groups.push_back(&group.second.session());
     const monitor::Snapshot snapshot = calcSnapshot(groups);

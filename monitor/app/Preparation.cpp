@@ -49,7 +49,7 @@ private:
     QHash<QPair<QString, QPair<bool, quint32>>, QString> origins;
 };
 
-/// Adds the hash of the file to the origin of a run. A pipe cannot be read again.
+/// Adds the hash of the file to the origin of a run. Leaves out pipes, which cannot be read twice.
 void addHash(const QString& fileName, RunOrigin& origin)
 {
     QFile file(fileName);

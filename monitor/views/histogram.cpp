@@ -11,7 +11,7 @@ namespace
 
 constexpr int mostValues = 1000;
 
-/// The width of at most \a most bars. \a step is the distance of neighbouring integers, or 0.
+/// The width of at most \a most bars. \a step is the distance between neighbouring integers, or 0.
 double widthOf(const SignalStatistics& statistics, double step, int most)
 {
     // The difference of extreme values would overflow.

@@ -59,7 +59,7 @@ NOT_RUN = {
         "configures, builds, installs or tests the project",
     r"(\./(bench|demo|test)|scripts/long-checks|tools/mutation/mutate)\b":
         "builds the project several times or takes hours",
-    r"fleet/vantrel-fleet\b": "needs Dask, with which another test runs it",
+    r"fleet/vantrel-fleet\b": "needs Dask; fleetTest.py runs it",
     r"build/(live-table|stream)/": "needs a bus or a second program, which other tests provide",
     r"vantrel (live|window|send) .*--plugin": "needs a bus, which other tests simulate",
 }

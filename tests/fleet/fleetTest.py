@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Tests of fleet/vantrel-fleet on a real Dask cluster on this machine.
 
-    fleetTest.py PROGRAM   with that vantrel
+    fleetTest.py PROGRAM   where PROGRAM is the vantrel to test with
 """
 
 import contextlib

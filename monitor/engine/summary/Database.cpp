@@ -42,7 +42,7 @@ void Database::create(const QString& fileName)
     sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, longestValue); // nothing else could be opened
 }
 
-// SQLite neither reads nor creates other files next to a database that it takes for immutable.
+// SQLite neither reads nor creates other files next to a database that is opened as immutable.
 void Database::open(const QString& fileName)
 {
     const QByteArray uri = "file:" + pathOf(fileName).toPercentEncoding("/") + "?immutable=1";
@@ -117,8 +117,7 @@ void Database::check(int result)
         return fail(qt_error_string(reason));
     const QString text =
         QString::fromUtf8(connection ? sqlite3_errmsg(connection) : sqlite3_errstr(result));
-    fail(isFile ? text + QStringLiteral(" (is the disk full, or a limit on its use reached?)")
-                : text);
+    fail(isFile ? text + QStringLiteral(" (the disk may be full, or a quota exceeded)") : text);
 }
 
 void Statement::Finalize::operator()(sqlite3_stmt* statement) const

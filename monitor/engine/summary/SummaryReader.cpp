@@ -42,8 +42,8 @@ QString tooMany(const QString& what)
     return QStringLiteral("cannot be merged: %1 would exceed 2^63 - 1").arg(what);
 }
 
-/// Keys that signals which may be mistaken for each other have in common: the name, and the name
-/// without that of the message, which precedes it only if another message has such a signal too.
+/// Keys shared by signals that may be mistaken for each other: the name, and the name without that
+/// of the message, which precedes it only if another message has a signal of the same name.
 QVector<QByteArray> namesakeKeys(const SummarySignal& signal)
 {
     SummarySignal namesake;
@@ -130,7 +130,7 @@ QString SummaryReader::open(const QString& fileName)
     file.close();
     if (!isDatabase(fileName))
         return QStringLiteral("not a summary");
-    constexpr int formats = 18; // the place of the versions for writing and for reading
+    constexpr int formats = 18; // position of the format versions for writing and reading
     if (beginningOf(fileName).mid(formats, 2).contains('\x02'))
         return QStringLiteral("cannot be read: the database is in WAL mode; run \"PRAGMA "
                               "journal_mode=delete\" on it");

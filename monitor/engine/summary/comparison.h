@@ -12,7 +12,7 @@ struct SignalComparison {
     double outsideA = 0;                       ///< share of the values outside the band of A
     double outsideB = 0;
 
-    /// The statistics of A, or those of B if there are none.
+    /// The statistics of A, or those of B if A lacks the signal.
     const SignalStatistics& identity() const { return a ? *a : *b; }
 
     /// The difference of the averages plus that of the deviations, in deviations of A. Infinite if
@@ -25,7 +25,7 @@ struct RunComparison {
     /// Largest change first, then the largest change of the share outside the band. Signals of only
     /// one run follow, those of A first.
     QVector<SignalComparison> comparisons;
-    /// A line for each signal that has another definition in B. It occurs twice above.
+    /// A line for each signal whose definition in B differs. It has two entries in comparisons.
     QStringList notes;
 };
 

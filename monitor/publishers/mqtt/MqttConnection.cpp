@@ -119,7 +119,7 @@ QString MqttConnection::configure()
 
 QString MqttConnection::open()
 {
-    constexpr int keepAlive = 15; // in seconds; the broker announces the end after 1.5 times that
+    constexpr int keepAlive = 15; // in seconds; after 1.5 times that, the broker sends the will
     if (client == nullptr)
         return qt_error_string(errno);
     QString error = configure();

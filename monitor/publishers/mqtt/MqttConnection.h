@@ -36,11 +36,11 @@ public:
     /// Whether the broker has accepted the connection.
     bool isAccepted() const { return accepted; }
 
-    /// Sends \a payload under a valid \a topic, as the value that later subscribers receive too.
+    /// Sends \a payload under a valid \a topic, as a message that later subscribers receive too.
     /// Returns the number of the message; nothing if the connection has ended.
     std::optional<int> publish(const QByteArray& topic, const QByteArray& payload);
 
-    /// Sets the status of the run, in PREFIX/status. Returns the same.
+    /// Sets the status of the run, in PREFIX/status. Returns the same as publish().
     std::optional<int> publishStatus(const QByteArray& status);
 
     /// The numbers of the messages that the broker has acknowledged since the last call.

@@ -29,8 +29,8 @@ constexpr seconds longestEnd{2};
 constexpr seconds firstPause{1};
 constexpr seconds longestPause{30};
 
-/// The same for all connections of a run: if the broker has not noticed yet that one was lost, it
-/// ends it before it accepts the next one, and not later, which would set the status to offline.
+/// All connections of a run use the same id, so that a broker which has not yet noticed the loss of
+/// one ends it before it accepts the next. Later, that would set the status to offline.
 QByteArray makeClientId()
 {
     constexpr int longest = 23; // that every broker accepts
@@ -55,11 +55,11 @@ public:
     void noteLast(const Snapshot& snapshot)
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        updates.note(snapshot); // skips nothing: the previous update may be a moment old
+        updates.note(snapshot); // not counted: the replaced updates may be only a moment old
     }
 
-    /// Tells the thread to end after it has sent everything, or when \a longest is over. Waits for
-    /// that. Returns false if it cannot end because it still waits for the network.
+    /// Tells the thread to end when it has sent everything, after \a longest at the latest, and
+    /// waits for the end. Returns false if the thread is still waiting for the network.
     bool end(seconds longest)
     {
         constexpr std::chrono::milliseconds forLastStep{200};
@@ -100,7 +100,7 @@ public:
         return std::exchange(messages, {});
     }
 
-    // The thread.
+    // Called by the publishing thread.
 
     void run()
     {
@@ -144,7 +144,7 @@ private:
         changed.wait_for(lock, pause, [this] { return endsBefore.has_value(); });
     }
 
-    /// Sends until the run ends. Returns why the connection has ended before, or an empty string.
+    /// Sends until the run ends. Returns why the connection ended earlier, or an empty string.
     QString serve(MqttConnection& connection)
     {
         QString problem = connection.open();
@@ -187,7 +187,7 @@ private:
                 signalOf.erase(found);
             }
         }
-        const bool isLast = isEnding(); // before the updates are taken, which are then the last
+        const bool isLast = isEnding(); // checked first, so that the updates sent are the last ones
         sendUpdates(connection);
         const std::lock_guard<std::mutex> lock(mutex);
         if (isLast && !farewell && updates.isEmpty())
@@ -225,8 +225,8 @@ private:
             return true;
         if (!unusable.contains(topic)) {
             unusable.insert(topic);
-            report(QStringLiteral("not published, since the topic is too long or has invalid "
-                                  "characters: ") +
+            report(QStringLiteral("signal not published, because its topic is too long or contains "
+                                  "invalid characters: ") +
                    QString::fromUtf8(topic.left(200)));
         }
         return false;
@@ -258,13 +258,13 @@ private:
     std::mutex mutex; // protects the following members
     PendingUpdates updates;
     qint64 skipped = 0;
-    std::optional<Clock::time_point> endsBefore; // nothing: the run goes on
+    std::optional<Clock::time_point> endsBefore; // empty during the run
     bool isClosed = false;
-    bool isDone = false; // true: the thread needs this object no longer
+    bool isDone = false; // whether the thread has stopped using this object
     QStringList messages;
-    std::condition_variable changed; // of the end and isDone
+    std::condition_variable changed; // notified when endsBefore or isDone is set
 
-    // Of the thread:
+    // Used only by the publishing thread:
     QHash<int, int> signalOf;    // the signals of the messages that were not acknowledged
     QHash<int, QByteArray> sent; // the last message of each signal on this connection
     std::optional<int> farewell; // the number of the last message of the run

@@ -12,7 +12,7 @@ namespace monitor
 {
 
 /// Publishes each signal to an MQTT broker when its statistics have changed, as a retained message.
-/// A thread of its own connects, again if the connection is lost, and sends. Nothing is queued:
+/// A separate thread sends, and connects again if the connection is lost. Nothing is queued:
 /// updates are skipped while the broker cannot be reached or does not acknowledge earlier ones.
 class MqttPublisher : public Publisher
 {
@@ -32,8 +32,8 @@ public:
 
     [[nodiscard]] bool take(const Snapshot& snapshot, const BusState& bus) override;
 
-    /// Sends the final statistics and the status "offline", and disconnects. Waits for that at most
-    /// two seconds.
+    /// Sends the final statistics and the status "offline", and disconnects. Waits at most two
+    /// seconds for that.
     void finish(const Snapshot& snapshot) override;
 
     QStringList takeMessages() override;
@@ -44,7 +44,7 @@ private:
 
     std::shared_ptr<Worker> worker; // shared with the thread, which may wait for the network longer
     std::thread thread;
-    double period; // in seconds, as is the next one
+    double period; // in seconds, like nextUpdate
     double nextUpdate = 0;
     QElapsedTimer sinceStart;
 };

@@ -27,12 +27,12 @@ public:
     /// statistics have never been sent.
     qint64 note(const Snapshot& snapshot);
 
-    /// The signals that can be sent now. Each must be acknowledged, or the connection lost.
+    /// The signals that can be sent now. For each, call acknowledge() later, or loseConnection().
     QVector<Update> take();
 
     void acknowledge(int signal);
 
-    /// Marks all signals as to be sent, since the receiver may have forgotten what it had.
+    /// Marks all signals to be sent again, since the receiver may have lost their statistics.
     void loseConnection();
 
     /// Whether the receiver has the newest statistics of all signals.
@@ -40,7 +40,7 @@ public:
 
 private:
     struct State {
-        std::shared_ptr<const SignalStatistics> newest; ///< null: the signal was not seen
+        std::shared_ptr<const SignalStatistics> newest; ///< null if the signal never occurred
         enum class Need { Nothing, Repetition, FirstSending } need = Need::Nothing;
         bool isUnacknowledged = false;
     };

@@ -17,7 +17,7 @@ QString readLogin(const QString& fileName, MqttSettings& settings, QString& warn
         return QStringLiteral("--mqtt-login %1: %2").arg(fileName, file.errorString());
     if (file.permissions().testFlag(QFileDevice::ReadOther))
         warning = QStringLiteral("--mqtt-login %1: every user of this machine can read the "
-                                 "password; change that with: chmod o-r")
+                                 "password; to prevent that, run: chmod o-r %1")
                       .arg(fileName);
     const QList<QByteArray> lines = file.read(longest).replace('\r', "").split('\n');
     settings.user = lines.value(0);
@@ -42,7 +42,7 @@ QString checkReadable(const char* option, const QString& fileName)
 
 QString readMqttAddress(const QString& url, MqttSettings& settings)
 {
-    // Whatever else is wrong: the message for it would contain the password.
+    // Checked first, because the message for another error could contain the password.
     if (url.contains('@'))
         return QStringLiteral(
             "needs an address without a user or a password, which other users of this "
@@ -66,7 +66,7 @@ QString readMqttAddress(const QString& url, MqttSettings& settings)
                    !parts.hasQuery() && !parts.hasFragment()
                ? QString()
                : QStringLiteral("needs mqtt://HOST[:PORT]/PREFIX, or mqtts:// for TLS, and a "
-                                "PREFIX without + and #, not \"%1\"")
+                                "PREFIX without + or #, not \"%1\"")
                      .arg(url);
 }
 

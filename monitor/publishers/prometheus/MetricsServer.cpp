@@ -36,8 +36,8 @@ std::pair<QString, int> hostAndPort(const QString& address)
 
 } // namespace
 
-/// The server, which belongs to its thread too: a client that sends its request one byte at a time
-/// can delay the end of that thread as long as it likes.
+/// The server, which its thread also owns: a client that sends its request one byte at a time can
+/// delay the end of that thread indefinitely.
 class MetricsServer::Server : public std::enable_shared_from_this<Server>
 {
 public:

@@ -432,7 +432,7 @@ TEST_F(Summaries, LackOfSpaceIsNamedAsAPossibleReason)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.diagnostics.startsWith(path("a") + ": cannot be written: "))
         << run.diagnostics.toStdString();
-    EXPECT_TRUE(run.diagnostics.contains("(is the disk full, or a limit on its use reached?)"));
+    EXPECT_TRUE(run.diagnostics.contains("(the disk may be full, or a quota exceeded)"));
 }
 
 TEST_F(Summaries, NeedFilesInsteadOfStandardStreams)

@@ -278,7 +278,7 @@ TEST(Mqtt, BrokerAnnouncesTheEndOfARunThatIsKilled)
     EXPECT_TRUE(subscriber.waitFor("status", "offline"));
 }
 
-TEST(Mqtt, RunGoesOnWhileTheBrokerIsAway)
+TEST(Mqtt, RunContinuesWhileTheBrokerIsDown)
 {
     const SimulatedBus bus;
     Broker broker;
@@ -325,7 +325,7 @@ TEST(Mqtt, BrokerThatHasForgottenTheSignalsGetsThemAgain)
     live.end();
 }
 
-TEST(Mqtt, RunEndsNormallyIfTheBrokerIsNeverThere)
+TEST(Mqtt, RunEndsNormallyIfTheBrokerIsNeverReachable)
 {
     const SimulatedBus bus;
     const Broker broker; // not started
@@ -396,8 +396,8 @@ TEST(Mqtt, BrokerThatAcknowledgesNothingGetsOneMessageOfEachSignal)
 namespace
 {
 
-/// Starts \a broker with TLS and a certificate for \a host, as "IP:127.0.0.1". Clients need a
-/// certificate too: client.pem and client.key.
+/// Starts \a broker with TLS and a certificate for \a host, such as "IP:127.0.0.1". Clients
+/// need a certificate too: client.pem and client.key.
 void startWithTls(Broker& broker, const QString& host)
 {
     const auto request = [&](const QString& name, const QStringList& options) {
@@ -430,7 +430,7 @@ QStringList tlsOptions(const Broker& broker, const QString& ca)
 
 } // namespace
 
-TEST(Mqtt, PublishesThroughTlsWithACertificateOfItsOwn)
+TEST(Mqtt, PublishesOverTlsWithAClientCertificate)
 {
     const SimulatedBus bus;
     Broker broker;

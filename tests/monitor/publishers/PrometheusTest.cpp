@@ -169,7 +169,7 @@ TEST(PrometheusServer, TwoRunsCannotShareAPort)
         << second.diagnostics.toStdString();
 }
 
-TEST(PrometheusServer, ARunEndsAlthoughAClientNeverFinishesItsRequest)
+TEST(PrometheusServer, RunEndsEvenIfAClientNeverFinishesItsRequest)
 {
     const SimulatedBus bus;
     LiveRun live(bus, {"--metrics", "0", "--frames", "1371"});

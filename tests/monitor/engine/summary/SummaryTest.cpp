@@ -168,7 +168,7 @@ TEST_F(Summary, SignalsWithDifferentDefinitionsAreKeptApart)
     }
 }
 
-// A name is preceded by that of the message only if the descriptions have another signal like that.
+// The message is part of a name only if the descriptions have another signal of the same name.
 TEST_F(Summary, SignalWithAndWithoutTheNameOfItsMessageIsKeptApartWithANote)
 {
     const QString file = summaryOf({frameOf(1)});

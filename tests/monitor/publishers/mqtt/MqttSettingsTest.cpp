@@ -46,7 +46,7 @@ TEST(MqttSettings, AddressHasAHostAPortAndAPrefix)
                                       "mqtt://broker/%00", "mqtt://broker:65536/a"})
         EXPECT_EQ(monitor::readMqttAddress(invalid, settings),
                   QString("needs mqtt://HOST[:PORT]/PREFIX, or mqtts:// for TLS, and a PREFIX "
-                          "without + and #, not \"%1\"")
+                          "without + or #, not \"%1\"")
                       .arg(invalid));
 }
 
