@@ -51,10 +51,9 @@ void CountedMoments::add(double value, quint64 times)
     const double fraction = std::frexp(value, &exponent);
     const auto mantissa = static_cast<qint64>(std::ldexp(fraction, mantissaBits));
     Sums& sums = byExponent[exponent - mantissaBits];
-    const boost::multiprecision::int128_t product =
-        boost::multiprecision::int128_t(mantissa) * times;
-    sums.sum += product;
-    sums.squares += boost::multiprecision::uint256_t(abs(product)) * quint64(std::abs(mantissa));
+    const auto magnitude = static_cast<quint64>(std::abs(mantissa));
+    sums.sum += boost::multiprecision::int128_t(mantissa) * times;
+    sums.squares += boost::multiprecision::uint256_t(magnitude) * magnitude * times;
 }
 
 CountedMoments::Integer CountedMoments::sum() const
@@ -70,7 +69,7 @@ double CountedMoments::average() const
     const Integer total = sum();
     if (total == 0)
         return 0;
-    const Integer magnitude = abs(total);
+    const Integer magnitude = total < 0 ? Integer(-total) : total;
     const int shift = std::max(quotientBits + bitsOf(count) - bitsOf(magnitude), 0);
     Integer quotient;
     Integer remainder;
