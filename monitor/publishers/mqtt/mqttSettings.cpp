@@ -78,7 +78,7 @@ QString readMqttFiles(const PublisherSettings& given, MqttSettings& settings, QS
         if (settings.user.isEmpty() && !settings.password.isEmpty())
             return QStringLiteral("VANTREL_MQTT_PASSWORD is set, but not VANTREL_MQTT_USER");
     } else {
-        const QString error = readLogin(given.loginFile, settings, warning);
+        QString error = readLogin(given.loginFile, settings, warning);
         if (!error.isEmpty())
             return error;
     }
@@ -93,7 +93,7 @@ QString readMqttFiles(const PublisherSettings& given, MqttSettings& settings, QS
         if (!file.name.isEmpty() && !settings.isEncrypted)
             return QStringLiteral("%1 is for TLS: it needs --mqtt mqtts://...")
                 .arg(QLatin1String(file.option));
-        const QString error = checkReadable(file.option, file.name);
+        QString error = checkReadable(file.option, file.name);
         if (!error.isEmpty())
             return error;
         file.encoded = QFile::encodeName(file.name);
